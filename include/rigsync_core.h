@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// rigsync_core: where a tracker sits on a film camera, measured from chessboard photographs and
+// tracker samples, and written in the axes of the render engines.
+//
+// Every function returns an int code, 0 for success; docs/codes.md lists them. Output vectors are
+// appended to and never cleared: pass them empty. Nothing is caught at this boundary, so what
+// OpenCV or the standard library throws reaches the host. Strings and vectors cross the boundary,
+// so host and library have to be built with the same standard library.
+#ifndef RIGSYNC_CORE_H
+#define RIGSYNC_CORE_H
+
+#include <string>
+#include <vector>
+
+#if defined(_WIN32)
+#if defined(RIGSYNC_CORE_BUILD)
+#define RIGSYNC_CORE_API __declspec(dllexport)
+#else
+#define RIGSYNC_CORE_API __declspec(dllimport)
+#endif
+#else
+#define RIGSYNC_CORE_API __attribute__((visibility("default")))
+#endif
+
+// Solves lens and camera mount from one capture:
+//
+//   Transform_Cam_Tc = Transform_Cam_Chart * Transform_Chart_Tr
+//                    * Transform_Tr_Base * Transform_Base_Tc
+//
+// averaged over the images that pass the outlier filter, with the board's place on its tracker
+// re-estimated from them. docs/conventions.md defines the frames.
+//
+// Reads   Csv_Path           the capture's CSV file: 16 fields a line, image path in field 1.
+//         Board_Cols, _Rows  inner corners along a board row and along a board column.
+//         Square_Size        edge of one board square, metres.
+//         Chart_Euler_Deg    three angles, degrees; the board's rotation as seen from its
+//                            tracker is Rx(a0) * Ry(a1) * Rz(a2).
+//         Chart_Translation  three values, metres: the board's origin as seen from its tracker.
+//         Output_Dir         existing folder for the run log and the reprojection images.
+// Fills   Image_Size         2: width, height, pixels.
+//         Norm_Fxy           2: fx / width, fy / height.
+//         Norm_Cxy           2: cx / width, cy / height.
+//         Distortion         5: k1, k2, p1, p2, k3 of OpenCV's model.
+//         Transform_Cam_Tc   16: row-major 4 by 4, translation in metres.
+// Returns 0; 99 when recalibration is recommended; 6 or 14 when the result is judged a failure:
+//         in these four cases all five vectors are filled. 1, 2, 4, 5, 15: none is filled.
+//         7 to 13: all but Transform_Cam_Tc are filled.
+// Throws  std::invalid_argument when Chart_Euler_Deg or Chart_Translation has fewer than three
+//         elements (the lens vectors are filled by then); std::length_error "vector too long"
+//         when Board_Cols * Board_Rows * 3 is negative as a 32-bit number; cv::Exception from
+//         OpenCV, for example for a board of two corners or fewer in a row.
+RIGSYNC_CORE_API int Calibration(std::string Csv_Path, int Board_Cols, int Board_Rows,
+                                 double Square_Size, std::vector<double> Chart_Euler_Deg,
+                                 std::vector<double> Chart_Translation,
+                                 std::vector<double>& Image_Size, std::vector<double>& Norm_Fxy,
+                                 std::vector<double>& Norm_Cxy, std::vector<double>& Distortion,
+                                 std::vector<double>& Transform_Cam_Tc, std::string Output_Dir);
+
+// The same calibration, with the lens in two further forms.
+//
+// Reads   Sensor_Width_mm, Sensor_Height_mm  the sensor's size in millimetres, unchecked.
+// Fills   FoV              2: horizontal and vertical field of view, degrees, each
+//                          2 * atan(1 / (2 * Norm_Fxy)).
+//         Focal_Length_mm  1: focal length on the axis with the smaller pixel pitch.
+//         Both are filled whenever Distortion is.
+RIGSYNC_CORE_API int Calibration(std::string Csv_Path, double Sensor_Width_mm,
+                                 double Sensor_Height_mm, int Board_Cols, int Board_Rows,
+                                 double Square_Size, std::vector<double> Chart_Euler_Deg,
+                                 std::vector<double> Chart_Translation,
+                                 std::vector<double>& Image_Size, std::vector<double>& Norm_Fxy,
+                                 std::vector<double>& Norm_Cxy, std::vector<double>& Distortion,
+                                 std::vector<double>& Transform_Cam_Tc, std::vector<double>& FoV,
+                                 std::vector<double>& Focal_Length_mm, std::string Output_Dir);
+
+#endif  // RIGSYNC_CORE_H

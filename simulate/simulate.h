@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Captures whose truth is known: chessboard photographs, tracker samples, CSV and truth.json made
+// from a seed. The simulator states every frame convention for itself and shares no code with the
+// library, so that a convention that either side misreads keeps the truth from coming out.
+//
+// Frames and directions, in full. Transform_A_B takes coordinates in B to coordinates in A.
+//   Cam    x right in the image, y down, z along the view.
+//   Chart  origin at the first inner corner, x along a board row, y along a board column.
+//   Tc, Tr trackers on camera and board, in relabelled axes: a tracked body's own axes are
+//          body x = -x, body y = -z, body z = -y of Tc or Tr.
+//   Base   the tracking system.
+// A tracker sample is the tracked point's position in Base, metres, and a unit quaternion
+// w, x, y, z that turns Base directions into body directions.
+#ifndef RIGSYNC_SIMULATE_SIMULATE_H
+#define RIGSYNC_SIMULATE_SIMULATE_H
+
+#include <Eigen/Core>
+#include <Eigen/Geometry>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace simulate {
+
+// A pinhole camera with two radial coefficients (Brown's model): focal lengths and principal point
+// in pixels, the latter in OpenCV's sense, where pixel centres have whole coordinates.
+struct Lens {
+  double Fx = 0, Fy = 0, Cx = 0, Cy = 0;
+  double K1 = 0, K2 = 0;
+};
+
+// How the operator moves.
+enum class Spread {
+  Good,       // tilts on both axes to about 45 degrees, every roll, all corners, near and far
+  Frontal,    // the board always nearly square to the camera
+  Centred,    // the board never leaves the middle of the frame
+  One_Axis,   // tilts about one axis only, no roll
+  Same_Pose,  // every image nearly the same
+};
+
+// The form in which image paths stand in the CSV.
+enum class Path_Form {
+  Absolute,   // folder and name, the platform's own separators
+  Relative,   // images/0001.png, relative to the CSV's folder
+  Name_Only,  // 0001.png; the images then lie beside the CSV
+  Backslash,  // an absolute path whose last separator is a backslash, as a Windows host writes it;
+              // on Linux the backslash is part of the file's name
+};
+
+struct Options {
+  unsigned Seed = 1;
+  int Image_Count = 24;
+  int Width = 1920, Height = 1080;  // pixels
+  int Board_Cols = 11, Board_Rows = 8;  // inner corners
+  double Square_Size = 0.03;            // metres
+  // Lens. Focal lengths and principal point as fractions of width and height; a vertical focal
+  // length of 0 means square pixels.
+  double Norm_Fx = 1.1, Norm_Fy = 0.0, Norm_Cx = 0.503, Norm_Cy = 0.492;
+  double K1 = -0.09, K2 = 0.03;
+  // The mounts that a calibration looks for: Rx * Ry * Rz in degrees, offset in metres. The camera
+  // mount is turned some tens of degrees on purpose: the outlier filter compares rotation axes,
+  // which a mount near 0 or 180 degrees doesn't have.
+  Eigen::Vector3d Camera_Mount_Euler_Deg{35.0, -25.0, 20.0};   // of Transform_Cam_Tc
+  Eigen::Vector3d Camera_Mount_Offset{0.06, -0.14, -0.08};     // of Transform_Cam_Tc
+  Eigen::Vector3d Board_Mount_Euler_Deg{12.0, -20.0, 8.0};     // of Transform_Tr_Chart
+  Eigen::Vector3d Board_Mount_Offset{-0.17, 0.05, 0.04};       // of Transform_Tr_Chart
+  // Tracker noise: standard deviation on every position axis, and of a rotation vector's axes.
+  double Position_Noise_Mm = 0.0;
+  double Rotation_Noise_Deg = 0.0;
+  // Bad rows, drawn without overlap. A stale row repeats the camera tracker's sample of the row
+  // before; a jumped one is moved by Jump_Mm and turned by Jump_Deg.
+  int Stale_Count = 0;
+  int Jump_Count = 0;
+  double Jump_Mm = 80.0, Jump_Deg = 4.0;
+  // Bad images: not written; a flat grey image without a board; cut off after half its bytes.
+  int Missing_Count = 0, Blank_Count = 0, Truncated_Count = 0;
+  // How far the host's board estimate is from the truth, on each of the three axes.
+  double Estimate_Error_Deg = 0.0;
+  double Estimate_Error_Mm = 0.0;
+  // Photographs.
+  Spread Pose_Spread = Spread::Good;
+  double Blur_Pixels = 0.7;         // standard deviation of the optics' blur
+  double Sensor_Noise = 2.0;        // standard deviation, grey levels of 255
+  double Lighting_Gradient = 0.25;  // brightness lost from the lit corner to the far one
+  std::string Image_Format = "png";  // "png" or "jpg"
+  int Jpeg_Quality = 95;
+  Path_Form Paths = Path_Form::Absolute;
+  bool Header = true;  // a first line that names the columns
+};
+
+enum class Row_Kind { Good, Stale, Jumped, Missing_Image, Blank_Image, Truncated_Image };
+
+// A tracker's sample as it stands in a row.
+struct Sample {
+  Eigen::Vector3d Position = Eigen::Vector3d::Zero();                  // metres, in Base
+  Eigen::Quaterniond Rotation = Eigen::Quaterniond::Identity();        // Base to body
+};
+
+struct Image_Truth {
+  std::string Name;                        // file name without a folder
+  Row_Kind Kind = Row_Kind::Good;
+  Eigen::Matrix4d Transform_Cam_Chart;     // true pose of the board
+  Eigen::Matrix4d Transform_Base_Tc;       // true pose of the camera's tracker
+  Eigen::Matrix4d Transform_Base_Tr;       // true pose of the board's tracker
+  Sample Tc, Tr;                           // as recorded: with noise, stale or jumped
+};
+
+// Everything that is known about a capture before a pixel is drawn.
+struct Plan {
+  Options Given;
+  Lens True_Lens;
+  Eigen::Matrix4d Transform_Cam_Tc;
+  Eigen::Matrix4d Transform_Chart_Tr;
+  // The host's estimate of Transform_Tr_Chart: the truth plus the error that was asked for.
+  Eigen::Vector3d Chart_Euler_Deg;    // degrees
+  Eigen::Vector3d Chart_Translation;  // metres
+  std::vector<Image_Truth> Images;
+};
+
+// Draws the poses and samples of a capture. The same options give the same plan on every machine.
+// Throws std::invalid_argument naming the option that can't be met (counts below 0, more bad rows
+// than images, a board of fewer than 2 corners, an unknown image format, a size below 16 pixels).
+Plan Make_Plan(const Options& Given);
+
+// The true image positions of the board's inner corners, row by row, pixels.
+std::vector<Eigen::Vector2d> Project_Board(const Plan& Capture, const Image_Truth& Image);
+
+// Writes the capture into Directory, which is created where it is missing: the photographs
+// (images/NNNN.png, or beside the CSV for Path_Form::Name_Only and Backslash), capture.csv and
+// truth.json. Throws std::runtime_error when a file can't be written.
+void Write_Capture(const Plan& Capture, const std::filesystem::path& Directory);
+
+// Writes capture.csv and truth.json alone, for tests that bring their own photographs.
+void Write_Tables(const Plan& Capture, const std::filesystem::path& Directory);
+
+}  // namespace simulate
+
+#endif  // RIGSYNC_SIMULATE_SIMULATE_H
