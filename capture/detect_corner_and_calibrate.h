@@ -42,14 +42,16 @@ Detection_Plan Plan_Detection(cv::Size Image_Size);
 // Throws     cv::Exception from any OpenCV call but cv::imread. One from cv::imread is dropped and
 //            leaves the previous image in place: it is searched again, under the new name.
 //            std::invalid_argument for a row of Raw_Data_all below 15 numbers, when it is logged.
-int Detect_Corner_And_Calibrate(
-    std::string Log_Path, double& Camera_Rms, cv::Size& Image_Size, cv::Mat& Camera_Matrix,
-    cv::Mat& Distortion, cv::Mat& Rvecs, cv::Mat& Tvecs, std::vector<std::string>& Image_name,
-    std::vector<std::vector<double>>& Raw_Data_all,
-    std::vector<std::vector<cv::Point3f>>& Board_Index_all, std::vector<cv::Point3f>& Board_Index,
-    std::vector<std::vector<cv::Point2f>>& ImageCoordinate, int Board_Cols, int Board_Rows,
-    int /*Window_Size*/, cv::TermCriteria& Corner_Term, float Camera_Rms_Limit,
-    bool /*Show_Corners*/);
+int Detect_Corner_And_Calibrate(std::string Log_Path, double& Camera_Rms, cv::Size& Image_Size,
+                                cv::Mat& Camera_Matrix, cv::Mat& Distortion, cv::Mat& Rvecs,
+                                cv::Mat& Tvecs, std::vector<std::string>& Image_name,
+                                std::vector<std::vector<double>>& Raw_Data_all,
+                                std::vector<std::vector<cv::Point3f>>& Board_Index_all,
+                                std::vector<cv::Point3f>& Board_Index,
+                                std::vector<std::vector<cv::Point2f>>& ImageCoordinate,
+                                int Board_Cols, int Board_Rows, int /*Window_Size*/,
+                                cv::TermCriteria& Corner_Term, float Camera_Rms_Limit,
+                                bool /*Show_Corners*/);
 
 // The lens verdict. Compared in double, the limit widened: an error equal to the limit passes.
 //

@@ -21,8 +21,7 @@
 // Returns    0; 1 when the file can't be opened, lists untouched; 15 as Check_Row_Size, with the
 //            lines before it in both lists and the bad line's name in Image_name.
 // Logs       nothing on success; for code 1 its one line.
-int Read_Raw_Data(std::string Log_Path, std::string Csv_Path,
-                  std::vector<std::string>& Image_name,
+int Read_Raw_Data(std::string Log_Path, std::string Csv_Path, std::vector<std::string>& Image_name,
                   std::vector<std::vector<double>>& Raw_Data_all);
 
 // Returns 0, or 15 when the row hasn't exactly 15 numbers. Read_Raw_Data always cuts 16 fields, so

@@ -12,8 +12,8 @@
 // Throws std::invalid_argument, naming the vector and both sizes, when Given is below Needed.
 inline void Require_Size(const std::string& Name, std::size_t Needed, std::size_t Given) {
   if (Given < Needed) {
-    throw std::invalid_argument(Name + " needs " + std::to_string(Needed) +
-                                " elements and has " + std::to_string(Given));
+    throw std::invalid_argument(Name + " needs " + std::to_string(Needed) + " elements and has " +
+                                std::to_string(Given));
   }
 }
 

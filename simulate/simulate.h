@@ -52,7 +52,7 @@ enum class Path_Form {
 struct Options {
   unsigned Seed = 1;
   int Image_Count = 24;
-  int Width = 1920, Height = 1080;  // pixels
+  int Width = 1920, Height = 1080;      // pixels
   int Board_Cols = 11, Board_Rows = 8;  // inner corners
   double Square_Size = 0.03;            // metres
   // Lens. Focal lengths and principal point as fractions of width and height; a vertical focal
@@ -62,10 +62,10 @@ struct Options {
   // The mounts that a calibration looks for: Rx * Ry * Rz in degrees, offset in metres. The camera
   // mount is turned some tens of degrees on purpose: the outlier filter compares rotation axes,
   // which a mount near 0 or 180 degrees doesn't have.
-  Eigen::Vector3d Camera_Mount_Euler_Deg{35.0, -25.0, 20.0};   // of Transform_Cam_Tc
-  Eigen::Vector3d Camera_Mount_Offset{0.06, -0.14, -0.08};     // of Transform_Cam_Tc
-  Eigen::Vector3d Board_Mount_Euler_Deg{12.0, -20.0, 8.0};     // of Transform_Tr_Chart
-  Eigen::Vector3d Board_Mount_Offset{-0.17, 0.05, 0.04};       // of Transform_Tr_Chart
+  Eigen::Vector3d Camera_Mount_Euler_Deg{35.0, -25.0, 20.0};  // of Transform_Cam_Tc
+  Eigen::Vector3d Camera_Mount_Offset{0.06, -0.14, -0.08};    // of Transform_Cam_Tc
+  Eigen::Vector3d Board_Mount_Euler_Deg{12.0, -20.0, 8.0};    // of Transform_Tr_Chart
+  Eigen::Vector3d Board_Mount_Offset{-0.17, 0.05, 0.04};      // of Transform_Tr_Chart
   // Tracker noise: standard deviation on every position axis, and of a rotation vector's axes.
   double Position_Noise_Mm = 0.0;
   double Rotation_Noise_Deg = 0.0;
@@ -81,9 +81,9 @@ struct Options {
   double Estimate_Error_Mm = 0.0;
   // Photographs.
   Spread Pose_Spread = Spread::Good;
-  double Blur_Pixels = 0.7;         // standard deviation of the optics' blur
-  double Sensor_Noise = 2.0;        // standard deviation, grey levels of 255
-  double Lighting_Gradient = 0.25;  // brightness lost from the lit corner to the far one
+  double Blur_Pixels = 0.7;          // standard deviation of the optics' blur
+  double Sensor_Noise = 2.0;         // standard deviation, grey levels of 255
+  double Lighting_Gradient = 0.25;   // brightness lost from the lit corner to the far one
   std::string Image_Format = "png";  // "png" or "jpg"
   int Jpeg_Quality = 95;
   Path_Form Paths = Path_Form::Absolute;
@@ -94,17 +94,17 @@ enum class Row_Kind { Good, Stale, Jumped, Missing_Image, Blank_Image, Truncated
 
 // A tracker's sample as it stands in a row.
 struct Sample {
-  Eigen::Vector3d Position = Eigen::Vector3d::Zero();                  // metres, in Base
-  Eigen::Quaterniond Rotation = Eigen::Quaterniond::Identity();        // Base to body
+  Eigen::Vector3d Position = Eigen::Vector3d::Zero();            // metres, in Base
+  Eigen::Quaterniond Rotation = Eigen::Quaterniond::Identity();  // Base to body
 };
 
 struct Image_Truth {
-  std::string Name;                        // file name without a folder
+  std::string Name;  // file name without a folder
   Row_Kind Kind = Row_Kind::Good;
-  Eigen::Matrix4d Transform_Cam_Chart;     // true pose of the board
-  Eigen::Matrix4d Transform_Base_Tc;       // true pose of the camera's tracker
-  Eigen::Matrix4d Transform_Base_Tr;       // true pose of the board's tracker
-  Sample Tc, Tr;                           // as recorded: with noise, stale or jumped
+  Eigen::Matrix4d Transform_Cam_Chart;  // true pose of the board
+  Eigen::Matrix4d Transform_Base_Tc;    // true pose of the camera's tracker
+  Eigen::Matrix4d Transform_Base_Tr;    // true pose of the board's tracker
+  Sample Tc, Tr;                        // as recorded: with noise, stale or jumped
 };
 
 // Everything that is known about a capture before a pixel is drawn.

@@ -37,7 +37,8 @@ int Split_Pose(const std::string& Log_Path, const Eigen::Matrix4d& Pose,
 // stays as the caller set it. The quaternion isn't normalised again, so the block is orthonormal
 // to float only.
 // Returns    0, or what Set_Rotation_Block returns.
-int Assemble_Mean_Pose(const std::string& Log_Path, const std::vector<Eigen::Vector4f>& Quaternion_all,
+int Assemble_Mean_Pose(const std::string& Log_Path,
+                       const std::vector<Eigen::Vector4f>& Quaternion_all,
                        const Eigen::Vector3f& Translation_Sum, std::size_t Count,
                        Eigen::Matrix4d& Mean_Pose);
 
