@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Run logs as tests compare them: whole, line by line, with the time text checked and removed.
+#ifndef RIGSYNC_TESTS_SUPPORT_RUN_LOG_READER_H
+#define RIGSYNC_TESTS_SUPPORT_RUN_LOG_READER_H
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+// The messages of a log file or of captured standard output. Throws when a line isn't a time text,
+// a tab and a message, or when the last line has no newline.
+inline std::vector<std::string> Messages(const std::string& Text) {
+  static const std::regex Time("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}");
+  std::vector<std::string> Lines;
+  std::size_t Start = 0;
+  while (Start < Text.size()) {
+    const std::size_t End = Text.find('\n', Start);
+    if (End == std::string::npos) throw std::runtime_error("last log line has no newline");
+    const std::string Line = Text.substr(Start, End - Start);
+    if (Line.size() < 20 || Line[19] != '\t' || !std::regex_match(Line.substr(0, 19), Time)) {
+      throw std::runtime_error("not a log line: " + Line);
+    }
+    Lines.push_back(Line.substr(20));
+    Start = End + 1;
+  }
+  return Lines;
+}
+
+inline std::string Read_File(const std::filesystem::path& Path) {
+  std::ifstream File(Path, std::ios::binary);
+  if (!File.is_open()) throw std::runtime_error("no file " + Path.string());
+  return {std::istreambuf_iterator<char>(File), std::istreambuf_iterator<char>()};
+}
+
+// The run log files of a folder, oldest name first. A run that starts a second later than another
+// has a file of its own.
+inline std::vector<std::filesystem::path> Run_Logs(const std::filesystem::path& Folder) {
+  std::vector<std::filesystem::path> Found;
+  for (const auto& Entry : std::filesystem::directory_iterator(Folder)) {
+    if (Entry.path().filename().string().rfind("log_", 0) == 0) Found.push_back(Entry.path());
+  }
+  std::sort(Found.begin(), Found.end());
+  return Found;
+}
+
+// All messages of all run logs of a folder, in order.
+inline std::vector<std::string> Read_Run_Log(const std::filesystem::path& Folder) {
+  std::vector<std::string> Lines;
+  for (const auto& Path : Run_Logs(Folder)) {
+    const std::vector<std::string> More = Messages(Read_File(Path));
+    Lines.insert(Lines.end(), More.begin(), More.end());
+  }
+  return Lines;
+}
+
+// The messages that a stage wrote to the log file at Path; none where there is no file.
+inline std::vector<std::string> Read_Log_File(const std::filesystem::path& Path) {
+  return std::filesystem::exists(Path) ? Messages(Read_File(Path)) : std::vector<std::string>();
+}
+
+#endif  // RIGSYNC_TESTS_SUPPORT_RUN_LOG_READER_H
