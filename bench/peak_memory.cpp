@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Peak memory of one Calibration over 20 and over 120 images, each in a process of its own. Images
+// are decoded one at a time, so the peak may grow by the lists and by the lens solve's equations,
+// and by no picture. The long capture lists the photographs of the short one six times over.
+#include "rigsync_core.h"
+#include "simulate/simulate.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int Short_Count = 20;
+constexpr int Repeats = 6;
+constexpr int Width = 1920, Height = 1080;
+
+// Peak resident memory of a child that runs one calibration, MiB. The child is forked before any
+// picture was ever decoded here, so that nothing of this process counts.
+double Peak_Of_Calibration(const std::filesystem::path& Csv, const simulate::Plan& Plan,
+                           const std::filesystem::path& Output) {
+  const pid_t Child = fork();
+  if (Child == 0) {
+    dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+    const simulate::Options& Given = Plan.Given;
+    const Eigen::Vector3d &Angles = Plan.Chart_Euler_Deg, &Offset = Plan.Chart_Translation;
+    std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc;
+    const int Code =
+        Calibration(Csv.string(), Given.Board_Cols, Given.Board_Rows, Given.Square_Size,
+                    {Angles.x(), Angles.y(), Angles.z()}, {Offset.x(), Offset.y(), Offset.z()},
+                    Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc, Output.string());
+    _exit(Code);
+  }
+  int Status = 0;
+  rusage Usage{};
+  if (Child < 0 || wait4(Child, &Status, 0, &Usage) != Child) {
+    throw std::runtime_error("no child process");
+  }
+  if (!WIFEXITED(Status) || WEXITSTATUS(Status) != 0) {
+    throw std::runtime_error("the calibration didn't return 0");
+  }
+  return static_cast<double>(Usage.ru_maxrss) / 1024.0;
+}
+
+// Photographs are drawn in a child too, for the same reason.
+void Draw_Capture(const simulate::Plan& Plan, const std::filesystem::path& Folder) {
+  const pid_t Child = fork();
+  if (Child == 0) {
+    simulate::Write_Capture(Plan, Folder);
+    _exit(0);
+  }
+  int Status = 0;
+  if (Child < 0 || waitpid(Child, &Status, 0) != Child || Status != 0) {
+    throw std::runtime_error("the capture wasn't drawn");
+  }
+}
+
+void Repeat_Rows(const std::filesystem::path& Csv, const std::filesystem::path& Longer) {
+  std::ifstream In(Csv);
+  std::vector<std::string> Lines;
+  for (std::string Line; std::getline(In, Line);) Lines.push_back(Line);
+  std::ofstream Out(Longer);
+  for (int Repeat = 0; Repeat < Repeats; ++Repeat) {
+    for (const std::string& Line : Lines) Out << Line << '\n';
+  }
+}
+
+}  // namespace
+
+int main() {
+  const std::filesystem::path Root =
+      std::filesystem::temp_directory_path() / ("rigsync_memory_" + std::to_string(getpid()));
+  simulate::Options Options;
+  Options.Width = Width;
+  Options.Height = Height;
+  Options.Image_Count = Short_Count;
+  const simulate::Plan Plan = simulate::Make_Plan(Options);
+  Draw_Capture(Plan, Root);
+  std::filesystem::create_directory(Root / "output");
+  Repeat_Rows(Root / "capture.csv", Root / "longer.csv");
+
+  const double Short_Peak = Peak_Of_Calibration(Root / "capture.csv", Plan, Root / "output");
+  const double Long_Peak = Peak_Of_Calibration(Root / "longer.csv", Plan, Root / "output");
+  std::filesystem::remove_all(Root);
+
+  // The lists are small (88 corners and three poses an image); the lens solve of 120 images keeps a
+  // few square matrices of 6 * 120 + 9 rows, 4 MiB each.
+  const double Image_MiB = 3.0 * Width * Height / (1024.0 * 1024.0);
+  const double Matrix_MiB = 8.0 * 729.0 * 729.0 / (1024.0 * 1024.0);
+  const double Limit_MiB = 8.0 * Matrix_MiB;
+  std::printf("Peak memory, %dx%d (one image is %.1f MiB):\n", Width, Height, Image_MiB);
+  std::printf("  %3d images  %7.1f MiB\n", Short_Count, Short_Peak);
+  std::printf("  %3d images  %7.1f MiB\n", Short_Count * Repeats, Long_Peak);
+  std::printf("  growth      %7.1f MiB (limit %.1f; 100 more images held would be %.0f)\n",
+              Long_Peak - Short_Peak, Limit_MiB, 100.0 * Image_MiB);
+  return Long_Peak - Short_Peak <= Limit_MiB ? 0 : 1;
+}
