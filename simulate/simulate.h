@@ -121,7 +121,8 @@ struct Plan {
 
 // Draws the poses and samples of a capture. The same options give the same plan on every machine.
 // Throws std::invalid_argument naming the option that can't be met (counts below 0, more bad rows
-// than images, a board of fewer than 2 corners, an unknown image format, a size below 16 pixels).
+// than images, a board of fewer than 2 corners a side, an unknown image format, a size below 16
+// pixels).
 Plan Make_Plan(const Options& Given);
 
 // The true image positions of the board's inner corners, row by row, pixels.
@@ -134,6 +135,39 @@ void Write_Capture(const Plan& Capture, const std::filesystem::path& Directory);
 
 // Writes capture.csv and truth.json alone, for tests that bring their own photographs.
 void Write_Tables(const Plan& Capture, const std::filesystem::path& Directory);
+
+// The noise-free sample of a tracker whose pose with relabelled axes is Transform_Base_Tracker
+// (Transform_Base_Tc or Transform_Base_Tr). The quaternion has w of at least 0.
+Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker);
+
+// What an image's row is called in truth.json: good, stale, jumped, missing, blank or truncated.
+const char* Kind_Name(Row_Kind Kind);
+
+// What truth.json tells about a row of capture.csv.
+struct Row_Truth {
+  std::string Name;  // file name without a folder
+  Row_Kind Kind = Row_Kind::Good;
+  int Csv_Line = 0;  // counted from 1, the header among them
+  Eigen::Matrix4d Transform_Cam_Chart;
+};
+
+// What truth.json tells about a capture.
+struct Truth {
+  unsigned Seed = 0;
+  int Width = 0, Height = 0;           // pixels
+  int Board_Cols = 0, Board_Rows = 0;  // inner corners
+  double Square_Size = 0;              // metres
+  Lens True_Lens;
+  Eigen::Matrix4d Transform_Cam_Tc;
+  Eigen::Matrix4d Transform_Chart_Tr;
+  Eigen::Vector3d Chart_Euler_Deg;    // the host's estimate, degrees
+  Eigen::Vector3d Chart_Translation;  // the host's estimate, metres
+  double Position_Noise_Mm = 0, Rotation_Noise_Deg = 0;
+  std::vector<Row_Truth> Rows;
+};
+
+// Reads a truth.json. Throws std::runtime_error naming the file when it can't be read or isn't one.
+Truth Read_Truth(const std::filesystem::path& Path);
 
 }  // namespace simulate
 

@@ -1,0 +1,498 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Draws a capture: where the board and both trackers are at every image, what the trackers report,
+// and which rows are bad. Poses are drawn by recipe, a steep one, one in a corner of the frame, a
+// near one and so on, and each is then pushed to the place in the frame that its recipe names.
+#include "simulate/geometry.h"
+#include "simulate/random.h"
+#include "simulate/simulate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace simulate {
+
+namespace {
+
+// Purposes that draw random numbers of their own; the photographs draw theirs in render.cpp.
+enum Stream : unsigned { Board_Poses = 1, Camera_Poses, Tracker_Noise, Bad_Rows, Host_Estimate };
+
+void Require(bool Holds, const std::string& Option, const std::string& Rule) {
+  if (!Holds) throw std::invalid_argument("simulate: " + Option + " " + Rule);
+}
+
+void Require_At_Least_0(double Value, const std::string& Option) {
+  Require(std::isfinite(Value) && Value >= 0.0, Option, "has to be a number of at least 0");
+}
+
+void Check_Options(const Options& Given) {
+  Require(Given.Image_Count >= 0, "Image_Count", "has to be at least 0");
+  // 32768 is where OpenCV's image filters end.
+  Require(Given.Width >= 16 && Given.Width < 32768, "Width", "has to be from 16 to 32767 pixels");
+  Require(Given.Height >= 16 && Given.Height < 32768, "Height",
+          "has to be from 16 to 32767 pixels");
+  Require(Given.Board_Cols >= 2, "Board_Cols", "has to be at least 2");
+  Require(Given.Board_Rows >= 2, "Board_Rows", "has to be at least 2");
+  Require(std::isfinite(Given.Square_Size) && Given.Square_Size > 0.0, "Square_Size",
+          "has to be above 0");
+  Require(std::isfinite(Given.Norm_Fx) && Given.Norm_Fx > 0.0, "Norm_Fx", "has to be above 0");
+  Require_At_Least_0(Given.Norm_Fy, "Norm_Fy");
+  Require(Given.Norm_Cx >= 0.0 && Given.Norm_Cx <= 1.0, "Norm_Cx", "has to be from 0 to 1");
+  Require(Given.Norm_Cy >= 0.0 && Given.Norm_Cy <= 1.0, "Norm_Cy", "has to be from 0 to 1");
+  Require(std::isfinite(Given.K1), "K1", "has to be a finite number");
+  Require(std::isfinite(Given.K2), "K2", "has to be a finite number");
+  Require(Given.Camera_Mount_Euler_Deg.allFinite(), "Camera_Mount_Euler_Deg", "has to be finite");
+  Require(Given.Camera_Mount_Offset.allFinite(), "Camera_Mount_Offset", "has to be finite");
+  Require(Given.Board_Mount_Euler_Deg.allFinite(), "Board_Mount_Euler_Deg", "has to be finite");
+  Require(Given.Board_Mount_Offset.allFinite(), "Board_Mount_Offset", "has to be finite");
+  Require_At_Least_0(Given.Position_Noise_Mm, "Position_Noise_Mm");
+  Require_At_Least_0(Given.Rotation_Noise_Deg, "Rotation_Noise_Deg");
+  Require_At_Least_0(Given.Jump_Mm, "Jump_Mm");
+  Require_At_Least_0(Given.Jump_Deg, "Jump_Deg");
+  Require_At_Least_0(Given.Estimate_Error_Deg, "Estimate_Error_Deg");
+  Require_At_Least_0(Given.Estimate_Error_Mm, "Estimate_Error_Mm");
+  Require_At_Least_0(Given.Blur_Pixels, "Blur_Pixels");
+  Require(Given.Blur_Pixels <= 100.0, "Blur_Pixels", "has to be at most 100");
+  Require_At_Least_0(Given.Sensor_Noise, "Sensor_Noise");
+  Require(Given.Lighting_Gradient >= 0.0 && Given.Lighting_Gradient <= 1.0, "Lighting_Gradient",
+          "has to be from 0 to 1");
+  Require(Given.Image_Format == "png" || Given.Image_Format == "jpg", "Image_Format",
+          "has to be png or jpg, not \"" + Given.Image_Format + "\"");
+  Require(Given.Jpeg_Quality >= 0 && Given.Jpeg_Quality <= 100, "Jpeg_Quality",
+          "has to be from 0 to 100");
+
+  // Counts are summed in 64 bits: five large ints don't fit an int.
+  Require(Given.Stale_Count >= 0, "Stale_Count", "has to be at least 0");
+  Require(Given.Jump_Count >= 0, "Jump_Count", "has to be at least 0");
+  Require(Given.Missing_Count >= 0, "Missing_Count", "has to be at least 0");
+  Require(Given.Blank_Count >= 0, "Blank_Count", "has to be at least 0");
+  Require(Given.Truncated_Count >= 0, "Truncated_Count", "has to be at least 0");
+  Require(Given.Stale_Count < std::max(Given.Image_Count, 1), "Stale_Count",
+          "has to be below Image_Count: the first row has none before it to repeat");
+  const long long Bad = 0LL + Given.Stale_Count + Given.Jump_Count + Given.Missing_Count +
+                        Given.Blank_Count + Given.Truncated_Count;
+  Require(Bad <= Given.Image_Count,
+          "Stale_Count + Jump_Count + Missing_Count + Blank_Count + Truncated_Count",
+          "has to be at most Image_Count");
+}
+
+Lens Lens_In_Pixels(const Options& Given) {
+  Lens Pixels;
+  Pixels.Fx = Given.Norm_Fx * Given.Width;
+  Pixels.Fy = Given.Norm_Fy > 0.0 ? Given.Norm_Fy * Given.Height : Pixels.Fx;
+  Pixels.Cx = Given.Norm_Cx * Given.Width;
+  Pixels.Cy = Given.Norm_Cy * Given.Height;
+  Pixels.K1 = Given.K1;
+  Pixels.K2 = Given.K2;
+  return Pixels;
+}
+
+// ---- Where the board is ----------------------------------------------------------------------
+
+// What a recipe asks of one image.
+struct Wish {
+  double Tilt_Deg = 0;            // between the board's normal and the view direction
+  double Tilt_Direction_Deg = 0;  // of the tilt's axis: 0 along the camera's x, 90 along its y
+  double Roll_Deg = 0;            // of the board in its own plane, before the tilt
+  Eigen::Vector2d Place{0, 0};    // in the free room of the frame, -1 to 1 on both axes
+  double Fill = 0.7;              // part of the frame that the board spans on its tighter axis
+};
+
+// Points all around the edge of the board's white margin, which is one square wide.
+std::vector<Eigen::Vector3d> Board_Outline(const Options& Given) {
+  const double Left = -2.0 * Given.Square_Size, Right = (Given.Board_Cols + 1) * Given.Square_Size;
+  const double Top = -2.0 * Given.Square_Size, Bottom = (Given.Board_Rows + 1) * Given.Square_Size;
+  // A straight edge is drawn as a curve, which eight points a side follow closely enough.
+  constexpr int Steps = 8;
+  std::vector<Eigen::Vector3d> Outline;
+  for (int k = 0; k < Steps; ++k) {
+    const double Across = Left + (Right - Left) * k / Steps;
+    const double Along = Top + (Bottom - Top) * k / Steps;
+    Outline.emplace_back(Across, Top, 0);
+    Outline.emplace_back(Right, Along, 0);
+    Outline.emplace_back(Right + Left - Across, Bottom, 0);
+    Outline.emplace_back(Left, Bottom + Top - Along, 0);
+  }
+  return Outline;
+}
+
+Eigen::Vector3d Transformed(const Eigen::Matrix4d& Pose, const Eigen::Vector3d& Point) {
+  return Pose.topLeftCorner<3, 3>() * Point + Pose.topRightCorner<3, 1>();
+}
+
+// Pixels that stay free on all sides of the frame.
+double Frame_Margin(const Options& Given) {
+  return 1.0 + 0.01 * std::min(Given.Width, Given.Height);
+}
+
+// Pushes the board to the wished place and distance. The projection isn't linear, so this walks:
+// draw the outline, scale the distance and shift the board by what its bounding box is off.
+// False when the walk leaves what the lens can draw.
+bool Place_Board(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
+                 const Eigen::Matrix3d& Rotation_Cam_Chart, const Wish& Wanted,
+                 Eigen::Matrix4d& Transform_Cam_Chart) {
+  const Options& Given = Capture.Given;
+  const Lens& Through = Capture.True_Lens;
+  const double Fold = Fold_Radius(Through);
+  const Eigen::Vector2d Focal(Through.Fx, Through.Fy);
+  const double Margin = Frame_Margin(Given);
+  const Eigen::Vector2d Corner(Margin, Margin);
+  const Eigen::Vector2d Room(Given.Width - 1 - 2 * Margin, Given.Height - 1 - 2 * Margin);
+  const Eigen::Vector3d Middle_Chart((Given.Board_Cols - 1) * Given.Square_Size / 2,
+                                     (Given.Board_Rows - 1) * Given.Square_Size / 2, 0);
+  const double Board_Width = (Given.Board_Cols + 3) * Given.Square_Size;
+
+  Eigen::Vector3d Middle_Cam(0, 0, 2.0 * Board_Width * std::max(Given.Norm_Fx, 0.5));
+  constexpr int Most_Steps = 60;
+  for (int Step = 0; Step < Most_Steps; ++Step) {
+    Transform_Cam_Chart =
+        Pose_From(Rotation_Cam_Chart, Middle_Cam - Rotation_Cam_Chart * Middle_Chart);
+    Eigen::Vector2d Low(1e300, 1e300), High(-1e300, -1e300);
+    for (const Eigen::Vector3d& Edge_Chart : Outline) {
+      const Eigen::Vector3d Edge_Cam = Transformed(Transform_Cam_Chart, Edge_Chart);
+      if (!(Edge_Cam.z() > 0.1 * Middle_Cam.z())) return false;
+      if (!(Edge_Cam.head<2>().norm() < 0.98 * Fold * Edge_Cam.z())) return false;
+      const Eigen::Vector2d Drawn = Project(Through, Edge_Cam);
+      Low = Low.cwiseMin(Drawn);
+      High = High.cwiseMax(Drawn);
+    }
+    const Eigen::Vector2d Span = High - Low;
+    const Eigen::Vector2d Goal =
+        Corner + Span / 2 + (0.5 * (Wanted.Place.array() + 1.0) * (Room - Span).array()).matrix();
+    const Eigen::Vector2d Off = Goal - (Low + High) / 2;
+    const double Stretch = Span.cwiseQuotient(Room).maxCoeff() / Wanted.Fill;
+    if (std::abs(Stretch - 1.0) < 1e-3 && Off.norm() < 0.05 * Margin) return true;
+    Middle_Cam.head<2>() += Off.cwiseQuotient(Focal) * Middle_Cam.z();
+    Middle_Cam *= std::clamp(Stretch, 0.5, 2.0);
+  }
+  return false;
+}
+
+// Whether an operator would keep this image: the board in the frame with its margin, not seen too
+// flatly, its squares large enough to be told apart.
+bool Is_Usable(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
+               const Eigen::Matrix4d& Transform_Cam_Chart, double Smallest_Square) {
+  const Options& Given = Capture.Given;
+  const double Margin = 0.9 * Frame_Margin(Given);
+  // Beyond 60 degrees between a line of sight and the board's normal, squares shrink to half.
+  const double Flattest_Cosine = std::cos(Radians(60.0));
+  const Eigen::Vector3d Normal_Cam = Transform_Cam_Chart.block<3, 1>(0, 2);
+  for (const Eigen::Vector3d& Edge_Chart : Outline) {
+    const Eigen::Vector3d Edge_Cam = Transformed(Transform_Cam_Chart, Edge_Chart);
+    if (!(Normal_Cam.dot(Edge_Cam.normalized()) > Flattest_Cosine)) return false;
+    const Eigen::Vector2d Drawn = Project(Capture.True_Lens, Edge_Cam);
+    if (!(Drawn.minCoeff() >= Margin && Drawn.x() <= Given.Width - 1 - Margin &&
+          Drawn.y() <= Given.Height - 1 - Margin)) {
+      return false;
+    }
+  }
+  Image_Truth Image;
+  Image.Transform_Cam_Chart = Transform_Cam_Chart;
+  const std::vector<Eigen::Vector2d> Corners = Project_Board(Capture, Image);
+  const int Cols = Given.Board_Cols;
+  for (int i = 0; i < static_cast<int>(Corners.size()); ++i) {
+    const Eigen::Vector2d& Corner = Corners[static_cast<size_t>(i)];
+    const bool Has_Right = i % Cols + 1 < Cols;
+    const bool Has_Below = i + Cols < static_cast<int>(Corners.size());
+    if (Has_Right && (Corners[static_cast<size_t>(i + 1)] - Corner).norm() < Smallest_Square) {
+      return false;
+    }
+    if (Has_Below && (Corners[static_cast<size_t>(i + Cols)] - Corner).norm() < Smallest_Square) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// A board whose counts are both even or both odd looks the same after half a turn, so that no
+// reader can tell its first corner from its last.
+bool Is_Half_Turn_Symmetric(const Options& Given) {
+  return (Given.Board_Cols + Given.Board_Rows) % 2 == 0;
+}
+
+// The good operator's images come in sixes: two steep, two in corners of the frame, one near, one
+// anywhere. Number is the image's place among them, before the order is shuffled.
+Wish Draw_Good_Wish(Random& Draw, int Number, int Count) {
+  const int Six = Number / 6, In_Six = Number % 6;
+  Wish Wanted;
+  // Rolls go once around over the whole capture, in a stride that shares no factor with it.
+  const double Slot = std::fmod(Number * 0.61803398874989485, 1.0);
+  Wanted.Roll_Deg = 360.0 * Slot + Draw.Between(-0.5, 0.5) * 360.0 / std::max(Count, 1);
+  Wanted.Tilt_Direction_Deg = Draw.Between(0.0, 360.0);
+  switch (In_Six) {
+    case 0:
+    case 1: {
+      // Steep, about x and y in turn and to both sides.
+      const int Turn = 2 * Six + In_Six;
+      const int Quarter[] = {0, 1, 2, 3};
+      Wanted.Tilt_Direction_Deg = 90.0 * Quarter[Turn % 4] + Draw.Between(-10.0, 10.0);
+      Wanted.Tilt_Deg = Draw.Between(39.0, 45.0);
+      Wanted.Place = {Draw.Between(-0.5, 0.5), Draw.Between(-0.5, 0.5)};
+      Wanted.Fill = Draw.Between(0.75, 0.97);
+      break;
+    }
+    case 2:
+    case 3: {
+      // In the corners in turn, rolled so that a corner of the board points there.
+      const int Turn = 2 * Six + In_Six - 2;
+      Wanted.Tilt_Deg = Draw.Between(5.0, 25.0);
+      Wanted.Roll_Deg = 90.0 * (Turn + Turn / 4) + Draw.Between(-15.0, 15.0);
+      Wanted.Place = {Turn % 2 == 0 ? -1.0 : 1.0, Turn / 2 % 2 == 0 ? -1.0 : 1.0};
+      Wanted.Fill = Draw.Between(0.5, 0.65);
+      break;
+    }
+    case 4:
+      Wanted.Tilt_Deg = Draw.Between(0.0, 25.0);
+      Wanted.Place = {Draw.Between(-1.0, 1.0), Draw.Between(-1.0, 1.0)};
+      Wanted.Fill = Draw.Between(0.9, 0.98);
+      break;
+    default:
+      Wanted.Tilt_Deg = Draw.Between(10.0, 40.0);
+      Wanted.Place = {Draw.Between(-1.0, 1.0), Draw.Between(-1.0, 1.0)};
+      Wanted.Fill = Draw.Between(0.55, 0.8);
+      break;
+  }
+  return Wanted;
+}
+
+Wish Draw_Wish(Random& Draw, Spread Manner, int Number, int Count) {
+  Wish Wanted = Draw_Good_Wish(Draw, Number, Count);
+  switch (Manner) {
+    case Spread::Good:
+      break;
+    case Spread::Frontal:
+      Wanted.Tilt_Deg = Draw.Between(0.0, 4.0);
+      break;
+    case Spread::Centred:
+      Wanted.Place = {Draw.Between(-0.05, 0.05), Draw.Between(-0.05, 0.05)};
+      Wanted.Fill = Draw.Between(0.5, 0.7);
+      break;
+    case Spread::One_Axis:
+      Wanted.Tilt_Direction_Deg = Number % 2 == 0 ? 90.0 : 270.0;
+      Wanted.Roll_Deg = 0.0;
+      break;
+    case Spread::Same_Pose:
+      Wanted.Tilt_Deg = 15.0 + Draw.Between(-0.3, 0.3);
+      Wanted.Tilt_Direction_Deg = 40.0;
+      Wanted.Roll_Deg = Draw.Between(-0.3, 0.3);
+      Wanted.Place = {Draw.Between(-0.02, 0.02), Draw.Between(-0.02, 0.02)};
+      Wanted.Fill = 0.75 + Draw.Between(-0.003, 0.003);
+      break;
+  }
+  return Wanted;
+}
+
+// Draws until an image is usable. What is asked for grows milder with every try, so that a lens or
+// a frame that leaves little room gets the best that it can have.
+Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
+                                Random& Draw, int Number) {
+  const Options& Given = Capture.Given;
+  // Squares below about 10 pixels in an image reduced to 720 across aren't found reliably.
+  const double Wanted_Square = std::max(Given.Width / 72.0, 10.0);
+  constexpr int Most_Tries = 60;
+  for (int Try = 0; Try < Most_Tries; ++Try) {
+    Wish Wanted = Draw_Wish(Draw, Given.Pose_Spread, Number, Given.Image_Count);
+    const double Milder = 1.0 - static_cast<double>(Try) / Most_Tries;
+    const double Mildly = Try < 10 ? 1.0 : Milder;
+    Wanted.Tilt_Deg *= Mildly;
+    Wanted.Place *= Mildly;
+    Wanted.Fill = Try < 5 ? Wanted.Fill : std::max(Wanted.Fill, 0.95 * (1.0 - Milder * Milder));
+    if (Is_Half_Turn_Symmetric(Given)) {
+      Wanted.Roll_Deg = 75.0 * std::sin(Radians(Wanted.Roll_Deg));
+    }
+    const double Direction = Radians(Wanted.Tilt_Direction_Deg);
+    const Eigen::Vector3d Tilt(Radians(Wanted.Tilt_Deg) * std::cos(Direction),
+                               Radians(Wanted.Tilt_Deg) * std::sin(Direction), 0.0);
+    const Eigen::Matrix3d Rotation_Cam_Chart =
+        Rotation_Of(Tilt) * Rotation_Z(Radians(Wanted.Roll_Deg));
+    Eigen::Matrix4d Transform_Cam_Chart;
+    if (Place_Board(Capture, Outline, Rotation_Cam_Chart, Wanted, Transform_Cam_Chart) &&
+        Is_Usable(Capture, Outline, Transform_Cam_Chart, Wanted_Square * Mildly * Mildly)) {
+      return Transform_Cam_Chart;
+    }
+  }
+  throw std::invalid_argument(
+      "simulate: Norm_Fx, Norm_Fy, Norm_Cx, Norm_Cy, K1 and K2 have to describe a lens that shows "
+      "the whole board in the frame");
+}
+
+// ---- Where the camera is ---------------------------------------------------------------------
+
+// Base is drawn with x to the right, y ahead and z up, and the camera upright in it before it is
+// turned: its x stays, its y points down, its z ahead.
+Eigen::Matrix4d Draw_Camera_Pose(Random& Draw, Spread Manner) {
+  Eigen::Matrix3d Upright;
+  Upright << 1, 0, 0,  //
+      0, 0, 1,         //
+      0, -1, 0;
+  const double Yaw = Radians(Draw.Between(-40.0, 40.0));
+  const double Pitch = Radians(Draw.Between(-25.0, 25.0));
+  const double Roll = Radians(Draw.Between(-20.0, 20.0));
+  const double X = Draw.Between(-1.2, 1.2), Y = Draw.Between(-0.8, 0.8);
+  const double Z = Draw.Between(0.9, 1.9);
+  // The operator who repeats one pose hardly moves the camera either.
+  const double Moves = Manner == Spread::Same_Pose ? 0.005 : 1.0;
+  const Eigen::Matrix3d Rotation_Base_Cam =
+      Rotation_Z(Moves * Yaw) * Rotation_X(Moves * Pitch) * Rotation_Y(Moves * Roll) * Upright;
+  return Pose_From(Rotation_Base_Cam, {Moves * X, Moves * Y, 1.4 + Moves * (Z - 1.4)});
+}
+
+// ---- What the trackers say -------------------------------------------------------------------
+
+// Turns a body by a rotation vector in its own axes, radians, and moves it in Base, metres.
+Sample Moved(const Sample& From, const Eigen::Vector3d& Shift, const Eigen::Vector3d& Turn) {
+  Sample To;
+  To.Position = From.Position + Shift;
+  // The quaternion turns Base directions into body directions, so a turn in body axes comes last.
+  const Eigen::Matrix3d Rotation_Body_Base =
+      Rotation_Of(Turn) * From.Rotation.normalized().toRotationMatrix();
+  To.Rotation = Eigen::Quaterniond(Rotation_Body_Base).normalized();
+  if (To.Rotation.w() < 0.0) To.Rotation.coeffs() = -To.Rotation.coeffs();
+  return To;
+}
+
+Sample With_Noise(const Options& Given, const Sample& From, Random& Draw) {
+  const Eigen::Vector3d Shift = Given.Position_Noise_Mm * 1e-3 * Draw.Gaussian_Vector();
+  const Eigen::Vector3d Turn = Radians(Given.Rotation_Noise_Deg) * Draw.Gaussian_Vector();
+  return Moved(From, Shift, Turn);
+}
+
+// Deals the bad kinds to rows, each row getting one at most. Row 0 has no row before it that a
+// stale sample could repeat, so stale rows are dealt first, from the others.
+void Deal_Bad_Rows(Plan& Capture) {
+  const Options& Given = Capture.Given;
+  Random Draw(Given.Seed, Bad_Rows);
+  std::vector<int> Rows;
+  for (int i = 1; i < Given.Image_Count; ++i) Rows.push_back(i);
+  const auto Deal = [&](Row_Kind Kind, int Count) {
+    for (int k = 0; k < Count; ++k) {
+      const auto Taken = Rows.begin() + Draw.Index(static_cast<int>(Rows.size()));
+      Capture.Images[static_cast<size_t>(*Taken)].Kind = Kind;
+      Rows.erase(Taken);
+    }
+  };
+  Deal(Row_Kind::Stale, Given.Stale_Count);
+  if (Given.Image_Count > 0) Rows.push_back(0);
+  Deal(Row_Kind::Jumped, Given.Jump_Count);
+  Deal(Row_Kind::Missing_Image, Given.Missing_Count);
+  Deal(Row_Kind::Blank_Image, Given.Blank_Count);
+  Deal(Row_Kind::Truncated_Image, Given.Truncated_Count);
+
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    Image_Truth& Image = Capture.Images[i];
+    const Eigen::Vector3d Shift = Given.Jump_Mm * 1e-3 * Draw.Direction();
+    const Eigen::Vector3d Turn = Radians(Given.Jump_Deg) * Draw.Direction();
+    if (Image.Kind == Row_Kind::Stale) Image.Tc = Capture.Images[i - 1].Tc;
+    if (Image.Kind == Row_Kind::Jumped) Image.Tc = Moved(Image.Tc, Shift, Turn);
+  }
+}
+
+// 0001.png and so on, counted from 1.
+std::string Image_Name_Of(int Number, const std::string& Format) {
+  const std::string Digits = std::to_string(Number);
+  return std::string(Digits.size() < 4 ? 4 - Digits.size() : 0, '0') + Digits + "." + Format;
+}
+
+}  // namespace
+
+Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker) {
+  // Column k holds the body's own axis k in the tracker's relabelled axes: body x is -x, body y
+  // is -z, body z is -y.
+  Eigen::Matrix3d Rotation_Tracker_Body;
+  Rotation_Tracker_Body.col(0) << -1, 0, 0;
+  Rotation_Tracker_Body.col(1) << 0, 0, -1;
+  Rotation_Tracker_Body.col(2) << 0, -1, 0;
+  const Eigen::Matrix3d Rotation_Base_Body =
+      Transform_Base_Tracker.topLeftCorner<3, 3>() * Rotation_Tracker_Body;
+  // A sample's quaternion turns Base directions into body directions.
+  const Eigen::Matrix3d Rotation_Body_Base = Rotation_Base_Body.transpose();
+
+  Sample Reported;
+  Reported.Position = Transform_Base_Tracker.topRightCorner<3, 1>();
+  Reported.Rotation = Eigen::Quaterniond(Rotation_Body_Base).normalized();
+  if (Reported.Rotation.w() < 0.0) Reported.Rotation.coeffs() = -Reported.Rotation.coeffs();
+  return Reported;
+}
+
+const char* Kind_Name(Row_Kind Kind) {
+  switch (Kind) {
+    case Row_Kind::Good:
+      return "good";
+    case Row_Kind::Stale:
+      return "stale";
+    case Row_Kind::Jumped:
+      return "jumped";
+    case Row_Kind::Missing_Image:
+      return "missing";
+    case Row_Kind::Blank_Image:
+      return "blank";
+    case Row_Kind::Truncated_Image:
+      return "truncated";
+  }
+  return "";
+}
+
+Plan Make_Plan(const Options& Given) {
+  Check_Options(Given);
+  Plan Capture;
+  Capture.Given = Given;
+  Capture.True_Lens = Lens_In_Pixels(Given);
+  Capture.Transform_Cam_Tc =
+      Pose_From_Euler(Given.Camera_Mount_Euler_Deg, Given.Camera_Mount_Offset);
+  const Eigen::Matrix4d Transform_Tr_Chart =
+      Pose_From_Euler(Given.Board_Mount_Euler_Deg, Given.Board_Mount_Offset);
+  Capture.Transform_Chart_Tr = Rigid_Inverse(Transform_Tr_Chart);
+
+  // The host's estimate is off by the full error on every axis, to a side that is drawn.
+  Random Estimate(Given.Seed, Host_Estimate);
+  for (int Axis = 0; Axis < 3; ++Axis) {
+    const double Turn_Side = Estimate.Unit() < 0.5 ? -1.0 : 1.0;
+    const double Shift_Side = Estimate.Unit() < 0.5 ? -1.0 : 1.0;
+    Capture.Chart_Euler_Deg[Axis] =
+        Given.Board_Mount_Euler_Deg[Axis] + Turn_Side * Given.Estimate_Error_Deg;
+    Capture.Chart_Translation[Axis] =
+        Given.Board_Mount_Offset[Axis] + Shift_Side * Given.Estimate_Error_Mm * 1e-3;
+  }
+
+  // The recipes are numbered; a shuffle keeps their order out of the capture.
+  Random Board(Given.Seed, Board_Poses), Camera(Given.Seed, Camera_Poses),
+      Noise(Given.Seed, Tracker_Noise);
+  std::vector<int> Numbers;
+  for (int i = 0; i < Given.Image_Count; ++i) Numbers.push_back(i);
+  for (int i = Given.Image_Count - 1; i > 0; --i) {
+    std::swap(Numbers[static_cast<size_t>(i)], Numbers[static_cast<size_t>(Board.Index(i + 1))]);
+  }
+
+  const std::vector<Eigen::Vector3d> Outline = Board_Outline(Given);
+  for (int i = 0; i < Given.Image_Count; ++i) {
+    Image_Truth Image;
+    Image.Name = Image_Name_Of(i + 1, Given.Image_Format);
+    Image.Transform_Cam_Chart =
+        Draw_Board_Pose(Capture, Outline, Board, Numbers[static_cast<size_t>(i)]);
+    const Eigen::Matrix4d Transform_Base_Cam = Draw_Camera_Pose(Camera, Given.Pose_Spread);
+    Image.Transform_Base_Tc = Transform_Base_Cam * Capture.Transform_Cam_Tc;
+    Image.Transform_Base_Tr =
+        Transform_Base_Cam * Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr;
+    Image.Tc = With_Noise(Given, Make_Sample(Image.Transform_Base_Tc), Noise);
+    Image.Tr = With_Noise(Given, Make_Sample(Image.Transform_Base_Tr), Noise);
+    Capture.Images.push_back(Image);
+  }
+  Deal_Bad_Rows(Capture);
+  return Capture;
+}
+
+std::vector<Eigen::Vector2d> Project_Board(const Plan& Capture, const Image_Truth& Image) {
+  const Options& Given = Capture.Given;
+  std::vector<Eigen::Vector2d> Corners;
+  for (int r = 0; r < Given.Board_Rows; ++r) {
+    for (int c = 0; c < Given.Board_Cols; ++c) {
+      const Eigen::Vector3d Corner_Chart(c * Given.Square_Size, r * Given.Square_Size, 0);
+      const Eigen::Vector3d Corner_Cam = Transformed(Image.Transform_Cam_Chart, Corner_Chart);
+      Corners.push_back(Project(Capture.True_Lens, Corner_Cam));
+    }
+  }
+  return Corners;
+}
+
+}  // namespace simulate

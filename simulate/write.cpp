@@ -1,0 +1,328 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A capture's files: photographs, capture.csv and truth.json, and the way back from truth.json.
+// README.md in this folder describes both tables.
+#include "simulate/render.h"
+#include "simulate/simulate.h"
+
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+#include <fstream>
+#include <iomanip>
+#include <limits>
+#include <locale>
+#include <stdexcept>
+
+namespace simulate {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+constexpr int Format_Version = 1;
+constexpr Row_Kind All_Kinds[] = {Row_Kind::Good,        Row_Kind::Stale,
+                                  Row_Kind::Jumped,      Row_Kind::Missing_Image,
+                                  Row_Kind::Blank_Image, Row_Kind::Truncated_Image};
+
+const char* Spread_Name(Spread Manner) {
+  switch (Manner) {
+    case Spread::Good:
+      return "good";
+    case Spread::Frontal:
+      return "frontal";
+    case Spread::Centred:
+      return "centred";
+    case Spread::One_Axis:
+      return "one_axis";
+    case Spread::Same_Pose:
+      return "same_pose";
+  }
+  return "";
+}
+
+const char* Path_Form_Name(Path_Form Form) {
+  switch (Form) {
+    case Path_Form::Absolute:
+      return "absolute";
+    case Path_Form::Relative:
+      return "relative";
+    case Path_Form::Name_Only:
+      return "name_only";
+    case Path_Form::Backslash:
+      return "backslash";
+  }
+  return "";
+}
+
+// ---- Paths -----------------------------------------------------------------------------------
+
+// The image's path as the CSV holds it.
+std::string Path_In_Csv(const Plan& Capture, const Image_Truth& Image, const fs::path& Directory) {
+  switch (Capture.Given.Paths) {
+    case Path_Form::Relative:
+      return "images/" + Image.Name;
+    case Path_Form::Name_Only:
+      return Image.Name;
+    case Path_Form::Backslash:
+      return (fs::absolute(Directory) / "images").string() + "\\" + Image.Name;
+    case Path_Form::Absolute:
+      break;
+  }
+  return (fs::absolute(Directory) / "images" / Image.Name).string();
+}
+
+// The file that this path names when the CSV's folder is the working directory.
+fs::path Image_File(const Plan& Capture, const Image_Truth& Image, const fs::path& Directory) {
+  return fs::absolute(Directory) / Path_In_Csv(Capture, Image, Directory);
+}
+
+void Make_Folder(const fs::path& Folder) {
+  std::error_code Failure;
+  fs::create_directories(Folder, Failure);
+  if (!fs::is_directory(Folder)) {
+    throw std::runtime_error("simulate: can't create the folder " + Folder.string());
+  }
+}
+
+void Write_Bytes(const fs::path& File, const char* Bytes, size_t Count) {
+  std::ofstream Out(File, std::ios::binary | std::ios::trunc);
+  Out.write(Bytes, static_cast<std::streamsize>(Count));
+  Out.close();
+  if (!Out) throw std::runtime_error("simulate: can't write " + File.string());
+}
+
+void Write_Text(const fs::path& File, const std::string& Text) {
+  Write_Bytes(File, Text.data(), Text.size());
+}
+
+// ---- Tables ----------------------------------------------------------------------------------
+
+int Csv_Line(const Plan& Capture, size_t Index) {
+  return static_cast<int>(Index) + (Capture.Given.Header ? 2 : 1);
+}
+
+void Put_Sample(std::ostream& Out, const Sample& Reported) {
+  for (const double Value :
+       {Reported.Position.x(), Reported.Position.y(), Reported.Position.z(), Reported.Rotation.w(),
+        Reported.Rotation.x(), Reported.Rotation.y(), Reported.Rotation.z()}) {
+    Out << ',' << Value;
+  }
+}
+
+std::string Csv_Text(const Plan& Capture, const fs::path& Directory) {
+  std::ostringstream Out;
+  Out.imbue(std::locale::classic());
+  // 17 significant digits bring every double back.
+  Out << std::setprecision(std::numeric_limits<double>::max_digits10);
+  if (Capture.Given.Header) {
+    Out << "Time,Image,Tc_X,Tc_Y,Tc_Z,Tc_Qw,Tc_Qx,Tc_Qy,Tc_Qz,"
+           "Tr_X,Tr_Y,Tr_Z,Tr_Qw,Tr_Qx,Tr_Qy,Tr_Qz\n";
+  }
+  double Time = 0.0;
+  for (const Image_Truth& Image : Capture.Images) {
+    const std::string Path = Path_In_Csv(Capture, Image, Directory);
+    if (Path.find_first_of(",\n\r") != std::string::npos) {
+      throw std::runtime_error("simulate: a CSV field can't hold a comma or a line end: " + Path);
+    }
+    Out << Time << ',' << Path;
+    Put_Sample(Out, Image.Tc);
+    Put_Sample(Out, Image.Tr);
+    Out << '\n';
+    Time += 2.5;  // seconds that the operator takes for an image
+  }
+  return Out.str();
+}
+
+Json Flat(const Eigen::Matrix4d& Pose) {
+  Json Values = Json::array();
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 4; ++c) Values.push_back(Pose(r, c));
+  }
+  return Values;
+}
+
+Json Triple(const Eigen::Vector3d& Values) {
+  return {Values.x(), Values.y(), Values.z()};
+}
+
+Json Options_As_Json(const Options& Given) {
+  return {{"seed", Given.Seed},
+          {"image_count", Given.Image_Count},
+          {"width", Given.Width},
+          {"height", Given.Height},
+          {"board_cols", Given.Board_Cols},
+          {"board_rows", Given.Board_Rows},
+          {"square_size_m", Given.Square_Size},
+          {"norm_fx", Given.Norm_Fx},
+          {"norm_fy", Given.Norm_Fy},
+          {"norm_cx", Given.Norm_Cx},
+          {"norm_cy", Given.Norm_Cy},
+          {"k1", Given.K1},
+          {"k2", Given.K2},
+          {"camera_mount_euler_deg", Triple(Given.Camera_Mount_Euler_Deg)},
+          {"camera_mount_offset_m", Triple(Given.Camera_Mount_Offset)},
+          {"board_mount_euler_deg", Triple(Given.Board_Mount_Euler_Deg)},
+          {"board_mount_offset_m", Triple(Given.Board_Mount_Offset)},
+          {"position_noise_mm", Given.Position_Noise_Mm},
+          {"rotation_noise_deg", Given.Rotation_Noise_Deg},
+          {"stale_count", Given.Stale_Count},
+          {"jump_count", Given.Jump_Count},
+          {"jump_mm", Given.Jump_Mm},
+          {"jump_deg", Given.Jump_Deg},
+          {"missing_count", Given.Missing_Count},
+          {"blank_count", Given.Blank_Count},
+          {"truncated_count", Given.Truncated_Count},
+          {"estimate_error_deg", Given.Estimate_Error_Deg},
+          {"estimate_error_mm", Given.Estimate_Error_Mm},
+          {"pose_spread", Spread_Name(Given.Pose_Spread)},
+          {"blur_pixels", Given.Blur_Pixels},
+          {"sensor_noise", Given.Sensor_Noise},
+          {"lighting_gradient", Given.Lighting_Gradient},
+          {"image_format", Given.Image_Format},
+          {"jpeg_quality", Given.Jpeg_Quality},
+          {"paths", Path_Form_Name(Given.Paths)},
+          {"header", Given.Header}};
+}
+
+Json Truth_As_Json(const Plan& Capture) {
+  const Options& Given = Capture.Given;
+  const Lens& Through = Capture.True_Lens;
+  Json Images = Json::array();
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    const Image_Truth& Image = Capture.Images[i];
+    Images.push_back({{"name", Image.Name},
+                      {"kind", Kind_Name(Image.Kind)},
+                      {"csv_line", Csv_Line(Capture, i)},
+                      {"Transform_Cam_Chart", Flat(Image.Transform_Cam_Chart)}});
+  }
+  return {{"format_version", Format_Version},
+          {"options", Options_As_Json(Given)},
+          {"lens_pixels",
+           {{"fx", Through.Fx},
+            {"fy", Through.Fy},
+            {"cx", Through.Cx},
+            {"cy", Through.Cy},
+            {"k1", Through.K1},
+            {"k2", Through.K2}}},
+          {"lens_normalised",
+           {{"fx", Through.Fx / Given.Width},
+            {"fy", Through.Fy / Given.Height},
+            {"cx", Through.Cx / Given.Width},
+            {"cy", Through.Cy / Given.Height}}},
+          {"Transform_Cam_Tc", Flat(Capture.Transform_Cam_Tc)},
+          {"Transform_Chart_Tr", Flat(Capture.Transform_Chart_Tr)},
+          {"host_estimate",
+           {{"chart_euler_deg", Triple(Capture.Chart_Euler_Deg)},
+            {"chart_translation_m", Triple(Capture.Chart_Translation)}}},
+          {"noise",
+           {{"position_mm", Given.Position_Noise_Mm}, {"rotation_deg", Given.Rotation_Noise_Deg}}},
+          {"images", Images}};
+}
+
+// ---- Reading back ----------------------------------------------------------------------------
+
+Eigen::Matrix4d Pose_In(const Json& Values) {
+  if (Values.size() != 16) throw std::runtime_error("a transform without 16 numbers");
+  Eigen::Matrix4d Pose;
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 4; ++c) Pose(r, c) = Values.at(static_cast<size_t>(4 * r + c));
+  }
+  return Pose;
+}
+
+Eigen::Vector3d Triple_In(const Json& Values) {
+  if (Values.size() != 3) throw std::runtime_error("a triple without 3 numbers");
+  return {Values.at(0).get<double>(), Values.at(1).get<double>(), Values.at(2).get<double>()};
+}
+
+Row_Kind Kind_In(const std::string& Name) {
+  for (const Row_Kind Kind : All_Kinds) {
+    if (Name == Kind_Name(Kind)) return Kind;
+  }
+  throw std::runtime_error("an unknown kind of row, " + Name);
+}
+
+Truth Truth_In(const Json& File) {
+  if (File.at("format_version") != Format_Version) throw std::runtime_error("another format");
+  Truth Told;
+  const Json& Given = File.at("options");
+  Told.Seed = Given.at("seed");
+  Told.Width = Given.at("width");
+  Told.Height = Given.at("height");
+  Told.Board_Cols = Given.at("board_cols");
+  Told.Board_Rows = Given.at("board_rows");
+  Told.Square_Size = Given.at("square_size_m");
+  const Json& Through = File.at("lens_pixels");
+  Told.True_Lens.Fx = Through.at("fx");
+  Told.True_Lens.Fy = Through.at("fy");
+  Told.True_Lens.Cx = Through.at("cx");
+  Told.True_Lens.Cy = Through.at("cy");
+  Told.True_Lens.K1 = Through.at("k1");
+  Told.True_Lens.K2 = Through.at("k2");
+  Told.Transform_Cam_Tc = Pose_In(File.at("Transform_Cam_Tc"));
+  Told.Transform_Chart_Tr = Pose_In(File.at("Transform_Chart_Tr"));
+  Told.Chart_Euler_Deg = Triple_In(File.at("host_estimate").at("chart_euler_deg"));
+  Told.Chart_Translation = Triple_In(File.at("host_estimate").at("chart_translation_m"));
+  Told.Position_Noise_Mm = File.at("noise").at("position_mm");
+  Told.Rotation_Noise_Deg = File.at("noise").at("rotation_deg");
+  for (const Json& Image : File.at("images")) {
+    Row_Truth Row;
+    Row.Name = Image.at("name");
+    Row.Kind = Kind_In(Image.at("kind"));
+    Row.Csv_Line = Image.at("csv_line");
+    Row.Transform_Cam_Chart = Pose_In(Image.at("Transform_Cam_Chart"));
+    Told.Rows.push_back(Row);
+  }
+  return Told;
+}
+
+}  // namespace
+
+void Write_Tables(const Plan& Capture, const fs::path& Directory) {
+  Make_Folder(Directory);
+  Write_Text(Directory / "capture.csv", Csv_Text(Capture, Directory));
+  Write_Text(Directory / "truth.json", Truth_As_Json(Capture).dump(2) + "\n");
+}
+
+void Write_Capture(const Plan& Capture, const fs::path& Directory) {
+  const Options& Given = Capture.Given;
+  Write_Tables(Capture, Directory);
+  const cv::Mat Rays = Make_Pixel_Rays(Capture.True_Lens, Given.Width, Given.Height);
+  // No PNG level is asked for: OpenCV then takes the fastest one with a single row filter, three
+  // times as fast as the same level asked for by number, and noise packs no better otherwise.
+  const std::vector<int> Settings = {cv::IMWRITE_JPEG_QUALITY, Given.Jpeg_Quality};
+  std::vector<uchar> Encoded;
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    const Image_Truth& Image = Capture.Images[i];
+    const fs::path File = Image_File(Capture, Image, Directory);
+    if (Image.Kind == Row_Kind::Missing_Image) {
+      // A picture of an earlier capture would stand in for the missing one.
+      std::error_code Ignored;
+      fs::remove(File, Ignored);
+      continue;
+    }
+    Make_Folder(File.parent_path());
+    if (!cv::imencode("." + Given.Image_Format, Render_Photograph(Capture, i, Rays), Encoded,
+                      Settings)) {
+      throw std::runtime_error("simulate: can't encode " + File.string());
+    }
+    const bool Cut = Image.Kind == Row_Kind::Truncated_Image;
+    Write_Bytes(File, reinterpret_cast<const char*>(Encoded.data()),
+                Cut ? Encoded.size() / 2 : Encoded.size());
+  }
+}
+
+Truth Read_Truth(const fs::path& Path) {
+  std::ifstream In(Path);
+  if (!In) throw std::runtime_error("simulate: can't read " + Path.string());
+  try {
+    return Truth_In(Json::parse(In));
+  } catch (const std::exception& Reason) {
+    throw std::runtime_error("simulate: " + Path.string() +
+                             " isn't a capture's truth: " + Reason.what());
+  }
+}
+
+}  // namespace simulate
