@@ -17,12 +17,14 @@
 #include <string>
 #include <vector>
 
+// The full pi, in double: rigs are made by exact geometry, not by the library's short constants.
+constexpr double Pi = 3.14159265358979323846;
+
 // A rigid pose: rotation by Angle_Deg about Axis (of any length), then the translation.
 inline Eigen::Matrix4d Make_Transform(const Eigen::Vector3d& Axis, double Angle_Deg,
                                       const Eigen::Vector3d& Translation) {
   Eigen::Isometry3d Pose = Eigen::Isometry3d::Identity();
-  Pose.linear() =
-      Eigen::AngleAxisd(Angle_Deg * EIGEN_PI / 180.0, Axis.normalized()).toRotationMatrix();
+  Pose.linear() = Eigen::AngleAxisd(Angle_Deg * Pi / 180.0, Axis.normalized()).toRotationMatrix();
   Pose.translation() = Translation;
   return Pose.matrix();
 }
