@@ -20,6 +20,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -129,6 +130,19 @@ void Call_Bare(const Capture& Given) {
   }
 }
 
+// Field 1 of every line behind the header.
+std::vector<std::string> Image_Paths(const std::filesystem::path& Csv) {
+  std::vector<std::string> Paths;
+  std::ifstream Lines(Csv);
+  std::string Line;
+  std::getline(Lines, Line);
+  while (std::getline(Lines, Line)) {
+    const std::size_t Start = Line.find(',') + 1;
+    Paths.push_back(Line.substr(Start, Line.find(',', Start) - Start));
+  }
+  return Paths;
+}
+
 Capture Make_Capture(int Width, int Height, const std::filesystem::path& Root) {
   Capture Made;
   simulate::Options Options;
@@ -145,9 +159,7 @@ Capture Make_Capture(int Width, int Height, const std::filesystem::path& Root) {
   simulate::Write_Capture(Made.Plan, Made.Folder);
   std::filesystem::create_directory(Made.Output);
   std::filesystem::create_directory(Made.Bare_Output);
-  for (const simulate::Image_Truth& Image : Made.Plan.Images) {
-    Made.Paths.push_back(Made.Folder.string() + "\\" + Image.Name);
-  }
+  Made.Paths = Image_Paths(Made.Folder / "capture.csv");
   Calibrate(Made);  // once for which images it annotates, and to warm the file cache
   for (const std::string& Path : Made.Paths) {
     const std::string Name = Path.substr(Path.rfind('\\') + 1);
