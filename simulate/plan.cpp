@@ -169,6 +169,50 @@ bool Place_Board(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outlin
   return false;
 }
 
+// Which corner a detector takes for the first. A board with one even and one odd count has just one
+// that fits. With both even it looks the same after half a turn, and OpenCV starts at the upper
+// end; with both odd, or as many rows as columns, the choice follows the order in which squares are
+// found, which begins at the top.
+enum class First_Corner { Unique, Upper_Row, Topmost };
+
+First_Corner First_Corner_Of(const Options& Given) {
+  const bool Even_Cols = Given.Board_Cols % 2 == 0, Even_Rows = Given.Board_Rows % 2 == 0;
+  if (Even_Cols != Even_Rows) return First_Corner::Unique;
+  if (Even_Cols && Given.Board_Cols != Given.Board_Rows) return First_Corner::Upper_Row;
+  return First_Corner::Topmost;
+}
+
+// Squeezes a roll into the angles at which the board's first corner is the one that is taken.
+double Told_Apart(First_Corner First, double Roll_Deg) {
+  switch (First) {
+    case First_Corner::Upper_Row:
+      return 70.0 * std::sin(Radians(Roll_Deg));
+    case First_Corner::Topmost:
+      return 45.0 + 25.0 * std::sin(Radians(Roll_Deg));
+    case First_Corner::Unique:
+      break;
+  }
+  return Roll_Deg;
+}
+
+// Whether the first corner is the one that is taken, by at least a square.
+bool Is_Told_Apart(const Options& Given, const std::vector<Eigen::Vector2d>& Corners,
+                   double Smallest_Square) {
+  const auto Cols = static_cast<size_t>(Given.Board_Cols);
+  const double Highest = Corners.front().y() + Smallest_Square;
+  const Eigen::Vector2d& Row_End = Corners[Cols - 1];
+  const Eigen::Vector2d& Column_End = Corners[Corners.size() - Cols];
+  switch (First_Corner_Of(Given)) {
+    case First_Corner::Upper_Row:
+      return Highest <= Column_End.y();
+    case First_Corner::Topmost:
+      return Highest <= std::min({Row_End.y(), Column_End.y(), Corners.back().y()});
+    case First_Corner::Unique:
+      break;
+  }
+  return true;
+}
+
 // Whether an operator would keep this image: the board in the frame with its margin, not seen too
 // flatly, its squares large enough to be told apart.
 bool Is_Usable(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
@@ -190,25 +234,13 @@ bool Is_Usable(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
   Image_Truth Image;
   Image.Transform_Cam_Chart = Transform_Cam_Chart;
   const std::vector<Eigen::Vector2d> Corners = Project_Board(Capture, Image);
-  const int Cols = Given.Board_Cols;
-  for (int i = 0; i < static_cast<int>(Corners.size()); ++i) {
-    const Eigen::Vector2d& Corner = Corners[static_cast<size_t>(i)];
-    const bool Has_Right = i % Cols + 1 < Cols;
-    const bool Has_Below = i + Cols < static_cast<int>(Corners.size());
-    if (Has_Right && (Corners[static_cast<size_t>(i + 1)] - Corner).norm() < Smallest_Square) {
-      return false;
-    }
-    if (Has_Below && (Corners[static_cast<size_t>(i + Cols)] - Corner).norm() < Smallest_Square) {
-      return false;
-    }
+  const auto Cols = static_cast<size_t>(Given.Board_Cols);
+  for (size_t i = 0; i < Corners.size(); ++i) {
+    const bool Ends_Row = (i + 1) % Cols == 0, Ends_Column = i + Cols >= Corners.size();
+    if (!Ends_Row && !((Corners[i + 1] - Corners[i]).norm() >= Smallest_Square)) return false;
+    if (!Ends_Column && !((Corners[i + Cols] - Corners[i]).norm() >= Smallest_Square)) return false;
   }
-  return true;
-}
-
-// A board whose counts are both even or both odd looks the same after half a turn, so that no
-// reader can tell its first corner from its last.
-bool Is_Half_Turn_Symmetric(const Options& Given) {
-  return (Given.Board_Cols + Given.Board_Rows) % 2 == 0;
+  return Is_Told_Apart(Given, Corners, Smallest_Square);
 }
 
 // The good operator's images come in sixes: two steep, two in corners of the frame, one near, one
@@ -225,8 +257,7 @@ Wish Draw_Good_Wish(Random& Draw, int Number, int Count) {
     case 1: {
       // Steep, about x and y in turn and to both sides.
       const int Turn = 2 * Six + In_Six;
-      const int Quarter[] = {0, 1, 2, 3};
-      Wanted.Tilt_Direction_Deg = 90.0 * Quarter[Turn % 4] + Draw.Between(-10.0, 10.0);
+      Wanted.Tilt_Direction_Deg = 90.0 * (Turn % 4) + Draw.Between(-10.0, 10.0);
       Wanted.Tilt_Deg = Draw.Between(39.0, 45.0);
       Wanted.Place = {Draw.Between(-0.5, 0.5), Draw.Between(-0.5, 0.5)};
       Wanted.Fill = Draw.Between(0.75, 0.97);
@@ -288,8 +319,8 @@ Wish Draw_Wish(Random& Draw, Spread Manner, int Number, int Count) {
 Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
                                 Random& Draw, int Number) {
   const Options& Given = Capture.Given;
-  // Squares below about 10 pixels in an image reduced to 720 across aren't found reliably.
-  const double Wanted_Square = std::max(Given.Width / 72.0, 10.0);
+  // Squares below about 12 pixels in an image reduced to 720 across aren't found reliably.
+  const double Wanted_Square = std::max(Given.Width / 60.0, 13.0);
   constexpr int Most_Tries = 60;
   for (int Try = 0; Try < Most_Tries; ++Try) {
     Wish Wanted = Draw_Wish(Draw, Given.Pose_Spread, Number, Given.Image_Count);
@@ -298,9 +329,7 @@ Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Ve
     Wanted.Tilt_Deg *= Mildly;
     Wanted.Place *= Mildly;
     Wanted.Fill = Try < 5 ? Wanted.Fill : std::max(Wanted.Fill, 0.95 * (1.0 - Milder * Milder));
-    if (Is_Half_Turn_Symmetric(Given)) {
-      Wanted.Roll_Deg = 75.0 * std::sin(Radians(Wanted.Roll_Deg));
-    }
+    Wanted.Roll_Deg = Told_Apart(First_Corner_Of(Given), Wanted.Roll_Deg);
     const double Direction = Radians(Wanted.Tilt_Direction_Deg);
     const Eigen::Vector3d Tilt(Radians(Wanted.Tilt_Deg) * std::cos(Direction),
                                Radians(Wanted.Tilt_Deg) * std::sin(Direction), 0.0);
