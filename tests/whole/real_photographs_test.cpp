@@ -149,9 +149,10 @@ TEST_P(RealPhotographs, GiveTheLensThatBareOpenCvCallsGiveAndTheMountThatTheRows
     const Eigen::Matrix4d Transform_Base_Tc = Transform_Base_Tr * Transform_Tr_Chart *
                                               Bare.Transform_Cam_Chart_all[i].inverse() *
                                               Transform_Cam_Tc;
-    // A last backslash before the name, so that the annotated image lands in the output folder.
+    // A backslash in the name, so that the annotated image lands in the output folder.
     const std::string Link =
-        Folder.String() + "\\" + std::filesystem::path(Paths[i]).filename().string();
+        (Folder.Path() / ("photo\\" + std::filesystem::path(Paths[i]).filename().string()))
+            .string();
     std::filesystem::copy_file(Paths[i], Link);
     Csv += std::to_string(i) + "," + Link + Tracker_Fields(Transform_Base_Tc) +
            Tracker_Fields(Transform_Base_Tr) + "\n";
