@@ -8,23 +8,29 @@
 
 namespace {
 
-// Root mean square deviation of the samples from the mean, per axis, metres. Differences, sums and
-// roots in float, squares in double: all of it in double would give other digits.
+// Root mean square deviation of the samples from the mean on one axis, metres. Differences, sums
+// and roots in float, squares in double: all of it in double would give other digits.
+//
+// One axis at a time: where a loop carries the three sums side by side, gcc 12 vectorises it at -O3
+// and drops the narrowing between the additions of two samples.
+float Axis_Spread(const std::vector<Eigen::Vector3f>& Translation_Cam_Tc_all, int Axis,
+                  float Mean_Translation) {
+  float Square_Sum = 0.0f;
+  for (const Eigen::Vector3f& Translation_Cam_Tc : Translation_Cam_Tc_all) {
+    const float Difference = Translation_Cam_Tc(Axis) - Mean_Translation;
+    Square_Sum = static_cast<float>(static_cast<double>(Square_Sum) +
+                                    std::pow(static_cast<double>(Difference), 2.0));
+  }
+  return sqrtf(Square_Sum / static_cast<float>(Translation_Cam_Tc_all.size()));
+}
+
 Eigen::Vector3f Translation_Spread(const Eigen::Matrix4d& Mean_Transform_Cam_Tc,
                                    const std::vector<Eigen::Vector3f>& Translation_Cam_Tc_all) {
-  Eigen::Vector3f Mean_Translation;
-  for (int r = 0; r < 3; ++r) Mean_Translation(r) = static_cast<float>(Mean_Transform_Cam_Tc(r, 3));
-  Eigen::Vector3f Square_Sum = Eigen::Vector3f::Zero();
-  for (const Eigen::Vector3f& Translation_Cam_Tc : Translation_Cam_Tc_all) {
-    for (int r = 0; r < 3; ++r) {
-      const float Difference = Translation_Cam_Tc(r) - Mean_Translation(r);
-      Square_Sum(r) = static_cast<float>(static_cast<double>(Square_Sum(r)) +
-                                         std::pow(static_cast<double>(Difference), 2.0));
-    }
-  }
   Eigen::Vector3f T_STD;
-  const float Count = static_cast<float>(Translation_Cam_Tc_all.size());
-  for (int r = 0; r < 3; ++r) T_STD(r) = sqrtf(Square_Sum(r) / Count);
+  for (int r = 0; r < 3; ++r) {
+    T_STD(r) =
+        Axis_Spread(Translation_Cam_Tc_all, r, static_cast<float>(Mean_Transform_Cam_Tc(r, 3)));
+  }
   return T_STD;
 }
 
