@@ -1,0 +1,675 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The plan of a capture: where everything is, what the trackers report, which rows are bad.
+#include "simulate/simulate.h"
+
+#include "tests/simulate/opencv_view.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <Eigen/LU>
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <set>
+#include <stdexcept>
+
+namespace {
+
+using simulate::Image_Truth;
+using simulate::Make_Plan;
+using simulate::Options;
+using simulate::Plan;
+using simulate::Row_Kind;
+using simulate::Sample;
+using simulate::Spread;
+
+constexpr double Degrees = 180.0 / 3.14159265358979323846;
+
+// Poses are a few products of rotation matrices with entries up to 1 and lengths of a few metres;
+// each rounding is below 5e-16 of that, and some dozens add up.
+constexpr double Pose_Tolerance = 1e-13;
+
+Options Small_Capture(unsigned Seed = 1) {
+  Options Given;
+  Given.Seed = Seed;
+  Given.Width = 640;
+  Given.Height = 480;
+  return Given;
+}
+
+int Count_Of(const Plan& Capture, Row_Kind Kind) {
+  return static_cast<int>(
+      std::count_if(Capture.Images.begin(), Capture.Images.end(),
+                    [&](const Image_Truth& Image) { return Image.Kind == Kind; }));
+}
+
+bool Same_Sample(const Sample& A, const Sample& B) {
+  return A.Position == B.Position && A.Rotation.coeffs() == B.Rotation.coeffs();
+}
+
+bool Same_Truth(const Image_Truth& A, const Image_Truth& B) {
+  return A.Name == B.Name && A.Transform_Cam_Chart == B.Transform_Cam_Chart &&
+         A.Transform_Base_Tc == B.Transform_Base_Tc && A.Transform_Base_Tr == B.Transform_Base_Tr;
+}
+
+Eigen::Matrix4d Pose(const Eigen::Vector3d& X_Axis, const Eigen::Vector3d& Y_Axis,
+                     const Eigen::Vector3d& Z_Axis, const Eigen::Vector3d& Origin) {
+  Eigen::Matrix4d Built = Eigen::Matrix4d::Identity();
+  Built.block<3, 1>(0, 0) = X_Axis;
+  Built.block<3, 1>(0, 1) = Y_Axis;
+  Built.block<3, 1>(0, 2) = Z_Axis;
+  Built.block<3, 1>(0, 3) = Origin;
+  return Built;
+}
+
+// The pose in relabelled axes that a sample stands for, worked per axis: the conjugate quaternion
+// takes a body direction to Base, and x, y, z of the relabelled frame are body -x, -z, -y.
+Eigen::Matrix4d Pose_Of(const Sample& Reported) {
+  const auto In_Base = [&](const Eigen::Vector3d& Direction_Body) -> Eigen::Vector3d {
+    const Eigen::Quaterniond Pure(0, Direction_Body.x(), Direction_Body.y(), Direction_Body.z());
+    return (Reported.Rotation.conjugate() * Pure * Reported.Rotation).vec();
+  };
+  return Pose(In_Base({-1, 0, 0}), In_Base({0, 0, -1}), In_Base({0, -1, 0}), Reported.Position);
+}
+
+double Angle_Deg_Between(const Eigen::Matrix4d& A, const Eigen::Matrix4d& B) {
+  const Eigen::Matrix3d Turn = A.topLeftCorner<3, 3>().transpose() * B.topLeftCorner<3, 3>();
+  // The sine's part comes from the matrix's odd half: an arc cosine alone is blunt near 0.
+  const Eigen::Vector3d Odd(Turn(2, 1) - Turn(1, 2), Turn(0, 2) - Turn(2, 0),
+                            Turn(1, 0) - Turn(0, 1));
+  return std::atan2(Odd.norm(), Turn.trace() - 1.0) * Degrees;
+}
+
+// How the board lies to the camera: its normal's lean about the camera's x and y axes, and the
+// angle in the image between the camera's x axis and a board row after the lean is undone.
+struct Lie {
+  double About_X_Deg, About_Y_Deg, Roll_Deg;
+};
+
+Lie Lie_Of(const Image_Truth& Image) {
+  const Eigen::Matrix4d& T = Image.Transform_Cam_Chart;
+  return {std::atan2(-T(1, 2), T(2, 2)) * Degrees, std::atan2(T(0, 2), T(2, 2)) * Degrees,
+          std::atan2(T(1, 0) - T(0, 1), T(0, 0) + T(1, 1)) * Degrees};
+}
+
+double Largest(const Plan& Capture, const std::function<double(const Image_Truth&)>& Of) {
+  double Value = -std::numeric_limits<double>::infinity();
+  for (const Image_Truth& Image : Capture.Images) Value = std::max(Value, Of(Image));
+  return Value;
+}
+
+double Smallest(const Plan& Capture, const std::function<double(const Image_Truth&)>& Of) {
+  return -Largest(Capture, [&](const Image_Truth& Image) { return -Of(Image); });
+}
+
+std::string Message_Of(const Options& Given) {
+  try {
+    Make_Plan(Given);
+  } catch (const std::invalid_argument& Refusal) {
+    return Refusal.what();
+  }
+  return "no std::invalid_argument";
+}
+
+// ---- One seed, one capture -------------------------------------------------------------------
+
+TEST(MakePlan, DrawsTheSamePlanFromTheSameSeed) {
+  Options Given = Small_Capture(7);
+  Given.Position_Noise_Mm = 0.5;
+  Given.Rotation_Noise_Deg = 0.1;
+  Given.Stale_Count = 2;
+  Given.Jump_Count = 3;
+  Given.Blank_Count = 2;
+  Given.Estimate_Error_Deg = 1.0;
+  const Plan First = Make_Plan(Given), Second = Make_Plan(Given);
+  ASSERT_EQ(First.Images.size(), 24u);
+  ASSERT_EQ(Second.Images.size(), 24u);
+  EXPECT_EQ(First.Transform_Cam_Tc, Second.Transform_Cam_Tc);
+  EXPECT_EQ(First.Transform_Chart_Tr, Second.Transform_Chart_Tr);
+  EXPECT_EQ(First.Chart_Euler_Deg, Second.Chart_Euler_Deg);
+  EXPECT_EQ(First.Chart_Translation, Second.Chart_Translation);
+  for (size_t i = 0; i < First.Images.size(); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_TRUE(Same_Truth(First.Images[i], Second.Images[i]));
+    EXPECT_EQ(First.Images[i].Kind, Second.Images[i].Kind);
+    EXPECT_TRUE(Same_Sample(First.Images[i].Tc, Second.Images[i].Tc));
+    EXPECT_TRUE(Same_Sample(First.Images[i].Tr, Second.Images[i].Tr));
+  }
+}
+
+TEST(MakePlan, DrawsOtherPosesFromAnotherSeed) {
+  const Plan First = Make_Plan(Small_Capture(1)), Second = Make_Plan(Small_Capture(2));
+  for (size_t i = 0; i < First.Images.size(); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_NE(First.Images[i].Transform_Cam_Chart, Second.Images[i].Transform_Cam_Chart);
+    EXPECT_NE(First.Images[i].Transform_Base_Tc, Second.Images[i].Transform_Base_Tc);
+  }
+}
+
+TEST(MakePlan, KeepsTheTruePosesWhenNoiseAndBadRowsAreAskedFor) {
+  const Plan Clean = Make_Plan(Small_Capture(3));
+  Options Given = Small_Capture(3);
+  Given.Position_Noise_Mm = 1.0;
+  Given.Rotation_Noise_Deg = 0.2;
+  Given.Stale_Count = 3;
+  Given.Jump_Count = 3;
+  Given.Missing_Count = 2;
+  Given.Blank_Count = 2;
+  Given.Truncated_Count = 2;
+  Given.Estimate_Error_Mm = 5.0;
+  const Plan Dirty = Make_Plan(Given);
+  for (size_t i = 0; i < Clean.Images.size(); ++i) {
+    EXPECT_TRUE(Same_Truth(Clean.Images[i], Dirty.Images[i])) << i;
+  }
+}
+
+TEST(MakePlan, NamesImagesByTheirNumberAndFormat) {
+  Options Given = Small_Capture();
+  Given.Image_Format = "jpg";
+  const Plan Capture = Make_Plan(Given);
+  EXPECT_EQ(Capture.Images.front().Name, "0001.jpg");
+  EXPECT_EQ(Capture.Images.back().Name, "0024.jpg");
+}
+
+TEST(MakePlan, MakesAnEmptyCaptureOfNoImages) {
+  Options Given = Small_Capture();
+  Given.Image_Count = 0;
+  EXPECT_TRUE(Make_Plan(Given).Images.empty());
+}
+
+// ---- Conventions, worked by hand -------------------------------------------------------------
+
+// A body whose axes are Base's own reports no rotation. Its relabelled x, y, z are then Base -x, -z
+// and -y.
+TEST(MakeSample, IsTheIdentityForABodyAlignedWithBase) {
+  const Sample Reported =
+      simulate::Make_Sample(Pose({-1, 0, 0}, {0, 0, -1}, {0, -1, 0}, {0.1, 0.2, 0.3}));
+  EXPECT_EQ(Reported.Position, Eigen::Vector3d(0.1, 0.2, 0.3));
+  EXPECT_EQ(Reported.Rotation.w(), 1.0);
+  EXPECT_EQ(Reported.Rotation.vec(), Eigen::Vector3d(0, 0, 0));
+}
+
+// The body is turned by 90 degrees about Base z: its x points along Base y, its y along Base -x.
+// In relabelled axes x is Base -y, y (body -z) is Base -z, z (body -y) is Base x. A Base direction
+// gets its body coordinates by turning back, by -90 degrees about z: w = cos(-45), z = sin(-45).
+TEST(MakeSample, TurnsBaseDirectionsIntoBodyDirections) {
+  const Sample Reported =
+      simulate::Make_Sample(Pose({0, -1, 0}, {0, 0, -1}, {1, 0, 0}, {-1.5, 0.0, 2.0}));
+  const double Half = std::sqrt(0.5);
+  EXPECT_EQ(Reported.Position, Eigen::Vector3d(-1.5, 0.0, 2.0));
+  EXPECT_NEAR(Reported.Rotation.w(), Half, 1e-15);
+  EXPECT_NEAR(Reported.Rotation.x(), 0.0, 1e-15);
+  EXPECT_NEAR(Reported.Rotation.y(), 0.0, 1e-15);
+  EXPECT_NEAR(Reported.Rotation.z(), -Half, 1e-15);
+}
+
+// Body x along Base y, y along Base z, z along Base x: relabelled x is Base -y, y is Base -x, z is
+// Base -z. Base to body sends Base x to body z, y to x, z to y, a turn by -120 degrees about
+// (1, 1, 1): w = cos(60) = 1/2 and each vector component -sin(60) / sqrt(3) = -1/2.
+TEST(MakeSample, HoldsAThirdOfATurnAboutTheDiagonal) {
+  const Sample Reported =
+      simulate::Make_Sample(Pose({0, -1, 0}, {-1, 0, 0}, {0, 0, -1}, {0, 0, 0}));
+  EXPECT_NEAR(Reported.Rotation.w(), 0.5, 1e-15);
+  EXPECT_NEAR(Reported.Rotation.x(), -0.5, 1e-15);
+  EXPECT_NEAR(Reported.Rotation.y(), -0.5, 1e-15);
+  EXPECT_NEAR(Reported.Rotation.z(), -0.5, 1e-15);
+}
+
+// Rz(90) takes x to y and y to -x; Rx(90) then takes y to z and z to -y. So Rx * Rz takes x to z,
+// y to -x and z to -y. Ry(90) takes x to -z and z to x.
+TEST(MakePlan, BuildsMountsAsRxTimesRyTimesRz) {
+  Options Given = Small_Capture();
+  Given.Camera_Mount_Euler_Deg = {90, 0, 90};
+  Given.Camera_Mount_Offset = {0.1, 0.2, 0.3};
+  Given.Board_Mount_Euler_Deg = {0, 90, 0};
+  Given.Board_Mount_Offset = {0.4, 0.5, 0.6};
+  const Plan Capture = Make_Plan(Given);
+  EXPECT_TRUE(Capture.Transform_Cam_Tc.isApprox(
+      Pose({0, 0, 1}, {-1, 0, 0}, {0, -1, 0}, {0.1, 0.2, 0.3}), 1e-15));
+  // Transform_Tr_Chart takes Chart x to Tr -z and Chart z to Tr x, its origin to the offset. The
+  // inverse takes Tr x to Chart z and Tr z to Chart -x, and Tr's origin to minus the offset in
+  // Chart's axes: x is Tr -z, 0.6; y -0.5; z is Tr x, -0.4.
+  EXPECT_TRUE(Capture.Transform_Chart_Tr.isApprox(
+      Pose({0, 0, 1}, {0, 1, 0}, {-1, 0, 0}, {0.6, -0.5, -0.4}), 1e-15));
+}
+
+TEST(MakePlan, ClosesTheChainFromCameraToItsTrackerInEveryRow) {
+  for (unsigned Seed = 1; Seed <= 3; ++Seed) {
+    const Plan Capture = Make_Plan(Small_Capture(Seed));
+    for (const Image_Truth& Image : Capture.Images) {
+      SCOPED_TRACE(Image.Name);
+      const Eigen::Matrix4d From_Truth = Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr *
+                                         Image.Transform_Base_Tr.inverse() *
+                                         Image.Transform_Base_Tc;
+      EXPECT_LE((From_Truth - Capture.Transform_Cam_Tc).cwiseAbs().maxCoeff(), Pose_Tolerance);
+      const Eigen::Matrix4d From_Samples = Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr *
+                                           Pose_Of(Image.Tr).inverse() * Pose_Of(Image.Tc);
+      EXPECT_LE((From_Samples - Capture.Transform_Cam_Tc).cwiseAbs().maxCoeff(), Pose_Tolerance);
+    }
+  }
+}
+
+TEST(MakePlan, DrawsRigidPosesAndUnitQuaternions) {
+  Options Given = Small_Capture();
+  Given.Rotation_Noise_Deg = 0.5;
+  Given.Jump_Count = 5;
+  for (const Image_Truth& Image : Make_Plan(Given).Images) {
+    SCOPED_TRACE(Image.Name);
+    for (const Eigen::Matrix4d* Held :
+         {&Image.Transform_Cam_Chart, &Image.Transform_Base_Tc, &Image.Transform_Base_Tr}) {
+      const Eigen::Matrix3d Rotation = Held->topLeftCorner<3, 3>();
+      EXPECT_LE((Rotation * Rotation.transpose() - Eigen::Matrix3d::Identity()).norm(),
+                Pose_Tolerance);
+      EXPECT_GT(Rotation.determinant(), 0.0);
+      EXPECT_EQ(Held->row(3), Eigen::RowVector4d(0, 0, 0, 1));
+    }
+    EXPECT_NEAR(Image.Tc.Rotation.norm(), 1.0, 1e-15);
+    EXPECT_NEAR(Image.Tr.Rotation.norm(), 1.0, 1e-15);
+  }
+}
+
+TEST(ProjectBoard, AgreesWithOpencvsCameraModel) {
+  for (const double K1 : {-0.25, -0.09, 0.0, 0.12}) {
+    Options Given = Small_Capture(4);
+    Given.K1 = K1;
+    Given.Norm_Fy = 1.3;  // not square pixels
+    const Plan Capture = Make_Plan(Given);
+    std::vector<cv::Point2d> Squares;
+    for (int r = 0; r < Given.Board_Rows; ++r) {
+      for (int c = 0; c < Given.Board_Cols; ++c) Squares.emplace_back(c, r);
+    }
+    for (const Image_Truth& Image : Capture.Images) {
+      SCOPED_TRACE(Image.Name);
+      const std::vector<Eigen::Vector2d> Ours = simulate::Project_Board(Capture, Image);
+      const std::vector<cv::Point2d> Theirs = Opencv_Project(Capture, Image, Squares);
+      ASSERT_EQ(Ours.size(), Theirs.size());
+      for (size_t k = 0; k < Ours.size(); ++k) {
+        // The rotation goes through a rotation vector, which keeps about 1e-15 of a radian; at
+        // 640 pixels and a tilted board that is below 1e-11 pixels.
+        ASSERT_NEAR(Ours[k].x(), Theirs[k].x, 1e-10);
+        ASSERT_NEAR(Ours[k].y(), Theirs[k].y, 1e-10);
+      }
+    }
+  }
+}
+
+TEST(MakePlan, TurnsTheNormalisedLensIntoPixels) {
+  Options Given = Small_Capture();
+  Given.Norm_Fx = 1.25;
+  Given.Norm_Cx = 0.5;
+  Given.Norm_Cy = 0.25;
+  EXPECT_EQ(Make_Plan(Given).True_Lens.Fx, 800.0);
+  EXPECT_EQ(Make_Plan(Given).True_Lens.Fy, 800.0) << "square pixels";
+  EXPECT_EQ(Make_Plan(Given).True_Lens.Cx, 320.0);
+  EXPECT_EQ(Make_Plan(Given).True_Lens.Cy, 120.0);
+  Given.Norm_Fy = 1.5;
+  EXPECT_EQ(Make_Plan(Given).True_Lens.Fy, 720.0);
+}
+
+// ---- Spreads ---------------------------------------------------------------------------------
+
+TEST(MakePlan, SpreadsGoodPosesOverTiltsRollsPlacesAndDistances) {
+  for (unsigned Seed = 1; Seed <= 5; ++Seed) {
+    SCOPED_TRACE(Seed);
+    Options Given;
+    Given.Seed = Seed;
+    const Plan Capture = Make_Plan(Given);
+
+    const auto About_X = [](const Image_Truth& Image) { return Lie_Of(Image).About_X_Deg; };
+    const auto About_Y = [](const Image_Truth& Image) { return Lie_Of(Image).About_Y_Deg; };
+    EXPECT_GT(Largest(Capture, About_X), 35.0);
+    EXPECT_LT(Smallest(Capture, About_X), -35.0);
+    EXPECT_GT(Largest(Capture, About_Y), 35.0);
+    EXPECT_LT(Smallest(Capture, About_Y), -35.0);
+    EXPECT_LT(Largest(Capture, [&](const Image_Truth& I) { return std::abs(About_X(I)); }), 50.0);
+    EXPECT_LT(Largest(Capture, [&](const Image_Truth& I) { return std::abs(About_Y(I)); }), 50.0);
+
+    // Rolls leave no gap of 60 degrees around the circle, so every quadrant has some.
+    std::set<double> Rolls;
+    for (const Image_Truth& Image : Capture.Images) Rolls.insert(Lie_Of(Image).Roll_Deg);
+    double Before = *Rolls.rbegin() - 360.0;
+    for (const double Roll : Rolls) {
+      EXPECT_LT(Roll - Before, 60.0) << "between rolls " << Before << " and " << Roll;
+      Before = Roll;
+    }
+
+    // In each corner of the frame some inner corner comes as near as the board's own two outer
+    // squares allow: within a seventh of the frame's diagonal.
+    const double Diagonal = std::hypot(Given.Width, Given.Height);
+    for (const double X : {0.0, Given.Width - 1.0}) {
+      for (const double Y : {0.0, Given.Height - 1.0}) {
+        const double Nearest = Smallest(Capture, [&](const Image_Truth& Image) {
+          double Distance = Diagonal;
+          for (const Eigen::Vector2d& Corner : simulate::Project_Board(Capture, Image)) {
+            Distance = std::min(Distance, (Corner - Eigen::Vector2d(X, Y)).norm());
+          }
+          return Distance;
+        });
+        EXPECT_LT(Nearest, Diagonal / 7.0) << "frame corner " << X << ", " << Y;
+      }
+    }
+
+    const auto Distance = [](const Image_Truth& Image) { return Image.Transform_Cam_Chart(2, 3); };
+    EXPECT_GT(Largest(Capture, Distance), 1.8 * Smallest(Capture, Distance));
+  }
+}
+
+TEST(MakePlan, MovesAndTurnsBothTrackersBetweenImages) {
+  for (unsigned Seed = 1; Seed <= 3; ++Seed) {
+    SCOPED_TRACE(Seed);
+    const Plan Capture = Make_Plan(Small_Capture(Seed));
+    for (const auto Held : {&Image_Truth::Transform_Base_Tc, &Image_Truth::Transform_Base_Tr}) {
+      double Turned_Deg = 0.0, Moved = 0.0;
+      for (const Image_Truth& A : Capture.Images) {
+        for (const Image_Truth& B : Capture.Images) {
+          Turned_Deg = std::max(Turned_Deg, Angle_Deg_Between(A.*Held, B.*Held));
+          Moved = std::max(Moved, ((A.*Held) - (B.*Held)).col(3).norm());
+        }
+      }
+      EXPECT_GT(Turned_Deg, 40.0);
+      EXPECT_GT(Moved, 0.8);
+    }
+  }
+}
+
+TEST(MakePlan, KeepsTheBoardAndItsMarginInsideTheFrame) {
+  const int Sizes[][2] = {{320, 240}, {640, 480},   {720, 1280}, {1280, 720},
+                          {640, 64},  {1920, 1080}, {3840, 2160}};
+  for (const auto& Size : Sizes) {
+    for (const Spread Manner :
+         {Spread::Good, Spread::Frontal, Spread::Centred, Spread::One_Axis, Spread::Same_Pose}) {
+      for (unsigned Seed = 1; Seed <= 3; ++Seed) {
+        SCOPED_TRACE(testing::Message() << Size[0] << "x" << Size[1] << " seed " << Seed
+                                        << " spread " << static_cast<int>(Manner));
+        Options Given;
+        Given.Seed = Seed;
+        Given.Width = Size[0];
+        Given.Height = Size[1];
+        Given.Pose_Spread = Manner;
+        const Plan Capture = Make_Plan(Given);
+        // The white margin's edge, one square outside the outer squares, with points dense enough
+        // that a bent edge can't pass between them.
+        std::vector<cv::Point2d> Edge;
+        const double Right = Given.Board_Cols + 1.0, Bottom = Given.Board_Rows + 1.0;
+        for (int k = 0; k <= 60; ++k) {
+          const double Across = -2.0 + (Right + 2.0) * k / 60.0;
+          const double Down = -2.0 + (Bottom + 2.0) * k / 60.0;
+          Edge.insert(Edge.end(), {{Across, -2.0}, {Across, Bottom}, {-2.0, Down}, {Right, Down}});
+        }
+        for (const Image_Truth& Image : Capture.Images) {
+          for (const cv::Point2d& Drawn : Opencv_Project(Capture, Image, Edge)) {
+            ASSERT_GE(Drawn.x, 0.0) << Image.Name;
+            ASSERT_GE(Drawn.y, 0.0) << Image.Name;
+            ASSERT_LE(Drawn.x, Given.Width - 1.0) << Image.Name;
+            ASSERT_LE(Drawn.y, Given.Height - 1.0) << Image.Name;
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(MakePlan, KeepsFrontalPosesNearlySquareToTheCamera) {
+  Options Given = Small_Capture();
+  Given.Pose_Spread = Spread::Frontal;
+  const Plan Capture = Make_Plan(Given);
+  for (const Image_Truth& Image : Capture.Images) {
+    EXPECT_LT(std::acos(Image.Transform_Cam_Chart(2, 2)) * Degrees, 4.5) << Image.Name;
+  }
+}
+
+TEST(MakePlan, KeepsCentredPosesInTheMiddleOfTheFrame) {
+  Options Given = Small_Capture();
+  Given.Pose_Spread = Spread::Centred;
+  const Plan Capture = Make_Plan(Given);
+  for (const Image_Truth& Image : Capture.Images) {
+    Eigen::Vector2d Sum(0, 0);
+    const std::vector<Eigen::Vector2d> Corners = simulate::Project_Board(Capture, Image);
+    for (const Eigen::Vector2d& Corner : Corners) Sum += Corner;
+    const Eigen::Vector2d Middle = Sum / static_cast<double>(Corners.size());
+    // Corners crowd towards the far side of a tilted board, which shifts their mean a little.
+    EXPECT_LT(std::abs(Middle.x() - 320.0), 0.1 * Given.Width) << Image.Name;
+    EXPECT_LT(std::abs(Middle.y() - 240.0), 0.1 * Given.Height) << Image.Name;
+  }
+}
+
+TEST(MakePlan, TiltsOneAxisPosesAboutTheVerticalAlone) {
+  Options Given = Small_Capture();
+  Given.Pose_Spread = Spread::One_Axis;
+  const Plan Capture = Make_Plan(Given);
+  for (const Image_Truth& Image : Capture.Images) {
+    EXPECT_LT(std::abs(Lie_Of(Image).About_X_Deg), 1e-9) << Image.Name;
+    EXPECT_LT(std::abs(Lie_Of(Image).Roll_Deg), 1e-9) << Image.Name;
+  }
+  const auto About_Y = [](const Image_Truth& Image) { return Lie_Of(Image).About_Y_Deg; };
+  EXPECT_GT(Largest(Capture, About_Y), 30.0);
+  EXPECT_LT(Smallest(Capture, About_Y), -30.0);
+}
+
+TEST(MakePlan, RepeatsNearlyTheSamePoseWhenAsked) {
+  Options Given = Small_Capture();
+  Given.Pose_Spread = Spread::Same_Pose;
+  const Plan Capture = Make_Plan(Given);
+  for (const auto Held : {&Image_Truth::Transform_Cam_Chart, &Image_Truth::Transform_Base_Tc,
+                          &Image_Truth::Transform_Base_Tr}) {
+    for (const Image_Truth& Image : Capture.Images) {
+      const Eigen::Matrix4d& First = Capture.Images.front().*Held;
+      EXPECT_LT(Angle_Deg_Between(First, Image.*Held), 2.0) << Image.Name;
+      EXPECT_LT((First - Image.*Held).col(3).norm(), 0.05) << Image.Name;
+    }
+  }
+}
+
+// ---- Tracker samples -------------------------------------------------------------------------
+
+TEST(MakePlan, DealsAsManyBadRowsOfEachKindAsAskedFor) {
+  for (unsigned Seed = 1; Seed <= 20; ++Seed) {
+    SCOPED_TRACE(Seed);
+    Options Given = Small_Capture(Seed);
+    Given.Image_Count = 16;
+    Given.Stale_Count = 5;
+    Given.Jump_Count = 4;
+    Given.Missing_Count = 3;
+    Given.Blank_Count = 2;
+    Given.Truncated_Count = 1;
+    const Plan Capture = Make_Plan(Given);
+    // A row has one kind, so counts that all come out show that no row was dealt twice.
+    EXPECT_EQ(Count_Of(Capture, Row_Kind::Stale), 5);
+    EXPECT_EQ(Count_Of(Capture, Row_Kind::Jumped), 4);
+    EXPECT_EQ(Count_Of(Capture, Row_Kind::Missing_Image), 3);
+    EXPECT_EQ(Count_Of(Capture, Row_Kind::Blank_Image), 2);
+    EXPECT_EQ(Count_Of(Capture, Row_Kind::Truncated_Image), 1);
+    EXPECT_EQ(Count_Of(Capture, Row_Kind::Good), 1);
+    EXPECT_NE(Capture.Images.front().Kind, Row_Kind::Stale);
+  }
+}
+
+TEST(MakePlan, DealsAllRowsWhenAllAreToBeBad) {
+  Options Given = Small_Capture();
+  Given.Image_Count = 12;
+  Given.Stale_Count = 11;
+  Given.Missing_Count = 1;
+  const Plan Capture = Make_Plan(Given);
+  EXPECT_EQ(Capture.Images.front().Kind, Row_Kind::Missing_Image);
+  EXPECT_EQ(Count_Of(Capture, Row_Kind::Stale), 11);
+}
+
+TEST(MakePlan, RepeatsTheCameraSampleOfTheRowBeforeInAStaleRow) {
+  Options Given = Small_Capture();
+  Given.Position_Noise_Mm = 0.3;
+  Given.Rotation_Noise_Deg = 0.05;
+  const Plan Without = Make_Plan(Given);
+  Given.Stale_Count = 9;
+  Given.Jump_Count = 4;
+  const Plan Capture = Make_Plan(Given);
+  for (size_t i = 1; i < Capture.Images.size(); ++i) {
+    SCOPED_TRACE(i);
+    const bool Repeats = Same_Sample(Capture.Images[i].Tc, Capture.Images[i - 1].Tc);
+    EXPECT_EQ(Repeats, Capture.Images[i].Kind == Row_Kind::Stale);
+    EXPECT_TRUE(Same_Sample(Capture.Images[i].Tr, Without.Images[i].Tr))
+        << "the board's tracker goes on";
+  }
+}
+
+TEST(MakePlan, MovesAndTurnsAJumpedRowByWhatWasAskedFor) {
+  Options Given = Small_Capture();
+  Given.Jump_Count = 10;
+  Given.Jump_Mm = 63.0;
+  Given.Jump_Deg = 7.5;
+  const Plan Capture = Make_Plan(Given);
+  std::set<double> Directions;
+  for (const Image_Truth& Image : Capture.Images) {
+    SCOPED_TRACE(Image.Name);
+    const Eigen::Matrix4d Reported = Pose_Of(Image.Tc);
+    const Eigen::Vector3d Shift = (Reported - Image.Transform_Base_Tc).col(3).head<3>();
+    const bool Jumped = Image.Kind == Row_Kind::Jumped;
+    EXPECT_NEAR(Shift.norm(), Jumped ? 0.063 : 0.0, 1e-14);
+    EXPECT_NEAR(Angle_Deg_Between(Reported, Image.Transform_Base_Tc), Jumped ? 7.5 : 0.0, 1e-11);
+    EXPECT_LE((Pose_Of(Image.Tr) - Image.Transform_Base_Tr).cwiseAbs().maxCoeff(), Pose_Tolerance);
+    if (Jumped) Directions.insert(Shift.x());
+  }
+  EXPECT_EQ(Directions.size(), 10u) << "every jump goes its own way";
+}
+
+// With n draws of a normal deviate the mean lies within 4 sigma / sqrt(n) and the standard
+// deviation within 4 sigma / sqrt(2 n), but for one draw in some ten thousand; the seed is fixed.
+TEST(MakePlan, ScattersSamplesByTheNoiseAskedForOnEveryAxis) {
+  Options Given = Small_Capture();
+  Given.Image_Count = 1000;
+  Given.Pose_Spread = Spread::Frontal;
+  Given.Position_Noise_Mm = 0.7;
+  Given.Rotation_Noise_Deg = 0.25;
+  const Plan Capture = Make_Plan(Given);
+  const double Count = 1000.0;
+  const auto Check = [&](const std::vector<double>& Values, double Deviation) {
+    double Sum = 0.0, Squares = 0.0;
+    for (const double Value : Values) Sum += Value;
+    for (const double Value : Values) Squares += std::pow(Value - Sum / Count, 2);
+    EXPECT_LE(std::abs(Sum / Count), 4.0 * Deviation / std::sqrt(Count));
+    EXPECT_NEAR(std::sqrt(Squares / (Count - 1.0)), Deviation,
+                4.0 * Deviation / std::sqrt(2.0 * Count));
+  };
+  const struct {
+    Sample Image_Truth::*Reported;
+    Eigen::Matrix4d Image_Truth::*True;
+  } Trackers[] = {{&Image_Truth::Tc, &Image_Truth::Transform_Base_Tc},
+                  {&Image_Truth::Tr, &Image_Truth::Transform_Base_Tr}};
+  for (const auto& Tracker : Trackers) {
+    for (int Axis = 0; Axis < 3; ++Axis) {
+      SCOPED_TRACE(Axis);
+      std::vector<double> Shifts, Turns;
+      for (const Image_Truth& Image : Capture.Images) {
+        const Eigen::Matrix4d Reported = Pose_Of(Image.*Tracker.Reported);
+        const Eigen::Matrix4d& True = Image.*Tracker.True;
+        Shifts.push_back(1e3 * (Reported(Axis, 3) - True(Axis, 3)));
+        // A turn of at most a degree is its rotation vector to 1e-4 of it: half the odd part of
+        // the matrix.
+        const Eigen::Matrix3d Turn =
+            True.topLeftCorner<3, 3>().transpose() * Reported.topLeftCorner<3, 3>();
+        const int Next = (Axis + 1) % 3, After = (Axis + 2) % 3;
+        Turns.push_back(Degrees * 0.5 * (Turn(After, Next) - Turn(Next, After)));
+      }
+      Check(Shifts, 0.7);
+      Check(Turns, 0.25);
+    }
+  }
+}
+
+TEST(MakePlan, PutsTheHostsEstimateOffByTheErrorOnEveryAxis) {
+  std::set<bool> Sides;
+  for (unsigned Seed = 1; Seed <= 8; ++Seed) {
+    Options Given = Small_Capture(Seed);
+    Given.Estimate_Error_Deg = 1.5;
+    Given.Estimate_Error_Mm = 4.0;
+    const Plan Capture = Make_Plan(Given);
+    for (int Axis = 0; Axis < 3; ++Axis) {
+      const double Turn_Deg = Capture.Chart_Euler_Deg[Axis] - Given.Board_Mount_Euler_Deg[Axis];
+      const double Shift = Capture.Chart_Translation[Axis] - Given.Board_Mount_Offset[Axis];
+      EXPECT_NEAR(std::abs(Turn_Deg), 1.5, 1e-13);
+      EXPECT_NEAR(std::abs(Shift), 0.004, 1e-16);
+      Sides.insert(Turn_Deg > 0.0);
+      Sides.insert(Shift > 0.0);
+    }
+  }
+  EXPECT_EQ(Sides.size(), 2u) << "errors go to both sides";
+  EXPECT_EQ(Make_Plan(Small_Capture()).Chart_Euler_Deg, Options().Board_Mount_Euler_Deg);
+  EXPECT_EQ(Make_Plan(Small_Capture()).Chart_Translation, Options().Board_Mount_Offset);
+}
+
+// ---- Options that can't be met ---------------------------------------------------------------
+
+TEST(MakePlan, NamesTheOptionThatCantBeMet) {
+  const double Nan = std::numeric_limits<double>::quiet_NaN();
+  const double Infinite = std::numeric_limits<double>::infinity();
+  const struct {
+    const char* Option;
+    std::function<void(Options&)> Spoil;
+  } Cases[] = {
+      {"Image_Count", [](Options& Given) { Given.Image_Count = -1; }},
+      {"Width", [](Options& Given) { Given.Width = 15; }},
+      {"Width", [](Options& Given) { Given.Width = 32768; }},
+      {"Height", [](Options& Given) { Given.Height = 15; }},
+      {"Height", [](Options& Given) { Given.Height = -480; }},
+      {"Board_Cols", [](Options& Given) { Given.Board_Cols = 1; }},
+      {"Board_Rows", [](Options& Given) { Given.Board_Rows = 1; }},
+      {"Square_Size", [](Options& Given) { Given.Square_Size = 0.0; }},
+      {"Square_Size", [&](Options& Given) { Given.Square_Size = Nan; }},
+      {"Norm_Fx", [](Options& Given) { Given.Norm_Fx = 0.0; }},
+      {"Norm_Fy", [](Options& Given) { Given.Norm_Fy = -1.0; }},
+      {"Norm_Cx", [](Options& Given) { Given.Norm_Cx = 1.1; }},
+      {"Norm_Cy", [&](Options& Given) { Given.Norm_Cy = Nan; }},
+      {"K1", [&](Options& Given) { Given.K1 = Infinite; }},
+      {"K2", [&](Options& Given) { Given.K2 = Nan; }},
+      {"Camera_Mount_Euler_Deg", [&](Options& Given) { Given.Camera_Mount_Euler_Deg.y() = Nan; }},
+      {"Camera_Mount_Offset", [&](Options& Given) { Given.Camera_Mount_Offset.z() = Infinite; }},
+      {"Board_Mount_Euler_Deg", [&](Options& Given) { Given.Board_Mount_Euler_Deg.x() = Nan; }},
+      {"Board_Mount_Offset", [&](Options& Given) { Given.Board_Mount_Offset.x() = Nan; }},
+      {"Position_Noise_Mm", [](Options& Given) { Given.Position_Noise_Mm = -0.1; }},
+      {"Rotation_Noise_Deg", [&](Options& Given) { Given.Rotation_Noise_Deg = Nan; }},
+      {"Stale_Count", [](Options& Given) { Given.Stale_Count = -1; }},
+      {"Stale_Count", [](Options& Given) { Given.Stale_Count = Given.Image_Count; }},
+      {"Jump_Count", [](Options& Given) { Given.Jump_Count = -1; }},
+      {"Jump_Mm", [](Options& Given) { Given.Jump_Mm = -1.0; }},
+      {"Jump_Deg", [](Options& Given) { Given.Jump_Deg = -1.0; }},
+      {"Missing_Count", [](Options& Given) { Given.Missing_Count = -1; }},
+      {"Blank_Count", [](Options& Given) { Given.Blank_Count = -1; }},
+      {"Truncated_Count", [](Options& Given) { Given.Truncated_Count = -1; }},
+      {"Image_Count", [](Options& Given) { Given.Jump_Count = 20, Given.Blank_Count = 5; }},
+      {"Image_Count",
+       [](Options& Given) {
+         Given.Jump_Count = Given.Blank_Count = std::numeric_limits<int>::max();
+       }},
+      {"Estimate_Error_Deg", [](Options& Given) { Given.Estimate_Error_Deg = -1.0; }},
+      {"Estimate_Error_Mm", [](Options& Given) { Given.Estimate_Error_Mm = -1.0; }},
+      {"Blur_Pixels", [](Options& Given) { Given.Blur_Pixels = -0.1; }},
+      {"Blur_Pixels", [](Options& Given) { Given.Blur_Pixels = 101.0; }},
+      {"Sensor_Noise", [](Options& Given) { Given.Sensor_Noise = -1.0; }},
+      {"Lighting_Gradient", [](Options& Given) { Given.Lighting_Gradient = 1.5; }},
+      {"Image_Format", [](Options& Given) { Given.Image_Format = "gif"; }},
+      {"Jpeg_Quality", [](Options& Given) { Given.Jpeg_Quality = 101; }},
+      // Lines of sight fold back at half the frame's width: the board fits nowhere.
+      {"K1", [](Options& Given) { Given.K1 = -60.0, Given.K2 = 0.0; }},
+  };
+  for (const auto& Case : Cases) {
+    Options Given = Small_Capture();
+    Case.Spoil(Given);
+    EXPECT_THAT(Message_Of(Given), testing::HasSubstr(Case.Option));
+  }
+}
+
+TEST(MakePlan, MeetsOptionsOnTheirLimits) {
+  Options Given = Small_Capture();
+  Given.Width = Given.Height = 16;
+  Given.Board_Cols = Given.Board_Rows = 2;
+  Given.Image_Count = 4;
+  Given.Stale_Count = 3;
+  Given.Jump_Count = 1;
+  Given.Lighting_Gradient = 1.0;
+  Given.Jpeg_Quality = 0;
+  EXPECT_EQ(Make_Plan(Given).Images.size(), 4u);
+}
+
+}  // namespace

@@ -1,0 +1,414 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The files of a capture: what stands in them, where they lie, and what bad images are like.
+#include "simulate/simulate.h"
+
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <opencv2/imgcodecs.hpp>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using simulate::Image_Truth;
+using simulate::Make_Plan;
+using simulate::Options;
+using simulate::Path_Form;
+using simulate::Plan;
+using simulate::Row_Kind;
+
+Options Tiny_Capture() {
+  Options Given;
+  Given.Seed = 11;
+  Given.Width = 160;
+  Given.Height = 120;
+  Given.Image_Count = 8;
+  Given.Board_Cols = 5;
+  Given.Board_Rows = 4;
+  Given.Position_Noise_Mm = 0.4;
+  Given.Rotation_Noise_Deg = 0.03;
+  return Given;
+}
+
+std::string Bytes_Of(const fs::path& File) {
+  std::ifstream In(File, std::ios::binary);
+  std::ostringstream Out;
+  Out << In.rdbuf();
+  return Out.str();
+}
+
+std::vector<std::string> Lines_Of(const fs::path& File) {
+  std::istringstream In(Bytes_Of(File));
+  std::vector<std::string> Lines;
+  for (std::string Line; std::getline(In, Line);) Lines.push_back(Line);
+  return Lines;
+}
+
+std::vector<std::string> Fields_Of(const std::string& Line) {
+  std::istringstream In(Line);
+  std::vector<std::string> Fields;
+  for (std::string Field; std::getline(In, Field, ',');) Fields.push_back(Field);
+  return Fields;
+}
+
+size_t Files_In(const fs::path& Folder) {
+  size_t Count = 0;
+  for (const fs::directory_entry& Entry : fs::recursive_directory_iterator(Folder)) {
+    Count += Entry.is_regular_file() ? 1 : 0;
+  }
+  return Count;
+}
+
+// The index of the only image of a kind.
+size_t Index_Of(const Plan& Capture, Row_Kind Kind) {
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    if (Capture.Images[i].Kind == Kind) return i;
+  }
+  throw std::runtime_error("no image of this kind");
+}
+
+// ---- capture.csv -----------------------------------------------------------------------------
+
+TEST(WriteTables, WritesRowsThatReadBackAsTheSamplesToTheBit) {
+  const Scratch_Folder Folder;
+  Options Given = Tiny_Capture();
+  Given.Stale_Count = 2;
+  Given.Jump_Count = 2;
+  const Plan Capture = Make_Plan(Given);
+  simulate::Write_Tables(Capture, Folder.Path());
+  const std::vector<std::string> Lines = Lines_Of(Folder.Path() / "capture.csv");
+  ASSERT_EQ(Lines.size(), 1 + Capture.Images.size());
+  EXPECT_EQ(Lines[0].front(), 'T') << "which marks a header";
+  EXPECT_EQ(Fields_Of(Lines[0]).size(), 16u);
+  double Time_Before = -1.0;
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    SCOPED_TRACE(Lines[i + 1]);
+    const Image_Truth& Image = Capture.Images[i];
+    const std::vector<std::string> Fields = Fields_Of(Lines[i + 1]);
+    ASSERT_EQ(Fields.size(), 16u);
+    const auto Number = [&](size_t Field) { return std::strtod(Fields[Field].c_str(), nullptr); };
+    EXPECT_GT(Number(0), Time_Before);
+    Time_Before = Number(0);
+    EXPECT_EQ(Fields[1], (Folder.Path() / "images" / Image.Name).string());
+    size_t Field = 2;
+    for (const simulate::Sample* Reported : {&Image.Tc, &Image.Tr}) {
+      EXPECT_EQ(Number(Field++), Reported->Position.x());
+      EXPECT_EQ(Number(Field++), Reported->Position.y());
+      EXPECT_EQ(Number(Field++), Reported->Position.z());
+      EXPECT_EQ(Number(Field++), Reported->Rotation.w());
+      EXPECT_EQ(Number(Field++), Reported->Rotation.x());
+      EXPECT_EQ(Number(Field++), Reported->Rotation.y());
+      EXPECT_EQ(Number(Field++), Reported->Rotation.z());
+    }
+  }
+}
+
+TEST(WriteTables, StartsWithTheFirstRowWhenNoHeaderIsWanted) {
+  const Scratch_Folder Folder;
+  Options Given = Tiny_Capture();
+  Given.Header = false;
+  simulate::Write_Tables(Make_Plan(Given), Folder.Path());
+  const std::vector<std::string> Lines = Lines_Of(Folder.Path() / "capture.csv");
+  ASSERT_EQ(Lines.size(), 8u);
+  EXPECT_THAT(Fields_Of(Lines[0])[1], testing::EndsWith("0001.png"));
+  EXPECT_EQ(simulate::Read_Truth(Folder.Path() / "truth.json").Rows[0].Csv_Line, 1);
+}
+
+TEST(WriteTables, WritesNoPhotographs) {
+  const Scratch_Folder Folder;
+  simulate::Write_Tables(Make_Plan(Tiny_Capture()), Folder.Path() / "new" / "folder");
+  EXPECT_TRUE(fs::is_regular_file(Folder.Path() / "new" / "folder" / "capture.csv"));
+  EXPECT_TRUE(fs::is_regular_file(Folder.Path() / "new" / "folder" / "truth.json"));
+  EXPECT_EQ(Files_In(Folder.Path()), 2u);
+}
+
+TEST(WriteTables, RefusesAFolderWhoseNameWouldSplitACsvField) {
+  const Scratch_Folder Folder;
+  Options Given = Tiny_Capture();
+  EXPECT_THROW(simulate::Write_Tables(Make_Plan(Given), Folder.Path() / "a,b"), std::runtime_error);
+  Given.Paths = Path_Form::Relative;
+  EXPECT_NO_THROW(simulate::Write_Tables(Make_Plan(Given), Folder.Path() / "a,b"));
+}
+
+// ---- Paths -----------------------------------------------------------------------------------
+
+TEST(WriteCapture, PutsEachPhotographWhereItsRowSaysInEveryPathForm) {
+  const struct {
+    Path_Form Form;
+    std::string In_Csv;  // of the first image, <> standing for the folder
+    std::string On_Disk;
+  } Cases[] = {
+      {Path_Form::Absolute, "<>/images/0001.png", "images/0001.png"},
+      {Path_Form::Relative, "images/0001.png", "images/0001.png"},
+      {Path_Form::Name_Only, "0001.png", "0001.png"},
+#ifndef _WIN32
+      {Path_Form::Backslash, "<>/images\\0001.png", "images\\0001.png"},
+#endif
+  };
+  for (const auto& Case : Cases) {
+    SCOPED_TRACE(Case.In_Csv);
+    const Scratch_Folder Folder;
+    Options Given = Tiny_Capture();
+    Given.Image_Count = 3;
+    Given.Paths = Case.Form;
+    simulate::Write_Capture(Make_Plan(Given), Folder.Path());
+    const std::vector<std::string> Lines = Lines_Of(Folder.Path() / "capture.csv");
+    std::string In_Csv = Case.In_Csv;
+    if (In_Csv.substr(0, 2) == "<>") In_Csv.replace(0, 2, Folder.String());
+    EXPECT_EQ(Fields_Of(Lines[1])[1], In_Csv);
+    EXPECT_TRUE(fs::is_regular_file(Folder.Path() / Case.On_Disk));
+    EXPECT_EQ(Files_In(Folder.Path()), 5u);
+    for (size_t Line = 1; Line < Lines.size(); ++Line) {
+      EXPECT_FALSE(cv::imread((Folder.Path() / Fields_Of(Lines[Line])[1]).string()).empty());
+    }
+  }
+}
+
+TEST(WriteCapture, WritesAbsolutePathsWhenTheFolderIsGivenRelative) {
+  const Scratch_Folder Folder;
+  Options Given = Tiny_Capture();
+  Given.Image_Count = 1;
+  const fs::path Relative = fs::relative(Folder.Path()) / "capture";
+  simulate::Write_Capture(Make_Plan(Given), Relative);
+  const std::string In_Csv = Fields_Of(Lines_Of(Folder.Path() / "capture" / "capture.csv")[1])[1];
+  EXPECT_TRUE(fs::path(In_Csv).is_absolute());
+  EXPECT_TRUE(fs::is_regular_file(In_Csv));
+}
+
+// ---- Photographs -----------------------------------------------------------------------------
+
+TEST(WriteCapture, WritesColourPhotographsOfTheSizeAskedFor) {
+  for (const std::string Format : {"png", "jpg"}) {
+    SCOPED_TRACE(Format);
+    const Scratch_Folder Folder;
+    Options Given = Tiny_Capture();
+    Given.Image_Format = Format;
+    simulate::Write_Capture(Make_Plan(Given), Folder.Path());
+    for (int i = 1; i <= 8; ++i) {
+      const fs::path File = Folder.Path() / "images" / ("000" + std::to_string(i) + "." + Format);
+      const cv::Mat Photograph = cv::imread(File.string(), cv::IMREAD_UNCHANGED);
+      EXPECT_EQ(Photograph.size(), cv::Size(160, 120));
+      EXPECT_EQ(Photograph.type(), CV_8UC3);
+    }
+    EXPECT_EQ(Files_In(Folder.Path()), 10u);
+    // Formats are told by their first bytes, whatever the name says.
+    const std::string First = Bytes_Of(Folder.Path() / "images" / ("0001." + Format)).substr(0, 2);
+    EXPECT_EQ(First, Format == "png" ? "\x89P" : "\xff\xd8");
+  }
+}
+
+TEST(WriteCapture, PacksJpegsByTheQualityAskedFor) {
+  const Scratch_Folder Folder;
+  Options Given = Tiny_Capture();
+  Given.Image_Count = 1;
+  Given.Image_Format = "jpg";
+  Given.Jpeg_Quality = 95;
+  simulate::Write_Capture(Make_Plan(Given), Folder.Path() / "fine");
+  Given.Jpeg_Quality = 20;
+  simulate::Write_Capture(Make_Plan(Given), Folder.Path() / "coarse");
+  EXPECT_LT(2 * fs::file_size(Folder.Path() / "coarse" / "images" / "0001.jpg"),
+            fs::file_size(Folder.Path() / "fine" / "images" / "0001.jpg"));
+}
+
+TEST(WriteCapture, LeavesOutMissingCutsTruncatedAndBlanksBlankImages) {
+  for (const std::string Format : {"png", "jpg"}) {
+    SCOPED_TRACE(Format);
+    const Scratch_Folder Whole, Spoilt;
+    Options Given = Tiny_Capture();
+    Given.Image_Format = Format;
+    simulate::Write_Capture(Make_Plan(Given), Whole.Path());
+    simulate::Write_Capture(Make_Plan(Given), Spoilt.Path());
+    Given.Missing_Count = 1;
+    Given.Blank_Count = 1;
+    Given.Truncated_Count = 1;
+    const Plan Capture = Make_Plan(Given);
+    // Written over a whole capture: the missing photograph has to go.
+    simulate::Write_Capture(Capture, Spoilt.Path());
+    for (const Image_Truth& Image : Capture.Images) {
+      SCOPED_TRACE(Image.Name);
+      const fs::path File = Spoilt.Path() / "images" / Image.Name;
+      const std::string Before = Bytes_Of(Whole.Path() / "images" / Image.Name);
+      ASSERT_GT(Before.size(), 1000u);
+      switch (Image.Kind) {
+        case Row_Kind::Missing_Image:
+          EXPECT_FALSE(fs::exists(File));
+          break;
+        case Row_Kind::Truncated_Image:
+          EXPECT_EQ(Bytes_Of(File), Before.substr(0, Before.size() / 2));
+          // A cut PNG doesn't load; of a cut JPEG the upper half does.
+          EXPECT_EQ(cv::imread(File.string()).empty(), Format == "png");
+          break;
+        case Row_Kind::Blank_Image: {
+          cv::Scalar Mean, Deviation;
+          cv::meanStdDev(cv::imread(File.string()), Mean, Deviation);
+          // Grey 128, dimmed by a quarter at most; noise and the gradient scatter it a little.
+          EXPECT_NEAR(Mean[0], 112.0, 2.0);
+          EXPECT_LT(Deviation[0], 10.0);
+          break;
+        }
+        default:
+          EXPECT_EQ(Bytes_Of(File), Before);
+      }
+    }
+  }
+}
+
+TEST(WriteCapture, ThrowsWhenAFileCantBeWritten) {
+  const Scratch_Folder Folder;
+  Options Given = Tiny_Capture();
+  Given.Image_Count = 1;
+  const Plan Capture = Make_Plan(Given);
+  Folder.Write("file", "in the way");
+  EXPECT_THROW(simulate::Write_Capture(Capture, Folder.Path() / "file"), std::runtime_error);
+  EXPECT_THROW(simulate::Write_Tables(Capture, Folder.Path() / "file" / "in"), std::runtime_error);
+  fs::create_directories(Folder.Path() / "csv" / "capture.csv");
+  EXPECT_THROW(simulate::Write_Capture(Capture, Folder.Path() / "csv"), std::runtime_error);
+  fs::create_directories(Folder.Path() / "truth" / "truth.json");
+  EXPECT_THROW(simulate::Write_Capture(Capture, Folder.Path() / "truth"), std::runtime_error);
+  fs::create_directories(Folder.Path() / "image" / "images" / "0001.png");
+  EXPECT_THROW(simulate::Write_Capture(Capture, Folder.Path() / "image"), std::runtime_error);
+}
+
+// ---- truth.json ------------------------------------------------------------------------------
+
+TEST(ReadTruth, GivesBackWhatWentIntoTheCapture) {
+  const Scratch_Folder Folder;
+  Options Given = Tiny_Capture();
+  Given.Seed = 4000000000u;
+  Given.Stale_Count = Given.Jump_Count = Given.Missing_Count = 1;
+  Given.Blank_Count = Given.Truncated_Count = 1;
+  Given.Estimate_Error_Deg = 0.7;
+  Given.Estimate_Error_Mm = 3.0;
+  const Plan Capture = Make_Plan(Given);
+  simulate::Write_Tables(Capture, Folder.Path());
+  const simulate::Truth Told = simulate::Read_Truth(Folder.Path() / "truth.json");
+  EXPECT_EQ(Told.Seed, 4000000000u);
+  EXPECT_EQ(Told.Width, 160);
+  EXPECT_EQ(Told.Height, 120);
+  EXPECT_EQ(Told.Board_Cols, 5);
+  EXPECT_EQ(Told.Board_Rows, 4);
+  EXPECT_EQ(Told.Square_Size, 0.03);
+  EXPECT_EQ(Told.True_Lens.Fx, Capture.True_Lens.Fx);
+  EXPECT_EQ(Told.True_Lens.Fy, Capture.True_Lens.Fy);
+  EXPECT_EQ(Told.True_Lens.Cx, Capture.True_Lens.Cx);
+  EXPECT_EQ(Told.True_Lens.Cy, Capture.True_Lens.Cy);
+  EXPECT_EQ(Told.True_Lens.K1, -0.09);
+  EXPECT_EQ(Told.True_Lens.K2, 0.03);
+  EXPECT_EQ(Told.Transform_Cam_Tc, Capture.Transform_Cam_Tc);
+  EXPECT_EQ(Told.Transform_Chart_Tr, Capture.Transform_Chart_Tr);
+  EXPECT_EQ(Told.Chart_Euler_Deg, Capture.Chart_Euler_Deg);
+  EXPECT_EQ(Told.Chart_Translation, Capture.Chart_Translation);
+  EXPECT_EQ(Told.Position_Noise_Mm, 0.4);
+  EXPECT_EQ(Told.Rotation_Noise_Deg, 0.03);
+  ASSERT_EQ(Told.Rows.size(), Capture.Images.size());
+  const std::vector<std::string> Lines = Lines_Of(Folder.Path() / "capture.csv");
+  for (size_t i = 0; i < Told.Rows.size(); ++i) {
+    SCOPED_TRACE(i);
+    EXPECT_EQ(Told.Rows[i].Name, Capture.Images[i].Name);
+    EXPECT_EQ(Told.Rows[i].Kind, Capture.Images[i].Kind);
+    EXPECT_EQ(Told.Rows[i].Transform_Cam_Chart, Capture.Images[i].Transform_Cam_Chart);
+    const size_t Line = static_cast<size_t>(Told.Rows[i].Csv_Line);
+    ASSERT_LE(Line, Lines.size());
+    EXPECT_THAT(Fields_Of(Lines[Line - 1])[1], testing::EndsWith(Told.Rows[i].Name));
+  }
+}
+
+TEST(WriteTables, TellsOptionsLensAndKindsInTruthJson) {
+  const Scratch_Folder Folder;
+  Options Given = Tiny_Capture();
+  Given.Stale_Count = 1;
+  Given.Paths = Path_Form::Name_Only;
+  Given.Pose_Spread = simulate::Spread::Frontal;
+  const Plan Capture = Make_Plan(Given);
+  simulate::Write_Tables(Capture, Folder.Path());
+  const auto File = nlohmann::json::parse(Bytes_Of(Folder.Path() / "truth.json"));
+  EXPECT_EQ(File.at("format_version"), 1);
+  EXPECT_EQ(File.at("options").size(), 36u) << "one for every option";
+  EXPECT_EQ(File.at("options").at("seed"), 11);
+  EXPECT_EQ(File.at("options").at("stale_count"), 1);
+  EXPECT_EQ(File.at("options").at("paths"), "name_only");
+  EXPECT_EQ(File.at("options").at("pose_spread"), "frontal");
+  EXPECT_EQ(File.at("options").at("camera_mount_euler_deg"), nlohmann::json({35.0, -25.0, 20.0}));
+  EXPECT_DOUBLE_EQ(File.at("lens_normalised").at("fx").get<double>(), 1.1);
+  EXPECT_DOUBLE_EQ(File.at("lens_normalised").at("fy").get<double>(), 1.1 * 160.0 / 120.0);
+  EXPECT_DOUBLE_EQ(File.at("lens_normalised").at("cx").get<double>(), 0.503);
+  EXPECT_DOUBLE_EQ(File.at("lens_normalised").at("cy").get<double>(), 0.492);
+  // Row by row: element 3 is the x of the translation, 12 to 15 the bottom row.
+  const nlohmann::json Flat = File.at("Transform_Cam_Tc");
+  ASSERT_EQ(Flat.size(), 16u);
+  EXPECT_EQ(Flat.at(3), 0.06);
+  EXPECT_EQ(Flat.at(7), -0.14);
+  EXPECT_EQ(Flat.at(11), -0.08);
+  EXPECT_EQ(Flat.at(12), 0.0);
+  EXPECT_EQ(Flat.at(15), 1.0);
+  EXPECT_EQ(File.at("images").at(Index_Of(Capture, Row_Kind::Stale)).at("kind"), "stale");
+}
+
+TEST(ReadTruth, ThrowsNamingAFileThatIsntATruth) {
+  const Scratch_Folder Folder;
+  const auto Message_Of = [](const fs::path& Path) -> std::string {
+    try {
+      simulate::Read_Truth(Path);
+    } catch (const std::runtime_error& Refusal) {
+      return Refusal.what();
+    }
+    return "no std::runtime_error";
+  };
+  simulate::Write_Tables(Make_Plan(Tiny_Capture()), Folder.Path());
+  const auto Good = nlohmann::json::parse(Bytes_Of(Folder.Path() / "truth.json"));
+  auto Short_Pose = Good, Unknown_Kind = Good, Other_Format = Good, No_Lens = Good, Worded = Good;
+  Short_Pose["Transform_Cam_Tc"].erase(15);
+  Unknown_Kind["images"][0]["kind"] = "fair";
+  Other_Format["format_version"] = 2;
+  No_Lens.erase("lens_pixels");
+  Worded["Transform_Chart_Tr"][0] = "one";
+  const struct {
+    std::string Name, Bytes;
+  } Cases[] = {{"empty.json", ""},
+               {"garbage.json", std::string("\x00\xff{\"", 4)},
+               {"array.json", "[]"},
+               {"short_pose.json", Short_Pose.dump()},
+               {"unknown_kind.json", Unknown_Kind.dump()},
+               {"other_format.json", Other_Format.dump()},
+               {"no_lens.json", No_Lens.dump()},
+               {"worded.json", Worded.dump()}};
+  for (const auto& Case : Cases) {
+    EXPECT_THAT(Message_Of(Folder.Write(Case.Name, Case.Bytes)), testing::HasSubstr(Case.Name));
+  }
+  EXPECT_THAT(Message_Of(Folder.Path() / "absent.json"), testing::HasSubstr("absent.json"));
+  EXPECT_THAT(Message_Of(Folder.Path()), testing::HasSubstr(Folder.Path().filename().string()));
+  EXPECT_EQ(Message_Of(Folder.Write("good.json", Good.dump())), "no std::runtime_error");
+}
+
+// ---- Independence ----------------------------------------------------------------------------
+
+TEST(Simulator, IncludesNothingOfTheLibrary) {
+  size_t Sources = 0;
+  for (const fs::directory_entry& Entry : fs::directory_iterator(SIMULATE_SOURCES)) {
+    const std::string Extension = Entry.path().extension().string();
+    if (Extension != ".h" && Extension != ".cpp") continue;
+    ++Sources;
+    for (const std::string& Line : Lines_Of(Entry.path())) {
+      for (const std::string Folder :
+           {"frame/", "capture/", "solver/", "export/", "rigsync_core"}) {
+        EXPECT_FALSE(Line.find("#include") == 0 && Line.find(Folder) != std::string::npos)
+            << Entry.path() << ": " << Line;
+      }
+    }
+  }
+  EXPECT_GE(Sources, 5u);
+}
+
+}  // namespace
