@@ -26,6 +26,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <random>
 #include <stdexcept>
 
 namespace {
@@ -202,13 +203,14 @@ TEST(CalibrationDriver, ReservesThreeTimesTheCornersAsAProductThatWrapsAt32Bits)
       {0, -3, 0},
       {-3, -5, 45},
       {-1, -1, 3},
-      {26754, 26755, 2147409810},  // the largest such pair below 2^31
-      {715827882, 1, 2147483646},  // 2^31 - 2
-      {40000, 40000, 505032704},   // 4,800,000,000 less 2^32
-      {65536, 65536, 0},           // a multiple of 2^32
-      {INT_MAX, INT_MAX, 3},       // (2^31 - 1)^2 is 1 below a multiple of 2^31
-      {INT_MIN, 2, 0},             // -2^32
-      {INT_MIN, INT_MIN, 0},       // 2^62
+      {26754, 26755, 2147409810},   // the largest such pair below 2^31
+      {715827882, 1, 2147483646},   // 2^31 - 2
+      {40000, 40000, 505032704},    // 4,800,000,000 less 2^32
+      {65536, 65536, 0},            // a multiple of 2^32
+      {INT_MAX, INT_MAX, 3},        // (2^31 - 1)^2 is 1 below a multiple of 2^31
+      {-715827883, 1, 2147483647},  // -2^31 - 1, which wraps to 2^31 - 1
+      {INT_MIN, 2, 0},              // -2^32
+      {INT_MIN, INT_MIN, 0},        // 2^62
   };
   for (const Case& Board : Cases) {
     SCOPED_TRACE(std::to_string(Board.Cols) + " x " + std::to_string(Board.Rows));
@@ -591,6 +593,18 @@ TEST(CalibrationDriver, ThrowsForAShortBoardEstimateWithTheLensDelivered) {
   }
 }
 
+// The table of the good capture with other tracker samples, as a file in this folder. Write_Tables
+// names photographs beside itself, and they lie with the good capture.
+std::string Write_Other_Samples(const simulate::Plan& Plan, const Scratch_Folder& Folder) {
+  simulate::Write_Tables(Plan, Folder.Path());
+  std::string Table = Read_File(Folder.Path() / "capture.csv");
+  const std::string Here = Folder.String(), There = Good_Capture().Folder.String();
+  for (std::size_t At = Table.find(Here); At != std::string::npos; At = Table.find(Here, At + 1)) {
+    Table.replace(At, Here.size(), There);
+  }
+  return Folder.Write("other.csv", Table);
+}
+
 std::size_t Files_Starting(const std::string& Folder, const std::string& Start) {
   std::size_t Count = 0;
   for (const auto& Entry : std::filesystem::directory_iterator(Folder)) {
@@ -606,16 +620,8 @@ TEST(CalibrationDriver, LeavesTheLensAndNoImageBehindWhenTheFilterEndsTheRun) {
     Mixed.Images[i].Tc = Good_Capture().Plan.Images[(i * 5 + 1) % Mixed.Images.size()].Tc;
   }
   const Scratch_Folder Folder;
-  simulate::Write_Tables(Mixed, Folder.Path());
-  // The tables name photographs beside themselves; here they lie with the good capture.
-  std::string Text = Read_File(Folder.Path() / "capture.csv");
-  const std::string Here = Folder.String(), There = Good_Capture().Folder.String();
-  for (std::size_t At = Text.find(Here); At != std::string::npos; At = Text.find(Here, At + 1)) {
-    Text.replace(At, Here.size(), There);
-  }
-
   Calibration_Run Run = Calibration_Run::Over_Good_Capture();
-  Run.Csv_Path = Folder.Write("mixed.csv", Text);
+  Run.Csv_Path = Write_Other_Samples(Mixed, Folder);
   Run.Fill_Before();
   EXPECT_EQ(Run.First_Overload(), 13);
   EXPECT_EQ(Run.Log().back(), "Error code 13: Filtered data not enough (<5)");
@@ -756,6 +762,47 @@ TEST(CalibrationDriver, GivesTheResultLogAndImagesThatTheStagesGiveInThisOrder) 
   ASSERT_EQ(Run.Transform_Cam_Tc.size(), 16u);
   const std::vector<double> Last_Row(Run.Transform_Cam_Tc.begin() + 12, Run.Transform_Cam_Tc.end());
   EXPECT_THAT(Last_Row, ElementsAre(0.0, 0.0, 0.0, 1.0));
+}
+
+TEST(CalibrationDriver, JudgesByItsFourLimitsAndDeliversBeforeItJudges) {
+  // The camera's positions are moved by fixed amounts, at most so many millimetres on each axis.
+  // The log of a verdict shows the limit that was passed.
+  struct Case {
+    double Reach_Mm;
+    int Code;
+    const char* Start;
+    const char* End;
+  };
+  const Case Cases[] = {
+      {12.0, 99, "Recalibration recommended. ( Reprojection error ", " > 0.011111 )"},
+      {15.0, 14, "Reprojection error too large. ( ", " > 0.016667 )"},
+      {20.0, 99, "Recalibration recommended. ( T_STD ", " > 0.010000 )"},
+      {30.0, 6, "T_STD too large. ( ", " > 0.015000 )"},
+  };
+  for (const Case& Judged : Cases) {
+    SCOPED_TRACE(Judged.Reach_Mm);
+    simulate::Plan Noisy = Good_Capture().Plan;
+    std::mt19937 Engine(7);
+    for (simulate::Image_Truth& Image : Noisy.Images) {
+      for (int r = 0; r < 3; ++r) {
+        const double Fraction = static_cast<double>(Engine()) / 4294967296.0 * 2.0 - 1.0;
+        Image.Tc.Position(r) += Judged.Reach_Mm * 0.001 * Fraction;
+      }
+    }
+    const Scratch_Folder Folder, By_Hand;
+    Calibration_Run Run = Calibration_Run::Over_Good_Capture();
+    Run.Csv_Path = Write_Other_Samples(Noisy, Folder);
+    std::vector<double> Expected;
+    EXPECT_EQ(Run_By_Hand(Run, (By_Hand.Path() / "log").string(), By_Hand.String(), Expected),
+              Judged.Code);
+    EXPECT_EQ(Run.First_Overload(), Judged.Code);
+    EXPECT_EQ(Run.Transform_Cam_Tc, Expected);
+    const std::vector<std::string> Log = Run.Log();
+    EXPECT_EQ(Log, Read_Log_File(By_Hand.Path() / "log"));
+    ASSERT_GE(Log.size(), 2u);
+    EXPECT_THAT(Log[Log.size() - 2], testing::StartsWith(Judged.Start));
+    EXPECT_THAT(Log[Log.size() - 2], testing::EndsWith(Judged.End));
+  }
 }
 
 TEST(CalibrationDriver, GivesTheSameTransformFromBothOverloads) {
