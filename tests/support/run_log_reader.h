@@ -8,22 +8,29 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+// Whether a text has the form 2022-11-17 09:05:33. By hand: <regex> costs every test file seconds.
+inline bool Is_Time(const std::string& Text) {
+  const std::string Form = "dddd-dd-dd dd:dd:dd";
+  return std::equal(Text.begin(), Text.end(), Form.begin(), Form.end(),
+                    [](char Given, char Wanted) {
+                      return Wanted == 'd' ? Given >= '0' && Given <= '9' : Given == Wanted;
+                    });
+}
+
 // The messages of a log file or of captured standard output. Throws when a line isn't a time text,
 // a tab and a message, or when the last line has no newline.
 inline std::vector<std::string> Messages(const std::string& Text) {
-  static const std::regex Time("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}");
   std::vector<std::string> Lines;
   std::size_t Start = 0;
   while (Start < Text.size()) {
     const std::size_t End = Text.find('\n', Start);
     if (End == std::string::npos) throw std::runtime_error("last log line has no newline");
     const std::string Line = Text.substr(Start, End - Start);
-    if (Line.size() < 20 || Line[19] != '\t' || !std::regex_match(Line.substr(0, 19), Time)) {
+    if (Line.size() < 20 || Line[19] != '\t' || !Is_Time(Line.substr(0, 19))) {
       throw std::runtime_error("not a log line: " + Line);
     }
     Lines.push_back(Line.substr(20));
