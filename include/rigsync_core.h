@@ -73,4 +73,66 @@ RIGSYNC_CORE_API int Calibration(std::string Csv_Path, double Sensor_Width_mm,
                                  std::vector<double>& Transform_Cam_Tc, std::vector<double>& FoV,
                                  std::vector<double>& Focal_Length_mm, std::string Output_Dir);
 
+// The four exports below write a solved Transform_Cam_Tc in the axes, units and rotation form of a
+// render engine. The result is always the other direction: where the camera is, as seen from its
+// tracker. docs/engines.md tells which number belongs in which field.
+//
+// Each is a run of its own with its own run log. The flat transform is 16 elements, row-major, in
+// metres, as Calibration fills it; elements from 16 on are ignored, and the values aren't tested:
+// what is singular or not finite gives results that are not finite, and the same code.
+// All throw std::invalid_argument for a flat transform of fewer than 16 elements, before anything
+// of it is filled.
+
+// For Unreal Engine 4, left-handed: the camera's x along its view, y right, z up.
+//
+// Reads   Transform_Cam_Tc      16: the flat transform.
+//         Output_Dir            existing folder for the run log.
+// Fills   Rot_Tc_Cam_UE4_Euler  3: roll, pitch, yaw, degrees.
+//         Trans_Tc_Cam_UE4_cm   3: x, y, z, centimetres. All six are single-precision values.
+// Returns 0; 3 when the pitch is within about 0.08 degrees of 90 or -90, where roll and yaw can't
+//         be told apart: then neither vector is filled.
+RIGSYNC_CORE_API int CamAxisToUE4(std::vector<double> Transform_Cam_Tc,
+                                  std::vector<double>& Rot_Tc_Cam_UE4_Euler,
+                                  std::vector<double>& Trans_Tc_Cam_UE4_cm, std::string Output_Dir);
+
+// For Unreal Engine 5, right-handed: the camera keeps x right, y down, z along its view.
+//
+// Reads   Transform_Cam_Tc  16: the flat transform.
+//         Output_Dir        existing folder for the run log.
+// Fills   Quat_Tc_Cam       4: the rotation as a quaternion x, y, z, w. w may be negative.
+//         Trans_Tc_Cam_cm   3: x, y, z, centimetres. All seven are double precision.
+// Returns 0, always.
+RIGSYNC_CORE_API int CamAxisToUE5(std::vector<double> Transform_Cam_Tc,
+                                  std::vector<double>& Quat_Tc_Cam,
+                                  std::vector<double>& Trans_Tc_Cam_cm, std::string Output_Dir);
+
+// The same for Unreal Engine 5 in other axes, right-handed: the camera's x up, y along its view,
+// z left. Arguments, results and log texts are those of CamAxisToUE5, but for the start line and
+// the end line.
+RIGSYNC_CORE_API int CamAxisToUE5_ExportxN(std::vector<double> Transform_Cam_Tc,
+                                           std::vector<double>& Quat_Tc_Cam,
+                                           std::vector<double>& Trans_Tc_Cam_cm,
+                                           std::string Output_Dir);
+
+// For Aximmetry, with the lens. A rotation at the gimbal lock is a result here, not an error.
+//
+// Reads   Norm_Fxy             2: fx / width, fy / height. The second is logged and not used.
+//         Norm_Cxy             2: cx / width, cy / height.
+//         Transform_Cam_Tc     16: the flat transform.
+//         Output_Dir           existing folder for the run log.
+// Fills   FoVX                 1: horizontal field of view, degrees.
+//         AximmetryCxy         2: centre shift, cx / width - 0.5 and -(cy / height - 0.5).
+//         Rot_Tc_Cam_AX_Euler  3: turns about x, y and z, degrees.
+//         Trans_Tc_Cam_AX_cm   3: x, y, z, centimetres. These six are single-precision values.
+// Returns 0, always.
+// Throws  std::invalid_argument also for a Norm_Fxy or Norm_Cxy of fewer than two elements: then
+//         nothing is filled. FoVX and AximmetryCxy are filled before the transform is read.
+RIGSYNC_CORE_API int CamAxisToAximmetry(std::vector<double> Norm_Fxy, std::vector<double> Norm_Cxy,
+                                        std::vector<double> Transform_Cam_Tc,
+                                        std::vector<double>& FoVX,
+                                        std::vector<double>& AximmetryCxy,
+                                        std::vector<double>& Rot_Tc_Cam_AX_Euler,
+                                        std::vector<double>& Trans_Tc_Cam_AX_cm,
+                                        std::string Output_Dir);
+
 #endif  // RIGSYNC_CORE_H
