@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Values as people write them on a command line or in a stage file: 11x8, 30mm, 12,-20,8. Every
+// refusal names the flag, the value and what was expected.
+//
+// Lengths are metres unless they carry a unit (mm, cm, m); angles are degrees.
+#ifndef RIGSYNC_HOST_ARGUMENTS_H
+#define RIGSYNC_HOST_ARGUMENTS_H
+
+#include <array>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// Something that the person at the keyboard has to put right. Ends the command with status 2.
+class Usage_Error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// "FLAG: VALUE is wrong; expected EXPECTED", with the value quoted.
+[[noreturn]] void Refuse(const std::string& Flag, const std::string& Value,
+                         const std::string& Expected);
+
+struct Board_Size {
+  int Cols = 0, Rows = 0;  // inner corners along a row, along a column
+};
+
+// 11x8: inner corners, 3 to 100 on each side. Fewer have no unique board in an image, and no
+// photograph resolves more.
+Board_Size Parse_Board(const std::string& Flag, const std::string& Text);
+
+// A square's edge: above 0 and at most 1 metre, so that millimetres without their unit are told.
+double Parse_Square(const std::string& Flag, const std::string& Text);
+
+// A finite length, metres.
+double Parse_Length(const std::string& Flag, const std::string& Text);
+
+// A finite number without a unit, or with the unit "deg" for an angle.
+double Parse_Number(const std::string& Flag, const std::string& Text);
+double Parse_Angle(const std::string& Flag, const std::string& Text);
+
+// A whole number within [Least, Most].
+long Parse_Whole(const std::string& Flag, const std::string& Text, long Least, long Most);
+
+// a,b,c
+std::array<double, 3> Parse_Angles(const std::string& Flag, const std::string& Text);
+std::array<double, 3> Parse_Offset(const std::string& Flag, const std::string& Text);
+
+// Two numbers with a comma between them.
+std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text);
+
+// 1920x1080, pixels, both above 0.
+std::array<int, 2> Parse_Pixels(const std::string& Flag, const std::string& Text);
+
+// 23.76x13.365, millimetres (that is what sensor sizes are given in), both above 0.
+std::array<double, 2> Parse_Sensor(const std::string& Flag, const std::string& Text);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_ARGUMENTS_H

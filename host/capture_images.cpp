@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/capture_images.h"
+
+#include "host/arguments.h"
+#include "host/text.h"
+
+#include <fmt/format.h>
+
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <system_error>
+
+namespace host {
+namespace {
+
+// Whether there is something at Path that could be an image.
+bool Is_File(const std::filesystem::path& Path) {
+  std::error_code Error;
+  return std::filesystem::exists(Path, Error) && !std::filesystem::is_directory(Path, Error);
+}
+
+// Creates Relative inside Out, one component after the other, so that a ".." is resolved against
+// folders that are there.
+bool Make_Folders(const std::filesystem::path& Out, const std::filesystem::path& Relative) {
+  std::filesystem::path Folder = Out;
+  for (const std::filesystem::path& Component : Relative) {
+    if (Component.empty()) continue;
+    Folder /= Component;
+    std::error_code Error;
+    std::filesystem::create_directory(Folder, Error);
+    if (!std::filesystem::is_directory(Folder, Error)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::vector<Capture_Image> Read_Image_Names(const std::filesystem::path& Csv) {
+  std::vector<Capture_Image> Images;
+  std::ifstream File(Csv);
+  std::string Text;
+  for (std::size_t Line = 1; std::getline(File, Text); ++Line) {
+    if (!Text.empty() && Text.front() == 'T') continue;
+    std::istringstream Fields(Text);
+    std::string Field;
+    std::getline(Fields, Field, ',');
+    std::getline(Fields, Field, ',');
+    Images.push_back({Line, Field});
+  }
+  return Images;
+}
+
+std::filesystem::path Reprojection_Name(const std::string& Image_Name) {
+  // Without a backslash find_last_of gives npos, and npos + 1 is 0: the whole path.
+  return "Reproject_" + Image_Name.substr(Image_Name.find_last_of('\\') + 1);
+}
+
+bool Climbs_Out(const std::string& Image_Name) {
+  int Depth = 0;
+  for (const std::filesystem::path& Component : Reprojection_Name(Image_Name)) {
+    if (Component.empty() || Component == ".") continue;
+    Depth += Component == ".." ? -1 : 1;
+    if (Depth == 0) return true;
+  }
+  return false;
+}
+
+void Refuse_Climbing_Images(const std::filesystem::path& Csv,
+                            const std::vector<Capture_Image>& Images,
+                            const std::filesystem::path& Image_Root) {
+  for (const Capture_Image& Image : Images) {
+    if (!Climbs_Out(Image.Name) || !Is_File(Image_Root / Image.Name)) continue;
+    throw Usage_Error(fmt::format(
+        "{}, line {}: image path '{}' would lead its reprojection image to another place than the "
+        "output folder's Reproject_ files; expected a path without such '..'",
+        Csv.string(), Image.Line, One_Line(Image.Name)));
+  }
+}
+
+std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& Out,
+                                                   const std::vector<Capture_Image>& Images,
+                                                   const std::filesystem::path& Image_Root) {
+  std::vector<std::string> Without_Folder;
+  std::set<std::filesystem::path> Made;
+  for (const Capture_Image& Image : Images) {
+    const std::filesystem::path Folder = Reprojection_Name(Image.Name).parent_path();
+    // An image that doesn't exist has no reprojection, and a file of noise makes no folders.
+    if (Folder.empty() || Made.count(Folder) != 0 || !Is_File(Image_Root / Image.Name)) continue;
+    if (Make_Folders(Out, Folder)) {
+      Made.insert(Folder);
+    } else {
+      Without_Folder.push_back(Image.Name);
+    }
+  }
+  return Without_Folder;
+}
+
+File_Times Reprojection_Times(const std::filesystem::path& Out,
+                              const std::vector<Capture_Image>& Images) {
+  File_Times Times;
+  for (const Capture_Image& Image : Images) {
+    const std::filesystem::path File = Out / Reprojection_Name(Image.Name);
+    std::error_code Error;
+    const auto Time = std::filesystem::last_write_time(File, Error);
+    if (!Error) Times[File] = Time;
+  }
+  return Times;
+}
+
+std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Out,
+                                                         const std::vector<Capture_Image>& Images,
+                                                         const File_Times& Before) {
+  std::vector<std::filesystem::path> Written;
+  for (const auto& [File, Time] : Reprojection_Times(Out, Images)) {
+    const auto Earlier = Before.find(File);
+    if (Earlier == Before.end() || Earlier->second != Time) Written.push_back(File);
+  }
+  return Written;
+}
+
+}  // namespace host

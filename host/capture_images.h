@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The images that a capture's CSV names, and where their reprojection images will land. The library
+// writes reprojection images beside the run log but creates no folder; what it needs is made here.
+#ifndef RIGSYNC_HOST_CAPTURE_IMAGES_H
+#define RIGSYNC_HOST_CAPTURE_IMAGES_H
+
+#include <cstddef>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct Capture_Image {
+  std::size_t Line = 0;  // of the CSV file, counted from 1
+  std::string Name;      // the image path as it stands there
+};
+
+// One entry for each data line, by the library's own reading of the file: a line that begins with
+// a capital T is a header, and a line that ends before the path repeats its only field. A file that
+// can't be opened gives no entry; the library's code tells that.
+std::vector<Capture_Image> Read_Image_Names(const std::filesystem::path& Csv);
+
+// What the library appends to the output folder for an image: "Reproject_" and what stands behind
+// the last backslash of its path. Forward slashes stay, so the result may name folders.
+std::filesystem::path Reprojection_Name(const std::string& Image_Name);
+
+// True when a ".." in the path takes the reprojection image out of the folder or file name that
+// begins with "Reproject_": beside other files, over an original photograph, or out of the output
+// folder altogether.
+bool Climbs_Out(const std::string& Image_Name);
+
+// Refuses (Usage_Error naming the line) a capture in which an image that exists climbs out.
+void Refuse_Climbing_Images(const std::filesystem::path& Csv,
+                            const std::vector<Capture_Image>& Images,
+                            const std::filesystem::path& Image_Root);
+
+// Creates, inside Out, the folders that the reprojection images of the existing images need.
+// Returns the image paths whose folder can't be made: their reprojection image will be missing.
+std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& Out,
+                                                   const std::vector<Capture_Image>& Images,
+                                                   const std::filesystem::path& Image_Root);
+
+// When each reprojection image of this capture was last written, for those that exist.
+using File_Times = std::map<std::filesystem::path, std::filesystem::file_time_type>;
+File_Times Reprojection_Times(const std::filesystem::path& Out,
+                              const std::vector<Capture_Image>& Images);
+
+// The reprojection images that have been written since Before was taken.
+std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Out,
+                                                         const std::vector<Capture_Image>& Images,
+                                                         const File_Times& Before);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_CAPTURE_IMAGES_H

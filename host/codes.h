@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The library's result codes in plain words: what each means on a stage, and what to do next.
+// docs/codes.md says the same at length.
+#ifndef RIGSYNC_HOST_CODES_H
+#define RIGSYNC_HOST_CODES_H
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct Code_Advice {
+  int Code;
+  std::string Meaning;    // one sentence
+  std::string Next_Step;  // what to try, most likely cause first
+};
+
+// All codes in ascending order.
+const std::vector<Code_Advice>& All_Codes();
+
+// The advice for a code; for one that has none, a sentence that says so.
+Code_Advice Advice_For(int Code);
+
+// True for the codes whose result may go to an engine.
+bool Is_Usable(int Code);
+
+// True for the codes that come with a transform, be it one that was judged a failure.
+bool Has_Transform(int Code);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_CODES_H

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the commands share with the program's entry: each adds itself to the command line and, when
+// it is the one that was asked for, leaves what is to be run.
+#ifndef RIGSYNC_HOST_COMMAND_H
+#define RIGSYNC_HOST_COMMAND_H
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+
+namespace host {
+
+// Set by the chosen command while the command line is parsed, run afterwards. Returns the exit
+// status. Throws Usage_Error for what only shows up at work; other exceptions end in status 70.
+using Chosen_Command = std::function<int()>;
+
+void Add_Simulate_Command(CLI::App& Program, Chosen_Command& Chosen);
+void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen);
+void Add_Compare_Command(CLI::App& Program, Chosen_Command& Chosen);
+void Add_Export_Command(CLI::App& Program, Chosen_Command& Chosen);
+
+// A warning on standard error, folded.
+void Warn(const std::string& Text);
+
+// An error on standard error, folded: what stopped the command.
+void Complain(const std::string& Text);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_COMMAND_H

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How help looks: flags in a left column, their texts folded beside them, within the width of a
+// terminal.
+#ifndef RIGSYNC_HOST_HELP_FORM_H
+#define RIGSYNC_HOST_HELP_FORM_H
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+#include <vector>
+
+namespace host {
+
+class Help_Form : public CLI::Formatter {
+ public:
+  std::string make_option(const CLI::Option* Option, bool Is_Positional) const override;
+  std::string make_subcommand(const CLI::App* Command) const override;
+  std::string make_group(std::string Group, bool Is_Positional,
+                         std::vector<const CLI::Option*> Options) const override;
+  std::string make_usage(const CLI::App* Command, std::string Name) const override;
+};
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_HELP_FORM_H

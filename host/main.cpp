@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The program's entry: reads the command line, runs the chosen command, and turns whatever goes
+// wrong into a sentence and an exit status.
+#include "host/arguments.h"
+#include "host/command.h"
+#include "host/exit_status.h"
+#include "host/help_form.h"
+#include "host/text.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+
+namespace {
+
+// A standard descriptor that is closed would be given to the next file that is opened, and what is
+// printed would end up in it.
+void Open_Standard_Descriptors() {
+  int Descriptor = open("/dev/null", O_RDWR);
+  while (Descriptor >= 0 && Descriptor <= STDERR_FILENO) Descriptor = open("/dev/null", O_RDWR);
+  if (Descriptor >= 0) close(Descriptor);
+}
+
+// The command that was asked for, for pointing at its help.
+std::string Asked_For(const CLI::App& Program) {
+  const auto Commands = Program.get_subcommands();
+  return Commands.empty() ? "rigsync" : "rigsync " + Commands.front()->get_name();
+}
+
+int Say_Usage(const CLI::App& Program, const std::string& Text) {
+  host::Complain(host::One_Line(Text));
+  fmt::print(stderr, "  '{} --help' tells more.\n", Asked_For(Program));
+  return host::Exit_Usage;
+}
+
+// A first word that is no command would otherwise be taken for a missing one.
+void Require_Command(const CLI::App& Program, int Argument_Count, char** Arguments) {
+  std::string Expected;
+  for (const CLI::App* Command : Program.get_subcommands([](const CLI::App*) { return true; })) {
+    if (Argument_Count > 1 && Command->get_name() == Arguments[1]) return;
+    Expected += (Expected.empty() ? "" : ", ") + Command->get_name();
+  }
+  if (Argument_Count < 2)
+    throw host::Usage_Error("a command is missing; expected one of " + Expected);
+  if (Arguments[1][0] != '-') host::Refuse("command", Arguments[1], "one of " + Expected);
+}
+
+int Run(CLI::App& Program, int Argument_Count, char** Arguments) {
+  host::Chosen_Command Chosen;
+  host::Add_Simulate_Command(Program, Chosen);
+  host::Add_Calibrate_Command(Program, Chosen);
+  host::Add_Compare_Command(Program, Chosen);
+  host::Add_Export_Command(Program, Chosen);
+  try {
+    Require_Command(Program, Argument_Count, Arguments);
+    Program.parse(Argument_Count, Arguments);
+    return Chosen();
+  } catch (const CLI::ParseError& Error) {
+    // Help and version come as exceptions too, with status 0.
+    if (Error.get_exit_code() == 0) return Program.exit(Error);
+    return Say_Usage(Program, Error.what());
+  } catch (const host::Usage_Error& Error) {
+    return Say_Usage(Program, Error.what());
+  }
+}
+
+}  // namespace
+
+int main(int Argument_Count, char** Arguments) {
+  Open_Standard_Descriptors();
+  try {
+    CLI::App Program("rigsync measures where a tracker sits on a film camera.");
+    Program.name("rigsync");
+    Program.formatter(std::make_shared<host::Help_Form>());
+    Program.set_help_flag("-h,--help", "print this help");
+    Program.set_version_flag("--version", "rigsync " RIGSYNC_VERSION, "print the version");
+    Program.require_subcommand(1);
+    Program.footer(
+        "'rigsync COMMAND --help' tells more, with an example for each.\n\n"
+        "Try it without a stage:\n"
+        "  rigsync simulate capture\n"
+        "  rigsync calibrate capture/capture.csv --config capture/stage.json --out result\n"
+        "  rigsync compare result/result.json capture/truth.json\n"
+        "  rigsync export result/result.json --to ue5");
+    return Run(Program, Argument_Count, Arguments);
+  } catch (const std::exception& Error) {
+    host::Complain(host::One_Line(Error.what()));
+  } catch (...) {
+    host::Complain("ended by an exception of an unknown kind");
+  }
+  return host::Exit_Exception;
+}

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// result.json: what one calibration gave, for people's scripts and for 'rigsync export'.
+// docs/result-file.md describes the format.
+#ifndef RIGSYNC_HOST_RESULT_FILE_H
+#define RIGSYNC_HOST_RESULT_FILE_H
+
+#include "host/arguments.h"
+
+#include <array>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// What a person said about the stage and the capture.
+struct Calibration_Inputs {
+  std::filesystem::path Csv;         // absolute
+  std::filesystem::path Image_Root;  // absolute; relative image paths start here
+  std::filesystem::path Out;         // absolute, existing
+  Board_Size Board;
+  double Square_Size = 0;                            // metres
+  std::array<double, 3> Board_Euler{};               // degrees
+  std::array<double, 3> Board_Offset{};              // metres
+  std::optional<std::array<double, 2>> Sensor_Size;  // millimetres
+};
+
+// What the library gave. A vector that the library left empty is empty here and null in the file.
+struct Calibration_Result {
+  std::optional<int> Code;  // none when an exception ended the run
+  std::string Message;      // the code's meaning, or what the exception said
+  std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc;
+  std::vector<double> FoV, Focal_Length_mm;
+  std::filesystem::path Run_Log;  // empty when none was written
+  Calibration_Inputs Inputs;
+};
+
+// True when every number that the library gave is finite.
+bool All_Finite(const Calibration_Result& Result);
+
+// Writes Folder/result.json whole or not at all: into a file beside it, which then takes its name.
+// A number that isn't finite becomes null. Throws std::runtime_error when it can't be written.
+void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result);
+
+// Refuses (Usage_Error) a folder in which no file can be created, before long work begins.
+void Require_Writable(const std::string& Flag, const std::filesystem::path& Folder);
+
+// Reads code, message, lens and transform back, digit for digit. What is null there is empty here;
+// a vector with a null or missing element is refused, as is a file of another format, with a
+// Usage_Error that names the file.
+Calibration_Result Read_Result(const std::filesystem::path& File);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_RESULT_FILE_H

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What stays the same from capture to capture of one stage, kept in a JSON file so that nobody
+// types the board twice: an object whose keys are the flags of 'rigsync calibrate' without their
+// dashes ("board", "square", "board-euler", "board-offset", "sensor").
+#ifndef RIGSYNC_HOST_STAGE_FILE_H
+#define RIGSYNC_HOST_STAGE_FILE_H
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// Key to value, the value as it would be typed behind the flag.
+using Stage = std::map<std::string, std::string>;
+
+// Values may be texts ("30mm"), numbers (0.03) or lists of numbers ([12, -20, 8]). Throws
+// Usage_Error naming the file for anything else, and for a key that isn't among Known.
+Stage Read_Stage(const std::filesystem::path& File, const std::vector<std::string>& Known);
+
+// Throws std::runtime_error when the file can't be written.
+void Write_Stage(const std::filesystem::path& File, const Stage& Values);
+
+// Values as one flag's text, digits enough to read the same doubles back: "12,-20.25,8".
+std::string Comma_List(const std::vector<double>& Values);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_STAGE_FILE_H
