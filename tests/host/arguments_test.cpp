@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/arguments.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+namespace {
+
+using host::Usage_Error;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+// What a refused value says, or nothing when it is taken.
+template <typename Call>
+std::string Refusal(Call Read) {
+  try {
+    Read();
+  } catch (const Usage_Error& Error) {
+    return Error.what();
+  }
+  return "";
+}
+
+TEST(Arguments, LengthsAreMetresUnlessTheyCarryAUnit) {
+  // The literals are what dividing by 1, 100 and 1000 rounds to: the nearest doubles.
+  EXPECT_EQ(host::Parse_Length("--x", "0.03"), 0.03);
+  EXPECT_EQ(host::Parse_Length("--x", "0.03m"), 0.03);
+  EXPECT_EQ(host::Parse_Length("--x", "3cm"), 0.03);
+  EXPECT_EQ(host::Parse_Length("--x", "30mm"), 0.03);
+  EXPECT_EQ(host::Parse_Length("--x", " 30 mm "), 0.03);
+  EXPECT_EQ(host::Parse_Length("--x", "-170mm"), -0.17);
+  EXPECT_EQ(host::Parse_Length("--x", "+1e-3"), 0.001);
+}
+
+TEST(Arguments, ARefusalNamesFlagAndValueAndWhatWasExpected) {
+  EXPECT_THAT(Refusal([] { host::Parse_Length("--square", "30in"); }),
+              AllOf(HasSubstr("--square"), HasSubstr("'30in'"), HasSubstr("expected a length")));
+  EXPECT_THAT(Refusal([] { host::Parse_Board("--board", "11by8"); }),
+              AllOf(HasSubstr("--board"), HasSubstr("'11by8'"), HasSubstr("expected COLSxROWS")));
+}
+
+TEST(Arguments, NumbersThatAreNoNumbersAreRefused) {
+  for (const std::string Text :
+       {"", " ", "nan", "inf", "-inf", "1e999", "0x10", "1,5", "30mmm", "mm", "--3", "3 4"}) {
+    SCOPED_TRACE(Text);
+    EXPECT_NE(Refusal([&] { host::Parse_Length("--x", Text); }), "");
+    EXPECT_NE(Refusal([&] { host::Parse_Number("--x", Text); }), "");
+    EXPECT_NE(Refusal([&] { host::Parse_Angle("--x", Text); }), "");
+  }
+  EXPECT_NE(Refusal([] { host::Parse_Number("--x", "3mm"); }), "");
+  EXPECT_EQ(host::Parse_Angle("--x", "3deg"), 3.0);
+}
+
+TEST(Arguments, BoardsAreTwoCountsFrom3To100) {
+  EXPECT_EQ(host::Parse_Board("--board", "11x8").Cols, 11);
+  EXPECT_EQ(host::Parse_Board("--board", "11x8").Rows, 8);
+  EXPECT_EQ(host::Parse_Board("--board", "3x100").Rows, 100);
+  for (const std::string Text : {"2x8", "8x2", "101x8", "8x101", "0x0", "-11x8", "11", "11x", "x8",
+                                 "11x8x2", "11.5x8", "11X8", "99999999999999999999x8"}) {
+    SCOPED_TRACE(Text);
+    EXPECT_NE(Refusal([&] { host::Parse_Board("--board", Text); }), "");
+  }
+}
+
+TEST(Arguments, ASquareInMillimetresWithoutItsUnitIsRefused) {
+  EXPECT_EQ(host::Parse_Square("--square", "30mm"), 0.03);
+  EXPECT_EQ(host::Parse_Square("--square", "1"), 1.0);
+  for (const std::string Text : {"30", "1.001", "0", "-0.03", "0mm"}) {
+    SCOPED_TRACE(Text);
+    EXPECT_THAT(Refusal([&] { host::Parse_Square("--square", Text); }), HasSubstr("--square"));
+  }
+}
+
+TEST(Arguments, TriplesAreThreeValuesWithCommas) {
+  EXPECT_THAT(host::Parse_Angles("--e", "12,-20,8.5"), ElementsAre(12.0, -20.0, 8.5));
+  EXPECT_THAT(host::Parse_Offset("--o", "-170mm,5cm,0.04"), ElementsAre(-0.17, 0.05, 0.04));
+  for (const std::string Text : {"1,2", "1,2,3,4", "1,,3", "1;2;3", "", "1,2,x"}) {
+    SCOPED_TRACE(Text);
+    EXPECT_NE(Refusal([&] { host::Parse_Angles("--e", Text); }), "");
+    EXPECT_NE(Refusal([&] { host::Parse_Offset("--o", Text); }), "");
+  }
+}
+
+TEST(Arguments, SizesArePositiveAndWholeNumbersStayInTheirRange) {
+  EXPECT_THAT(host::Parse_Pixels("--size", "1920x1080"), ElementsAre(1920, 1080));
+  EXPECT_THAT(host::Parse_Sensor("--sensor", "23.76x13.365"), ElementsAre(23.76, 13.365));
+  EXPECT_NE(Refusal([] { host::Parse_Pixels("--size", "0x1080"); }), "");
+  EXPECT_NE(Refusal([] { host::Parse_Pixels("--size", "1920x1080.5"); }), "");
+  EXPECT_NE(Refusal([] { host::Parse_Sensor("--sensor", "0x13"); }), "");
+  EXPECT_NE(Refusal([] { host::Parse_Sensor("--sensor", "23.76"); }), "");
+  EXPECT_EQ(host::Parse_Whole("--n", "7", 0, 7), 7);
+  EXPECT_THAT(Refusal([] { host::Parse_Whole("--n", "8", 0, 7); }), HasSubstr("from 0 to 7"));
+  EXPECT_NE(Refusal([] { host::Parse_Whole("--n", "-1", 0, 7); }), "");
+  EXPECT_NE(Refusal([] { host::Parse_Whole("--n", "1.5", 0, 7); }), "");
+}
+
+}  // namespace

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/capture_images.h"
+
+#include "host/arguments.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+TEST(CaptureImages, ReadsThePathsByTheRulesOfTheLibrary) {
+  const Scratch_Folder Scratch;
+  const std::string Csv = Scratch.Write("c.csv",
+                                        "Title,path\n"
+                                        "1,a.png,0\n"
+                                        "T,skipped.png\n"
+                                        "lonely\n"
+                                        "\n"
+                                        "2,a b/c.png");
+  const std::vector<host::Capture_Image> Images = host::Read_Image_Names(Csv);
+  ASSERT_EQ(Images.size(), 4u);
+  EXPECT_EQ(Images[0].Name, "a.png");
+  EXPECT_EQ(Images[0].Line, 2u);
+  EXPECT_EQ(Images[1].Name, "lonely");
+  EXPECT_EQ(Images[2].Name, "");
+  EXPECT_EQ(Images[3].Name, "a b/c.png");
+  EXPECT_EQ(Images[3].Line, 6u);
+  EXPECT_TRUE(host::Read_Image_Names(Scratch.Path() / "none.csv").empty());
+}
+
+TEST(CaptureImages, OnlyABackslashCutsAReprojectionName) {
+  EXPECT_EQ(host::Reprojection_Name("a/b/1.png"), "Reproject_a/b/1.png");
+  EXPECT_EQ(host::Reprojection_Name("/a/1.png"), "Reproject_/a/1.png");
+  EXPECT_EQ(host::Reprojection_Name("C:\\a\\1.png"), "Reproject_1.png");
+  EXPECT_EQ(host::Reprojection_Name("C:\\a\\b/1.png"), "Reproject_b/1.png");
+}
+
+TEST(CaptureImages, APathClimbsOutWhenItsDotsLeaveWhatBeginsWithReproject) {
+  for (const char* Name : {"a/../1.png", "a/../../1.png", "./../1.png", "a/b/../../1.png",
+                           "C:\\x\\a/../1.png", "a//../1.png", "a/./../1.png"}) {
+    EXPECT_TRUE(host::Climbs_Out(Name)) << Name;
+  }
+  // In "../images" the dots are glued to "Reproject_" and climb nowhere.
+  for (const char* Name : {"1.png", "a/1.png", "/a/../b/1.png", "../images/1.png", "a/b/../1.png",
+                           "C:\\..\\1.png", "a/..b/1.png", ""}) {
+    EXPECT_FALSE(host::Climbs_Out(Name)) << Name;
+  }
+}
+
+TEST(CaptureImages, MakesFoldersInsideTheOutputFolderForImagesThatExist) {
+  const Scratch_Folder Scratch;
+  fs::create_directories(Scratch.Path() / "in/deep");
+  fs::create_directory(Scratch.Path() / "out");
+  Scratch.Write("in/deep/1.png", "x");
+  const fs::path Root = Scratch.Path();
+  const std::vector<host::Capture_Image> Images = {{1, "in/deep/1.png"},
+                                                   {2, (Root / "in/deep/1.png").string()},
+                                                   {3, "gone/1.png"},
+                                                   {4, "in/deep/../deep/1.png"}};
+  const fs::path Out = Root / "out";
+  EXPECT_TRUE(host::Make_Reprojection_Folders(Out, Images, Root).empty());
+  EXPECT_TRUE(fs::is_directory(Out / "Reproject_in/deep"));
+  EXPECT_TRUE(fs::is_directory(Out / ("Reproject_" + (Root / "in/deep").string())));
+  EXPECT_FALSE(fs::exists(Out / "Reproject_gone"));
+}
+
+TEST(CaptureImages, NamesTheImagesWhoseFolderIsAFile) {
+  const Scratch_Folder Scratch;
+  fs::create_directory(Scratch.Path() / "in");
+  Scratch.Write("in/1.png", "x");
+  Scratch.Write("Reproject_in", "a file");
+  EXPECT_THAT(host::Make_Reprojection_Folders(Scratch.Path(), {{1, "in/1.png"}}, Scratch.Path()),
+              testing::ElementsAre("in/1.png"));
+}
+
+TEST(CaptureImages, RefusesAnExistingImageThatClimbsOutAndNamesItsLine) {
+  const Scratch_Folder Scratch;
+  fs::create_directory(Scratch.Path() / "in");
+  Scratch.Write("1.png", "x");
+  host::Refuse_Climbing_Images("c.csv", {{7, "in/../gone.png"}}, Scratch.Path());
+  try {
+    host::Refuse_Climbing_Images("c.csv", {{7, "in/../1.png"}}, Scratch.Path());
+    FAIL() << "taken";
+  } catch (const host::Usage_Error& Error) {
+    EXPECT_THAT(Error.what(), testing::AllOf(HasSubstr("c.csv, line 7"), HasSubstr("in/../1.png")));
+  }
+}
+
+TEST(CaptureImages, WrittenReprojectionsAreThoseThatAreNewOrChanged) {
+  const Scratch_Folder Scratch;
+  const std::vector<host::Capture_Image> Images = {{1, "a.png"}, {2, "b.png"}, {3, "c.png"}};
+  Scratch.Write("Reproject_a.png", "x");
+  Scratch.Write("Reproject_b.png", "x");
+  const host::File_Times Before = host::Reprojection_Times(Scratch.Path(), Images);
+  Scratch.Write("Reproject_c.png", "x");
+  fs::last_write_time(Scratch.Path() / "Reproject_b.png",
+                      Before.at(Scratch.Path() / "Reproject_b.png") + std::chrono::seconds(1));
+  EXPECT_THAT(
+      host::Written_Reprojections(Scratch.Path(), Images, Before),
+      testing::ElementsAre(Scratch.Path() / "Reproject_b.png", Scratch.Path() / "Reproject_c.png"));
+}
+
+}  // namespace

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// 'rigsync simulate': each flag reaches its option, and the files are there.
+#include "simulate/simulate.h"
+#include "tests/host/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+
+TEST(Simulate, EveryFlagReachesItsOption) {
+  const Scratch_Folder Scratch;
+  const Finished Result = Rigsync({"simulate",
+                                   Scratch.String(),
+                                   "--seed=7",
+                                   "--images=9",
+                                   "--size=320x240",
+                                   "--board=5x4",
+                                   "--square=4cm",
+                                   "--focal=1.5,2",
+                                   "--principal-point=0.51,0.48",
+                                   "--distortion=-0.02,0.01",
+                                   "--camera-mount-euler=10,20,30",
+                                   "--camera-mount-offset=1cm,2cm,3cm",
+                                   "--board-mount-euler=5,6,7",
+                                   "--board-mount-offset=4cm,5cm,6cm",
+                                   "--position-noise=1mm",
+                                   "--rotation-noise=0.25",
+                                   "--stale=1",
+                                   "--jumped=2",
+                                   "--jump-offset=50mm",
+                                   "--jump-angle=3",
+                                   "--missing=1",
+                                   "--blank=1",
+                                   "--truncated=1",
+                                   "--estimate-error-angle=0.5",
+                                   "--estimate-error-offset=2mm",
+                                   "--spread=centred",
+                                   "--blur=0.5",
+                                   "--sensor-noise=1.5",
+                                   "--lighting=0.125",
+                                   "--format=jpg",
+                                   "--jpeg-quality=80",
+                                   "--paths=relative",
+                                   "--no-header"});
+  ASSERT_EQ(Result.Status, 0) << Result.Error;
+  EXPECT_THAT(Result.Output,
+              AllOf(HasSubstr("Simulated 9 images of 320 x 240 pixels with seed 7"),
+                    HasSubstr("stale tracker sample: 1"), HasSubstr("rigsync calibrate ")));
+
+  const nlohmann::json Options = Read_Json(Scratch.Path() / "truth.json")["options"];
+  EXPECT_EQ(Options["seed"], 7);
+  EXPECT_EQ(Options["image_count"], 9);
+  EXPECT_EQ(Options["width"], 320);
+  EXPECT_EQ(Options["height"], 240);
+  EXPECT_EQ(Options["board_cols"], 5);
+  EXPECT_EQ(Options["board_rows"], 4);
+  EXPECT_EQ(Options["square_size_m"], 0.04);
+  EXPECT_EQ(Options["norm_fx"], 1.5);
+  EXPECT_EQ(Options["norm_fy"], 2.0);
+  EXPECT_EQ(Options["norm_cx"], 0.51);
+  EXPECT_EQ(Options["norm_cy"], 0.48);
+  EXPECT_EQ(Options["k1"], -0.02);
+  EXPECT_EQ(Options["k2"], 0.01);
+  EXPECT_EQ(Options["camera_mount_euler_deg"], (std::vector<double>{10, 20, 30}));
+  EXPECT_EQ(Options["camera_mount_offset_m"], (std::vector<double>{0.01, 0.02, 0.03}));
+  EXPECT_EQ(Options["board_mount_euler_deg"], (std::vector<double>{5, 6, 7}));
+  EXPECT_EQ(Options["board_mount_offset_m"], (std::vector<double>{0.04, 0.05, 0.06}));
+  EXPECT_EQ(Options["position_noise_mm"], 1.0);
+  EXPECT_EQ(Options["rotation_noise_deg"], 0.25);
+  EXPECT_EQ(Options["stale_count"], 1);
+  EXPECT_EQ(Options["jump_count"], 2);
+  EXPECT_EQ(Options["jump_mm"], 50.0);
+  EXPECT_EQ(Options["jump_deg"], 3.0);
+  EXPECT_EQ(Options["missing_count"], 1);
+  EXPECT_EQ(Options["blank_count"], 1);
+  EXPECT_EQ(Options["truncated_count"], 1);
+  EXPECT_EQ(Options["estimate_error_deg"], 0.5);
+  EXPECT_EQ(Options["estimate_error_mm"], 2.0);
+  EXPECT_EQ(Options["pose_spread"], "centred");
+  EXPECT_EQ(Options["blur_pixels"], 0.5);
+  EXPECT_EQ(Options["sensor_noise"], 1.5);
+  EXPECT_EQ(Options["lighting_gradient"], 0.125);
+  EXPECT_EQ(Options["image_format"], "jpg");
+  EXPECT_EQ(Options["jpeg_quality"], 80);
+  EXPECT_EQ(Options["paths"], "relative");
+  EXPECT_EQ(Options["header"], false);
+  // One image was to be missing.
+  std::size_t Images = 0;
+  for (const auto& Entry : fs::directory_iterator(Scratch.Path() / "images")) {
+    EXPECT_EQ(Entry.path().extension(), ".jpg");
+    ++Images;
+  }
+  EXPECT_EQ(Images, 8u);
+}
+
+TEST(Simulate, WithoutFlagsTheDefaultsAreThoseThatHelpShows) {
+  // Read from help instead of drawing 24 large images.
+  const std::string Help = Rigsync({"simulate", "--help"}).Output;
+  const simulate::Options Default;
+  EXPECT_THAT(Help, AllOf(HasSubstr("[" + std::to_string(Default.Image_Count) + "]"),
+                          HasSubstr("[1920x1080]"), HasSubstr("[11x8]"), HasSubstr("[good]"),
+                          HasSubstr("[35,-25,20]"), HasSubstr("[80mm]"), HasSubstr("[absolute]")));
+}
+
+TEST(Simulate, TheStageFileHoldsTheEstimateToTheBit) {
+  const simulate::Truth Truth = simulate::Read_Truth(Capture_File("truth.json"));
+  const nlohmann::json Stage = Read_Json(Capture_File("stage.json"));
+  EXPECT_EQ(Stage["board"], "7x5");
+  const auto Values = [](const std::string& List) {
+    std::istringstream Fields(List);
+    std::vector<double> Numbers;
+    for (std::string Field; std::getline(Fields, Field, ',');) Numbers.push_back(std::stod(Field));
+    return Numbers;
+  };
+  EXPECT_EQ(Values(Stage["board-euler"]),
+            std::vector<double>(Truth.Chart_Euler_Deg.begin(), Truth.Chart_Euler_Deg.end()));
+  EXPECT_EQ(Values(Stage["board-offset"]),
+            std::vector<double>(Truth.Chart_Translation.begin(), Truth.Chart_Translation.end()));
+}
+
+TEST(Simulate, AFolderThatCantBeWrittenIsStatus70AndASentence) {
+  const Finished Result = Rigsync(
+      {"simulate", "/proc/rigsync", "--images", "1", "--size", "320x240", "--board", "5x4"});
+  EXPECT_EQ(Result.Status, 70);
+  EXPECT_THAT(Result.Said, HasSubstr("/proc/rigsync"));
+  EXPECT_EQ(Result.Output, "");
+}
+
+}  // namespace
