@@ -248,6 +248,8 @@ void Add_Trouble_Flags(Flags& Flag) {
   Flag.Angle("--rotation-noise", &Options::Rotation_Noise_Deg,
              "tracker rotation noise, standard deviation on each axis");
   Flag.Count("--stale", &Options::Stale_Count, "rows whose camera sample repeats the row before");
+  Flag.Length_Mm("--stale-offset", &Options::Stale_Mm, "how far the camera had moved on by then");
+  Flag.Angle("--stale-angle", &Options::Stale_Deg, "how far the camera had turned by then");
   Flag.Count("--jumped", &Options::Jump_Count, "rows whose camera sample jumped");
   Flag.Length_Mm("--jump-offset", &Options::Jump_Mm, "how far a jumped sample moves");
   Flag.Angle("--jump-angle", &Options::Jump_Deg, "how far a jumped sample turns");
@@ -300,6 +302,8 @@ std::string In_Flags(std::string Text) {
       {"Rotation_Noise_Deg", "--rotation-noise"},
       {"Stale_Count", "--stale"},
       {"Jump_Count", "--jumped"},
+      {"Stale_Mm", "--stale-offset"},
+      {"Stale_Deg", "--stale-angle"},
       {"Jump_Mm", "--jump-offset"},
       {"Jump_Deg", "--jump-angle"},
       {"Missing_Count", "--missing"},

@@ -16,7 +16,15 @@ namespace simulate {
 namespace {
 
 // Purposes that draw random numbers of their own; the photographs draw theirs in render.cpp.
-enum Stream : unsigned { Board_Poses = 1, Camera_Poses, Tracker_Noise, Bad_Rows, Host_Estimate };
+enum Stream : unsigned {
+  Board_Poses = 1,
+  Camera_Poses,
+  Tracker_Noise,
+  Bad_Rows,
+  Host_Estimate,
+  Stale_Moves,
+  Jumps
+};
 
 void Require(bool Holds, const std::string& Option, const std::string& Rule) {
   if (!Holds) throw std::invalid_argument("simulate: " + Option + " " + Rule);
@@ -48,6 +56,8 @@ void Check_Options(const Options& Given) {
   Require(Given.Board_Mount_Offset.allFinite(), "Board_Mount_Offset", "has to be finite");
   Require_At_Least_0(Given.Position_Noise_Mm, "Position_Noise_Mm");
   Require_At_Least_0(Given.Rotation_Noise_Deg, "Rotation_Noise_Deg");
+  Require_At_Least_0(Given.Stale_Mm, "Stale_Mm");
+  Require_At_Least_0(Given.Stale_Deg, "Stale_Deg");
   Require_At_Least_0(Given.Jump_Mm, "Jump_Mm");
   Require_At_Least_0(Given.Jump_Deg, "Jump_Deg");
   Require_At_Least_0(Given.Estimate_Error_Deg, "Estimate_Error_Deg");
@@ -389,15 +399,15 @@ Sample With_Noise(const Options& Given, const Sample& From, Random& Draw) {
 
 // Deals the bad kinds to rows, each row getting one at most. Row 0 has no row before it that a
 // stale sample could repeat, so stale rows are dealt first, from the others.
-void Deal_Bad_Rows(Plan& Capture) {
-  const Options& Given = Capture.Given;
+std::vector<Row_Kind> Deal_Kinds(const Options& Given) {
   Random Draw(Given.Seed, Bad_Rows);
+  std::vector<Row_Kind> Kinds(static_cast<size_t>(Given.Image_Count), Row_Kind::Good);
   std::vector<int> Rows;
   for (int i = 1; i < Given.Image_Count; ++i) Rows.push_back(i);
   const auto Deal = [&](Row_Kind Kind, int Count) {
     for (int k = 0; k < Count; ++k) {
       const auto Taken = Rows.begin() + Draw.Index(static_cast<int>(Rows.size()));
-      Capture.Images[static_cast<size_t>(*Taken)].Kind = Kind;
+      Kinds[static_cast<size_t>(*Taken)] = Kind;
       Rows.erase(Taken);
     }
   };
@@ -407,7 +417,24 @@ void Deal_Bad_Rows(Plan& Capture) {
   Deal(Row_Kind::Missing_Image, Given.Missing_Count);
   Deal(Row_Kind::Blank_Image, Given.Blank_Count);
   Deal(Row_Kind::Truncated_Image, Given.Truncated_Count);
+  return Kinds;
+}
 
+// Where the camera's tracker has come since the row before, when its sample is to be stale by as
+// much as was asked for.
+Eigen::Matrix4d Moved_On(const Options& Given, const Eigen::Matrix4d& Transform_Base_Tc,
+                         Random& Draw) {
+  const Eigen::Vector3d Shift = Given.Stale_Mm * 1e-3 * Draw.Direction();
+  const Eigen::Vector3d Turn = Radians(Given.Stale_Deg) * Draw.Direction();
+  const Eigen::Matrix3d Rotation_Base_Tc =
+      Transform_Base_Tc.topLeftCorner<3, 3>() * Rotation_Of(Turn);
+  return Pose_From(Rotation_Base_Tc, Transform_Base_Tc.topRightCorner<3, 1>() + Shift);
+}
+
+// What the trackers of bad rows reported.
+void Spoil_Samples(Plan& Capture) {
+  const Options& Given = Capture.Given;
+  Random Draw(Given.Seed, Jumps);
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
     Image_Truth& Image = Capture.Images[i];
     const Eigen::Vector3d Shift = Given.Jump_Mm * 1e-3 * Draw.Direction();
@@ -493,13 +520,20 @@ Plan Make_Plan(const Options& Given) {
     std::swap(Numbers[static_cast<size_t>(i)], Numbers[static_cast<size_t>(Board.Index(i + 1))]);
   }
 
+  const std::vector<Row_Kind> Kinds = Deal_Kinds(Given);
+  Random Stale(Given.Seed, Stale_Moves);
   const std::vector<Eigen::Vector3d> Outline = Board_Outline(Given);
   for (int i = 0; i < Given.Image_Count; ++i) {
     Image_Truth Image;
+    Image.Kind = Kinds[static_cast<size_t>(i)];
     Image.Name = Image_Name_Of(i + 1, Given.Image_Format);
     Image.Transform_Cam_Chart =
         Draw_Board_Pose(Capture, Outline, Board, Numbers[static_cast<size_t>(i)]);
-    const Eigen::Matrix4d Transform_Base_Cam = Draw_Camera_Pose(Camera, Given.Pose_Spread);
+    Eigen::Matrix4d Transform_Base_Cam = Draw_Camera_Pose(Camera, Given.Pose_Spread);
+    if (Image.Kind == Row_Kind::Stale) {
+      Transform_Base_Cam = Moved_On(Given, Capture.Images.back().Transform_Base_Tc, Stale) *
+                           Rigid_Inverse(Capture.Transform_Cam_Tc);
+    }
     Image.Transform_Base_Tc = Transform_Base_Cam * Capture.Transform_Cam_Tc;
     Image.Transform_Base_Tr =
         Transform_Base_Cam * Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr;
@@ -507,7 +541,7 @@ Plan Make_Plan(const Options& Given) {
     Image.Tr = With_Noise(Given, Make_Sample(Image.Transform_Base_Tr), Noise);
     Capture.Images.push_back(Image);
   }
-  Deal_Bad_Rows(Capture);
+  Spoil_Samples(Capture);
   return Capture;
 }
 

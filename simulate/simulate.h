@@ -69,9 +69,11 @@ struct Options {
   // Tracker noise: standard deviation on every position axis, and of a rotation vector's axes.
   double Position_Noise_Mm = 0.0;
   double Rotation_Noise_Deg = 0.0;
-  // Bad rows, drawn without overlap. A stale row repeats the camera tracker's sample of the row
-  // before; a jumped one is moved by Jump_Mm and turned by Jump_Deg.
+  // Bad rows, drawn without overlap. In a stale row the camera tracker repeats its sample of the
+  // row before, while the camera has moved on by Stale_Mm and turned by Stale_Deg; a jumped sample
+  // is off by Jump_Mm and Jump_Deg.
   int Stale_Count = 0;
+  double Stale_Mm = 30.0, Stale_Deg = 2.0;
   int Jump_Count = 0;
   double Jump_Mm = 80.0, Jump_Deg = 4.0;
   // Bad images: not written; a flat grey image without a board; cut off after half its bytes.

@@ -168,6 +168,8 @@ Json Options_As_Json(const Options& Given) {
           {"position_noise_mm", Given.Position_Noise_Mm},
           {"rotation_noise_deg", Given.Rotation_Noise_Deg},
           {"stale_count", Given.Stale_Count},
+          {"stale_mm", Given.Stale_Mm},
+          {"stale_deg", Given.Stale_Deg},
           {"jump_count", Given.Jump_Count},
           {"jump_mm", Given.Jump_Mm},
           {"jump_deg", Given.Jump_Deg},

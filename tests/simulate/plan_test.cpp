@@ -162,7 +162,11 @@ TEST(MakePlan, KeepsTheTruePosesWhenNoiseAndBadRowsAreAskedFor) {
   Given.Estimate_Error_Mm = 5.0;
   const Plan Dirty = Make_Plan(Given);
   for (size_t i = 0; i < Clean.Images.size(); ++i) {
-    EXPECT_TRUE(Same_Truth(Clean.Images[i], Dirty.Images[i])) << i;
+    // In a stale row the camera has come from the row before; what it sees stays.
+    EXPECT_EQ(Same_Truth(Clean.Images[i], Dirty.Images[i]),
+              Dirty.Images[i].Kind != Row_Kind::Stale)
+        << i;
+    EXPECT_EQ(Clean.Images[i].Transform_Cam_Chart, Dirty.Images[i].Transform_Cam_Chart) << i;
   }
 }
 
@@ -509,8 +513,26 @@ TEST(MakePlan, RepeatsTheCameraSampleOfTheRowBeforeInAStaleRow) {
     SCOPED_TRACE(i);
     const bool Repeats = Same_Sample(Capture.Images[i].Tc, Capture.Images[i - 1].Tc);
     EXPECT_EQ(Repeats, Capture.Images[i].Kind == Row_Kind::Stale);
-    EXPECT_TRUE(Same_Sample(Capture.Images[i].Tr, Without.Images[i].Tr))
+    EXPECT_FALSE(Same_Sample(Capture.Images[i].Tr, Capture.Images[i - 1].Tr))
         << "the board's tracker goes on";
+    EXPECT_EQ(Same_Sample(Capture.Images[i].Tr, Without.Images[i].Tr), !Repeats)
+        << "rows that aren't stale stay as they are without stale ones";
+  }
+}
+
+TEST(MakePlan, MovesTheCameraOnByWhatWasAskedForBeforeAStaleRow) {
+  Options Given = Small_Capture();
+  Given.Stale_Count = 6;
+  Given.Stale_Mm = 41.0;
+  Given.Stale_Deg = 3.5;
+  const Plan Capture = Make_Plan(Given);
+  for (size_t i = 1; i < Capture.Images.size(); ++i) {
+    SCOPED_TRACE(i);
+    if (Capture.Images[i].Kind != Row_Kind::Stale) continue;
+    const Eigen::Matrix4d& Before = Capture.Images[i - 1].Transform_Base_Tc;
+    const Eigen::Matrix4d& Now = Capture.Images[i].Transform_Base_Tc;
+    EXPECT_NEAR((Now - Before).col(3).norm(), 0.041, 1e-14);
+    EXPECT_NEAR(Angle_Deg_Between(Now, Before), 3.5, 1e-11);
   }
 }
 
@@ -632,6 +654,8 @@ TEST(MakePlan, NamesTheOptionThatCantBeMet) {
       {"Stale_Count", [](Options& Given) { Given.Stale_Count = -1; }},
       {"Stale_Count", [](Options& Given) { Given.Stale_Count = Given.Image_Count; }},
       {"Jump_Count", [](Options& Given) { Given.Jump_Count = -1; }},
+      {"Stale_Mm", [](Options& Given) { Given.Stale_Mm = -1.0; }},
+      {"Stale_Deg", [](Options& Given) { Given.Stale_Deg = -1.0; }},
       {"Jump_Mm", [](Options& Given) { Given.Jump_Mm = -1.0; }},
       {"Jump_Deg", [](Options& Given) { Given.Jump_Deg = -1.0; }},
       {"Missing_Count", [](Options& Given) { Given.Missing_Count = -1; }},
