@@ -335,7 +335,7 @@ TEST(WriteTables, TellsOptionsLensAndKindsInTruthJson) {
   simulate::Write_Tables(Capture, Folder.Path());
   const auto File = nlohmann::json::parse(Bytes_Of(Folder.Path() / "truth.json"));
   EXPECT_EQ(File.at("format_version"), 1);
-  EXPECT_EQ(File.at("options").size(), 36u) << "one for every option";
+  EXPECT_EQ(File.at("options").size(), 38u) << "one for every option";
   EXPECT_EQ(File.at("options").at("seed"), 11);
   EXPECT_EQ(File.at("options").at("stale_count"), 1);
   EXPECT_EQ(File.at("options").at("paths"), "name_only");
