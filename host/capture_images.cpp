@@ -38,6 +38,8 @@ bool Make_Folders(const std::filesystem::path& Out, const std::filesystem::path&
 
 std::vector<Capture_Image> Read_Image_Names(const std::filesystem::path& Csv) {
   std::vector<Capture_Image> Images;
+  std::error_code Error;
+  if (!std::filesystem::is_regular_file(Csv, Error)) return Images;
   std::ifstream File(Csv);
   std::string Text;
   for (std::size_t Line = 1; std::getline(File, Text); ++Line) {

@@ -20,7 +20,8 @@ struct Capture_Image {
 
 // One entry for each data line, by the library's own reading of the file: a line that begins with
 // a capital T is a header, and a line that ends before the path repeats its only field. A file that
-// can't be opened gives no entry; the library's code tells that.
+// can't be opened gives no entry; the library's code tells that. Nor does a pipe: reading it would
+// take the lines from the library.
 std::vector<Capture_Image> Read_Image_Names(const std::filesystem::path& Csv);
 
 // What the library appends to the output folder for an image: "Reproject_" and what stands behind

@@ -70,8 +70,4 @@ bool Is_Usable(int Code) {
   return Code == 0 || Code == 99;
 }
 
-bool Has_Transform(int Code) {
-  return Is_Usable(Code) || Code == 6 || Code == 14;
-}
-
 }  // namespace host

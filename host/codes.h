@@ -25,9 +25,6 @@ Code_Advice Advice_For(int Code);
 // True for the codes whose result may go to an engine.
 bool Is_Usable(int Code);
 
-// True for the codes that come with a transform, be it one that was judged a failure.
-bool Has_Transform(int Code);
-
 }  // namespace host
 
 #endif  // RIGSYNC_HOST_CODES_H

@@ -7,6 +7,15 @@
 #include <cstdio>
 #include <iostream>
 
+// gcc has a macro for the address sanitizer, clang a feature test.
+#if defined(__SANITIZE_ADDRESS__)
+#define RIGSYNC_ADDRESS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define RIGSYNC_ADDRESS_SANITIZER
+#endif
+#endif
+
 namespace host {
 namespace {
 
@@ -37,7 +46,7 @@ Quiet_Output::Quiet_Output(bool Quiet) {
   if (Nowhere < 0) return;
   Flush_All();
   Kept_Output = Redirect(STDOUT_FILENO, Nowhere);
-#if !defined(__SANITIZE_ADDRESS__)
+#if !defined(RIGSYNC_ADDRESS_SANITIZER)
   Kept_Error = Redirect(STDERR_FILENO, Nowhere);
 #endif
   // With a standard descriptor closed, open may have returned that very number.

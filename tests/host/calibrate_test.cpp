@@ -353,6 +353,15 @@ TEST(Calibrate, WorksWithStandardOutputClosed) {
   EXPECT_THAT(Read_Text(Run_Logs(Out).front()), Not(HasSubstr("Code 0.")));
 }
 
+TEST(Calibrate, ACsvFromAPipeReachesTheLibraryWhole) {
+  const Scratch_Folder Scratch;
+  const fs::path Csv = Scratch.Path() / "capture.csv", Out = Scratch.Path() / "out";
+  Rewrite_Csv(Csv, Use_Absolute_Images);
+  std::string Words = "cat '" + Csv.string() + "' | " RIGSYNC_PROGRAM;
+  for (const std::string& Word : Calibrate_Arguments("/dev/stdin", Out)) Words += " '" + Word + "'";
+  EXPECT_EQ(Run_Program("/bin/sh", {"-c", Words}).Status, 0);
+}
+
 TEST(Calibrate, TheExampleHostSolvesAndExportsToo) {
   const Scratch_Folder Scratch;
   // It is written for a board of 11x8, which this capture doesn't show.

@@ -34,12 +34,9 @@ TEST(Codes, AnUnknownCodeIsCalledUnknown) {
   EXPECT_THAT(host::Advice_For(17).Meaning, HasSubstr("unknown"));
 }
 
-TEST(Codes, OnlyCodes0And99AreUsableAnd6And14BringATransformToo) {
+TEST(Codes, OnlyCodes0And99AreUsable) {
   for (const host::Code_Advice& Advice : host::All_Codes()) {
-    const int Code = Advice.Code;
-    EXPECT_EQ(host::Is_Usable(Code), Code == 0 || Code == 99) << Code;
-    EXPECT_EQ(host::Has_Transform(Code), Code == 0 || Code == 99 || Code == 6 || Code == 14)
-        << Code;
+    EXPECT_EQ(host::Is_Usable(Advice.Code), Advice.Code == 0 || Advice.Code == 99) << Advice.Code;
   }
 }
 

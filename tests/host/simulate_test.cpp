@@ -32,6 +32,8 @@ TEST(Simulate, EveryFlagReachesItsOption) {
                                    "--position-noise=1mm",
                                    "--rotation-noise=0.25",
                                    "--stale=1",
+                                   "--stale-offset=25mm",
+                                   "--stale-angle=1.5",
                                    "--jumped=2",
                                    "--jump-offset=50mm",
                                    "--jump-angle=3",
@@ -74,6 +76,8 @@ TEST(Simulate, EveryFlagReachesItsOption) {
   EXPECT_EQ(Options["position_noise_mm"], 1.0);
   EXPECT_EQ(Options["rotation_noise_deg"], 0.25);
   EXPECT_EQ(Options["stale_count"], 1);
+  EXPECT_EQ(Options["stale_mm"], 25.0);
+  EXPECT_EQ(Options["stale_deg"], 1.5);
   EXPECT_EQ(Options["jump_count"], 2);
   EXPECT_EQ(Options["jump_mm"], 50.0);
   EXPECT_EQ(Options["jump_deg"], 3.0);

@@ -52,6 +52,8 @@ TEST(Usage, SimulateHelpNamesEveryOptionOfTheSimulator) {
                            "--position-noise",
                            "--rotation-noise",
                            "--stale",
+                           "--stale-offset",
+                           "--stale-angle",
                            "--jumped",
                            "--jump-offset",
                            "--jump-angle",
