@@ -12,7 +12,7 @@ How each number comes about:
   53 bits are at least 2 * 24 + 2. So f32(a * b) is one single-precision product, sign of zero
   included.
 - Double-precision operations are Python's own.
-- asin, atan and atan2 are worked out to 50 digits and rounded once to the precision that the
+- asin, atan and atan2 are worked out to 40 digits and rounded once to the precision that the
   step names. Nothing here calls a library's asinf, atan2f or atan2. Libraries err by up to a unit
   in the last place, so the cases are chosen where that doesn't show: the exact value lies close
   to its nearest number, and so do the quotient that an atan2f starts with and the acute angle
@@ -30,7 +30,7 @@ import sys
 from decimal import Decimal, getcontext
 from fractions import Fraction
 
-getcontext().prec = 60
+getcontext().prec = 45
 
 DEGREE_FACTOR = 57.295780181884765625  # 57.29578f, exactly
 PI_SHORT = 3.1415926535
@@ -85,7 +85,7 @@ def next_float(value, towards):
     return struct.unpack("<f", struct.pack("<i", bits))[0]
 
 
-# --- angle functions to 50 digits -----------------------------------------------------------
+# --- angle functions to 40 digits -----------------------------------------------------------
 
 
 def atan_positive(x):
@@ -95,7 +95,7 @@ def atan_positive(x):
         x = x / (1 + (1 + x * x).sqrt())
         halvings += 1
     total, power, n = Decimal(0), x, 1
-    while abs(power) > Decimal(10) ** -58:
+    while abs(power) > Decimal(10) ** -43:
         total += power / n
         power *= -x * x
         n += 2
@@ -480,6 +480,18 @@ def ue4_cases(rng):
         yield "random", f"random, shorter than a unit {n}", lambda: shorter(rng)
 
 
+def short_pi_shows(rng):
+    """A turn about x whose degrees are another float through 3.1415926535 than through pi."""
+    while True:
+        q = turn("x", between(rng, -0.99, 0.99))
+        try:
+            angle = asin_f(ax_test_value(q))
+        except Unsure:
+            continue
+        if f32(angle / PI_SHORT * 180.0) != f32(angle / math.pi * 180.0):
+            return q
+
+
 def shorter(rng):
     return [c * between(rng, 0.3, 0.9) for c in unit_quaternion(rng)]
 
@@ -512,6 +524,8 @@ def ax_cases(rng):
                 v / 2, between(rng, 0.1, 0.4), 0.0, 1.0]
         yield "random", f"the {side} quarter turn about x, then any about z", lambda s=sign: (
             hamilton([s * quarter, 0.0, 0.0, quarter], any_turn(rng, "z")))
+    for n in range(2):
+        yield "random", f"a turn about x that shows the short pi {n}", lambda: short_pi_shows(rng)
     for n in range(24):
         yield "random", f"random {n}", lambda: unit_quaternion(rng)
     for n in range(6):
