@@ -163,8 +163,7 @@ TEST(MakePlan, KeepsTheTruePosesWhenNoiseAndBadRowsAreAskedFor) {
   const Plan Dirty = Make_Plan(Given);
   for (size_t i = 0; i < Clean.Images.size(); ++i) {
     // In a stale row the camera has come from the row before; what it sees stays.
-    EXPECT_EQ(Same_Truth(Clean.Images[i], Dirty.Images[i]),
-              Dirty.Images[i].Kind != Row_Kind::Stale)
+    EXPECT_EQ(Same_Truth(Clean.Images[i], Dirty.Images[i]), Dirty.Images[i].Kind != Row_Kind::Stale)
         << i;
     EXPECT_EQ(Clean.Images[i].Transform_Cam_Chart, Dirty.Images[i].Transform_Cam_Chart) << i;
   }
@@ -238,6 +237,17 @@ TEST(MakePlan, BuildsMountsAsRxTimesRyTimesRz) {
   // Chart's axes: x is Tr -z, 0.6; y -0.5; z is Tr x, -0.4.
   EXPECT_TRUE(Capture.Transform_Chart_Tr.isApprox(
       Pose({0, 0, 1}, {0, 1, 0}, {-1, 0, 0}, {0.6, -0.5, -0.4}), 1e-15));
+}
+
+// Rz(90) takes x to y, y to -x; Ry(90) takes x to -z, z to x; Rx(90) takes y to z, z to -y. In that
+// order x goes to y, y and z; y to -x, z and -y; z to z, x and x. The other orders of Rx and Ry
+// take x elsewhere.
+TEST(MakePlan, TurnsAboutXLast) {
+  Options Given = Small_Capture();
+  Given.Camera_Mount_Euler_Deg = {90, 90, 90};
+  Given.Camera_Mount_Offset = {0, 0, 0};
+  EXPECT_TRUE(Make_Plan(Given).Transform_Cam_Tc.isApprox(
+      Pose({0, 0, 1}, {0, -1, 0}, {1, 0, 0}, {0, 0, 0}), 1e-15));
 }
 
 TEST(MakePlan, ClosesTheChainFromCameraToItsTrackerInEveryRow) {

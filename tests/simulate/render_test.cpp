@@ -211,6 +211,25 @@ TEST(RenderPhotograph, DrawsTheSamePixelsFromTheSameSeedAndOthersFromAnother) {
   }
 }
 
+TEST(RenderPhotograph, ScattersNoiseByTheSeedAndTheImage) {
+  Options Given = Capture_Of(64, 48, 1);
+  Given.Image_Count = Given.Blank_Count = 2;
+  Given.Lighting_Gradient = 0.0;
+  const Plan First = Make_Plan(Given);
+  Given.Seed = 2;
+  const Plan Other = Make_Plan(Given);
+  const cv::Mat Rays = Rays_Of(First);
+  const cv::Mat Noise = Render_Photograph(First, 0, Rays);
+  EXPECT_FALSE(Same_Pixels(Noise, Render_Photograph(First, 1, Rays)));
+  EXPECT_FALSE(Same_Pixels(Noise, Render_Photograph(Other, 0, Rays)));
+  // Nor do rows or channels repeat each other.
+  EXPECT_FALSE(Same_Pixels(Noise.row(0), Noise.row(1)));
+  std::vector<cv::Mat> Channels;
+  cv::split(Noise, Channels);
+  EXPECT_FALSE(Same_Pixels(Channels[0], Channels[1]));
+  EXPECT_FALSE(Same_Pixels(Channels[1], Channels[2]));
+}
+
 TEST(RenderPhotograph, DrawsTheSamePixelsWithAnyNumberOfThreads) {
   Options Given = Capture_Of(640, 480);
   Given.Image_Count = 2;
