@@ -22,7 +22,6 @@ const UE5_Call Both[] = {
      &Derived_Call::UE5_ExportxN},
 };
 const UE5_Call& Plain = Both[0];
-const UE5_Call& ExportxN = Both[1];
 
 // The conversion's result, by Eigen and the matrices as they stand on paper.
 Eigen::Matrix4d Result_Pose(const UE5_Call& Call, const Numbers& Transform) {

@@ -88,7 +88,7 @@ TEST(ConvertFlatTransform, TakesTheQuaternionAsEigenMakesItWithNoSignChosen) {
               0);
     const Eigen::Matrix3d Rotation = Transform_Tc_Cam.topLeftCorner<3, 3>();
     const Eigen::Quaterniond Expected(Rotation);
-    ASSERT_TRUE(Same_Bits_Each(Quat_Tc_Cam.coeffs(),
+    ASSERT_TRUE(Same_Bits_Each({Quat_Tc_Cam.x(), Quat_Tc_Cam.y(), Quat_Tc_Cam.z(), Quat_Tc_Cam.w()},
                                {Expected.x(), Expected.y(), Expected.z(), Expected.w()}));
     if (Quat_Tc_Cam.w() < 0) ++Negative;
   }

@@ -73,9 +73,8 @@ testing::AssertionResult Same_Bits(Number Actual, Number Expected) {
                                      << Hex(static_cast<double>(Expected));
 }
 
-template <typename List>
-testing::AssertionResult Same_Bits_Each(const List& Actual, const Numbers& Expected) {
-  if (static_cast<std::size_t>(Actual.size()) != Expected.size()) {
+inline testing::AssertionResult Same_Bits_Each(const Numbers& Actual, const Numbers& Expected) {
+  if (Actual.size() != Expected.size()) {
     return testing::AssertionFailure() << Actual.size() << " values instead of " << Expected.size();
   }
   for (std::size_t i = 0; i < Expected.size(); ++i) {
