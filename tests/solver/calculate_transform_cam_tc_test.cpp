@@ -107,8 +107,11 @@ TEST(CalculateTransformCamTc, ListsHoldTheSamplesOfEveryImageInOrder) {
   std::vector<Eigen::Matrix4d> Mounts;
   Random_Numbers Random(23);
   for (int i = 0; i < 8; ++i) {
-    Mounts.push_back(
-        Turned(Random.Vector(0.1, 1.0), Random.Between(0.1, 1.5), Random.Vector(-1.0, 1.0)));
+    // One draw a statement: compilers evaluate a call's arguments in orders of their own.
+    const Eigen::Vector3d Axis = Random.Vector(0.1, 1.0);
+    const double Angle = Random.Between(0.1, 1.5);
+    const Eigen::Vector3d Offset = Random.Vector(-1.0, 1.0);
+    Mounts.push_back(Turned(Axis, Angle, Offset));
   }
   const Solved Result = Solve(Rig_Of_Mounts(Mounts));
   ASSERT_EQ(Result.Transform_Cam_Tc_all.size(), 8u);

@@ -77,9 +77,11 @@ inline Rig Make_Rig(std::size_t Images, unsigned Seed = 1) {
   Made.Transform_Cam_Tc = Make_Transform({0.6, -0.5, 0.4}, 48.0, {0.06, -0.14, -0.08});
   Made.Transform_Chart_Tr = Make_Transform({0.3, 0.8, -0.2}, 25.0, {0.17, 0.05, -0.04});
   for (std::size_t i = 0; i < Images; ++i) {
-    const Eigen::Matrix4d Transform_Cam_Chart = Make_Transform(
-        Random.Vector(-1.0, 1.0) + Eigen::Vector3d(0.0, 0.0, 1.5), Random.Between(-60.0, 60.0),
-        Random.Vector(-0.3, 0.3) + Eigen::Vector3d(0.0, 0.0, 1.5));
+    // One draw a statement: compilers evaluate a call's arguments in orders of their own.
+    const Eigen::Vector3d Axis = Random.Vector(-1.0, 1.0) + Eigen::Vector3d(0.0, 0.0, 1.5);
+    const double Angle_Deg = Random.Between(-60.0, 60.0);
+    const Eigen::Vector3d Place = Random.Vector(-0.3, 0.3) + Eigen::Vector3d(0.0, 0.0, 1.5);
+    const Eigen::Matrix4d Transform_Cam_Chart = Make_Transform(Axis, Angle_Deg, Place);
     const Eigen::Matrix4d Transform_Tr_Base = Random.Transform(2.0);
     const Eigen::Matrix4d Transform_Cam_Base =
         Transform_Cam_Chart * Made.Transform_Chart_Tr * Transform_Tr_Base;
