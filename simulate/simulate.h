@@ -121,10 +121,12 @@ struct Plan {
   std::vector<Image_Truth> Images;
 };
 
-// Draws the poses and samples of a capture. The same options give the same plan on every machine.
-// Throws std::invalid_argument naming the option that can't be met (counts below 0, more bad rows
+// Draws the poses and samples of a capture. The same options give the same plan on every machine,
+// but for the last bits in which their sines, cosines and logarithms differ.
+//
+// Throws std::invalid_argument naming the option that can't be met: counts below 0, more bad rows
 // than images, a board of fewer than 2 corners a side, an unknown image format, a size below 16
-// pixels).
+// pixels, a lens that can't show the whole board.
 Plan Make_Plan(const Options& Given);
 
 // The true image positions of the board's inner corners, row by row, pixels.
