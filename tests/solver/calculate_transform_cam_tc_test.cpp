@@ -110,7 +110,8 @@ TEST(CalculateTransformCamTc, ListsHoldTheSamplesOfEveryImageInOrder) {
     // One draw a statement: compilers evaluate a call's arguments in orders of their own.
     const Eigen::Vector3d Axis = Random.Vector(0.1, 1.0);
     const double Angle = Random.Between(0.1, 1.5);
-    const Eigen::Vector3d Offset = Random.Vector(-1.0, 1.0);
+    // Draws are 32 bits wide, so one near 0 can be a float. Times 0.1 they use all 53 bits.
+    const Eigen::Vector3d Offset = Random.Vector(-1.0, 1.0) * 0.1;
     Mounts.push_back(Turned(Axis, Angle, Offset));
   }
   const Solved Result = Solve(Rig_Of_Mounts(Mounts));

@@ -35,7 +35,7 @@ SHOW_SEEDS = "--seeds" in sys.argv
 
 # Where each search starts.
 START = {
-    "verdict x": 594,
+    "verdict x": 1668,
     "verdict y": 1099,
     "verdict z": 363,
     "filter x": 160779,
@@ -53,7 +53,7 @@ START = {
     "mean x": 170,
     "mean y": 39,
     "mean z": 72,
-    "reprojection": 12,
+    "reprojection": 22,
 }
 
 
@@ -110,7 +110,7 @@ def add_square(total, value):
 
 
 def spread(differences, divisor=None):
-    """Differences are floats. Squares in double, sums narrowed after each, quotient and root in
+    """Differences should be floats. Squares in double, sums narrowed after each, quotient and root in
     float."""
     total = 0.0
     for d in differences:
@@ -147,6 +147,7 @@ def verdict_axis(rng, count):
     differences = [f32(s - f32(mean)) for s in samples]
     right = spread(differences)
     others = spread_mistakes(differences) + [
+        spread([s - f32(mean) for s in samples]),
         spread([f32(s - mean) for s in samples]),
         f32(math.sqrt(sum_in_order((s - mean) * (s - mean) for s in samples) / count)),
     ]
@@ -373,9 +374,9 @@ def mean_case(rng, count):
 # --- reprojection error -------------------------------------------------------------------------
 
 
-def distance(found_point, projected, narrow=f32):
-    dx = narrow(found_point[0] - projected[0])
-    dy = narrow(found_point[1] - projected[1])
+def distance(found_point, projected, narrow_x=f32, narrow_y=f32):
+    dx = narrow_x(found_point[0] - projected[0])
+    dy = narrow_y(found_point[1] - projected[1])
     return math.sqrt(dx * dx + dy * dy)
 
 
@@ -385,7 +386,8 @@ def distance_in_float(found_point, projected):
 
 
 def image_case(rng, projected):
-    """Found points of one image and its error."""
+    """Found points of one image, its error, and whether that tells apart a difference left in double
+    on x alone or on y alone."""
     n = len(projected)
     points = [(f32(between(rng, 20.0, 900.0)), f32(between(rng, 20.0, 900.0))) for _ in range(n)]
     pairs = list(zip(points, projected))
@@ -394,7 +396,7 @@ def image_case(rng, projected):
     error = f32(total / n)
     wide = sum_in_order(distances)
     others = [
-        f32(running_sum([distance(f, p, float) for f, p in pairs]) / n),
+        f32(running_sum([distance(f, p, float, float) for f, p in pairs]) / n),
         f32(running_sum([f32(d) for d in distances]) / n),
         f32(running_sum([distance_in_float(f, p) for f, p in pairs]) / n),
         f32(wide / n),
@@ -402,7 +404,11 @@ def image_case(rng, projected):
         f32(running_sum(distances[::-1]) / n),
         f32(total * f32(1.0 / n)),
     ]
-    return (points, error) if all_differ(error, others) else None
+    if not all_differ(error, others):
+        return None
+    x_is_seen = f32(running_sum([distance(f, p, float, f32) for f, p in pairs]) / n) != error
+    y_is_seen = f32(running_sum([distance(f, p, f32, float) for f, p in pairs]) / n) != error
+    return points, error, x_is_seen, y_is_seen
 
 
 def reproj_case(rng, images, corners):
@@ -410,12 +416,15 @@ def reproj_case(rng, images, corners):
     projected = [(f32(between(rng, -3.0, 3.0)), f32(between(rng, -3.0, 3.0)))]
     while len(projected) < corners:
         projected.append((f32(between(rng, -3.0, 3.0)), f32(between(rng, -3.0, 3.0))))
-    found_all, errors = [], []
-    while len(found_all) < images:
+    cases = []
+    while len(cases) < images:
         case = image_case(rng, projected)
         if case is not None:
-            found_all.append(case[0])
-            errors.append(case[1])
+            cases.append(case)
+    if not (any(case[2] for case in cases) and any(case[3] for case in cases)):
+        return None
+    found_all = [case[0] for case in cases]
+    errors = [case[1] for case in cases]
     total = running_sum(errors)
     average = f32(total / images)
     every = [distance(f, p) for points in found_all for f, p in zip(points, projected)]

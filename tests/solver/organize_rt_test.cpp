@@ -9,8 +9,10 @@
 #include <Eigen/LU>
 #include <opencv2/core.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <stdexcept>
 
 namespace {
@@ -86,10 +88,15 @@ struct Organizer {
       : Rvecs(cv::Mat::zeros(Images, 3, CV_64F)), Tvecs(cv::Mat::zeros(Images, 3, CV_64F)) {
     Random_Numbers Random(3);
     for (int i = 0; i < Images; ++i) {
-      Raw_Data_all.push_back(Row(Turned_Sample(Random.Vector(0.1, 1.0), Random.Between(0.1, 3.0),
-                                               Random.Vector(-2.0, 2.0)),
-                                 Turned_Sample(Random.Vector(0.1, 1.0), Random.Between(0.1, 3.0),
-                                               Random.Vector(-2.0, 2.0))));
+      // One draw in a statement: the order of a call's arguments is open.
+      Sample Bodies[2];
+      for (Sample& Body : Bodies) {
+        const Eigen::Vector3d Axis = Random.Vector(0.1, 1.0);
+        const double Angle_Rad = Random.Between(0.1, 3.0);
+        const Eigen::Vector3d Position = Random.Vector(-2.0, 2.0);
+        Body = Turned_Sample(Axis, Angle_Rad, Position);
+      }
+      Raw_Data_all.push_back(Row(Bodies[0], Bodies[1]));
     }
   }
 
@@ -163,43 +170,49 @@ TEST(OrganizeRT, BoardOffsetIsGivenAsSeenFromTheTracker) {
   EXPECT_EQ(Stage.Transform_Chart_Tr, Shifted({-0.25, 0.5, -2.0}));
 }
 
-// The matrix of Rotation_Tr_Chart's quaternion by the steps in their order; its inverse by Eigen.
-Eigen::Matrix4d Chart_Tr_By_Steps(const std::vector<double>& Rad, const std::vector<double>& T,
-                                  bool X_Y_First = true) {
-  const auto About = [](double Angle, double X, double Y, double Z) {
-    const double Sine = std::sin(0.5 * Angle);
-    return Eigen::Quaterniond(std::cos(0.5 * Angle), Sine * X, Sine * Y, Sine * Z);
-  };
-  const Eigen::Quaterniond Qx = About(Rad[0], 1, 0, 0);
-  const Eigen::Quaterniond Qy = About(Rad[1], 0, 1, 0);
-  const Eigen::Quaterniond Qz = About(Rad[2], 0, 0, 1);
+// What the board estimate comes to by other steps than the right ones.
+enum class Steps { In_Order, Y_Z_First, Normalised, Rigid_Inverse };
+
+// A quaternion from axis and angle.
+Eigen::Quaterniond About(double Angle_Rad, const Eigen::Vector3d& Axis) {
+  const Eigen::Vector3d Vector = std::sin(0.5 * Angle_Rad) * Axis;
+  return Eigen::Quaterniond(std::cos(0.5 * Angle_Rad), Vector.x(), Vector.y(), Vector.z());
+}
+
+std::string Chart_Tr_By(Steps Which, const Eigen::Vector3d& Rad, const Eigen::Vector3d& Offset) {
+  const Eigen::Quaterniond Qx = About(Rad.x(), Eigen::Vector3d::UnitX());
+  const Eigen::Quaterniond Qy = About(Rad.y(), Eigen::Vector3d::UnitY());
+  const Eigen::Quaterniond Qz = About(Rad.z(), Eigen::Vector3d::UnitZ());
   Eigen::Quaterniond Q = (Qx * Qy) * Qz;
-  if (!X_Y_First) Q = Qx * (Qy * Qz);
-  Eigen::Matrix4d Pose = Eigen::Matrix4d::Identity();
+  if (Which == Steps::Y_Z_First) Q = Qx * (Qy * Qz);
+  if (Which == Steps::Normalised) Q.normalize();
+  Eigen::Matrix4d Pose = Shifted(Offset);
   Pose.topLeftCorner<3, 3>() = Q.toRotationMatrix();
-  Pose.topRightCorner<3, 1>() = Eigen::Vector3d(T[0], T[1], T[2]);
-  return Pose.inverse();
+  return Hex(Which == Steps::Rigid_Inverse ? Rigid_Inverse(Pose) : Eigen::Matrix4d(Pose.inverse()));
 }
 
 TEST(OrganizeRT, BoardPoseHasTheBitsOfItsStepsInTheirOrder) {
-  const std::vector<double> Degrees = {13.7, -41.3, 77.1};
-  const std::vector<double> Offset = {0.31, -0.07, 0.19};
+  const double Degrees[] = {54.2, 1.6, -75.0};
+  const Eigen::Vector3d Offset(0.31, -0.07, 0.19);
   constexpr double Pi = 3.1415926535;
-  std::vector<double> In_Order, Quotient_First;
-  for (const double Degree : Degrees) {
-    In_Order.push_back(Degree * Pi / 180.0);
-    Quotient_First.push_back(Degree * (Pi / 180.0));
+  Eigen::Vector3d Rad, Factor_First, Quotient_First;
+  for (int r = 0; r < 3; ++r) {
+    Rad(r) = Degrees[r] * Pi / 180.0;
+    Factor_First(r) = Degrees[r] * (Pi / 180.0);
+    Quotient_First(r) = Degrees[r] / 180.0 * Pi;
   }
   Organizer Stage;
-  Stage.Chart_Euler_Deg = Degrees;
-  Stage.Chart_Translation = Offset;
+  Stage.Chart_Euler_Deg.assign(std::begin(Degrees), std::end(Degrees));
+  Stage.Chart_Translation = {Offset.x(), Offset.y(), Offset.z()};
   EXPECT_EQ(Stage.Run(), 0);
-  EXPECT_EQ(Hex(Stage.Transform_Chart_Tr), Hex(Chart_Tr_By_Steps(In_Order, Offset)));
-  // The data tell these orders apart, and the general inverse from the rigid one.
-  EXPECT_NE(Hex(Stage.Transform_Chart_Tr), Hex(Chart_Tr_By_Steps(Quotient_First, Offset)));
-  EXPECT_NE(Hex(Stage.Transform_Chart_Tr), Hex(Chart_Tr_By_Steps(In_Order, Offset, false)));
-  EXPECT_NE(Hex(Stage.Transform_Chart_Tr),
-            Hex(Rigid_Inverse(Chart_Tr_By_Steps(In_Order, Offset).inverse())));
+  const std::string Bits = Hex(Stage.Transform_Chart_Tr);
+  EXPECT_EQ(Bits, Chart_Tr_By(Steps::In_Order, Rad, Offset));
+  // The data tell each other road apart.
+  EXPECT_NE(Bits, Chart_Tr_By(Steps::In_Order, Factor_First, Offset));
+  EXPECT_NE(Bits, Chart_Tr_By(Steps::In_Order, Quotient_First, Offset));
+  EXPECT_NE(Bits, Chart_Tr_By(Steps::Y_Z_First, Rad, Offset));
+  EXPECT_NE(Bits, Chart_Tr_By(Steps::Normalised, Rad, Offset));
+  EXPECT_NE(Bits, Chart_Tr_By(Steps::Rigid_Inverse, Rad, Offset));
 }
 
 // --- tracker samples ------------------------------------------------------------------------
@@ -528,13 +541,9 @@ TEST(TrackerToCameraAxes, UsesGeneralInverses) {
 }
 
 TEST(TrackerToCameraAxes, HasTheBitsOfBothInversesAroundTheComputedProduct) {
-  const auto Half_Angle_About = [](double Angle, double X, double Y, double Z) {
-    const double Sine = std::sin(0.5 * Angle);
-    return Eigen::Quaterniond(std::cos(0.5 * Angle), Sine * X, Sine * Y, Sine * Z);
-  };
   const Eigen::Quaterniond Q =
-      (Half_Angle_About(1.57079632675, 1, 0, 0) * Half_Angle_About(0.0, 0, 1, 0)) *
-      Half_Angle_About(3.1415926535, 0, 0, 1);
+      (About(1.57079632675, Eigen::Vector3d::UnitX()) * About(0.0, Eigen::Vector3d::UnitY())) *
+      About(3.1415926535, Eigen::Vector3d::UnitZ());
   Eigen::Matrix4d C = Eigen::Matrix4d::Identity();
   C.topLeftCorner<3, 3>() = Q.toRotationMatrix();
 

@@ -348,14 +348,21 @@ TEST(RTFiltOutlier, LimitsAreNotComputedAgainAfterTheRemoval) {
 }
 
 TEST(RTFiltOutlier, ANanTranslationSwitchesItsOwnAxisOff) {
-  std::vector<Eigen::Matrix4d> Mounts(8, Mount());
-  Mounts[0](0, 3) = std::nan("");
-  Mounts[1](0, 3) = 50.0;
-  Mounts[6](1, 3) = 2.0;
-  Filtered Stage(Mounts);
-  EXPECT_EQ(Stage.Run(), 0);
-  EXPECT_EQ(Stage.Left(), All_But(8, {6}));
-  EXPECT_EQ(Stage.Lines().at(9), "STD_T : nan, 0.707107, 0.000000 meter.");
+  for (int Axis = 0; Axis < 3; ++Axis) {
+    SCOPED_TRACE(Axis);
+    std::vector<Eigen::Matrix4d> Mounts(8, Mount());
+    Mounts[0](Axis, 3) = std::nan("");
+    Mounts[1](Axis, 3) = 50.0;
+    Mounts[6]((Axis + 1) % 3, 3) = 2.0;
+    Filtered Stage(Mounts);
+    EXPECT_EQ(Stage.Run(), 0);
+    EXPECT_EQ(Stage.Left(), All_But(8, {6}));
+    std::array<std::string, 3> Spreads = {"0.000000", "0.000000", "0.000000"};
+    Spreads[static_cast<std::size_t>(Axis)] = "nan";
+    Spreads[static_cast<std::size_t>((Axis + 1) % 3)] = "0.707107";  // sqrt(4 / 8)
+    EXPECT_EQ(Stage.Lines().at(9),
+              "STD_T : " + Spreads[0] + ", " + Spreads[1] + ", " + Spreads[2] + " meter.");
+  }
 }
 
 // --- removal and log ------------------------------------------------------------------------
