@@ -216,25 +216,30 @@ TEST(RunLog, HasEachLineOnDiskAndNoFileOpenWhenTheCallReturns) {
   EXPECT_THAT(Messages(Read_File(Log_Path)), ElementsAre("three"));
 }
 
-TEST(RunLog, FlushesStandardOutputAfterEachLine) {
-  class Counting_Buffer : public std::stringbuf {
+TEST(RunLog, FlushesStandardOutputAfterEachLineWhenTheFileIsClosed) {
+  const Scratch_Folder Folder;
+  const std::string Log_Path = (Folder.Path() / "log").string();
+  class Looking_Buffer : public std::stringbuf {
    public:
-    int Syncs = 0;
-    std::string At_Sync;
+    explicit Looking_Buffer(const std::string& Log_Path) : Path(Log_Path) {}
+    std::vector<std::string> Shown, On_Disk;
 
    protected:
     int sync() override {
-      ++Syncs;
-      At_Sync = str();
+      Shown.push_back(str());
+      On_Disk.push_back(Read_File(Path));
       return 0;
     }
-  } Buffer;
-  const Scratch_Folder Folder;
+
+   private:
+    const std::string Path;
+  } Buffer(Log_Path);
   std::streambuf* Before = std::cout.rdbuf(&Buffer);
-  Write_Log((Folder.Path() / "log").string(), "message");
+  Write_Log(Log_Path, "message");
   std::cout.rdbuf(Before);
-  EXPECT_GE(Buffer.Syncs, 1);
-  EXPECT_THAT(Messages(Buffer.At_Sync), ElementsAre("message"));
+  ASSERT_EQ(Buffer.Shown.size(), 1u);
+  EXPECT_THAT(Messages(Buffer.Shown[0]), ElementsAre("message"));
+  EXPECT_EQ(Buffer.On_Disk[0], Buffer.Shown[0]);
 }
 
 TEST(RunLog, StillShowsEveryLineWhereTheFileCannotBeOpened) {
