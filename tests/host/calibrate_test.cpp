@@ -19,7 +19,6 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr std::size_t Terminal_Width = 80;
-constexpr std::size_t Image_Count = 14;
 
 std::size_t Png_Count(const fs::path& Folder) {
   std::size_t Count = 0;
