@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/result_file.h"
 
+#include "host/text.h"
+#include "host/whole_file.h"
+
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <system_error>
-
-#include "host/text.h"
 
 namespace host {
 namespace {
@@ -64,12 +64,6 @@ std::string Text_Of(const Calibration_Result& Result) {
   return File.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-// Beside the file itself, since only a rename within one folder is atomic; with the process's
-// number, so that two runs don't share it.
-std::filesystem::path Scratch_File(const std::filesystem::path& Folder) {
-  return Folder / fmt::format(".result.json.{}", getpid());
-}
-
 [[noreturn]] void Refuse_File(const std::filesystem::path& File, const std::string& Why) {
   throw Usage_Error(fmt::format("{}: {}; expected a result.json that 'rigsync calibrate' wrote",
                                 File.string(), Why));
@@ -107,24 +101,14 @@ bool All_Finite(const Calibration_Result& Result) {
 }
 
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result) {
-  const std::filesystem::path Scratch = Scratch_File(Folder);
-  std::ofstream File(Scratch, std::ios::trunc);
-  File << Text_Of(Result);
-  File.close();
-  std::error_code Error;
-  if (File) std::filesystem::rename(Scratch, Folder / "result.json", Error);
-  if (!File || Error) {
-    std::error_code Ignored;
-    std::filesystem::remove(Scratch, Ignored);
-    throw std::runtime_error(fmt::format("{} can't be written", (Folder / "result.json").string()));
-  }
+  Write_Whole(Folder / "result.json", Text_Of(Result));
 }
 
 void Require_Writable(const std::string& Flag, const std::filesystem::path& Folder) {
-  const std::filesystem::path Scratch = Scratch_File(Folder);
-  const bool Opened = std::ofstream(Scratch, std::ios::trunc).is_open();
+  const std::filesystem::path Probe = Unfinished_File(Folder / "result.json");
+  const bool Opened = std::ofstream(Probe, std::ios::trunc).is_open();
   std::error_code Ignored;
-  std::filesystem::remove(Scratch, Ignored);
+  std::filesystem::remove(Probe, Ignored);
   if (!Opened) Refuse(Flag, Folder.string(), "a folder that this user may write to");
 }
 
