@@ -6,19 +6,21 @@
 #include "host/codes.h"
 #include "host/command.h"
 #include "host/exit_status.h"
-#include "host/quiet_output.h"
+#include "host/library_run.h"
 #include "host/result_file.h"
-#include "host/run_log_file.h"
+#include "host/result_text.h"
+#include "host/run_folder.h"
 #include "host/stage_file.h"
+#include "host/terminal.h"
 #include "host/text.h"
-#include "host/transform_text.h"
-#include "rigsync_core.h"
 
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 
-#include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <memory>
+#include <stdexcept>
 #include <system_error>
 
 namespace host {
@@ -43,7 +45,7 @@ Example:
 struct Typed {
   std::string Csv, Out, Image_Root, Config;
   Stage Values;  // by flag without dashes
-  bool Verbose = false;
+  bool Verbose = false, Quiet = false;
 };
 
 const std::vector<std::string>& Stage_Keys() {
@@ -61,21 +63,6 @@ const std::string& Required_Value(const Stage& Values, const std::string& Key) {
                     Key, Key));
   }
   return Found->second;
-}
-
-// The folder, created where it is missing, as an absolute path without ".." and links.
-fs::path Make_Out_Folder(const std::string& Given) {
-  std::error_code Error;
-  fs::create_directories(Given, Error);
-  std::error_code Not_A_Folder;
-  if (!fs::is_directory(Given, Not_A_Folder)) {
-    Refuse("--out", Given,
-           "a folder, or a path where one can be created" +
-               (Error ? " (" + Error.message() + ")" : std::string()));
-  }
-  const fs::path Out = fs::canonical(Given);
-  Require_Writable("--out", Out);
-  return Out;
 }
 
 Calibration_Inputs Read_Inputs(const Typed& Given) {
@@ -99,98 +86,61 @@ Calibration_Inputs Read_Inputs(const Typed& Given) {
   return Inputs;
 }
 
-// The process's working directory for as long as one of these lives: the library takes a relative
-// image path from there. The command has one thread, so that nobody else sees the change. A folder
-// that doesn't exist leaves things as they are; the CSV in it can't be opened either.
-class Working_Directory {
- public:
-  explicit Working_Directory(const fs::path& Folder) : Before(fs::current_path()) {
-    std::error_code Ignored;
-    fs::current_path(Folder, Ignored);
+// Space for the run log and the result: a few kB for each image's corners, and the rest.
+std::uintmax_t Needed_Bytes(std::size_t Images) {
+  constexpr std::uintmax_t Base = 1'000'000, Per_Image = 20'000;
+  return Base + Per_Image * Images;
+}
+
+// A reprojection image takes about the space of its photograph. The result does without them, so
+// that a disk that is too small for them is worth a warning and no more.
+void Warn_If_Space_Is_Short(const fs::path& Out, const std::vector<Capture_Image>& Images,
+                            const fs::path& Image_Root) {
+  std::uintmax_t Expected = 0;
+  for (const Capture_Image& Image : Images) {
+    std::error_code Error;
+    const std::uintmax_t Size = fs::file_size(Image_Root / Image.Name, Error);
+    if (!Error) Expected += Size;
   }
-  ~Working_Directory() {
-    std::error_code Ignored;
-    fs::current_path(Before, Ignored);
+  std::error_code Error;
+  const fs::space_info Space = fs::space(Out, Error);
+  if (Error || Space.available >= Expected) return;
+  Warn(
+      fmt::format("{} has {} of free space, and the reprojection images will take about {}: some "
+                  "may be missing or cut short",
+                  Out.string(), Bytes_Text(Space.available), Bytes_Text(Expected)));
+}
+
+std::string Local_Time_Text() {
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(std::time(nullptr)));
+}
+
+Progress_Kind Kind_Of(const Typed& Given) {
+  if (Given.Quiet || Given.Verbose) return Progress_Kind::None;
+  return Is_Terminal(stderr) ? Progress_Kind::Line : Progress_Kind::Plain;
+}
+
+// The run's own result.json, and the newest of the output folder. Returns what went wrong.
+std::string Write_Results(const fs::path& Out, const Calibration_Result& Result) {
+  try {
+    Write_Result(Result.Run_Folder, Result);
+    Write_Result(Out, Result);
+  } catch (const std::runtime_error& Error) {
+    return Error.what();
   }
-  Working_Directory(const Working_Directory&) = delete;
-  Working_Directory& operator=(const Working_Directory&) = delete;
-
- private:
-  fs::path Before;
-};
-
-// The library's call. Fills the vectors of Result and returns the code; exceptions pass through.
-int Call_Library(const Calibration_Inputs& Inputs, bool Verbose, Calibration_Result& Result) {
-  const Working_Directory Root(Inputs.Image_Root);
-  const Quiet_Output Quiet(!Verbose);
-  const std::vector<double> Euler(Inputs.Board_Euler.begin(), Inputs.Board_Euler.end());
-  const std::vector<double> Offset(Inputs.Board_Offset.begin(), Inputs.Board_Offset.end());
-  if (Inputs.Sensor_Size) {
-    return Calibration(Inputs.Csv.string(), (*Inputs.Sensor_Size)[0], (*Inputs.Sensor_Size)[1],
-                       Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size, Euler, Offset,
-                       Result.Image_Size, Result.Norm_Fxy, Result.Norm_Cxy, Result.Distortion,
-                       Result.Transform_Cam_Tc, Result.FoV, Result.Focal_Length_mm,
-                       Inputs.Out.string());
-  }
-  return Calibration(Inputs.Csv.string(), Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size,
-                     Euler, Offset, Result.Image_Size, Result.Norm_Fxy, Result.Norm_Cxy,
-                     Result.Distortion, Result.Transform_Cam_Tc, Inputs.Out.string());
+  return {};
 }
 
-void Print_Lens(const Calibration_Result& Result) {
-  if (Result.Norm_Fxy.empty()) return;
-  fmt::print("\nLens, at {:.0f} x {:.0f} pixels\n", Result.Image_Size[0], Result.Image_Size[1]);
-  fmt::print("  focal length     {:10.6f} of the width  {:10.6f} of the height\n",
-             Result.Norm_Fxy[0], Result.Norm_Fxy[1]);
-  fmt::print("  principal point  {:10.6f} of the width  {:10.6f} of the height\n",
-             Result.Norm_Cxy[0], Result.Norm_Cxy[1]);
-  fmt::print("  distortion       {:10.6f} k1            {:10.6f} k2\n", Result.Distortion[0],
-             Result.Distortion[1]);
-  if (!Result.FoV.empty()) {
-    fmt::print("  field of view    {:10.4f} deg across    {:10.4f} deg down\n", Result.FoV[0],
-               Result.FoV[1]);
-    fmt::print("  focal length     {:10.4f} mm\n", Result.Focal_Length_mm[0]);
-  }
+void Complain_Of_Exception(const Calibration_Result& Result) {
+  Complain("the calibration was ended by an exception: " + Result.Exception);
+  if (Result.Run_Log.empty()) return;
+  fmt::print(stderr, "  How far it came is in the run log:\n  {}\n", Result.Run_Log.string());
 }
 
-// "60.0 mm right", or "left" for a negative value.
-std::string Direction_Text(double Metres, const char* Positive, const char* Negative) {
-  return fmt::format("{:.1f} mm {}", std::abs(Metres) * 1000.0, Metres < 0 ? Negative : Positive);
-}
-
-void Print_Transform(const std::vector<double>& Transform) {
-  if (Transform.empty()) return;
-  fmt::print("\nTransform_Cam_Tc (tracker to camera; last column in metres)\n");
-  for (int r = 0; r < 4; ++r) fmt::print("  {}\n", Row_Text(Transform, r));
-  fmt::print("{}", Folded(fmt::format("Seen from the camera, the tracker sits {}, {} and {}.",
-                                      Direction_Text(Transform[3], "to the right", "to the left"),
-                                      Direction_Text(Transform[7], "down", "up"),
-                                      Direction_Text(Transform[11], "ahead", "behind")),
-                          2));
-}
-
-void Print_Files(const Calibration_Result& Result, const std::vector<fs::path>& Reprojections,
-                 std::size_t Image_Count) {
-  fmt::print("\nFiles\n");
-  fmt::print("  result           {}\n", (Result.Inputs.Out / "result.json").string());
-  if (!Result.Run_Log.empty()) fmt::print("  run log          {}\n", Result.Run_Log.string());
-  if (Reprojections.empty()) return;
-  fmt::print("  reprojection     {} of {} images kept; the first is\n", Reprojections.size(),
-             Image_Count);
-  fmt::print("                   {}\n", Reprojections.front().string());
-  fmt::print("                   (red: corner found, blue over it: corner predicted)\n");
-}
-
-// The verdict of a run that returned a code.
-void Print_Result(const Calibration_Result& Result, const std::vector<fs::path>& Reprojections,
-                  std::size_t Image_Count) {
-  const Code_Advice Advice = Advice_For(*Result.Code);
-  fmt::print("{}", Folded(fmt::format("Code {}. {}", Advice.Code, Advice.Meaning), 0));
-  fmt::print("{}", Folded(Advice.Next_Step, 2));
-  Print_Lens(Result);
-  Print_Transform(Result.Transform_Cam_Tc);
-  Print_Files(Result, Reprojections, Image_Count);
-  std::fflush(stdout);
+void Tell(const Calibration_Result& Result, const fs::path& Out) {
+  if (!Result.Code) return Complain_Of_Exception(Result);
+  Print(Result_Text(Result, Written_Reprojections(Result.Run_Folder, Result.Images),
+                    Out / "result.json", Colour_On(stdout)));
   if (Is_Usable(*Result.Code) && !All_Finite(Result)) {
     Warn(fmt::format(
         "the code is {}, but the result holds numbers that are not finite (nan or inf). Don't use "
@@ -200,39 +150,28 @@ void Print_Result(const Calibration_Result& Result, const std::vector<fs::path>&
 }
 
 int Calibrate(const Typed& Given) {
-  Calibration_Inputs Inputs = Read_Inputs(Given);
-  const std::vector<Capture_Image> Images = Read_Image_Names(Inputs.Csv);
-  Refuse_Climbing_Images(Inputs.Csv, Images, Inputs.Image_Root);
-  Inputs.Out = Make_Out_Folder(Given.Out);
-  for (const std::string& Name : Make_Reprojection_Folders(Inputs.Out, Images, Inputs.Image_Root)) {
+  Calibration_Result Result;
+  Result.Inputs = Read_Inputs(Given);
+  const fs::path& Image_Root = Result.Inputs.Image_Root;
+  Result.Images = Read_Image_Names(Result.Inputs.Csv);
+  Refuse_Climbing_Images(Result.Inputs.Csv, Result.Images, Image_Root);
+  const fs::path Out = Make_Out_Folder("--out", Given.Out, Needed_Bytes(Result.Images.size()));
+  Warn_If_Space_Is_Short(Out, Result.Images, Image_Root);
+  Result.Run_Folder = Make_Run_Folder(Out);
+  for (const std::string& Name :
+       Make_Reprojection_Folders(Result.Run_Folder, Result.Images, Image_Root)) {
     Warn(fmt::format("no folder can be made for the reprojection image of '{}': it will be missing",
                      One_Line(Name)));
   }
 
-  Calibration_Result Result;
-  Result.Inputs = Inputs;
-  const Run_Logs Logs_Before = List_Run_Logs(Inputs.Out);
-  const File_Times Images_Before = Reprojection_Times(Inputs.Out, Images);
-  std::string Exception;
-  try {
-    Result.Code = Call_Library(Inputs, Given.Verbose, Result);
-    Result.Message = Advice_For(*Result.Code).Meaning;
-  } catch (const std::exception& Thrown) {
-    Exception = One_Line(Thrown.what());
-    Result.Message = "An exception ended the run: " + Exception;
-  }
-  Result.Run_Log = Run_Log_Since(Logs_Before, Inputs.Out);
+  Result.Begun = Local_Time_Text();
+  Run_Library(Result, Result.Images.size(), Given.Verbose, Kind_Of(Given));
 
-  if (Result.Code) {
-    Print_Result(Result, Written_Reprojections(Inputs.Out, Images, Images_Before), Images.size());
-  } else {
-    Complain("the calibration was ended by an exception: " + Exception);
-    if (!Result.Run_Log.empty()) {
-      fmt::print(stderr, "  How far it came is in the run log:\n  {}\n", Result.Run_Log.string());
-    }
-  }
-  // After the result has been printed, so that a full disk doesn't take it along.
-  Write_Result(Inputs.Out, Result);
+  // Written first, so that nobody who stops reading takes the result along; told in any case, so
+  // that a full disk doesn't either.
+  const std::string Unwritten = Write_Results(Out, Result);
+  Tell(Result, Out);
+  if (!Unwritten.empty()) throw std::runtime_error(Unwritten);
   return Result.Code.value_or(Exit_Exception);
 }
 
@@ -268,7 +207,10 @@ void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen) {
       ->add_option("--image-root", Given->Image_Root,
                    "where relative image paths start (default: the CSV's folder)")
       ->type_name("DIR");
-  Command->add_flag("--verbose", Given->Verbose, "show the run log while the library works");
+  CLI::Option* const Verbose =
+      Command->add_flag("--verbose", Given->Verbose, "show the run log while the library works");
+  Command->add_flag("--quiet", Given->Quiet, "show no progress while the library works")
+      ->excludes(Verbose);
   Command->group("Commands");
   Command->footer(Footer);
   Command->callback([&Chosen, Given] { Chosen = [Given] { return Calibrate(*Given); }; });

@@ -98,27 +98,15 @@ std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& 
   return Without_Folder;
 }
 
-File_Times Reprojection_Times(const std::filesystem::path& Out,
-                              const std::vector<Capture_Image>& Images) {
-  File_Times Times;
+std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Folder,
+                                                         const std::vector<Capture_Image>& Images) {
+  std::set<std::filesystem::path> Written;  // images that share a path share their reprojection
   for (const Capture_Image& Image : Images) {
-    const std::filesystem::path File = Out / Reprojection_Name(Image.Name);
+    const std::filesystem::path File = Folder / Reprojection_Name(Image.Name);
     std::error_code Error;
-    const auto Time = std::filesystem::last_write_time(File, Error);
-    if (!Error) Times[File] = Time;
+    if (std::filesystem::is_regular_file(File, Error)) Written.insert(File);
   }
-  return Times;
-}
-
-std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Out,
-                                                         const std::vector<Capture_Image>& Images,
-                                                         const File_Times& Before) {
-  std::vector<std::filesystem::path> Written;
-  for (const auto& [File, Time] : Reprojection_Times(Out, Images)) {
-    const auto Earlier = Before.find(File);
-    if (Earlier == Before.end() || Earlier->second != Time) Written.push_back(File);
-  }
-  return Written;
+  return {Written.begin(), Written.end()};
 }
 
 }  // namespace host

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <filesystem>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -44,15 +43,9 @@ std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& 
                                                    const std::vector<Capture_Image>& Images,
                                                    const std::filesystem::path& Image_Root);
 
-// When each reprojection image of this capture was last written, for those that exist.
-using File_Times = std::map<std::filesystem::path, std::filesystem::file_time_type>;
-File_Times Reprojection_Times(const std::filesystem::path& Out,
-                              const std::vector<Capture_Image>& Images);
-
-// The reprojection images that have been written since Before was taken.
-std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Out,
-                                                         const std::vector<Capture_Image>& Images,
-                                                         const File_Times& Before);
+// The reprojection images of this capture that are in Folder.
+std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Folder,
+                                                         const std::vector<Capture_Image>& Images);
 
 }  // namespace host
 

@@ -5,9 +5,15 @@
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdio>
 
 namespace host {
+
+void Print(const std::string& Text) {
+  const bool Written = std::fwrite(Text.data(), 1, Text.size(), stdout) == Text.size();
+  if ((std::fflush(stdout) != 0 || !Written) && errno == EPIPE) std::clearerr(stdout);
+}
 
 void Warn(const std::string& Text) {
   fmt::print(stderr, "{}", Folded("rigsync: warning: " + Text, 0));

@@ -10,8 +10,10 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <memory>
@@ -69,10 +71,21 @@ int Run(CLI::App& Program, int Argument_Count, char** Arguments) {
   }
 }
 
+// The status to end with, once all that was printed has reached where it leads: a file on a full
+// disk isn't whole, and a script that reads it has to know.
+int Finish_Output(int Status) {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return Status;
+  if (errno == EPIPE) return Status;
+  host::Complain("what was printed can't be written to where standard output leads");
+  return Status == host::Exit_Success ? host::Exit_Exception : Status;
+}
+
 }  // namespace
 
 int main(int Argument_Count, char** Arguments) {
   Open_Standard_Descriptors();
+  // A reader who has seen enough (as head has) is no reason to end before the work is done.
+  signal(SIGPIPE, SIG_IGN);
   try {
     CLI::App Program("rigsync measures where a tracker sits on a film camera.");
     Program.name("rigsync");
@@ -87,7 +100,7 @@ int main(int Argument_Count, char** Arguments) {
         "  rigsync calibrate capture/capture.csv --config capture/stage.json --out result\n"
         "  rigsync compare result/result.json capture/truth.json\n"
         "  rigsync export result/result.json --to ue5");
-    return Run(Program, Argument_Count, Arguments);
+    return Finish_Output(Run(Program, Argument_Count, Arguments));
   } catch (const std::exception& Error) {
     host::Complain(host::One_Line(Error.what()));
   } catch (...) {

@@ -5,10 +5,12 @@
 #include "host/whole_file.h"
 
 #include <fmt/format.h>
+#include <Eigen/Core>
 
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <opencv2/core/utility.hpp>
 #include <system_error>
 
 namespace host {
@@ -18,6 +20,11 @@ using Json = nlohmann::ordered_json;
 
 constexpr const char* Format_Name = "rigsync-result";
 constexpr int Format_Version = 1;
+
+// The library's limits for an outlier (docs/codes.md): its log tells what was measured, not what it
+// was measured against.
+constexpr double Axis_Limit_Deg = 0.5;
+constexpr double Spread_Limit_Factor = 1.3;
 
 // Numbers print with as many digits as it takes to read the same double back. The writer turns a
 // number that isn't finite into null.
@@ -49,16 +56,77 @@ Json Inputs_Of(const Calibration_Inputs& Inputs) {
   return Given;
 }
 
+template <typename Value>
+Json Value_Or_Null(const std::optional<Value>& Given) {
+  return Given ? Json(*Given) : Json(nullptr);
+}
+
+Json Path_Or_Null(const std::filesystem::path& Path) {
+  return Path.empty() ? Json(nullptr) : Json(Path.string());
+}
+
+Json Quality_Of(const Run_Report& Report) {
+  Json Quality;
+  Quality["lens_rms_px"] = Value_Or_Null(Report.Lens_Rms_Px);
+  Quality["first_reprojection_px"] = Value_Or_Null(Report.First_Reprojection_Px);
+  Quality["reprojection_px"] = Value_Or_Null(Report.Reprojection_Px);
+  Quality["reprojection_1080p_px"] =
+      Report.Norm_Reprojection ? Json(*Report.Norm_Reprojection * 1080.0) : Json(nullptr);
+  Quality["spread_m"] = Value_Or_Null(Report.Spread_M);
+  Quality["max_spread_m"] = Value_Or_Null(Report.Max_Spread_M);
+  return Quality;
+}
+
+Json Images_Of(const Calibration_Result& Result) {
+  const Run_Report& Report = Result.Report;
+  Json Kept = Json::array(), Dropped = Json::array();
+  for (std::size_t i = 0; i < Report.Images.size(); ++i) {
+    const Image_Report& Image = Report.Images[i];
+    Json Entry;
+    Entry["image"] = Image.Name;
+    Entry["line"] = Value_Or_Null(Csv_Line(Result, i));
+    if (Image.Fate != Image_Fate::Kept) {
+      Entry["stage"] = Stage_Name(Image.Fate);
+      Entry["reason"] = Drop_Reason(Report, Image);
+    }
+    Entry["axis_difference_deg"] = Value_Or_Null(Image.Axis_Difference_Deg);
+    Entry["reprojection_px"] = Value_Or_Null(Image.Reprojection_Px);
+    (Image.Fate == Image_Fate::Kept ? Kept : Dropped).push_back(std::move(Entry));
+  }
+  Json Images;
+  Images["given"] = Result.Images.size();
+  Images["kept"] = std::move(Kept);
+  Images["dropped"] = std::move(Dropped);
+  return Images;
+}
+
+Json Versions_Of(const Calibration_Result& Result) {
+  Json Versions;
+  Versions["rigsync"] = RIGSYNC_VERSION;
+  Versions["rigsync_core"] =
+      Result.Report.Version.empty() ? Json(nullptr) : Json(Result.Report.Version);
+  Versions["opencv"] = cv::getVersionString();
+  Versions["eigen"] =
+      fmt::format("{}.{}.{}", EIGEN_WORLD_VERSION, EIGEN_MAJOR_VERSION, EIGEN_MINOR_VERSION);
+  return Versions;
+}
+
 std::string Text_Of(const Calibration_Result& Result) {
   Json File;
   File["format"] = Format_Name;
   File["format_version"] = Format_Version;
-  File["code"] = Result.Code ? Json(*Result.Code) : Json(nullptr);
+  File["code"] = Value_Or_Null(Result.Code);
   File["message"] = Result.Message;
   File["version"] = RIGSYNC_VERSION;
+  File["versions"] = Versions_Of(Result);
+  File["begun"] = Result.Begun;
+  File["seconds"] = Result.Seconds;
   File["lens"] = Lens_Of(Result);
   File["transform_cam_tc"] = Numbers_Or_Null(Result.Transform_Cam_Tc);
-  File["run_log"] = Result.Run_Log.empty() ? Json(nullptr) : Json(Result.Run_Log.string());
+  File["quality"] = Quality_Of(Result.Report);
+  File["images"] = Images_Of(Result);
+  File["run_folder"] = Path_Or_Null(Result.Run_Folder);
+  File["run_log"] = Path_Or_Null(Result.Run_Log);
   File["inputs"] = Inputs_Of(Result.Inputs);
   // Paths may hold bytes that are no UTF-8; they are replaced, so that the file always is.
   return File.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
@@ -89,6 +157,50 @@ std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Pa
 
 }  // namespace
 
+std::string Stage_Name(Image_Fate Fate) {
+  switch (Fate) {
+    case Image_Fate::Unreadable:
+      return "reading";
+    case Image_Fate::No_Board:
+      return "board";
+    case Image_Fate::Outlier:
+      return "outliers";
+    case Image_Fate::Kept:
+      break;
+  }
+  return "";
+}
+
+std::string Drop_Reason(const Run_Report& Report, const Image_Report& Image) {
+  switch (Image.Fate) {
+    case Image_Fate::Unreadable:
+      return "can't be read";
+    case Image_Fate::No_Board:
+      return "no board found";
+    case Image_Fate::Kept:
+      return "";
+    case Image_Fate::Outlier:
+      break;
+  }
+  if (Image.Axis_Difference_Deg && *Image.Axis_Difference_Deg > Axis_Limit_Deg) {
+    return fmt::format("rotation axis {:.2f} deg from the mean (limit {})",
+                       *Image.Axis_Difference_Deg, Axis_Limit_Deg);
+  }
+  if (!Report.Filter_Spread_M) return "too far from the mean";
+  const auto& Spread = *Report.Filter_Spread_M;
+  const double To_Limit_Mm = Spread_Limit_Factor * 1000.0;
+  return fmt::format("position beyond {:.1f}, {:.1f}, {:.1f} mm (x, y, z) from the mean",
+                     Spread[0] * To_Limit_Mm, Spread[1] * To_Limit_Mm, Spread[2] * To_Limit_Mm);
+}
+
+std::optional<std::size_t> Csv_Line(const Calibration_Result& Result, std::size_t i) {
+  if (i >= Result.Images.size() || i >= Result.Report.Images.size() ||
+      Result.Images[i].Name != Result.Report.Images[i].Name) {
+    return std::nullopt;
+  }
+  return Result.Images[i].Line;
+}
+
 bool All_Finite(const Calibration_Result& Result) {
   for (const std::vector<double>* Values :
        {&Result.Image_Size, &Result.Norm_Fxy, &Result.Norm_Cxy, &Result.Distortion,
@@ -102,14 +214,6 @@ bool All_Finite(const Calibration_Result& Result) {
 
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result) {
   Write_Whole(Folder / "result.json", Text_Of(Result));
-}
-
-void Require_Writable(const std::string& Flag, const std::filesystem::path& Folder) {
-  const std::filesystem::path Probe = Unfinished_File(Folder / "result.json");
-  const bool Opened = std::ofstream(Probe, std::ios::trunc).is_open();
-  std::error_code Ignored;
-  std::filesystem::remove(Probe, Ignored);
-  if (!Opened) Refuse(Flag, Folder.string(), "a folder that this user may write to");
 }
 
 Calibration_Result Read_Result(const std::filesystem::path& File) {

@@ -6,6 +6,8 @@
 #define RIGSYNC_HOST_RESULT_FILE_H
 
 #include "host/arguments.h"
+#include "host/capture_images.h"
+#include "host/run_report.h"
 
 #include <array>
 #include <filesystem>
@@ -19,7 +21,6 @@ namespace host {
 struct Calibration_Inputs {
   std::filesystem::path Csv;         // absolute
   std::filesystem::path Image_Root;  // absolute; relative image paths start here
-  std::filesystem::path Out;         // absolute, existing
   Board_Size Board;
   double Square_Size = 0;                            // metres
   std::array<double, 3> Board_Euler{};               // degrees
@@ -27,15 +28,30 @@ struct Calibration_Inputs {
   std::optional<std::array<double, 2>> Sensor_Size;  // millimetres
 };
 
-// What the library gave. A vector that the library left empty is empty here and null in the file.
+// What one run gave. A vector that the library left empty is empty here and null in the file.
 struct Calibration_Result {
   std::optional<int> Code;  // none when an exception ended the run
   std::string Message;      // the code's meaning, or what the exception said
+  std::string Exception;    // in one line; empty without one
   std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc;
   std::vector<double> FoV, Focal_Length_mm;
-  std::filesystem::path Run_Log;  // empty when none was written
+  std::filesystem::path Run_Folder;  // absolute, existing; this run's own
+  std::filesystem::path Run_Log;     // empty when none was written
+  Run_Report Report;                 // what the run log tells
+  std::string Begun;                 // local time, "2022-11-17T09:05:33+0100"
+  double Seconds = 0;                // that the library worked
   Calibration_Inputs Inputs;
+  std::vector<Capture_Image> Images;  // that the CSV names
 };
+
+// Where a run dropped an image, in one word: "reading", "board", "outliers".
+std::string Stage_Name(Image_Fate Fate);
+
+// Why, in a sentence that follows the image's name; for an outlier, from what the log tells of it.
+std::string Drop_Reason(const Run_Report& Report, const Image_Report& Image);
+
+// The line of the CSV that image i of the run stands on, if the CSV could be read beside the run.
+std::optional<std::size_t> Csv_Line(const Calibration_Result& Result, std::size_t i);
 
 // True when every number that the library gave is finite.
 bool All_Finite(const Calibration_Result& Result);
@@ -43,9 +59,6 @@ bool All_Finite(const Calibration_Result& Result);
 // Writes Folder/result.json whole or not at all: into a file beside it, which then takes its name.
 // A number that isn't finite becomes null. Throws std::runtime_error when it can't be written.
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result);
-
-// Refuses (Usage_Error) a folder in which no file can be created, before long work begins.
-void Require_Writable(const std::string& Flag, const std::filesystem::path& Folder);
 
 // Reads code, message, lens and transform back, digit for digit. What is null there is empty here;
 // a vector with a null or missing element is refused, as is a file of another format, with a

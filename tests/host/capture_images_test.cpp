@@ -92,18 +92,17 @@ TEST(CaptureImages, RefusesAnExistingImageThatClimbsOutAndNamesItsLine) {
   }
 }
 
-TEST(CaptureImages, WrittenReprojectionsAreThoseThatAreNewOrChanged) {
+TEST(CaptureImages, WrittenReprojectionsAreThoseThatAreThereEachOnce) {
   const Scratch_Folder Scratch;
-  const std::vector<host::Capture_Image> Images = {{1, "a.png"}, {2, "b.png"}, {3, "c.png"}};
+  const std::vector<host::Capture_Image> Images = {
+      {1, "b.png"}, {2, "missing.png"}, {3, "a.png"}, {4, "b.png"}, {5, "folder"}};
   Scratch.Write("Reproject_a.png", "x");
   Scratch.Write("Reproject_b.png", "x");
-  const host::File_Times Before = host::Reprojection_Times(Scratch.Path(), Images);
-  Scratch.Write("Reproject_c.png", "x");
-  fs::last_write_time(Scratch.Path() / "Reproject_b.png",
-                      Before.at(Scratch.Path() / "Reproject_b.png") + std::chrono::seconds(1));
+  Scratch.Write("Reproject_of_another_capture.png", "x");
+  fs::create_directory(Scratch.Path() / "Reproject_folder");
   EXPECT_THAT(
-      host::Written_Reprojections(Scratch.Path(), Images, Before),
-      testing::ElementsAre(Scratch.Path() / "Reproject_b.png", Scratch.Path() / "Reproject_c.png"));
+      host::Written_Reprojections(Scratch.Path(), Images),
+      testing::ElementsAre(Scratch.Path() / "Reproject_a.png", Scratch.Path() / "Reproject_b.png"));
 }
 
 }  // namespace

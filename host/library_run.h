@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The one call into the library, with all that has to hold around it. Whatever else comes to judge
+// a capture gets the same inputs and stands beside this.
+#ifndef RIGSYNC_HOST_LIBRARY_RUN_H
+#define RIGSYNC_HOST_LIBRARY_RUN_H
+
+#include "host/progress.h"
+#include "host/result_file.h"
+
+#include <cstddef>
+
+namespace host {
+
+// Calls Calibration with Result.Inputs and Result.Run_Folder and fills what it gives: code or
+// exception text, vectors, run log and its report. The library's chatter is kept off the terminal
+// unless Verbose is true. Throws nothing that the library throws.
+void Run_Library(Calibration_Result& Result, std::size_t Images, bool Verbose, Progress_Kind Kind);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_LIBRARY_RUN_H

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/run_folder.h"
+
+#include "host/arguments.h"
+#include "host/whole_file.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <ctime>
+#include <stdexcept>
+#include <system_error>
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Enough to be refused where a quota or a full disk would stop the run log.
+constexpr std::size_t Probe_Size = 64 * 1024;
+
+// Writes a file and removes it again.
+void Require_Writable(const std::string& Flag, const fs::path& Folder) {
+  const fs::path Probe = Unfinished_File(Folder / "probe");
+  std::string Reason;
+  try {
+    Write_Whole(Probe, std::string(Probe_Size, ' '));
+  } catch (const std::runtime_error& Error) {
+    Reason = Error.what();
+  }
+  std::error_code Ignored;
+  fs::remove(Probe, Ignored);
+  if (!Reason.empty()) {
+    Refuse(Flag, Folder.string(), "a folder in which files can be written (" + Reason + ")");
+  }
+}
+
+void Require_Space(const std::string& Flag, const fs::path& Folder, std::uintmax_t Needed_Bytes) {
+  std::error_code Error;
+  const fs::space_info Space = fs::space(Folder, Error);
+  // A file system that doesn't know its space is taken as it is.
+  if (Error || Space.available >= Needed_Bytes) return;
+  Refuse(Flag, Folder.string(),
+         fmt::format("a folder on a disk with {} of space for run log and result ({} are free)",
+                     Bytes_Text(Needed_Bytes), Bytes_Text(Space.available)));
+}
+
+}  // namespace
+
+fs::path Make_Out_Folder(const std::string& Flag, const std::string& Given,
+                         std::uintmax_t Needed_Bytes) {
+  std::error_code Error;
+  fs::create_directories(Given, Error);
+  std::error_code Not_A_Folder;
+  if (!fs::is_directory(Given, Not_A_Folder)) {
+    Refuse(Flag, Given,
+           "a folder, or a path where one can be created" +
+               (Error ? " (" + Error.message() + ")" : std::string()));
+  }
+  const fs::path Out = fs::canonical(Given);
+  Require_Space(Flag, Out, Needed_Bytes);
+  Require_Writable(Flag, Out);
+  return Out;
+}
+
+fs::path Make_Run_Folder(const fs::path& Out) {
+  const std::string Name =
+      fmt::format("run_{:%Y-%m-%d-%H.%M.%S}", fmt::localtime(std::time(nullptr)));
+  constexpr int Most_In_A_Second = 1000;
+  for (int Number = 1; Number <= Most_In_A_Second; ++Number) {
+    const fs::path Folder = Out / (Number == 1 ? Name : fmt::format("{}_{}", Name, Number));
+    // False for a folder that is there already: creating one is what tells two runs apart.
+    if (fs::create_directory(Folder)) return Folder;
+  }
+  throw std::runtime_error(fmt::format("{} has too many folders {}", Out.string(), Name));
+}
+
+std::string Bytes_Text(std::uintmax_t Bytes) {
+  constexpr double Kilo = 1e3, Mega = 1e6, Giga = 1e9;
+  const auto Value = static_cast<double>(Bytes);
+  if (Value < Mega) return fmt::format("{:.0f} kB", Value / Kilo);
+  if (Value < Giga) return fmt::format("{:.1f} MB", Value / Mega);
+  return fmt::format("{:.1f} GB", Value / Giga);
+}
+
+}  // namespace host

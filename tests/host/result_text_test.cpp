@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/result_text.h"
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+namespace {
+
+using host::Calibration_Result;
+using host::Image_Fate;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+Calibration_Result Good_Result() {
+  Calibration_Result Result;
+  Result.Code = 0;
+  Result.Image_Size = {3840, 2160};
+  Result.Norm_Fxy = {1.1, 1.955556};
+  Result.Norm_Cxy = {0.503, 0.492};
+  Result.Distortion = {-0.09, 0.03, 0, 0, 0};
+  Result.Transform_Cam_Tc = {1, 0, 0, 0.06, 0, 1, 0, -0.14, 0, 0, 1, -0.08, 0, 0, 0, 1};
+  Result.Run_Folder = "/out/run_x";
+  Result.Run_Log = "/out/run_x/log_x";
+  Result.Report.Images = {{"a.png", Image_Fate::Kept, 0.1, 1.0},
+                          {"b.png", Image_Fate::Unreadable, {}, {}},
+                          {"c.png", Image_Fate::No_Board, {}, {}},
+                          {"d.png", Image_Fate::Outlier, 2.006, 9.0},
+                          {"e.png", Image_Fate::Outlier, 0.5, 9.0}};
+  Result.Images = {{2, "a.png"}, {3, "b.png"}, {4, "c.png"}, {5, "d.png"}, {106, "e.png"}};
+  Result.Report.Lens_Rms_Px = 0.215;
+  Result.Report.Filter_Spread_M = {0.001, 0.002, 0.003};
+  Result.Report.Reprojection_Px = 2.5;
+  Result.Report.Norm_Reprojection = 2.5 / 2160;
+  Result.Report.Spread_M = {0.0005, 0.0016, 0.0007};
+  Result.Report.Max_Spread_M = 0.0016;
+  return Result;
+}
+
+TEST(ResultText, TellsAGoodRunWordForWord) {
+  EXPECT_EQ(host::Result_Text(Good_Result(), {"/out/run_x/Reproject_a.png"}, "/out/result.json",
+                              /*Colour=*/false),
+            R"(Code 0. Calibrated: the result is within every limit.
+  Export it to the engine with 'rigsync export'.
+
+Fit
+  predicted to found corners     2.500 px
+  the same at 1080 lines         1.250 px   good up to 12, usable to 18
+  spread of the mount             1.60 mm   good up to 10, usable to 15
+    on x, y and z                 0.50    1.60    0.70 mm
+  lens alone                     0.215 px   usable to 1.5
+
+Images: 5 looked at, 3 show the board, 1 kept
+  line   3  can't be read
+            b.png
+  line   4  no board found
+            c.png
+  line   5  outlier, rotation axis 2.01 deg from the mean (limit 0.5)
+            d.png
+  line 106  outlier, position beyond 1.3, 2.6, 3.9 mm (x, y, z) from the mean
+            e.png
+
+Lens, at 3840 x 2160 pixels
+  focal length       1.100000 of the width    1.955556 of the height
+  principal point    0.503000 of the width    0.492000 of the height
+  distortion        -0.090000 k1              0.030000 k2
+
+Transform_Cam_Tc (tracker to camera; last column in metres)
+    1.00000  0.00000  0.00000  0.06000
+    0.00000  1.00000  0.00000 -0.14000
+    0.00000  0.00000  1.00000 -0.08000
+    0.00000  0.00000  0.00000  1.00000
+  Seen from the camera, the tracker sits 60.0 mm to the right, 140.0 mm up and
+  80.0 mm behind.
+
+Files
+  result           /out/result.json
+  run log          /out/run_x/log_x
+  reprojection     1 image,
+                   /out/run_x/Reproject_a.png
+                   (red: corner found, blue over it: corner predicted)
+)");
+}
+
+TEST(ResultText, LeavesOutWhatTheRunDidntGetTo) {
+  Calibration_Result Result;
+  Result.Code = 1;
+  const std::string Text = host::Result_Text(Result, {}, "/out/result.json", false);
+  EXPECT_THAT(Text, HasSubstr("Code 1. The CSV file can't be opened."));
+  for (const char* Part : {"Fit", "Images", "Lens", "Transform", "run log", "reprojection"}) {
+    EXPECT_THAT(Text, Not(HasSubstr(Part)));
+  }
+}
+
+TEST(ResultText, SumsUpWhatWouldFloodATerminal) {
+  Calibration_Result Result = Good_Result();
+  Result.Report.Images.assign(500, {"x.png", Image_Fate::Unreadable, {}, {}});
+  const std::string Text = host::Result_Text(Result, {}, "/out/result.json", false);
+  EXPECT_THAT(Text, HasSubstr("and 488 more dropped; result.json lists them all"));
+  std::istringstream Lines(Text);
+  std::size_t Count = 0;
+  for (std::string Line; std::getline(Lines, Line);) ++Count;
+  EXPECT_LE(Count, 60u);
+}
+
+TEST(ResultText, AnImageWhoseLineIsNotKnownHasNone) {
+  Calibration_Result Result = Good_Result();
+  Result.Images.clear();  // the CSV came through a pipe
+  EXPECT_THAT(host::Result_Text(Result, {}, "/out/result.json", false),
+              AllOf(HasSubstr("\n  can't be read\n    b.png\n"), Not(HasSubstr("line "))));
+}
+
+TEST(ResultText, TheVerdictHasTheColourOfItsCode) {
+  constexpr const char* Green = "\x1b[32m";
+  constexpr const char* Yellow = "\x1b[33m";
+  constexpr const char* Red = "\x1b[31m";
+  const std::pair<int, const char*> Cases[] = {{0, Green}, {99, Yellow}, {4, Red}, {14, Red}};
+  for (const auto& [Code, Colour] : Cases) {
+    Calibration_Result Result = Good_Result();
+    Result.Code = Code;
+    const std::string Text = host::Result_Text(Result, {}, "/out/result.json", true);
+    EXPECT_NE(Text.substr(0, Text.find('\n')).find(Colour), std::string::npos) << Code;
+  }
+  EXPECT_THAT(host::Result_Text(Good_Result(), {}, "/out/result.json", false),
+              Not(HasSubstr("\x1b")));
+}
+
+}  // namespace

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/run_folder.h"
+
+#include "host/arguments.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <regex>
+#include <set>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+
+std::string Refusal(const fs::path& Folder, std::uintmax_t Bytes) {
+  try {
+    host::Make_Out_Folder("--out", Folder.string(), Bytes);
+  } catch (const host::Usage_Error& Error) {
+    return Error.what();
+  }
+  return "";
+}
+
+TEST(RunFolder, IsNamedAfterTheTimeAndNeverShared) {
+  const Scratch_Folder Scratch;
+  std::set<fs::path> Folders;
+  for (int i = 0; i < 5; ++i) Folders.insert(host::Make_Run_Folder(Scratch.Path()));
+  EXPECT_EQ(Folders.size(), 5u);
+  const std::regex Name(R"(run_\d{4}-\d\d-\d\d-\d\d\.\d\d\.\d\d(_\d+)?)");
+  for (const fs::path& Folder : Folders) {
+    EXPECT_TRUE(fs::is_directory(Folder));
+    EXPECT_TRUE(std::regex_match(Folder.filename().string(), Name)) << Folder;
+  }
+}
+
+TEST(RunFolder, OutIsMadeWithItsParentsAndComesBackAbsolute) {
+  const Scratch_Folder Scratch;
+  const fs::path Out =
+      host::Make_Out_Folder("--out", (Scratch.Path() / "a/b/../c").string(), /*Needed_Bytes=*/1);
+  EXPECT_EQ(Out, fs::canonical(Scratch.Path()) / "a/c");
+  EXPECT_TRUE(fs::is_empty(Out));
+}
+
+TEST(RunFolder, OutThatIsAFileOrTakesNoFilesIsRefusedByName) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("file", "");
+  EXPECT_THAT(Refusal(File, 1), AllOf(HasSubstr("--out: '" + File + "'"), HasSubstr("a folder")));
+  EXPECT_THAT(Refusal(File + "/below", 1), HasSubstr("Not a directory"));
+  // A folder in which nobody can create a file, whoever asks.
+  EXPECT_THAT(Refusal("/proc/self/task", 0), HasSubstr("a folder in which files can be written"));
+}
+
+TEST(RunFolder, OutWithoutTheSpaceIsRefusedAndTellsBothSizes) {
+  const Scratch_Folder Scratch;
+  constexpr std::uintmax_t No_Disk_Has_It = UINTMAX_MAX / 2;
+  const std::string Text = Refusal(Scratch.Path(), No_Disk_Has_It);
+  EXPECT_THAT(Text, AllOf(HasSubstr("9223372036.9 GB of space"), HasSubstr("are free")));
+}
+
+TEST(RunFolder, SizesReadAsPeopleWriteThem) {
+  EXPECT_EQ(host::Bytes_Text(0), "0 kB");
+  EXPECT_EQ(host::Bytes_Text(12'345), "12 kB");
+  EXPECT_EQ(host::Bytes_Text(3'449'999), "3.4 MB");
+  EXPECT_EQ(host::Bytes_Text(1'200'000'000), "1.2 GB");
+}
+
+}  // namespace
