@@ -37,7 +37,7 @@ class Time_Estimate {
   double Search_Seconds = 0;  // for all images together, once it is over
 };
 
-// "a few seconds", "25 s", "3 min": rounded, since it is an estimate.
+// "a few seconds", "about 25 s", "about 3 min": rounded, since it is an estimate.
 std::string Time_Text(double Seconds);
 
 // What the line on a terminal says, without the time: "Finding boards: 12 of 40 images, 11 found".

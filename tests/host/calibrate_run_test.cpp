@@ -103,7 +103,7 @@ TEST(CalibrateRun, WritesOneLineAnewOnATerminalAndTakesItOffAtTheEnd) {
   EXPECT_EQ(Result.Status, 0);
   EXPECT_THAT(Result.Shown, HasSubstr("\rFinding boards: "));
   EXPECT_TRUE(std::regex_search(
-      Result.Shown, std::regex("\rFinding boards: [1-9][0-9]* of 42 images, [0-9]+ found, about ")))
+      Result.Shown, std::regex("\rFinding boards: [1-9][0-9]* of 42 images, [0-9]+ found, a(bout )?")))
       << Result.Shown;
   // What stands on the terminal in the end: the result, and no rest of the line.
   EXPECT_THAT(Result.Lines().front(), StartsWith("Code 0."));
@@ -136,7 +136,7 @@ TEST(CalibrateRun, EndedByAPersonLeavesNoResultAndSaysSo) {
   const fs::path Csv = Write_Long_Csv(Scratch, 200);
   const Terminal_Run Result = Rigsync_On_Terminal(
       Calibrate_Arguments(Csv, Out), {},
-      [](const std::string& Shown) { return Shown.find(" found, about ") != std::string::npos; });
+      [](const std::string& Shown) { return Shown.find(" found, a") != std::string::npos; });
   constexpr int Interrupted = 128 + 2;  // SIGINT itself ended it, so that a shell's loop ends too
   EXPECT_EQ(Result.Status, Interrupted);
   const std::vector<std::string> Lines = Result.Lines();
