@@ -137,6 +137,8 @@ TEST(WholeRun, Returns1AndFillsNothingWhenTheCsvIsMissing) {
     EXPECT_EQ(Output.Code, 1);
     EXPECT_EQ(Output.Log.back(), "Error code 1 : The raw data csv file path is wrong.");
     Expect_No_Vector_Filled(Output);
+    // Calls of one second share a file.
+    if (!Second) Expect_Logs_Follow_Grammar("calibration", Input.Output_Dir);
   }
 }
 
@@ -166,6 +168,7 @@ TEST(WholeRun, Returns4With11UsableImagesAnd0With12) {
       EXPECT_EQ(Output.Code, 0);
       Expect_All_Filled(Output);
     }
+    Expect_Logs_Follow_Grammar("calibration", Folder.Path() / "output");
   }
 }
 
@@ -192,6 +195,7 @@ TEST(WholeRun, Returns5WhenNoLensFitsTheImages) {
   for (const char* Start : {"Fx : ", "Fy : ", "Cx : ", "Cy : ", "reprojection error : "}) {
     EXPECT_EQ(Lines_Starting(Output.Log, Start).size(), 1u) << Start;
   }
+  Expect_Logs_Follow_Grammar("calibration", Input.Output_Dir);
 }
 
 // Position noise alone, so that the rotation limit of the filter stays out of the way. It reaches
@@ -220,6 +224,7 @@ TEST(WholeRun, Returns6AndStillDeliversWhenTheTranslationsScatterTooMuch) {
   ASSERT_EQ(Output.Code, 6);
   EXPECT_GT(Max_T_STD(Output), 0.015);
   Expect_All_Filled(Output);
+  Expect_Logs_Follow_Grammar("calibration", Folder.Path() / "output");
   EXPECT_EQ(
       Output.Log.back(),
       "Error code 6: Camera tracker calibration failed, Translation STD too large. (> 1.5cm)");
@@ -234,6 +239,7 @@ TEST(WholeRun, Returns99AndStillDeliversForASpreadBetweenTheLimits) {
   EXPECT_GT(Max_T_STD(Output), 0.01);
   EXPECT_LE(Max_T_STD(Output), 0.015);
   Expect_All_Filled(Output);
+  Expect_Logs_Follow_Grammar("calibration", Folder.Path() / "output");
   EXPECT_EQ(Output.Log.back(), "Error code 99: Recalibration is recommended.");
   EXPECT_THAT(Output.Log, Not(testing::Contains(Success_Line)));
   EXPECT_EQ(Reprojection_Images((Folder.Path() / "output").string()), Images_Left(Output.Log));
@@ -255,6 +261,7 @@ TEST(WholeRun, Returns14AndStillDeliversWhenTheReprojectionIsTooFarOff) {
   EXPECT_LE(Max_T_STD(Output), 0.01);
   EXPECT_GT(Norm_Reprojection_Error(Output), 18.0 / 1080.0);
   Expect_All_Filled(Output);
+  Expect_Logs_Follow_Grammar("calibration", Folder.Path() / "output");
   EXPECT_EQ(Output.Log.back(), "Error code 14: Reprojection error too large (>18 pixel in 1080p)");
   EXPECT_THAT(Output.Log, Not(testing::Contains(Success_Line)));
   EXPECT_EQ(Reprojection_Images((Folder.Path() / "output").string()), Images_Left(Output.Log));
@@ -270,6 +277,7 @@ TEST(WholeRun, Returns99ForAReprojectionErrorBetweenTheLimits) {
   EXPECT_EQ(Lines_Starting(Output.Log, "Recalibration recommended. ( Reprojection error ").size(),
             1u);
   Expect_All_Filled(Output);
+  Expect_Logs_Follow_Grammar("calibration", Folder.Path() / "output");
 }
 
 TEST(WholeRun, Returns13WithTheLensWhenTooFewImagesWouldRemain) {
@@ -286,6 +294,7 @@ TEST(WholeRun, Returns13WithTheLensWhenTooFewImagesWouldRemain) {
     EXPECT_EQ(Output.Log.back(), "Error code 13: Filtered data not enough (<5)");
     EXPECT_TRUE(Lines_Starting(Output.Log, "Remove index : ").empty());
     EXPECT_EQ(Reprojection_Images(Input.Output_Dir), 0u);
+    if (!Second) Expect_Logs_Follow_Grammar("calibration", Input.Output_Dir);
   }
 }
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace {
 
@@ -70,6 +71,16 @@ Run_Input Write_And_Describe(const simulate::Options& Options, const Scratch_Fol
   const simulate::Plan Plan = simulate::Make_Plan(Options);
   simulate::Write_Capture(Plan, Folder.Path());
   return Describe(Plan, Folder);
+}
+
+void Expect_Logs_Follow_Grammar(const std::string& Rule, const std::filesystem::path& Folder) {
+  const std::vector<std::filesystem::path> Logs = Run_Logs(Folder);
+  EXPECT_FALSE(Logs.empty());
+  const std::string Top = RIGSYNC_SOURCE_DIR;
+  std::string Command =
+      "python3 '" + Top + "/tests/whole/check_run_log.py' '" + Top + "/docs/run-log.md' " + Rule;
+  for (const auto& Log : Logs) Command += " '" + Log.string() + "'";
+  EXPECT_EQ(std::system(Command.c_str()), 0);
 }
 
 Eigen::Matrix4d As_Pose(const std::vector<double>& Flat) {

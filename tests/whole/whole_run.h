@@ -9,6 +9,7 @@
 
 #include <Eigen/Core>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,9 @@ simulate::Options Small_Capture();
 // Writes the capture and gives the arguments that calibrate it into Folder/output, which it makes.
 Run_Input Write_And_Describe(const simulate::Options& Options, const Scratch_Folder& Folder);
 Run_Input Describe(const simulate::Plan& Plan, const Scratch_Folder& Folder);
+
+// Holds every run log in a folder against a rule of the grammar on the page that describes them.
+void Expect_Logs_Follow_Grammar(const std::string& Rule, const std::filesystem::path& Folder);
 
 // A flat transform as a pose.
 Eigen::Matrix4d As_Pose(const std::vector<double>& Flat);
