@@ -20,6 +20,22 @@ if(NOT Log MATCHES "Error code 1 : The raw data csv file path is wrong")
   message(FATAL_ERROR "the consumer logged\n${Log}")
 endif()
 
+# The example, on a capture that the installed command simulates.
+execute_process(COMMAND ${Prefix}/bin/rigsync simulate ${SCRATCH}/capture --images 13
+                        --size 800x600
+                OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+function(Expect_Engines Host)
+  file(MAKE_DIRECTORY ${SCRATCH}/output)
+  execute_process(COMMAND ${Host} ${SCRATCH}/capture/capture.csv ${SCRATCH}/output
+                  OUTPUT_VARIABLE Shown COMMAND_ERROR_IS_FATAL ANY)
+  foreach(Engine IN ITEMS "ue4 location" "ue5 location" "ue5-xn location" "aximmetry place")
+    if(NOT Shown MATCHES "\n${Engine}")
+      message(FATAL_ERROR "${Host} shows nothing for ${Engine}\n${Shown}")
+    endif()
+  endforeach()
+endfunction()
+Expect_Engines(${SCRATCH}/build/minimal_host)
+
 # The pkg-config file names the folders of this prefix.
 file(GLOB_RECURSE Pc ${Prefix}/*/rigsync_core.pc)
 if(NOT Pc)
@@ -37,11 +53,14 @@ if(Pkg_Config)
   separate_arguments(FLAGS)
   execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/main.cpp ${Words}
                           -o ${SCRATCH}/consumer_by_pkg_config COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/../../examples/minimal_host.cpp
+                          ${Words} -o ${SCRATCH}/host_by_pkg_config COMMAND_ERROR_IS_FATAL ANY)
   file(GLOB_RECURSE Library ${Prefix}/*/librigsync_core.so)
   cmake_path(GET Library PARENT_PATH Library_Folder)
   set(ENV{LD_LIBRARY_PATH} ${Library_Folder})
   execute_process(COMMAND ${SCRATCH}/consumer_by_pkg_config OUTPUT_QUIET
                   COMMAND_ERROR_IS_FATAL ANY)
+  Expect_Engines(${SCRATCH}/host_by_pkg_config)
 else()
   message(NOTICE "pkg-config isn't installed; its file was found but not used")
 endif()

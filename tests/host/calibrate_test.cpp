@@ -409,7 +409,10 @@ TEST(Calibrate, TheExampleHostSolvesAndExportsToo) {
   const Finished Result =
       Run_Program(RIGSYNC_MINIMAL_HOST, {Capture + "/capture.csv", Scratch.String()});
   EXPECT_EQ(Result.Status, 0) << Result.Error;
-  EXPECT_THAT(Result.Output, HasSubstr("\nquaternion "));
+  for (const char* Engine :
+       {"ue4 rotation", "ue5 quaternion", "ue5-xn quaternion", "aximmetry turns"}) {
+    EXPECT_THAT(Result.Output, HasSubstr(std::string("\n") + Engine));
+  }
 }
 
 }  // namespace
