@@ -1,0 +1,112 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+#
+# draw_accuracy.py CSV DOCS: draws what the program 'accuracy' measured, one SVG with millimetres and
+# degrees for each thing that grows, and writes the medians into the tables of DOCS/accuracy.md.
+import collections
+import csv
+import os
+import re
+import statistics
+import sys
+
+import matplotlib
+
+matplotlib.use("svg")
+import matplotlib.pyplot as plt  # noqa: E402  (the backend has to be chosen first)
+
+SOLVERS = ["rigsync_core", "Park", "Horaud", "Daniilidis", "Shah", "Li"]
+# Distinct in print and for colour-blind readers: a colour and a mark each.
+STYLES = {
+    "rigsync_core": ("#000000", "o", 2.2),
+    "Park": ("#0072b2", "s", 1.0),
+    "Horaud": ("#56b4e9", "v", 1.0),
+    "Daniilidis": ("#d55e00", "^", 1.0),
+    "Shah": ("#009e73", "D", 1.0),
+    "Li": ("#cc79a7", "x", 1.0),
+}
+SWEEPS = {
+    "noise": "tracker noise, mm on each axis (and a tenth of it in degrees)",
+    "images": "images",
+    "stale": "stale rows of 24",
+    "estimate-offset": "error of the board's estimated offset, mm on each axis",
+    "estimate-angle": "error of the board's estimated angles, degrees on each axis",
+}
+
+
+def read(path):
+    """sweep -> value -> solver -> list of (millimetres, degrees, code)."""
+    data = collections.defaultdict(lambda: collections.defaultdict(lambda: collections.defaultdict(list)))
+    with open(path, encoding="utf-8") as source:
+        for row in csv.DictReader(source):
+            error = (float(row["millimetres"]), float(row["degrees"])) if row["millimetres"] else None
+            data[row["sweep"]][float(row["value"])][row["solver"]].append((error, int(row["code"])))
+    return data
+
+
+def errors(runs, index):
+    return [error[index] for error, _ in runs if error is not None]
+
+
+def median(runs, index):
+    found = errors(runs, index)
+    return statistics.median(found) if found else float("nan")
+
+
+def draw(sweep, points, target):
+    figure, axes = plt.subplots(1, 2, figsize=(9, 3.6), layout="constrained")
+    values = sorted(points)
+    for index, (axis, unit) in enumerate(zip(axes, ("mm", "degrees"))):
+        for solver in SOLVERS:
+            colour, mark, width = STYLES[solver]
+            axis.plot(values, [median(points[value][solver], index) for value in values],
+                      color=colour, marker=mark, linewidth=width, markersize=4, label=solver)
+        ours = [errors(points[value]["rigsync_core"], index) for value in values]
+        axis.fill_between(values, [min(found, default=float("nan")) for found in ours],
+                          [max(found, default=float("nan")) for found in ours],
+                          color="#000000", alpha=0.12, linewidth=0)
+        axis.set_yscale("log")
+        axis.set_ylabel("error, " + unit)
+        axis.grid(True, which="major", alpha=0.3)
+    axes[0].legend(fontsize=8)
+    figure.supxlabel(SWEEPS[sweep], fontsize=10)
+    figure.savefig(target, metadata={"Date": None})
+    plt.close(figure)
+
+
+def cell(runs):
+    if not errors(runs, 0):
+        return "no result"
+    return f"{median(runs, 0):.2f} mm, {median(runs, 1):.3f}°"
+
+
+def table(points):
+    lines = ["| | " + " | ".join(SOLVERS) + " |", "| --- |" + " --- |" * len(SOLVERS)]
+    for value in sorted(points):
+        cells = [cell(points[value][solver]) for solver in SOLVERS]
+        refused = sum(code not in (0, 99) for _, code in points[value]["rigsync_core"])
+        if refused:
+            cells[0] += f" (refused {refused} of {len(points[value]['rigsync_core'])})"
+        lines.append(f"| {value:g} | " + " | ".join(cells) + " |")
+    return "\n".join(lines)
+
+
+def main():
+    data = read(sys.argv[1])
+    docs = sys.argv[2]
+    matplotlib.rcParams["svg.hashsalt"] = "accuracy"  # the same input gives the same file
+    page_path = os.path.join(docs, "accuracy.md")
+    with open(page_path, encoding="utf-8") as source:
+        page = source.read()
+    for sweep in SWEEPS:
+        draw(sweep, data[sweep], os.path.join(docs, f"accuracy-{sweep}.svg"))
+        marks = f"<!-- {sweep} -->\n", f"<!-- end of {sweep} -->"
+        form = re.compile(re.escape(marks[0]) + ".*?" + re.escape(marks[1]), re.S)
+        if not form.search(page):
+            sys.exit(f"{page_path} has no place for the table '{sweep}'")
+        page = form.sub(lambda _: marks[0] + table(data[sweep]) + "\n" + marks[1], page)
+    with open(page_path, "w", encoding="utf-8") as target:
+        target.write(page)
+
+
+main()
