@@ -17,6 +17,7 @@ namespace host {
 using Chosen_Command = std::function<int()>;
 
 void Add_Simulate_Command(CLI::App& Program, Chosen_Command& Chosen);
+void Add_Inspect_Command(CLI::App& Program, Chosen_Command& Chosen);
 void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen);
 void Add_Compare_Command(CLI::App& Program, Chosen_Command& Chosen);
 void Add_Export_Command(CLI::App& Program, Chosen_Command& Chosen);

@@ -9,6 +9,8 @@ namespace host {
 
 constexpr int Exit_Success = 0;
 constexpr int Exit_Beyond_Bound = 1;  // compare: the difference is beyond what was asked for
+constexpr int Exit_Warnings = 1;      // inspect: the capture has weak spots
+constexpr int Exit_Unusable = 2;      // inspect: the capture has to be put right first
 constexpr int Exit_Usage = 2;         // a flag, value or file that a person has to put right
 constexpr int Exit_Exception = 70;    // an exception reached the command
 

@@ -55,6 +55,7 @@ void Require_Command(const CLI::App& Program, int Argument_Count, char** Argumen
 int Run(CLI::App& Program, int Argument_Count, char** Arguments) {
   host::Chosen_Command Chosen;
   host::Add_Simulate_Command(Program, Chosen);
+  host::Add_Inspect_Command(Program, Chosen);
   host::Add_Calibrate_Command(Program, Chosen);
   host::Add_Compare_Command(Program, Chosen);
   host::Add_Export_Command(Program, Chosen);

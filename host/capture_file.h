@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A capture's CSV file, line by line, read the way the library reads it, with everything told that
+// the library takes in silence. docs/conventions.md describes the columns, docs/inspect.md what is
+// told of them.
+#ifndef RIGSYNC_HOST_CAPTURE_FILE_H
+#define RIGSYNC_HOST_CAPTURE_FILE_H
+
+#include "host/finding.h"
+
+#include <array>
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// What a tracker reported, as it stands in the file.
+struct Tracker_Sample {
+  std::array<double, 3> Position{};    // metres, in the tracking system's frame
+  std::array<double, 4> Quaternion{};  // w, x, y, z, of any length
+
+  bool operator==(const Tracker_Sample& Other) const {
+    return Position == Other.Position && Quaternion == Other.Quaternion;
+  }
+};
+
+// A data line with the values that the library gives it: a missing field repeats the last one, and
+// a text without a number at its front is 0.
+struct Capture_Row {
+  std::size_t Line = 0;  // counted from 1
+  std::string Image;     // the path as it stands there
+  Tracker_Sample Camera, Board;
+  bool Is_Sound = false;  // all fields are there, and those of the samples are finite numbers
+  bool Is_Image = true;   // false for what was told to be a blank line or a header in disguise
+};
+
+struct Capture_File {
+  std::size_t Line_Count = 0, Header_Count = 0;
+  std::vector<Capture_Row> Rows;  // every line that the library takes for an image
+};
+
+// Reads the file and tells of fields, numbers, headers, blank lines, carriage returns and
+// byte-order marks. Throws Usage_Error when the file can't be opened or is no regular file.
+Capture_File Read_Capture_File(const std::filesystem::path& Csv, Findings& Told);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_CAPTURE_FILE_H

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How good a capture is, from the boards that were found in it: how much of the frame they cover,
+// how they were held, and whether the trackers turned as the images show.
+#ifndef RIGSYNC_HOST_CAPTURE_SURVEY_H
+#define RIGSYNC_HOST_CAPTURE_SURVEY_H
+
+#include "host/board_search.h"
+#include "host/finding.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// The frame cut into 16 by 9 cells, 9 by 16 for images that are higher than wide.
+struct Coverage {
+  int Cols = 0, Rows = 0;
+  std::vector<int> Images;  // by cell, row by row: how many images have a corner there
+
+  int At(int Row, int Col) const { return Images[static_cast<std::size_t>(Row * Cols + Col)]; }
+  double Share() const;  // of the cells that have one
+};
+
+// None without a board.
+std::optional<Coverage> Measure_Coverage(const Board_Search& Search);
+
+// The map's lines: two characters a cell, which are about as wide as a line is high.
+std::vector<std::string> Map_Lines(const Coverage& Measured);
+
+struct Pose_Spread {
+  double Nearest = 0, Farthest = 0;         // of the board's middle, metres
+  double Least_Tilt = 0, Largest_Tilt = 0;  // of the board against the image plane, degrees
+  // How much the board was tilted about the axis of most tilt and about the one across it: the
+  // root of the mean square, degrees.
+  double Main_Tilt = 0, Cross_Tilt = 0;
+};
+
+// None without a pose.
+std::optional<Pose_Spread> Measure_Poses(const std::vector<Board_Pose>& Poses);
+
+// Whether the trackers turned as the images show. Between two rows, board and camera turn against
+// each other by one angle, whatever the mounts are; images and samples each tell it.
+struct Agreement {
+  std::vector<std::size_t> Rows;  // indices of the rows that were compared
+  std::vector<double> Off_Deg;    // for each of them, how far its angles to the others are off
+  double Typical_Deg = 0;         // half of the rows are no further off
+  std::string Better_Reading;     // how the quaternions would fit, when they don't as they stand
+};
+
+// None with fewer than four rows to compare.
+std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
+                                           const std::vector<Board_Pose>& Poses);
+
+// What is weak, and what to do about it.
+void Judge_Image_Count(std::size_t Rows, Findings& Told);                      // without a search
+void Judge_Board_Count(std::size_t Usable, std::size_t Rows, Findings& Told);  // after one
+void Judge_Board_Shape(const Board_Size& Board, Findings& Told);
+void Judge_Coverage(const Coverage& Measured, Findings& Told);
+void Judge_Poses(const Pose_Spread& Measured, Findings& Told);
+void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
+                     Findings& Told);
+void Judge_Distances(const std::vector<Capture_Row>& Rows, const std::vector<Board_Pose>& Poses,
+                     Findings& Told);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_CAPTURE_SURVEY_H

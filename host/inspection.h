@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Everything that is known about a capture before a solve: the file's lines, the samples, the
+// images and the boards in them, and what is to be told of each.
+#ifndef RIGSYNC_HOST_INSPECTION_H
+#define RIGSYNC_HOST_INSPECTION_H
+
+#include "host/arguments.h"
+#include "host/board_search.h"
+#include "host/capture_file.h"
+#include "host/capture_survey.h"
+#include "host/finding.h"
+#include "host/tracker_survey.h"
+
+#include <filesystem>
+#include <optional>
+
+namespace host {
+
+struct Inspection_Inputs {
+  std::filesystem::path Csv;         // as it was given
+  std::filesystem::path Image_Root;  // where relative image paths start, absolute
+  bool Look_For_Boards = true;
+  Board_Size Board;        // unread without boards
+  double Square_Size = 0;  // metres; unread without boards
+};
+
+struct Inspection {
+  Inspection_Inputs Inputs;
+  Capture_File File;
+  Turns Turned;
+  std::optional<Board_Search> Search;  // none when boards weren't looked for
+  std::optional<Coverage> Covered;     // none without a board
+  std::optional<Lens_Fit> Lens;        // none with too few boards
+  std::optional<Pose_Spread> Posed;
+  std::optional<Agreement> Agreed;
+  Findings Told;
+};
+
+// Throws Usage_Error when the CSV file can't be read. Progress is called after each image.
+Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_INSPECTION_H
