@@ -59,7 +59,7 @@ bool Find_Board(const cv::Mat& Image, cv::Size First_Size, cv::Size Board,
     return false;
   }
   for (cv::Point2f& Corner : Corners) Corner *= Scale;
-  // Corners of an image of another size are wrong anyway, and may lie outside of it.
+  // Corners of an image of another size are wrong and may lie outside of it; nobody uses them.
   if (Image.size() == First_Size) {
     cv::cornerSubPix(Grey, Corners, {Half_Window, Half_Window}, {-1, -1},
                      {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 30, 0.1});
@@ -111,24 +111,6 @@ void Tell_Other_Size(const Capture_Row& Row, cv::Size Size, const Board_Search& 
        fmt::format("In line {} it is {} x {}.", Row.Line, Size.width, Size.height),
        "Take the line out, or save all images in one size.",
        {Row.Line}});
-}
-
-// The library scales the corners as if the image had the first one's size, and OpenCV refuses to
-// refine a corner that is outside of the image.
-void Check_Corners_Inside(const Capture_Row& Row, cv::Size Size,
-                          const std::vector<cv::Point2f>& Corners, Findings& Told) {
-  const cv::Rect Frame({0, 0}, Size);
-  if (std::all_of(Corners.begin(), Corners.end(),
-                  [&](const cv::Point2f& Corner) { return Frame.contains(Corner); })) {
-    return;
-  }
-  Told.Add({"image_size_breaks",
-            Level::Error,
-            "The image is smaller than the first one, and its corners come out beyond its edge: an "
-            "exception would end the calibration here.",
-            fmt::format("In line {} it is {} x {}.", Row.Line, Size.width, Size.height),
-            "Take the line out, or save all images in one size.",
-            {Row.Line}});
 }
 
 void Tell_No_Board(const Capture_Row& Row, Findings& Told) {
@@ -278,12 +260,8 @@ Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vect
       Tell_No_Board(Rows[i], Told);
       continue;
     }
-    if (!Same_Size) {
-      Search.States[i] = Image_State::Other_Size;
-      Check_Corners_Inside(Rows[i], Image.size(), Corners, Told);
-      continue;
-    }
-    Search.States[i] = Image_State::Board_Found;
+    Search.States[i] = Same_Size ? Image_State::Board_Found : Image_State::Other_Size;
+    if (!Same_Size) continue;
     for (const cv::Point2f& Corner : Corners) Search.Corners[i].push_back({Corner.x, Corner.y});
   }
   if (Progress) Progress(Rows.size(), Rows.size());

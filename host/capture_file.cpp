@@ -128,6 +128,11 @@ void Check_Carriage_Returns(std::size_t Line, std::string_view Text, Findings& T
             {Line}});
 }
 
+// Field 0 may be whole; the other 14 numbers would each be cut in two.
+bool Has_Decimal_Commas(std::size_t Count) {
+  return Count >= Field_Count + 14;
+}
+
 std::string Separator_Hint(const std::string& Text, std::size_t Count) {
   const auto Times = [&](char Letter) {
     return static_cast<std::size_t>(std::count(Text.begin(), Text.end(), Letter));
@@ -139,8 +144,7 @@ std::string Separator_Hint(const std::string& Text, std::size_t Count) {
   if (Count < Field_Count && Times('\t') >= Separators) {
     return " Its fields seem to be divided by tabs; expected commas.";
   }
-  // Field 0 may be whole; the other 14 numbers would each be cut in two.
-  if (Count >= Field_Count + 14) {
+  if (Has_Decimal_Commas(Count)) {
     return " It may have decimal commas; expected decimal points.";
   }
   return "";
@@ -261,7 +265,7 @@ Capture_Row Read_Row(std::size_t Line, const std::string& Text, Findings& Told) 
   }
   Check_Field_Count(Line, Text, Fields, Told);
   const bool Has_Numbers = Check_Numbers(Fields, Row, Told);
-  Row.Is_Sound = Has_Numbers && Fields.size() >= Field_Count;
+  Row.Is_Sound = Has_Numbers && Fields.size() >= Field_Count && !Has_Decimal_Commas(Fields.size());
   return Row;
 }
 

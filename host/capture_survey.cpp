@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture_survey.h"
 
-#include "host/tracker_survey.h"
-
 #include <fmt/format.h>
 #include <Eigen/Eigenvalues>
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <set>
 
 namespace host {
@@ -37,26 +34,7 @@ constexpr double Least_Cross_Tilt = 5.0;
 // The farthest board against the nearest; below it every board has about the same size.
 constexpr double Least_Distance_Ratio = 1.15;
 
-// Trackers and images that agree to a degree fit each other; trackers are ten times better, but the
-// quick lens fit isn't.
-constexpr double Agreement_Limit = 1.0;
-// A row is off when it is off by half a degree and five times as far as half of the rows are.
-constexpr double Off_Floor = 0.5;
-constexpr double Off_Factor = 5.0;
-constexpr std::size_t Fewest_Compared = 4;
-constexpr std::size_t Most_Compared = 300;
-
-// The mounts put some tenths of a metre between trackers, camera and board.
-constexpr double Mounts_Reach = 1.0;
-constexpr double Distance_Factor = 5.0;
-
 constexpr double Degrees_In_Radian = 57.295779513082320877;
-
-double Median(std::vector<double> Values) {
-  const auto Middle = Values.begin() + static_cast<std::ptrdiff_t>(Values.size() / 2);
-  std::nth_element(Values.begin(), Middle, Values.end());
-  return *Middle;
-}
 
 // ---- Coverage --------------------------------------------------------------------------------
 
@@ -82,79 +60,6 @@ std::string Empty_Parts(const Coverage& Measured) {
     Names += (Names.empty() ? "" : ", ") + std::string(Part_Names[Part]);
   }
   return Names;
-}
-
-// ---- Agreement -------------------------------------------------------------------------------
-
-using Rotations = std::vector<Eigen::Quaterniond>;
-
-// Every pair's angle in degrees, row by row.
-std::vector<double> Pair_Angles(const Rotations& All) {
-  std::vector<double> Angles;
-  for (const Eigen::Quaterniond& Left : All) {
-    for (const Eigen::Quaterniond& Right : All) {
-      Angles.push_back(Left.angularDistance(Right) * Degrees_In_Radian);
-    }
-  }
-  return Angles;
-}
-
-// For each row, the median of what its angles to the others are off.
-std::vector<double> Rows_Off(const std::vector<double>& Seen, const std::vector<double>& Reported,
-                             std::size_t Count) {
-  std::vector<double> Off;
-  for (std::size_t i = 0; i < Count; ++i) {
-    std::vector<double> Differences;
-    for (std::size_t j = 0; j < Count; ++j) {
-      if (j == i) continue;
-      Differences.push_back(std::abs(Seen[i * Count + j] - Reported[i * Count + j]));
-    }
-    Off.push_back(Median(Differences));
-  }
-  return Off;
-}
-
-// How the four numbers of a quaternion may have been meant.
-using Reading = std::function<Eigen::Quaterniond(const Tracker_Sample&)>;
-
-Eigen::Quaterniond As_Documented(const Tracker_Sample& Sample) {
-  return Rotation_Body_Base(Sample);
-}
-
-Eigen::Quaterniond With_W_Last(const Tracker_Sample& Sample) {
-  const std::array<double, 4>& Q = Sample.Quaternion;
-  return Eigen::Quaterniond(Q[3], Q[0], Q[1], Q[2]).normalized();
-}
-
-// The camera's tracker as the board's tracker sees it.
-Rotations Relative_Rotations(const std::vector<Capture_Row>& Rows,
-                             const std::vector<std::size_t>& Compared, const Reading& Read) {
-  Rotations All;
-  for (const std::size_t Row : Compared) {
-    All.push_back(Read(Rows[Row].Camera) * Read(Rows[Row].Board).conjugate());
-  }
-  return All;
-}
-
-// The reading of the quaternions that makes samples and images agree, in words; empty for none.
-std::string Find_Better_Reading(const std::vector<Capture_Row>& Rows,
-                                const std::vector<std::size_t>& Compared,
-                                const std::vector<double>& Seen) {
-  const auto Inverse = [](const Reading& Read) -> Reading {
-    return [Read](const Tracker_Sample& Sample) { return Read(Sample).conjugate(); };
-  };
-  const std::pair<const char*, Reading> Readings[] = {
-      {"as the inverse, which means that they are the trackers' attitudes: negate x, y and z",
-       Inverse(As_Documented)},
-      {"in the order x, y, z, w: write w first", With_W_Last},
-      {"in the order x, y, z, w and as the inverse, which means that they are the trackers' "
-       "attitudes: write w first and negate x, y and z",
-       Inverse(With_W_Last)}};
-  for (const auto& [Name, Read] : Readings) {
-    const std::vector<double> Reported = Pair_Angles(Relative_Rotations(Rows, Compared, Read));
-    if (Median(Rows_Off(Seen, Reported, Compared.size())) <= Agreement_Limit) return Name;
-  }
-  return {};
 }
 
 }  // namespace
@@ -231,30 +136,19 @@ std::optional<Pose_Spread> Measure_Poses(const std::vector<Board_Pose>& Poses) {
   return Measured;
 }
 
-std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
-                                           const std::vector<Board_Pose>& Poses) {
-  Agreement Measured;
-  Rotations Boards;
-  for (const Board_Pose& Pose : Poses) {
-    if (!Has_Rotations(Rows[Pose.Row]) || Boards.size() == Most_Compared) continue;
-    Measured.Rows.push_back(Pose.Row);
-    Boards.push_back(Pose.Rotation_Cam_Chart);
-  }
-  if (Boards.size() < Fewest_Compared) return std::nullopt;
-  // Camera from board: the angle of a pair is the same with the mounts on either side.
-  const std::vector<double> Seen = Pair_Angles(Boards);
-  const std::vector<double> Reported =
-      Pair_Angles(Relative_Rotations(Rows, Measured.Rows, As_Documented));
-  Measured.Off_Deg = Rows_Off(Seen, Reported, Boards.size());
-  Measured.Typical_Deg = Median(Measured.Off_Deg);
-  if (Measured.Typical_Deg > Agreement_Limit) {
-    Measured.Better_Reading = Find_Better_Reading(Rows, Measured.Rows, Seen);
-  }
-  return Measured;
-}
-
 void Judge_Image_Count(std::size_t Rows, Findings& Told) {
   if (Rows >= Fewest_Boards) return;
+  if (Rows == 0) {
+    Told.Add(
+        {"no_images",
+         Level::Error,
+         "The file lists no image.",
+         "",
+         "Check that it is the capture's CSV file, and that no data line begins with a capital "
+         "T.",
+         {}});
+    return;
+  }
   Told.Add({"too_few_images",
             Level::Error,
             fmt::format("The file lists {} image{}; a calibration needs {} with a board, and {} or "
@@ -324,8 +218,12 @@ void Judge_Coverage(const Coverage& Measured, Findings& Told) {
             {}});
 }
 
+bool Is_Tilted(const Pose_Spread& Measured) {
+  return Measured.Main_Tilt >= Least_Main_Tilt;
+}
+
 void Judge_Poses(const Pose_Spread& Measured, Findings& Told) {
-  if (Measured.Main_Tilt < Least_Main_Tilt) {
+  if (!Is_Tilted(Measured)) {
     Told.Add(
         {"tilt_too_small",
          Level::Warning,
@@ -354,70 +252,6 @@ void Judge_Poses(const Pose_Spread& Measured, Findings& Told) {
          "Take some images from nearer and some from farther away.",
          {}});
   }
-}
-
-void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
-                     Findings& Told) {
-  if (Measured.Typical_Deg > Agreement_Limit) {
-    const bool Known = !Measured.Better_Reading.empty();
-    Told.Add(
-        {"trackers_disagree",
-         Level::Error,
-         fmt::format("The trackers didn't turn as the images show: between two lines, their "
-                     "angles differ by {:.1f} degrees, 1 being the most that trackers and lens "
-                     "explain.",
-                     Measured.Typical_Deg) +
-             (Known ? " They fit with the quaternions read " + Measured.Better_Reading + "." : ""),
-         "",
-         Known ? "Write quaternions as w, x, y, z, turning the tracking system's directions "
-                 "into the body's."
-               : "Check that the samples belong to the moments of their images and to the "
-                 "right tracker, that both trackers sit tight, and that the quaternions are "
-                 "w, x, y, z.",
-         {}});
-    return;
-  }
-  const double Limit = std::max(Off_Factor * Measured.Typical_Deg, Off_Floor);
-  for (std::size_t k = 0; k < Measured.Rows.size(); ++k) {
-    if (Measured.Off_Deg[k] <= Limit) continue;
-    const std::size_t Line = Rows[Measured.Rows[k]].Line;
-    Told.Add({"sample_disagrees",
-              Level::Warning,
-              "The trackers didn't turn as this line's image shows: a sample is stale, jumped, or "
-              "belongs to another image.",
-              fmt::format("Line {} is about {:.1f} degrees off, {:.2f} being usual.", Line,
-                          Measured.Off_Deg[k], Measured.Typical_Deg),
-              "Take the line out.",
-              {Line}});
-  }
-}
-
-void Judge_Distances(const std::vector<Capture_Row>& Rows, const std::vector<Board_Pose>& Poses,
-                     Findings& Told) {
-  std::vector<double> Seen, Reported;
-  for (const Board_Pose& Pose : Poses) {
-    const Capture_Row& Row = Rows[Pose.Row];
-    if (!Row.Is_Sound) continue;
-    const Eigen::Vector3d Camera(Row.Camera.Position.data()), Board(Row.Board.Position.data());
-    Seen.push_back(Pose.Middle_Cam.norm());
-    Reported.push_back((Camera - Board).norm());
-  }
-  if (Seen.empty()) return;
-  const double Images_Say = Median(Seen), Trackers_Say = Median(Reported);
-  if (Trackers_Say <= Distance_Factor * Images_Say + Mounts_Reach &&
-      Images_Say <= Distance_Factor * Trackers_Say + Mounts_Reach) {
-    return;
-  }
-  Told.Add(
-      {"distances_disagree",
-       Level::Warning,
-       fmt::format("By the images the board is about {:.2f} m from the camera, by the trackers "
-                   "{:.2f} m.",
-                   Images_Say, Trackers_Say),
-       "",
-       "Check that --square is measured and in the right unit, and that positions are in "
-       "metres.",
-       {}});
 }
 
 }  // namespace host

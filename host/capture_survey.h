@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // How good a capture is, from the boards that were found in it: how much of the frame they cover,
-// how they were held, and whether the trackers turned as the images show.
+// and how they were held.
 #ifndef RIGSYNC_HOST_CAPTURE_SURVEY_H
 #define RIGSYNC_HOST_CAPTURE_SURVEY_H
 
@@ -40,18 +40,8 @@ struct Pose_Spread {
 // None without a pose.
 std::optional<Pose_Spread> Measure_Poses(const std::vector<Board_Pose>& Poses);
 
-// Whether the trackers turned as the images show. Between two rows, board and camera turn against
-// each other by one angle, whatever the mounts are; images and samples each tell it.
-struct Agreement {
-  std::vector<std::size_t> Rows;  // indices of the rows that were compared
-  std::vector<double> Off_Deg;    // for each of them, how far its angles to the others are off
-  double Typical_Deg = 0;         // half of the rows are no further off
-  std::string Better_Reading;     // how the quaternions would fit, when they don't as they stand
-};
-
-// None with fewer than four rows to compare.
-std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
-                                           const std::vector<Board_Pose>& Poses);
+// Whether tilts tell focal length and distance apart.
+bool Is_Tilted(const Pose_Spread& Measured);
 
 // What is weak, and what to do about it.
 void Judge_Image_Count(std::size_t Rows, Findings& Told);                      // without a search
@@ -59,10 +49,6 @@ void Judge_Board_Count(std::size_t Usable, std::size_t Rows, Findings& Told);  /
 void Judge_Board_Shape(const Board_Size& Board, Findings& Told);
 void Judge_Coverage(const Coverage& Measured, Findings& Told);
 void Judge_Poses(const Pose_Spread& Measured, Findings& Told);
-void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
-                     Findings& Told);
-void Judge_Distances(const std::vector<Capture_Row>& Rows, const std::vector<Board_Pose>& Poses,
-                     Findings& Told);
 
 }  // namespace host
 

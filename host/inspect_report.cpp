@@ -49,6 +49,14 @@ std::string Map_Text(const Coverage& Covered) {
   return Text + Folded("blank: no corners, . in one image, o in two or three, # in more", 2);
 }
 
+std::string Agreement_Text(const Agreement& Agreed) {
+  std::string Text = fmt::format("turns differ by {:.2f} degrees", Agreed.Typical_Turn_Deg);
+  if (Agreed.Typical_Position) {
+    Text += fmt::format(", positions by {:.1f} mm", 1000.0 * *Agreed.Typical_Position);
+  }
+  return Text;
+}
+
 std::string Spread_Text(const Inspection& Made) {
   std::string Text;
   if (Made.Lens) {
@@ -71,10 +79,7 @@ std::string Spread_Text(const Inspection& Made) {
     }
     Text += Row_Text("one to the other", Relative);
   }
-  if (Made.Agreed) {
-    Text += Row_Text("to the images",
-                     fmt::format("turns differ by {:.2f} degrees", Made.Agreed->Typical_Deg));
-  }
+  if (Made.Agreed) Text += Row_Text("to the images", Agreement_Text(*Made.Agreed));
   return Text.empty() ? Text : "\nHow the capture is spread, about\n" + Text;
 }
 
@@ -92,8 +97,9 @@ Style Style_Of(Level Severity) {
 
 std::string Finding_Text(const Finding& One, bool Colour) {
   const std::string Lines = One.Lines.empty() ? "whole capture" : Lines_Text(One.Lines);
-  std::string Text = "  " + Painted(Style_Of(One.Severity), Level_Name(One.Severity), Colour) +
-                     ", " + Lines + "\n";
+  const std::string Name = Level_Name(One.Severity);
+  std::string Text = Folded(Name + ", " + Lines, 2);
+  Text.replace(2, Name.size(), Painted(Style_Of(One.Severity), Name, Colour));
   Text += Folded(One.What + (One.Example.empty() ? "" : " " + One.Example), 4);
   return Text + Folded("What to do: " + One.Advice, 4);
 }
@@ -183,14 +189,25 @@ Json Poses_Json(const std::optional<Pose_Spread>& Posed) {
           {"distance_m", {Posed->Nearest, Posed->Farthest}}};
 }
 
-Json Turns_Json(const Inspection& Made) {
-  const Turns& Turned = Made.Turned;
+Json Or_Null(const std::optional<double>& Value) {
+  return Value ? Json(*Value) : Json();
+}
+
+Json Turns_Json(const Turns& Turned) {
   if (Turned.Rows < 2) return nullptr;
   return {{"camera_deg", Turned.Camera_Deg},
           {"board_deg", Turned.Board_Deg},
           {"relative_deg", Turned.Relative_Deg},
-          {"axes_apart_deg", Turned.Axes_Apart_Deg ? Json(*Turned.Axes_Apart_Deg) : Json()},
-          {"agreement_deg", Made.Agreed ? Json(Made.Agreed->Typical_Deg) : Json()}};
+          {"axes_apart_deg", Or_Null(Turned.Axes_Apart_Deg)}};
+}
+
+Json Agreement_Json(const std::optional<Agreement>& Agreed) {
+  if (!Agreed) return nullptr;
+  return {{"rows", Agreed->Rows.size()},
+          {"turns_deg", Agreed->Typical_Turn_Deg},
+          {"axes_deg", Or_Null(Agreed->Typical_Axis_Deg)},
+          {"positions_m", Or_Null(Agreed->Typical_Position)},
+          {"scale", Or_Null(Agreed->Scale)}};
 }
 
 }  // namespace
@@ -226,7 +243,8 @@ std::string Report_Json(const Inspection& Made) {
   Report["boards"] = Boards_Json(Made);
   Report["coverage"] = Coverage_Json(Made.Covered);
   Report["poses"] = Poses_Json(Made.Posed);
-  Report["turns"] = Turns_Json(Made);
+  Report["turns"] = Turns_Json(Made.Turned);
+  Report["agreement"] = Agreement_Json(Made.Agreed);
   // Paths and fields may hold bytes that are no UTF-8; they are replaced, so that the report is.
   return Report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -19,6 +19,10 @@ void Look_For_Boards(const std::vector<bool>& Readable, const Search_Progress& P
   const std::vector<Capture_Row>& Rows = Into.File.Rows;
   const Inspection_Inputs& Inputs = Into.Inputs;
   Into.Search = Search_Boards(Rows, Readable, Inputs.Image_Root, Inputs.Board, Progress, Into.Told);
+  if (Image_Count(Rows) == 0) {
+    Judge_Image_Count(0, Into.Told);
+    return;
+  }
   Judge_Board_Count(Into.Search->Usable(), Image_Count(Rows), Into.Told);
   Judge_Board_Shape(Inputs.Board, Into.Told);
 
@@ -30,8 +34,9 @@ void Look_For_Boards(const std::vector<bool>& Readable, const Search_Progress& P
   Into.Posed = Measure_Poses(Into.Lens->Poses);
   if (Into.Posed) Judge_Poses(*Into.Posed, Into.Told);
   Into.Agreed = Measure_Agreement(Rows, Into.Lens->Poses);
-  if (Into.Agreed) Judge_Agreement(Rows, *Into.Agreed, Into.Told);
-  Judge_Distances(Rows, Into.Lens->Poses, Into.Told);
+  if (Into.Agreed) {
+    Judge_Agreement(Rows, *Into.Agreed, Into.Posed && Is_Tilted(*Into.Posed), Into.Told);
+  }
 }
 
 }  // namespace

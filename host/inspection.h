@@ -10,6 +10,7 @@
 #include "host/capture_file.h"
 #include "host/capture_survey.h"
 #include "host/finding.h"
+#include "host/tracker_agreement.h"
 #include "host/tracker_survey.h"
 
 #include <filesystem>

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Whether the tracker samples fit the images, without knowing how the trackers are mounted. In
+// every image, with two mounts that are the same throughout,
+//
+//   Transform_Cam_Chart = Transform_Cam_Tc * Transform_Tc_Tr * Transform_Tr_Chart
+//
+// where images tell the left side and samples tell Transform_Tc_Tr, the board's tracker as the
+// camera's sees it. Between two images both turn by the same angle whatever the mounts are, so a
+// bad sample shows at once; one rotation then takes the axes of those turns from one side to the
+// other, and with it positions and one scale can be compared by a linear fit. This judges samples
+// and conventions; it is no calibration, which weighs and averages with care.
+#ifndef RIGSYNC_HOST_TRACKER_AGREEMENT_H
+#define RIGSYNC_HOST_TRACKER_AGREEMENT_H
+
+#include "host/board_search.h"
+#include "host/capture_file.h"
+#include "host/finding.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct Agreement {
+  std::vector<std::size_t> Rows;  // indices of the rows that were compared
+  // How far each of them is off, and how far half of them are at most: turns by their angles,
+  // degrees, and positions, metres. No positions when the turns leave them open.
+  std::vector<double> Turns_Off_Deg, Positions_Off;
+  double Typical_Turn_Deg = 0;
+  std::optional<double> Typical_Axis_Deg;  // between the axes of the turns
+  std::optional<double> Typical_Position;
+  // What the trackers call a metre, in metres of the board, and its standard deviation.
+  std::optional<double> Scale;
+  double Scale_Deviation = 0;
+  std::string Better_Reading;  // how the samples would fit, when they don't as they stand
+
+  bool Is_Good() const;
+};
+
+// None with fewer than four rows to compare.
+std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
+                                           const std::vector<Board_Pose>& Poses);
+
+// Tells of samples that don't fit their image, by line, or of all that don't fit; and of a scale
+// that isn't 1. Scale_Is_Told is false when boards were held so that their distance isn't.
+void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
+                     bool Scale_Is_Told, Findings& Told);
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_TRACKER_AGREEMENT_H
