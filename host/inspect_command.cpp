@@ -90,7 +90,7 @@ Search_Progress Progress_Line() {
 
 int Inspect(const Typed& Given) {
   const Inspection Made = Inspect_Capture(Read_Inputs(Given), Progress_Line());
-  fmt::print("{}", Given.Json ? Report_Json(Made) : Report_Text(Made, Colour_On(stdout)));
+  Print(Given.Json ? Report_Json(Made) : Report_Text(Made, Colour_On(stdout)));
   return Inspection_Status(Made.Told);
 }
 

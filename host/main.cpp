@@ -98,6 +98,7 @@ int main(int Argument_Count, char** Arguments) {
         "'rigsync COMMAND --help' tells more, with an example for each.\n\n"
         "Try it without a stage:\n"
         "  rigsync simulate capture\n"
+        "  rigsync inspect capture/capture.csv --config capture/stage.json\n"
         "  rigsync calibrate capture/capture.csv --config capture/stage.json --out result\n"
         "  rigsync compare result/result.json capture/truth.json\n"
         "  rigsync export result/result.json --to ue5");

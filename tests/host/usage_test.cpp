@@ -17,13 +17,13 @@ TEST(Usage, HelpNamesEveryCommand) {
   const Finished Help = Rigsync({"--help"});
   EXPECT_EQ(Help.Status, 0);
   EXPECT_EQ(Help.Error, "");
-  for (const char* Command : {"simulate", "calibrate", "compare", "export"}) {
+  for (const char* Command : {"simulate", "inspect", "calibrate", "compare", "export"}) {
     EXPECT_THAT(Help.Output, HasSubstr(std::string("  ") + Command + " "));
   }
 }
 
 TEST(Usage, HelpOfEachCommandHasAnExampleAndFitsATerminal) {
-  for (const char* Command : {"simulate", "calibrate", "compare", "export"}) {
+  for (const char* Command : {"simulate", "inspect", "calibrate", "compare", "export"}) {
     SCOPED_TRACE(Command);
     const Finished Help = Rigsync({Command, "--help"});
     EXPECT_EQ(Help.Status, 0);
@@ -102,7 +102,7 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
     return Longer;
   };
   const Case Cases[] = {
-      {{}, {"a command is missing", "simulate, calibrate"}},
+      {{}, {"a command is missing", "simulate, inspect, calibrate"}},
       {{"calibrat"}, {"'calibrat'", "expected one of simulate"}},
       {{"calibrate"}, {"CAPTURE"}},
       {{"calibrate", "c.csv"}, {"--out"}},
@@ -120,6 +120,15 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {And({"--config", "/none.json"}), {"--config", "/none.json", "can't be opened"}},
       {And({"--colour"}), {"--colour"}},
       {And({"--board", "11x8"}), {"--board"}},
+      {{"inspect"}, {"CAPTURE"}},
+      {{"inspect", "c.csv"}, {"--board", "missing", "--no-images"}},
+      {{"inspect", "c.csv", "--board", "11x8"}, {"--square", "missing"}},
+      {{"inspect", "c.csv", "--board", "11", "--square", "1cm"}, {"--board", "'11'", "11x8"}},
+      {{"inspect", "/none.csv", "--no-images"}, {"/none.csv", "doesn't exist"}},
+      {{"inspect", "/tmp", "--no-images"}, {"/tmp", "is a folder"}},
+      {{"inspect", "/dev/null", "--no-images"}, {"/dev/null", "no regular file"}},
+      {{"inspect", "c.csv", "--no-images", "--image-root", "/none"}, {"--image-root", "'/none'"}},
+      {{"inspect", "c.csv", "--config", "/none.json"}, {"--config", "can't be opened"}},
       {{"simulate"}, {"DIR"}},
       {{"simulate", Out, "--images", "-1"}, {"--images", "'-1'", "whole number"}},
       {{"simulate", Out, "--images", "many"}, {"--images", "'many'", "whole number"}},
