@@ -9,7 +9,9 @@
 
 #include <gmock/gmock.h>
 #include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -275,6 +277,56 @@ TEST_F(Inspect, AnImageOfAnotherSizeCountsAsTheLibraryCountsIt) {
   EXPECT_EQ(Made.Json["boards"]["found"], 14);
   EXPECT_EQ(Made.Json["rows"][4]["state"], "other_size");
   EXPECT_THAT(Made.Text("image_size", "example"), HasSubstr("680 x 480"));
+}
+
+// A copy of the image with its columns pushed up and down in waves: a board that is no plane.
+void Write_Wavy(const fs::path& From, const fs::path& To, double Amplitude, double Phase) {
+  const cv::Mat Flat = cv::imread(From.string());
+  cv::Mat X(Flat.size(), CV_32F), Y(Flat.size(), CV_32F), Wavy;
+  for (int r = 0; r < Flat.rows; ++r) {
+    for (int c = 0; c < Flat.cols; ++c) {
+      X.at<float>(r, c) = static_cast<float>(c);
+      Y.at<float>(r, c) = static_cast<float>(r + Amplitude * std::sin(0.04 * c + Phase));
+    }
+  }
+  cv::remap(Flat, Wavy, X, Y, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+  cv::imwrite(To.string(), Wavy);
+}
+
+TEST_F(Inspect, ABentBoardIsNamedAndManyMakeTheCaptureUnusable) {
+  const Scratch_Folder Folder;
+  const auto With = [&](std::size_t Step) {
+    return Inspect_Json(Inspect_Arguments(Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
+      if (Index % Step != 3 % Step) return;
+      const fs::path Copy = Folder.Path() / fs::path(Row[1]).filename();
+      Write_Wavy(Row[1], Copy, 6.0, 0.8 * static_cast<double>(Index));
+      Row[1] = Copy.string();
+    })));
+  };
+  const Report One = With(14);
+  EXPECT_THAT(One.Found, Contains(Pair("board_fits_badly", Lines{4})));
+  EXPECT_THAT(One.Found, Not(Contains(Key("board_not_found"))));
+  const Report All = With(1);
+  EXPECT_EQ(All.Status, 2);
+  EXPECT_THAT(All.Found, Contains(Key("lens_fits_badly")));
+  EXPECT_GT(All.Json["boards"]["lens_rms_px"], 1.5);
+}
+
+TEST_F(Inspect, AnImageThatTheDecoderRefusesIsAnError) {
+  const Scratch_Folder Folder;
+  const fs::path Large = Folder.Path() / "large.png";
+  cv::imwrite(Large.string(), cv::Mat(500, 700, CV_8UC3, cv::Scalar::all(128)));
+  std::vector<std::string> Words = {"OPENCV_IO_MAX_IMAGE_PIXELS=320000", RIGSYNC_PROGRAM};
+  for (const std::string& Word :
+       Inspect_Arguments(Changed_Csv(Folder, [&](std::size_t Index, Fields&Row) {
+         if (Index == 5) Row[1] = Large.string();
+       }))) {
+    Words.push_back(Word);
+  }
+  const Finished Result = Run_Program("/usr/bin/env", Words);
+  EXPECT_EQ(Result.Status, 2);
+  EXPECT_THAT(Result.Output, AllOf(HasSubstr("  error, line 6\n    The image decoder refuses"),
+                                   HasSubstr("found in 13 of 14")));
 }
 
 TEST_F(Inspect, AMissingImageComesWithAHintWhereItCouldBe) {

@@ -127,6 +127,17 @@ TEST(TrackerAgreement, APositionAloneThatIsOffIsFound) {
   EXPECT_THAT(Told.Sorted()[0].Lines, ElementsAre(5, 11));
 }
 
+TEST(TrackerAgreement, AQuarterOfTheRowsMayBeOffTogether) {
+  Compared Made = Planned();
+  for (std::size_t i = 0; i < 6; ++i) {
+    Made.Rows[4 * i].Camera.Position[0] += 0.3;
+    Made.Rows[4 * i].Camera.Position[2] += 0.2;
+  }
+  const Findings Told = Made.Judge();
+  ASSERT_EQ(Told.Sorted().size(), 1u);
+  EXPECT_EQ(Told.Sorted()[0].Lines, (Lines{2, 6, 10, 14, 18, 22}));
+}
+
 // What is said of a capture whose samples don't fit at all.
 std::string All_Off(const Compared& Made) {
   const Findings Told = Made.Judge();
@@ -156,6 +167,18 @@ TEST(TrackerAgreement, TheOrderXyzwIsRecognised) {
   });
   EXPECT_LE(Made.Measure().Typical_Turn_Deg, 0.2);
   EXPECT_THAT(All_Off(Made), HasSubstr("x, y, z, w, and quaternions as the trackers' attitudes"));
+}
+
+TEST(TrackerAgreement, NoReadingIsNamedWherePositionsCantTellTwoApart) {
+  Compared Made = Planned();
+  For_Samples(Made, [](Tracker_Sample& Sample) {
+    std::rotate(Sample.Quaternion.begin(), Sample.Quaternion.begin() + 1, Sample.Quaternion.end());
+  });
+  // Eight rows give positions; with seven, attitudes would explain the turns as well.
+  Made.Poses.resize(8);
+  EXPECT_THAT(All_Off(Made), HasSubstr("read with quaternions in the order x, y, z, w."));
+  Made.Poses.resize(7);
+  EXPECT_THAT(All_Off(Made), testing::Not(testing::AnyOf(HasSubstr("read with"), "")));
 }
 
 TEST(TrackerAgreement, ExchangedTrackersAreRecognised) {

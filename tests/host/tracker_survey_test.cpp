@@ -134,6 +134,8 @@ TEST(TrackerSurvey, MillimetresAreAnErrorWhereverTheOriginIs) {
     Row.Camera.Position[0] += 500;  // far from the origin, but in metres
     Row.Board.Position[0] += 500;
   }
+  // 3 cm that would be a jump of 30 m, which is not what is wrong.
+  Rows[9].Board.Position[1] += 0.03;
   EXPECT_THAT(Check(Rows), IsEmpty());
   for (Capture_Row& Row : Rows) {
     for (double& Value : Row.Camera.Position) Value *= 1000;
