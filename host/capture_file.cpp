@@ -24,6 +24,9 @@ constexpr std::size_t Field_Count = 16;
 constexpr std::size_t Image_Field = 1;
 constexpr std::size_t First_Sample_Field = 2;
 
+// No tracker reports numbers beyond this, and squares of far larger ones have no double.
+constexpr double Largest_Number = 1e9;
+
 constexpr const char* Field_Names[Field_Count] = {
     "own number",          "image path",          "camera position x",   "camera position y",
     "camera position z",   "camera quaternion w", "camera quaternion x", "camera quaternion y",
@@ -188,7 +191,8 @@ void Check_Field_Count(std::size_t Line, const std::string& Text,
   }
 }
 
-// Fills the row's samples and tells of fields that are no finite numbers. False when there is one.
+// Fills the row's samples and tells of fields that are no finite numbers, or hugely large. False
+// when there is one.
 bool Check_Numbers(const std::vector<std::string>& Fields, Capture_Row& Row, Findings& Told) {
   if (!Read_Number(Fields[0]).Is_Whole) {
     Told.Add({"own_number_not_a_number",
@@ -200,7 +204,7 @@ bool Check_Numbers(const std::vector<std::string>& Fields, Capture_Row& Row, Fin
               {Row.Line}});
   }
   std::array<double, Field_Count> Values{};
-  bool All_Finite_Numbers = true;
+  bool All_Usable = true;
   for (std::size_t i = First_Sample_Field; i < Field_Count; ++i) {
     // What is missing repeats the last field, and has been told as missing.
     const std::string& Field = Fields[std::min(i, Fields.size() - 1)];
@@ -222,8 +226,16 @@ bool Check_Numbers(const std::vector<std::string>& Fields, Capture_Row& Row, Fin
                 Field_Example(Row.Line, i, Field),
                 "Take the line out: the tracker had no sample to give.",
                 {Row.Line}});
+    } else if (std::abs(Read.Value) > Largest_Number) {
+      Told.Add({"number_too_large",
+                Level::Warning,
+                "A number is beyond a billion, which no tracker reports.",
+                Field_Example(Row.Line, i, Field),
+                "Correct the line or take it out.",
+                {Row.Line}});
     }
-    All_Finite_Numbers = All_Finite_Numbers && Read.Is_Whole && std::isfinite(Read.Value);
+    // Written as "within", so that nan is outside.
+    All_Usable = All_Usable && Read.Is_Whole && std::abs(Read.Value) <= Largest_Number;
   }
   for (std::size_t k = 0; k < 3; ++k) {
     Row.Camera.Position[k] = Values[2 + k];
@@ -233,7 +245,7 @@ bool Check_Numbers(const std::vector<std::string>& Fields, Capture_Row& Row, Fin
     Row.Camera.Quaternion[k] = Values[5 + k];
     Row.Board.Quaternion[k] = Values[12 + k];
   }
-  return All_Finite_Numbers;
+  return All_Usable;
 }
 
 // A line that the library takes for an image.

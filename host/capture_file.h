@@ -32,7 +32,7 @@ struct Capture_Row {
   std::size_t Line = 0;  // counted from 1
   std::string Image;     // the path as it stands there
   Tracker_Sample Camera, Board;
-  bool Is_Sound = false;  // all fields are there, and those of the samples are finite numbers
+  bool Is_Sound = false;  // all fields are there, and those of the samples are usable numbers
   bool Is_Image = true;   // false for what was told to be a blank line or a header in disguise
 };
 

@@ -139,6 +139,16 @@ TEST(CaptureFile, NumbersThatAreNotFiniteAreErrors) {
   }
 }
 
+TEST(CaptureFile, NumbersBeyondABillionMakeTheRowUnsound) {
+  const auto With = [](const std::string& Text) {
+    return Read("0,a.png,1,2,3,1,0,0,0,4," + Text + ",6,0,1,0,0\n");
+  };
+  EXPECT_THAT(With("-1e9").Lines_By_Id(), IsEmpty());
+  EXPECT_THAT(With("-1.1e9").Lines_By_Id(), ElementsAre(Pair("number_too_large", Lines{1})));
+  EXPECT_TRUE(With("-1e9").File.Rows[0].Is_Sound);
+  EXPECT_FALSE(With("1e200").File.Rows[0].Is_Sound);
+}
+
 TEST(CaptureFile, FieldZeroMayBeAnything) {
   const Read_Result Result =
       Read("01:02:03:04,a.png,1,2,3,1,0,0,0,4,5,6,0,1,0,0\nnan,a.png,1,2,3,1,0,0,0,4,5,6,0,1,0,0");
