@@ -29,10 +29,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* Footer =
-    R"(The board, its square and its place on its tracker can stand in a JSON file for
-the whole stage (--config); a flag wins over the file:
-  {"board": "11x8", "square": "30mm",
-   "board-euler": [12, -20, 8], "board-offset": [-0.17, 0.05, 0.04]}
+    R"(The board, its square and its place on its tracker can stand in a TOML or JSON
+file for the whole stage (--config stage.toml); a flag wins over the file:
+  board = "11x8"
+  square = "30mm"
+  board-euler = [12, -20, 8]
+  board-offset = "-170mm,50mm,40mm"
 
 Exit status: the library's code (0 good, 99 usable, others: no usable result),
 2 for wrong usage, 70 when an exception ended the run.
@@ -198,7 +200,7 @@ void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen) {
             "the first inner corner as seen from the board's tracker, metres or with units");
   Add_Value("sensor", "WxH",
             "sensor size in millimetres: gives field of view and focal length too");
-  Command->add_option("--config", Given->Config, "JSON file with the values above")
+  Command->add_option("--config", Given->Config, "TOML or JSON file with the values above")
       ->type_name("FILE");
   Command->add_option("--out", Given->Out, "folder for result.json, run log and images")
       ->required()

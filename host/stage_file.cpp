@@ -2,13 +2,21 @@
 #include "host/stage_file.h"
 
 #include "host/arguments.h"
+#include "host/text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <stdexcept>
+#include <string_view>
+
+// Reading is all that is wanted of it.
+#define TOML_ENABLE_FORMATTERS 0
+#include <toml++/toml.h>
 
 namespace host {
 namespace {
@@ -22,7 +30,7 @@ using Json = nlohmann::ordered_json;
 std::string Flag_Text(const std::filesystem::path& File, const std::string& Key,
                       const Json& Value) {
   if (Value.is_string()) return Value.get<std::string>();
-  if (Value.is_number()) return Value.dump();
+  if (Value.is_number()) return Comma_List({Value.get<double>()});
   const auto Is_Number = [](const Json& Element) { return Element.is_number(); };
   if (!Value.is_array() || !std::all_of(Value.begin(), Value.end(), Is_Number)) {
     Refuse_Stage(File,
@@ -31,13 +39,81 @@ std::string Flag_Text(const std::filesystem::path& File, const std::string& Key,
   return Comma_List(Value.get<std::vector<double>>());
 }
 
+std::string Bytes_Of(const std::filesystem::path& File) {
+  std::ifstream Stream(File, std::ios::binary);
+  if (!Stream) Refuse_Stage(File, "can't be opened");
+  std::ostringstream Bytes;
+  // A folder opens, and has no byte to give.
+  if (Stream.peek() != std::ifstream::traits_type::eof()) Bytes << Stream.rdbuf();
+  if (Stream.bad()) Refuse_Stage(File, "can't be read");
+  return Bytes.str();
+}
+
+// The name's ending says which it is. Any other name is JSON when it opens with a brace, which
+// TOML can't.
+bool Is_Toml(const std::filesystem::path& File, std::string_view Text) {
+  std::string Ending = File.extension().string();
+  for (char& Letter : Ending) {
+    Letter = static_cast<char>(std::tolower(static_cast<unsigned char>(Letter)));
+  }
+  if (Ending == ".toml" || Ending == ".json") return Ending == ".toml";
+  constexpr std::string_view Byte_Order_Mark = "\xef\xbb\xbf";
+  if (Text.substr(0, Byte_Order_Mark.size()) == Byte_Order_Mark) {
+    Text.remove_prefix(Byte_Order_Mark.size());
+  }
+  const std::size_t First = Text.find_first_not_of(" \t\r\n");
+  return First == std::string_view::npos || Text[First] != '{';
+}
+
+// What the parser throws reads "[json.exception.parse_error.101] parse error at line 1, column 2:
+// what is wrong"; what a person needs begins at the line.
+Json Parse_Json(const std::filesystem::path& File, const std::string& Text) {
+  try {
+    Json Root = Json::parse(Text);
+    if (!Root.is_object()) Refuse_Stage(File, "expected a JSON object");
+    return Root;
+  } catch (const Json::exception& Wrong) {
+    const std::string_view What = Wrong.what();
+    const std::size_t Place = What.find("line ");
+    const std::size_t Start = Place != std::string_view::npos ? Place : What.find(' ') + 1;
+    Refuse_Stage(File, "not valid JSON: " + One_Line(What.substr(Start)));
+  }
+}
+
+// Texts, numbers, truth values and lists of them as JSON has them; anything else, which no flag
+// takes, as an object.
+Json Json_Of(const toml::node& Node) {
+  if (const auto* Text = Node.as_string()) return Text->get();
+  if (const auto* Whole = Node.as_integer()) return Whole->get();
+  if (const auto* Number = Node.as_floating_point()) return Number->get();
+  if (const auto* Truth = Node.as_boolean()) return Truth->get();
+  if (const auto* Elements = Node.as_array()) {
+    Json List = Json::array();
+    for (const toml::node& Element : *Elements) List.push_back(Json_Of(Element));
+    return List;
+  }
+  return Json::object();
+}
+
+Json Parse_Toml(const std::filesystem::path& File, const std::string& Text) {
+  try {
+    Json Root = Json::object();
+    for (const auto& [Key, Value] : toml::parse(Text)) {
+      Root[std::string(Key.str())] = Json_Of(Value);
+    }
+    return Root;
+  } catch (const toml::parse_error& Wrong) {
+    const toml::source_position Place = Wrong.source().begin;
+    Refuse_Stage(File, fmt::format("not valid TOML: line {}, column {}: {}", Place.line,
+                                   Place.column, One_Line(Wrong.description())));
+  }
+}
+
 }  // namespace
 
 Stage Read_Stage(const std::filesystem::path& File, const std::vector<std::string>& Known) {
-  std::ifstream Stream(File);
-  if (!Stream) Refuse_Stage(File, "can't be opened");
-  const Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
-  if (!Root.is_object()) Refuse_Stage(File, "expected a JSON object");
+  const std::string Text = Bytes_Of(File);
+  const Json Root = Is_Toml(File, Text) ? Parse_Toml(File, Text) : Parse_Json(File, Text);
   Stage Values;
   for (const auto& [Key, Value] : Root.items()) {
     if (std::find(Known.begin(), Known.end(), Key) == Known.end()) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What stays the same from capture to capture of one stage, kept in a JSON file so that nobody
-// types the board twice: an object whose keys are the flags of 'rigsync calibrate' without their
-// dashes ("board", "square", "board-euler", "board-offset", "sensor").
+// What stays the same from capture to capture of one stage, kept in a TOML or JSON file so that
+// nobody types the board twice: its keys are the flags of 'rigsync calibrate' without their dashes
+// ("board", "square", "board-euler", "board-offset", "sensor").
 #ifndef RIGSYNC_HOST_STAGE_FILE_H
 #define RIGSYNC_HOST_STAGE_FILE_H
 
@@ -16,11 +16,13 @@ namespace host {
 // Key to value, the value as it would be typed behind the flag.
 using Stage = std::map<std::string, std::string>;
 
-// Values may be texts ("30mm"), numbers (0.03) or lists of numbers ([12, -20, 8]). Throws
-// Usage_Error naming the file for anything else, and for a key that isn't among Known.
+// A file named .toml or .json is read as that; of another, the content tells. Values may be texts
+// ("30mm"), numbers (0.03) or lists of numbers ([12, -20, 8]). Throws Usage_Error naming the file
+// for anything else, for a key that isn't among Known, and with line and column for what is
+// neither TOML nor JSON.
 Stage Read_Stage(const std::filesystem::path& File, const std::vector<std::string>& Known);
 
-// Throws std::runtime_error when the file can't be written.
+// As JSON. Throws std::runtime_error when the file can't be written.
 void Write_Stage(const std::filesystem::path& File, const Stage& Values);
 
 // Values as one flag's text, digits enough to read the same doubles back: "12,-20.25,8".

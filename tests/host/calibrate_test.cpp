@@ -224,7 +224,7 @@ TEST(Calibrate, AStageFileTakesTextsNumbersAndListsAndNothingElse) {
       {"{\"board\": true}", "'board' is neither"},
       {"{\"board-euler\": [1, \"2\", 3]}", "'board-euler' is neither"},
       {"[1]", "expected a JSON object"},
-      {"{", "expected a JSON object"},
+      {"{", "not valid JSON: line 1"},
   };
   for (const auto& [Stage, Why] : Refused) {
     SCOPED_TRACE(Stage);

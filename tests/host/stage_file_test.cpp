@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The stage file as TOML and as JSON: the same keys and values either way, and a place in the file
+// for what can't be read.
+#include "host/stage_file.h"
+
+#include "host/arguments.h"
+#include "tests/host/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Pair;
+using testing::UnorderedElementsAre;
+
+const std::vector<std::string> Known = {"board", "square", "board-euler", "board-offset"};
+
+constexpr const char* As_Toml = R"(# the small board
+board = "11x8"
+square = 0.03
+board-euler = [12, -20.25, 8]
+board-offset = "-170mm,50mm,40mm"
+)";
+
+constexpr const char* As_Json = R"({"board": "11x8", "square": 0.03,
+  "board-euler": [12, -20.25, 8], "board-offset": "-170mm,50mm,40mm"})";
+
+// What a refused file gets to hear, or nothing when it is taken.
+std::string Refusal(const std::string& File) {
+  try {
+    host::Read_Stage(File, Known);
+  } catch (const host::Usage_Error& Error) {
+    return Error.what();
+  }
+  return "";
+}
+
+TEST(StageFile, TomlAndJsonGiveTheSameValuesAsTheyWouldBeTyped) {
+  const Scratch_Folder Scratch;
+  for (const auto& [Name, Text] : {std::pair{"stage.toml", As_Toml}, {"stage.json", As_Json}}) {
+    SCOPED_TRACE(Name);
+    EXPECT_THAT(host::Read_Stage(Scratch.Write(Name, Text), Known),
+                UnorderedElementsAre(Pair("board", "11x8"), Pair("square", "0.03"),
+                                     Pair("board-euler", "12,-20.25,8"),
+                                     Pair("board-offset", "-170mm,50mm,40mm")));
+  }
+}
+
+TEST(StageFile, TheEndingDecidesAndTheContentWhereThereIsNone) {
+  const Scratch_Folder Scratch;
+  const std::string Marked_Json = std::string("\xef\xbb\xbf\n") + As_Json;
+  const std::string Marked_Toml = std::string("\xef\xbb\xbf") + As_Toml;
+  const std::pair<const char*, std::string> Taken[] = {
+      {"stage", As_Toml},      {"stage", As_Json},          {"stage.txt", As_Toml},
+      {"stage.txt", As_Json},  {"stage.conf", Marked_Json}, {"stage.conf", Marked_Toml},
+      {"STAGE.TOML", As_Toml}, {"Stage.Json", As_Json}};
+  for (const auto& [Name, Text] : Taken) {
+    SCOPED_TRACE(Name + (" holding " + Text));
+    EXPECT_EQ(Refusal(Scratch.Write(Name, Text)), "");
+  }
+  EXPECT_THAT(Refusal(Scratch.Write("wrong.json", As_Toml)), HasSubstr("not valid JSON: line 1"));
+  EXPECT_THAT(Refusal(Scratch.Write("wrong.toml", As_Json)), HasSubstr("not valid TOML: line 1"));
+  EXPECT_THAT(Refusal(Scratch.Write("WRONG.JSON", As_Toml)), HasSubstr("not valid JSON: line 1"));
+}
+
+TEST(StageFile, WhatCannotBeReadIsToldWithFileLineAndReason) {
+  const Scratch_Folder Scratch;
+  const std::vector<std::string> Cases[] = {
+      {"a.toml", "board = \"11x8\"\nsquare = 30mm\n", "not valid TOML: line 2, column"},
+      {"b.toml", "board = \"11x8\"\n\nboard = \"7x5\"\n", "not valid TOML: line 3", "board"},
+      {"c.toml", "board \"11x8\"\n", "not valid TOML: line 1"},
+      {"d.json", "{\n  \"board\": \"11x8\",\n  \"square\" 3\n}", "not valid JSON: line 3, column",
+       "syntax error"},
+      {"e.json", "{", "not valid JSON: line 1"},
+      {"f.json", "", "not valid JSON: line 1"},
+      {"g.json", "{\"square\": 1e999}", "not valid JSON: number overflow"},
+      {"h.json", "[1]", "expected a JSON object"},
+      {"i.toml", "boards = \"7x5\"", "'boards' is unknown; expected board, square"},
+      {"j.toml", "[board]\ncols = 11\n", "'board' is neither a text nor a number"},
+      {"k.toml", "board = true\n", "'board' is neither"},
+      {"l.toml", "board-euler = [1, \"2\", 3]\n", "'board-euler' is neither"},
+      {"m.toml", "board = 2026-11-21\n", "'board' is neither"},
+      {"n.toml", "board-euler = [[1, 2, 3]]\n", "'board-euler' is neither"},
+  };
+  for (const std::vector<std::string>& Case : Cases) {
+    const std::string File = Scratch.Write(Case[0], Case[1]);
+    const std::string Said = Refusal(File);
+    EXPECT_EQ(Said.rfind("--config: " + File + ": ", 0), 0u) << Said;
+    for (std::size_t i = 2; i < Case.size(); ++i) EXPECT_THAT(Said, HasSubstr(Case[i]));
+    EXPECT_EQ(Said.find("json.exception"), std::string::npos) << Said;
+    EXPECT_EQ(Said.find('\n'), std::string::npos) << Said;
+  }
+}
+
+TEST(StageFile, AFolderAndAMissingFileAreRefused) {
+  const Scratch_Folder Scratch;
+  EXPECT_THAT(Refusal(Scratch.String()), HasSubstr("can't be read"));
+  EXPECT_THAT(Refusal(Scratch.String() + "/none.toml"), HasSubstr("can't be opened"));
+}
+
+TEST(StageFile, CalibrateTakesTomlAndAFlagWinsOverIt) {
+  const Scratch_Folder Scratch;
+  // Without a capture the run ends at once, and tells its inputs all the same.
+  const std::string File = Scratch.Write(
+      "stage.toml",
+      "board = \"9x8\"\nsquare = \"30mm\"\nboard-euler = [12, -20, 8]\nboard-offset = [0, 0, 1]\n");
+  const auto Inputs_With = [&](const std::vector<std::string>& Flags) {
+    std::vector<std::string> Arguments = {
+        "calibrate", Scratch.String() + "/none.csv", "--config", File, "--out", Scratch.String()};
+    Arguments.insert(Arguments.end(), Flags.begin(), Flags.end());
+    Rigsync(Arguments);
+    return Read_Json(Scratch.Path() / "result.json")["inputs"];
+  };
+  const nlohmann::json From_File = Inputs_With({});
+  EXPECT_EQ(From_File["board"], (std::vector<int>{9, 8}));
+  EXPECT_EQ(From_File["square_m"], 0.03);
+  EXPECT_EQ(From_File["board_euler_deg"], (std::vector<double>{12, -20, 8}));
+  EXPECT_EQ(From_File["board_offset_m"], (std::vector<double>{0, 0, 1}));
+  const nlohmann::json With_Flags = Inputs_With({"--board", "7x5", "--square", "0.02"});
+  EXPECT_EQ(With_Flags["board"], (std::vector<int>{7, 5}));
+  EXPECT_EQ(With_Flags["square_m"], 0.02);
+  EXPECT_EQ(With_Flags["board_euler_deg"], (std::vector<double>{12, -20, 8}));
+}
+
+}  // namespace
