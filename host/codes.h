@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The library's result codes in plain words: what each means on a stage, and what to do next.
-// docs/codes.md says the same at length.
+// The library's result codes in plain words: what each means on a stage, what it tends to come
+// from, and what to do next. docs/codes.md says the same, and more.
 #ifndef RIGSYNC_HOST_CODES_H
 #define RIGSYNC_HOST_CODES_H
 
@@ -12,8 +12,10 @@ namespace host {
 
 struct Code_Advice {
   int Code;
-  std::string Meaning;    // one sentence
-  std::string Next_Step;  // what to try, most likely cause first
+  std::string Meaning;              // one sentence
+  std::string Next_Step;            // what to try, most likely cause first
+  std::string On_Stage;             // what it says of the capture, and of what may be used
+  std::vector<std::string> Causes;  // at least one, most likely first, a sentence each
 };
 
 // All codes in ascending order.

@@ -6,9 +6,33 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <set>
+
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr std::size_t Terminal_Width = 80;
+
+// On one line and without the quotes that a page and a terminal write differently.
+std::string Plain(const std::string& Text) {
+  std::string Line = host::One_Line(Text);
+  const auto Is_Quote = [](char Letter) { return Letter == '`' || Letter == '\''; };
+  Line.erase(std::remove_if(Line.begin(), Line.end(), Is_Quote), Line.end());
+  return Line;
+}
+
+// The page from the entry of this code to the next entry, heading or table.
+std::string Entry_Of(const std::string& Page, int Code) {
+  const std::size_t Start = Page.find("\n**" + std::to_string(Code) + ".** ");
+  if (Start == std::string::npos) return "";
+  const std::size_t End = std::min(Page.find("\n**", Start + 1), Page.find("\n## ", Start));
+  return Page.substr(Start, End - Start);
+}
 
 TEST(Codes, EveryCodeOfTheCatalogHasAdvice) {
   std::vector<int> Found;
@@ -16,6 +40,9 @@ TEST(Codes, EveryCodeOfTheCatalogHasAdvice) {
     Found.push_back(Advice.Code);
     EXPECT_FALSE(Advice.Meaning.empty());
     EXPECT_FALSE(Advice.Next_Step.empty());
+    EXPECT_FALSE(Advice.On_Stage.empty());
+    EXPECT_FALSE(Advice.Causes.empty());
+    for (const std::string& Cause : Advice.Causes) EXPECT_EQ(Cause.back(), '.');
   }
   EXPECT_THAT(Found, testing::ElementsAre(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16,
                                           99, 100));
@@ -26,6 +53,79 @@ TEST(Codes, ThePageOfCodesSaysWhatTheCommandSays) {
       host::One_Line(Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/codes.md"));
   for (const host::Code_Advice& Advice : host::All_Codes()) {
     EXPECT_THAT(Page, HasSubstr("**" + std::to_string(Advice.Code) + ".** " + Advice.Meaning));
+  }
+}
+
+// Codes that a capture or an export leads to are told whole in their own entry; those that guard
+// lists share their sentences, which stand somewhere on the page.
+TEST(Codes, ThePageTellsCausesAndNextStepsInTheCommandsWords) {
+  const std::string Page = Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/codes.md");
+  const std::set<int> Real = {0, 1, 3, 4, 5, 6, 13, 14, 99};
+  for (const host::Code_Advice& Advice : host::All_Codes()) {
+    SCOPED_TRACE(Advice.Code);
+    const std::string Told =
+        Plain(Real.count(Advice.Code) != 0 ? Entry_Of(Page, Advice.Code) : Page);
+    EXPECT_THAT(Told, HasSubstr(Plain(Advice.On_Stage)));
+    EXPECT_THAT(Told, HasSubstr(Plain(Advice.Next_Step)));
+    std::size_t Last = 0;
+    for (const std::string& Cause : Advice.Causes) {
+      const std::size_t At = Told.find("- " + Plain(Cause));
+      ASSERT_NE(At, std::string::npos) << Cause;
+      EXPECT_GE(At, Last) << Cause;
+      Last = At;
+    }
+  }
+}
+
+TEST(Codes, TheCommandListsEveryCodeWithItsMeaning) {
+  const Finished List = Rigsync({"codes"});
+  EXPECT_EQ(List.Status, 0);
+  EXPECT_EQ(List.Error, "");
+  EXPECT_LE(Widest_Line(List.Output), Terminal_Width);
+  EXPECT_THAT(List.Output, Not(HasSubstr("\x1b")));
+  for (const host::Code_Advice& Advice : host::All_Codes()) {
+    EXPECT_THAT(host::One_Line(List.Output),
+                HasSubstr(std::to_string(Advice.Code) + " " + Advice.Meaning));
+  }
+}
+
+TEST(Codes, TheCommandTellsOneCodeAtLength) {
+  for (const host::Code_Advice& Advice : host::All_Codes()) {
+    SCOPED_TRACE(Advice.Code);
+    const std::string Number = std::to_string(Advice.Code);
+    const Finished One = Rigsync({"codes", Number});
+    EXPECT_EQ(One.Status, 0);
+    EXPECT_LE(Widest_Line(One.Output), Terminal_Width);
+    const std::string Told = host::One_Line(One.Output);
+    EXPECT_THAT(Told, AllOf(StartsWith("Code " + Number + ". " + Advice.Meaning),
+                            HasSubstr(Advice.On_Stage), HasSubstr(Advice.Next_Step)));
+    for (const std::string& Cause : Advice.Causes) EXPECT_THAT(Told, HasSubstr("- " + Cause));
+  }
+}
+
+TEST(Codes, JsonHoldsTheWholeCatalogAndOneCodeAlone) {
+  const nlohmann::json List = nlohmann::json::parse(Rigsync({"codes", "--json"}).Output);
+  ASSERT_EQ(List.size(), host::All_Codes().size());
+  for (std::size_t i = 0; i < List.size(); ++i) {
+    const host::Code_Advice& Advice = host::All_Codes()[i];
+    EXPECT_EQ(List[i]["code"], Advice.Code);
+    EXPECT_EQ(List[i]["usable"], host::Is_Usable(Advice.Code));
+    EXPECT_EQ(List[i]["meaning"], Advice.Meaning);
+    EXPECT_EQ(List[i]["on_stage"], Advice.On_Stage);
+    EXPECT_EQ(List[i]["causes"], Advice.Causes);
+    EXPECT_EQ(List[i]["next_step"], Advice.Next_Step);
+  }
+  EXPECT_EQ(nlohmann::json::parse(Rigsync({"codes", "99", "--json"}).Output), List[17]);
+}
+
+TEST(Codes, WhatIsNoCodeIsAUsageErrorThatNamesThoseThereAre) {
+  for (const char* Wrong : {"17", "-1", "014", "fourteen", "14.0", ""}) {
+    SCOPED_TRACE(Wrong);
+    const Finished Refused = Rigsync({"codes", Wrong});
+    EXPECT_EQ(Refused.Status, 2);
+    EXPECT_EQ(Refused.Output, "");
+    EXPECT_THAT(Refused.Said, AllOf(HasSubstr("CODE: '" + std::string(Wrong) + "' is wrong"),
+                                    HasSubstr("0, 1, 2"), HasSubstr("16, 99 or 100")));
   }
 }
 
