@@ -180,11 +180,17 @@ std::array<int, 2> Parse_Pixels(const std::string& Flag, const std::string& Text
 }
 
 std::array<double, 2> Parse_Sensor(const std::string& Flag, const std::string& Text) {
-  const auto Sides = Read_List<2, double>(Text, 'x', Read_Millimetres);
-  if (!Sides || !((*Sides)[0] > 0.0) || !((*Sides)[1] > 0.0)) {
+  const auto Sides = Read_Sides_Mm(Text);
+  if (!Sides) {
     Refuse(Flag, Text, "WIDTHxHEIGHT of the sensor in millimetres, for example 23.76x13.365");
   }
   return *Sides;
+}
+
+std::optional<std::array<double, 2>> Read_Sides_Mm(const std::string& Text) {
+  const auto Sides = Read_List<2, double>(Text, 'x', Read_Millimetres);
+  if (!Sides || !((*Sides)[0] > 0.0) || !((*Sides)[1] > 0.0)) return std::nullopt;
+  return Sides;
 }
 
 }  // namespace host

@@ -8,6 +8,7 @@
 #define RIGSYNC_HOST_ARGUMENTS_H
 
 #include <array>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -57,6 +58,9 @@ std::array<int, 2> Parse_Pixels(const std::string& Flag, const std::string& Text
 
 // 23.76x13.365, millimetres (that is what sensor sizes are given in), both above 0.
 std::array<double, 2> Parse_Sensor(const std::string& Flag, const std::string& Text);
+
+// Two lengths in millimetres with an x between them, both above 0; none for anything else.
+std::optional<std::array<double, 2>> Read_Sides_Mm(const std::string& Text);
 
 }  // namespace host
 

@@ -22,6 +22,7 @@ void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen);
 void Add_Compare_Command(CLI::App& Program, Chosen_Command& Chosen);
 void Add_Export_Command(CLI::App& Program, Chosen_Command& Chosen);
 void Add_Codes_Command(CLI::App& Program, Chosen_Command& Chosen);
+void Add_Board_Command(CLI::App& Program, Chosen_Command& Chosen);
 
 // Text on standard output, at once. A reader who is gone (as head is when it has seen enough) is no
 // error; any other is left for the end of the program to tell.

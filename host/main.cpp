@@ -60,6 +60,7 @@ int Run(CLI::App& Program, int Argument_Count, char** Arguments) {
   host::Add_Compare_Command(Program, Chosen);
   host::Add_Export_Command(Program, Chosen);
   host::Add_Codes_Command(Program, Chosen);
+  host::Add_Board_Command(Program, Chosen);
   try {
     Require_Command(Program, Argument_Count, Arguments);
     Program.parse(Argument_Count, Arguments);
