@@ -168,7 +168,11 @@ void Add_Board_Command(CLI::App& Program, Chosen_Command& Chosen) {
   Command->add_option("--square", Given->Square, "edge of one square: 0.03 (metres), 30mm, 3cm")
       ->required()
       ->type_name("LENGTH");
-  Command->add_option("--paper", Given->Paper, Names_Of_Papers())->required()->type_name("PAPER");
+  std::vector<std::string> Papers;
+  for (const Paper& Known : Named_Papers()) Papers.push_back(Known.Name);
+  Offer(Command->add_option("--paper", Given->Paper, Names_Of_Papers()), Papers)
+      ->required()
+      ->type_name("PAPER");
   Command->add_option("-o,--output", Given->Output, "file to write, .svg or .pdf")
       ->required()
       ->type_name("FILE");

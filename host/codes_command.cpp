@@ -125,7 +125,10 @@ void Add_Codes_Command(CLI::App& Program, Chosen_Command& Chosen) {
   CLI::App* Command =
       Program.add_subcommand("codes", "Tell what a result code means, and what to do about it.");
   const auto Given = std::make_shared<Typed>();
-  Command->add_option("CODE", Given->Code, "the code to tell of (default: a list of all)");
+  std::vector<std::string> Codes;
+  for (const Code_Advice& Advice : All_Codes()) Codes.push_back(std::to_string(Advice.Code));
+  Offer(Command->add_option("CODE", Given->Code, "the code to tell of (default: a list of all)"),
+        Codes);
   Command->add_flag("--json", Given->Json, "print JSON");
   Command->group("Commands");
   Command->footer(Footer);

@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -27,6 +28,12 @@ void Add_Board_Command(CLI::App& Program, Chosen_Command& Chosen);
 // Text on standard output, at once. A reader who is gone (as head is when it has seen enough) is no
 // error; any other is left for the end of the program to tell.
 void Print(const std::string& Text);
+
+// Notes on an option which words its value can be, for completion in a shell. Nothing is checked.
+CLI::Option* Offer(CLI::Option* Option, const std::vector<std::string>& Words);
+
+// What Offer noted, or nothing.
+std::vector<std::string> Offered_Words(CLI::Option& Option);
 
 // A warning on standard error, folded.
 void Warn(const std::string& Text);

@@ -223,7 +223,9 @@ void Add_Export_Command(CLI::App& Program, Chosen_Command& Chosen) {
       Program.add_subcommand("export", "Print a result as a render engine's fields take it.");
   const auto Given = std::make_shared<Typed>();
   Command->add_option("RESULT", Given->Result, "result.json of 'rigsync calibrate'")->required();
-  Command->add_option("--to", Given->Engine, "ue4, ue5, ue5-xn or aximmetry")
+  std::vector<std::string> Names;
+  for (const Engine& Known : Engines()) Names.push_back(Known.Name);
+  Offer(Command->add_option("--to", Given->Engine, "ue4, ue5, ue5-xn or aximmetry"), Names)
       ->required()
       ->type_name("ENGINE");
   Command->add_option("--out", Given->Out, "folder for the run log (default: RESULT's folder)")

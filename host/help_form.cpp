@@ -22,15 +22,24 @@ std::string Two_Columns(const std::string& Name, const std::string& Text, std::s
 
 }  // namespace
 
-std::string Help_Form::make_option(const CLI::Option* Option, bool Is_Positional) const {
+std::string Help_Form::Left_Text(const CLI::Option* Option, bool Is_Positional) const {
   std::string Name = make_option_name(Option, Is_Positional);
   if (!Is_Positional && Option->get_type_size() != 0 && !Option->get_type_name().empty()) {
     Name += " " + Option->get_type_name();
   }
+  return Name;
+}
+
+std::string Help_Form::Right_Text(const CLI::Option* Option, bool Is_Positional) const {
   std::string Text = Option->get_description();
   if (!Is_Positional && Option->get_required()) Text += " (required)";
   if (!Option->get_default_str().empty()) Text += fmt::format(" [{}]", Option->get_default_str());
-  return Two_Columns(Name, Text, Flag_Text_Column);
+  return Text;
+}
+
+std::string Help_Form::make_option(const CLI::Option* Option, bool Is_Positional) const {
+  return Two_Columns(Left_Text(Option, Is_Positional), Right_Text(Option, Is_Positional),
+                     Flag_Text_Column);
 }
 
 std::string Help_Form::make_group(std::string Group, bool /*Is_Positional*/,

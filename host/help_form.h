@@ -14,6 +14,11 @@ namespace host {
 
 class Help_Form : public CLI::Formatter {
  public:
+  // One option's two columns: its names with the type of its value, and what it is for, whether it
+  // is required and its default.
+  std::string Left_Text(const CLI::Option* Option, bool Is_Positional) const;
+  std::string Right_Text(const CLI::Option* Option, bool Is_Positional) const;
+
   std::string make_option(const CLI::Option* Option, bool Is_Positional) const override;
   std::string make_subcommand(const CLI::App* Command) const override;
   std::string make_group(std::string Group, bool Is_Positional,

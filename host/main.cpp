@@ -3,9 +3,8 @@
 // The program's entry: reads the command line, runs the chosen command, and turns whatever goes
 // wrong into a sentence and an exit status.
 #include "host/arguments.h"
-#include "host/command.h"
 #include "host/exit_status.h"
-#include "host/help_form.h"
+#include "host/program.h"
 #include "host/text.h"
 
 #include <fcntl.h>
@@ -52,15 +51,10 @@ void Require_Command(const CLI::App& Program, int Argument_Count, char** Argumen
   if (Arguments[1][0] != '-') host::Refuse("command", Arguments[1], "one of " + Expected);
 }
 
-int Run(CLI::App& Program, int Argument_Count, char** Arguments) {
+int Run(int Argument_Count, char** Arguments) {
   host::Chosen_Command Chosen;
-  host::Add_Simulate_Command(Program, Chosen);
-  host::Add_Inspect_Command(Program, Chosen);
-  host::Add_Calibrate_Command(Program, Chosen);
-  host::Add_Compare_Command(Program, Chosen);
-  host::Add_Export_Command(Program, Chosen);
-  host::Add_Codes_Command(Program, Chosen);
-  host::Add_Board_Command(Program, Chosen);
+  const std::unique_ptr<CLI::App> Made = host::Make_Program(Chosen);
+  CLI::App& Program = *Made;
   try {
     Require_Command(Program, Argument_Count, Arguments);
     Program.parse(Argument_Count, Arguments);
@@ -90,21 +84,7 @@ int main(int Argument_Count, char** Arguments) {
   // A reader who has seen enough (as head has) is no reason to end before the work is done.
   signal(SIGPIPE, SIG_IGN);
   try {
-    CLI::App Program("rigsync measures where a tracker sits on a film camera.");
-    Program.name("rigsync");
-    Program.formatter(std::make_shared<host::Help_Form>());
-    Program.set_help_flag("-h,--help", "print this help");
-    Program.set_version_flag("--version", "rigsync " RIGSYNC_VERSION, "print the version");
-    Program.require_subcommand(1);
-    Program.footer(
-        "'rigsync COMMAND --help' tells more, with an example for each.\n\n"
-        "Try it without a stage:\n"
-        "  rigsync simulate capture\n"
-        "  rigsync inspect capture/capture.csv --config capture/stage.json\n"
-        "  rigsync calibrate capture/capture.csv --config capture/stage.json --out result\n"
-        "  rigsync compare result/result.json capture/truth.json\n"
-        "  rigsync export result/result.json --to ue5");
-    return Finish_Output(Run(Program, Argument_Count, Arguments));
+    return Finish_Output(Run(Argument_Count, Arguments));
   } catch (const std::exception& Error) {
     host::Complain(host::One_Line(Error.what()));
   } catch (...) {

@@ -51,6 +51,11 @@ const Named<simulate::Spread>& Spreads() {
   return Names;
 }
 
+const Named<std::string>& Image_Formats() {
+  static const Named<std::string> Names = {{"png", "png"}, {"jpg", "jpg"}};
+  return Names;
+}
+
 const Named<simulate::Path_Form>& Path_Forms() {
   static const Named<simulate::Path_Form> Names = {{"absolute", simulate::Path_Form::Absolute},
                                                    {"relative", simulate::Path_Form::Relative},
@@ -67,6 +72,13 @@ Value Parse_Name(const std::string& Flag, const std::string& Text, const Named<V
     Expected += (Expected.empty() ? "" : ", ") + Name;
   }
   Refuse(Flag, Text, "one of " + Expected);
+}
+
+template <typename Value>
+std::vector<std::string> All_Names(const Named<Value>& Names) {
+  std::vector<std::string> All;
+  for (const auto& Entry : Names) All.push_back(Entry.first);
+  return All;
 }
 
 template <typename Value>
@@ -98,10 +110,10 @@ class Flags {
   void Group(const char* Name) { Current_Group = Name; }
 
   template <typename Read>
-  void Add(const std::string& Flag, const char* Type, const std::string& Default, const char* Help,
-           Read Into) {
+  CLI::Option* Add(const std::string& Flag, const char* Type, const std::string& Default,
+                   const char* Help, Read Into) {
     const std::shared_ptr<Typed> Target = Given;
-    Command
+    return Command
         ->add_option_function<std::string>(
             Flag,
             [Flag, Target, Into](const std::string& Text) { Into(Target->Options, Flag, Text); },
@@ -182,20 +194,21 @@ void Add_Photograph_Flags(Flags& Flag, const simulate::Options& Default) {
            [](Options& Into, const std::string& Name, const std::string& Text) {
              Into.Square_Size = Parse_Square(Name, Text);
            });
-  Flag.Add("--spread", "NAME", Name_Of(Default.Pose_Spread, Spreads()),
-           "how the operator moves: good, frontal, centred, one-axis, same-pose",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             Into.Pose_Spread = Parse_Name(Name, Text, Spreads());
-           });
+  Offer(Flag.Add("--spread", "NAME", Name_Of(Default.Pose_Spread, Spreads()),
+                 "how the operator moves: good, frontal, centred, one-axis, same-pose",
+                 [](Options& Into, const std::string& Name, const std::string& Text) {
+                   Into.Pose_Spread = Parse_Name(Name, Text, Spreads());
+                 }),
+        All_Names(Spreads()));
   Flag.Number("--blur", &Options::Blur_Pixels, "blur of the optics, pixels");
   Flag.Number("--sensor-noise", &Options::Sensor_Noise, "grey levels of 255");
   Flag.Number("--lighting", &Options::Lighting_Gradient,
               "brightness lost from the lit corner to the far one, 0 to 1");
-  Flag.Add("--format", "NAME", Default.Image_Format, "png or jpg",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             Into.Image_Format =
-                 Parse_Name(Name, Text, Named<std::string>{{"png", "png"}, {"jpg", "jpg"}});
-           });
+  Offer(Flag.Add("--format", "NAME", Default.Image_Format, "png or jpg",
+                 [](Options& Into, const std::string& Name, const std::string& Text) {
+                   Into.Image_Format = Parse_Name(Name, Text, Image_Formats());
+                 }),
+        All_Names(Image_Formats()));
   Flag.Add("--jpeg-quality", "N", fmt::format("{}", Default.Jpeg_Quality), "1 to 100",
            [](Options& Into, const std::string& Name, const std::string& Text) {
              Into.Jpeg_Quality = static_cast<int>(Parse_Whole(Name, Text, 1, 100));
@@ -261,11 +274,12 @@ void Add_Trouble_Flags(Flags& Flag) {
 void Add_File_Flags(Flags& Flag, const simulate::Options& Default) {
   using simulate::Options;
   Flag.Group("Files");
-  Flag.Add("--paths", "FORM", Name_Of(Default.Paths, Path_Forms()),
-           "image paths in the CSV: absolute, relative, name, backslash",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             Into.Paths = Parse_Name(Name, Text, Path_Forms());
-           });
+  Offer(Flag.Add("--paths", "FORM", Name_Of(Default.Paths, Path_Forms()),
+                 "image paths in the CSV: absolute, relative, name, backslash",
+                 [](Options& Into, const std::string& Name, const std::string& Text) {
+                   Into.Paths = Parse_Name(Name, Text, Path_Forms());
+                 }),
+        All_Names(Path_Forms()));
   Flag.Add("--seed", "N", fmt::format("{}", Default.Seed), "of all that is random",
            [](Options& Into, const std::string& Name, const std::string& Text) {
              constexpr long Most = std::numeric_limits<unsigned>::max();

@@ -35,6 +35,12 @@ function(Expect_Engines Host)
   endforeach()
 endfunction()
 Expect_Engines(${SCRATCH}/build/minimal_host)
+# What goes with the command for people.
+foreach(File share/man/man1/rigsync.1 share/bash-completion/completions/rigsync)
+  if(NOT EXISTS ${Prefix}/${File})
+    message(FATAL_ERROR "${File} isn't installed")
+  endif()
+endforeach()
 
 # The pkg-config file names the folders of this prefix.
 file(GLOB_RECURSE Pc ${Prefix}/*/rigsync_core.pc)
