@@ -94,7 +94,8 @@ std::string Way_Out(const Board_Size& Board, double Square, const Paper& On) {
 
 [[noreturn]] void Refuse_Size(const Board_Size& Board, double Square, const Paper& On) {
   throw Usage_Error(fmt::format(
-      "the board doesn't fit: {}x{} corners with squares of {:g} mm measure {:g} x {:g} mm; {} has "
+      "--square, --paper: the board doesn't fit: {}x{} corners with squares of {:g} mm measure "
+      "{:g} x {:g} mm; {} has "
       "{:g} x {:g} mm, of which a white margin of {:g} mm around the board and {:g} mm for the "
       "ruler are needed. {}",
       Board.Cols, Board.Rows, Square, (Board.Cols + 1) * Square, (Board.Rows + 1) * Square, On.Name,

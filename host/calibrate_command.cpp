@@ -192,7 +192,7 @@ void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen) {
   };
   Add_Value("board", "COLSxROWS",
             "inner corners of the board, where four squares meet: 11x8 is a board of 12 by 9 "
-            "squares");
+            "squares (picture: rigsync board --help)");
   Add_Value("square", "LENGTH", "edge of one square: 0.03 (metres), 30mm, 3cm");
   Add_Value("board-euler", "A,B,C",
             "the board's rotation as seen from its tracker, degrees: Rx(A) Ry(B) Rz(C)");

@@ -184,7 +184,7 @@ void Add_Photograph_Flags(Flags& Flag, const simulate::Options& Default) {
              Into.Height = Sides[1];
            });
   Flag.Add("--board", "COLSxROWS", fmt::format("{}x{}", Default.Board_Cols, Default.Board_Rows),
-           "inner corners of the board, where four squares meet",
+           "inner corners of the board, where four squares meet (picture: rigsync board --help)",
            [](Options& Into, const std::string& Name, const std::string& Text) {
              const Board_Size Board = Parse_Board(Name, Text);
              Into.Board_Cols = Board.Cols;
