@@ -36,7 +36,8 @@ One line per image: its path, and the poses of both trackers.
 
 constexpr const char* See_Also = R"(.SH SEE ALSO
 The pages that come with the source: \fIdocs/codes.md\fR, \fIdocs/conventions.md\fR,
-\fIdocs/engines.md\fR, \fIdocs/result\-file.md\fR and \fIdocs/run\-log.md\fR.
+\fIdocs/engines.md\fR, \fIdocs/result\-file.md\fR, \fIdocs/run\-log.md\fR and
+\fIdocs/stage\-file.md\fR.
 )";
 
 // Text that shows as it stands: nothing in it is a request, and what a typesetter would beautify

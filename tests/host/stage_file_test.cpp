@@ -96,6 +96,24 @@ TEST(StageFile, WhatCannotBeReadIsToldWithFileLineAndReason) {
   }
 }
 
+// The page's code block of that language.
+std::string Block_Of_The_Page(const std::string& Language) {
+  const std::string Page = Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/stage-file.md");
+  const std::string Opening = "```" + Language + "\n";
+  const std::size_t Start = Page.find(Opening) + Opening.size();
+  return Page.substr(Start, Page.find("```", Start) - Start);
+}
+
+TEST(StageFile, BothExamplesOfThePageAreTakenAndSayTheSame) {
+  const Scratch_Folder Scratch;
+  const std::vector<std::string> Keys = {"board", "square", "board-euler", "board-offset",
+                                         "sensor"};
+  const host::Stage Toml =
+      host::Read_Stage(Scratch.Write("a.toml", Block_Of_The_Page("toml")), Keys);
+  EXPECT_EQ(Toml, host::Read_Stage(Scratch.Write("a.json", Block_Of_The_Page("json")), Keys));
+  EXPECT_EQ(Toml.size(), Keys.size());
+}
+
 TEST(StageFile, AFolderAndAMissingFileAreRefused) {
   const Scratch_Folder Scratch;
   EXPECT_THAT(Refusal(Scratch.String()), HasSubstr("can't be read"));
