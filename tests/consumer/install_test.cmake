@@ -35,6 +35,7 @@ function(Expect_Engines Host)
   endforeach()
 endfunction()
 Expect_Engines(${SCRATCH}/build/minimal_host)
+
 # What goes with the command for people.
 foreach(File share/man/man1/rigsync.1 share/bash-completion/completions/rigsync)
   if(NOT EXISTS ${Prefix}/${File})
