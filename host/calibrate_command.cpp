@@ -50,23 +50,6 @@ struct Typed {
   bool Verbose = false, Quiet = false;
 };
 
-const std::vector<std::string>& Stage_Keys() {
-  static const std::vector<std::string> Keys = {"board", "square", "board-euler", "board-offset",
-                                                "sensor"};
-  return Keys;
-}
-
-const std::string& Required_Value(const Stage& Values, const std::string& Key) {
-  const auto Found = Values.find(Key);
-  if (Found == Values.end()) {
-    throw Usage_Error(
-        fmt::format("--{} is missing; expected on the command line or as '{}' in the "
-                    "file of --config",
-                    Key, Key));
-  }
-  return Found->second;
-}
-
 Calibration_Inputs Read_Inputs(const Typed& Given) {
   Stage Values = Given.Values;
   if (!Given.Config.empty()) Values.merge(Read_Stage(Given.Config, Stage_Keys()));

@@ -29,6 +29,8 @@ Exit status: 0 clean (notes at most), 1 warnings, 2 unusable, or wrong usage,
 Example:
   rigsync inspect capture/capture.csv --board 11x8 --square 30mm)";
 
+constexpr const char* Without_Images = " (or --no-images, which looks for no board)";
+
 // What was typed, before anything is read from it.
 struct Typed {
   std::string Csv, Image_Root, Config;
@@ -36,33 +38,16 @@ struct Typed {
   bool Json = false, No_Images = false;
 };
 
-// One file serves the whole stage, so it may hold what only a calibration reads.
-const std::vector<std::string>& Stage_Keys() {
-  static const std::vector<std::string> Keys = {"board", "square", "board-euler", "board-offset",
-                                                "sensor"};
-  return Keys;
-}
-
-const std::string& Required_Value(const Stage& Values, const std::string& Key) {
-  const auto Found = Values.find(Key);
-  if (Found == Values.end()) {
-    throw Usage_Error(
-        fmt::format("--{} is missing; expected on the command line or as '{}' in the "
-                    "file of --config (or --no-images, which looks for no board)",
-                    Key, Key));
-  }
-  return Found->second;
-}
-
 Inspection_Inputs Read_Inputs(const Typed& Given) {
   Stage Values = Given.Values;
+  // One file serves the whole stage, so it may hold what only a calibration reads.
   if (!Given.Config.empty()) Values.merge(Read_Stage(Given.Config, Stage_Keys()));
   Inspection_Inputs Inputs;
   Inputs.Csv = Given.Csv;
   Inputs.Look_For_Boards = !Given.No_Images;
   if (Inputs.Look_For_Boards) {
-    Inputs.Board = Parse_Board("--board", Required_Value(Values, "board"));
-    Inputs.Square_Size = Parse_Square("--square", Required_Value(Values, "square"));
+    Inputs.Board = Parse_Board("--board", Required_Value(Values, "board", Without_Images));
+    Inputs.Square_Size = Parse_Square("--square", Required_Value(Values, "square", Without_Images));
   }
   if (Given.Image_Root.empty()) {
     Inputs.Image_Root = fs::absolute(Inputs.Csv).parent_path();
@@ -108,9 +93,9 @@ void Add_Inspect_Command(CLI::App& Program, Chosen_Command& Chosen) {
   };
   Add_Value("board", "COLSxROWS",
             "inner corners of the board, where four squares meet: 11x8 is a board of 12 by 9 "
-            "squares");
+            "squares (picture: rigsync board --help)");
   Add_Value("square", "LENGTH", "edge of one square: 0.03 (metres), 30mm, 3cm");
-  Command->add_option("--config", Given->Config, "stage file with the values above")
+  Command->add_option("--config", Given->Config, "TOML or JSON file with the values above")
       ->type_name("FILE");
   Command
       ->add_option("--image-root", Given->Image_Root,

@@ -20,11 +20,31 @@ std::string Heading(const std::string& Text, bool Colour) {
   return "\n" + Painted(Style::Strong, Text, Colour) + "\n";
 }
 
-std::string Verdict_Text(int Code, bool Colour) {
+// The codes whose cause may stand in the capture's lines.
+bool May_Lie_In_The_Capture(int Code) {
+  return Code == 4 || Code == 5 || Code == 6 || Code == 13 || Code == 14 || Code == 99;
+}
+
+std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
+  return Folded("The capture, line by line:", 2) +
+         fmt::format("    rigsync inspect {} --board {}x{} --square {}\n", Inputs.Csv.string(),
+                     Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size);
+}
+
+// What the code means and what to do. A good run needs no more; for others also what they mean on
+// the stage and where they come from.
+std::string Verdict_Text(const Calibration_Result& Result, bool Colour) {
+  const int Code = *Result.Code;
   const Code_Advice Advice = Advice_For(Code);
   const Style Tone = Code == 0 ? Style::Good : Is_Usable(Code) ? Style::Warning : Style::Bad;
   const std::string Sentence = Folded(fmt::format("Code {}. {}", Code, Advice.Meaning), 0);
-  return Painted_Lines(Tone, Sentence, Colour) + Folded(Advice.Next_Step, 2);
+  std::string Text = Painted_Lines(Tone, Sentence, Colour);
+  if (Code == 0) return Text + Folded(Advice.Next_Step, 2);
+  Text += Folded(Advice.On_Stage, 2);
+  Text += Heading("Likely causes, the most likely first", Colour);
+  for (const std::string& Cause : Advice.Causes) Text += "  - " + Folded(Cause, 4).substr(4);
+  Text += Heading("Next step", Colour) + Folded(Advice.Next_Step, 2);
+  return May_Lie_In_The_Capture(Code) ? Text + Inspect_Hint(Result.Inputs) : Text;
 }
 
 std::string Fit_Text(const Run_Report& Report, bool Colour) {
@@ -136,7 +156,7 @@ std::string Files_Text(const Calibration_Result& Result,
 std::string Result_Text(const Calibration_Result& Result,
                         const std::vector<std::filesystem::path>& Reprojections,
                         const std::filesystem::path& Latest, bool Colour) {
-  return Verdict_Text(*Result.Code, Colour) + Fit_Text(Result.Report, Colour) +
+  return Verdict_Text(Result, Colour) + Fit_Text(Result.Report, Colour) +
          Images_Text(Result, Colour) + Lens_Text(Result, Colour) +
          Mount_Text(Result.Transform_Cam_Tc, Colour) +
          Files_Text(Result, Reprojections, Latest, Colour);

@@ -3,6 +3,7 @@
 
 #include "host/arguments.h"
 #include "host/text.h"
+#include "host/whole_file.h"
 
 #include <fmt/format.h>
 
@@ -124,11 +125,26 @@ Stage Read_Stage(const std::filesystem::path& File, const std::vector<std::strin
   return Values;
 }
 
+const std::vector<std::string>& Stage_Keys() {
+  static const std::vector<std::string> Keys = {"board", "square", "board-euler", "board-offset",
+                                                "sensor"};
+  return Keys;
+}
+
+const std::string& Required_Value(const Stage& Values, const std::string& Key,
+                                  const std::string& Otherwise) {
+  const auto Found = Values.find(Key);
+  if (Found == Values.end()) {
+    throw Usage_Error(
+        fmt::format("--{} is missing; expected on the command line or as '{}' in the file of "
+                    "--config{}",
+                    Key, Key, Otherwise));
+  }
+  return Found->second;
+}
+
 void Write_Stage(const std::filesystem::path& File, const Stage& Values) {
-  std::ofstream Stream(File, std::ios::trunc);
-  Stream << Json(Values).dump(2) << "\n";
-  Stream.close();
-  if (!Stream) throw std::runtime_error(fmt::format("{} can't be written", File.string()));
+  Write_Whole(File, Json(Values).dump(2) + "\n");
 }
 
 std::string Comma_List(const std::vector<double>& Values) {

@@ -103,7 +103,8 @@ TEST(CalibrateRun, WritesOneLineAnewOnATerminalAndTakesItOffAtTheEnd) {
   EXPECT_EQ(Result.Status, 0);
   EXPECT_THAT(Result.Shown, HasSubstr("\rFinding boards: "));
   EXPECT_TRUE(std::regex_search(
-      Result.Shown, std::regex("\rFinding boards: [1-9][0-9]* of 42 images, [0-9]+ found, a(bout )?")))
+      Result.Shown,
+      std::regex("\rFinding boards: [1-9][0-9]* of 42 images, [0-9]+ found, a(bout )?")))
       << Result.Shown;
   // What stands on the terminal in the end: the result, and no rest of the line.
   EXPECT_THAT(Result.Lines().front(), StartsWith("Code 0."));

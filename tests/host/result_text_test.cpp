@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/result_text.h"
 
+#include "host/codes.h"
+#include "host/text.h"
+
 #include <gmock/gmock.h>
 
 #include <sstream>
@@ -90,6 +93,30 @@ TEST(ResultText, LeavesOutWhatTheRunDidntGetTo) {
   EXPECT_THAT(Text, HasSubstr("Code 1. The CSV file can't be opened."));
   for (const char* Part : {"Fit", "Images", "Lens", "Transform", "run log", "reprojection"}) {
     EXPECT_THAT(Text, Not(HasSubstr(Part)));
+  }
+}
+
+TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
+  Calibration_Result Result;
+  Result.Code = 13;
+  Result.Inputs.Csv = "/in/capture.csv";
+  Result.Inputs.Board = {11, 8};
+  Result.Inputs.Square_Size = 0.03;
+  const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  const host::Code_Advice Advice = host::Advice_For(13);
+  ASSERT_GE(Advice.Causes.size(), 2u);
+  std::size_t At = 0;
+  // In this order, and each sentence whole.
+  std::vector<std::string> Parts = {"Code 13. " + Advice.Meaning, Advice.On_Stage,
+                                    "Likely causes, the most likely first"};
+  for (const std::string& Cause : Advice.Causes) Parts.push_back("- " + Cause);
+  Parts.insert(Parts.end(), {"Next step", Advice.Next_Step, "The capture, line by line:",
+                             "rigsync inspect /in/capture.csv --board 11x8 --square 0.03"});
+  const std::string One_Line = host::One_Line(Text);
+  for (const std::string& Part : Parts) {
+    const std::size_t Found = One_Line.find(Part, At);
+    ASSERT_NE(Found, std::string::npos) << Part;
+    At = Found + Part.size();
   }
 }
 
