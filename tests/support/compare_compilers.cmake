@@ -1,12 +1,16 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Builds a program that prints bits with COMPILER at -O0 and at -O3, and compares what it writes to
+# Builds a program that prints bits with COMPILER at each of LEVELS, and compares what it writes to
 # the file it is given with what PROGRAM, the one of this build, writes.
 #
 #   COMPILER    name of the compiler; where it isn't installed the test is skipped
+#   LEVELS      of optimisation; O0 and O3 when left out
 #   PROGRAM     the program as this build made it
+#   ARGUMENTS   what it is given before the file's name; may be left out
 #   SOURCES     what it is made of, relative to SOURCE_DIR. All go through one translation unit:
 #               library headers are most of the work, and this reads them once
+#   APART       sources that use a name of the others for something else, and so go through a unit
+#               of their own; may be left out
 #   SOURCE_DIR  the project
 #   INCLUDES    folders of library headers
 #   LIBRARIES   libraries to link, by path; may be left out
@@ -20,6 +24,9 @@ if(NOT FOUND)
   return()
 endif()
 
+if(NOT LEVELS)
+  set(LEVELS O0 O3)
+endif()
 set(All "")
 foreach(Source ${SOURCES})
   string(APPEND All "#include \"${Source}\"\n")
@@ -27,6 +34,7 @@ endforeach()
 file(MAKE_DIRECTORY ${WORK_DIR})
 file(WRITE ${WORK_DIR}/all.cpp "${All}")
 list(TRANSFORM INCLUDES PREPEND "-isystem")
+list(TRANSFORM APART PREPEND "${SOURCE_DIR}/")
 
 function(check Result What)
   if(NOT Result EQUAL 0)
@@ -34,16 +42,16 @@ function(check Result What)
   endif()
 endfunction()
 
-execute_process(COMMAND ${PROGRAM} ${WORK_DIR}/this_build.txt RESULT_VARIABLE Result)
+execute_process(COMMAND ${PROGRAM} ${ARGUMENTS} ${WORK_DIR}/this_build.txt RESULT_VARIABLE Result)
 check("${Result}" "the program of this build")
-foreach(Level O0 O3)
+foreach(Level ${LEVELS})
   execute_process(COMMAND ${FOUND} -std=c++17 -${Level} -ffp-contract=off -ffunction-sections
                           -I${SOURCE_DIR} -I${SOURCE_DIR}/include ${INCLUDES}
-                          ${WORK_DIR}/all.cpp -Wl,--gc-sections ${LIBRARIES}
+                          ${WORK_DIR}/all.cpp ${APART} -Wl,--gc-sections ${LIBRARIES}
                           -o ${WORK_DIR}/bits_${Level}
                   RESULT_VARIABLE Result)
   check("${Result}" "compiling at -${Level}")
-  execute_process(COMMAND ${WORK_DIR}/bits_${Level} ${WORK_DIR}/${Level}.txt
+  execute_process(COMMAND ${WORK_DIR}/bits_${Level} ${ARGUMENTS} ${WORK_DIR}/${Level}.txt
                   RESULT_VARIABLE Result)
   check("${Result}" "running what -${Level} built")
   execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${WORK_DIR}/this_build.txt
@@ -55,4 +63,5 @@ file(SIZE ${WORK_DIR}/this_build.txt Bytes)
 if(Bytes LESS LEAST_BYTES)
   message(FATAL_ERROR "${PROGRAM} wrote ${Bytes} bytes, too little to compare")
 endif()
-message("${COMPILER} at -O0 and -O3 and this build write the same ${Bytes} bytes")
+list(JOIN LEVELS ", -" Levels)
+message("${COMPILER} at -${Levels} and this build write the same ${Bytes} bytes")
