@@ -228,7 +228,11 @@ Calibration_Result Read_Result(const std::filesystem::path& File) {
   }
   Calibration_Result Result;
   const Json Code = Root.value("code", Json());
-  if (Code.is_number_integer()) Result.Code = Code.get<int>();
+  if (Code.is_number_integer()) {
+    Result.Code = Code.get<int>();
+    // A longer number would be cut to another code, to 0 for one.
+    if (Code != *Result.Code) Refuse_File(File, fmt::format("'code' is {}", Code.dump()));
+  }
   const Json Message = Root.value("message", Json());
   if (Message.is_string()) Result.Message = One_Line(Message.get<std::string>());
   const Json Lens = Root.value("lens", Json());

@@ -123,16 +123,20 @@ void Take_Step(Run_Report& Report, std::string_view Message) {
   if (Behind(Message, "Norm Reprojection error : ")) Report.Step = Run_Step::Ended;
 }
 
-// Lines about the image that was begun last.
-void Take_Search_Line(Run_Report& Report, std::string_view Message) {
+// Lines about the image that was begun last. Returns whether this was one: it may begin with the
+// image's path, which may begin like any other message.
+bool Take_Search_Line(Run_Report& Report, std::string_view Message) {
   if (const auto Name = Behind(Message, "Process : ")) {
     Report.Images.push_back({std::string(*Name), Image_Fate::Kept, std::nullopt, std::nullopt});
-    return;
+    return true;
   }
-  if (Report.Images.empty()) return;
+  if (Report.Images.empty()) return false;
   Image_Report& Image = Report.Images.back();
-  if (Message == Image.Name + " Not exist!") Image.Fate = Image_Fate::Unreadable;
-  if (Message == "Read " + Image.Name + " Failed!") Image.Fate = Image_Fate::No_Board;
+  const bool Unreadable = Message == Image.Name + " Not exist!";
+  if (Unreadable) Image.Fate = Image_Fate::Unreadable;
+  const bool No_Board = Message == "Read " + Image.Name + " Failed!";
+  if (No_Board) Image.Fate = Image_Fate::No_Board;
+  return Unreadable || No_Board;
 }
 
 void Take_Filter_Line(Run_Report& Report, std::string_view Message) {
@@ -187,9 +191,9 @@ void Run_Log_Reader::Take_Line(std::string_view Line) {
     return;
   }
   Within_Corners = Message == "RAW DATA START";
+  if (Take_Search_Line(So_Far, Message)) return;
   if (const auto Version = Behind(Message, "Version : ")) So_Far.Version = *Version;
   Take_Step(So_Far, Message);
-  Take_Search_Line(So_Far, Message);
   Take_Filter_Line(So_Far, Message);
   Take_Quality_Line(So_Far, Message);
 }

@@ -132,6 +132,9 @@ TEST(ResultFile, WhatIsNoResultIsRefusedByName) {
       {"{\"format\":\"rigsync-result\"}", "another version"},
       {"{\"format\":\"rigsync-result\",\"format_version\":2}", "another version"},
       {"{\"format\":\"rigsync-result\",\"format_version\":1}", "'lens' is missing"},
+      // 2 to the 32nd, of which an int would keep 0.
+      {"{\"format\":\"rigsync-result\",\"format_version\":1,\"code\":4294967296}",
+       "'code' is 4294967296"},
       {"{\"format\":\"rigsync-result\",\"format_version\":1,\"lens\":{}}",
        "'image_size' is missing"},
       {"{\"format\":\"rigsync-result\",\"format_version\":1,\"lens\":{\"image_size\":[1]}}",

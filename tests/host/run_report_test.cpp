@@ -193,6 +193,20 @@ TEST(RunReport, TakesNoImagePathForAMessage) {
   EXPECT_EQ(Report.First_Reprojection_Px, std::nullopt);
 }
 
+// What is logged of a dropped image may begin with its path, and so like any other message.
+TEST(RunReport, TakesNoPathOfADroppedImageForTheVersionOrTheEnd) {
+  host::Run_Log_Reader Reader;
+  for (const char* Message :
+       {"Version : v1.2.3", "Start to Detect Corner.", "Process : Version : x",
+        "Version : x Not exist!", "Process : Norm Reprojection error : y",
+        "Norm Reprojection error : y Not exist!"}) {
+    Reader.Take_Line(std::string("t\t") + Message);
+  }
+  EXPECT_EQ(Reader.Report().Version, "v1.2.3");
+  EXPECT_EQ(Reader.Report().Step, Run_Step::Finding_Boards);
+  EXPECT_EQ(host::Count_Of(Reader.Report(), Image_Fate::Unreadable), 2u);
+}
+
 TEST(RunReport, PassesOverLinesThatWereCutShortOrSayNothing) {
   host::Run_Log_Reader Reader;
   for (const char* Line : {"",
