@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Any bytes as a result.json: refused with a sentence that names the file, or read with vectors
+// that are empty or of their documented size and hold finite numbers, which the writer writes so
+// that they are read back to the bit.
+#include "host/result_file.h"
+
+#include "tests/fuzz/fuzz_support.h"
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+// A code is the number that stands in the file. One that no int holds may not be cut to another.
+void Check_Code(const host::Calibration_Result& Read, const std::string& Text) {
+  const nlohmann::json Root = nlohmann::json::parse(Text, nullptr, /*allow_exceptions=*/false);
+  const nlohmann::json Code = Root.value("code", nlohmann::json());
+  Promise(Read.Code.has_value() == Code.is_number_integer(), "a code is read where there is one");
+  if (Read.Code) Promise(Code == *Read.Code, "the code is the one in the file");
+}
+
+void Check_Vector(const std::vector<double>& Values, std::size_t Size, const std::string& Name) {
+  Promise(Values.empty() || Values.size() == Size, Name + " is empty or whole");
+  for (const double Value : Values) Promise(std::isfinite(Value), Name + " is finite");
+}
+
+void Check_Read(const host::Calibration_Result& Read) {
+  Check_Vector(Read.Image_Size, 2, "Image_Size");
+  Check_Vector(Read.Norm_Fxy, 2, "Norm_Fxy");
+  Check_Vector(Read.Norm_Cxy, 2, "Norm_Cxy");
+  Check_Vector(Read.Distortion, 5, "Distortion");
+  Check_Vector(Read.Transform_Cam_Tc, 16, "Transform_Cam_Tc");
+  Promise(Read.Message.find('\n') == std::string::npos, "the message is one line");
+}
+
+void Check_Same(const host::Calibration_Result& Read, const host::Calibration_Result& Again) {
+  Promise(Read.Code == Again.Code, "the code is read back");
+  Promise(Read.Message == Again.Message, "the message is read back");
+  Promise(Same(Read.Image_Size, Again.Image_Size), "the image size is read back");
+  Promise(Same(Read.Norm_Fxy, Again.Norm_Fxy), "the focal lengths are read back");
+  Promise(Same(Read.Norm_Cxy, Again.Norm_Cxy), "the principal point is read back");
+  Promise(Same(Read.Distortion, Again.Distortion), "the distortion is read back");
+  Promise(Same(Read.Transform_Cam_Tc, Again.Transform_Cam_Tc), "the transform is read back");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size) {
+  static const Fuzz_Folder Folder;
+  Bytes Input(Data, Size);
+  const std::string Text = Input.Take_Rest();
+  const std::filesystem::path File = Folder.Write("given.json", Text);
+  host::Calibration_Result Read;
+  try {
+    Read = host::Read_Result(File);
+  } catch (const host::Usage_Error& Refusal) {
+    Promise(std::string(Refusal.what()).rfind(File.string() + ": ", 0) == 0,
+            "a refusal names the file");
+    return 0;
+  }
+  Check_Read(Read);
+  Check_Code(Read, Text);
+  host::Write_Result(Folder.Path(), Read);
+  Check_Same(Read, host::Read_Result(Folder.Path() / "result.json"));
+  return 0;
+}

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Any bytes as the stage file of --config, as JSON, as TOML or of no told form: refused with a
+// sentence that names flag and file, or read as texts for known flags, which the writer writes so
+// that they are read back the same. What is read goes on to the parsers of the flags, which take it
+// or refuse it with the flag's name.
+//
+// Input: a byte for the form, the rest is the file.
+#include "host/stage_file.h"
+
+#include "host/arguments.h"
+#include "tests/fuzz/fuzz_support.h"
+
+#include <functional>
+#include <map>
+
+namespace {
+
+// Every flag's parser, as 'rigsync calibrate' calls it.
+const std::map<std::string, std::function<void(const std::string&, const std::string&)>>&
+Parsers() {
+  static const std::map<std::string, std::function<void(const std::string&, const std::string&)>>
+      All = {{"board",
+              [](const std::string& Flag, const std::string& Text) {
+                const host::Board_Size Board = host::Parse_Board(Flag, Text);
+                Promise(Board.Cols >= 3 && Board.Cols <= 100, "a board has 3 to 100 columns");
+                Promise(Board.Rows >= 3 && Board.Rows <= 100, "a board has 3 to 100 rows");
+              }},
+             {"square",
+              [](const std::string& Flag, const std::string& Text) {
+                const double Edge = host::Parse_Square(Flag, Text);
+                Promise(Edge > 0.0 && Edge <= 1.0, "a square is above 0 and at most 1 m");
+              }},
+             {"board-euler",
+              [](const std::string& Flag, const std::string& Text) {
+                for (const double Angle : host::Parse_Angles(Flag, Text)) {
+                  Promise(std::isfinite(Angle), "an angle is finite");
+                }
+              }},
+             {"board-offset",
+              [](const std::string& Flag, const std::string& Text) {
+                for (const double Length : host::Parse_Offset(Flag, Text)) {
+                  Promise(std::isfinite(Length), "an offset is finite");
+                }
+              }},
+             {"sensor", [](const std::string& Flag, const std::string& Text) {
+                for (const double Side : host::Parse_Sensor(Flag, Text)) {
+                  Promise(std::isfinite(Side) && Side > 0.0, "a sensor's sides are above 0");
+                }
+              }}};
+  return All;
+}
+
+std::vector<std::string> Known_Keys() {
+  std::vector<std::string> Keys;
+  for (const auto& [Key, Parse] : Parsers()) Keys.push_back(Key);
+  return Keys;
+}
+
+void Check_Values(const host::Stage& Values) {
+  for (const auto& [Key, Text] : Values) {
+    Promise(Parsers().count(Key) == 1, "only known keys are read");
+    const std::string Flag = "--" + Key;
+    try {
+      Parsers().at(Key)(Flag, Text);
+    } catch (const host::Usage_Error& Refusal) {
+      Promise(std::string(Refusal.what()).rfind(Flag, 0) == 0, "a refusal begins with the flag");
+    }
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size) {
+  static const Fuzz_Folder Folder;
+  static const std::vector<std::string> Known = Known_Keys();
+  Bytes Input(Data, Size);
+  const char* const Names[] = {"stage.json", "stage.toml", "stage"};
+  const std::string Name = Names[Input.Take<std::uint8_t>() % 3];
+  const std::filesystem::path File = Folder.Write(Name, Input.Take_Rest());
+  host::Stage Values;
+  try {
+    Values = host::Read_Stage(File, Known);
+  } catch (const host::Usage_Error& Refusal) {
+    Promise(std::string(Refusal.what()).rfind("--config: " + File.string() + ": ", 0) == 0,
+            "a refusal names flag and file");
+    return 0;
+  }
+  Check_Values(Values);
+  const std::filesystem::path Copy = Folder.Path() / "copy.json";
+  host::Write_Stage(Copy, Values);
+  Promise(host::Read_Stage(Copy, Known) == Values, "what is written is read back");
+  return 0;
+}
