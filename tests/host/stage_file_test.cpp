@@ -104,6 +104,12 @@ std::string Block_Of_The_Page(const std::string& Language) {
   return Page.substr(Start, Page.find("```", Start) - Start);
 }
 
+TEST(StageFile, AKeyThatIsNoneIsToldInDebugBuildsToo) {
+  const Scratch_Folder Scratch;
+  EXPECT_THAT(Refusal(Scratch.Write("key.toml", "[$x]\n")),
+              HasSubstr("not valid TOML: line 1, column 2"));
+}
+
 TEST(StageFile, BothExamplesOfThePageAreTakenAndSayTheSame) {
   const Scratch_Folder Scratch;
   const std::vector<std::string> Keys = {"board", "square", "board-euler", "board-offset",
