@@ -355,13 +355,13 @@ int Simulate(const Typed& Given) {
   fmt::print("Simulated {} images of {} x {} pixels with seed {} in {:.1f} s.\n",
              Options.Image_Count, Options.Width, Options.Height, Options.Seed, Took.count());
   const std::pair<int, const char*> Troubles[] = {
-      {Options.Stale_Count, "stale tracker sample"},
-      {Options.Jump_Count, "jumped tracker sample"},
-      {Options.Missing_Count, "missing image"},
-      {Options.Blank_Count, "image without a board"},
-      {Options.Truncated_Count, "image that is cut off"}};
+      {Options.Stale_Count, "a stale tracker sample"},
+      {Options.Jump_Count, "a jumped tracker sample"},
+      {Options.Missing_Count, "a missing image"},
+      {Options.Blank_Count, "an image without a board"},
+      {Options.Truncated_Count, "an image that is cut off"}};
   for (const auto& [Count, Name] : Troubles) {
-    if (Count > 0) fmt::print("  rows with a {}: {}\n", Name, Count);
+    if (Count > 0) fmt::print("  rows with {}: {}\n", Name, Count);
   }
   fmt::print("  capture          {}\n", (Directory / "capture.csv").string());
   fmt::print("  truth            {}\n", (Directory / "truth.json").string());
