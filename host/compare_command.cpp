@@ -42,8 +42,11 @@ std::vector<double> Flat(const Eigen::Matrix4d& Transform) {
 simulate::Truth Read_Truth_Of(const std::string& File) {
   try {
     return simulate::Read_Truth(File);
-  } catch (const std::runtime_error& Refused) {
-    throw Usage_Error(Refused.what());
+  } catch (const std::runtime_error&) {
+    // What it says is the JSON reader's, which tells a person nothing.
+    throw Usage_Error(File +
+                      ": can't be read as a truth; expected a truth.json that 'rigsync simulate' "
+                      "wrote");
   }
 }
 

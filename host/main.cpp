@@ -39,7 +39,35 @@ int Say_Usage(const CLI::App& Program, const std::string& Text) {
   return host::Exit_Usage;
 }
 
-// A first word that is no command would otherwise be taken for a missing one.
+// The word that no flag or argument took. The parser's own text has all such words, the last first.
+std::string Extra_Text(const CLI::App& Program) {
+  const std::vector<std::string> Words = Program.remaining(/*recurse=*/true);
+  for (const std::string& Word : Words) {
+    if (Word.size() > 1 && Word[0] == '-') {
+      return "'" + Word + "' is unknown; expected a flag of '" + Asked_For(Program) + "'";
+    }
+  }
+  return "'" + (Words.empty() ? "" : Words.front()) +
+         "' is one word too many: a value with blanks needs quotes";
+}
+
+// The parser's sentence about a flag that came too often, or without its value, in plain words.
+std::string Mismatch_Text(const std::string& Parsers) {
+  const std::string Flag = Parsers.substr(0, Parsers.find(':'));
+  if (Parsers.find("At Most") != std::string::npos) return Flag + " is given twice; expected once";
+  if (Parsers.find(" missing") != std::string::npos) return Flag + ": expected a value behind it";
+  return Parsers;
+}
+
+std::string Exclusion_Text(const std::string& Parsers) {
+  const std::string Verb = " excludes ";
+  const std::size_t At = Parsers.find(Verb);
+  if (At == std::string::npos) return Parsers;
+  return Parsers.substr(0, At) + " and " + Parsers.substr(At + Verb.size()) +
+         " are both given; expected one of them";
+}
+
+// A first word that is neither command nor flag would otherwise be taken for a missing one.
 void Require_Command(const CLI::App& Program, int Argument_Count, char** Arguments) {
   std::string Expected;
   for (const CLI::App* Command : Program.get_subcommands([](const CLI::App*) { return true; })) {
@@ -48,7 +76,8 @@ void Require_Command(const CLI::App& Program, int Argument_Count, char** Argumen
   }
   if (Argument_Count < 2)
     throw host::Usage_Error("a command is missing; expected one of " + Expected);
-  if (Arguments[1][0] != '-') host::Refuse("command", Arguments[1], "one of " + Expected);
+  if (Program.get_option_no_throw(Arguments[1]) == nullptr)
+    host::Refuse("command", Arguments[1], "one of " + Expected);
 }
 
 int Run(int Argument_Count, char** Arguments) {
@@ -59,6 +88,12 @@ int Run(int Argument_Count, char** Arguments) {
     Require_Command(Program, Argument_Count, Arguments);
     Program.parse(Argument_Count, Arguments);
     return Chosen();
+  } catch (const CLI::ExtrasError&) {
+    return Say_Usage(Program, Extra_Text(Program));
+  } catch (const CLI::ArgumentMismatch& Error) {
+    return Say_Usage(Program, Mismatch_Text(Error.what()));
+  } catch (const CLI::ExcludesError& Error) {
+    return Say_Usage(Program, Exclusion_Text(Error.what()));
   } catch (const CLI::ParseError& Error) {
     // Help and version come as exceptions too, with status 0.
     if (Error.get_exit_code() == 0) return Program.exit(Error);

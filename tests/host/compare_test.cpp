@@ -80,4 +80,15 @@ TEST(Compare, AResultWithoutATransformIsRefused) {
   EXPECT_THAT(Result.Said, HasSubstr("no transform: The board was found in fewer"));
 }
 
+TEST(Compare, AFileThatIsNoTruthIsRefusedInPlainWords) {
+  const Scratch_Folder Scratch;
+  const std::string Result = Write_Result_Off_By(Scratch, 0.0, 0.0);
+  for (const std::string& Truth : {Scratch.Write("stage.json", "{}"), Scratch.String() + "/none"}) {
+    const Finished Refused = Rigsync({"compare", Result, Truth});
+    EXPECT_EQ(Refused.Status, 2);
+    EXPECT_THAT(Refused.Said, HasSubstr(Truth + ": can't be read as a truth; expected"));
+    EXPECT_THAT(Refused.Said, testing::Not(HasSubstr("json.exception")));
+  }
+}
+
 }  // namespace
