@@ -50,16 +50,30 @@ struct Typed {
   bool Verbose = false, Quiet = false;
 };
 
+// The library opens a folder, finds no line in it, and blames the boards. A file that isn't there
+// is left to it: that has a code of its own.
+fs::path Csv_Path(const std::string& Typed) {
+  if (Typed.empty()) Refuse("CAPTURE", Typed, "the capture's CSV file");
+  std::error_code Ignored;
+  if (fs::is_directory(Typed, Ignored)) {
+    throw Usage_Error(Typed + ": is a folder; expected the capture's CSV file");
+  }
+  return fs::absolute(Typed);
+}
+
 Calibration_Inputs Read_Inputs(const Typed& Given) {
   Stage Values = Given.Values;
   if (!Given.Config.empty()) Values.merge(Read_Stage(Given.Config, Stage_Keys()));
   Calibration_Inputs Inputs;
-  Inputs.Board = Parse_Board("--board", Required_Value(Values, "board"));
-  Inputs.Square_Size = Parse_Square("--square", Required_Value(Values, "square"));
-  Inputs.Board_Euler = Parse_Angles("--board-euler", Required_Value(Values, "board-euler"));
-  Inputs.Board_Offset = Parse_Offset("--board-offset", Required_Value(Values, "board-offset"));
-  if (Values.count("sensor") != 0) Inputs.Sensor_Size = Parse_Sensor("--sensor", Values["sensor"]);
-  Inputs.Csv = fs::absolute(Given.Csv);
+  Inputs.Csv = Csv_Path(Given.Csv);
+  const auto Read = [&](const std::string& Key, auto Parse) {
+    return Parse(Value_Name(Given.Values, Key, Given.Config), Required_Value(Values, Key));
+  };
+  Inputs.Board = Read("board", Parse_Board);
+  Inputs.Square_Size = Read("square", Parse_Square);
+  Inputs.Board_Euler = Read("board-euler", Parse_Angles);
+  Inputs.Board_Offset = Read("board-offset", Parse_Offset);
+  if (Values.count("sensor") != 0) Inputs.Sensor_Size = Read("sensor", Parse_Sensor);
   if (Given.Image_Root.empty()) {
     Inputs.Image_Root = Inputs.Csv.parent_path();
   } else {

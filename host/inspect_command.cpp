@@ -46,8 +46,12 @@ Inspection_Inputs Read_Inputs(const Typed& Given) {
   Inputs.Csv = Given.Csv;
   Inputs.Look_For_Boards = !Given.No_Images;
   if (Inputs.Look_For_Boards) {
-    Inputs.Board = Parse_Board("--board", Required_Value(Values, "board", Without_Images));
-    Inputs.Square_Size = Parse_Square("--square", Required_Value(Values, "square", Without_Images));
+    const auto Read = [&](const std::string& Key, auto Parse) {
+      return Parse(Value_Name(Given.Values, Key, Given.Config),
+                   Required_Value(Values, Key, Without_Images));
+    };
+    Inputs.Board = Read("board", Parse_Board);
+    Inputs.Square_Size = Read("square", Parse_Square);
   }
   if (Given.Image_Root.empty()) {
     Inputs.Image_Root = fs::absolute(Inputs.Csv).parent_path();

@@ -134,6 +134,10 @@ const std::vector<std::string>& Stage_Keys() {
   return Keys;
 }
 
+std::string Value_Name(const Stage& Typed, const std::string& Key, const std::string& File) {
+  return Typed.count(Key) != 0 || File.empty() ? "--" + Key : File + ": '" + Key + "'";
+}
+
 const std::string& Required_Value(const Stage& Values, const std::string& Key,
                                   const std::string& Otherwise) {
   const auto Found = Values.find(Key);

@@ -25,6 +25,9 @@ const std::vector<std::string>& Stage_Keys();
 // neither TOML nor JSON.
 Stage Read_Stage(const std::filesystem::path& File, const std::vector<std::string>& Known);
 
+// How messages name a value: as the flag that was typed, or as a key of the file.
+std::string Value_Name(const Stage& Typed, const std::string& Key, const std::string& File);
+
 // The value of a key that a command can't do without. Throws Usage_Error saying where it is
 // expected; Otherwise is added to that, for a command that has another way out.
 const std::string& Required_Value(const Stage& Values, const std::string& Key,

@@ -234,6 +234,17 @@ TEST(Calibrate, AStageFileTakesTextsNumbersAndListsAndNothingElse) {
   }
 }
 
+TEST(Calibrate, AWrongValueOfAStageFileIsNamedAsTheFilesAndATypedOneAsTheFlags) {
+  const Scratch_Folder Scratch;
+  std::vector<std::string> Arguments =
+      Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out");
+  const std::string Stage = Scratch.Write("stage.toml", "board = \"7x5\"\nsquare = 30\n");
+  Arguments[3] = Stage;
+  EXPECT_THAT(Rigsync(Arguments).Said, HasSubstr(Stage + ": 'square': '30' is wrong"));
+  Arguments.insert(Arguments.end(), {"--square", "40"});
+  EXPECT_THAT(Rigsync(Arguments).Said, HasSubstr("rigsync: --square: '40' is wrong"));
+}
+
 TEST(Calibrate, AMissingCsvIsCode1WithItsAdviceAndAResultWithoutNumbers) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";

@@ -106,6 +106,7 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
   const Case Cases[] = {
       {{}, {"a command is missing", "simulate, inspect, calibrate"}},
       {{"calibrat"}, {"'calibrat'", "expected one of simulate"}},
+      {{"--colour"}, {"'--colour'", "expected one of simulate"}},
       {{"calibrate"}, {"CAPTURE"}},
       {{"calibrate", "c.csv"}, {"--out"}},
       {{"calibrate", "c.csv", "--out", Out}, {"--board", "missing"}},
@@ -120,8 +121,13 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {And({"--sensor", "23.76"}), {"--sensor", "'23.76'", "millimetres"}},
       {And({"--image-root", "/none"}), {"--image-root", "'/none'", "folder that exists"}},
       {And({"--config", "/none.json"}), {"--config", "/none.json", "can't be opened"}},
-      {And({"--colour"}), {"--colour"}},
-      {And({"--board", "11x8"}), {"--board"}},
+      {And({"--colour", "red"}), {"'--colour' is unknown; expected a flag of 'rigsync calibrate'"}},
+      {And({"mm"}), {"'mm' is one word too many"}},
+      {And({"--board", "11x8"}), {"--board is given twice; expected once"}},
+      {And({"--image-root"}), {"--image-root: expected a value behind it"}},
+      {And({"--quiet", "--verbose"}), {"--verbose and --quiet are both given; expected one"}},
+      {{"calibrate", "", "--out", Out, "--board", "11x8"}, {"CAPTURE", "''", "CSV file"}},
+      {{"calibrate", "/tmp", "--out", Out, "--board", "11x8"}, {"/tmp: is a folder; expected"}},
       {{"inspect"}, {"CAPTURE"}},
       {{"inspect", "c.csv"}, {"--board", "missing", "--no-images"}},
       {{"inspect", "c.csv", "--board", "11x8"}, {"--square", "missing"}},
@@ -144,6 +150,7 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {{"export", "/none.json"}, {"--to"}},
       {{"export", "/none.json", "--to", "ue6"}, {"--to", "'ue6'", "ue5-xn"}},
       {{"export", "/none.json", "--to", "ue5"}, {"/none.json", "can't be opened"}},
+      {{"export", "/tmp", "--to", "ue5"}, {"/tmp: is a folder; expected a result.json"}},
   };
   for (const Case& Wrong : Cases) {
     SCOPED_TRACE(testing::PrintToString(Wrong.Arguments));
