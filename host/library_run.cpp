@@ -76,7 +76,9 @@ void Run_Library(Calibration_Result& Result, std::size_t Images, bool Verbose, P
     const Working_Directory Root(Result.Inputs.Image_Root);
     try {
       Result.Code = Call_Library(Result);
-      Result.Message = Advice_For(*Result.Code).Meaning;
+      Result.Message = Is_Usable(*Result.Code) && !All_Finite(Result)
+                           ? "The result holds numbers that are not finite."
+                           : Advice_For(*Result.Code).Meaning;
     } catch (const std::exception& Thrown) {
       Result.Exception = One_Line(Thrown.what());
       Result.Message = "An exception ended the run: " + Result.Exception;

@@ -21,9 +21,7 @@ using Json = nlohmann::ordered_json;
 constexpr const char* Format_Name = "rigsync-result";
 constexpr int Format_Version = 1;
 
-// The library's limits for an outlier (docs/codes.md): its log tells what was measured, not what it
-// was measured against.
-constexpr double Axis_Limit_Deg = 0.5;
+// The library's limit for an outlier's position (docs/codes.md), in spreads.
 constexpr double Spread_Limit_Factor = 1.3;
 
 // Numbers print with as many digits as it takes to read the same double back. The writer turns a
@@ -217,6 +215,8 @@ void Write_Result(const std::filesystem::path& Folder, const Calibration_Result&
 }
 
 Calibration_Result Read_Result(const std::filesystem::path& File) {
+  std::error_code Ignored;
+  if (std::filesystem::is_directory(File, Ignored)) Refuse_File(File, "is a folder");
   std::ifstream Stream(File);
   if (!Stream) Refuse_File(File, "can't be opened");
   const Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);

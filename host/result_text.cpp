@@ -25,16 +25,42 @@ bool May_Lie_In_The_Capture(int Code) {
   return Code == 4 || Code == 5 || Code == 6 || Code == 13 || Code == 14 || Code == 99;
 }
 
+// As a shell takes it for one word.
+std::string Shell_Word(const std::string& Text) {
+  constexpr const char* Special = " \t\n'\"\\$`&|;<>()*?[]{}!#~";
+  if (Text.find_first_of(Special) == std::string::npos) return Text;
+  std::string Word = "'";
+  for (const char Letter : Text) Word += Letter == '\'' ? "'\\''" : std::string(1, Letter);
+  return Word + "'";
+}
+
 std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
-  return Folded("The capture, line by line:", 2) +
-         fmt::format("    rigsync inspect {} --board {}x{} --square {}\n", Inputs.Csv.string(),
-                     Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size);
+  std::string Text = Folded("The capture, line by line:", 2);
+  Text += fmt::format("    rigsync inspect {} --board {}x{} --square {}",
+                      Shell_Word(Inputs.Csv.string()), Inputs.Board.Cols, Inputs.Board.Rows,
+                      Inputs.Square_Size);
+  if (Inputs.Image_Root != Inputs.Csv.parent_path()) {
+    Text += " \\\n      --image-root " + Shell_Word(Inputs.Image_Root.string());
+  }
+  return Text + "\n";
+}
+
+// A good code says nothing of numbers that aren't finite: no comparison with a limit holds for
+// them.
+std::string Not_Finite_Text(const Calibration_Result& Result, bool Colour) {
+  const std::string Sentence = fmt::format(
+      "Code {}, but don't use the result: it holds numbers that are not finite (nan or inf).",
+      *Result.Code);
+  return Painted_Lines(Style::Bad, Folded(Sentence, 0), Colour) + Heading("Next step", Colour) +
+         Folded("Look in the CSV for tracker values that are no numbers.", 2) +
+         Inspect_Hint(Result.Inputs);
 }
 
 // What the code means and what to do. A good run needs no more; for others also what they mean on
 // the stage and where they come from.
 std::string Verdict_Text(const Calibration_Result& Result, bool Colour) {
   const int Code = *Result.Code;
+  if (Is_Usable(Code) && !All_Finite(Result)) return Not_Finite_Text(Result, Colour);
   const Code_Advice Advice = Advice_For(Code);
   const Style Tone = Code == 0 ? Style::Good : Is_Usable(Code) ? Style::Warning : Style::Bad;
   const std::string Sentence = Folded(fmt::format("Code {}. {}", Code, Advice.Meaning), 0);
@@ -50,19 +76,19 @@ std::string Verdict_Text(const Calibration_Result& Result, bool Colour) {
 std::string Fit_Text(const Run_Report& Report, bool Colour) {
   std::string Text;
   if (Report.Reprojection_Px && Report.Norm_Reprojection) {
-    Text += fmt::format("  predicted to found corners  {:8.3f} px\n", *Report.Reprojection_Px);
-    Text += fmt::format("  the same at 1080 lines      {:8.3f} px   good up to 12, usable to 18\n",
+    Text += fmt::format("  predicted to found corners  {:>8.3f} px\n", *Report.Reprojection_Px);
+    Text += fmt::format("  the same at 1080 lines      {:>8.3f} px   good up to 12, usable to 18\n",
                         *Report.Norm_Reprojection * 1080.0);
   }
   if (Report.Spread_M && Report.Max_Spread_M) {
     const auto& Spread = *Report.Spread_M;
-    Text += fmt::format("  spread of the mount         {:8.2f} mm   good up to 10, usable to 15\n",
+    Text += fmt::format("  spread of the mount         {:>8.2f} mm   good up to 10, usable to 15\n",
                         *Report.Max_Spread_M * 1000.0);
-    Text += fmt::format("    on x, y and z             {:8.2f}{:8.2f}{:8.2f} mm\n",
+    Text += fmt::format("    on x, y and z             {:>8.2f}{:>8.2f}{:>8.2f} mm\n",
                         Spread[0] * 1000.0, Spread[1] * 1000.0, Spread[2] * 1000.0);
   }
   if (Report.Lens_Rms_Px) {
-    Text += fmt::format("  lens alone                  {:8.3f} px   usable to 1.5\n",
+    Text += fmt::format("  lens alone                  {:>8.3f} px   usable to 1.5\n",
                         *Report.Lens_Rms_Px);
   }
   return Text.empty() ? Text : Heading("Fit", Colour) + Text;
@@ -74,9 +100,10 @@ std::string Dropped_Text(const Calibration_Result& Result, std::size_t i) {
   const auto Line = Csv_Line(Result, i);
   const std::string Place = Line ? fmt::format("line {:3}  ", *Line) : std::string();
   const char* const Outlier = Image.Fate == Image_Fate::Outlier ? "outlier, " : "";
-  const std::string Margin(Place.empty() ? 4 : 2 + Place.size(), ' ');
-  return fmt::format("  {}{}{}\n{}{}\n", Place, Outlier, Drop_Reason(Result.Report, Image), Margin,
-                     One_Line(Image.Name));
+  const std::size_t Indent = 2 + Place.size();
+  const std::string Reason = Folded(Outlier + Drop_Reason(Result.Report, Image), Indent);
+  const std::string Margin(Place.empty() ? 4 : Indent, ' ');
+  return fmt::format("  {}{}{}{}\n", Place, Reason.substr(Indent), Margin, One_Line(Image.Name));
 }
 
 std::string Images_Text(const Calibration_Result& Result, bool Colour) {
@@ -86,7 +113,7 @@ std::string Images_Text(const Calibration_Result& Result, bool Colour) {
   const std::size_t Outliers = Count_Of(Report, Image_Fate::Outlier);
   const std::size_t Dropped = Report.Images.size() - Kept;
   std::string Text = Heading(fmt::format("Images: {} looked at, {} show the board, {} kept",
-                                         Report.Images.size(), Kept + Outliers, Kept),
+                                         Report.Images.size(), Kept + Outliers, Count_Left(Report)),
                              Colour);
   std::size_t Shown = 0;
   for (std::size_t i = 0; i < Report.Images.size() && Shown < Most_Dropped_Shown; ++i) {

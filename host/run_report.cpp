@@ -139,6 +139,15 @@ bool Take_Search_Line(Run_Report& Report, std::string_view Message) {
   return Unreadable || No_Board;
 }
 
+// Ends a run before any outlier is named.
+void Take_Too_Few_Left(Run_Report& Report, std::size_t Left) {
+  Report.Too_Few_Left = Left;
+  for (Image_Report& Image : Report.Images) {
+    const bool Turned = Image.Axis_Difference_Deg && *Image.Axis_Difference_Deg > Axis_Limit_Deg;
+    if (Is_Kept(Image) && (Left == 0 || Turned)) Image.Fate = Image_Fate::Outlier;
+  }
+}
+
 void Take_Filter_Line(Run_Report& Report, std::string_view Message) {
   if (const auto Found = Image_Number(Message, "Diff R in image ", " : ", " degree.")) {
     if (Image_Report* const Image = Image_At(Report.Images, Found->first, Shows_A_Board)) {
@@ -151,6 +160,9 @@ void Take_Filter_Line(Run_Report& Report, std::string_view Message) {
     if (Image != nullptr) Image->Fate = Image_Fate::Outlier;
   } else if (const auto Spread = Metres_Behind(Message, "STD_T : ")) {
     Report.Filter_Spread_M = Spread;
+  } else if (const auto Left = Behind(Message, "Filtered data number not enough : ")) {
+    const auto Number = Number_In<std::size_t>(Left->substr(0, Left->find(' ')));
+    if (Number) Take_Too_Few_Left(Report, *Number);
   }
 }
 
@@ -180,6 +192,10 @@ std::size_t Count_Of(const Run_Report& Report, Image_Fate Fate) {
   return static_cast<std::size_t>(
       std::count_if(Report.Images.begin(), Report.Images.end(),
                     [Fate](const Image_Report& Image) { return Image.Fate == Fate; }));
+}
+
+std::size_t Count_Left(const Run_Report& Report) {
+  return Report.Too_Few_Left.value_or(Count_Of(Report, Image_Fate::Kept));
 }
 
 void Run_Log_Reader::Take_Line(std::string_view Line) {

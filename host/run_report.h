@@ -41,6 +41,10 @@ struct Image_Report {
   std::optional<double> Reprojection_Px;
 };
 
+// The library's limit for the angle of an image's rotation axis to the mean's (docs/codes.md): its
+// log tells what was measured, not what it was measured against.
+constexpr double Axis_Limit_Deg = 0.5;
+
 // Numbers have the six decimals of the log. What the log didn't get to is empty.
 struct Run_Report {
   std::string Version;  // of the library
@@ -49,6 +53,9 @@ struct Run_Report {
   std::optional<double> Lens_Rms_Px;
   // Spread of the mounts about their mean when outliers were looked for, metres, x y z of Cam.
   std::optional<std::array<double, 3>> Filter_Spread_M;
+  // Set when the outliers would have left too few images: how many. The log then names no outlier;
+  // those that the axis doesn't tell stay marked as kept, unless all are outliers.
+  std::optional<std::size_t> Too_Few_Left;
   // Average reprojection error before the outliers were removed and after, pixels.
   std::optional<double> First_Reprojection_Px, Reprojection_Px;
   std::optional<double> Norm_Reprojection;  // the latter as a fraction of the image height
@@ -60,6 +67,9 @@ struct Run_Report {
 // How many images met this fate so far. Before the run has looked for outliers, every image with a
 // board counts as kept.
 std::size_t Count_Of(const Run_Report& Report, Image_Fate Fate);
+
+// How many images are left when the outliers are gone, whether or not the log names them.
+std::size_t Count_Left(const Run_Report& Report);
 
 // Takes a run log line by line. A line that says nothing to a report, or that was cut short, is
 // passed over.

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <sstream>
 
 namespace {
@@ -100,6 +101,7 @@ TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
   Calibration_Result Result;
   Result.Code = 13;
   Result.Inputs.Csv = "/in/capture.csv";
+  Result.Inputs.Image_Root = "/in";
   Result.Inputs.Board = {11, 8};
   Result.Inputs.Square_Size = 0.03;
   const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
@@ -151,6 +153,47 @@ TEST(ResultText, TheVerdictHasTheColourOfItsCode) {
   }
   EXPECT_THAT(host::Result_Text(Good_Result(), {}, "/out/result.json", false),
               Not(HasSubstr("\x1b")));
+}
+
+TEST(ResultText, LeadsToAnInspectionThatAShellRunsOnTheSameImages) {
+  Calibration_Result Result;
+  Result.Code = 4;
+  Result.Inputs.Csv = "/in a/it's.csv";
+  Result.Inputs.Image_Root = "/in a";
+  Result.Inputs.Board = {11, 8};
+  Result.Inputs.Square_Size = 0.03;
+  const std::string Start = "\n    rigsync inspect '/in a/it'\\''s.csv' --board 11x8 --square 0.03";
+  EXPECT_THAT(host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
+              HasSubstr(Start + "\n"));
+  Result.Inputs.Image_Root = "/photos";
+  EXPECT_THAT(host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
+              HasSubstr(Start + " \\\n      --image-root /photos\n"));
+}
+
+TEST(ResultText, FoldsTheReasonOfAnOutlierThatIsFarOff) {
+  Calibration_Result Result = Good_Result();
+  Result.Report.Filter_Spread_M = {121.0, 119.0, 56.0};
+  EXPECT_THAT(host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
+              HasSubstr("  line 106  outlier, position beyond 157300.0, 154700.0, 72800.0 mm "
+                        "(x, y, z)\n            from the mean\n            e.png\n"));
+}
+
+TEST(ResultText, CountsNoImageAsKeptThatTooFewWereLeftWithout) {
+  Calibration_Result Result = Good_Result();
+  Result.Code = 13;
+  Result.Report.Too_Few_Left = 0;
+  EXPECT_THAT(host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
+              HasSubstr("\nImages: 5 looked at, 3 show the board, 0 kept\n"));
+}
+
+TEST(ResultText, PraisesNoResultWhoseNumbersAreNotFinite) {
+  Calibration_Result Result = Good_Result();
+  Result.Transform_Cam_Tc[3] = std::nan("");
+  Result.Report.Reprojection_Px = std::nan("");
+  const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  EXPECT_THAT(Text, AllOf(HasSubstr("Code 0, but don't use the result"), HasSubstr("Next step"),
+                          Not(HasSubstr("within every limit")), Not(HasSubstr("Export it")),
+                          HasSubstr("\n  predicted to found corners       nan px\n")));
 }
 
 }  // namespace

@@ -251,4 +251,35 @@ TEST(RunReport, ReadsAFileAndIsEmptyWithoutOne) {
   EXPECT_TRUE(host::Read_Run_Report(Scratch.Path() / "none").Images.empty());
 }
 
+// Messages of a run up to the outliers, which too few images are left without.
+Run_Report Report_Of_Too_Few(const std::string& Left) {
+  const std::vector<std::string>& All = Messages();
+  host::Run_Log_Reader Reader;
+  for (const std::string& Message : All) {
+    Reader.Take_Line("2022-11-17 09:05:33\t" + Message);
+    if (Message == "Size list : (init) 4") break;
+  }
+  Reader.Take_Line("2022-11-17 09:05:33\tFiltered data number not enough : " + Left + " <= 5");
+  return Reader.Report();
+}
+
+TEST(RunReport, OutliersThatEndTheRunAreThoseWhoseAxisIsBeyondTheLimit) {
+  const Run_Report Report = Report_Of_Too_Few("2");
+  EXPECT_EQ(host::Count_Left(Report), 2u);
+  EXPECT_EQ(host::Count_Of(Report, host::Image_Fate::Outlier), 1u);
+}
+
+TEST(RunReport, WhereNoImageIsLeftEveryBoardIsAnOutlier) {
+  const Run_Report Report = Report_Of_Too_Few("0");
+  EXPECT_EQ(host::Count_Left(Report), 0u);
+  EXPECT_EQ(host::Count_Of(Report, host::Image_Fate::Outlier), 4u);
+  EXPECT_EQ(host::Count_Of(Report, host::Image_Fate::Kept), 0u);
+}
+
+TEST(RunReport, ARunThatKeepsEnoughCountsTheKept) {
+  const Run_Report Report = Whole_Report();
+  EXPECT_EQ(host::Count_Left(Report), host::Count_Of(Report, host::Image_Fate::Kept));
+  EXPECT_EQ(host::Count_Left(Report), 3u);
+}
+
 }  // namespace
