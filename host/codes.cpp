@@ -76,6 +76,8 @@ std::vector<Code_Advice> Codes_Of_A_Capture() {
        "not: there is no transform to use.",
        {"The camera, the board or a tracker moved while images were taken.",
         "--board-euler is off by more than some tenths of a degree.",
+        "--board names rows first: 8x11 where 11x8 is meant.",
+        "The CSV's quaternions are in another order than w, x, y, z.",
         "One sample is so far off that it moves the mean that all are measured against.",
         "The tracker's axes are nearly those of the camera, where the filter, which compares "
         "rotation axes, has none to hold on to."}},
