@@ -134,6 +134,26 @@ TEST(QuatToEulerAX, WorksInSinglePrecisionButForTheFirstAnglesDegrees) {
   }
 }
 
+TEST(QuatToEulerAX, WorksInSinglePrecisionInAGimbalLockToo) {
+  Random_Numbers Random(64);
+  for (int i = 0; i < 5000; ++i) {
+    const double X_Deg = i % 2 == 0 ? 90.0 : -90.0;
+    Eigen::Quaterniond Quat(Turn(1, Random.Between(-180.0, 180.0)) * Turn(0, X_Deg) *
+                            Turn(2, Random.Between(-180.0, 180.0)));
+    Quat.coeffs() *= Random.Between(1.0, 1.1);  // lengths other than 1 count as they are
+    const float x = static_cast<float>(Quat.x()), y = static_cast<float>(Quat.y());
+    const float z = static_cast<float>(Quat.z()), w = static_cast<float>(Quat.w());
+    const float zx = z * x, wy = w * y, yy = y * y, zz = z * z;
+    const float up = zx - wy, squares = yy + zz;
+    const float turn_rad = atan2f(2.0f * up, 1.0f - 2.0f * squares);
+    const float turn_deg = turn_rad * 57.29578f;
+
+    const Extracted Result = Extract(Quat);
+    ASSERT_EQ(Result.Log, Gimbal_Line) << i;
+    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[2], i % 2 == 0 ? -turn_deg : turn_deg)) << i;
+  }
+}
+
 TEST(QuatToEulerAX, TakesNaNForNoGimbalLock) {
   constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
   for (int i = 0; i < 4; ++i) {
