@@ -46,9 +46,7 @@ Quiet_Output::Quiet_Output(bool Quiet) {
   if (Nowhere < 0) return;
   Flush_All();
   Kept_Output = Redirect(STDOUT_FILENO, Nowhere);
-#if !defined(RIGSYNC_ADDRESS_SANITIZER)
-  Kept_Error = Redirect(STDERR_FILENO, Nowhere);
-#endif
+  if (Quiets_Standard_Error()) Kept_Error = Redirect(STDERR_FILENO, Nowhere);
   // With a standard descriptor closed, open may have returned that very number.
   if (Nowhere > STDERR_FILENO) close(Nowhere);
 }
@@ -57,6 +55,14 @@ Quiet_Output::~Quiet_Output() {
   Flush_All();
   Restore(STDOUT_FILENO, Kept_Output);
   Restore(STDERR_FILENO, Kept_Error);
+}
+
+bool Quiets_Standard_Error() {
+#if defined(RIGSYNC_ADDRESS_SANITIZER)
+  return false;
+#else
+  return true;
+#endif
 }
 
 }  // namespace host

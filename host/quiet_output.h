@@ -27,6 +27,9 @@ class Quiet_Output {
   int Kept_Error = -1;
 };
 
+// Whether Quiet_Output takes standard error too: not in a build with the address sanitizer.
+bool Quiets_Standard_Error();
+
 }  // namespace host
 
 #endif  // RIGSYNC_HOST_QUIET_OUTPUT_H

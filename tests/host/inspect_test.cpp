@@ -2,6 +2,7 @@
 //
 // 'rigsync inspect' as a person runs it: on a good capture, on copies that hold one trouble each,
 // and on captures that were taken badly.
+#include "host/quiet_output.h"
 #include "host/text.h"
 #include "tests/host/program.h"
 #include "tests/host/terminal_run.h"
@@ -545,6 +546,7 @@ TEST_F(Inspect, ATerminalSeesProgressAndColoursAndNobodyElseDoes) {
 }
 
 TEST_F(Inspect, DecodersComplaintsStayOffTheTerminal) {
+  if (!host::Quiets_Standard_Error()) GTEST_SKIP() << "a sanitizer reports on standard error";
   const Scratch_Folder Folder;
   const fs::path Cut = Folder.Path() / "cut.png";
   const fs::path Csv = Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
