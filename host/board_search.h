@@ -3,8 +3,7 @@
 // The boards in a capture's images: found by the same OpenCV calls as the library makes, and a lens
 // that is fitted to them, so that an inspection can tell how the capture was taken.
 //
-// Frames: Cam is OpenCV's camera (x right, y down, z along the view); Chart is the board, its
-// origin at the first inner corner, x along a row, y along a column.
+// Frames are Cam and Chart, as docs/conventions.md defines them.
 #ifndef RIGSYNC_HOST_BOARD_SEARCH_H
 #define RIGSYNC_HOST_BOARD_SEARCH_H
 

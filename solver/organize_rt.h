@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tracker samples, board poses and the host's board estimate as poses that multiply. Frames: Cam
-// (OpenCV's camera: x right, y down, z along the view), Chart (the board: x along a row, y along a
-// column, origin at the first inner corner), Tc and Tr (the trackers on camera and board, in axes
-// as Tracker_To_Camera_Axes leaves them), Base (the tracking system).
+// Tracker samples, board poses and the host's board estimate as poses that multiply. Their frames
+// are Cam, Chart, Base, and Tc and Tr in the axes that Tracker_To_Camera_Axes leaves;
+// docs/conventions.md defines them.
 //
 // Transform_A_B takes coordinates in frame B to coordinates in frame A, so names cancel inward.
 #ifndef RIGSYNC_SOLVER_ORGANIZE_RT_H
