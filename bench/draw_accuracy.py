@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 #
-# draw_accuracy.py CSV DOCS: draws what the program 'accuracy' measured, one SVG with millimetres and
-# degrees for each thing that grows, and writes the medians into the tables of DOCS/accuracy.md.
+# draw_accuracy.py CSV DOCS: draws what the program 'accuracy' measured, one SVG with millimetres
+# and degrees for each thing that grows, and writes the medians into the tables of DOCS/accuracy.md.
 import collections
 import csv
 import os
@@ -36,10 +36,13 @@ SWEEPS = {
 
 def read(path):
     """sweep -> value -> solver -> list of (millimetres, degrees, code)."""
-    data = collections.defaultdict(lambda: collections.defaultdict(lambda: collections.defaultdict(list)))
+    data = collections.defaultdict(
+        lambda: collections.defaultdict(lambda: collections.defaultdict(list)))
     with open(path, encoding="utf-8") as source:
         for row in csv.DictReader(source):
-            error = (float(row["millimetres"]), float(row["degrees"])) if row["millimetres"] else None
+            error = None
+            if row["millimetres"]:
+                error = (float(row["millimetres"]), float(row["degrees"]))
             data[row["sweep"]][float(row["value"])][row["solver"]].append((error, int(row["code"])))
     return data
 

@@ -41,7 +41,8 @@ _rigsync_place() {
     case ${COMP_WORDS[at]} in
       =) ((++at)) ;;
       -*)
-        if [[ ${COMP_WORDS[at + 1]} != = && -n $(_rigsync_value "$command" "${COMP_WORDS[at]}") ]]; then
+        if [[ ${COMP_WORDS[at + 1]} != = ]] &&
+          [[ -n $(_rigsync_value "$command" "${COMP_WORDS[at]}") ]]; then
           ((++at))
         fi
         ;;

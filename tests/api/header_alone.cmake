@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# The public header compiles as the only include of a file, as C++17 and as C++20, without a warning.
+# The public header compiles as the only include of a file, as C++17 and as C++20, without a
+# warning.
 #
 #   cmake -DCOMPILER=... -DHEADER=... -DWORK_DIR=... -P header_alone.cmake
 #
@@ -24,8 +25,8 @@ int main() {
 # -Wsystem-headers stays off: the standard library's own headers aren't ours to judge. The header is
 # included by its full path, and so never taken for one of them.
 foreach(Standard 17 20)
-  execute_process(COMMAND ${FOUND} -std=c++${Standard} -Wall -Wextra -Wpedantic -Wconversion -Wshadow
-                          -Werror -fsyntax-only ${Source}
+  execute_process(COMMAND ${FOUND} -std=c++${Standard} -Wall -Wextra -Wpedantic -Wconversion
+                          -Wshadow -Werror -fsyntax-only ${Source}
                   RESULT_VARIABLE Result ERROR_VARIABLE Complaint)
   if(NOT Result EQUAL 0)
     message(FATAL_ERROR "${COMPILER} -std=c++${Standard}: ${HEADER} alone\n${Complaint}")

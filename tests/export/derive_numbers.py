@@ -596,7 +596,8 @@ def header():
     say = out.append
     say("// SPDX-License-Identifier: Apache-2.0")
     say("//")
-    say("// Expected numbers to the last bit, worked out by derive_numbers.py without the library and")
+    say("// Expected numbers to the last bit, worked out by derive_numbers.py without the library "
+        "and")
     say("// printed by it; its head tells how. Quaternions are x, y, z, w. Floats end in f.")
     say("#ifndef RIGSYNC_TESTS_EXPORT_DERIVED_NUMBERS_H")
     say("#define RIGSYNC_TESTS_EXPORT_DERIVED_NUMBERS_H")
@@ -637,7 +638,8 @@ def header():
         q, (gimbal, *angles) = sure(make, ax_angles, kind)
         say(f'    {{"{what}",')
         say(f"     {numbers(q)},")
-        say(f"     {number(ax_test_value(q), 'f')}, {str(gimbal).lower()}, {numbers(angles, 'f')}}},")
+        say(f"     {number(ax_test_value(q), 'f')}, {str(gimbal).lower()},"
+            f" {numbers(angles, 'f')}}},")
     say("};")
     say("")
 
@@ -662,7 +664,8 @@ def header():
     say("  double Double_Cm;  // multiplied in double precision")
     say("};")
     say("inline constexpr Derived_Length Lengths[] = {")
-    for metres in [0.3, -0.3, 0.1, 0.7, 1.1, -0.0, 1e-9] + [between(rng, -2.0, 2.0) for _ in range(9)]:
+    fixed = [0.3, -0.3, 0.1, 0.7, 1.1, -0.0, 1e-9]
+    for metres in fixed + [between(rng, -2.0, 2.0) for _ in range(9)]:
         single, double = mul(f32(metres), 100.0), metres * 100.0
         say(f"    {{{number(metres)}, {number(single, 'f')}, {number(double)}}},")
     say("};")

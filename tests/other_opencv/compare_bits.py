@@ -19,7 +19,8 @@ def main():
         print(f"  vectors and log are the same, {len(here)} lines")
         return 0
     if len(here) != len(there):
-        print(f"  {len(here)} lines and {len(there)}: another image is dropped or another code given")
+        print(f"  {len(here)} lines and {len(there)}:"
+              " another image is dropped or another code given")
         return 1
     differing, first = 0, None
     for left, right in zip(here, there):

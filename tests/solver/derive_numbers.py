@@ -110,8 +110,8 @@ def add_square(total, value):
 
 
 def spread(differences, divisor=None):
-    """Differences should be floats. Squares in double, sums narrowed after each, quotient and root in
-    float."""
+    """Differences should be floats. Squares in double, sums narrowed after each, quotient and root
+    in float."""
     total = 0.0
     for d in differences:
         total = add_square(total, d)
@@ -386,8 +386,8 @@ def distance_in_float(found_point, projected):
 
 
 def image_case(rng, projected):
-    """Found points of one image, its error, and whether that tells apart a difference left in double
-    on x alone or on y alone."""
+    """Found points of one image, its error, and whether that tells apart a difference left in
+    double on x alone or on y alone."""
     n = len(projected)
     points = [(f32(between(rng, 20.0, 900.0)), f32(between(rng, 20.0, 900.0))) for _ in range(n)]
     pairs = list(zip(points, projected))
