@@ -35,8 +35,9 @@ One line per image: its path, and the poses of both trackers.
 )";
 
 constexpr const char* See_Also = R"(.SH SEE ALSO
-The pages that come with the source: \fIdocs/codes.md\fR, \fIdocs/conventions.md\fR,
-\fIdocs/engines.md\fR, \fIdocs/result\-file.md\fR, \fIdocs/run\-log.md\fR and
+The pages that come with the source and are installed in \fI)" RIGSYNC_DOCDIR R"(\fR:
+\fIdocs/codes.md\fR, \fIdocs/conventions.md\fR, \fIdocs/engines.md\fR,
+\fIdocs/inspect.md\fR, \fIdocs/result\-file.md\fR, \fIdocs/run\-log.md\fR and
 \fIdocs/stage\-file.md\fR.
 )";
 

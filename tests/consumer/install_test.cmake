@@ -1,14 +1,101 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Installs the build into a fresh folder, builds the consumer against it with find_package and with
-# pkg-config's own words, and runs both.
+# Installs the build into a fresh folder, looks whether all is there that belongs there and nothing
+# else, builds the consumer against it with find_package and with pkg-config's own words, and runs
+# both.
 #
-#   cmake -DBUILD=... -DSOURCE=... -DSCRATCH=... -DCXX=... -DFLAGS=... -P install_test.cmake
+#   cmake -DBUILD=... -DSOURCE=... -DSCRATCH=... -DCXX=... -DFLAGS=... -DCONFIG=... -DVERSION=...
+#         -DLIBDIR=... -DDOCDIR=... -P install_test.cmake
+cmake_minimum_required(VERSION 3.22)  # its policies
 file(REMOVE_RECURSE ${SCRATCH})
 set(Prefix ${SCRATCH}/prefix)
-# Only the library: other targets may not be built yet where this test runs alone.
+get_filename_component(Top ${SOURCE}/../.. ABSOLUTE)
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${Prefix}
                 OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+
+# Every file that is installed, by component, relative to the prefix.
+string(TOLOWER ${CONFIG} Config)
+set(Expected_library ${LIBDIR}/librigsync_core.so.0 ${LIBDIR}/librigsync_core.so.${VERSION})
+set(Expected_development
+    include/rigsync_core.h
+    ${DOCDIR}/examples/minimal_host.cpp
+    ${LIBDIR}/cmake/rigsync_core/rigsync_core-config-version.cmake
+    ${LIBDIR}/cmake/rigsync_core/rigsync_core-config.cmake
+    ${LIBDIR}/cmake/rigsync_core/rigsync_core_targets-${Config}.cmake
+    ${LIBDIR}/cmake/rigsync_core/rigsync_core_targets.cmake
+    ${LIBDIR}/librigsync_core.so
+    ${LIBDIR}/pkgconfig/rigsync_core.pc)
+set(Expected_tools bin/rigsync share/bash-completion/completions/rigsync share/man/man1/rigsync.1)
+set(Expected_docs ${DOCDIR}/CHANGELOG.md ${DOCDIR}/LICENSE ${DOCDIR}/README.md)
+# All of docs/ but a tool's settings, so that a document of a new kind isn't forgotten.
+file(GLOB_RECURSE Documents RELATIVE ${Top} ${Top}/docs/*)
+list(REMOVE_ITEM Documents docs/Doxyfile)
+foreach(Document IN LISTS Documents)
+  list(APPEND Expected_docs ${DOCDIR}/${Document})
+endforeach()
+
+function(Expect_Files Folder)
+  set(Expected ${ARGN})
+  file(GLOB_RECURSE Found LIST_DIRECTORIES false RELATIVE ${Folder} ${Folder}/*)
+  set(Missing ${Expected})
+  list(REMOVE_ITEM Missing ${Found})
+  set(Surplus ${Found})
+  list(REMOVE_ITEM Surplus ${Expected})
+  if(Missing OR Surplus)
+    message(FATAL_ERROR "${Folder}: missing are \"${Missing}\", too many are \"${Surplus}\"")
+  endif()
+endfunction()
+
+# A file that belongs to no component would be in no package.
+set(Expected "")
+foreach(Component IN ITEMS library development tools docs)
+  execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --component ${Component}
+                          --prefix ${SCRATCH}/components/${Component}
+                  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+  Expect_Files(${SCRATCH}/components/${Component} ${Expected_${Component}})
+  list(APPEND Expected ${Expected_${Component}})
+endforeach()
+Expect_Files(${Prefix} ${Expected})
+
+# Programs are linked by the first name, run by the second, and both lead to the library.
+function(Expect_Link Name Target)
+  file(READ_SYMLINK ${Prefix}/${LIBDIR}/${Name} Found)
+  if(NOT Found STREQUAL Target)
+    message(FATAL_ERROR "${Name} leads to \"${Found}\" and not to ${Target}")
+  endif()
+endfunction()
+Expect_Link(librigsync_core.so librigsync_core.so.0)
+Expect_Link(librigsync_core.so.0 librigsync_core.so.${VERSION})
+find_program(Readelf readelf REQUIRED)
+function(Read_Dynamic_Section File Result)
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C ${Readelf} --dynamic --wide ${File}
+                  OUTPUT_VARIABLE Section COMMAND_ERROR_IS_FATAL ANY)
+  set(${Result} "${Section}" PARENT_SCOPE)
+endfunction()
+Read_Dynamic_Section(${Prefix}/${LIBDIR}/librigsync_core.so.${VERSION} Library_Section)
+if(NOT Library_Section MATCHES "soname: \\[librigsync_core\\.so\\.0\\]")
+  message(FATAL_ERROR "the library's SONAME isn't librigsync_core.so.0\n${Library_Section}")
+endif()
+
+# What is installed can be moved and shows nothing of where it was made. Debugging information and
+# sanitizers name sources, so that programs of such builds are asked for search paths alone.
+Read_Dynamic_Section(${Prefix}/bin/rigsync Program_Section)
+foreach(Path IN ITEMS ${Top} ${BUILD})
+  string(FIND "${Library_Section}${Program_Section}" ${Path} Place)
+  if(NOT Place EQUAL -1)
+    message(FATAL_ERROR "${Path} is searched for libraries\n${Library_Section}${Program_Section}")
+  endif()
+endforeach()
+set(Grep_Flags --recursive --files-with-matches --fixed-strings)
+if(NOT CONFIG STREQUAL Release OR NOT FLAGS STREQUAL "")
+  list(APPEND Grep_Flags --binary-files=without-match)
+endif()
+execute_process(COMMAND grep ${Grep_Flags} --regexp=${Top} --regexp=${BUILD} ${Prefix}
+                OUTPUT_VARIABLE Named RESULT_VARIABLE Status)
+if(NOT Status EQUAL 1)
+  message(FATAL_ERROR "grep ended with ${Status}; the folder of sources or build stands in\n${Named}")
+endif()
+
 execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${SCRATCH}/build -G Ninja
                         -DCMAKE_PREFIX_PATH=${Prefix} -DCMAKE_CXX_COMPILER=${CXX}
                         -DCMAKE_CXX_FLAGS=${FLAGS}
@@ -36,38 +123,18 @@ function(Expect_Engines Host)
 endfunction()
 Expect_Engines(${SCRATCH}/build/minimal_host)
 
-# What goes with the command for people.
-foreach(File share/man/man1/rigsync.1 share/bash-completion/completions/rigsync)
-  if(NOT EXISTS ${Prefix}/${File})
-    message(FATAL_ERROR "${File} isn't installed")
-  endif()
-endforeach()
-
-# The pkg-config file names the folders of this prefix.
-file(GLOB_RECURSE Pc ${Prefix}/*/rigsync_core.pc)
-if(NOT Pc)
-  message(FATAL_ERROR "no rigsync_core.pc under ${Prefix}")
-endif()
-find_program(Pkg_Config pkg-config)
-if(Pkg_Config)
-  cmake_path(GET Pc PARENT_PATH Pc_Folder)
-  set(ENV{PKG_CONFIG_PATH} ${Pc_Folder})
-  execute_process(COMMAND ${Pkg_Config} --define-variable=prefix=${Prefix} --cflags --libs
-                          rigsync_core
-                  OUTPUT_VARIABLE Words OUTPUT_STRIP_TRAILING_WHITESPACE
-                  COMMAND_ERROR_IS_FATAL ANY)
-  separate_arguments(Words)
-  separate_arguments(FLAGS)
-  execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/main.cpp ${Words}
-                          -o ${SCRATCH}/consumer_by_pkg_config COMMAND_ERROR_IS_FATAL ANY)
-  execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/../../examples/minimal_host.cpp
-                          ${Words} -o ${SCRATCH}/host_by_pkg_config COMMAND_ERROR_IS_FATAL ANY)
-  file(GLOB_RECURSE Library ${Prefix}/*/librigsync_core.so)
-  cmake_path(GET Library PARENT_PATH Library_Folder)
-  set(ENV{LD_LIBRARY_PATH} ${Library_Folder})
-  execute_process(COMMAND ${SCRATCH}/consumer_by_pkg_config OUTPUT_QUIET
-                  COMMAND_ERROR_IS_FATAL ANY)
-  Expect_Engines(${SCRATCH}/host_by_pkg_config)
-else()
-  message(NOTICE "pkg-config isn't installed; its file was found but not used")
-endif()
+find_program(Pkg_Config pkg-config REQUIRED)
+set(ENV{PKG_CONFIG_PATH} ${Prefix}/${LIBDIR}/pkgconfig)
+execute_process(COMMAND ${Pkg_Config} --cflags --libs rigsync_core
+                OUTPUT_VARIABLE Words OUTPUT_STRIP_TRAILING_WHITESPACE
+                COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(Words)
+separate_arguments(FLAGS)
+execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/main.cpp ${Words}
+                        -o ${SCRATCH}/consumer_by_pkg_config COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/../../examples/minimal_host.cpp
+                        ${Words} -o ${SCRATCH}/host_by_pkg_config COMMAND_ERROR_IS_FATAL ANY)
+set(ENV{LD_LIBRARY_PATH} ${Prefix}/${LIBDIR})
+execute_process(COMMAND ${SCRATCH}/consumer_by_pkg_config OUTPUT_QUIET
+                COMMAND_ERROR_IS_FATAL ANY)
+Expect_Engines(${SCRATCH}/host_by_pkg_config)
