@@ -93,7 +93,8 @@ endif()
 execute_process(COMMAND grep ${Grep_Flags} --regexp=${Top} --regexp=${BUILD} ${Prefix}
                 OUTPUT_VARIABLE Named RESULT_VARIABLE Status)
 if(NOT Status EQUAL 1)
-  message(FATAL_ERROR "grep ended with ${Status}; the folder of sources or build stands in\n${Named}")
+  message(FATAL_ERROR "grep ended with ${Status}; a folder of sources or build stands in\n"
+                      "${Named}")
 endif()
 
 execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${SCRATCH}/build -G Ninja
