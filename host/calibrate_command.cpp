@@ -154,7 +154,8 @@ int Calibrate(const Typed& Given) {
   const fs::path& Image_Root = Result.Inputs.Image_Root;
   Result.Images = Read_Image_Names(Result.Inputs.Csv);
   Refuse_Climbing_Images(Result.Inputs.Csv, Result.Images, Image_Root);
-  const fs::path Out = Make_Out_Folder("--out", Given.Out, Needed_Bytes(Result.Images.size()));
+  const fs::path Out =
+      Make_Out_Folder("--out", Given.Out, Needed_Bytes(Result.Images.size()), "run log and result");
   Warn_If_Space_Is_Short(Out, Result.Images, Image_Root);
   Result.Run_Folder = Make_Run_Folder(Out);
   for (const std::string& Name :

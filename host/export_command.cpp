@@ -7,6 +7,7 @@
 #include "host/exit_status.h"
 #include "host/quiet_output.h"
 #include "host/result_file.h"
+#include "host/run_folder.h"
 #include "host/run_log_file.h"
 #include "rigsync_core.h"
 
@@ -16,7 +17,6 @@
 #include <cstdio>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <system_error>
 
 namespace host {
 namespace {
@@ -172,12 +172,7 @@ bool All_Finite(const Exported& Result) {
 
 fs::path Out_Folder(const Typed& Given) {
   if (Given.Out.empty()) return fs::absolute(Given.Result).parent_path();
-  std::error_code Ignored;
-  fs::create_directories(Given.Out, Ignored);
-  if (!fs::is_directory(Given.Out, Ignored)) {
-    Refuse("--out", Given.Out, "a folder, or a path where one can be created");
-  }
-  return fs::canonical(Given.Out);
+  return Make_Out_Folder("--out", Given.Out, /*Needed_Bytes=*/0, "the run log");
 }
 
 void Require_Exportable(const Typed& Given, const Calibration_Result& Result) {

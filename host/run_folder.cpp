@@ -10,6 +10,7 @@
 #include <ctime>
 #include <stdexcept>
 #include <system_error>
+#include <vector>
 
 namespace host {
 namespace {
@@ -19,15 +20,36 @@ namespace fs = std::filesystem;
 // Enough to be refused where a quota or a full disk would stop the run log.
 constexpr std::size_t Probe_Size = 64 * 1024;
 
+// Folders that are removed again, if they are still empty, unless Keep is called.
+class Made_Folders {
+ public:
+  // Creates Folder with all that is missing above it. Returns why it couldn't, or nothing.
+  std::error_code Make(const fs::path& Folder) {
+    fs::path Whole;
+    for (const fs::path& Component : Folder) {
+      Whole /= Component;
+      std::error_code Error, Ignored;
+      if (fs::create_directory(Whole, Error)) Made.push_back(Whole);
+      if (fs::is_directory(Whole, Ignored)) continue;
+      if (fs::exists(Whole, Ignored)) return std::make_error_code(std::errc::not_a_directory);
+      return Error;
+    }
+    return {};
+  }
+  void Keep() { Made.clear(); }
+  ~Made_Folders() {
+    std::error_code Ignored;
+    for (; !Made.empty(); Made.pop_back()) fs::remove(Made.back(), Ignored);
+  }
+
+ private:
+  std::vector<fs::path> Made;  // a folder behind those that it is in
+};
+
 // Writes a file and removes it again.
 void Require_Writable(const std::string& Flag, const fs::path& Folder) {
   const fs::path Probe = Unfinished_File(Folder / "probe");
-  std::string Reason;
-  try {
-    Write_Whole(Probe, std::string(Probe_Size, ' '));
-  } catch (const std::runtime_error& Error) {
-    Reason = Error.what();
-  }
+  const std::string Reason = Try_Write_Whole(Probe, std::string(Probe_Size, ' '));
   std::error_code Ignored;
   fs::remove(Probe, Ignored);
   if (!Reason.empty()) {
@@ -35,22 +57,23 @@ void Require_Writable(const std::string& Flag, const fs::path& Folder) {
   }
 }
 
-void Require_Space(const std::string& Flag, const fs::path& Folder, std::uintmax_t Needed_Bytes) {
+void Require_Space(const std::string& Flag, const fs::path& Folder, std::uintmax_t Needed_Bytes,
+                   const std::string& What) {
   std::error_code Error;
   const fs::space_info Space = fs::space(Folder, Error);
   // A file system that doesn't know its space is taken as it is.
   if (Error || Space.available >= Needed_Bytes) return;
   Refuse(Flag, Folder.string(),
-         fmt::format("a folder on a disk with {} of space for run log and result ({} are free)",
-                     Bytes_Text(Needed_Bytes), Bytes_Text(Space.available)));
+         fmt::format("a folder on a disk with {} of space for {} ({} are free)",
+                     Bytes_Text(Needed_Bytes), What, Bytes_Text(Space.available)));
 }
 
 }  // namespace
 
 fs::path Make_Out_Folder(const std::string& Flag, const std::string& Given,
-                         std::uintmax_t Needed_Bytes) {
-  std::error_code Error;
-  fs::create_directories(Given, Error);
+                         std::uintmax_t Needed_Bytes, const std::string& What) {
+  Made_Folders Made;
+  const std::error_code Error = Made.Make(Given);
   std::error_code Not_A_Folder;
   if (!fs::is_directory(Given, Not_A_Folder)) {
     Refuse(Flag, Given,
@@ -58,8 +81,9 @@ fs::path Make_Out_Folder(const std::string& Flag, const std::string& Given,
                (Error ? " (" + Error.message() + ")" : std::string()));
   }
   const fs::path Out = fs::canonical(Given);
-  Require_Space(Flag, Out, Needed_Bytes);
+  Require_Space(Flag, Out, Needed_Bytes, What);
   Require_Writable(Flag, Out);
+  Made.Keep();
   return Out;
 }
 

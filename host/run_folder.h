@@ -16,9 +16,10 @@ namespace host {
 
 // The output folder, created where it is missing, as an absolute path without ".." and links. Tries
 // it out: refuses (Usage_Error naming Flag, folder and reason) one that can't be made, in which no
-// file can be written, or that hasn't Needed_Bytes of space, before long work begins.
+// file can be written, or that hasn't Needed_Bytes of space for What, before long work begins. Of a
+// folder that is refused, nothing stays that wasn't there.
 std::filesystem::path Make_Out_Folder(const std::string& Flag, const std::string& Given,
-                                      std::uintmax_t Needed_Bytes);
+                                      std::uintmax_t Needed_Bytes, const std::string& What);
 
 // Creates a folder inside Out that no other run has, named after the local time; a second run of
 // the same second gets "_2" behind it. Throws std::runtime_error when none can be made.

@@ -43,12 +43,18 @@ std::filesystem::path Unfinished_File(const std::filesystem::path& File) {
 }
 
 void Write_Whole(const std::filesystem::path& File, std::string_view Text) {
+  const std::string Reason = Try_Write_Whole(File, Text);
+  if (Reason.empty()) return;
+  throw std::runtime_error(fmt::format("{} can't be written: {}", File.string(), Reason));
+}
+
+std::string Try_Write_Whole(const std::filesystem::path& File, std::string_view Text) {
   const std::filesystem::path Unfinished = Unfinished_File(File);
-  if (Write_New(Unfinished, Text) && std::rename(Unfinished.c_str(), File.c_str()) == 0) return;
-  const std::string Reason = std::generic_category().message(errno);
+  if (Write_New(Unfinished, Text) && std::rename(Unfinished.c_str(), File.c_str()) == 0) return {};
+  std::string Reason = std::generic_category().message(errno);
   std::error_code Ignored;
   std::filesystem::remove(Unfinished, Ignored);
-  throw std::runtime_error(fmt::format("{} can't be written: {}", File.string(), Reason));
+  return Reason;
 }
 
 }  // namespace host

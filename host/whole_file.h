@@ -5,6 +5,7 @@
 #define RIGSYNC_HOST_WHOLE_FILE_H
 
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace host {
@@ -17,6 +18,10 @@ std::filesystem::path Unfinished_File(const std::filesystem::path& File);
 // can't be finished is removed and File stays as it was. Throws std::runtime_error naming File and
 // why.
 void Write_Whole(const std::filesystem::path& File, std::string_view Text);
+
+// The same without an exception: why File couldn't be written ("No space left on device"), empty
+// when it was.
+std::string Try_Write_Whole(const std::filesystem::path& File, std::string_view Text);
 
 }  // namespace host
 

@@ -190,6 +190,12 @@ TEST(CalibrateRun, ADiskThatIsFullOrReadOnlyIsToldBeforeTheWork) {
   if (Run_Program("/usr/bin/env", {"unshare", "--mount", "true"}).Status != 0) {
     GTEST_SKIP() << "this user may not mount a disk";
   }
+  // Two files: the disk's own folder and the one for the results.
+  const Finished No_File = On_Disk("nr_inodes=2");
+  EXPECT_EQ(No_File.Status, 2);
+  EXPECT_THAT(No_File.Said,
+              AllOf(HasSubstr("'" + fs::canonical(Disk).string() + "/out' is wrong"),
+                    HasSubstr("files can be written (No space left"), Not(HasSubstr("probe"))));
   const Finished Full = On_Disk("size=100k");
   EXPECT_EQ(Full.Status, 2);
   EXPECT_THAT(Full.Said, AllOf(HasSubstr("--out"), HasSubstr("of space for run log and result"),

@@ -172,6 +172,10 @@ TEST(Export, WritesItsRunLogBesideTheResultOrWhereItIsTold) {
   EXPECT_EQ(Log_Count(Scratch.Path()), 0u);
   // A relative path without a folder.
   ASSERT_EQ(Rigsync({"export", "result.json", "--to", "ue5"}, Scratch.Path()).Status, 0);
+  // A folder in which nobody can create a file.
+  const Finished Refused = Export(File, "ue5", {"--out", "/proc/self/task"});
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_THAT(Refused.Said, AllOf(HasSubstr("--out"), HasSubstr("files can be written (No such")));
   EXPECT_EQ(Log_Count(Scratch.Path()), 1u);
 }
 

@@ -15,10 +15,11 @@ namespace {
 namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 std::string Refusal(const fs::path& Folder, std::uintmax_t Bytes) {
   try {
-    host::Make_Out_Folder("--out", Folder.string(), Bytes);
+    host::Make_Out_Folder("--out", Folder.string(), Bytes, "run log and result");
   } catch (const host::Usage_Error& Error) {
     return Error.what();
   }
@@ -39,8 +40,8 @@ TEST(RunFolder, IsNamedAfterTheTimeAndNeverShared) {
 
 TEST(RunFolder, OutIsMadeWithItsParentsAndComesBackAbsolute) {
   const Scratch_Folder Scratch;
-  const fs::path Out =
-      host::Make_Out_Folder("--out", (Scratch.Path() / "a/b/../c").string(), /*Needed_Bytes=*/1);
+  const fs::path Out = host::Make_Out_Folder("--out", (Scratch.Path() / "a/b/../c").string(),
+                                             /*Needed_Bytes=*/1, "anything");
   EXPECT_EQ(Out, fs::canonical(Scratch.Path()) / "a/c");
   EXPECT_TRUE(fs::is_empty(Out));
 }
@@ -51,14 +52,35 @@ TEST(RunFolder, OutThatIsAFileOrTakesNoFilesIsRefusedByName) {
   EXPECT_THAT(Refusal(File, 1), AllOf(HasSubstr("--out: '" + File + "'"), HasSubstr("a folder")));
   EXPECT_THAT(Refusal(File + "/below", 1), HasSubstr("Not a directory"));
   // A folder in which nobody can create a file, whoever asks.
-  EXPECT_THAT(Refusal("/proc/self/task", 0), HasSubstr("a folder in which files can be written"));
+  const std::string Text = Refusal("/proc/self/task", 0);
+  EXPECT_THAT(Text, HasSubstr("a folder in which files can be written (No such file"));
+  EXPECT_THAT(Text, Not(HasSubstr("probe")));
 }
 
 TEST(RunFolder, OutWithoutTheSpaceIsRefusedAndTellsBothSizes) {
   const Scratch_Folder Scratch;
   constexpr std::uintmax_t No_Disk_Has_It = UINTMAX_MAX / 2;
   const std::string Text = Refusal(Scratch.Path(), No_Disk_Has_It);
-  EXPECT_THAT(Text, AllOf(HasSubstr("9223372036.9 GB of space"), HasSubstr("are free")));
+  EXPECT_THAT(Text, AllOf(HasSubstr("9223372036.9 GB of space for run log and result"),
+                          HasSubstr("are free")));
+}
+
+TEST(RunFolder, OfAFolderThatIsRefusedNothingStaysThatWasntThere) {
+  const Scratch_Folder Scratch;
+  constexpr std::uintmax_t No_Disk_Has_It = UINTMAX_MAX / 2;
+  fs::create_directory(Scratch.Path() / "earlier");
+  for (const char* Below : {"new", "earlier", "earlier/new/deep", "a/b/../c", "a//b/"}) {
+    SCOPED_TRACE(Below);
+    EXPECT_THAT(Refusal(Scratch.Path() / Below, No_Disk_Has_It), HasSubstr("of space"));
+    EXPECT_TRUE(fs::is_empty(Scratch.Path() / "earlier"));
+    fs::remove(Scratch.Path() / "earlier");
+    EXPECT_TRUE(fs::is_empty(Scratch.Path()));
+    fs::create_directory(Scratch.Path() / "earlier");
+  }
+  // The folder above can be made, the one in it can't.
+  const std::string Long_Name(300, 'x');
+  EXPECT_THAT(Refusal(Scratch.Path() / "above" / Long_Name, 0), HasSubstr("name too long"));
+  EXPECT_FALSE(fs::exists(Scratch.Path() / "above"));
 }
 
 TEST(RunFolder, SizesReadAsPeopleWriteThem) {
