@@ -114,11 +114,6 @@ std::string Local_Time_Text() {
   return fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(std::time(nullptr)));
 }
 
-Progress_Kind Kind_Of(const Typed& Given) {
-  if (Given.Quiet || Given.Verbose) return Progress_Kind::None;
-  return Is_Terminal(stderr) ? Progress_Kind::Line : Progress_Kind::Plain;
-}
-
 // The run's own result.json, and the newest of the output folder. Returns what went wrong.
 std::string Write_Results(const fs::path& Out, const Calibration_Result& Result) {
   try {
@@ -165,7 +160,8 @@ int Calibrate(const Typed& Given) {
   }
 
   Result.Begun = Local_Time_Text();
-  Run_Library(Result, Result.Images.size(), Given.Verbose, Kind_Of(Given));
+  Run_Library(Result, Result.Images.size(), Given.Verbose,
+              Kind_Of_Progress(Given.Quiet || Given.Verbose));
 
   // Written first, so that nobody who stops reading takes the result along; told in any case, so
   // that a full disk doesn't either.

@@ -5,6 +5,7 @@
 #include "host/exit_status.h"
 #include "host/inspect_report.h"
 #include "host/inspection.h"
+#include "host/progress.h"
 #include "host/stage_file.h"
 #include "host/terminal.h"
 
@@ -66,14 +67,10 @@ Inspection_Inputs Read_Inputs(const Typed& Given) {
 
 // A line on a terminal, renewed in place and gone at the end; nothing elsewhere.
 Search_Progress Progress_Line() {
-  if (!Is_Terminal(stderr)) return {};
-  return [](std::size_t Done, std::size_t All) {
-    if (Done < All) {
-      fmt::print(stderr, "\rlooking for boards: {} of {}", Done, All);
-    } else {
-      fmt::print(stderr, "\r{:{}}\r", "", 60);
-    }
-    std::fflush(stderr);
+  const auto Shown = std::make_shared<Progress_Output>(Is_Terminal(stderr) ? Progress_Kind::Line
+                                                                           : Progress_Kind::None);
+  return [Shown](std::size_t Done, std::size_t All) {
+    Shown->Show(fmt::format("Looking for boards: {} of {}", Done, All));
   };
 }
 

@@ -56,7 +56,7 @@ int Call_Library(Calibration_Result& Result) {
 
 // What a person reads who ends the run: on a line of its own, whatever stands on the terminal.
 std::string Interrupted(const Calibration_Result& Result, Progress_Kind Kind) {
-  const char* const Line_End = Kind == Progress_Kind::Line ? "\r\x1b[K" : "";
+  const char* const Line_End = Kind == Progress_Kind::Line ? Line_Off : "";
   return Line_End +
          Folded(
              "rigsync: interrupted; no result was written. How far the run came is in the run "

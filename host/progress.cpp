@@ -2,6 +2,7 @@
 #include "host/progress.h"
 
 #include "host/run_log_file.h"
+#include "host/terminal.h"
 #include "host/text.h"
 
 #include <fcntl.h>
@@ -13,6 +14,7 @@
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
+#include <cstdio>
 #include <fstream>
 #include <mutex>
 #include <thread>
@@ -145,15 +147,53 @@ std::string Step_Text(const Run_Report& Report, std::size_t Images) {
   }
 }
 
+Progress_Kind Kind_Of_Progress(bool Quiet) {
+  if (Quiet) return Progress_Kind::None;
+  return Is_Terminal(stderr) ? Progress_Kind::Line : Progress_Kind::Plain;
+}
+
+Progress_Output::Progress_Output(Progress_Kind Wanted) : Kind(Wanted), Began(Clock::now()) {
+  if (Kind != Progress_Kind::None) Output = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+}
+
+Progress_Output::~Progress_Output() {
+  if (Kind == Progress_Kind::Line) Say(Line_Off);
+  if (Output >= 0) close(Output);
+}
+
+void Progress_Output::Begin(const std::string& Text) {
+  if (Kind != Progress_Kind::Plain) return;
+  Said_At = Seconds();
+  Say("rigsync: " + Text + "\n");
+}
+
+void Progress_Output::Show(const std::string& Text) {
+  if (Kind == Progress_Kind::Plain) {
+    if (Seconds() - Said_At >= Plain_Interval_Seconds) Begin(Text);
+    return;
+  }
+  if (Kind == Progress_Kind::None || Text == Shown) return;
+  Shown = Text;
+  Say("\r" + Text.substr(0, Terminal_Width - 1) + "\x1b[K");
+}
+
+double Progress_Output::Seconds() const {
+  return std::chrono::duration<double>(Clock::now() - Began).count();
+}
+
+// A terminal that is gone, or a pipe that nobody empties, is nothing to stop the work for.
+void Progress_Output::Say(const std::string& Text) const {
+  pollfd Ready{Output, POLLOUT, 0};
+  if (poll(&Ready, 1, /*timeout=*/0) != 1 || (Ready.revents & POLLOUT) == 0) return;
+  if (write(Output, Text.data(), Text.size()) < 0) return;
+}
+
 // Everything behind the class: the thread and what it needs. Only Stopping is shared, under Lock.
 struct Progress::Follower {
-  Follower(const std::filesystem::path& Run_Folder, std::size_t Images, bool Is_Line)
-      : Folder(Run_Folder),
-        Image_Count(Images),
-        Line(Is_Line),
-        Output(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)),
-        Estimate(Images),
-        Thread([this] { Follow(); }) {}
+  Follower(const std::filesystem::path& Run_Folder, std::size_t Images, Progress_Kind Kind)
+      : Folder(Run_Folder), Image_Count(Images), Output(Kind), Estimate(Images), Thread([this] {
+          Follow();
+        }) {}
 
   ~Follower() {
     {
@@ -162,8 +202,6 @@ struct Progress::Follower {
     }
     Stop.notify_one();
     Thread.join();
-    if (Line) Say("\r\x1b[K");
-    if (Output >= 0) close(Output);
   }
 
   void Follow() {
@@ -198,46 +236,24 @@ struct Progress::Follower {
     const Run_Step Before = Reader.Report().Step;
     Reader.Take_Line(Text);
     if (Reader.Report().Step == Before) return;
-    Estimate.Take(Reader.Report(), Seconds());
+    Estimate.Take(Reader.Report(), Output.Seconds());
     const std::string Begun = Step_Text(Reader.Report(), Image_Count);
-    if (!Line && !Begun.empty()) Say_Plain(Begun);
+    if (!Begun.empty()) Output.Begin(Begun);
   }
 
   void Show() {
-    if (!Line && Seconds() - Said_At < Plain_Interval_Seconds) return;
     std::string Text = Progress_Text(Reader.Report(), Image_Count);
-    if (const auto Left = Estimate.Left(Reader.Report(), Seconds())) {
+    if (const auto Left = Estimate.Left(Reader.Report(), Output.Seconds())) {
       Text += ", " + Time_Text(*Left) + " left";
     }
-    if (!Line) return Say_Plain(Text);
-    if (Text == Shown) return;
-    Shown = Text;
-    Say("\r" + Text.substr(0, Terminal_Width - 1) + "\x1b[K");
+    Output.Show(Text);
   }
-
-  void Say_Plain(const std::string& Text) {
-    Said_At = Seconds();
-    Say("rigsync: " + Text + "\n");
-  }
-
-  // A terminal that is gone, or a pipe that nobody empties, is nothing to stop a calibration for.
-  void Say(const std::string& Text) const {
-    pollfd Ready{Output, POLLOUT, 0};
-    if (poll(&Ready, 1, /*timeout=*/0) != 1 || (Ready.revents & POLLOUT) == 0) return;
-    if (write(Output, Text.data(), Text.size()) < 0) return;
-  }
-
-  double Seconds() const { return std::chrono::duration<double>(Clock::now() - Began).count(); }
 
   const std::filesystem::path Folder;
   const std::size_t Image_Count;
-  const bool Line;
-  const int Output;
-  const Clock::time_point Began = Clock::now();
+  Progress_Output Output;
   std::ifstream Log;
-  std::string Rest;   // of the log: a line that isn't whole yet
-  std::string Shown;  // on the terminal now
-  double Said_At = 0;
+  std::string Rest;  // of the log: a line that isn't whole yet
   Run_Log_Reader Reader;
   Time_Estimate Estimate;
   std::mutex Lock;
@@ -249,7 +265,7 @@ struct Progress::Follower {
 Progress::Progress(const std::filesystem::path& Run_Folder, std::size_t Images,
                    Progress_Kind Kind) {
   if (Kind == Progress_Kind::None) return;
-  Running = std::make_unique<Follower>(Run_Folder, Images, Kind == Progress_Kind::Line);
+  Running = std::make_unique<Follower>(Run_Folder, Images, Kind);
 }
 
 Progress::~Progress() = default;

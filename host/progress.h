@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tells how far a calibration has come while the library works: one line that is written anew on a
-// terminal, plain lines elsewhere. The library reports nothing but its run log, so the log is
-// followed as it grows.
+// Tells how far work has come: one line that is written anew on a terminal, plain lines elsewhere.
+// Of a calibration the library reports nothing but its run log, so the log is followed as it grows.
 #ifndef RIGSYNC_HOST_PROGRESS_H
 #define RIGSYNC_HOST_PROGRESS_H
 
 #include "host/run_report.h"
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -47,6 +47,39 @@ std::string Progress_Text(const Run_Report& Report, std::size_t Images);
 std::string Step_Text(const Run_Report& Report, std::size_t Images);
 
 enum class Progress_Kind { None, Plain, Line };
+
+// A line where standard error is a terminal, plain lines elsewhere, none for Quiet.
+Progress_Kind Kind_Of_Progress(bool Quiet);
+
+// Takes the line off a terminal.
+constexpr const char* Line_Off = "\r\x1b[K";
+
+// Where progress is told: what standard error is when one of these is made. It never waits for a
+// reader.
+class Progress_Output {
+ public:
+  explicit Progress_Output(Progress_Kind Wanted);
+  ~Progress_Output();  // takes the line off the terminal
+  Progress_Output(const Progress_Output&) = delete;
+  Progress_Output& operator=(const Progress_Output&) = delete;
+
+  // What begins now, for plain lines; a line on a terminal shows how far it has come.
+  void Begin(const std::string& Text);
+
+  // How far the work has come: written anew on a terminal, every ten seconds in plain lines.
+  void Show(const std::string& Text);
+
+  double Seconds() const;  // since it was made
+
+ private:
+  void Say(const std::string& Text) const;
+
+  const Progress_Kind Kind;
+  const std::chrono::steady_clock::time_point Began;
+  int Output = -1;
+  std::string Shown;  // on the terminal now
+  double Said_At = 0;
+};
 
 // Follows the run log in Run_Folder for as long as it lives, on a thread of its own, and writes to
 // what standard error is when it is made: the line may go on while the process's own standard error

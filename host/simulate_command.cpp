@@ -5,7 +5,11 @@
 #include "host/arguments.h"
 #include "host/command.h"
 #include "host/exit_status.h"
+#include "host/interrupt.h"
+#include "host/progress.h"
+#include "host/run_folder.h"
 #include "host/stage_file.h"
+#include "host/text.h"
 #include "simulate/simulate.h"
 
 #include <fmt/format.h>
@@ -29,6 +33,9 @@ compare') and stage.json (the board and the estimate of its place on its
 tracker, for 'rigsync calibrate --config'). One seed gives the same capture on
 every machine. Lengths are metres or carry a unit: 0.3mm.
 
+Exit status: 0, 2 for wrong usage or a folder that takes no files, 70 when
+something failed while photographs were rendered.
+
 Example:
   rigsync simulate capture --images 24 --position-noise 0.3mm \
     --rotation-noise 0.03 --stale 2)";
@@ -37,6 +44,7 @@ Example:
 struct Typed {
   std::string Directory;
   simulate::Options Options;
+  bool Quiet = false;
 };
 
 template <typename Value>
@@ -338,6 +346,42 @@ std::string In_Flags(std::string Text) {
   return Text;
 }
 
+// A line of the CSV has commas between its fields and no quotes.
+void Refuse_Commas(const Typed& Given) {
+  const simulate::Path_Form Paths = Given.Options.Paths;
+  if (Paths != simulate::Path_Form::Absolute && Paths != simulate::Path_Form::Backslash) return;
+  if (Given.Directory.empty()) return;  // which is no folder either
+  if (fs::absolute(Given.Directory).string().find_first_of(",\n\r") == std::string::npos) return;
+  Refuse("DIR", Given.Directory,
+         "a folder whose path has no comma, since it stands in the CSV; or give --paths relative");
+}
+
+// Space without which nobody needs to begin: the two tables, and some for photographs, whose size
+// is known when they are rendered.
+std::uintmax_t Needed_Bytes(const simulate::Options& Options) {
+  constexpr std::uintmax_t Base = 1'000'000, Row = 1'000;
+  return Base + Row * static_cast<std::uintmax_t>(Options.Image_Count);
+}
+
+// What a person reads who ends the run: on a line of its own, whatever stands on the terminal.
+std::string Interrupted(const fs::path& Directory, Progress_Kind Kind) {
+  return (Kind == Progress_Kind::Line ? Line_Off : "") +
+         Folded("rigsync: interrupted; what is written so far is no whole capture:", 0) + "  " +
+         Directory.string() + "\n";
+}
+
+void Write_Files(const simulate::Plan& Capture, const fs::path& Directory, Progress_Kind Kind) {
+  const Interrupt_Text Last_Words(Interrupted(Directory, Kind));
+  Progress_Output Shown(Kind);
+  Shown.Begin(fmt::format("rendering {} photographs", Capture.Images.size()));
+  simulate::Write_Capture(Capture, Directory, [&](std::size_t Done, std::size_t All) {
+    const double Left =
+        Shown.Seconds() / static_cast<double>(Done) * static_cast<double>(All - Done);
+    Shown.Show(fmt::format("Rendering photographs: {} of {}, {} left", Done, All, Time_Text(Left)));
+  });
+  Write_Stage(Directory / "stage.json", Stage_Of(Capture));
+}
+
 int Simulate(const Typed& Given) {
   const auto Start = std::chrono::steady_clock::now();
   simulate::Plan Capture;
@@ -346,9 +390,10 @@ int Simulate(const Typed& Given) {
   } catch (const std::invalid_argument& Refused) {
     throw Usage_Error(In_Flags(Refused.what()));
   }
+  Refuse_Commas(Given);
+  Make_Out_Folder("DIR", Given.Directory, Needed_Bytes(Given.Options), "the capture");
   const fs::path Directory(Given.Directory);
-  simulate::Write_Capture(Capture, Directory);
-  Write_Stage(Directory / "stage.json", Stage_Of(Capture));
+  Write_Files(Capture, Directory, Kind_Of_Progress(Given.Quiet));
 
   const simulate::Options& Options = Given.Options;
   const std::chrono::duration<double> Took = std::chrono::steady_clock::now() - Start;
@@ -389,6 +434,7 @@ void Add_Simulate_Command(CLI::App& Program, Chosen_Command& Chosen) {
           "--no-header", [Given](std::int64_t) { Given->Options.Header = false; },
           "leave out the CSV's line of column names")
       ->group("Files");
+  Command->add_flag("--quiet", Given->Quiet, "show no progress while photographs are rendered");
   Command->group("Commands");
   Command->footer(Footer);
   Command->callback([&Chosen, Given] { Chosen = [Given] { return Simulate(*Given); }; });

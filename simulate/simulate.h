@@ -18,7 +18,9 @@
 #include <Eigen/Core>
 #include <Eigen/Geometry>
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -132,10 +134,14 @@ Plan Make_Plan(const Options& Given);
 // The true image positions of the board's inner corners, row by row, pixels.
 std::vector<Eigen::Vector2d> Project_Board(const Plan& Capture, const Image_Truth& Image);
 
+// Called after each photograph.
+using Render_Progress = std::function<void(std::size_t Done, std::size_t All)>;
+
 // Writes the capture into Directory, which is created where it is missing: the photographs
 // (images/NNNN.png, or beside the CSV for Path_Form::Name_Only and Backslash), capture.csv and
 // truth.json. Throws std::runtime_error when a file can't be written.
-void Write_Capture(const Plan& Capture, const std::filesystem::path& Directory);
+void Write_Capture(const Plan& Capture, const std::filesystem::path& Directory,
+                   const Render_Progress& Progress = {});
 
 // Writes capture.csv and truth.json alone, for tests that bring their own photographs.
 void Write_Tables(const Plan& Capture, const std::filesystem::path& Directory);

@@ -280,6 +280,31 @@ Truth Truth_In(const Json& File) {
   return Told;
 }
 
+// ---- Photographs -----------------------------------------------------------------------------
+
+void Write_Photograph(const Plan& Capture, size_t Index, const cv::Mat& Rays,
+                      const fs::path& File) {
+  const Image_Truth& Image = Capture.Images[Index];
+  if (Image.Kind == Row_Kind::Missing_Image) {
+    // A picture of an earlier capture would stand in for the missing one.
+    std::error_code Ignored;
+    fs::remove(File, Ignored);
+    return;
+  }
+  Make_Folder(File.parent_path());
+  // No PNG level is asked for: OpenCV then takes the fastest one with a single row filter, three
+  // times as fast as the same level asked for by number, and noise packs no better otherwise.
+  const std::vector<int> Settings = {cv::IMWRITE_JPEG_QUALITY, Capture.Given.Jpeg_Quality};
+  std::vector<uchar> Encoded;
+  if (!cv::imencode("." + Capture.Given.Image_Format, Render_Photograph(Capture, Index, Rays),
+                    Encoded, Settings)) {
+    throw std::runtime_error("simulate: can't encode " + File.string());
+  }
+  const bool Cut = Image.Kind == Row_Kind::Truncated_Image;
+  Write_Bytes(File, reinterpret_cast<const char*>(Encoded.data()),
+              Cut ? Encoded.size() / 2 : Encoded.size());
+}
+
 }  // namespace
 
 void Write_Tables(const Plan& Capture, const fs::path& Directory) {
@@ -288,31 +313,14 @@ void Write_Tables(const Plan& Capture, const fs::path& Directory) {
   Write_Text(Directory / "truth.json", Truth_As_Json(Capture).dump(2) + "\n");
 }
 
-void Write_Capture(const Plan& Capture, const fs::path& Directory) {
-  const Options& Given = Capture.Given;
+void Write_Capture(const Plan& Capture, const fs::path& Directory,
+                   const Render_Progress& Progress) {
   Write_Tables(Capture, Directory);
-  const cv::Mat Rays = Make_Pixel_Rays(Capture.True_Lens, Given.Width, Given.Height);
-  // No PNG level is asked for: OpenCV then takes the fastest one with a single row filter, three
-  // times as fast as the same level asked for by number, and noise packs no better otherwise.
-  const std::vector<int> Settings = {cv::IMWRITE_JPEG_QUALITY, Given.Jpeg_Quality};
-  std::vector<uchar> Encoded;
+  const cv::Mat Rays =
+      Make_Pixel_Rays(Capture.True_Lens, Capture.Given.Width, Capture.Given.Height);
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
-    const Image_Truth& Image = Capture.Images[i];
-    const fs::path File = Image_File(Capture, Image, Directory);
-    if (Image.Kind == Row_Kind::Missing_Image) {
-      // A picture of an earlier capture would stand in for the missing one.
-      std::error_code Ignored;
-      fs::remove(File, Ignored);
-      continue;
-    }
-    Make_Folder(File.parent_path());
-    if (!cv::imencode("." + Given.Image_Format, Render_Photograph(Capture, i, Rays), Encoded,
-                      Settings)) {
-      throw std::runtime_error("simulate: can't encode " + File.string());
-    }
-    const bool Cut = Image.Kind == Row_Kind::Truncated_Image;
-    Write_Bytes(File, reinterpret_cast<const char*>(Encoded.data()),
-                Cut ? Encoded.size() / 2 : Encoded.size());
+    Write_Photograph(Capture, i, Rays, Image_File(Capture, Capture.Images[i], Directory));
+    if (Progress) Progress(i + 1, Capture.Images.size());
   }
 }
 

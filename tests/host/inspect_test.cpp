@@ -535,9 +535,9 @@ TEST_F(Inspect, EverythingFitsATerminalButForPaths) {
 TEST_F(Inspect, ATerminalSeesProgressAndColoursAndNobodyElseDoes) {
   const Terminal_Run Shown = Rigsync_On_Terminal(Inspect_Arguments(Capture_File("capture.csv")));
   EXPECT_EQ(Shown.Status, 1);
-  EXPECT_THAT(Shown.Shown, AllOf(HasSubstr("looking for boards: 12 of 14"), HasSubstr("\x1b[")));
+  EXPECT_THAT(Shown.Shown, AllOf(HasSubstr("\rLooking for boards: 12 of 14"), HasSubstr("\x1b[")));
   // Overwritten, so that the report stands alone at the end.
-  EXPECT_THAT(Shown.Lines(), Not(Contains(HasSubstr("looking for boards"))));
+  EXPECT_THAT(Shown.Lines(), Not(Contains(HasSubstr("Looking for boards"))));
   EXPECT_THAT(Shown.Lines(), Contains(HasSubstr("  warning, whole capture")));
   const Terminal_Run Plain =
       Rigsync_On_Terminal(Inspect_Arguments(Capture_File("capture.csv")), {"NO_COLOR=1"});

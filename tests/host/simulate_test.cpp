@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync simulate': each flag reaches its option, and the files are there.
+// 'rigsync simulate': each flag reaches its option, the files are there, and what is said
+// meanwhile.
 #include "simulate/simulate.h"
 #include "tests/host/program.h"
+#include "tests/host/terminal_run.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -11,7 +13,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::AllOf;
+using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 TEST(Simulate, EveryFlagReachesItsOption) {
   const Scratch_Folder Scratch;
@@ -128,12 +133,96 @@ TEST(Simulate, TheStageFileHoldsTheEstimateToTheBit) {
             std::vector<double>(Truth.Chart_Translation.begin(), Truth.Chart_Translation.end()));
 }
 
-TEST(Simulate, AFolderThatCantBeWrittenIsStatus70AndASentence) {
-  const Finished Result = Rigsync(
-      {"simulate", "/proc/rigsync", "--images", "1", "--size", "320x240", "--board", "5x4"});
-  EXPECT_EQ(Result.Status, 70);
-  EXPECT_THAT(Result.Said, HasSubstr("/proc/rigsync"));
-  EXPECT_EQ(Result.Output, "");
+const std::vector<std::string> Small = {"--images", "3", "--size", "320x240", "--board", "5x4"};
+
+std::vector<std::string> Small_Capture(const std::string& Directory,
+                                       const std::vector<std::string>& More = {}) {
+  std::vector<std::string> Arguments = {"simulate", Directory};
+  Arguments.insert(Arguments.end(), Small.begin(), Small.end());
+  Arguments.insert(Arguments.end(), More.begin(), More.end());
+  return Arguments;
+}
+
+TEST(Simulate, AFolderThatTakesNoFilesIsRefusedByNameBeforeTheWork) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("file", "");
+  for (const std::string& Wrong :
+       {std::string("/proc/rigsync"), File, File + "/below", std::string()}) {
+    SCOPED_TRACE(Wrong);
+    const Finished Result = Rigsync(Small_Capture(Wrong));
+    EXPECT_EQ(Result.Status, 2);
+    EXPECT_EQ(Result.Output, "");
+    EXPECT_THAT(Result.Said, AllOf(HasSubstr("rigsync: DIR: '" + Wrong + "' is wrong"),
+                                   HasSubstr("expected a folder"), Not(HasSubstr("rendering"))));
+  }
+}
+
+TEST(Simulate, ADiskThatIsReadOnlyOrFullIsToldBeforeTheWork) {
+  if (Run_Program("/usr/bin/env", {"unshare", "--mount", "true"}).Status != 0) {
+    GTEST_SKIP() << "this user may not mount a disk";
+  }
+  const Scratch_Folder Scratch;
+  const std::string Disk = Scratch.String();
+  std::string Words = RIGSYNC_PROGRAM;
+  for (const std::string& Word : Small_Capture(Disk + "/new/capture")) Words += " '" + Word + "'";
+  for (const auto& [Options, Why] : {std::pair{"ro", "Read-only"}, {"size=100k", "of space"}}) {
+    SCOPED_TRACE(Options);
+    const Finished Result = Run_Program(
+        "/usr/bin/env", {"unshare", "--mount", "sh", "-c",
+                         std::string("mount -t tmpfs -o ") + Options + " none '" + Disk + "'; " +
+                             Words + "; status=$?; ls '" + Disk + "'; exit $status"});
+    EXPECT_EQ(Result.Status, 2);
+    EXPECT_EQ(Result.Output, "");
+    EXPECT_THAT(Result.Said,
+                AllOf(HasSubstr("DIR: "), HasSubstr(Why), Not(HasSubstr("rendering"))));
+  }
+}
+
+TEST(Simulate, AFolderThatNoCsvCanNameIsRefusedBeforeTheWork) {
+  const Scratch_Folder Scratch;
+  const std::string Folder = Scratch.String() + "/a, b";
+  const Finished Refused = Rigsync(Small_Capture(Folder));
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_THAT(Refused.Said, AllOf(HasSubstr("DIR: '" + Folder + "'"), HasSubstr("no comma"),
+                                  HasSubstr("--paths relative")));
+  EXPECT_FALSE(fs::exists(Folder));
+  EXPECT_EQ(Rigsync(Small_Capture(Folder, {"--paths", "relative"})).Status, 0);
+}
+
+TEST(Simulate, SaysPlainlyWhatBeginsWhereNobodyWatchesAndNothingWhenQuiet) {
+  const Scratch_Folder Scratch;
+  const Finished Plain = Rigsync(Small_Capture(Scratch.String()));
+  EXPECT_EQ(Plain.Status, 0);
+  EXPECT_EQ(Plain.Error, "rigsync: rendering 3 photographs\n");
+  const Finished Quiet = Rigsync(Small_Capture(Scratch.String(), {"--quiet"}));
+  EXPECT_EQ(Quiet.Status, 0);
+  EXPECT_EQ(Quiet.Error, "");
+  EXPECT_THAT(Quiet.Output, HasSubstr("Simulated 3 images"));
+  EXPECT_THAT(Rigsync_On_Terminal(Small_Capture(Scratch.String(), {"--quiet"})).Shown,
+              Not(HasSubstr("photographs")));
+}
+
+TEST(Simulate, WritesOneLineAnewOnATerminalAndTakesItOffAtTheEnd) {
+  const Scratch_Folder Scratch;
+  const Terminal_Run Result = Rigsync_On_Terminal(Small_Capture(Scratch.String()));
+  EXPECT_EQ(Result.Status, 0);
+  EXPECT_THAT(Result.Shown, HasSubstr("\rRendering photographs: 1 of 3, a few seconds left"));
+  EXPECT_THAT(Result.Lines().front(), StartsWith("Simulated 3 images"));
+  for (const std::string& Line : Result.Lines()) EXPECT_THAT(Line, Not(HasSubstr("Rendering")));
+}
+
+TEST(Simulate, EndedByAPersonSaysThatTheCaptureIsNotWhole) {
+  const Scratch_Folder Scratch;
+  const std::string Folder = Scratch.String() + "/capture";
+  const Terminal_Run Result = Rigsync_On_Terminal(
+      {"simulate", Folder, "--images", "2000", "--size", "320x240", "--board", "5x4"}, {},
+      [](const std::string& Shown) { return Shown.find("Rendering") != std::string::npos; });
+  constexpr int Interrupted = 128 + 2;
+  EXPECT_EQ(Result.Status, Interrupted);
+  EXPECT_THAT(Result.Lines(), Contains(HasSubstr("rigsync: interrupted; what is written so far")));
+  EXPECT_THAT(Result.Lines(), Contains("  " + Folder));
+  for (const std::string& Line : Result.Lines()) EXPECT_THAT(Line, Not(HasSubstr("Rendering")));
+  EXPECT_FALSE(fs::exists(Folder + "/stage.json"));
 }
 
 }  // namespace
