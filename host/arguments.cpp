@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/arguments.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <optional>
@@ -9,6 +10,10 @@
 
 namespace host {
 namespace {
+
+// Metres. What is beyond these is on no stage, and is millimetres or centimetres without a unit.
+constexpr double Largest_Square_Edge = 1.0;
+constexpr double Largest_Offset = 10.0;
 
 std::string_view Trimmed(std::string_view Text) {
   while (!Text.empty() && Text.front() == ' ') Text.remove_prefix(1);
@@ -91,6 +96,17 @@ std::optional<std::array<Value, N>> Read_List(std::string_view Text, char Separa
   return Values;
 }
 
+// How to write plain numbers that were meant as millimetres: "; for millimetres write 170mm,50mm".
+// Empty where a unit stands already.
+std::string Unit_Hint(const std::string& Text) {
+  std::string With_Unit;
+  for (const std::string_view Field : Split(Text, ',')) {
+    if (!Read_Number(Field)) return {};
+    With_Unit += (With_Unit.empty() ? "" : ",") + std::string(Trimmed(Field)) + "mm";
+  }
+  return "; for millimetres write " + With_Unit;
+}
+
 }  // namespace
 
 void Refuse(const std::string& Flag, const std::string& Value, const std::string& Expected) {
@@ -111,10 +127,12 @@ Board_Size Parse_Board(const std::string& Flag, const std::string& Text) {
 
 double Parse_Square(const std::string& Flag, const std::string& Text) {
   const std::optional<double> Metres = Read_Length(Text);
-  if (!Metres || !(*Metres > 0.0) || *Metres > 1.0) {
+  if (!Metres || !(*Metres > 0.0) || *Metres > Largest_Square_Edge) {
+    const bool Too_Long = Metres && *Metres > Largest_Square_Edge;
     Refuse(Flag, Text,
            "the edge of one square, above 0 and up to 1 metre, for example 0.03 or 30mm (a plain "
-           "number is metres)");
+           "number is metres)" +
+               (Too_Long ? Unit_Hint(Text) : std::string()));
   }
   return *Metres;
 }
@@ -156,10 +174,13 @@ std::array<double, 3> Parse_Angles(const std::string& Flag, const std::string& T
 
 std::array<double, 3> Parse_Offset(const std::string& Flag, const std::string& Text) {
   const auto Metres = Read_List<3, double>(Text, ',', Read_Length);
-  if (!Metres) {
+  const auto Is_Too_Long = [](double Length) { return std::abs(Length) > Largest_Offset; };
+  const bool Too_Long = Metres && std::any_of(Metres->begin(), Metres->end(), Is_Too_Long);
+  if (!Metres || Too_Long) {
     Refuse(Flag, Text,
-           "three lengths with commas between them, for example -0.17,0.05,0.04 or "
-           "-170mm,50mm,40mm (a plain number is metres)");
+           "three lengths of 10 metres at most with commas between them, for example "
+           "-0.17,0.05,0.04 or -170mm,50mm,40mm (a plain number is metres)" +
+               (Too_Long ? Unit_Hint(Text) : std::string()));
   }
   return *Metres;
 }
@@ -181,8 +202,10 @@ std::array<int, 2> Parse_Pixels(const std::string& Flag, const std::string& Text
 
 std::array<double, 2> Parse_Sensor(const std::string& Flag, const std::string& Text) {
   const auto Sides = Read_Sides_Mm(Text);
-  if (!Sides) {
-    Refuse(Flag, Text, "WIDTHxHEIGHT of the sensor in millimetres, for example 23.76x13.365");
+  const auto Is_No_Side = [](double Side) { return Side < 1.0 || Side > 100.0; };
+  if (!Sides || std::any_of(Sides->begin(), Sides->end(), Is_No_Side)) {
+    Refuse(Flag, Text,
+           "WIDTHxHEIGHT of the sensor in millimetres, 1 to 100 each, for example 23.76x13.365");
   }
   return *Sides;
 }

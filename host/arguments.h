@@ -46,7 +46,8 @@ double Parse_Angle(const std::string& Flag, const std::string& Text);
 // A whole number within [Least, Most].
 long Parse_Whole(const std::string& Flag, const std::string& Text, long Least, long Most);
 
-// a,b,c
+// a,b,c. A part of an offset is at most 10 metres long, so that millimetres without their unit are
+// told.
 std::array<double, 3> Parse_Angles(const std::string& Flag, const std::string& Text);
 std::array<double, 3> Parse_Offset(const std::string& Flag, const std::string& Text);
 
@@ -56,7 +57,7 @@ std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Tex
 // 1920x1080, pixels, both above 0.
 std::array<int, 2> Parse_Pixels(const std::string& Flag, const std::string& Text);
 
-// 23.76x13.365, millimetres (that is what sensor sizes are given in), both above 0.
+// 23.76x13.365, millimetres (that is what sensor sizes are given in), both from 1 to 100.
 std::array<double, 2> Parse_Sensor(const std::string& Flag, const std::string& Text);
 
 // Two lengths in millimetres with an x between them, both above 0; none for anything else.

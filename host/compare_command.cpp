@@ -64,9 +64,27 @@ void Print_Lenses(const Calibration_Result& Result, const simulate::Truth& Truth
   fmt::print("\n");
 }
 
+// The bounds. One that every result is within, as millimetres without their unit are, is refused.
+double Read_Max_Mm(const Typed& Given) {
+  const double Metres = Parse_Length("--max-offset", Given.Max_Offset);
+  if (!(Metres >= 0.0) || Metres > 1.0) {
+    Refuse("--max-offset", Given.Max_Offset,
+           "a length from 0 to 1 metre, for example 5mm (a plain number is metres)");
+  }
+  return Metres * 1000.0;
+}
+
+double Read_Max_Deg(const Typed& Given) {
+  const double Degrees = Parse_Angle("--max-angle", Given.Max_Angle);
+  if (!(Degrees >= 0.0) || Degrees >= 180.0) {
+    Refuse("--max-angle", Given.Max_Angle, "an angle from 0 to below 180 degrees, for example 0.3");
+  }
+  return Degrees;
+}
+
 int Compare(const Typed& Given) {
-  const double Max_Mm = Parse_Length("--max-offset", Given.Max_Offset) * 1000.0;
-  const double Max_Deg = Parse_Angle("--max-angle", Given.Max_Angle);
+  const double Max_Mm = Read_Max_Mm(Given);
+  const double Max_Deg = Read_Max_Deg(Given);
   const Calibration_Result Result = Read_Result(Given.Result);
   const std::vector<double> True = Flat(Read_Truth_Of(Given.Truth).Transform_Cam_Tc);
   const std::vector<double>& Solved = Result.Transform_Cam_Tc;

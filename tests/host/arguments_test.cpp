@@ -11,6 +11,7 @@ using host::Usage_Error;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 // What a refused value says, or nothing when it is taken.
 template <typename Call>
@@ -73,6 +74,26 @@ TEST(Arguments, ASquareInMillimetresWithoutItsUnitIsRefused) {
   }
 }
 
+TEST(Arguments, AnOffsetThatIsOnNoStageIsRefusedAndLeadsToMillimetres) {
+  EXPECT_THAT(host::Parse_Offset("--o", "-10,10,1000cm"), ElementsAre(-10.0, 10.0, 10.0));
+  for (const std::string Text : {"10.001,0,0", "0,-10.001,0", "0,0,10001mm", "170,50,40"}) {
+    SCOPED_TRACE(Text);
+    EXPECT_THAT(Refusal([&] { host::Parse_Offset("--o", Text); }),
+                AllOf(HasSubstr("--o: '" + Text + "'"), HasSubstr("10 metres at most")));
+  }
+  EXPECT_THAT(Refusal([] { host::Parse_Offset("--o", "170, 50,-40"); }),
+              HasSubstr("for millimetres write 170mm,50mm,-40mm"));
+  EXPECT_THAT(Refusal([] { host::Parse_Square("--s", "30"); }),
+              HasSubstr("for millimetres write 30mm"));
+  // A unit stands there, or what is wrong isn't the unit.
+  for (const std::string Text : {"17000mm,0,0", "1,2", "x,0,0"}) {
+    EXPECT_THAT(Refusal([&] { host::Parse_Offset("--o", Text); }), Not(HasSubstr("write")));
+  }
+  for (const std::string Text : {"3000mm", "0", "-30", "x"}) {
+    EXPECT_THAT(Refusal([&] { host::Parse_Square("--s", Text); }), Not(HasSubstr("write")));
+  }
+}
+
 TEST(Arguments, TriplesAreThreeValuesWithCommas) {
   EXPECT_THAT(host::Parse_Angles("--e", "12,-20,8.5"), ElementsAre(12.0, -20.0, 8.5));
   EXPECT_THAT(host::Parse_Offset("--o", "-170mm,5cm,0.04"), ElementsAre(-0.17, 0.05, 0.04));
@@ -89,7 +110,10 @@ TEST(Arguments, SizesArePositiveAndWholeNumbersStayInTheirRange) {
   EXPECT_NE(Refusal([] { host::Parse_Pixels("--size", "0x1080"); }), "");
   EXPECT_NE(Refusal([] { host::Parse_Pixels("--size", "1920x1080.5"); }), "");
   EXPECT_NE(Refusal([] { host::Parse_Sensor("--sensor", "0x13"); }), "");
-  EXPECT_NE(Refusal([] { host::Parse_Sensor("--sensor", "23.76"); }), "");
+  EXPECT_THAT(host::Parse_Sensor("--sensor", "100x1"), ElementsAre(100.0, 1.0));
+  for (const std::string Text : {"23.76", "0.02376x0.01337", "24x0.999", "100.1x13", "2376x1337"}) {
+    EXPECT_THAT(Refusal([&] { host::Parse_Sensor("--sensor", Text); }), HasSubstr("1 to 100"));
+  }
   EXPECT_EQ(host::Parse_Whole("--n", "7", 0, 7), 7);
   EXPECT_THAT(Refusal([] { host::Parse_Whole("--n", "8", 0, 7); }), HasSubstr("from 0 to 7"));
   EXPECT_NE(Refusal([] { host::Parse_Whole("--n", "-1", 0, 7); }), "");

@@ -243,6 +243,12 @@ TEST(Calibrate, AWrongValueOfAStageFileIsNamedAsTheFilesAndATypedOneAsTheFlags) 
   EXPECT_THAT(Rigsync(Arguments).Said, HasSubstr(Stage + ": 'square': '30' is wrong"));
   Arguments.insert(Arguments.end(), {"--square", "40"});
   EXPECT_THAT(Rigsync(Arguments).Said, HasSubstr("rigsync: --square: '40' is wrong"));
+  Arguments[3] = Scratch.Write("offset.json", R"({"board": "7x5", "square": 0.03,
+      "board-euler": [12, -20, 8], "board-offset": [170, 50, 40]})");
+  Arguments.resize(6);
+  EXPECT_THAT(Rigsync(Arguments).Said,
+              AllOf(HasSubstr(Arguments[3] + ": 'board-offset': '170,50,40' is wrong"),
+                    HasSubstr("for millimetres write 170mm,50mm,40mm")));
 }
 
 TEST(Calibrate, AMissingCsvIsCode1WithItsAdviceAndAResultWithoutNumbers) {

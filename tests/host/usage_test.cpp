@@ -116,6 +116,8 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {With("--square", "30"), {"--square", "'30'", "expected", "30mm"}},
       {With("--board-euler", "1,2"), {"--board-euler", "'1,2'", "expected three angles"}},
       {With("--board-offset", "1,2,nan"), {"--board-offset", "'1,2,nan'", "three lengths"}},
+      {With("--board-offset", "170,50,40"),
+       {"--board-offset", "'170,50,40'", "10 metres at most", "write 170mm,50mm,40mm"}},
       {With("--out", RIGSYNC_PROGRAM), {"--out", RIGSYNC_PROGRAM, "expected a folder"}},
       {With("--out", "/proc/rigsync"), {"--out", "'/proc/rigsync'", "expected a folder"}},
       {And({"--sensor", "23.76"}), {"--sensor", "'23.76'", "millimetres"}},
@@ -151,6 +153,10 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {{"export", "/none.json", "--to", "ue6"}, {"--to", "'ue6'", "ue5-xn"}},
       {{"export", "/none.json", "--to", "ue5"}, {"/none.json", "can't be opened"}},
       {{"export", "/tmp", "--to", "ue5"}, {"/tmp: is a folder; expected a result.json"}},
+      {{"compare", "r.json", "t.json", "--max-offset", "5"}, {"--max-offset", "'5'", "5mm"}},
+      {{"compare", "r.json", "t.json", "--max-offset", "-1mm"}, {"--max-offset", "0 to 1 metre"}},
+      {{"compare", "r.json", "t.json", "--max-angle", "180"}, {"--max-angle", "below 180"}},
+      {{"compare", "r.json", "t.json", "--max-angle", "-1"}, {"--max-angle", "'-1'"}},
   };
   for (const Case& Wrong : Cases) {
     SCOPED_TRACE(testing::PrintToString(Wrong.Arguments));
