@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
@@ -69,11 +70,32 @@ bool Is_Toml(const std::filesystem::path& File, std::string_view Text) {
   return First == std::string_view::npos || Text[First] != '{';
 }
 
+// Line of the byte before which Stream stands.
+std::size_t Line_At(std::istream& Stream, std::string_view Text) {
+  const auto Read = static_cast<std::size_t>(Stream.tellg());
+  const std::string_view Before = Text.substr(0, Read);
+  return 1 + static_cast<std::size_t>(std::count(Before.begin(), Before.end(), '\n'));
+}
+
 // What the parser throws reads "[json.exception.parse_error.101] parse error at line 1, column 2:
 // what is wrong"; what a person needs begins at the line.
 Json Parse_Json(const std::filesystem::path& File, const std::string& Text) {
+  std::istringstream Stream(Text);
+  std::map<std::string, std::size_t> Line_Of;  // of each key so far
+  // The parser would keep the last of two values and say nothing. It reads byte by byte, and has
+  // read a key to its closing quote when it tells of it.
+  const auto Refuse_Second = [&](int Depth, Json::parse_event_t Event, Json& Key) {
+    if (Depth != 1 || Event != Json::parse_event_t::key) return true;
+    const std::size_t Line = Line_At(Stream, Text);
+    const auto [Earlier, Is_New] = Line_Of.emplace(Key.get<std::string>(), Line);
+    if (!Is_New) {
+      Refuse_Stage(File, fmt::format("line {}: '{}' stands on line {} already; expected it once",
+                                     Line, Earlier->first, Earlier->second));
+    }
+    return true;
+  };
   try {
-    Json Root = Json::parse(Text);
+    Json Root = Json::parse(Stream, Refuse_Second);
     if (!Root.is_object()) Refuse_Stage(File, "expected a JSON object");
     return Root;
   } catch (const Json::exception& Wrong) {

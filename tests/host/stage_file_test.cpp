@@ -120,6 +120,24 @@ TEST(StageFile, BothExamplesOfThePageAreTakenAndSayTheSame) {
   EXPECT_EQ(Toml.size(), Keys.size());
 }
 
+TEST(StageFile, AKeyThatStandsTwiceIsRefusedWithBothLines) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("twice.json",
+                                         "{\n  \"board\": \"11x8\",\n  \"square\": 0.03,\n\n"
+                                         "  \"board\"\n: \"7x5\"\n}\n");
+  EXPECT_EQ(Refusal(File),
+            "--config: " + File + ": line 5: 'board' stands on line 2 already; expected it once");
+  // The same letters, written another way; and all on one line behind a byte-order mark.
+  EXPECT_THAT(Refusal(Scratch.Write("escaped.json", R"({"board": "7x5", "bo\u0061rd": "7x5"})")),
+              HasSubstr("line 1: 'board' stands on line 1 already"));
+  EXPECT_THAT(
+      Refusal(Scratch.Write("marked.json", "\xef\xbb\xbf{\"square\": 1,\r\n\"square\": 1}")),
+      HasSubstr("line 2: 'square' stands on line 1 already"));
+  // Keys of something inside are no keys of the stage.
+  EXPECT_THAT(Refusal(Scratch.Write("inside.json", R"({"board": {"board": 1, "square": 2}})")),
+              HasSubstr("'board' is neither"));
+}
+
 TEST(StageFile, AFolderAndAMissingFileAreRefused) {
   const Scratch_Folder Scratch;
   EXPECT_THAT(Refusal(Scratch.String()), HasSubstr("can't be read"));
