@@ -2,6 +2,7 @@
 //
 // 'rigsync calibrate': one capture, from CSV to result.json. It is a host like any other: it
 // prepares folders, makes the library's one call, and tells what came of it.
+#include "host/capture_flags.h"
 #include "host/capture_images.h"
 #include "host/codes.h"
 #include "host/command.h"
@@ -10,7 +11,6 @@
 #include "host/result_file.h"
 #include "host/result_text.h"
 #include "host/run_folder.h"
-#include "host/stage_file.h"
 #include "host/terminal.h"
 #include "host/text.h"
 
@@ -45,15 +45,14 @@ Example:
 
 // What was typed, before anything is read from it.
 struct Typed {
-  std::string Csv, Out, Image_Root, Config;
-  Stage Values;  // by flag without dashes
+  Capture_Words Capture;
+  std::string Out;
   bool Verbose = false, Quiet = false;
 };
 
 // The library opens a folder, finds no line in it, and blames the boards. A file that isn't there
 // is left to it: that has a code of its own.
 fs::path Csv_Path(const std::string& Typed) {
-  if (Typed.empty()) Refuse("CAPTURE", Typed, "the capture's CSV file");
   std::error_code Ignored;
   if (fs::is_directory(Typed, Ignored)) {
     throw Usage_Error(Typed + ": is a folder; expected the capture's CSV file");
@@ -61,27 +60,16 @@ fs::path Csv_Path(const std::string& Typed) {
   return fs::absolute(Typed);
 }
 
-Calibration_Inputs Read_Inputs(const Typed& Given) {
-  Stage Values = Given.Values;
-  if (!Given.Config.empty()) Values.merge(Read_Stage(Given.Config, Stage_Keys()));
+Calibration_Inputs Read_Inputs(const Capture_Words& Given) {
+  const Stage_Values Values(Given);
   Calibration_Inputs Inputs;
   Inputs.Csv = Csv_Path(Given.Csv);
-  const auto Read = [&](const std::string& Key, auto Parse) {
-    return Parse(Value_Name(Given.Values, Key, Given.Config), Required_Value(Values, Key));
-  };
-  Inputs.Board = Read("board", Parse_Board);
-  Inputs.Square_Size = Read("square", Parse_Square);
-  Inputs.Board_Euler = Read("board-euler", Parse_Angles);
-  Inputs.Board_Offset = Read("board-offset", Parse_Offset);
-  if (Values.count("sensor") != 0) Inputs.Sensor_Size = Read("sensor", Parse_Sensor);
-  if (Given.Image_Root.empty()) {
-    Inputs.Image_Root = Inputs.Csv.parent_path();
-  } else {
-    Inputs.Image_Root = fs::absolute(Given.Image_Root);
-    if (!fs::is_directory(Inputs.Image_Root)) {
-      Refuse("--image-root", Given.Image_Root, "a folder that exists");
-    }
-  }
+  Inputs.Image_Root = Image_Root_Of(Given);
+  Inputs.Board = Values.Read("board", Parse_Board);
+  Inputs.Square_Size = Values.Read("square", Parse_Square);
+  Inputs.Board_Euler = Values.Read("board-euler", Parse_Angles);
+  Inputs.Board_Offset = Values.Read("board-offset", Parse_Offset);
+  if (Values.Has("sensor")) Inputs.Sensor_Size = Values.Read("sensor", Parse_Sensor);
   return Inputs;
 }
 
@@ -145,7 +133,7 @@ void Tell(const Calibration_Result& Result, const fs::path& Out) {
 
 int Calibrate(const Typed& Given) {
   Calibration_Result Result;
-  Result.Inputs = Read_Inputs(Given);
+  Result.Inputs = Read_Inputs(Given.Capture);
   const fs::path& Image_Root = Result.Inputs.Image_Root;
   Result.Images = Read_Image_Names(Result.Inputs.Csv);
   Refuse_Climbing_Images(Result.Inputs.Csv, Result.Images, Image_Root);
@@ -177,31 +165,11 @@ void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen) {
   CLI::App* Command =
       Program.add_subcommand("calibrate", "Solve lens and camera mount from a capture.");
   const auto Given = std::make_shared<Typed>();
-  Command->add_option("CAPTURE", Given->Csv, "the capture's CSV file")->required();
-  const auto Add_Value = [&](const std::string& Key, const char* Type, const char* Help) {
-    Command
-        ->add_option_function<std::string>(
-            "--" + Key, [Given, Key](const std::string& Text) { Given->Values[Key] = Text; }, Help)
-        ->type_name(Type);
-  };
-  Add_Value("board", "COLSxROWS",
-            "inner corners of the board, where four squares meet: 11x8 is a board of 12 by 9 "
-            "squares (picture: rigsync board --help)");
-  Add_Value("square", "LENGTH", "edge of one square: 0.03 (metres), 30mm, 3cm");
-  Add_Value("board-euler", "A,B,C",
-            "the board's rotation as seen from its tracker, degrees: Rx(A) Ry(B) Rz(C)");
-  Add_Value("board-offset", "X,Y,Z",
-            "the first inner corner as seen from the board's tracker, metres or with units");
-  Add_Value("sensor", "WxH",
-            "sensor size in millimetres: gives field of view and focal length too");
-  Command->add_option("--config", Given->Config, "TOML or JSON file with the values above")
-      ->type_name("FILE");
+  Add_Capture_Flags(
+      *Command, Given->Capture,
+      {{"sensor", "WxH", "sensor size in millimetres: gives field of view and focal length too"}});
   Command->add_option("--out", Given->Out, "folder for result.json, run log and images")
       ->required()
-      ->type_name("DIR");
-  Command
-      ->add_option("--image-root", Given->Image_Root,
-                   "where relative image paths start (default: the CSV's folder)")
       ->type_name("DIR");
   CLI::Option* const Verbose =
       Command->add_flag("--verbose", Given->Verbose, "show the run log while the library works");

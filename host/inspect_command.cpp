@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // 'rigsync inspect': what can be known about a capture before a solve.
+#include "host/capture_flags.h"
 #include "host/command.h"
 #include "host/exit_status.h"
 #include "host/inspect_report.h"
 #include "host/inspection.h"
 #include "host/progress.h"
-#include "host/stage_file.h"
 #include "host/terminal.h"
 
 #include <fmt/format.h>
@@ -17,51 +17,40 @@
 namespace host {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr const char* Footer =
     R"(Nothing is solved and no file is written. The report tells, by line of the CSV,
-what a calibration would take without a word, and how well the board was spread
-over the frame. docs/inspect.md explains each finding.
+what a calibration would take without a word, how well the board was spread over
+the frame, and what images and samples make of --board-euler and --board-offset,
+where they are given. docs/inspect.md explains each finding.
 
 Exit status: 0 clean (notes at most), 1 warnings, 2 unusable, or wrong usage,
 70 when an exception ended the run.
 
 Example:
-  rigsync inspect capture/capture.csv --board 11x8 --square 30mm)";
+  rigsync inspect capture/capture.csv --board 11x8 --square 30mm
+  rigsync inspect capture/capture.csv --config stage.toml)";
 
 constexpr const char* Without_Images = " (or --no-images, which looks for no board)";
 
 // What was typed, before anything is read from it.
 struct Typed {
-  std::string Csv, Image_Root, Config;
-  Stage Values;  // by flag without dashes
+  Capture_Words Capture;
   bool Json = false, No_Images = false;
 };
 
 Inspection_Inputs Read_Inputs(const Typed& Given) {
-  Stage Values = Given.Values;
-  // One file serves the whole stage, so it may hold what only a calibration reads.
-  if (!Given.Config.empty()) Values.merge(Read_Stage(Given.Config, Stage_Keys()));
+  const Stage_Values Values(Given.Capture);
   Inspection_Inputs Inputs;
-  Inputs.Csv = Given.Csv;
+  Inputs.Csv = Given.Capture.Csv;
   Inputs.Look_For_Boards = !Given.No_Images;
   if (Inputs.Look_For_Boards) {
-    const auto Read = [&](const std::string& Key, auto Parse) {
-      return Parse(Value_Name(Given.Values, Key, Given.Config),
-                   Required_Value(Values, Key, Without_Images));
-    };
-    Inputs.Board = Read("board", Parse_Board);
-    Inputs.Square_Size = Read("square", Parse_Square);
+    Board_Estimate& Board = Inputs.Board;
+    Board.Board = Values.Read("board", Parse_Board, Without_Images);
+    Board.Square_Size = Values.Read("square", Parse_Square, Without_Images);
+    if (Values.Has("board-euler")) Board.Euler = Values.Read("board-euler", Parse_Angles);
+    if (Values.Has("board-offset")) Board.Offset = Values.Read("board-offset", Parse_Offset);
   }
-  if (Given.Image_Root.empty()) {
-    Inputs.Image_Root = fs::absolute(Inputs.Csv).parent_path();
-  } else {
-    Inputs.Image_Root = fs::absolute(Given.Image_Root);
-    if (!fs::is_directory(Inputs.Image_Root)) {
-      Refuse("--image-root", Given.Image_Root, "a folder that exists");
-    }
-  }
+  Inputs.Image_Root = Image_Root_Of(Given.Capture);
   return Inputs;
 }
 
@@ -85,23 +74,7 @@ int Inspect(const Typed& Given) {
 void Add_Inspect_Command(CLI::App& Program, Chosen_Command& Chosen) {
   CLI::App* Command = Program.add_subcommand("inspect", "Tell what is wrong or weak in a capture.");
   const auto Given = std::make_shared<Typed>();
-  Command->add_option("CAPTURE", Given->Csv, "the capture's CSV file")->required();
-  const auto Add_Value = [&](const std::string& Key, const char* Type, const char* Help) {
-    Command
-        ->add_option_function<std::string>(
-            "--" + Key, [Given, Key](const std::string& Text) { Given->Values[Key] = Text; }, Help)
-        ->type_name(Type);
-  };
-  Add_Value("board", "COLSxROWS",
-            "inner corners of the board, where four squares meet: 11x8 is a board of 12 by 9 "
-            "squares (picture: rigsync board --help)");
-  Add_Value("square", "LENGTH", "edge of one square: 0.03 (metres), 30mm, 3cm");
-  Command->add_option("--config", Given->Config, "TOML or JSON file with the values above")
-      ->type_name("FILE");
-  Command
-      ->add_option("--image-root", Given->Image_Root,
-                   "where relative image paths start (default: the CSV's folder)")
-      ->type_name("DIR");
+  Add_Capture_Flags(*Command, Given->Capture);
   Command->add_flag("--no-images", Given->No_Images,
                     "check the file only: open no image, look for no board");
   Command->add_flag("--json", Given->Json, "print the report as JSON");

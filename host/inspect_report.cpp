@@ -227,13 +227,15 @@ std::string Report_Json(const Inspection& Made) {
   Json Report = {{"format", "rigsync-inspection"}, {"format_version", 1}};
   Report["status"] = Status_Name(Made.Told.Gravest());
   Report["version"] = RIGSYNC_VERSION;
-  Report["inputs"] = {{"csv", Inputs.Csv.string()},
-                      {"image_root", Inputs.Image_Root.string()},
-                      {"board", nullptr},
-                      {"square_m", nullptr}};
+  Report["inputs"] = {{"csv", Inputs.Csv.string()}, {"image_root", Inputs.Image_Root.string()},
+                      {"board", nullptr},           {"square_m", nullptr},
+                      {"board_euler_deg", nullptr}, {"board_offset_m", nullptr}};
   if (Inputs.Look_For_Boards) {
-    Report["inputs"]["board"] = {Inputs.Board.Cols, Inputs.Board.Rows};
-    Report["inputs"]["square_m"] = Inputs.Square_Size;
+    const Board_Estimate& Board = Inputs.Board;
+    Report["inputs"]["board"] = {Board.Board.Cols, Board.Board.Rows};
+    Report["inputs"]["square_m"] = Board.Square_Size;
+    if (Board.Euler) Report["inputs"]["board_euler_deg"] = *Board.Euler;
+    if (Board.Offset) Report["inputs"]["board_offset_m"] = *Board.Offset;
   }
   Report["file"] = {{"lines", Made.File.Line_Count},
                     {"headers", Made.File.Header_Count},

@@ -18,24 +18,27 @@ void Look_For_Boards(const std::vector<bool>& Readable, const Search_Progress& P
                      Inspection& Into) {
   const std::vector<Capture_Row>& Rows = Into.File.Rows;
   const Inspection_Inputs& Inputs = Into.Inputs;
-  Into.Search = Search_Boards(Rows, Readable, Inputs.Image_Root, Inputs.Board, Progress, Into.Told);
+  const Board_Size& Board = Inputs.Board.Board;
+  Into.Search = Search_Boards(Rows, Readable, Inputs.Image_Root, Board, Progress, Into.Told);
   if (Image_Count(Rows) == 0) {
     Judge_Image_Count(0, Into.Told);
     return;
   }
   Judge_Board_Count(Into.Search->Usable(), Image_Count(Rows), Into.Told);
-  Judge_Board_Shape(Inputs.Board, Into.Told);
+  Judge_Board_Shape(Board, Into.Told);
 
   Into.Covered = Measure_Coverage(*Into.Search);
   if (Into.Covered) Judge_Coverage(*Into.Covered, Into.Told);
 
-  Into.Lens = Fit_Lens(Rows, *Into.Search, Inputs.Board, Inputs.Square_Size, Into.Told);
+  Into.Lens = Fit_Lens(Rows, *Into.Search, Board, Inputs.Board.Square_Size, Into.Told);
   if (!Into.Lens) return;
   Into.Posed = Measure_Poses(Into.Lens->Poses);
   if (Into.Posed) Judge_Poses(*Into.Posed, Into.Told);
   Into.Agreed = Measure_Agreement(Rows, Into.Lens->Poses);
   if (Into.Agreed) {
-    Judge_Agreement(Rows, *Into.Agreed, Into.Posed && Is_Tilted(*Into.Posed), Into.Told);
+    const bool Distance_Is_Told = Into.Posed && Is_Tilted(*Into.Posed);
+    Judge_Agreement(Rows, *Into.Agreed, Distance_Is_Told, Into.Told);
+    Judge_Estimate(Inputs.Board, *Into.Agreed, Distance_Is_Told, Into.Told);
   }
 }
 

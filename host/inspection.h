@@ -6,6 +6,7 @@
 #define RIGSYNC_HOST_INSPECTION_H
 
 #include "host/arguments.h"
+#include "host/board_estimate.h"
 #include "host/board_search.h"
 #include "host/capture_file.h"
 #include "host/capture_survey.h"
@@ -22,8 +23,7 @@ struct Inspection_Inputs {
   std::filesystem::path Csv;         // as it was given
   std::filesystem::path Image_Root;  // where relative image paths start, absolute
   bool Look_For_Boards = true;
-  Board_Size Board;        // unread without boards
-  double Square_Size = 0;  // metres; unread without boards
+  Board_Estimate Board;  // unread without boards
 };
 
 struct Inspection {

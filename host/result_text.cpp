@@ -36,9 +36,11 @@ std::string Shell_Word(const std::string& Text) {
 
 std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
   std::string Text = Folded("The capture, line by line:", 2);
-  Text += fmt::format("    rigsync inspect {} --board {}x{} --square {}",
-                      Shell_Word(Inputs.Csv.string()), Inputs.Board.Cols, Inputs.Board.Rows,
-                      Inputs.Square_Size);
+  Text += fmt::format(
+      "    rigsync inspect {} --board {}x{} --square {} \\\n      --board-euler {} --board-offset "
+      "{}",
+      Shell_Word(Inputs.Csv.string()), Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size,
+      fmt::join(Inputs.Board_Euler, ","), fmt::join(Inputs.Board_Offset, ","));
   if (Inputs.Image_Root != Inputs.Csv.parent_path()) {
     Text += " \\\n      --image-root " + Shell_Word(Inputs.Image_Root.string());
   }

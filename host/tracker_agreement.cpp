@@ -180,6 +180,7 @@ double Median_Axis_Off(const std::vector<Turn_Pair>& Pairs, const Eigen::Matrix3
 struct Position_Fit {
   std::vector<double> Off;  // metres, for each row of the motions
   double Scale = 1, Scale_Deviation = 0;
+  Eigen::Vector3d Middle_Tr;  // in the body's own axes
 };
 
 constexpr Eigen::Index Unknowns = 7;
@@ -252,6 +253,7 @@ std::optional<Position_Fit> Fit_Positions(const Motion& Images, const Motion& Tr
     const Eigen::VectorXd Solved = Solver.solve(Made.Right);
     Fit.Off = Distances_Off(Plain, Solved);
     Fit.Scale = Solved[0];
+    Fit.Middle_Tr = Solved.segment<3>(1);
     const auto Free = static_cast<double>(Made.Left.rows() - Unknowns);
     const double Variance = (Made.Left * Solved - Made.Right).squaredNorm() / Free;
     const Eigen::MatrixXd Normal = Made.Left.transpose() * Made.Left;
@@ -266,6 +268,35 @@ std::optional<Position_Fit> Fit_Positions(const Motion& Images, const Motion& Tr
     Used.erase(std::remove_if(Used.begin(), Used.end(), Too_Far), Used.end());
   }
   return Fit;
+}
+
+// ---- The board on its tracker ----------------------------------------------------------------
+
+// Coordinates in a body's own axes to those of Tr: x, y and z of Tr are the body's x, z and y, all
+// reversed.
+Eigen::Matrix3d Relabelled() {
+  Eigen::Matrix3d Axes;
+  Axes << -1, 0, 0, 0, 0, -1, 0, -1, 0;
+  return Axes;
+}
+
+// Each row tells how the board is turned on its tracker, and all tell the same but for noise:
+//
+//   Rotation_Tr_Chart = Turn^T * Rotation_Cam_Tc^T * Rotation_Cam_Chart
+//
+// The mean over the rows of Good, in the body's own axes.
+Eigen::Matrix3d Mean_Rotation_Tr_Chart(const Motion& Images, const Motion& Trackers,
+                                       const Eigen::Matrix3d& Rotation,
+                                       const std::vector<std::size_t>& Good) {
+  const Eigen::Quaterniond Rotation_Tc_Cam(Eigen::Matrix3d(Rotation.transpose()));
+  Eigen::Vector4d Sum = Eigen::Vector4d::Zero();
+  for (const std::size_t Row : Good) {
+    const Eigen::Quaterniond One =
+        Trackers.Turns[Row].conjugate() * Rotation_Tc_Cam * Images.Turns[Row];
+    // A quaternion and its negative are one rotation.
+    Sum += Sum.dot(One.coeffs()) < 0.0 ? Eigen::Vector4d(-One.coeffs()) : One.coeffs();
+  }
+  return Eigen::Quaterniond(Eigen::Vector4d(Sum.normalized())).toRotationMatrix();
 }
 
 // ---- All of it -------------------------------------------------------------------------------
@@ -285,12 +316,15 @@ Agreement Measure_Reading(const Motion& Images, const Motion& Trackers) {
   if (!Rotation) return Measured;
   Measured.Typical_Axis_Deg = Median_Axis_Off(Pairs, *Rotation);
   if (*Measured.Typical_Axis_Deg > Axis_Limit) return Measured;
+  Measured.Rotation_Tr_Chart =
+      Relabelled() * Mean_Rotation_Tr_Chart(Images, Trackers, *Rotation, Good);
   const std::optional<Position_Fit> Fit = Fit_Positions(Images, Trackers, *Rotation, Good);
   if (!Fit) return Measured;
   Measured.Positions_Off = Fit->Off;
   Measured.Typical_Position = Median(Fit->Off);
   Measured.Scale = Fit->Scale;
   Measured.Scale_Deviation = Fit->Scale_Deviation;
+  Measured.Middle_Tr = Relabelled() * Fit->Middle_Tr;
   return Measured;
 }
 

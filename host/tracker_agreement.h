@@ -34,6 +34,11 @@ struct Agreement {
   // What the trackers call a metre, in metres of the board, and its standard deviation.
   std::optional<double> Scale;
   double Scale_Deviation = 0;
+  // Where the board sits on its tracker by images and samples: the rotation Tr from Chart and the
+  // board's middle in Tr, metres. Tr has the axes of docs/conventions.md. None when the turns leave
+  // it open.
+  std::optional<Eigen::Matrix3d> Rotation_Tr_Chart;
+  std::optional<Eigen::Vector3d> Middle_Tr;
   std::string Better_Reading;  // how the samples would fit, when they don't as they stand
 
   bool Is_Good() const;

@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <regex>
 
 namespace {
 
@@ -419,6 +420,46 @@ TEST_F(Inspect, AMisprintedSquareIsToldByTheTrackers) {
   const Report Made = Inspect_Json(Arguments);
   EXPECT_EQ(Made.Found, (std::map<std::string, Lines>{{"scale", {}}}));
   EXPECT_THAT(Made.Text("scale", "what"), HasSubstr("1.05 m by the board"));
+}
+
+TEST_F(Inspect, SwappedCountsShowAgainstTheEstimateAndWithoutOneNowhere) {
+  std::vector<std::string> Swapped = Good();
+  Swapped.insert(Swapped.end(), {"--board", "8x11"});
+  const Report Made = Inspect_Json(Swapped);
+  EXPECT_EQ(Made.Status, 2);
+  EXPECT_THAT(Made.Found, ElementsAre(Pair("board_turned", IsEmpty())));
+  EXPECT_THAT(Made.Text("board_turned", "what"), HasSubstr("swapped, 8x11 for 11x8"));
+  const Report Without =
+      Inspect_Json({"inspect", Good()[1], "--board", "8x11", "--square", "30mm"});
+  EXPECT_EQ(Without.Status, 0);
+  EXPECT_TRUE(Without.Found.empty());
+  EXPECT_TRUE(Without.Json["inputs"]["board_euler_deg"].is_null());
+}
+
+TEST_F(Inspect, AnEstimateThatIsOffIsToldWithWhatIsMeasured) {
+  const auto With = [](Fields Flags) {
+    Flags.insert(Flags.begin(), {"inspect", Good()[1], "--config", Good()[3]});
+    return Inspect_Json(Flags);
+  };
+  // The simulator's board sits at 12,-20,8 degrees and -170, 50, 40 mm.
+  const Report Turned = With({"--board-euler", "12,-23,8"});
+  EXPECT_EQ(Turned.Status, 2);
+  EXPECT_THAT(Turned.Found, ElementsAre(Pair("board_euler", IsEmpty())));
+  EXPECT_EQ(Turned.Json["inputs"]["board_euler_deg"], (std::vector<double>{12, -23, 8}));
+  const std::string Advice = Turned.Text("board_euler", "advice");
+  std::smatch Angles;
+  ASSERT_TRUE(std::regex_search(Advice, Angles, std::regex("about (.*),(.*),(.*)\\.$"))) << Advice;
+  // Noise of 0.03 degrees in 20 images, and a tenth as the text's step.
+  constexpr double Angle_Tolerance_Deg = 0.16;
+  EXPECT_NEAR(std::stod(Angles[1]), 12.0, Angle_Tolerance_Deg);
+  EXPECT_NEAR(std::stod(Angles[2]), -20.0, Angle_Tolerance_Deg);
+  EXPECT_NEAR(std::stod(Angles[3]), 8.0, Angle_Tolerance_Deg);
+
+  const Report Moved = With({"--board-offset", "170mm,50mm,40mm"});
+  EXPECT_EQ(Moved.Status, 1);
+  EXPECT_THAT(Moved.Found, ElementsAre(Pair("board_offset", IsEmpty())));
+  EXPECT_EQ(Moved.Json["inputs"]["board_offset_m"], (std::vector<double>{0.17, 0.05, 0.04}));
+  EXPECT_THAT(Moved.Text("board_offset", "what"), HasSubstr("340 mm off"));
 }
 
 TEST_F(Inspect, EachWayOfMovingBadlyIsTold) {

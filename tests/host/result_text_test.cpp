@@ -104,6 +104,8 @@ TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
   Result.Inputs.Image_Root = "/in";
   Result.Inputs.Board = {11, 8};
   Result.Inputs.Square_Size = 0.03;
+  Result.Inputs.Board_Euler = {12, -20.25, 8};
+  Result.Inputs.Board_Offset = {-0.17, 0.05, 0.04};
   const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
   const host::Code_Advice Advice = host::Advice_For(13);
   ASSERT_GE(Advice.Causes.size(), 2u);
@@ -113,7 +115,8 @@ TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
                                     "Likely causes, the most likely first"};
   for (const std::string& Cause : Advice.Causes) Parts.push_back("- " + Cause);
   Parts.insert(Parts.end(), {"Next step", Advice.Next_Step, "The capture, line by line:",
-                             "rigsync inspect /in/capture.csv --board 11x8 --square 0.03"});
+                             "rigsync inspect /in/capture.csv --board 11x8 --square 0.03 \\ "
+                             "--board-euler 12,-20.25,8 --board-offset -0.17,0.05,0.04"});
   const std::string One_Line = host::One_Line(Text);
   for (const std::string& Part : Parts) {
     const std::size_t Found = One_Line.find(Part, At);
@@ -162,7 +165,11 @@ TEST(ResultText, LeadsToAnInspectionThatAShellRunsOnTheSameImages) {
   Result.Inputs.Image_Root = "/in a";
   Result.Inputs.Board = {11, 8};
   Result.Inputs.Square_Size = 0.03;
-  const std::string Start = "\n    rigsync inspect '/in a/it'\\''s.csv' --board 11x8 --square 0.03";
+  Result.Inputs.Board_Euler = {12, -20.25, 8};
+  Result.Inputs.Board_Offset = {-0.17, 0.05, 0.04};
+  const std::string Start =
+      "\n    rigsync inspect '/in a/it'\\''s.csv' --board 11x8 --square 0.03 \\\n"
+      "      --board-euler 12,-20.25,8 --board-offset -0.17,0.05,0.04";
   EXPECT_THAT(host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
               HasSubstr(Start + "\n"));
   Result.Inputs.Image_Root = "/photos";

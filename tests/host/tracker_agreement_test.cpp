@@ -92,6 +92,23 @@ TEST(TrackerAgreement, SamplesOfARigFitItsImagesWhateverTheMountsAre) {
   EXPECT_NEAR(*Measured.Scale, 1.0, 1e-9);
 }
 
+TEST(TrackerAgreement, TellsWhereTheBoardSitsOnItsTracker) {
+  simulate::Options Options;
+  Options.Camera_Mount_Euler_Deg = {170.0, -60.0, 100.0};
+  Options.Board_Mount_Euler_Deg = {100.0, 35.0, -140.0};
+  Options.Board_Mount_Offset = {0.4, -0.3, 0.2};
+  const Agreement Measured = Planned(Options).Measure();
+  const Eigen::Matrix4d Transform_Tr_Chart =
+      simulate::Make_Plan(Options).Transform_Chart_Tr.inverse();
+  ASSERT_TRUE(Measured.Rotation_Tr_Chart && Measured.Middle_Tr);
+  const Eigen::Matrix3d Rotation = Transform_Tr_Chart.topLeftCorner<3, 3>();
+  EXPECT_LE((*Measured.Rotation_Tr_Chart - Rotation).cwiseAbs().maxCoeff(), 1e-8);
+  // 11 by 8 corners of 30 mm.
+  const Eigen::Vector3d Middle =
+      Rotation * Eigen::Vector3d(0.15, 0.105, 0.0) + Transform_Tr_Chart.topRightCorner<3, 1>();
+  EXPECT_LE((*Measured.Middle_Tr - Middle).norm(), 1e-8);
+}
+
 TEST(TrackerAgreement, AGoodCaptureWithNoiseIsNotTalkedAbout) {
   for (unsigned Seed = 1; Seed <= 8; ++Seed) {
     SCOPED_TRACE(Seed);

@@ -134,6 +134,7 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {{"inspect", "c.csv"}, {"--board", "missing", "--no-images"}},
       {{"inspect", "c.csv", "--board", "11x8"}, {"--square", "missing"}},
       {{"inspect", "c.csv", "--board", "11", "--square", "1cm"}, {"--board", "'11'", "11x8"}},
+      {{"inspect", "", "--no-images"}, {"CAPTURE", "''", "CSV file"}},
       {{"inspect", "/none.csv", "--no-images"}, {"/none.csv", "doesn't exist"}},
       {{"inspect", "/tmp", "--no-images"}, {"/tmp", "is a folder"}},
       {{"inspect", "/dev/null", "--no-images"}, {"/dev/null", "no regular file"}},
