@@ -37,12 +37,15 @@ std::vector<Code_Advice> Codes_Of_A_Capture() {
         "The file may be read by another user only."}},
       {4,
        "The board was found in fewer than 12 images.",
-       "Check that the image paths in the CSV lead to the images, and that --board counts inner "
-       "corners, columns first. Then take more images: sharp, evenly lit, the whole board with "
+       "Check that the CSV has a line for each image, with commas between its fields, that the "
+       "image "
+       "paths in it lead to the images, and that --board counts inner corners, columns first. Then "
+       "take more images: sharp, evenly lit, the whole board with "
        "its white margin inside the frame.",
        "There are too few boards to solve a lens from, so there is nothing to use.",
        {"The image paths in the CSV don't lead to the images.",
         "--board doesn't count the inner corners: 11x8 is a board of 12 by 9 squares.",
+        "The CSV is empty, or has semicolons where it needs commas.",
         "Boards are blurred, glare, are too small, or reach out of the frame.",
         "Fewer than 12 images were taken."}},
       {5,

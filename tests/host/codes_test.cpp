@@ -3,6 +3,7 @@
 
 #include "host/text.h"
 #include "tests/host/program.h"
+#include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
 
@@ -116,6 +117,37 @@ TEST(Codes, JsonHoldsTheWholeCatalogAndOneCodeAlone) {
     EXPECT_EQ(List[i]["next_step"], Advice.Next_Step);
   }
   EXPECT_EQ(nlohmann::json::parse(Rigsync({"codes", "99", "--json"}).Output), List[17]);
+}
+
+// The result of checking what stands in Text against docs/codes.schema.json.
+Finished Check_Schema(const std::string& Text) {
+  const Scratch_Folder Scratch;
+  const std::string Top = RIGSYNC_SOURCE_DIR;
+  return Run_Program("/usr/bin/env",
+                     {"python3", Top + "/tests/host/check_schema.py",
+                      Top + "/docs/codes.schema.json", Scratch.Write("codes.json", Text)});
+}
+
+TEST(Codes, ListAndSingleCodeFollowTheSchemaAndNothingLessDoes) {
+  const std::string List = Rigsync({"codes", "--json"}).Output;
+  const std::string One = Rigsync({"codes", "13", "--json"}).Output;
+  for (const std::string& Text : {List, One}) {
+    const Finished Checked = Check_Schema(Text);
+    EXPECT_EQ(Checked.Status, 0) << Checked.Output << Checked.Error;
+  }
+  const nlohmann::json Whole = nlohmann::json::parse(One);
+  for (const auto& [Key, Value] : Whole.items()) {
+    nlohmann::json Changed = Whole;
+    Changed.erase(Key);
+    EXPECT_EQ(Check_Schema(Changed.dump()).Status, 1) << Key;
+    EXPECT_EQ(Check_Schema(nlohmann::json::array({Whole, Changed}).dump()).Status, 1) << Key;
+    Changed[Key] = nullptr;
+    EXPECT_EQ(Check_Schema(Changed.dump()).Status, 1) << Key;
+  }
+  nlohmann::json More = Whole;
+  More["more"] = 1;
+  EXPECT_EQ(Check_Schema(More.dump()).Status, 1);
+  EXPECT_EQ(Check_Schema("[]").Status, 1);
 }
 
 TEST(Codes, WhatIsNoCodeIsAUsageErrorThatNamesThoseThereAre) {
