@@ -37,7 +37,8 @@ file for the whole stage (--config stage.toml); a flag wins over the file:
   board-offset = "-170mm,50mm,40mm"
 
 Exit status: the library's code (0 good, 99 usable, others: no usable result),
-2 for wrong usage, 70 when an exception ended the run.
+2 for wrong usage, 70 when an exception ended the run. A script asks "usable" in
+result.json: code 0 says nothing of numbers that aren't finite.
 
 Example:
   rigsync calibrate capture/capture.csv --board 11x8 --square 30mm \
@@ -63,8 +64,8 @@ fs::path Csv_Path(const std::string& Typed) {
 Calibration_Inputs Read_Inputs(const Capture_Words& Given) {
   const Stage_Values Values(Given);
   Calibration_Inputs Inputs;
-  Inputs.Csv = Csv_Path(Given.Csv);
   Inputs.Image_Root = Image_Root_Of(Given);
+  Inputs.Csv = Csv_Path(Given.Csv);
   Inputs.Board = Values.Read("board", Parse_Board);
   Inputs.Square_Size = Values.Read("square", Parse_Square);
   Inputs.Board_Euler = Values.Read("board-euler", Parse_Angles);
@@ -123,7 +124,7 @@ void Tell(const Calibration_Result& Result, const fs::path& Out) {
   if (!Result.Code) return Complain_Of_Exception(Result);
   Print(Result_Text(Result, Written_Reprojections(Result.Run_Folder, Result.Images),
                     Out / "result.json", Colour_On(stdout)));
-  if (Is_Usable(*Result.Code) && !All_Finite(Result)) {
+  if (Is_Usable(*Result.Code) && !Is_Usable(Result)) {
     Warn(fmt::format(
         "the code is {}, but the result holds numbers that are not finite (nan or inf). Don't use "
         "it: look in the CSV for tracker values that are no numbers.",

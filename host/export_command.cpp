@@ -129,11 +129,13 @@ std::string Lower_Case(std::string Text) {
 }
 
 // Numbers with as many digits as it takes to read the same double back; null where one isn't
-// finite, or where the library gave none.
-void Print_Json(const Engine& To, const Exported& Result, const fs::path& Run_Log) {
+// finite, or where the library gave none. "code" is that of the export: Usable tells whether the
+// calibration was good too.
+void Print_Json(const Engine& To, const Exported& Result, bool Usable, const fs::path& Run_Log) {
   Json Root;
   Root["engine"] = To.Name;
   Root["code"] = Result.Code;
+  Root["usable"] = Usable;
   Root["message"] = Result.Code == 0 ? "Exported." : Advice_For(Result.Code).Meaning;
   for (const Field_Group& Group : Result.Groups) {
     Json& Values = Root[Group.Key];  // null until something is put in
@@ -180,7 +182,7 @@ void Require_Exportable(const Typed& Given, const Calibration_Result& Result) {
     throw Usage_Error(fmt::format("{} holds no result to export: {}", Given.Result,
                                   Result.Message.empty() ? "it was left empty" : Result.Message));
   }
-  if (!Result.Code || !Is_Usable(*Result.Code)) {
+  if (!Is_Usable(Result)) {
     Warn("this result is not fit for use: " + Result.Message);
   }
 }
@@ -197,7 +199,8 @@ int Export(const Typed& Given) {
     Values = To.Call(Result, Out.string());
   }
   if (Given.Json) {
-    Print_Json(To, Values, Run_Log_Since(Logs_Before, Out));
+    const bool Usable = Is_Usable(Result) && Values.Code == 0 && All_Finite(Values);
+    Print_Json(To, Values, Usable, Run_Log_Since(Logs_Before, Out));
   } else if (Values.Code == 0) {
     Print_Fields(To, Values);
   }
@@ -225,7 +228,8 @@ void Add_Export_Command(CLI::App& Program, Chosen_Command& Chosen) {
       ->type_name("ENGINE");
   Command->add_option("--out", Given->Out, "folder for the run log (default: RESULT's folder)")
       ->type_name("DIR");
-  Command->add_flag("--json", Given->Json, "print JSON, digits in full");
+  Command->add_flag("--json", Given->Json,
+                    "print JSON, digits in full; 'usable' tells whether the result is good");
   Command->group("Commands");
   Command->footer(Footer);
   Command->callback([&Chosen, Given] { Chosen = [Given] { return Export(*Given); }; });

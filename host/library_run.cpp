@@ -76,7 +76,7 @@ void Run_Library(Calibration_Result& Result, std::size_t Images, bool Verbose, P
     const Working_Directory Root(Result.Inputs.Image_Root);
     try {
       Result.Code = Call_Library(Result);
-      Result.Message = Is_Usable(*Result.Code) && !All_Finite(Result)
+      Result.Message = Is_Usable(*Result.Code) && !Is_Usable(Result)
                            ? "The result holds numbers that are not finite."
                            : Advice_For(*Result.Code).Meaning;
     } catch (const std::exception& Thrown) {

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/result_file.h"
 
+#include "host/codes.h"
 #include "host/text.h"
 #include "host/whole_file.h"
 
 #include <fmt/format.h>
 #include <Eigen/Core>
 
+#include <cerrno>
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -77,24 +79,28 @@ Json Quality_Of(const Run_Report& Report) {
 
 Json Images_Of(const Calibration_Result& Result) {
   const Run_Report& Report = Result.Report;
-  Json Kept = Json::array(), Dropped = Json::array();
+  Json Kept = Json::array(), Dropped = Json::array(), Unknown = Json::array();
   for (std::size_t i = 0; i < Report.Images.size(); ++i) {
     const Image_Report& Image = Report.Images[i];
     Json Entry;
     Entry["image"] = Image.Name;
     Entry["line"] = Value_Or_Null(Csv_Line(Result, i));
-    if (Image.Fate != Image_Fate::Kept) {
+    if (Image.Fate != Image_Fate::Kept && Image.Fate != Image_Fate::Unknown) {
       Entry["stage"] = Stage_Name(Image.Fate);
       Entry["reason"] = Drop_Reason(Report, Image);
     }
     Entry["axis_difference_deg"] = Value_Or_Null(Image.Axis_Difference_Deg);
     Entry["reprojection_px"] = Value_Or_Null(Image.Reprojection_Px);
-    (Image.Fate == Image_Fate::Kept ? Kept : Dropped).push_back(std::move(Entry));
+    Json& List = Image.Fate == Image_Fate::Kept      ? Kept
+                 : Image.Fate == Image_Fate::Unknown ? Unknown
+                                                     : Dropped;
+    List.push_back(std::move(Entry));
   }
   Json Images;
   Images["given"] = Result.Images.size();
   Images["kept"] = std::move(Kept);
   Images["dropped"] = std::move(Dropped);
+  Images["unknown"] = std::move(Unknown);
   return Images;
 }
 
@@ -114,6 +120,7 @@ std::string Text_Of(const Calibration_Result& Result) {
   File["format"] = Format_Name;
   File["format_version"] = Format_Version;
   File["code"] = Value_Or_Null(Result.Code);
+  File["usable"] = Is_Usable(Result);
   File["message"] = Result.Message;
   File["version"] = RIGSYNC_VERSION;
   File["versions"] = Versions_Of(Result);
@@ -135,6 +142,15 @@ std::string Text_Of(const Calibration_Result& Result) {
                                 File.string(), Why));
 }
 
+// The writer's null inside a list.
+[[noreturn]] void Refuse_Not_Finite(const std::filesystem::path& File, const char* Key) {
+  throw Usage_Error(
+      fmt::format("{}: '{}' isn't finite, so there is nothing to use. Probably a tracker value in "
+                  "the CSV is no "
+                  "number (nan): 'rigsync inspect' names its line. Take it out and calibrate again",
+                  File.string(), Key));
+}
+
 std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Parent,
                                const char* Key, std::size_t Size) {
   const auto Found = Parent.find(Key);
@@ -145,8 +161,9 @@ std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Pa
   }
   std::vector<double> Values;
   for (const Json& Element : *Found) {
+    if (Element.is_null()) Refuse_Not_Finite(File, Key);
     if (!Element.is_number()) {
-      Refuse_File(File, fmt::format("'{}' holds an element that isn't a finite number", Key));
+      Refuse_File(File, fmt::format("'{}' holds an element that isn't a number", Key));
     }
     Values.push_back(Element.get<double>());
   }
@@ -164,6 +181,7 @@ std::string Stage_Name(Image_Fate Fate) {
     case Image_Fate::Outlier:
       return "outliers";
     case Image_Fate::Kept:
+    case Image_Fate::Unknown:
       break;
   }
   return "";
@@ -176,6 +194,7 @@ std::string Drop_Reason(const Run_Report& Report, const Image_Report& Image) {
     case Image_Fate::No_Board:
       return "no board found";
     case Image_Fate::Kept:
+    case Image_Fate::Unknown:
       return "";
     case Image_Fate::Outlier:
       break;
@@ -210,6 +229,10 @@ bool All_Finite(const Calibration_Result& Result) {
   return true;
 }
 
+bool Is_Usable(const Calibration_Result& Result) {
+  return Result.Code && Is_Usable(*Result.Code) && All_Finite(Result);
+}
+
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result) {
   Write_Whole(Folder / "result.json", Text_Of(Result));
 }
@@ -218,7 +241,9 @@ Calibration_Result Read_Result(const std::filesystem::path& File) {
   std::error_code Ignored;
   if (std::filesystem::is_directory(File, Ignored)) Refuse_File(File, "is a folder");
   std::ifstream Stream(File);
-  if (!Stream) Refuse_File(File, "can't be opened");
+  if (!Stream) {
+    Refuse_File(File, "can't be opened (" + std::generic_category().message(errno) + ")");
+  }
   const Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
   if (!Root.is_object() || Root.value("format", Json()) != Format_Name) {
     Refuse_File(File, "not a result file");

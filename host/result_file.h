@@ -56,13 +56,17 @@ std::optional<std::size_t> Csv_Line(const Calibration_Result& Result, std::size_
 // True when every number that the library gave is finite.
 bool All_Finite(const Calibration_Result& Result);
 
+// True when the result may go to an engine: its code says so, and its numbers are all finite. A
+// code alone doesn't tell, since no comparison with a limit holds for a number that isn't.
+bool Is_Usable(const Calibration_Result& Result);
+
 // Writes Folder/result.json whole or not at all: into a file beside it, which then takes its name.
 // A number that isn't finite becomes null. Throws std::runtime_error when it can't be written.
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result);
 
-// Reads code, message, lens and transform back, digit for digit. What is null there is empty here;
-// a vector with a null or missing element is refused, as is a file of another format, with a
-// Usage_Error that names the file.
+// Reads code, message, lens and transform back, digit for digit. What is null there is empty here.
+// A vector with an element that is null, which stands for a number that isn't finite, is refused
+// with the probable cause; so is a file of another format. The Usage_Error names the file.
 Calibration_Result Read_Result(const std::filesystem::path& File);
 
 }  // namespace host

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace host {
@@ -62,7 +63,7 @@ std::string Not_Finite_Text(const Calibration_Result& Result, bool Colour) {
 // the stage and where they come from.
 std::string Verdict_Text(const Calibration_Result& Result, bool Colour) {
   const int Code = *Result.Code;
-  if (Is_Usable(Code) && !All_Finite(Result)) return Not_Finite_Text(Result, Colour);
+  if (Is_Usable(Code) && !Is_Usable(Result)) return Not_Finite_Text(Result, Colour);
   const Code_Advice Advice = Advice_For(Code);
   const Style Tone = Code == 0 ? Style::Good : Is_Usable(Code) ? Style::Warning : Style::Bad;
   const std::string Sentence = Folded(fmt::format("Code {}. {}", Code, Advice.Meaning), 0);
@@ -113,18 +114,29 @@ std::string Images_Text(const Calibration_Result& Result, bool Colour) {
   if (Report.Images.empty()) return {};
   const std::size_t Kept = Count_Of(Report, Image_Fate::Kept);
   const std::size_t Outliers = Count_Of(Report, Image_Fate::Outlier);
-  const std::size_t Dropped = Report.Images.size() - Kept;
-  std::string Text = Heading(fmt::format("Images: {} looked at, {} show the board, {} kept",
-                                         Report.Images.size(), Kept + Outliers, Count_Left(Report)),
-                             Colour);
+  const std::size_t Unknown = Count_Of(Report, Image_Fate::Unknown);
+  const std::size_t Dropped = Report.Images.size() - Kept - Unknown;
+  std::string Text =
+      Heading(fmt::format("Images: {} looked at, {} show the board, {} kept", Report.Images.size(),
+                          Kept + Outliers + Unknown, Count_Left(Report)),
+              Colour);
   std::size_t Shown = 0;
   for (std::size_t i = 0; i < Report.Images.size() && Shown < Most_Dropped_Shown; ++i) {
-    if (Report.Images[i].Fate == Image_Fate::Kept) continue;
+    const Image_Fate Fate = Report.Images[i].Fate;
+    if (Fate == Image_Fate::Kept || Fate == Image_Fate::Unknown) continue;
     Text += Dropped_Text(Result, i);
     ++Shown;
   }
   if (Dropped > Shown) {
     Text += fmt::format("  and {} more dropped; result.json lists them all\n", Dropped - Shown);
+  }
+  if (Unknown > 0) {
+    const std::size_t Outside = Unknown - std::min(Count_Left(Report), Unknown);
+    Text += Folded(
+        fmt::format("Of the other {}, {} by {} position; the run log doesn't tell which.", Unknown,
+                    Outside == 1 ? "1 is an outlier" : fmt::format("{} are outliers", Outside),
+                    Outside == 1 ? "its" : "their"),
+        2);
   }
   return Text;
 }

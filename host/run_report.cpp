@@ -74,7 +74,8 @@ std::optional<std::pair<std::size_t, double>> Image_Number(std::string_view Mess
 }
 
 bool Shows_A_Board(const Image_Report& Image) {
-  return Image.Fate == Image_Fate::Kept || Image.Fate == Image_Fate::Outlier;
+  return Image.Fate == Image_Fate::Kept || Image.Fate == Image_Fate::Outlier ||
+         Image.Fate == Image_Fate::Unknown;
 }
 
 bool Is_Kept(const Image_Report& Image) {
@@ -139,12 +140,18 @@ bool Take_Search_Line(Run_Report& Report, std::string_view Message) {
   return Unreadable || No_Board;
 }
 
-// Ends a run before any outlier is named.
+// Ends a run before any outlier is named. Those whose axis is beyond its limit are known; whether
+// the others are, their positions decide, which aren't logged. Only when all of them are left, or
+// none, the number tells.
 void Take_Too_Few_Left(Run_Report& Report, std::size_t Left) {
   Report.Too_Few_Left = Left;
   for (Image_Report& Image : Report.Images) {
     const bool Turned = Image.Axis_Difference_Deg && *Image.Axis_Difference_Deg > Axis_Limit_Deg;
     if (Is_Kept(Image) && (Left == 0 || Turned)) Image.Fate = Image_Fate::Outlier;
+  }
+  if (Count_Of(Report, Image_Fate::Kept) == Left) return;
+  for (Image_Report& Image : Report.Images) {
+    if (Is_Kept(Image)) Image.Fate = Image_Fate::Unknown;
   }
 }
 

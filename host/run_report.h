@@ -29,8 +29,9 @@ enum class Run_Step {
   Ended,
 };
 
-// What became of an image that the run looked at.
-enum class Image_Fate { Kept, Unreadable, No_Board, Outlier };
+// What became of an image that the run looked at. Unknown: the run ended because too few were left,
+// and its log doesn't tell whether this was one of them.
+enum class Image_Fate { Kept, Unreadable, No_Board, Outlier, Unknown };
 
 struct Image_Report {
   std::string Name;  // the image path as it stands in the CSV
@@ -53,8 +54,8 @@ struct Run_Report {
   std::optional<double> Lens_Rms_Px;
   // Spread of the mounts about their mean when outliers were looked for, metres, x y z of Cam.
   std::optional<std::array<double, 3>> Filter_Spread_M;
-  // Set when the outliers would have left too few images: how many. The log then names no outlier;
-  // those that the axis doesn't tell stay marked as kept, unless all are outliers.
+  // Set when the outliers would have left too few images: how many. The log then names no outlier.
+  // The axis tells some, the number left may tell the rest; else the rest is unknown.
   std::optional<std::size_t> Too_Few_Left;
   // Average reprojection error before the outliers were removed and after, pixels.
   std::optional<double> First_Reprojection_Px, Reprojection_Px;

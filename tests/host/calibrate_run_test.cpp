@@ -272,6 +272,32 @@ TEST(CalibrateRun, EveryResultFollowsTheSchema) {
   Expect_Schema("paths that are no text");
 }
 
+TEST(CalibrateRun, OutliersThatTheRunLogDoesNotNameAreNotCalledKept) {
+  const Scratch_Folder Scratch;
+  const std::string Capture = Scratch.String() + "/noisy";
+  // Noise at which half of the axes are beyond their limit, and some positions.
+  ASSERT_EQ(Rigsync({"simulate", Capture, "--images", "14", "--size", "640x480", "--board", "7x5",
+                     "--rotation-noise", "0.3", "--position-noise", "5mm"})
+                .Status,
+            0);
+  const fs::path Out = Scratch.Path() / "out";
+  const Finished Result = Rigsync({"calibrate", Capture + "/capture.csv", "--config",
+                                   Capture + "/stage.json", "--out", Out.string()});
+  ASSERT_EQ(Result.Status, 13);
+  const Finished Checked = Check_Schema(Out / "result.json");
+  EXPECT_EQ(Checked.Status, 0) << Checked.Output << Checked.Error;
+  const nlohmann::json Images = Read_Json(Out / "result.json")["images"];
+  EXPECT_TRUE(Images["kept"].empty());
+  EXPECT_GT(Images["unknown"].size(), 0u);
+  EXPECT_EQ(Images["unknown"].size() + Images["dropped"].size(), 14u);
+  // Those that are named are told by their axis alone, which is beyond the limit; the others'
+  // isn't.
+  for (const auto& Image : Images["dropped"]) EXPECT_GT(Image["axis_difference_deg"], 0.5);
+  for (const auto& Image : Images["unknown"]) EXPECT_LE(Image["axis_difference_deg"], 0.5);
+  EXPECT_THAT(Result.Output,
+              HasSubstr("Of the other " + std::to_string(Images["unknown"].size()) + ", "));
+}
+
 TEST(CalibrateRun, TheSchemaRefusesWhatIsNoResult) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
@@ -285,6 +311,16 @@ TEST(CalibrateRun, TheSchemaRefusesWhatIsNoResult) {
   nlohmann::json More = Whole;
   More["more"] = 1;
   EXPECT_EQ(Check_Schema(Scratch.Write("more.json", More.dump())).Status, 1);
+  // Usable without a code and a transform that are.
+  nlohmann::json Usable = Whole;
+  Usable["usable"] = true;
+  EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 1);
+  Usable["transform_cam_tc"] = std::vector<double>(16, 0.5);
+  EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 1);
+  Usable["code"] = 99;
+  EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 0);
+  Usable["transform_cam_tc"][3] = nullptr;
+  EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 1);
 }
 
 TEST(CalibrateRun, AReaderWhoIsGoneTakesNothingAlong) {

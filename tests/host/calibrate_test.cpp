@@ -328,7 +328,14 @@ TEST(Calibrate, ACode0WithNumbersThatAreNotFiniteIsWarnedAbout) {
   EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("not finite")));
   const nlohmann::json File = Read_Json(Out / "result.json");
   EXPECT_TRUE(File["transform_cam_tc"][3].is_null());
-  EXPECT_EQ(Rigsync({"export", (Out / "result.json").string(), "--to", "ue5"}).Status, 2);
+  EXPECT_EQ(File["usable"], false);
+  const Finished Export =
+      Rigsync({"export", (Out / "result.json").string(), "--to", "ue5", "--json"});
+  EXPECT_EQ(Export.Status, 2);
+  EXPECT_EQ(Export.Output, "");
+  EXPECT_THAT(Export.Said,
+              AllOf(HasSubstr("'transform_cam_tc' isn't finite"), HasSubstr("no number (nan)"),
+                    HasSubstr("rigsync inspect"), Not(HasSubstr("expected a result.json"))));
 }
 
 TEST(Calibrate, AnImagePathThatClimbsOutIsRefusedBeforeAnythingIsWritten) {

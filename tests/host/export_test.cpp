@@ -50,6 +50,7 @@ nlohmann::json Export_Json(const std::string& Engine) {
   const nlohmann::json Root = nlohmann::json::parse(Result.Output);
   EXPECT_EQ(Root["engine"], Engine);
   EXPECT_EQ(Root["code"], 0);
+  EXPECT_EQ(Root["usable"], true);
   return Root;
 }
 
@@ -149,6 +150,7 @@ TEST(Export, GimbalLockIsExitStatus3AndAPlainSentence) {
   EXPECT_EQ(Json.Status, 3);
   const nlohmann::json Root = nlohmann::json::parse(Json.Output);
   EXPECT_EQ(Root["code"], 3);
+  EXPECT_EQ(Root["usable"], false);
   EXPECT_TRUE(Root["rotation_deg"].is_null());
   EXPECT_TRUE(Root["location_cm"].is_null());
   // The other engines take this mount.
@@ -170,12 +172,12 @@ TEST(Export, WritesItsRunLogBesideTheResultOrWhereItIsTold) {
   ASSERT_EQ(Export(File, "ue5", {"--out", Elsewhere.string()}).Status, 0);
   EXPECT_EQ(Log_Count(Elsewhere), 1u);
   EXPECT_EQ(Log_Count(Scratch.Path()), 0u);
-  // A relative path without a folder.
-  ASSERT_EQ(Rigsync({"export", "result.json", "--to", "ue5"}, Scratch.Path()).Status, 0);
   // A folder in which nobody can create a file.
   const Finished Refused = Export(File, "ue5", {"--out", "/proc/self/task"});
   EXPECT_EQ(Refused.Status, 2);
   EXPECT_THAT(Refused.Said, AllOf(HasSubstr("--out"), HasSubstr("files can be written (No such")));
+  // A relative path without a folder.
+  ASSERT_EQ(Rigsync({"export", "result.json", "--to", "ue5"}, Scratch.Path()).Status, 0);
   EXPECT_EQ(Log_Count(Scratch.Path()), 1u);
 }
 
@@ -187,6 +189,9 @@ TEST(Export, AResultThatWasJudgedAFailureIsExportedWithAWarning) {
     EXPECT_EQ(Result.Status, 0);
     EXPECT_THAT(Result.Output, HasSubstr("Quaternion"));
     EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("Said before.")));
+    const Finished Json = Export(Scratch.Path() / "result.json", "ue5", {"--json"});
+    EXPECT_EQ(nlohmann::json::parse(Json.Output)["code"], 0);
+    EXPECT_EQ(nlohmann::json::parse(Json.Output)["usable"], false);
   }
   const Finished Usable =
       Export(Scratch.Write("result.json", Result_Text(Reference_Pose, "99")), "ue5");
@@ -209,6 +214,7 @@ TEST(Export, ASingularTransformIsWarnedAbout) {
   EXPECT_EQ(Result.Status, 0);
   EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("not finite")));
   EXPECT_TRUE(nlohmann::json::parse(Result.Output)["quaternion"]["x"].is_null());
+  EXPECT_EQ(nlohmann::json::parse(Result.Output)["usable"], false);
 }
 
 TEST(Export, KeepsTheRunLogOffTheTerminal) {

@@ -11,7 +11,9 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 // Doubles that need all their digits.
 host::Calibration_Result Whole_Result() {
@@ -95,9 +97,48 @@ TEST(ResultFile, ANumberThatIsNotFiniteIsNullAndRefusedWhenRead) {
     host::Write_Result(Scratch.Path(), Result);
     const nlohmann::json File = Read_Json(Scratch.Path() / "result.json");
     EXPECT_TRUE(File["transform_cam_tc"][3].is_null());
+    EXPECT_EQ(File["usable"], false);
     EXPECT_THAT(Refusal((Scratch.Path() / "result.json").string()),
-                HasSubstr("'transform_cam_tc' holds an element that isn't a finite number"));
+                AllOf(HasSubstr("result.json: 'transform_cam_tc' isn't finite"),
+                      HasSubstr("a tracker value in the CSV is no number"),
+                      HasSubstr("'rigsync inspect'"), Not(HasSubstr("expected a result.json"))));
   }
+}
+
+TEST(ResultFile, IsUsableWithCode0Or99AndFiniteNumbersOnly) {
+  const auto Written = [](const host::Calibration_Result& Result) {
+    const Scratch_Folder Scratch;
+    host::Write_Result(Scratch.Path(), Result);
+    return Read_Json(Scratch.Path() / "result.json")["usable"];
+  };
+  host::Calibration_Result Result = Whole_Result();
+  for (const int Code : {0, 99}) {
+    Result.Code = Code;
+    EXPECT_EQ(Written(Result), true) << Code;
+  }
+  for (const int Code : {1, 4, 6, 13, 14}) {
+    Result.Code = Code;
+    EXPECT_EQ(Written(Result), false) << Code;
+  }
+  Result.Code = std::nullopt;
+  EXPECT_EQ(Written(Result), false);
+  Result = Whole_Result();
+  Result.Norm_Cxy[1] = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(Written(Result), false);
+}
+
+TEST(ResultFile, NamesImagesWhoseFateIsNotKnownApart) {
+  const Scratch_Folder Scratch;
+  host::Calibration_Result Result = Whole_Result();
+  Result.Report.Images = {{"a.png", host::Image_Fate::Unknown, 0.25, 1.5},
+                          {"b.png", host::Image_Fate::Outlier, 2.0, 9.0}};
+  Result.Images = {{2, "a.png"}, {3, "b.png"}};
+  host::Write_Result(Scratch.Path(), Result);
+  const nlohmann::json Images = Read_Json(Scratch.Path() / "result.json")["images"];
+  EXPECT_TRUE(Images["kept"].empty());
+  EXPECT_EQ(Images["dropped"].size(), 1u);
+  EXPECT_EQ(Images["unknown"], nlohmann::json::parse(R"([{"image": "a.png", "line": 2,
+      "axis_difference_deg": 0.25, "reprojection_px": 1.5}])"));
 }
 
 TEST(ResultFile, WritingLeavesNothingButTheFileAndReplacesAnEarlierOne) {
@@ -139,13 +180,16 @@ TEST(ResultFile, WhatIsNoResultIsRefusedByName) {
        "'image_size' is missing"},
       {"{\"format\":\"rigsync-result\",\"format_version\":1,\"lens\":{\"image_size\":[1]}}",
        "'image_size' isn't a list of 2 numbers"},
+      {"{\"format\":\"rigsync-result\",\"format_version\":1,\"lens\":{\"image_size\":[1,\"2\"]}}",
+       "'image_size' holds an element that isn't a number; expected a result.json"},
   };
   for (const auto& [Text, Why] : Cases) {
     SCOPED_TRACE(Text);
     EXPECT_THAT(Refusal(Scratch.Write("r.json", Text)),
                 testing::AllOf(HasSubstr("r.json"), HasSubstr(Why)));
   }
-  EXPECT_THAT(Refusal((Scratch.Path() / "none.json").string()), HasSubstr("can't be opened"));
+  EXPECT_THAT(Refusal((Scratch.Path() / "none.json").string()),
+              HasSubstr("can't be opened (No such file or directory)"));
 }
 
 }  // namespace

@@ -193,6 +193,19 @@ TEST(ResultText, CountsNoImageAsKeptThatTooFewWereLeftWithout) {
               HasSubstr("\nImages: 5 looked at, 3 show the board, 0 kept\n"));
 }
 
+TEST(ResultText, TellsHowManyOutliersTheRunLogDoesNotName) {
+  Calibration_Result Result = Good_Result();
+  Result.Code = 13;
+  for (const std::size_t i : {0u, 4u}) Result.Report.Images[i].Fate = Image_Fate::Unknown;
+  Result.Report.Too_Few_Left = 1;
+  const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  EXPECT_THAT(Text, HasSubstr("\nImages: 5 looked at, 3 show the board, 1 kept\n"));
+  EXPECT_THAT(Text,
+              HasSubstr("            d.png\n  Of the other 2, 1 is an outlier by its position; "
+                        "the run log doesn't tell\n  which.\n"));
+  EXPECT_THAT(Text, Not(HasSubstr("a.png")));
+}
+
 TEST(ResultText, PraisesNoResultWhoseNumbersAreNotFinite) {
   Calibration_Result Result = Good_Result();
   Result.Transform_Cam_Tc[3] = std::nan("");

@@ -269,6 +269,17 @@ TEST(RunReport, OutliersThatEndTheRunAreThoseWhoseAxisIsBeyondTheLimit) {
   EXPECT_EQ(host::Count_Of(Report, host::Image_Fate::Outlier), 1u);
 }
 
+// Of four boards one is an outlier by its axis, so that one of the other three is by its position.
+TEST(RunReport, OutliersByPositionThatEndTheRunAreUnknownUnlessTheNumberTells) {
+  const Run_Report One_Of_Three = Report_Of_Too_Few("2");
+  EXPECT_EQ(host::Count_Of(One_Of_Three, host::Image_Fate::Unknown), 3u);
+  EXPECT_EQ(host::Count_Of(One_Of_Three, host::Image_Fate::Kept), 0u);
+  const Run_Report None_Of_Three = Report_Of_Too_Few("3");
+  EXPECT_EQ(host::Count_Of(None_Of_Three, host::Image_Fate::Unknown), 0u);
+  EXPECT_EQ(host::Count_Of(None_Of_Three, host::Image_Fate::Kept), 3u);
+  EXPECT_EQ(host::Count_Of(None_Of_Three, host::Image_Fate::Outlier), 1u);
+}
+
 TEST(RunReport, WhereNoImageIsLeftEveryBoardIsAnOutlier) {
   const Run_Report Report = Report_Of_Too_Few("0");
   EXPECT_EQ(host::Count_Left(Report), 0u);
