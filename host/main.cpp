@@ -39,16 +39,26 @@ int Say_Usage(const CLI::App& Program, const std::string& Text) {
   return host::Exit_Usage;
 }
 
+// -20 or 50mm: a part of a value, as --board-euler 12 -20 8 leaves it over.
+bool Begins_Like_A_Number(const std::string& Word) {
+  const std::size_t First = Word.find_first_not_of("+-.");
+  return First != std::string::npos && Word[First] >= '0' && Word[First] <= '9';
+}
+
 // The word that no flag or argument took. The parser's own text has all such words, the last first.
 std::string Extra_Text(const CLI::App& Program) {
   const std::vector<std::string> Words = Program.remaining(/*recurse=*/true);
+  const std::string First = Words.empty() ? "" : Words.front();
+  if (Begins_Like_A_Number(First)) {
+    return "'" + First + "' is one word too many: numbers of one value have commas and no blanks " +
+           "between them, as 12,-20,8 has";
+  }
   for (const std::string& Word : Words) {
     if (Word.size() > 1 && Word[0] == '-') {
       return "'" + Word + "' is unknown; expected a flag of '" + Asked_For(Program) + "'";
     }
   }
-  return "'" + (Words.empty() ? "" : Words.front()) +
-         "' is one word too many: a value with blanks needs quotes";
+  return "'" + First + "' is one word too many: a value with blanks needs quotes";
 }
 
 // The parser's sentence about a flag that came too often, or without its value, in plain words.
@@ -90,6 +100,10 @@ int Run(int Argument_Count, char** Arguments) {
     return Chosen();
   } catch (const CLI::ExtrasError&) {
     return Say_Usage(Program, Extra_Text(Program));
+  } catch (const CLI::RequiredError& Error) {
+    // What is missing may be there under a wrong name.
+    const bool Has_Extra = !Program.remaining(/*recurse=*/true).empty();
+    return Say_Usage(Program, Has_Extra ? Extra_Text(Program) : Error.what());
   } catch (const CLI::ArgumentMismatch& Error) {
     return Say_Usage(Program, Mismatch_Text(Error.what()));
   } catch (const CLI::ExcludesError& Error) {
