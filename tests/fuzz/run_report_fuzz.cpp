@@ -217,8 +217,8 @@ void Check_Any(const std::string& Log, const Fuzz_Folder& Folder) {
   }
   Promise(Report.Images.size() <= Begun, "no image is made up");
   std::size_t Sum = 0;
-  for (const auto Fate :
-       {Image_Fate::Kept, Image_Fate::Unreadable, Image_Fate::No_Board, Image_Fate::Outlier}) {
+  for (const auto Fate : {Image_Fate::Kept, Image_Fate::Unreadable, Image_Fate::No_Board,
+                          Image_Fate::Outlier, Image_Fate::Unknown}) {
     Sum += host::Count_Of(Report, Fate);
   }
   Promise(Sum == Report.Images.size(), "every image has one fate");

@@ -40,12 +40,12 @@ Parsers() {
              {"board-offset",
               [](const std::string& Flag, const std::string& Text) {
                 for (const double Length : host::Parse_Offset(Flag, Text)) {
-                  Promise(std::isfinite(Length), "an offset is finite");
+                  Promise(std::abs(Length) <= 10.0, "an offset is on a stage");
                 }
               }},
              {"sensor", [](const std::string& Flag, const std::string& Text) {
                 for (const double Side : host::Parse_Sensor(Flag, Text)) {
-                  Promise(std::isfinite(Side) && Side > 0.0, "a sensor's sides are above 0");
+                  Promise(Side >= 1.0 && Side <= 100.0, "a sensor's sides are millimetres");
                 }
               }}};
   return All;
