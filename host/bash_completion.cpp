@@ -3,6 +3,7 @@
 #include "host/documents.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <vector>
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/command.h"
 
+#include "host/platform.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
-#include <cerrno>
 #include <cstdio>
 
 namespace host {
@@ -35,7 +36,7 @@ std::vector<std::string> Offered_Words(CLI::Option& Option) {
 
 void Print(const std::string& Text) {
   const bool Written = std::fwrite(Text.data(), 1, Text.size(), stdout) == Text.size();
-  if ((std::fflush(stdout) != 0 || !Written) && errno == EPIPE) std::clearerr(stdout);
+  if ((std::fflush(stdout) != 0 || !Written) && Reader_Is_Gone()) std::clearerr(stdout);
 }
 
 void Warn(const std::string& Text) {

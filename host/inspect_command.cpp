@@ -6,6 +6,7 @@
 #include "host/exit_status.h"
 #include "host/inspect_report.h"
 #include "host/inspection.h"
+#include "host/platform.h"
 #include "host/progress.h"
 #include "host/terminal.h"
 

@@ -2,7 +2,7 @@
 #include "host/library_run.h"
 
 #include "host/codes.h"
-#include "host/interrupt.h"
+#include "host/platform.h"
 #include "host/quiet_output.h"
 #include "host/run_log_file.h"
 #include "host/text.h"

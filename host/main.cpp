@@ -4,28 +4,17 @@
 // wrong into a sentence and an exit status.
 #include "host/arguments.h"
 #include "host/exit_status.h"
+#include "host/platform.h"
 #include "host/program.h"
 #include "host/text.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <signal.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <memory>
 
 namespace {
-
-// A standard descriptor that is closed would be given to the next file that is opened, and what is
-// printed would end up in it.
-void Open_Standard_Descriptors() {
-  int Descriptor = open("/dev/null", O_RDWR);
-  while (Descriptor >= 0 && Descriptor <= STDERR_FILENO) Descriptor = open("/dev/null", O_RDWR);
-  if (Descriptor >= 0) close(Descriptor);
-}
 
 // The command that was asked for, for pointing at its help.
 std::string Asked_For(const CLI::App& Program) {
@@ -121,7 +110,7 @@ int Run(int Argument_Count, char** Arguments) {
 // disk isn't whole, and a script that reads it has to know.
 int Finish_Output(int Status) {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return Status;
-  if (errno == EPIPE) return Status;
+  if (host::Reader_Is_Gone()) return Status;
   host::Complain("what was printed can't be written to where standard output leads");
   return Status == host::Exit_Success ? host::Exit_Exception : Status;
 }
@@ -129,9 +118,7 @@ int Finish_Output(int Status) {
 }  // namespace
 
 int main(int Argument_Count, char** Arguments) {
-  Open_Standard_Descriptors();
-  // A reader who has seen enough (as head has) is no reason to end before the work is done.
-  signal(SIGPIPE, SIG_IGN);
+  const host::Prepared_Process Prepared;
   try {
     return Finish_Output(Run(Argument_Count, Arguments));
   } catch (const std::exception& Error) {

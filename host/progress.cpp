@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/progress.h"
 
+#include "host/platform.h"
 #include "host/run_log_file.h"
-#include "host/terminal.h"
 #include "host/text.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <poll.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -153,12 +150,12 @@ Progress_Kind Kind_Of_Progress(bool Quiet) {
 }
 
 Progress_Output::Progress_Output(Progress_Kind Wanted) : Kind(Wanted), Began(Clock::now()) {
-  if (Kind != Progress_Kind::None) Output = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+  if (Kind != Progress_Kind::None) Output = Copy_Of(Standard_Error);
 }
 
 Progress_Output::~Progress_Output() {
   if (Kind == Progress_Kind::Line) Say(Line_Off);
-  if (Output >= 0) close(Output);
+  if (Output >= 0) Close(Output);
 }
 
 void Progress_Output::Begin(const std::string& Text) {
@@ -183,9 +180,7 @@ double Progress_Output::Seconds() const {
 
 // A terminal that is gone, or a pipe that nobody empties, is nothing to stop the work for.
 void Progress_Output::Say(const std::string& Text) const {
-  pollfd Ready{Output, POLLOUT, 0};
-  if (poll(&Ready, 1, /*timeout=*/0) != 1 || (Ready.revents & POLLOUT) == 0) return;
-  if (write(Output, Text.data(), Text.size()) < 0) return;
+  Write_If_Ready(Output, Text);
 }
 
 // Everything behind the class: the thread and what it needs. Only Stopping is shared, under Lock.

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/quiet_output.h"
 
-#include <fcntl.h>
-#include <unistd.h>
+#include "host/platform.h"
 
 #include <cstdio>
 #include <iostream>
@@ -26,35 +25,35 @@ void Flush_All() {
 }
 
 // Redirects Descriptor to Nowhere and returns a copy of what it was, or -1 when it stays as it is.
-int Redirect(int Descriptor, int Nowhere) {
-  const int Kept = fcntl(Descriptor, F_DUPFD_CLOEXEC, 3);
-  if (Kept >= 0) dup2(Nowhere, Descriptor);
+int Silence(int Descriptor, int Nowhere) {
+  const int Kept = Copy_Of(Descriptor);
+  if (Kept >= 0) Redirect(Descriptor, Nowhere);
   return Kept;
 }
 
 void Restore(int Descriptor, int Kept) {
   if (Kept < 0) return;
-  dup2(Kept, Descriptor);
-  close(Kept);
+  Redirect(Descriptor, Kept);
+  Close(Kept);
 }
 
 }  // namespace
 
 Quiet_Output::Quiet_Output(bool Quiet) {
   if (!Quiet) return;
-  const int Nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  const int Nowhere = Open_Nowhere();
   if (Nowhere < 0) return;
   Flush_All();
-  Kept_Output = Redirect(STDOUT_FILENO, Nowhere);
-  if (Quiets_Standard_Error()) Kept_Error = Redirect(STDERR_FILENO, Nowhere);
+  Kept_Output = Silence(Standard_Output, Nowhere);
+  if (Quiets_Standard_Error()) Kept_Error = Silence(Standard_Error, Nowhere);
   // With a standard descriptor closed, open may have returned that very number.
-  if (Nowhere > STDERR_FILENO) close(Nowhere);
+  if (Nowhere > Standard_Error) Close(Nowhere);
 }
 
 Quiet_Output::~Quiet_Output() {
   Flush_All();
-  Restore(STDOUT_FILENO, Kept_Output);
-  Restore(STDERR_FILENO, Kept_Error);
+  Restore(Standard_Output, Kept_Output);
+  Restore(Standard_Error, Kept_Error);
 }
 
 bool Quiets_Standard_Error() {

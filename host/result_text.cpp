@@ -2,6 +2,7 @@
 #include "host/result_text.h"
 
 #include "host/codes.h"
+#include "host/platform.h"
 #include "host/terminal.h"
 #include "host/text.h"
 #include "host/transform_text.h"
@@ -26,15 +27,6 @@ bool May_Lie_In_The_Capture(int Code) {
   return Code == 4 || Code == 5 || Code == 6 || Code == 13 || Code == 14 || Code == 99;
 }
 
-// As a shell takes it for one word.
-std::string Shell_Word(const std::string& Text) {
-  constexpr const char* Special = " \t\n'\"\\$`&|;<>()*?[]{}!#~";
-  if (Text.find_first_of(Special) == std::string::npos) return Text;
-  std::string Word = "'";
-  for (const char Letter : Text) Word += Letter == '\'' ? "'\\''" : std::string(1, Letter);
-  return Word + "'";
-}
-
 std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
   std::string Text = Folded("The capture, line by line:", 2);
   Text += fmt::format(
@@ -43,7 +35,7 @@ std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
       Shell_Word(Inputs.Csv.string()), Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size,
       fmt::join(Inputs.Board_Euler, ","), fmt::join(Inputs.Board_Offset, ","));
   if (Inputs.Image_Root != Inputs.Csv.parent_path()) {
-    Text += " \\\n      --image-root " + Shell_Word(Inputs.Image_Root.string());
+    Text += Command_Goes_On(6) + "--image-root " + Shell_Word(Inputs.Image_Root.string());
   }
   return Text + "\n";
 }

@@ -25,8 +25,9 @@ class Made_Folders {
  public:
   // Creates Folder with all that is missing above it. Returns why it couldn't, or nothing.
   std::error_code Make(const fs::path& Folder) {
-    fs::path Whole;
-    for (const fs::path& Component : Folder) {
+    // A root is there or can't be made; on Windows a server's name is a part of it, and no folder.
+    fs::path Whole = Folder.root_path();
+    for (const fs::path& Component : Folder.relative_path()) {
       Whole /= Component;
       std::error_code Error, Ignored;
       if (fs::create_directory(Whole, Error)) Made.push_back(Whole);

@@ -5,7 +5,7 @@
 #include "host/arguments.h"
 #include "host/command.h"
 #include "host/exit_status.h"
-#include "host/interrupt.h"
+#include "host/platform.h"
 #include "host/progress.h"
 #include "host/run_folder.h"
 #include "host/stage_file.h"
@@ -411,8 +411,9 @@ int Simulate(const Typed& Given) {
   fmt::print("  capture          {}\n", (Directory / "capture.csv").string());
   fmt::print("  truth            {}\n", (Directory / "truth.json").string());
   fmt::print("  board, estimate  {}\n", (Directory / "stage.json").string());
-  fmt::print("Calibrate it with\n  rigsync calibrate {} \\\n    --config {} --out RESULT_DIR\n",
-             (Directory / "capture.csv").string(), (Directory / "stage.json").string());
+  fmt::print("Calibrate it with\n  rigsync calibrate {}{}--config {} --out RESULT_DIR\n",
+             (Directory / "capture.csv").string(), Command_Goes_On(4),
+             (Directory / "stage.json").string());
   return Exit_Success;
 }
 

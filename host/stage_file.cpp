@@ -6,6 +6,7 @@
 #include "host/whole_file.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cctype>

@@ -2,7 +2,6 @@
 #include "host/terminal.h"
 
 #include <fmt/color.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -34,13 +33,8 @@ bool Is_Set(const char* Variable) {
 
 }  // namespace
 
-bool Is_Terminal(std::FILE* Stream) {
-  return isatty(fileno(Stream)) != 0;
-}
-
 bool Colour_On(std::FILE* Stream) {
-  if (!Is_Terminal(Stream) || Is_Set("NO_COLOR") || !Is_Set("TERM")) return false;
-  return std::string_view(std::getenv("TERM")) != "dumb";
+  return Is_Terminal(Stream) && !Is_Set("NO_COLOR") && Terminal_Takes_Colours(Stream);
 }
 
 std::string Painted(Style Wanted, std::string_view Text, bool On) {

@@ -4,13 +4,13 @@
 #ifndef RIGSYNC_HOST_TERMINAL_H
 #define RIGSYNC_HOST_TERMINAL_H
 
+#include "host/platform.h"
+
 #include <cstdio>
 #include <string>
 #include <string_view>
 
 namespace host {
-
-bool Is_Terminal(std::FILE* Stream);
 
 // True for a terminal that understands colours, unless the environment has NO_COLOR set to anything
 // but the empty text.
