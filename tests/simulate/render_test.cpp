@@ -518,7 +518,7 @@ TEST(RenderPhotograph, DimsTheFrameFromOneCornerToTheOpposite) {
     const cv::Mat Flat = Render_Photograph(Capture, 0, Rays_Of(Capture));
     const int Corners[] = {Flat.at<cv::Vec3b>(0, 0)[0], Flat.at<cv::Vec3b>(0, 319)[0],
                            Flat.at<cv::Vec3b>(239, 319)[0], Flat.at<cv::Vec3b>(239, 0)[0]};
-    const long Lit = std::max_element(Corners, Corners + 4) - Corners;
+    const std::ptrdiff_t Lit = std::max_element(Corners, Corners + 4) - Corners;
     EXPECT_EQ(Corners[Lit], 128);
     EXPECT_EQ(Corners[(Lit + 1) % 4], 96);
     EXPECT_EQ(Corners[(Lit + 2) % 4], 64);

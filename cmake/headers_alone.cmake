@@ -1,0 +1,37 @@
+# SPDX-License-Identifier: Apache-2.0
+#
+# For scripts/check-windows-compile: gives the build its packages as headers alone, all of them in
+# the folder RIGSYNC_HEADERS, and RIGSYNC_FOREIGN_NAMES in the place of every library behind them.
+
+# The targets of each package that the build asks for.
+set(RIGSYNC_TARGETS_OpenCV opencv_core opencv_imgproc opencv_imgcodecs opencv_calib3d)
+set(RIGSYNC_TARGETS_Eigen3 Eigen3::Eigen)
+set(RIGSYNC_TARGETS_CLI11 CLI11::CLI11)
+set(RIGSYNC_TARGETS_nlohmann_json nlohmann_json::nlohmann_json)
+set(RIGSYNC_TARGETS_fmt fmt::fmt)
+set(RIGSYNC_TARGETS_GTest GTest::gtest GTest::gmock GTest::gtest_main)
+
+macro(rigsync_headers_alone Targets)
+  foreach(Target IN ITEMS ${Targets})
+    if(NOT TARGET ${Target})
+      add_library(${Target} UNKNOWN IMPORTED GLOBAL)
+      set_target_properties(${Target} PROPERTIES IMPORTED_LOCATION ${RIGSYNC_FOREIGN_NAMES})
+      target_include_directories(${Target} SYSTEM INTERFACE ${RIGSYNC_HEADERS})
+    endif()
+  endforeach()
+endmacro()
+
+macro(pkg_check_modules Prefix)
+  rigsync_headers_alone(PkgConfig::${Prefix})
+endmacro()
+
+macro(rigsync_provide Method Package)
+  if(DEFINED RIGSYNC_TARGETS_${Package})
+    rigsync_headers_alone("${RIGSYNC_TARGETS_${Package}}")
+    set(${Package}_FOUND TRUE)
+  elseif("${Package}" STREQUAL "PkgConfig")
+    set(PkgConfig_FOUND TRUE)
+  endif()
+endmacro()
+cmake_language(SET_DEPENDENCY_PROVIDER rigsync_provide SUPPORTED_METHODS FIND_PACKAGE)
+set(RIGSYNC_TOMLPLUSPLUS ${RIGSYNC_HEADERS} CACHE PATH "toml++" FORCE)
