@@ -25,7 +25,8 @@ namespace host {
 class Prepared_Process {
  public:
   Prepared_Process();
-  ~Prepared_Process();  // a console is left as it was found
+  // A console is left as it was found.
+  ~Prepared_Process();  // NOLINT(performance-trivially-destructible): only where there is none
   Prepared_Process(const Prepared_Process&) = delete;
   Prepared_Process& operator=(const Prepared_Process&) = delete;
 };

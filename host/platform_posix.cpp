@@ -5,7 +5,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX's, with sigaction
 #include <unistd.h>
 
 #include <array>
@@ -20,9 +20,11 @@ namespace {
 constexpr std::array<int, 3> Signals = {SIGINT, SIGTERM, SIGHUP};
 
 // What the handler reads: set while no handler is in place.
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): a handler is handed nothing else
 std::string Last_Words;
 int Kept_Error = -1;
 std::array<struct sigaction, Signals.size()> Before;
+// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 // Calls nothing but what is safe inside a handler.
 void Say_And_End(int Signal) {
@@ -93,6 +95,7 @@ bool Is_Terminal(std::FILE* Stream) {
 }
 
 bool Terminal_Takes_Colours(std::FILE* /*Stream*/) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here sets a variable
   const char* const Kind = std::getenv("TERM");
   return Kind != nullptr && *Kind != '\0' && std::string_view(Kind) != "dumb";
 }
