@@ -28,6 +28,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -191,12 +192,12 @@ Solved Solve_By_Library(const simulate::Plan& Plan, const fs::path& Folder) {
 // Every solver of OpenCV that the table shows, by name.
 std::map<std::string, Solved> Solve_By_Peers(const simulate::Plan& Plan, const Boards& Found) {
   // In OpenCV's words the camera's tracker is the gripper, the board's tracker the robot's base.
-  std::vector<cv::Mat> R_Tr_Tc, t_Tr_Tc, R_Tc_Tr, t_Tc_Tr;
+  std::vector<cv::Mat> Rotation_Tr_Tc, Translation_Tr_Tc, Rotation_Tc_Tr, Translation_Tc_Tr;
   for (const std::size_t i : Found.Images) {
     const Eigen::Matrix4d Transform_Tr_Tc =
         Pose_Of(Plan.Images[i].Tr).inverse() * Pose_Of(Plan.Images[i].Tc);
-    Split(Transform_Tr_Tc, R_Tr_Tc, t_Tr_Tc);
-    Split(Transform_Tr_Tc.inverse(), R_Tc_Tr, t_Tc_Tr);
+    Split(Transform_Tr_Tc, Rotation_Tr_Tc, Translation_Tr_Tc);
+    Split(Transform_Tr_Tc.inverse(), Rotation_Tc_Tr, Translation_Tc_Tr);
   }
   std::map<std::string, Solved> All;
   const std::pair<const char*, cv::HandEyeCalibrationMethod> Hand_Eye[] = {
@@ -205,16 +206,17 @@ std::map<std::string, Solved> Solve_By_Peers(const simulate::Plan& Plan, const B
       {"Daniilidis", cv::CALIB_HAND_EYE_DANIILIDIS}};
   for (const auto& [Name, Method] : Hand_Eye) {
     cv::Mat Rotation, Translation;
-    cv::calibrateHandEye(R_Tr_Tc, t_Tr_Tc, Found.Rotation_Cam_Chart, Found.Translation_Cam_Chart,
-                         Rotation, Translation, Method);
+    cv::calibrateHandEye(Rotation_Tr_Tc, Translation_Tr_Tc, Found.Rotation_Cam_Chart,
+                         Found.Translation_Cam_Chart, Rotation, Translation, Method);
     All[Name].Transform_Cam_Tc = Join(Rotation, Translation).inverse();
   }
   const std::pair<const char*, cv::RobotWorldHandEyeCalibrationMethod> Both_Ends[] = {
       {"Shah", cv::CALIB_ROBOT_WORLD_HAND_EYE_SHAH}, {"Li", cv::CALIB_ROBOT_WORLD_HAND_EYE_LI}};
   for (const auto& [Name, Method] : Both_Ends) {
-    cv::Mat R_Chart_Tr, t_Chart_Tr, Rotation, Translation;
-    cv::calibrateRobotWorldHandEye(Found.Rotation_Cam_Chart, Found.Translation_Cam_Chart, R_Tc_Tr,
-                                   t_Tc_Tr, R_Chart_Tr, t_Chart_Tr, Rotation, Translation, Method);
+    cv::Mat Rotation_Chart_Tr, Translation_Chart_Tr, Rotation, Translation;
+    cv::calibrateRobotWorldHandEye(Found.Rotation_Cam_Chart, Found.Translation_Cam_Chart,
+                                   Rotation_Tc_Tr, Translation_Tc_Tr, Rotation_Chart_Tr,
+                                   Translation_Chart_Tr, Rotation, Translation, Method);
     All[Name].Transform_Cam_Tc = Join(Rotation, Translation);
   }
   return All;
@@ -240,7 +242,7 @@ void Print(const Point& At, unsigned Seed, const std::string& Solver, const Solv
 // Photographs don't depend on what trackers and host add, so that one set serves most points.
 class Photographs {
  public:
-  explicit Photographs(const fs::path& Parent) : Folder(Parent) {}
+  explicit Photographs(fs::path Parent) : Folder(std::move(Parent)) {}
 
   const Boards& Of(const simulate::Plan& Plan) {
     const auto Key = std::make_pair(Plan.Given.Seed, Plan.Given.Image_Count);
@@ -253,9 +255,9 @@ class Photographs {
     simulate::Write_Tables(Plan, Folder);
     return Found;
   }
-  const fs::path Folder;
 
  private:
+  const fs::path Folder;
   std::pair<unsigned, int> Drawn{0, 0};
   Boards Found;
 };

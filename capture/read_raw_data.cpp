@@ -41,6 +41,8 @@ int Read_Raw_Data(std::string Log_Path, std::string Csv_Path, std::vector<std::s
       if (i == Image_Field) {
         Image_name.push_back(Field);
       } else {
+        // What is no number counts as 0, or as the number in front of it.
+        // NOLINTNEXTLINE(cert-err34-c)
         Row.push_back(std::atof(Field.c_str()));
       }
     }

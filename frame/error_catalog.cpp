@@ -4,6 +4,8 @@
 // full stop of code 12 are part of them.
 #include "frame/error_catalog.h"
 
+// Where there is no memory for these, there is none for a run either.
+// NOLINTNEXTLINE(cert-err58-cpp)
 const std::map<int, std::string> Error_Table = {
     {0, "No error"},
     {1, "The raw data csv file path is wrong."},
@@ -26,6 +28,7 @@ const std::map<int, std::string> Error_Table = {
     {100, "DoF Near calculation error, Near > ObjectDistance."},
 };
 
+// NOLINTNEXTLINE(cert-err58-cpp)
 const std::string Program_Version = "v0.0.9";
 
 std::string Error_Text(const int& Code) {

@@ -135,7 +135,9 @@ std::string Bash_Completion(CLI::App& Program) {
       const std::string Kind = Kind_Of(*Option);
       if (Option->get_positional()) Arguments += Branch(fmt::format("{} {}", Name, Place++), Kind);
       if (Kind.empty()) continue;
-      for (const std::string& Flag : Names_Of(*Option)) Values += Branch(Name + " " + Flag, Kind);
+      for (const std::string& Flag : Names_Of(*Option)) {
+        Values += Branch(fmt::format("{} {}", Name, Flag), Kind);
+      }
     }
   }
   return "# bash completion for rigsync, made from the command's own help.\n" +

@@ -176,7 +176,7 @@ void Draw(cairo_t* Canvas, const Board_Page& Page) {
 }
 
 cairo_status_t Append(void* Target, const unsigned char* Bytes, unsigned int Count) {
-  static_cast<std::string*>(Target)->append(reinterpret_cast<const char*>(Bytes), Count);
+  static_cast<std::string*>(Target)->append(Bytes, Bytes + Count);
   return CAIRO_STATUS_SUCCESS;
 }
 

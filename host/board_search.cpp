@@ -136,6 +136,7 @@ std::vector<cv::Point3f> Board_Points(const Board_Size& Board, double Square_Siz
 
 std::vector<cv::Point2f> As_Points(const std::vector<std::array<float, 2>>& Corners) {
   std::vector<cv::Point2f> Points;
+  Points.reserve(Corners.size());
   for (const auto& [X, Y] : Corners) Points.emplace_back(X, Y);
   return Points;
 }
@@ -274,6 +275,7 @@ std::optional<Lens_Fit> Fit_Lens(const std::vector<Capture_Row>& Rows, const Boa
   if (Fitted.size() < Fewest_Boards) return std::nullopt;
   const std::vector<cv::Point3f> Points = Board_Points(Board, Square_Size);
   std::vector<std::vector<cv::Point2f>> Corners;
+  Corners.reserve(Fitted.size());
   for (const std::size_t Row : Fitted) Corners.push_back(As_Points(Search.Corners[Row]));
   Lens_Fit Fit;
   try {

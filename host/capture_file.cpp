@@ -339,7 +339,7 @@ Capture_File Read_Capture_File(const fs::path& Csv, Findings& Told) {
   std::ifstream File(Csv, std::ios::binary);
   if (!File) {
     Refuse_File(Csv, fmt::format("can't be opened ({}); expected a file that this user may read",
-                                 std::strerror(errno)));
+                                 std::generic_category().message(errno)));
   }
   Capture_File Read;
   for (std::string Text; std::getline(File, Text);) {

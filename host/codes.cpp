@@ -82,8 +82,8 @@ std::vector<Code_Advice> Codes_Of_A_Capture() {
         "--board names rows first: 8x11 where 11x8 is meant.",
         "The CSV's quaternions are in another order than w, x, y, z.",
         "One sample is so far off that it moves the mean that all are measured against.",
-        "The tracker's axes are nearly those of the camera, where the filter, which compares "
-        "rotation axes, has none to hold on to."}},
+        ("The tracker's axes are nearly those of the camera, where the filter, which compares "
+         "rotation axes, has none to hold on to.")}},
       {14,
        "Failed: predicted and found corners are more than 18 pixels (at 1080 lines) apart.",
        "Look at the reprojection images: red is found, blue is predicted. Blue far off everywhere "

@@ -30,7 +30,7 @@ std::string Help_Form::Left_Text(const CLI::Option* Option, bool Is_Positional) 
   return Name;
 }
 
-std::string Help_Form::Right_Text(const CLI::Option* Option, bool Is_Positional) const {
+std::string Help_Form::Right_Text(const CLI::Option* Option, bool Is_Positional) {
   std::string Text = Option->get_description();
   if (!Is_Positional && Option->get_required()) Text += " (required)";
   if (!Option->get_default_str().empty()) Text += fmt::format(" [{}]", Option->get_default_str());

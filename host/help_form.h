@@ -17,7 +17,7 @@ class Help_Form : public CLI::Formatter {
   // One option's two columns: its names with the type of its value, and what it is for, whether it
   // is required and its default.
   std::string Left_Text(const CLI::Option* Option, bool Is_Positional) const;
-  std::string Right_Text(const CLI::Option* Option, bool Is_Positional) const;
+  static std::string Right_Text(const CLI::Option* Option, bool Is_Positional);
 
   std::string make_option(const CLI::Option* Option, bool Is_Positional) const override;
   std::string make_subcommand(const CLI::App* Command) const override;

@@ -113,7 +113,7 @@ std::string Roff_Lines(const Lines& Paragraph) {
   return As_It_Is ? Result + ".EE\n.RE\n" : Result;
 }
 
-const std::vector<const CLI::App*> Commands_Of(const CLI::App& Program) {
+std::vector<const CLI::App*> Commands_Of(const CLI::App& Program) {
   return Program.get_subcommands([](const CLI::App*) { return true; });
 }
 
@@ -125,9 +125,8 @@ std::string Usage_Of(const CLI::App& Command) {
 }
 
 std::string Option_Entry(const CLI::Option& Option, bool Is_Positional) {
-  const Help_Form Form;
-  return ".TP\n.B " + Quoted(Form.Left_Text(&Option, Is_Positional)) + "\n" +
-         Roff(Form.Right_Text(&Option, Is_Positional)) + "\n";
+  return ".TP\n.B " + Quoted(Help_Form().Left_Text(&Option, Is_Positional)) + "\n" +
+         Roff(Help_Form::Right_Text(&Option, Is_Positional)) + "\n";
 }
 
 std::string Options_Of(const CLI::App& Command) {
@@ -180,7 +179,7 @@ std::string Collected(const CLI::App& Program, std::string_view Heading) {
 }  // namespace
 
 std::string Man_Page(const CLI::App& Program) {
-  const std::string Name = Program.get_name();
+  const std::string& Name = Program.get_name();
   // "rigsync measures where ..." as an entry of an index.
   std::string What = Program.get_description();
   if (What.rfind(Name + " ", 0) == 0) What.erase(0, Name.size() + 1);

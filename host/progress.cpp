@@ -15,6 +15,7 @@
 #include <fstream>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace host {
 namespace {
@@ -185,10 +186,12 @@ void Progress_Output::Say(const std::string& Text) const {
 
 // Everything behind the class: the thread and what it needs. Only Stopping is shared, under Lock.
 struct Progress::Follower {
-  Follower(const std::filesystem::path& Run_Folder, std::size_t Images, Progress_Kind Kind)
-      : Folder(Run_Folder), Image_Count(Images), Output(Kind), Estimate(Images), Thread([this] {
-          Follow();
-        }) {}
+  Follower(std::filesystem::path Run_Folder, std::size_t Images, Progress_Kind Kind)
+      : Folder(std::move(Run_Folder)),
+        Image_Count(Images),
+        Output(Kind),
+        Estimate(Images),
+        Thread([this] { Follow(); }) {}
 
   ~Follower() {
     {
@@ -198,6 +201,8 @@ struct Progress::Follower {
     Stop.notify_one();
     Thread.join();
   }
+  Follower(const Follower&) = delete;
+  Follower& operator=(const Follower&) = delete;
 
   void Follow() {
     std::unique_lock<std::mutex> Guard(Lock);
@@ -221,7 +226,7 @@ struct Progress::Follower {
       Rest.append(Block, static_cast<std::size_t>(Log.gcount()));
     }
     std::size_t At = 0;
-    for (std::size_t End; (End = Rest.find('\n', At)) != std::string::npos; At = End + 1) {
+    for (std::size_t End = 0; (End = Rest.find('\n', At)) != std::string::npos; At = End + 1) {
       Take_Line(std::string_view(Rest).substr(At, End - At));
     }
     Rest.erase(0, At);

@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // Enough to be refused where a quota or a full disk would stop the run log.
-constexpr std::size_t Probe_Size = 64 * 1024;
+constexpr std::size_t Probe_Size = 65536;
 
 // Folders that are removed again, if they are still empty, unless Keep is called.
 class Made_Folders {

@@ -27,6 +27,7 @@ fmt::text_style Form_Of(Style Wanted) {
 }
 
 bool Is_Set(const char* Variable) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here sets a variable
   const char* const Value = std::getenv(Variable);
   return Value != nullptr && *Value != '\0';
 }

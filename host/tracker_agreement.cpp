@@ -212,6 +212,7 @@ Equations Equations_Of(const Motion& Images, const Motion& Trackers,
 std::vector<double> Distances_Off(const Equations& Of, const Eigen::VectorXd& Solved) {
   const Eigen::VectorXd Rest = Of.Left * Solved - Of.Right;
   std::vector<double> Off;
+  Off.reserve(static_cast<std::size_t>(Rest.size() / 3));
   for (Eigen::Index Top = 0; Top < Rest.size(); Top += 3) {
     Off.push_back(Rest.segment<3>(Top).norm());
   }

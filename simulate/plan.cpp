@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <stdexcept>
 
 namespace simulate {
@@ -277,8 +278,9 @@ Wish Draw_Good_Wish(Random& Draw, int Number, int Count) {
     case 3: {
       // In the corners in turn, rolled so that a corner of the board points there.
       const int Turn = 2 * Six + In_Six - 2;
+      const int Round = Turn / 4;
       Wanted.Tilt_Deg = Draw.Between(5.0, 25.0);
-      Wanted.Roll_Deg = 90.0 * (Turn + Turn / 4) + Draw.Between(-15.0, 15.0);
+      Wanted.Roll_Deg = 90.0 * (Turn + Round) + Draw.Between(-15.0, 15.0);
       Wanted.Place = {Turn % 2 == 0 ? -1.0 : 1.0, Turn / 2 % 2 == 0 ? -1.0 : 1.0};
       Wanted.Fill = Draw.Between(0.5, 0.65);
       break;
@@ -514,8 +516,8 @@ Plan Make_Plan(const Options& Given) {
   // The recipes are numbered; a shuffle keeps their order out of the capture.
   Random Board(Given.Seed, Board_Poses), Camera(Given.Seed, Camera_Poses),
       Noise(Given.Seed, Tracker_Noise);
-  std::vector<int> Numbers;
-  for (int i = 0; i < Given.Image_Count; ++i) Numbers.push_back(i);
+  std::vector<int> Numbers(static_cast<size_t>(Given.Image_Count));
+  std::iota(Numbers.begin(), Numbers.end(), 0);
   for (int i = Given.Image_Count - 1; i > 0; --i) {
     std::swap(Numbers[static_cast<size_t>(i)], Numbers[static_cast<size_t>(Board.Index(i + 1))]);
   }

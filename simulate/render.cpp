@@ -361,6 +361,7 @@ cv::Mat Expose(const Options& Given, std::size_t Index, const cv::Mat& Picture) 
         for (int Channel = 0; Channel < 3; ++Channel) {
           const float Level = From[i][Channel] * Here + Noise * Grains[Bits % Grain_Count];
           Bits >>= 16;
+          // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and lround takes longer
           To[i][Channel] = static_cast<uchar>(std::clamp(Level, 0.0f, 255.0f) + 0.5f);
         }
       }

@@ -301,6 +301,7 @@ void Write_Photograph(const Plan& Capture, size_t Index, const cv::Mat& Rays,
     throw std::runtime_error("simulate: can't encode " + File.string());
   }
   const bool Cut = Image.Kind == Row_Kind::Truncated_Image;
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): streams write chars
   Write_Bytes(File, reinterpret_cast<const char*>(Encoded.data()),
               Cut ? Encoded.size() / 2 : Encoded.size());
 }

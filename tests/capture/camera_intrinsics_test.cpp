@@ -13,7 +13,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // A focal length off by a fraction e moves the corners of a board tilted by 30 degrees at 0.4 m by
 // about 30 e pixels against each other; corners lie within 0.1 pixels of the truth, so e is below

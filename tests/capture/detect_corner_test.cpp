@@ -16,7 +16,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 const std::vector<std::string> Code_4_Lines = {"The amount of useful data is too small. (< 12 )",

@@ -377,7 +377,7 @@ TEST(ReadRawData, ReturnsCode1ForAFileThatMayNotBeRead) {
   if (Was_Root && seteuid(65534) != 0) GTEST_SKIP() << "root that can't become another user";
   std::vector<std::string> Image_name;
   std::vector<std::vector<double>> Raw_Data_all;
-  int Code;
+  int Code = -1;
   {
     const Quiet_Output Output;
     Code = Read_Raw_Data("", Path, Image_name, Raw_Data_all);

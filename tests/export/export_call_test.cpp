@@ -8,7 +8,8 @@
 
 namespace {
 
-int Refuse_With_7(std::string, Eigen::Matrix4d, Eigen::Matrix4d&) {
+int Refuse_With_7(std::string /*Log_Path*/, Eigen::Matrix4d /*Pose*/,
+                  Eigen::Matrix4d& /*Converted*/) {
   return 7;
 }
 

@@ -49,13 +49,13 @@ inline Eigen::Matrix4d Pose_Of(const Numbers& Elements) {
 // --- comparison to the last bit ---------------------------------------------------------------
 
 inline std::uint32_t Bits(float Value) {
-  std::uint32_t Result;
+  std::uint32_t Result = 0;
   std::memcpy(&Result, &Value, sizeof Result);
   return Result;
 }
 
 inline std::uint64_t Bits(double Value) {
-  std::uint64_t Result;
+  std::uint64_t Result = 0;
   std::memcpy(&Result, &Value, sizeof Result);
   return Result;
 }

@@ -21,7 +21,7 @@ Extracted Extract(const Eigen::Quaterniond& Quat) {
   return Result;
 }
 
-Eigen::Quaterniond Quaternion_xyzw(const double (&C)[4]) {
+Eigen::Quaterniond Quaternion_XYZW(const double (&C)[4]) {
   return {C[3], C[0], C[1], C[2]};
 }
 
@@ -43,7 +43,7 @@ const Lines Gimbal_Line = {"Encountered Gimbal lock"};
 TEST(QuatToEulerAX, GivesTheDerivedAnglesToTheLastBit) {
   for (const Derived_AX_Angles& Case : AX_Angles) {
     SCOPED_TRACE(Case.What);
-    const Extracted Result = Extract(Quaternion_xyzw(Case.Quat));
+    const Extracted Result = Extract(Quaternion_XYZW(Case.Quat));
     EXPECT_EQ(Result.Log, Case.Gimbal_Line ? Gimbal_Line : Lines{});
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(Same_Bits(Result.Euler_Deg[i], Case.Euler_Deg[i]));
   }
@@ -116,21 +116,21 @@ TEST(QuatToEulerAX, WorksInSinglePrecisionButForTheFirstAnglesDegrees) {
   for (int i = 0; i < 5000; ++i) {
     Eigen::Quaterniond Quat = Random_Quaternion(Random);
     if (i % 3 == 0) Quat.coeffs() *= 0.8;
-    const float x = static_cast<float>(Quat.x()), y = static_cast<float>(Quat.y());
-    const float z = static_cast<float>(Quat.z()), w = static_cast<float>(Quat.w());
-    const float wx = w * x, zy = z * y, wy = w * y, zx = z * x, wz = w * z, yx = y * x;
-    const float xx = x * x, yy = y * y, zz = z * z;
-    const float sine = 2.0f * (wx - zy);
-    const float x_rad = asinf(sine);
-    const double x_deg = static_cast<double>(-x_rad) / 3.1415926535 * 180.0;
-    const float y_deg = atan2f(2.0f * (wy + zx), 1.0f - 2.0f * (xx + yy)) * 57.29578f;
-    const float z_rad = atan2f(2.0f * (wz + yx), 1.0f - 2.0f * (xx + zz));
+    const float X = static_cast<float>(Quat.x()), Y = static_cast<float>(Quat.y());
+    const float Z = static_cast<float>(Quat.z()), W = static_cast<float>(Quat.w());
+    const float WX = W * X, ZY = Z * Y, WY = W * Y, ZX = Z * X, WZ = W * Z, YX = Y * X;
+    const float XX = X * X, YY = Y * Y, ZZ = Z * Z;
+    const float Sine = 2.0f * (WX - ZY);
+    const float X_Rad = asinf(Sine);
+    const double X_Deg = static_cast<double>(-X_Rad) / 3.1415926535 * 180.0;
+    const float Y_Deg = atan2f(2.0f * (WY + ZX), 1.0f - 2.0f * (XX + YY)) * 57.29578f;
+    const float Z_Rad = atan2f(2.0f * (WZ + YX), 1.0f - 2.0f * (XX + ZZ));
 
     const Extracted Result = Extract(Quat);
-    if (std::fabs(static_cast<double>(sine)) > 0.9999987) continue;
-    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[0], static_cast<float>(x_deg))) << i;
-    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[1], -y_deg)) << i;
-    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[2], -z_rad * 57.29578f)) << i;
+    if (std::fabs(static_cast<double>(Sine)) > 0.9999987) continue;
+    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[0], static_cast<float>(X_Deg))) << i;
+    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[1], -Y_Deg)) << i;
+    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[2], -Z_Rad * 57.29578f)) << i;
   }
 }
 
@@ -141,16 +141,16 @@ TEST(QuatToEulerAX, WorksInSinglePrecisionInAGimbalLockToo) {
     Eigen::Quaterniond Quat(Turn(1, Random.Between(-180.0, 180.0)) * Turn(0, X_Deg) *
                             Turn(2, Random.Between(-180.0, 180.0)));
     Quat.coeffs() *= Random.Between(1.0, 1.1);  // lengths other than 1 count as they are
-    const float x = static_cast<float>(Quat.x()), y = static_cast<float>(Quat.y());
-    const float z = static_cast<float>(Quat.z()), w = static_cast<float>(Quat.w());
-    const float zx = z * x, wy = w * y, yy = y * y, zz = z * z;
-    const float up = zx - wy, squares = yy + zz;
-    const float turn_rad = atan2f(2.0f * up, 1.0f - 2.0f * squares);
-    const float turn_deg = turn_rad * 57.29578f;
+    const float X = static_cast<float>(Quat.x()), Y = static_cast<float>(Quat.y());
+    const float Z = static_cast<float>(Quat.z()), W = static_cast<float>(Quat.w());
+    const float ZX = Z * X, WY = W * Y, YY = Y * Y, ZZ = Z * Z;
+    const float Up = ZX - WY, Squares = YY + ZZ;
+    const float Turn_Rad = atan2f(2.0f * Up, 1.0f - 2.0f * Squares);
+    const float Turn_Deg = Turn_Rad * 57.29578f;
 
     const Extracted Result = Extract(Quat);
     ASSERT_EQ(Result.Log, Gimbal_Line) << i;
-    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[2], i % 2 == 0 ? -turn_deg : turn_deg)) << i;
+    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[2], i % 2 == 0 ? -Turn_Deg : Turn_Deg)) << i;
   }
 }
 

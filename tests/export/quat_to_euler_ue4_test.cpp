@@ -23,7 +23,7 @@ Extracted Extract(const Eigen::Quaterniond& Quat,
   return Result;
 }
 
-Eigen::Quaterniond Quaternion_xyzw(const double (&C)[4]) {
+Eigen::Quaterniond Quaternion_XYZW(const double (&C)[4]) {
   return {C[3], C[0], C[1], C[2]};
 }
 
@@ -49,7 +49,7 @@ TEST(QuatToEulerUE4, GivesTheDerivedAnglesToTheLastBit) {
   for (const Derived_UE4_Angles& Case : UE4_Angles) {
     SCOPED_TRACE(Case.What);
     const Eigen::Vector3f Before(1.0f, 2.0f, 3.0f);
-    const Extracted Result = Extract(Quaternion_xyzw(Case.Quat), Before);
+    const Extracted Result = Extract(Quaternion_XYZW(Case.Quat), Before);
     EXPECT_EQ(Result.Code, Case.Code);
     if (Case.Code == 3) {
       EXPECT_EQ(Result.Euler_Deg, Before);
@@ -125,27 +125,27 @@ TEST(QuatToEulerUE4, MixesSingleAndDoublePrecisionStepByStep) {
   for (int i = 0; i < 5000; ++i) {
     Eigen::Quaterniond Quat = Random_Quaternion(Random);
     if (i % 3 == 0) Quat.coeffs() *= 0.8;  // lengths other than 1 count as they are
-    const float x = static_cast<float>(Quat.x()), y = static_cast<float>(Quat.y());
-    const float z = static_cast<float>(Quat.z()), w = static_cast<float>(Quat.w());
-    const double xx = double{x} * double{x}, yy = double{y} * double{y}, zz = double{z} * double{z};
+    const float X = static_cast<float>(Quat.x()), Y = static_cast<float>(Quat.y());
+    const float Z = static_cast<float>(Quat.z()), W = static_cast<float>(Quat.w());
+    const double XX = double{X} * double{X}, YY = double{Y} * double{Y}, ZZ = double{Z} * double{Z};
 
-    const float zx = z * x, wy = w * y;
-    const float test = zx - wy;
-    const float wz = w * z, yx = y * x;
-    const float yaw_up = 2.0f * (wz + yx);
-    const float yaw_down = static_cast<float>(1.0 - 2.0 * (zz + yy));
-    const float zy = z * y, wx = w * x;
-    const float roll_up = (zy + wx) * -2.0f;
-    const double roll_down = 1.0 - 2.0 * (xx + yy);
+    const float ZX = Z * X, WY = W * Y;
+    const float Test_Value = ZX - WY;
+    const float WZ = W * Z, YX = Y * X;
+    const float Yaw_Up = 2.0f * (WZ + YX);
+    const float Yaw_Down = static_cast<float>(1.0 - 2.0 * (ZZ + YY));
+    const float ZY = Z * Y, WX = W * X;
+    const float Roll_Up = (ZY + WX) * -2.0f;
+    const double Roll_Down = 1.0 - 2.0 * (XX + YY);
 
-    const float pitch_rad = asinf(2.0f * test), yaw_rad = atan2f(yaw_up, yaw_down);
-    const double roll_rad = atan2(double{roll_up}, roll_down);
+    const float Pitch_Rad = asinf(2.0f * Test_Value), Yaw_Rad = atan2f(Yaw_Up, Yaw_Down);
+    const double Roll_Rad = atan2(double{Roll_Up}, Roll_Down);
 
     const Extracted Result = Extract(Quat);
     ASSERT_EQ(Result.Code, 0) << i;
-    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[0], static_cast<float>(roll_rad * 57.295780181884766)));
-    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[1], pitch_rad * 57.29578f)) << i;
-    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[2], yaw_rad * 57.29578f)) << i;
+    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[0], static_cast<float>(Roll_Rad * 57.295780181884766)));
+    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[1], Pitch_Rad * 57.29578f)) << i;
+    ASSERT_TRUE(Same_Bits(Result.Euler_Deg[2], Yaw_Rad * 57.29578f)) << i;
   }
 }
 

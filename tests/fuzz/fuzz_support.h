@@ -125,7 +125,7 @@ class No_Output : public std::streambuf {
 
  protected:
   int overflow(int Letter) override { return traits_type::not_eof(Letter); }
-  std::streamsize xsputn(const char*, std::streamsize Count) override { return Count; }
+  std::streamsize xsputn(const char* /*Text*/, std::streamsize Count) override { return Count; }
 
  private:
   std::streambuf* Before;

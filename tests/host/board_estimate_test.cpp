@@ -15,7 +15,6 @@ using host::Board_Estimate;
 using host::Finding;
 using host::Findings;
 using host::Level;
-using testing::AllOf;
 using testing::HasSubstr;
 
 constexpr double Degree = 3.14159265358979323846 / 180.0;

@@ -67,7 +67,7 @@ std::size_t Kept_Images(const fs::path& Run_Log) {
 }
 
 // The images' paths in the CSV, made absolute: what follows then doesn't depend on the CSV's place.
-void Use_Absolute_Images(std::size_t, std::vector<std::string>& Fields) {
+void Use_Absolute_Images(std::size_t /*Line*/, std::vector<std::string>& Fields) {
   Fields[1] = (Capture_File("images").parent_path() / Fields[1]).string();
 }
 

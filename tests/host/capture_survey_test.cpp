@@ -15,9 +15,7 @@ using host::Coverage;
 using host::Findings;
 using host::Level;
 using testing::AllOf;
-using testing::Each;
 using testing::HasSubstr;
-using testing::Not;
 
 constexpr double Radian = 57.295779513082320877;  // degrees
 

@@ -23,7 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::AllOf;
-using testing::AnyOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -497,7 +496,7 @@ TEST_F(Inspect, TheMapShowsWhichHalfOfTheFrameWasUsed) {
   }
   EXPECT_EQ(Left.size(), 9u * 16u);
   EXPECT_THAT(Left, AllOf(HasSubstr("#"), HasSubstr("o")));
-  EXPECT_EQ(Right, std::string(9u * 16u, ' '));
+  EXPECT_EQ(Right, std::string(std::size_t{9} * 16, ' '));
   EXPECT_THAT(host::One_Line(Result.Output), HasSubstr("in: upper right, right, lower right."));
 }
 

@@ -12,7 +12,6 @@
 
 namespace {
 
-using testing::AllOf;
 using testing::HasSubstr;
 using testing::Pair;
 using testing::UnorderedElementsAre;

@@ -56,7 +56,7 @@ Terminal_Run Rigsync_On_Terminal(const std::vector<std::string>& Arguments,
   bool Stopped = false;
   char Block[4096];
   // Reading fails when the program's side is closed.
-  for (ssize_t Size_Read; (Size_Read = read(Keyboard, Block, sizeof Block)) > 0;) {
+  for (ssize_t Size_Read = 0; (Size_Read = read(Keyboard, Block, sizeof Block)) > 0;) {
     Result.Shown.append(Block, static_cast<std::size_t>(Size_Read));
     if (!Stopped && Stop_At && Stop_At(Result.Shown)) {
       Stopped = true;

@@ -19,7 +19,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Key;
-using testing::Not;
 using testing::Pair;
 
 using Lines = std::vector<std::size_t>;

@@ -270,8 +270,9 @@ TEST(MakePixelRays, LooksWhereOpencvDrawsFrom) {
   constexpr double Float_Pixels = 2e-5;
   for (int k = 0; k < static_cast<int>(Drawn.size()); ++k) {
     const cv::Point2d& Pixel = Drawn[static_cast<size_t>(k)];
-    ASSERT_NEAR(Pixel.x, k % Rays.cols, Float_Pixels);
-    ASSERT_NEAR(Pixel.y, k / Rays.cols, Float_Pixels);
+    const int Col = k % Rays.cols, Row = k / Rays.cols;
+    ASSERT_NEAR(Pixel.x, Col, Float_Pixels);
+    ASSERT_NEAR(Pixel.y, Row, Float_Pixels);
   }
 }
 

@@ -26,7 +26,7 @@ struct Verdict {
 Verdict Judge(float Error, const std::vector<Eigen::Vector3f>& Translation_Cam_Tc_all,
               const Eigen::Matrix4d& Mean = Eigen::Matrix4d::Identity()) {
   Stage_Log Log;
-  int Code;
+  int Code = -1;
   {
     const Stage_Log::Listener Quiet = Log.Listen();
     Code = Evaluate_Result(Log.Path(), Error, Reproj_Warning, Reproj_Fail, Mean,
