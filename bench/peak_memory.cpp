@@ -3,11 +3,9 @@
 // Peak memory of one Calibration over 20 and over 120 images, each in a process of its own. Images
 // are decoded one at a time, so the peak may grow by the lists and by the lens solve's equations,
 // and by no picture. The long capture lists the photographs of the short one six times over.
-#include "rigsync_core.h"
+#include "bench/calibration_run.h"
 #include "simulate/simulate.h"
 
-#include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,34 +23,18 @@ constexpr int Short_Count = 20;
 constexpr int Repeats = 6;
 constexpr int Width = 1920, Height = 1080;
 
-// Peak resident memory of a child that runs one calibration, MiB. The child is forked before any
-// picture was ever decoded here, so that nothing of this process counts.
+// Peak resident memory of one calibration, MiB.
 double Peak_Of_Calibration(const std::filesystem::path& Csv, const simulate::Plan& Plan,
                            const std::filesystem::path& Output) {
-  const pid_t Child = fork();
-  if (Child == 0) {
-    dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-    const simulate::Options& Given = Plan.Given;
-    const Eigen::Vector3d &Angles = Plan.Chart_Euler_Deg, &Offset = Plan.Chart_Translation;
-    std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc;
-    const int Code =
-        Calibration(Csv.string(), Given.Board_Cols, Given.Board_Rows, Given.Square_Size,
-                    {Angles.x(), Angles.y(), Angles.z()}, {Offset.x(), Offset.y(), Offset.z()},
-                    Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc, Output.string());
-    _exit(Code);
-  }
-  int Status = 0;
-  rusage Usage{};
-  if (Child < 0 || wait4(Child, &Status, 0, &Usage) != Child) {
-    throw std::runtime_error("no child process");
-  }
-  if (!WIFEXITED(Status) || WEXITSTATUS(Status) != 0) {
-    throw std::runtime_error("the calibration didn't return 0");
-  }
-  return static_cast<double>(Usage.ru_maxrss) / 1024.0;
+  const simulate::Options& Given = Plan.Given;
+  const Calibration_Run Run =
+      Run_In_Child({Csv, Given.Board_Cols, Given.Board_Rows, Given.Square_Size,
+                    Plan.Chart_Euler_Deg, Plan.Chart_Translation, Output});
+  if (Run.Code != 0) throw std::runtime_error("the calibration didn't return 0");
+  return Run.Peak_MiB;
 }
 
-// Photographs are drawn in a child too, for the same reason.
+// Photographs are drawn in a child too, so that no picture of this process counts.
 void Draw_Capture(const simulate::Plan& Plan, const std::filesystem::path& Folder) {
   const pid_t Child = fork();
   if (Child == 0) {
