@@ -1,0 +1,286 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""measure_performance.py [--tiny] [--busy] BUILD TARGET: measures what docs/performance.md tells,
+with the programs of the folder BUILD, and writes every figure by name into the JSON file TARGET.
+
+Refuses to begin while other programs take more than a tenth of the processors, unless --busy is
+given. --tiny measures a few small images, to see that everything runs. Captures lie in a folder of
+their own in BUILD while it measures. Nothing is written when a program fails.
+"""
+import argparse
+import contextlib
+import datetime
+import json
+import os
+import pathlib
+import re
+import resource
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.dont_write_bytecode = True
+from performance_tables import OTHERS_LIMIT  # noqa: E402
+
+# Counts of images map to how often they are measured, turn by turn; the fastest time stands. Runs
+# of many images take so long that one has to do.
+WHOLE = {
+    "ratio": {"images": 24, "repetitions": 5, "sizes": ["1280x720", "1920x1080", "3840x2160"]},
+    "size": "1920x1080",
+    # Of the long capture's images this one comes first, and behind the last the first follows. About
+    # every fifth dozen doesn't pass the filter; the one that begins here does, and eight are left.
+    "first": 108,
+    "growth": {"20": 3, "40": 3, "60": 2, "80": 2, "120": 1, "160": 1},
+    "stages": {"24": 3, "80": 2},
+    "command": {"12": 3, "16": 3, "24": 3, "40": 3, "60": 2},
+    "beside": "24",
+    "inspect": 3,
+    "memory": {"images": 24, "sizes": ["1280x720", "1920x1080", "3840x2160"]},
+    "exports": {"repetitions": 5, "seconds": 0.3},
+}
+TINY = {
+    "ratio": {"images": 14, "repetitions": 1, "sizes": ["640x360"]},
+    "size": "640x360",
+    "first": 0,
+    "growth": {"12": 1, "16": 1},
+    "stages": {"16": 1},
+    "command": {"12": 1, "16": 1},
+    "beside": "16",
+    "inspect": 1,
+    "memory": {"images": 12, "sizes": ["640x360", "720x405"]},
+    "exports": {"repetitions": 1, "seconds": 0.01},
+}
+# Noise of a usual stage, as in bench/accuracy.cpp.
+NOISE = ["--position-noise", "0.3mm", "--rotation-noise", "0.03"]
+SEED = 4
+
+start = time.monotonic()
+
+
+def say(text):
+    seconds = int(time.monotonic() - start)
+    print(f"{seconds // 60:2}:{seconds % 60:02}  {text}", flush=True)
+
+
+def run(*command, statuses=(0,), **options):
+    """Standard output of a program, and how many seconds it took."""
+    began = time.perf_counter()
+    done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True,
+                          errors="replace", **options)
+    seconds = time.perf_counter() - began
+    if done.returncode not in statuses:
+        sys.exit(f"performance: {' '.join(str(part) for part in command)}\n"
+                 f"ended with {done.returncode}:\n{done.stdout[-2000:]}{done.stderr[-2000:]}")
+    return done.stdout, seconds
+
+
+class Processors:
+    """What the processors did since this was made, in seconds of one of them."""
+
+    def __init__(self):
+        self.before = self.now()
+
+    @staticmethod
+    def now():
+        with open("/proc/stat", encoding="ascii") as source:
+            # user, nice, system, idle, waiting, interrupts (two), stolen by other machines
+            ticks = [int(field) for field in source.readline().split()[1:9]]
+        ours = sum(usage.ru_utime + usage.ru_stime
+                   for usage in map(resource.getrusage,
+                                    (resource.RUSAGE_SELF, resource.RUSAGE_CHILDREN)))
+        ticks = [count / os.sysconf("SC_CLK_TCK") for count in ticks]
+        idle = ticks[3] + ticks[4]
+        return sum(ticks), sum(ticks) - idle - ours
+
+    def others_share(self):
+        """The part of all processors' time that went to other programs."""
+        all_seconds, others = (after - before for after, before in zip(self.now(), self.before))
+        return max(others, 0.0) / all_seconds
+
+
+def require_idle():
+    processors = Processors()
+    time.sleep(3)
+    share = processors.others_share()
+    if share > OTHERS_LIMIT:
+        sys.exit(f"performance: other programs take {share:.0%} of the processors, so that times "
+                 "would mean nothing. Wait for them to end, or give --busy.")
+
+
+def processor_name():
+    with open("/proc/cpuinfo", encoding="utf-8") as source:
+        found = re.search(r"^model name\s*:\s*(.*)$", source.read(), re.M)
+    if not found:
+        return os.uname().machine
+    # "Intel(R) Xeon(R) CPU E5 @ 2.60GHz" and the like
+    name = re.sub(r"\((R|TM)\)|@.*|\b(CPU|Processor)\b", " ", found.group(1), flags=re.I)
+    return " ".join(name.split())
+
+
+class Measurement:
+    def __init__(self, build, work, plan):
+        self.build, self.work, self.plan = build, work, plan
+        self.rigsync = build / "host" / "rigsync"
+        self.figures = {}
+        self.built = {}
+
+    @contextlib.contextmanager
+    def folder(self, name):
+        made = self.work / name
+        made.mkdir()
+        yield made
+        shutil.rmtree(made)
+
+    def benchmark(self, name, *arguments, statuses=(0,)):
+        """What a program that uses Google Benchmark measured, by benchmark."""
+        target = self.work / f"{name}.json"
+        run(self.build / "bench" / name, *arguments, f"--benchmark_out={target}",
+            "--benchmark_out_format=json", statuses=statuses,
+            env=dict(os.environ, TMPDIR=str(self.work)))
+        if not target.exists():
+            sys.exit(f"performance: {name} told nothing")
+        with open(target, encoding="utf-8") as source:
+            return json.load(source)["benchmarks"]
+
+    def ratios(self):
+        wanted = self.plan["ratio"]
+        # 1 is the status for a ratio above the limit, which is a result too.
+        for found in self.benchmark("calibration_bench", wanted["images"], wanted["repetitions"],
+                                    *wanted["sizes"], statuses=(0, 1)):
+            size = found["name"].split("/")[1]
+            for name in ("calibration_s", "bare_s", "ratio", "annotated"):
+                self.figures[f"ratio/{size}/{name}"] = found[name]
+
+    def exports(self):
+        wanted = self.plan["exports"]
+        for found in self.benchmark("export_times",
+                                    f"--benchmark_repetitions={wanted['repetitions']}",
+                                    f"--benchmark_min_time={wanted['seconds']}"):
+            if found["run_type"] != "iteration":
+                continue
+            name = f"call/{found['run_name']}"
+            assert found["time_unit"] == "ns"
+            self.figures[f"{name}/ns"] = min(found["real_time"],
+                                             self.figures.get(f"{name}/ns", float("inf")))
+            self.figures[f"{name}/lines"] = found["lines"]
+
+    def simulate(self, target, size, images):
+        return run(self.rigsync, "simulate", target, "--images", images, "--size", size,
+                   "--seed", SEED, "--paths", "relative", *NOISE)[1]
+
+    def some_lines(self, capture, images):
+        """A CSV beside the capture's own, with some of its images."""
+        header, *lines = (capture / "capture.csv").read_text().splitlines(keepends=True)
+        first = self.plan["first"] % len(lines)
+        target = capture / f"capture-{images}.csv"
+        target.write_text("".join([header, *(lines[first:] + lines[:first])[:int(images)]]))
+        return target
+
+    def stage_times(self, capture, images, *options):
+        csv = self.some_lines(capture, images)
+        with self.folder("stage_times") as output:
+            printed = run(self.build / "bench" / "stage_times", csv, capture / "truth.json", output,
+                          *options)[0]
+        figures = {}
+        for line in printed.splitlines():
+            name, value = line.split(" ", 1)
+            if name in ("opencv", "compiler", "threads"):
+                self.built[name] = value
+            else:
+                figures[name] = float(value)
+        return figures
+
+    def keep_fastest(self, place, figures, by):
+        """All figures of the fastest run, so that its stages add up."""
+        if figures[by] < self.figures.get(f"{place}/{by}", float("inf")):
+            for name, value in figures.items():
+                self.figures[f"{place}/{name}"] = value
+
+    def command(self, capture, images):
+        csv = self.some_lines(capture, images)
+        with self.folder("command") as output:
+            seconds = run(self.rigsync, "calibrate", csv, "--config", capture / "stage.json",
+                          "--out", output / "result", statuses=(0, 99))[1]
+        self.keep_fastest(f"command/{images}", {"seconds": seconds}, "seconds")
+
+    def counts(self, capture):
+        growth, stages, command = (self.plan[name] for name in ("growth", "stages", "command"))
+        for images in sorted({*growth, *stages, *command}, key=int):
+            say(f"{images} images")
+            for turn in range(max(wanted.get(images, 0) for wanted in (growth, stages, command))):
+                if turn < growth.get(images, 0):
+                    self.keep_fastest(f"growth/{images}", self.stage_times(capture, images),
+                                      "total_s")
+                if turn < stages.get(images, 0):
+                    self.keep_fastest(f"stages/{images}",
+                                      self.stage_times(capture, images, "bare"), "total_s")
+                if turn < command.get(images, 0):
+                    self.command(capture, images)
+
+    def inspect(self, capture):
+        csv = self.some_lines(capture, self.plan["beside"])
+        for _ in range(self.plan["inspect"]):
+            # 1 and 2 are for findings in the capture, and it has none but what noise makes.
+            seconds = run(self.rigsync, "inspect", csv, "--config", capture / "stage.json",
+                          statuses=(0, 1))[1]
+            self.keep_fastest("inspect", {"seconds": seconds}, "seconds")
+
+    def memory(self, big_capture):
+        wanted = self.plan["memory"]
+        for size in wanted["sizes"]:
+            say(f"memory, {size}")
+            with self.folder("memory") as output:
+                capture = big_capture
+                if size != self.plan["size"]:
+                    capture = output / "capture"
+                    self.simulate(capture, size, wanted["images"])
+                figures = self.stage_times(capture, wanted["images"])
+                self.figures[f"memory/{size}/peak_mib"] = figures["peak_mib"]
+
+    def measure(self):
+        say("ratio to the bare OpenCV calls")
+        self.ratios()
+        say("log line and exports")
+        self.exports()
+        most = max((*self.plan["growth"], *self.plan["stages"], *self.plan["command"]), key=int)
+        say(f"drawing {most} images")
+        with self.folder("captures") as captures:
+            capture = captures / "capture"
+            self.figures["simulate/seconds"] = self.simulate(capture, self.plan["size"], most)
+            self.figures["simulate/images"] = float(most)
+            os.sync()  # or the images would be written to disk while others are read
+            self.counts(capture)
+            say("rigsync inspect")
+            self.inspect(capture)
+            self.memory(capture)
+
+
+def main():
+    reader = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    reader.add_argument("--tiny", action="store_true")
+    reader.add_argument("--busy", action="store_true")
+    reader.add_argument("build", type=pathlib.Path)
+    reader.add_argument("target", type=pathlib.Path)
+    given = reader.parse_args()
+    if not given.busy:
+        require_idle()
+    plan = TINY if given.tiny else WHOLE
+    processors = Processors()
+    with tempfile.TemporaryDirectory(prefix="measuring-", dir=given.build) as work:
+        measurement = Measurement(given.build.resolve(), pathlib.Path(work).resolve(), plan)
+        measurement.measure()
+    say("measured")
+    measured = {
+        "plan": plan,
+        "machine": {"processor": processor_name(), "cores": len(os.sched_getaffinity(0)),
+                    "others_share": processors.others_share(), **measurement.built},
+        "date": datetime.date.today().isoformat(),
+        "figures": measurement.figures,
+    }
+    given.target.write_text(json.dumps(measured, indent=1) + "\n")
+
+
+main()

@@ -1,0 +1,362 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""performance_tables.py [--busy] MEASURED DOCS: writes what measure_performance.py measured into
+the tables of DOCS/performance.md and, beside the error, of DOCS/capture-guide.md, and prints a
+summary.
+
+When a number is missing, isn't finite or isn't above 0, it is named, and no page is changed. The
+same when other programs took more than a tenth of the processors meanwhile, unless --busy is given.
+"""
+import argparse
+import datetime
+import json
+import math
+import os
+import pathlib
+import re
+import sys
+import textwrap
+
+RATIO_LIMIT = 1.05
+OTHERS_LIMIT = 0.1  # the processors' share that other programs may take while it is measured
+MIB = 1024.0 * 1024.0
+
+
+class Refused(Exception):
+    """Why no table is written."""
+
+
+class Measured:
+    def __init__(self, path):
+        try:
+            with open(path, encoding="utf-8") as source:
+                data = json.load(source)
+            self.plan, self.machine = data["plan"], data["machine"]
+            self.date = datetime.date.fromisoformat(data["date"])
+            self.figures = data["figures"]
+        except (OSError, ValueError, KeyError) as error:
+            raise Refused(f"{path} isn't a whole measurement: {error!r}") from error
+
+    def __call__(self, *names):
+        """The figure of a name; the sum of several."""
+        return sum(self.figure(name) for name in names)
+
+    def figure(self, name):
+        value = self.figures.get(name)
+        if not isinstance(value, (int, float)) or not math.isfinite(value) or value <= 0:
+            raise Refused(f"there is no figure '{name}', or none that can be: {value}")
+        return float(value)
+
+    def of_machine(self, name):
+        if name not in self.machine:
+            raise Refused(f"the machine's '{name}' is missing")
+        return self.machine[name]
+
+    def counts(self, name):
+        return sorted(self.plan[name], key=int)
+
+
+def seconds(value):
+    """As many digits as are worth reading."""
+    if value < 0.00005:
+        return "< 0.1 ms"
+    if value < 0.0995:
+        return f"{1000 * value:.2g} ms" if value < 0.01 else f"{1000 * value:.0f} ms"
+    if value < 9.95:
+        return f"{value:.2f} s"
+    return f"{value:.1f} s" if value < 99.5 else f"{value:.0f} s"
+
+
+def percent(part, whole):
+    return f"{100 * part / whole:.1f} %"
+
+
+def paragraph(text):
+    return textwrap.fill(text, 100, break_on_hyphens=False, break_long_words=False)
+
+
+def table(head, rows):
+    lines = [head, ["---"] * len(head), *rows]
+    return "\n".join("| " + " | ".join(cells) + " |" for cells in lines)
+
+
+def size_text(size):
+    return size.replace("x", " x ")
+
+
+# ---- The blocks of docs/performance.md --------------------------------------------------------
+
+
+def machine(measured):
+    # Written out, since the names of months follow the machine's language.
+    months = ("January February March April May June July August September October November "
+              "December").split()
+    date = f"{measured.date.day} {months[measured.date.month - 1]} {measured.date.year}"
+    text = (f"Measured on {date}: {measured.of_machine('cores')} cores of a processor that calls "
+            f"itself {measured.of_machine('processor')}, OpenCV {measured.of_machine('opencv')} "
+            f"with {measured.of_machine('threads')} threads, a Release build by "
+            f"{measured.of_machine('compiler')}. Other programs took "
+            f"{percent(measured.of_machine('others_share'), 1)} of the processors' time meanwhile.")
+    return paragraph(text)
+
+
+def ratio(measured):
+    plan = measured.plan["ratio"]
+    rows = []
+    for size in plan["sizes"]:
+        at = f"ratio/{size}/"
+        rows.append([size_text(size), seconds(measured(at + "bare_s")),
+                     seconds(measured(at + "calibration_s")), f"{measured(at + 'ratio'):.3f}",
+                     f"{measured(at + 'annotated'):.0f}"])
+    return (table(["Size", "Bare calls", "`Calibration`", "Ratio", "Images written"], rows)
+            + "\n\n"
+            + paragraph(f"{plan['images']} images; the fastest of {plan['repetitions']} rounds of "
+                        f"each. {ratio_verdict(measured)}"))
+
+
+def worst_ratio(measured):
+    return max(measured(f"ratio/{size}/ratio") for size in measured.plan["ratio"]["sizes"])
+
+
+def ratio_verdict(measured):
+    worst = worst_ratio(measured)
+    kept = "within" if worst <= RATIO_LIMIT else "ABOVE"
+    return f"The largest ratio, {worst:.3f}, is {kept} the limit of {RATIO_LIMIT}."
+
+
+# The rows of the stage table: name, stage of the run log, and the bare calls that the stage is
+# divided by (None: the whole stage).
+STAGE_ROWS = [
+    ("Reading the CSV", "csv", None),
+    ("Decoding the images", "search", "decode"),
+    ("Shrinking them, grey copies", "search", "reduce"),
+    ("Board search, `findChessboardCorners`", "search", "search"),
+    ("Refinement, `cornerSubPix`", "search", "refine"),
+    ("Lens solve, `calibrateCamera`", "lens", None),
+    ("Poses, means, outliers, first measurement, verdict", "mount", None),
+    ("Reprojection images: decoding again", "writing", "decode_again"),
+    ("Reprojection images: drawing", "writing", "draw"),
+    ("Reprojection images: encoding, writing", "writing", "encode"),
+]
+LOGGED = ["begin", "csv", "search", "corner_lines", "lens", "mount", "writing", "verdict"]
+TOGETHER = {"mount": ["mount", "verdict"]}  # stages that a row has as one
+
+
+def stage_seconds(measured, images):
+    """Seconds of each row, the log lines' last. Every line is taken to cost what one of the found
+    corners does, where nothing but lines is written."""
+    at = f"stages/{images}/"
+    line = measured(at + "corner_lines_s") / measured(at + "corner_lines_lines")
+    found = {}
+    for name, stage, part in STAGE_ROWS:
+        own = max(sum(measured(f"{at}{one}_s") - line * measured(f"{at}{one}_lines")
+                      for one in TOGETHER.get(stage, [stage])), 0.0)
+        parts = [other for _, other_stage, other in STAGE_ROWS if other_stage == stage]
+        if part:
+            own *= (measured(f"{at}bare_{part}_s")
+                    / measured(*(f"{at}bare_{other}_s" for other in parts)))
+        found[name] = own
+    lines = measured(*(f"{at}{stage}_lines" for stage in LOGGED))
+    found["Log lines"] = line * lines
+    return found, lines
+
+
+def stages(measured):
+    counts = measured.counts("stages")
+    columns, line_counts = [], []
+    for images in counts:
+        found, lines = stage_seconds(measured, images)
+        columns.append((found, measured(f"stages/{images}/total_s")))
+        line_counts.append(f"{lines:.0f} at {images} images")
+    rows = [[name, *(f"{seconds(found[name])}, {percent(found[name], total)}"
+                     for found, total in columns)] for name in columns[0][0]]
+    rows.append(["**All**", *(f"**{seconds(total)}**" for _, total in columns)])
+    written = ", ".join(f"{measured(f'stages/{images}/annotated'):.0f} of {images}"
+                        for images in counts)
+    return (table(["", *(f"{images} images" for images in counts)], rows)
+            + "\n\n"
+            + paragraph(f"Reprojection images are written of what the filter keeps: {written}. "
+                        f"Log lines: {' and '.join(line_counts)}."))
+
+
+def growth(measured):
+    counts = measured.counts("growth")
+    rows = []
+    for images in counts:
+        at = f"growth/{images}/"
+        total, lens = measured(at + "total_s"), measured(at + "lens_s")
+        rows.append([images, seconds(total), seconds(lens), percent(lens, total),
+                     seconds((total - lens) / int(images)), f"{measured(at + 'peak_mib'):.0f} MiB",
+                     f"{8 * (6 * int(images) + 6) ** 2 / MIB:.1f} MiB"])
+    return ("![Time against the number of images](performance-images.svg)\n\n"
+            + table(["Images", "Total", "Lens solve", "Its share", "All else, per image",
+                     "Peak memory", "Lens matrix"], rows)
+            + "\n\n" + paragraph(f"{repetitions(measured)} {lens_growth(measured)}"))
+
+
+def repetitions(measured):
+    plan = measured.plan["growth"]
+    first, *others = measured.counts("growth")
+    texts = [f"{plan[first]} of {first} images",
+             *(f"{plan[images]} of {images}" for images in others)]
+    return f"Runs: {', '.join(texts[:-1])} and {texts[-1]}; the fastest of each stands."
+
+
+def lens_growth(measured):
+    counts = measured.counts("growth")
+    lens = [measured(f"growth/{images}/lens_s") for images in counts]
+    rest = [measured(f"growth/{images}/total_s") - one for images, one in zip(counts, lens)]
+    half = str(int(counts[-1]) // 2)
+    fewer = counts.index(half) if half in counts else -2
+    longer, more = lens[-1] / lens[fewer], int(counts[-1]) / int(counts[fewer])
+    text = (f"From {counts[fewer]} to {counts[-1]} images the lens solve takes {longer:.1f} times "
+            f"as long, which is the power {math.log(longer) / math.log(more):.1f} of their number.")
+    for i in range(1, len(counts)):
+        before, here = lens[i - 1] / rest[i - 1], lens[i] / rest[i]
+        if before <= 1 <= here:
+            # On a straight line between two points of a plot whose axes are logarithmic.
+            part = math.log(1 / before) / math.log(here / before) if here > before else 0.0
+            even = int(counts[i - 1]) * (int(counts[i]) / int(counts[i - 1])) ** part
+            return f"{text} At about {round(even, -1):.0f} images it takes as long as all else."
+    return f"{text} At none of these numbers does it go from less than all else to more."
+
+
+def memory(measured):
+    plan = measured.plan["memory"]
+    rows, pixels, peaks = [], [], []
+    for size in plan["sizes"]:
+        width, height = map(int, size.split("x"))
+        pixels.append(width * height)
+        peaks.append(measured(f"memory/{size}/peak_mib"))
+        rows.append([size_text(size), f"{3 * pixels[-1] / MIB:.1f} MiB", f"{peaks[-1]:.0f} MiB"])
+    each = (peaks[-1] - peaks[0]) * MIB / (pixels[-1] - pixels[0])
+    text = (f"{plan['images']} images. From {size_text(plan['sizes'][0])} to "
+            f"{size_text(plan['sizes'][-1])}, the peak grows by {each:.1f} bytes a pixel; a "
+            "decoded image has 3 and a grey copy 1.")
+    return table(["Size", "One decoded image", "Peak memory"], rows) + "\n\n" + paragraph(text)
+
+
+CALLS = ["log line", "CamAxisToUE4", "CamAxisToUE5", "CamAxisToUE5_ExportxN", "CamAxisToAximmetry"]
+
+
+def calls(measured):
+    rows = []
+    for name in CALLS:
+        took, lines = measured(f"call/{name}/ns"), measured(f"call/{name}/lines")
+        rows.append(["One line of the run log" if name == "log line" else f"`{name}`",
+                     f"{lines:.0f}", f"{took:,.0f} ns", f"{took / lines:,.0f} ns"])
+    plan = measured.plan["exports"]
+    return (table(["Call", "Lines", "Time", "A line of it"], rows)
+            + f"\n\nThe fastest of {plan['repetitions']} means over {plan['seconds']} s or more.")
+
+
+def command(measured):
+    beside = measured.plan["beside"]
+    bare = measured(f"stages/{beside}/total_s")
+    whole = measured(f"command/{beside}/seconds")
+    drawn = measured("simulate/images")
+    rows = [
+        [f"`Calibration`, {beside} images", seconds(bare), ""],
+        [f"`rigsync calibrate`, the same {beside} images", seconds(whole),
+         f"{'+' if whole >= bare else '-'} {seconds(abs(whole - bare))}, "
+         f"{100 * (whole / bare - 1):+.1f} %"],
+        [f"`rigsync inspect`, the same {beside} images", seconds(measured("inspect/seconds")),
+         f"{seconds(measured('inspect/seconds') / int(beside))} an image"],
+        [f"`rigsync simulate`, {drawn:.0f} images", seconds(measured("simulate/seconds")),
+         f"{drawn / measured('simulate/seconds'):.1f} images a second"],
+    ]
+    return table(["", "Time", ""], rows)
+
+
+# ---- The block of docs/capture-guide.md -------------------------------------------------------
+
+
+def accuracy_rows(page):
+    """Images -> error and refusals of the library, as docs/accuracy.md has them."""
+    block = re.search(r"<!-- images -->\n(.*?)<!-- end of images -->", page, re.S)
+    if not block:
+        raise Refused("accuracy.md has no table of images")
+    form = re.compile(r"^\| (\d+) \| ([\d.]+) mm, ([\d.]+)°(?: \(refused (\d+ of \d+)\))? \|", re.M)
+    return {count: (f"{length} mm, {angle} degrees", refused or "none")
+            for count, length, angle, refused in form.findall(block.group(1))}
+
+
+def guide(measured, accuracy_page):
+    errors = accuracy_rows(accuracy_page)
+    rows = []
+    for images in measured.counts("command"):
+        if images not in errors:
+            raise Refused(f"accuracy.md has no error for {images} images")
+        rows.append([images, *errors[images], seconds(measured(f"command/{images}/seconds"))])
+    return table(["Images", "Error, median of ten captures", "Refused",
+                  "`rigsync calibrate` takes"], rows)
+
+
+# ---- Pages ------------------------------------------------------------------------------------
+
+
+def fill(page, name, where, text):
+    begin, end = f"<!-- {where} -->\n", f"<!-- end of {where} -->"
+    form = re.compile(re.escape(begin) + ".*?" + re.escape(end), re.S)
+    if len(form.findall(page)) != 1:
+        raise Refused(f"{name} has no place for '{where}', or more than one")
+    return form.sub(lambda _: f"{begin}{text}\n{end}", page)
+
+
+BLOCKS = {"machine": machine, "ratio": ratio, "stages": stages, "growth": growth, "memory": memory,
+          "calls": calls, "command": command}
+
+
+def pages(measured, docs):
+    """New texts by path. Everything is made before anything is written."""
+    texts = {name: (docs / name).read_text(encoding="utf-8")
+             for name in ("performance.md", "capture-guide.md", "accuracy.md")}
+    page = texts["performance.md"]
+    for where, write in BLOCKS.items():
+        page = fill(page, "performance.md", where, write(measured))
+    guide_page = fill(texts["capture-guide.md"], "capture-guide.md", "images and time",
+                      guide(measured, texts["accuracy.md"]))
+    return {docs / "performance.md": page, docs / "capture-guide.md": guide_page}
+
+
+def summary(measured):
+    lines = [machine(measured), "", ratio_verdict(measured), ""]
+    for images in measured.counts("stages"):
+        found, _ = stage_seconds(measured, images)
+        total = measured(f"stages/{images}/total_s")
+        lines.append(f"{images} images, {seconds(total)}:")
+        lines += [f"  {name.replace('`', ''):44} {seconds(own):>9} {percent(own, total):>7}"
+                  for name, own in found.items()]
+    for images in measured.counts("growth"):
+        at = f"growth/{images}/"
+        lines.append(f"{images:>4} images {seconds(measured(at + 'total_s')):>9}, lens solve "
+                     f"{seconds(measured(at + 'lens_s')):>9}, peak "
+                     f"{measured(at + 'peak_mib'):.0f} MiB")
+    lines.append(lens_growth(measured))
+    return "\n".join(lines)
+
+
+def main():
+    reader = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    reader.add_argument("--busy", action="store_true")
+    reader.add_argument("measured", type=pathlib.Path)
+    reader.add_argument("docs", type=pathlib.Path)
+    given = reader.parse_args()
+    try:
+        measured = Measured(given.measured)
+        if measured.of_machine("others_share") > OTHERS_LIMIT and not given.busy:
+            raise Refused(f"other programs took {measured.of_machine('others_share'):.0%} of the "
+                          "processors while it was measured")
+        changed = pages(measured, given.docs)
+        told = summary(measured)
+    except Refused as why:
+        sys.exit(f"performance: no table was written: {why}")
+    for path, text in changed.items():
+        written = path.with_suffix(".new")
+        written.write_text(text, encoding="utf-8")
+        os.replace(written, path)
+    print(told)
+
+
+if __name__ == "__main__":
+    main()

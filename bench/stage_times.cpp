@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// stage_times CSV TRUTH OUTPUT [bare]: runs one Calibration of a simulated capture and prints how
+// long its stages took, how many lines they logged, and the peak memory, one "name value" a line.
+// Times come from outside: the library mirrors each line of its run log to standard output, and
+// each is stamped there. With "bare" the OpenCV calls follow alone on the same images, which tells
+// what the stages consist of.
+//
+// Image paths in CSV are relative to its folder. OUTPUT is an existing, empty folder. Exit status 1
+// when the calibration isn't usable or left out a stage.
+#include "bench/bare_calls.h"
+#include "bench/calibration_run.h"
+#include "simulate/simulate.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+#include <opencv2/core.hpp>
+#include <opencv2/core/utility.hpp>
+
+#include <chrono>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <new>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+#if defined(__clang__)
+constexpr const char* Compiler = "clang " __clang_version__;
+#else
+constexpr const char* Compiler = "gcc " __VERSION__;
+#endif
+
+// A stage lasts from the first line that begins so, behind the stage before it, to the next stage.
+struct Stage {
+  const char* Name;
+  const char* First_Line;
+};
+
+// In the order of a run. A stage that ends before the driver logs anything ends with the first line
+// behind it.
+constexpr Stage Stages[] = {
+    {"begin", "Version : "},
+    {"csv", "Start to read the csv file."},
+    {"search", "Start to Detect Corner."},
+    {"corner_lines", "RAW DATA START"},
+    {"lens", "Camera calibration start."},
+    {"mount", "Fx : "},  // lens delivered, poses, mean, first measurement, filter
+    {"mount", "Mean_Transform_Chart_Tr : "},
+    {"writing", "Mean_Transform_Cam_Tc : "},  // the mean's own lines, then the measurement
+    {"verdict", "Norm Reprojection error : "},
+};
+constexpr std::size_t Stage_Count = std::size(Stages);
+
+// Takes the lines of a run log as they come. Plain data, so that a child can fill it in memory that
+// its parent sees.
+class Stage_Clock {
+ public:
+  void Take_Line(const std::string& Line) {
+    const auto Now = Clock::now();
+    const std::string Message = Line.substr(Line.find('\t') + 1);
+    if (Begun < Stage_Count && Message.rfind(Stages[Begun].First_Line, 0) == 0) {
+      Starts[Begun++] = Now;
+    }
+    if (Begun > 0) ++Lines[Begun - 1];
+    End = Now;
+  }
+
+  bool Is_Whole() const { return Begun == Stage_Count; }
+
+  // Stages that share a name come one after the other and are printed as one.
+  void Print() const {
+    std::size_t All_Lines = 0;
+    for (std::size_t i = 0; i < Stage_Count; All_Lines += Lines[i++]) {
+      if (i > 0 && std::string(Stages[i - 1].Name) == Stages[i].Name) continue;
+      std::size_t Last = i, Count = Lines[i];
+      while (Last + 1 < Stage_Count && std::string(Stages[Last + 1].Name) == Stages[i].Name) {
+        Count += Lines[++Last];
+      }
+      const auto Ended = Last + 1 < Stage_Count ? Starts[Last + 1] : End;
+      std::printf("%s_s %.6f\n", Stages[i].Name, Seconds(Starts[i], Ended));
+      std::printf("%s_lines %zu\n", Stages[i].Name, Count);
+    }
+    std::printf("total_s %.6f\n", Seconds(Starts[0], End));
+    std::printf("total_lines %zu\n", All_Lines);
+  }
+
+ private:
+  static double Seconds(Clock::time_point From, Clock::time_point To) {
+    return std::chrono::duration<double>(To - From).count();
+  }
+
+  std::size_t Begun = 0;
+  Clock::time_point Starts[Stage_Count], End;
+  std::size_t Lines[Stage_Count] = {};
+};
+
+// What std::cout writes to while a calibration is timed: a whole line goes to the clock, and to
+// standard output as it would have without.
+class Stamped_Output : public std::streambuf {
+ public:
+  explicit Stamped_Output(Stage_Clock& Taker) : Timer(Taker) {}
+
+ protected:
+  std::streamsize xsputn(const char* Characters, std::streamsize Count) override {
+    Text.append(Characters, static_cast<std::size_t>(Count));
+    return Count;
+  }
+  int_type overflow(int_type Character) override {
+    Text += traits_type::to_char_type(Character);
+    return Character;
+  }
+  int sync() override {
+    const ssize_t Written = write(STDOUT_FILENO, Text.data(), Text.size());
+    Timer.Take_Line(Text);
+    Text.clear();
+    return Written < 0 ? -1 : 0;
+  }
+
+ private:
+  Stage_Clock& Timer;
+  std::string Text;
+};
+
+// A Stage_Clock in memory that is shared with children.
+Stage_Clock& Shared_Clock() {
+  void* const Memory =
+      mmap(nullptr, sizeof(Stage_Clock), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (Memory == MAP_FAILED) throw std::runtime_error("no shared memory");
+  return *new (Memory) Stage_Clock;
+}
+
+// The folders that the reprojection images of Paths go to.
+void Make_Folders(const fs::path& Output, const std::vector<std::string>& Paths) {
+  for (const std::string& Path : Paths) {
+    fs::create_directories(Reprojection_Path(Output, Path).parent_path());
+  }
+}
+
+void Print_Bare(const Bare_Job& Job) {
+  const Bare_Times Times = Call_Bare(Job);
+  std::printf("bare_decode_s %.6f\n", Times.Decode);
+  std::printf("bare_reduce_s %.6f\n", Times.Reduce);
+  std::printf("bare_search_s %.6f\n", Times.Search);
+  std::printf("bare_refine_s %.6f\n", Times.Refine);
+  std::printf("bare_lens_s %.6f\n", Times.Lens);
+  std::printf("bare_decode_again_s %.6f\n", Times.Decode_Again);
+  std::printf("bare_draw_s %.6f\n", Times.Draw);
+  std::printf("bare_encode_s %.6f\n", Times.Encode);
+}
+
+void Measure(const fs::path& Csv, const fs::path& Truth_File, const fs::path& Output,
+             bool Calls_Bare) {
+  const simulate::Truth Truth = simulate::Read_Truth(Truth_File);
+  const fs::path Calibration_Output = Output / "calibration", Bare_Output = Output / "bare";
+  const std::vector<std::string> Paths = Image_Paths(Csv);
+  Make_Folders(Calibration_Output, Paths);
+  Make_Folders(Bare_Output, Paths);
+  fs::current_path(Csv.parent_path());
+
+  Stage_Clock& Timer = Shared_Clock();
+  Stamped_Output Stamped(Timer);
+  const Calibration_Run Run =
+      Run_In_Child({Csv, Truth.Board_Cols, Truth.Board_Rows, Truth.Square_Size,
+                    Truth.Chart_Euler_Deg, Truth.Chart_Translation, Calibration_Output},
+                   &Stamped);
+  if (Run.Code != 0 && Run.Code != 99) {
+    throw std::runtime_error("the calibration returned " + std::to_string(Run.Code));
+  }
+  const std::vector<std::string> Annotated = Annotated_Paths(Calibration_Output, Paths);
+  if (!Timer.Is_Whole()) throw std::runtime_error("the run log left out a stage");
+  if (Annotated.empty()) throw std::runtime_error("there is no reprojection image");
+
+  std::printf("images %zu\n", Paths.size());
+  std::printf("annotated %zu\n", Annotated.size());
+  std::printf("peak_mib %.3f\n", Run.Peak_MiB);
+  Timer.Print();
+  if (Calls_Bare) {
+    Print_Bare({Paths, Annotated, cv::Size(Truth.Board_Cols, Truth.Board_Rows), Truth.Square_Size,
+                Bare_Output, /*Draws=*/true});
+  }
+  std::printf("opencv %s\n", cv::getVersionString().c_str());
+  std::printf("threads %d\n", cv::getNumThreads());
+  std::printf("compiler %s\n", Compiler);
+}
+
+}  // namespace
+
+int main(int Argument_Count, char** Arguments) {
+  const bool Calls_Bare = Argument_Count == 5 && std::string(Arguments[4]) == "bare";
+  if (Argument_Count != 4 && !Calls_Bare) {
+    std::fprintf(stderr, "usage: stage_times CSV TRUTH OUTPUT [bare]\n");
+    return 2;
+  }
+  try {
+    Measure(fs::absolute(Arguments[1]), fs::absolute(Arguments[2]), fs::absolute(Arguments[3]),
+            Calls_Bare);
+  } catch (const std::exception& Error) {
+    std::fprintf(stderr, "stage_times: %s\n", Error.what());
+    return 1;
+  }
+  return 0;
+}
