@@ -29,8 +29,9 @@ from performance_tables import OTHERS_LIMIT  # noqa: E402
 WHOLE = {
     "ratio": {"images": 24, "repetitions": 5, "sizes": ["1280x720", "1920x1080", "3840x2160"]},
     "size": "1920x1080",
-    # Of the long capture's images this one comes first, and behind the last the first follows. About
-    # every fifth dozen doesn't pass the filter; the one that begins here does, and eight are left.
+    # Of the long capture's images this one comes first, and behind the last the first follows.
+    # About every fifth dozen doesn't pass the filter; the one that begins here does, and eight
+    # are left.
     "first": 108,
     "growth": {"20": 3, "40": 3, "60": 2, "80": 2, "120": 1, "160": 1},
     "stages": {"24": 3, "80": 2},
