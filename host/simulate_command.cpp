@@ -412,8 +412,8 @@ int Simulate(const Typed& Given) {
   fmt::print("  truth            {}\n", (Directory / "truth.json").string());
   fmt::print("  board, estimate  {}\n", (Directory / "stage.json").string());
   fmt::print("Calibrate it with\n  rigsync calibrate {}{}--config {} --out RESULT_DIR\n",
-             (Directory / "capture.csv").string(), Command_Goes_On(4),
-             (Directory / "stage.json").string());
+             Shell_Word((Directory / "capture.csv").string()), Command_Goes_On(4),
+             Shell_Word((Directory / "stage.json").string()));
   return Exit_Success;
 }
 

@@ -10,12 +10,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
 // Reading is all that is wanted of it.
 #define TOML_ENABLE_FORMATTERS 0
@@ -47,7 +49,9 @@ std::string Flag_Text(const std::filesystem::path& File, const std::string& Key,
 
 std::string Bytes_Of(const std::filesystem::path& File) {
   std::ifstream Stream(File, std::ios::binary);
-  if (!Stream) Refuse_Stage(File, "can't be opened");
+  if (!Stream) {
+    Refuse_Stage(File, "can't be opened (" + std::generic_category().message(errno) + ")");
+  }
   std::ostringstream Bytes;
   // A folder opens, and has no byte to give.
   if (Stream.peek() != std::ifstream::traits_type::eof()) Bytes << Stream.rdbuf();

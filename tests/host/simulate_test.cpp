@@ -189,6 +189,20 @@ TEST(Simulate, AFolderThatNoCsvCanNameIsRefusedBeforeTheWork) {
   EXPECT_EQ(Rigsync(Small_Capture(Folder, {"--paths", "relative"})).Status, 0);
 }
 
+TEST(Simulate, TheCommandThatItOffersRunsInAShell) {
+  const Scratch_Folder Scratch;
+  const std::string Folder = Scratch.String() + "/a it's";
+  const Finished Result = Rigsync(Small_Capture(Folder));
+  ASSERT_EQ(Result.Status, 0);
+  std::string Command = Result.Output.substr(Result.Output.find("rigsync calibrate "));
+  Command.replace(0, std::string("rigsync").size(), RIGSYNC_PROGRAM);
+  Command.replace(Command.find("RESULT_DIR"), std::string("RESULT_DIR").size(), "/proc/none");
+  // It gets as far as the folder for the result.
+  const Finished Offered = Run_Program("/bin/sh", {"-c", Command});
+  EXPECT_EQ(Offered.Status, 2);
+  EXPECT_THAT(Offered.Said, HasSubstr("--out: '/proc/none' is wrong"));
+}
+
 TEST(Simulate, SaysPlainlyWhatBeginsWhereNobodyWatchesAndNothingWhenQuiet) {
   const Scratch_Folder Scratch;
   const Finished Plain = Rigsync(Small_Capture(Scratch.String()));

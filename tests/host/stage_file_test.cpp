@@ -140,7 +140,8 @@ TEST(StageFile, AKeyThatStandsTwiceIsRefusedWithBothLines) {
 TEST(StageFile, AFolderAndAMissingFileAreRefused) {
   const Scratch_Folder Scratch;
   EXPECT_THAT(Refusal(Scratch.String()), HasSubstr("can't be read"));
-  EXPECT_THAT(Refusal(Scratch.String() + "/none.toml"), HasSubstr("can't be opened"));
+  EXPECT_THAT(Refusal(Scratch.String() + "/none.toml"),
+              HasSubstr("can't be opened (No such file or directory)"));
 }
 
 TEST(StageFile, CalibrateTakesTomlAndAFlagWinsOverIt) {
