@@ -83,6 +83,7 @@ std::map<std::string, Corners> Find_Boards(const Bare_Job& Job, cv::Size& Image_
 void Solve_Lens(const Bare_Job& Job, const std::map<std::string, Corners>& Found_all,
                 cv::Size Image_Size, Bare_Times& Times) {
   std::vector<Corners> Corners_all;
+  Corners_all.reserve(Found_all.size());
   for (const auto& [Path, Found] : Found_all) Corners_all.push_back(Found);
   const std::vector<std::vector<cv::Point3f>> Board_all(Corners_all.size(), Board_Points(Job));
   cv::Mat Camera_Matrix, Distortion, Rvecs, Tvecs;

@@ -5,7 +5,7 @@
 // fastest repetitions is printed; it should stay at or below 1.05.
 //
 // calibration_bench [IMAGES REPETITIONS WxH...]: 24 images, 5 repetitions and three sizes without.
-// Exit status 1 when a ratio is above the limit.
+// Exit status 1 when a ratio is above the limit, 2 when nothing was measured.
 #include "bench/bare_calls.h"
 #include "bench/muted_output.h"
 #include "rigsync_core.h"
@@ -19,6 +19,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <limits>
 #include <stdexcept>
@@ -109,32 +110,39 @@ void Compare(benchmark::State& State, const Capture& Given, double& Worst_Ratio)
   Worst_Ratio = std::max(Worst_Ratio, Fastest / Fastest_Bare);
 }
 
+// The whole number of at least 1 that Text begins with; Rest is what stands behind it.
+int Read_Count(const std::string& Text, std::string& Rest) {
+  char* End = nullptr;
+  const long Value = std::strtol(Text.c_str(), &End, 10);
+  if (Value < 1 || Value > 100000) throw std::invalid_argument("'" + Text + "' is no count");
+  Rest = End;
+  return static_cast<int>(Value);
+}
+
+cv::Size Read_Size(const std::string& Text) {
+  std::string Rest;
+  const int Width = Read_Count(Text, Rest);
+  if (Rest.empty() || Rest[0] != 'x') throw std::invalid_argument("'" + Text + "' is no size");
+  const int Height = Read_Count(std::string(Rest, 1), Rest);
+  if (!Rest.empty()) throw std::invalid_argument("'" + Text + "' is no size");
+  return {Width, Height};
+}
+
 // The command line without Google Benchmark's own flags.
-Task Read_Task(int Argument_Count, char** Arguments) {
+Task Read_Task(const std::vector<std::string>& Words) {
   Task Asked;
-  if (Argument_Count == 1) return Asked;
-  Asked.Image_Count = Argument_Count > 3 ? std::atoi(Arguments[1]) : 0;
-  Asked.Repetitions = Argument_Count > 3 ? std::atoi(Arguments[2]) : 0;
+  if (Words.empty()) return Asked;
+  if (Words.size() < 3) throw std::invalid_argument("expected images, repetitions and sizes");
+  std::string Rest;
+  Asked.Image_Count = Read_Count(Words[0], Rest);
+  Asked.Repetitions = Read_Count(Words[1], Rest);
   Asked.Sizes.clear();
-  for (int i = 3; i < Argument_Count; ++i) {
-    cv::Size Size;
-    if (std::sscanf(Arguments[i], "%dx%d", &Size.width, &Size.height) == 2) {
-      Asked.Sizes.push_back(Size);
-    }
-  }
-  if (Asked.Image_Count < 1 || Asked.Repetitions < 1 ||
-      Asked.Sizes.size() != static_cast<std::size_t>(Argument_Count - 3)) {
-    std::fprintf(stderr, "usage: calibration_bench [IMAGES REPETITIONS WxH...]\n");
-    std::exit(2);
-  }
+  for (std::size_t i = 2; i < Words.size(); ++i) Asked.Sizes.push_back(Read_Size(Words[i]));
   return Asked;
 }
 
-}  // namespace
-
-int main(int Argument_Count, char** Arguments) {
-  benchmark::Initialize(&Argument_Count, Arguments);
-  const Task Asked = Read_Task(Argument_Count, Arguments);
+// The largest ratio of all sizes.
+double Measure(const Task& Asked) {
   const std::filesystem::path Root =
       std::filesystem::temp_directory_path() / ("rigsync_bench_" + std::to_string(getpid()));
   double Worst_Ratio = 0.0;
@@ -152,7 +160,20 @@ int main(int Argument_Count, char** Arguments) {
   }
   benchmark::RunSpecifiedBenchmarks();
   std::filesystem::remove_all(Root);
-  std::printf("Worst ratio to the bare OpenCV calls: %.3f (limit %.2f)\n", Worst_Ratio,
-              Ratio_Limit);
-  return Worst_Ratio > 0.0 && Worst_Ratio <= Ratio_Limit ? 0 : 1;
+  return Worst_Ratio;
+}
+
+}  // namespace
+
+int main(int Argument_Count, char** Arguments) {
+  try {
+    benchmark::Initialize(&Argument_Count, Arguments);
+    const double Worst_Ratio = Measure(Read_Task({Arguments + 1, Arguments + Argument_Count}));
+    std::printf("Worst ratio to the bare OpenCV calls: %.3f (limit %.2f)\n", Worst_Ratio,
+                Ratio_Limit);
+    return Worst_Ratio > 0.0 && Worst_Ratio <= Ratio_Limit ? 0 : 1;
+  } catch (const std::exception& Error) {
+    std::fprintf(stderr, "calibration_bench: %s\n", Error.what());
+    return 2;
+  }
 }

@@ -10,10 +10,13 @@
 #include <unistd.h>
 
 #include <cstddef>
+#include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -21,30 +24,32 @@ namespace {
 namespace fs = std::filesystem;
 
 // A pose turned about all axes, far from every gimbal lock.
-const std::vector<double> Transform_Cam_Tc = {0.85165, -0.30998, -0.42262, 0.06,   //
-                                              0.05238, 0.85266,  -0.51984, -0.14,  //
-                                              0.52149, 0.42058,  0.7424,   -0.08,  //
-                                              0.0,     0.0,      0.0,      1.0};
-const std::vector<double> Norm_Fxy = {1.1, 1.9555556}, Norm_Cxy = {0.503, 0.492};
+std::vector<double> Transform_Cam_Tc() {
+  return {0.85165, -0.30998, -0.42262, 0.06,   //
+          0.05238, 0.85266,  -0.51984, -0.14,  //
+          0.52149, 0.42058,  0.7424,   -0.08,  //
+          0.0,     0.0,      0.0,      1.0};
+}
 
 int To_UE4(const std::string& Output) {
   std::vector<double> Euler, Cm;
-  return CamAxisToUE4(Transform_Cam_Tc, Euler, Cm, Output);
+  return CamAxisToUE4(Transform_Cam_Tc(), Euler, Cm, Output);
 }
 
 int To_UE5(const std::string& Output) {
   std::vector<double> Quat, Cm;
-  return CamAxisToUE5(Transform_Cam_Tc, Quat, Cm, Output);
+  return CamAxisToUE5(Transform_Cam_Tc(), Quat, Cm, Output);
 }
 
 int To_UE5_ExportxN(const std::string& Output) {
   std::vector<double> Quat, Cm;
-  return CamAxisToUE5_ExportxN(Transform_Cam_Tc, Quat, Cm, Output);
+  return CamAxisToUE5_ExportxN(Transform_Cam_Tc(), Quat, Cm, Output);
 }
 
 int To_Aximmetry(const std::string& Output) {
   std::vector<double> FoVX, Cxy, Euler, Cm;
-  return CamAxisToAximmetry(Norm_Fxy, Norm_Cxy, Transform_Cam_Tc, FoVX, Cxy, Euler, Cm, Output);
+  return CamAxisToAximmetry({1.1, 1.9555556}, {0.503, 0.492}, Transform_Cam_Tc(), FoVX, Cxy, Euler,
+                            Cm, Output);
 }
 
 // The most frequent line of a run: one found corner.
@@ -72,10 +77,7 @@ void Measure(benchmark::State& State, int (*Call)(const std::string&), const fs:
   fs::remove_all(Folder);
 }
 
-}  // namespace
-
-int main(int Argument_Count, char** Arguments) {
-  benchmark::Initialize(&Argument_Count, Arguments);
+void Measure_All() {
   const fs::path Folder =
       fs::temp_directory_path() / ("rigsync_export_times_" + std::to_string(getpid()));
   const std::pair<const char*, int (*)(const std::string&)> Calls[] = {
@@ -89,5 +91,17 @@ int main(int Argument_Count, char** Arguments) {
         Name, [Call = Call, &Folder](benchmark::State& State) { Measure(State, Call, Folder); });
   }
   benchmark::RunSpecifiedBenchmarks();
+}
+
+}  // namespace
+
+int main(int Argument_Count, char** Arguments) {
+  try {
+    benchmark::Initialize(&Argument_Count, Arguments);
+    Measure_All();
+  } catch (const std::exception& Error) {
+    std::fprintf(stderr, "export_times: %s\n", Error.what());
+    return 1;
+  }
   return 0;
 }
