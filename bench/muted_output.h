@@ -12,9 +12,8 @@
 // While one of these lives, standard output leads to /dev/null.
 class Muted_Output {
  public:
-  Muted_Output() {
+  Muted_Output() : Before(dup(STDOUT_FILENO)) {
     std::fflush(stdout);
-    Before = dup(STDOUT_FILENO);
     const int Null = open("/dev/null", O_WRONLY);
     dup2(Null, STDOUT_FILENO);
     close(Null);
