@@ -23,6 +23,10 @@ constexpr std::size_t Probe_Size = 65536;
 // Folders that are removed again, if they are still empty, unless Keep is called.
 class Made_Folders {
  public:
+  Made_Folders() = default;
+  Made_Folders(const Made_Folders&) = delete;
+  Made_Folders& operator=(const Made_Folders&) = delete;
+
   // Creates Folder with all that is missing above it. Returns why it couldn't, or nothing.
   std::error_code Make(const fs::path& Folder) {
     // A root is there or can't be made; on Windows a server's name is a part of it, and no folder.

@@ -223,6 +223,7 @@ std::vector<double> Distances_Off(const Equations& Of, const Eigen::VectorXd& So
 // off would pull the fit to itself before its distance could tell on it.
 std::vector<std::size_t> Near_Rows(const Motion& Trackers, const std::vector<std::size_t>& Rows) {
   std::vector<double> Distances;
+  Distances.reserve(Rows.size());
   for (const std::size_t Row : Rows) Distances.push_back(Trackers.Places[Row].norm());
   std::vector<std::size_t> Near;
   if (Rows.empty()) return Near;

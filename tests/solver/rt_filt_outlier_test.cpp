@@ -583,21 +583,21 @@ TEST(DotVec, LeavesBothVectors) {
 
 TEST(DotVec, ReturnsCode10WithTheVectorsNameForAnotherShapeAndTheResult0) {
   const cv::Mat Good = Vector(1, 2, 3);
-  for (const cv::Mat& Shape : Wrong_Shapes) {
-    SCOPED_TRACE(testing::Message() << Shape.rows << " by " << Shape.cols);
+  for (const cv::Mat& Wrong : Wrong_Shapes) {
+    SCOPED_TRACE(testing::Message() << Wrong.rows << " by " << Wrong.cols);
     Stage_Log Sample_Log, Mean_Log, Both_Log;
     float Sample_Result = 55.0f, Mean_Result = 55.0f, Both_Result = 55.0f;
     {
       const Stage_Log::Listener Quiet = Sample_Log.Listen();
-      EXPECT_EQ(Dot_Vec(Sample_Log.Path(), Sample_Result, Shape, Good), 10);
+      EXPECT_EQ(Dot_Vec(Sample_Log.Path(), Sample_Result, Wrong, Good), 10);
     }
     {
       const Stage_Log::Listener Quiet = Mean_Log.Listen();
-      EXPECT_EQ(Dot_Vec(Mean_Log.Path(), Mean_Result, Good, Shape), 10);
+      EXPECT_EQ(Dot_Vec(Mean_Log.Path(), Mean_Result, Good, Wrong), 10);
     }
     {
       const Stage_Log::Listener Quiet = Both_Log.Listen();
-      EXPECT_EQ(Dot_Vec(Both_Log.Path(), Both_Result, Shape, Shape), 10);
+      EXPECT_EQ(Dot_Vec(Both_Log.Path(), Both_Result, Wrong, Wrong), 10);
     }
     EXPECT_EQ(Sample_Result, 0.0f);
     EXPECT_EQ(Mean_Result, 0.0f);

@@ -163,7 +163,8 @@ void Print_Solved(double Reach) {
   }
   std::vector<cv::Point3f> Board_Index;
   for (int j = 0; j < 20; ++j) {
-    Board_Index.emplace_back(0.03f * static_cast<float>(j % 5), 0.03f * static_cast<float>(j / 5),
+    const int Column = j % 5, Row = j / 5;
+    Board_Index.emplace_back(0.03f * static_cast<float>(Column), 0.03f * static_cast<float>(Row),
                              0.0f);
   }
   RT_Filt_Outlier("", Cam_Tc_all, Mean_Cam_Tc, ImageCoordinate, Image_name, Tr_Base_all,

@@ -35,7 +35,7 @@ namespace {
 class Nowhere : public std::streambuf {
  protected:
   int overflow(int Letter) override { return traits_type::not_eof(Letter); }
-  std::streamsize xsputn(const char*, std::streamsize Count) override { return Count; }
+  std::streamsize xsputn(const char* /*Text*/, std::streamsize Count) override { return Count; }
 };
 
 using Vector = std::vector<double>;
@@ -147,9 +147,10 @@ simulate::Options Tiny_Capture(unsigned Seed, int Images, int Width, int Height)
 
 // Returns at the start of a second, so that what begins now begins in one and the same.
 void Wait_For_A_Fresh_Second() {
-  using namespace std::chrono;
+  using std::chrono::milliseconds, std::chrono::seconds, std::chrono::system_clock;
   const auto Now = system_clock::now();
-  std::this_thread::sleep_until(time_point_cast<seconds>(Now) + seconds(1) + milliseconds(5));
+  std::this_thread::sleep_until(std::chrono::time_point_cast<seconds>(Now) + seconds(1) +
+                                milliseconds(5));
 }
 
 // A line that one call of this kind logs once and no call of another kind logs.

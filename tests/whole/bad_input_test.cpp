@@ -22,9 +22,6 @@
 
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-
 // A capture that is drawn once for the whole suite; tests copy its CSV and spoil the copy.
 class BadInput : public testing::Test {
  protected:

@@ -22,7 +22,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using testing::StartsWith;
 
 // Standard output that strikes once: when a line ends that begins with Line behind its time.
 class Striking_Output : public std::streambuf {
@@ -79,7 +78,7 @@ class Faults : public testing::Test {
     std::sort(Images.begin(), Images.end());
   }
 
-  Struck_Run Run(const std::string& Line, const std::function<void()>& Fault) {
+  Struck_Run Run(const std::string& Line, const std::function<void()>& Fault) const {
     Struck_Run Result;
     Run_Output& Output = Result.Output;
     Striking_Output Struck(Line, Fault);

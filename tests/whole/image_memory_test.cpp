@@ -30,7 +30,8 @@ class Counting_Allocator : public cv::MatAllocator {
     }
     return Block;
   }
-  bool allocate(cv::UMatData* Block, cv::AccessFlag, cv::UMatUsageFlags) const override {
+  bool allocate(cv::UMatData* Block, cv::AccessFlag /*Flags*/,
+                cv::UMatUsageFlags /*Usage*/) const override {
     return Block != nullptr;
   }
   void deallocate(cv::UMatData* Block) const override {
