@@ -26,7 +26,8 @@ set(Expected_development
     ${LIBDIR}/librigsync_core.so
     ${LIBDIR}/pkgconfig/rigsync_core.pc)
 set(Expected_tools bin/rigsync share/bash-completion/completions/rigsync share/man/man1/rigsync.1)
-set(Expected_docs ${DOCDIR}/CHANGELOG.md ${DOCDIR}/LICENSE ${DOCDIR}/README.md)
+set(Expected_docs ${DOCDIR}/CHANGELOG.md ${DOCDIR}/CONTRIBUTING.md ${DOCDIR}/LICENSE
+                  ${DOCDIR}/README.md)
 # All of docs/ but a tool's settings, so that a document of a new kind isn't forgotten.
 file(GLOB_RECURSE Documents RELATIVE ${Top} ${Top}/docs/*)
 list(REMOVE_ITEM Documents docs/Doxyfile)
