@@ -13,7 +13,7 @@ namespace {
 // What images and samples tell is off by less than half of what half of their rows are off by: in
 // simulated captures of 14 images, with tracker noise up to 5 mm and half a degree. An estimate is
 // off when it is off by five times that, and by what matters: at half a degree the outlier filter
-// keeps 6 images of 24, and of 10 mm the result keeps 5 to 8.
+// keeps 6 images of 24, and of 10 mm the result keeps 4 to 8.
 constexpr double Off_Factor = 5.0;
 constexpr double Euler_Floor = 0.5;
 constexpr double Offset_Floor = 0.01;
