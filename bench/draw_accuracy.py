@@ -14,6 +14,7 @@ import matplotlib
 
 matplotlib.use("svg")
 import matplotlib.pyplot as plt  # noqa: E402  (the backend has to be chosen first)
+import matplotlib.ticker  # noqa: E402
 
 SOLVERS = ["rigsync_core", "Park", "Horaud", "Daniilidis", "Shah", "Li"]
 # Distinct in print and for colour-blind readers: a colour and a mark each.
@@ -25,12 +26,14 @@ STYLES = {
     "Shah": ("#009e73", "D", 1.0),
     "Li": ("#cc79a7", "x", 1.0),
 }
+# What grows: the plot's axis and the table's first column.
 SWEEPS = {
-    "noise": "tracker noise, mm on each axis (and a tenth of it in degrees)",
-    "images": "images",
-    "stale": "stale rows of 24",
-    "estimate-offset": "error of the board's estimated offset, mm on each axis",
-    "estimate-angle": "error of the board's estimated angles, degrees on each axis",
+    "noise": ("tracker noise, mm on each axis (and a tenth of it in degrees)", "Noise, mm"),
+    "images": ("images", "Images"),
+    "stale": ("stale rows of 24", "Stale rows"),
+    "estimate-offset": ("error of the board's estimated offset, mm on each axis", "Error, mm"),
+    "estimate-angle": ("error of the board's estimated angles, degrees on each axis",
+                       "Error, degrees"),
 }
 
 
@@ -69,10 +72,15 @@ def draw(sweep, points, target):
                           [max(found, default=float("nan")) for found in ours],
                           color="#000000", alpha=0.12, linewidth=0)
         axis.set_yscale("log")
+        # Numbers as in the tables, and enough of them to read a value where an axis spans little.
+        for ticks in (axis.yaxis.set_major_formatter, axis.yaxis.set_minor_formatter):
+            ticks(matplotlib.ticker.FuncFormatter(lambda value, _: f"{value:g}"))
+        axis.yaxis.set_minor_locator(matplotlib.ticker.LogLocator(subs=(2, 5)))
         axis.set_ylabel("error, " + unit)
-        axis.grid(True, which="major", alpha=0.3)
+        axis.grid(True, which="both", axis="y", alpha=0.3)
+        axis.grid(True, axis="x", alpha=0.3)
     axes[0].legend(fontsize=8)
-    figure.supxlabel(SWEEPS[sweep], fontsize=10)
+    figure.supxlabel(SWEEPS[sweep][0], fontsize=10)
     figure.savefig(target, metadata={"Date": None})
     plt.close(figure)
 
@@ -83,8 +91,9 @@ def cell(runs):
     return f"{median(runs, 0):.2f} mm, {median(runs, 1):.3f}°"
 
 
-def table(points):
-    lines = ["| | " + " | ".join(SOLVERS) + " |", "| --- |" + " --- |" * len(SOLVERS)]
+def table(sweep, points):
+    lines = ["| " + " | ".join([SWEEPS[sweep][1], *SOLVERS]) + " |",
+             "| --- |" + " --- |" * len(SOLVERS)]
     for value in sorted(points):
         cells = [cell(points[value][solver]) for solver in SOLVERS]
         refused = sum(code not in (0, 99) for _, code in points[value]["rigsync_core"])
@@ -107,7 +116,7 @@ def main():
         form = re.compile(re.escape(marks[0]) + ".*?" + re.escape(marks[1]), re.S)
         if not form.search(page):
             sys.exit(f"{page_path} has no place for the table '{sweep}'")
-        page = form.sub(lambda _: marks[0] + table(data[sweep]) + "\n" + marks[1], page)
+        page = form.sub(lambda _: marks[0] + table(sweep, data[sweep]) + "\n" + marks[1], page)
     with open(page_path, "w", encoding="utf-8") as target:
         target.write(page)
 
