@@ -96,6 +96,20 @@ std::optional<std::array<Value, N>> Read_List(std::string_view Text, char Separa
   return Values;
 }
 
+// The values of a size, A x B: the x may be a capital or the sign of multiplication (U+00D7) too,
+// as other programs write sizes.
+template <typename Value>
+std::optional<std::array<Value, 2>> Read_Sides(const std::string& Text,
+                                               std::optional<Value> (*Read)(std::string_view)) {
+  constexpr std::string_view Times_Sign = "\xc3\x97";  // in UTF-8
+  std::string Plain = Text;
+  for (std::size_t At = 0; (At = Plain.find(Times_Sign, At)) != std::string::npos;) {
+    Plain.replace(At, Times_Sign.size(), "x");
+  }
+  std::replace(Plain.begin(), Plain.end(), 'X', 'x');
+  return Read_List<2, Value>(Plain, 'x', Read);
+}
+
 // How to write plain numbers that were meant as millimetres: "; for millimetres write 170mm,50mm".
 // Empty where a unit stands already.
 std::string Unit_Hint(const std::string& Text) {
@@ -115,7 +129,7 @@ void Refuse(const std::string& Flag, const std::string& Value, const std::string
 
 Board_Size Parse_Board(const std::string& Flag, const std::string& Text) {
   constexpr long Least = 3, Most = 100;
-  const auto Counts = Read_List<2, long>(Text, 'x', Read_Whole);
+  const auto Counts = Read_Sides<long>(Text, Read_Whole);
   if (!Counts || (*Counts)[0] < Least || (*Counts)[1] < Least || (*Counts)[0] > Most ||
       (*Counts)[1] > Most) {
     Refuse(Flag, Text,
@@ -193,7 +207,7 @@ std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Tex
 
 std::array<int, 2> Parse_Pixels(const std::string& Flag, const std::string& Text) {
   constexpr long Most = 65535;
-  const auto Sides = Read_List<2, long>(Text, 'x', Read_Whole);
+  const auto Sides = Read_Sides<long>(Text, Read_Whole);
   if (!Sides || (*Sides)[0] < 1 || (*Sides)[1] < 1 || (*Sides)[0] > Most || (*Sides)[1] > Most) {
     Refuse(Flag, Text, "WIDTHxHEIGHT in pixels, for example 1920x1080");
   }
@@ -211,7 +225,7 @@ std::array<double, 2> Parse_Sensor(const std::string& Flag, const std::string& T
 }
 
 std::optional<std::array<double, 2>> Read_Sides_Mm(const std::string& Text) {
-  const auto Sides = Read_List<2, double>(Text, 'x', Read_Millimetres);
+  const auto Sides = Read_Sides<double>(Text, Read_Millimetres);
   if (!Sides || !((*Sides)[0] > 0.0) || !((*Sides)[1] > 0.0)) return std::nullopt;
   return Sides;
 }

@@ -3,7 +3,8 @@
 // Values as people write them on a command line or in a stage file: 11x8, 30mm, 12,-20,8. Every
 // refusal names the flag, the value and what was expected.
 //
-// Lengths are metres unless they carry a unit (mm, cm, m); angles are degrees.
+// Lengths are metres unless they carry a unit (mm, cm, m); angles are degrees. The x between two
+// sides may be X or the sign of multiplication (U+00D7) too, with blanks around it.
 #ifndef RIGSYNC_HOST_ARGUMENTS_H
 #define RIGSYNC_HOST_ARGUMENTS_H
 

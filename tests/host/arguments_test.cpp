@@ -59,9 +59,26 @@ TEST(Arguments, BoardsAreTwoCountsFrom3To100) {
   EXPECT_EQ(host::Parse_Board("--board", "11x8").Rows, 8);
   EXPECT_EQ(host::Parse_Board("--board", "3x100").Rows, 100);
   for (const std::string Text : {"2x8", "8x2", "101x8", "8x101", "0x0", "-11x8", "11", "11x", "x8",
-                                 "11x8x2", "11.5x8", "11X8", "99999999999999999999x8"}) {
+                                 "11x8x2", "11.5x8", "11XX8",
+                                 "11X8\xc3\x97"
+                                 "2",
+                                 "11\xc3"
+                                 "8",
+                                 "99999999999999999999x8"}) {
     SCOPED_TRACE(Text);
     EXPECT_NE(Refusal([&] { host::Parse_Board("--board", Text); }), "");
+  }
+}
+
+TEST(Arguments, SidesHaveASmallOrCapitalXOrATimesSignBetweenThem) {
+  for (const std::string Times : {"x", "X", "\xc3\x97", " x ", " X ", " \xc3\x97 "}) {
+    SCOPED_TRACE(Times);
+    const host::Board_Size Board = host::Parse_Board("--board", "11" + Times + "8");
+    EXPECT_EQ(Board.Cols, 11);
+    EXPECT_EQ(Board.Rows, 8);
+    EXPECT_THAT(host::Parse_Pixels("--size", "1920" + Times + "1080"), ElementsAre(1920, 1080));
+    EXPECT_THAT(host::Parse_Sensor("--sensor", "23.76" + Times + "13.365"),
+                ElementsAre(23.76, 13.365));
   }
 }
 

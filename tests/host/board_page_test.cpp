@@ -50,6 +50,18 @@ TEST(BoardPage, ThePageLiesAsTheBoardDoes) {
   EXPECT_EQ(host::Plan_Page({8, 11}, 15.0, A4).value().Width, 210.0);
 }
 
+TEST(BoardPage, APaperMayBeWrittenInCapitalsAndWithAnyTimesSign) {
+  EXPECT_EQ(host::Parse_Paper("--paper", "A3").Name, "a3");
+  EXPECT_EQ(host::Parse_Paper("--paper", "Letter").Name, "letter");
+  for (const char* Own : {"297x420", "297X420", "297 x 420",
+                          "297\xc3\x97"
+                          "420"}) {
+    SCOPED_TRACE(Own);
+    EXPECT_EQ(host::Parse_Paper("--paper", Own).Short_Side, 297.0);
+    EXPECT_EQ(host::Parse_Paper("--paper", Own).Long_Side, 420.0);
+  }
+}
+
 TEST(BoardPage, TheSmallestPaperIsOfTheSameStandardWhereOneFits) {
   const Paper A4 = host::Parse_Paper("--paper", "a4");
   const Paper Letter = host::Parse_Paper("--paper", "letter");
