@@ -124,13 +124,8 @@ void Take_Step(Run_Report& Report, std::string_view Message) {
   if (Behind(Message, "Norm Reprojection error : ")) Report.Step = Run_Step::Ended;
 }
 
-// Lines about the image that was begun last. Returns whether this was one: it may begin with the
-// image's path, which may begin like any other message.
-bool Take_Search_Line(Run_Report& Report, std::string_view Message) {
-  if (const auto Name = Behind(Message, "Process : ")) {
-    Report.Images.push_back({std::string(*Name), Image_Fate::Kept, std::nullopt, std::nullopt});
-    return true;
-  }
+// What became of the image that was begun last. Returns whether the line tells it.
+bool Take_Fate_Line(Run_Report& Report, std::string_view Message) {
   if (Report.Images.empty()) return false;
   Image_Report& Image = Report.Images.back();
   const bool Unreadable = Message == Image.Name + " Not exist!";
@@ -138,6 +133,18 @@ bool Take_Search_Line(Run_Report& Report, std::string_view Message) {
   const bool No_Board = Message == "Read " + Image.Name + " Failed!";
   if (No_Board) Image.Fate = Image_Fate::No_Board;
   return Unreadable || No_Board;
+}
+
+// Lines of the search. Returns whether this was one: it may begin with an image's path, which may
+// begin like any other message. That of a fate is asked for first, for an image that is itself
+// called "Process : " and something. (Behind such an image, one whose name is that something with
+// " Not exist!" would be taken for its fate.)
+bool Take_Search_Line(Run_Report& Report, std::string_view Message) {
+  if (Take_Fate_Line(Report, Message)) return true;
+  const auto Name = Behind(Message, "Process : ");
+  if (!Name) return false;
+  Report.Images.push_back({std::string(*Name), Image_Fate::Kept, std::nullopt, std::nullopt});
+  return true;
 }
 
 // Ends a run before any outlier is named. Those whose axis is beyond its limit are known; whether
@@ -205,12 +212,20 @@ std::size_t Count_Left(const Run_Report& Report) {
   return Report.Too_Few_Left.value_or(Count_Of(Report, Image_Fate::Kept));
 }
 
+// The dump names the images that show a board in their order. One may be called like the mark.
+bool Run_Log_Reader::Ends_Corners(std::string_view Message) {
+  const Image_Report* const Next = Image_At(So_Far.Images, Dumped, Shows_A_Board);
+  if (Next == nullptr || Message != Next->Name) return Message == "RAW DATA END";
+  ++Dumped;
+  return false;
+}
+
 void Run_Log_Reader::Take_Line(std::string_view Line) {
   const std::size_t Tab = Line.find('\t');
   if (Tab == std::string_view::npos) return;
   const std::string_view Message = Line.substr(Tab + 1);
   if (Within_Corners) {
-    Within_Corners = Message != "RAW DATA END";
+    Within_Corners = !Ends_Corners(Message);
     return;
   }
   Within_Corners = Message == "RAW DATA START";

@@ -83,9 +83,13 @@ class Run_Log_Reader {
 
  private:
   Run_Report So_Far;
+  // Whether Message is the mark that ends the corner dump.
+  bool Ends_Corners(std::string_view Message);
+
   // Between the marks of the corner dump, where an image path stands alone on a line: whatever it
   // says, it is no message.
   bool Within_Corners = false;
+  std::size_t Dumped = 0;  // how many images the dump has begun
 };
 
 // The report of a whole log. A file that can't be opened gives an empty one.

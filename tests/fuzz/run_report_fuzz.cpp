@@ -37,9 +37,7 @@ std::string Take_Name(Bytes& Input) {
     const char Letter = Input.Take<char>();
     Name += Letter == '\n' ? '_' : Letter;
   }
-  // What a log can't tell from lines of its own: a mark, and the beginning of another image.
-  const bool Is_Mark = Name == "RAW DATA END" || Name.rfind("Process :", 0) == 0;
-  return Is_Mark ? "_" : Name;
+  return Name;
 }
 
 // A run as the library logs it, and the report that belongs to it.
@@ -48,7 +46,12 @@ class Made_Up_Run {
   explicit Made_Up_Run(Bytes& Input) {
     for (std::size_t i = Input.Take<std::uint8_t>() % 8; i > 0; --i) {
       const auto Fate = static_cast<Image_Fate>(Input.Take<std::uint8_t>() % 4);
-      Expected.Images.push_back({Take_Name(Input), Fate, std::nullopt, std::nullopt});
+      std::string Name = Take_Name(Input);
+      // A log can't tell that this image begins from that the one before can't be read.
+      const bool Is_A_Fate = !Expected.Images.empty() &&
+                             "Process : " + Name == Expected.Images.back().Name + " Not exist!";
+      if (Is_A_Fate) Name = "_";
+      Expected.Images.push_back({Name, Fate, std::nullopt, std::nullopt});
     }
     Log_Search();
     Log_Lens(Input);

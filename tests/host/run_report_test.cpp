@@ -207,6 +207,45 @@ TEST(RunReport, TakesNoPathOfADroppedImageForTheVersionOrTheEnd) {
   EXPECT_EQ(host::Count_Of(Reader.Report(), Image_Fate::Unreadable), 2u);
 }
 
+TEST(RunReport, TellsTheFateOfImagesThatAreCalledLikeMessages) {
+  host::Run_Log_Reader Reader;
+  for (const char* Message :
+       {"Process : Process : a", "Process : a Not exist!", "Process : RAW DATA END", "Process : b",
+        "Process : Process : c", "Read Process : c Failed!", "Process : RAW DATA END",
+        "Process : d"}) {
+    Reader.Take_Line(std::string("t\t") + Message);
+  }
+  const std::pair<const char*, Image_Fate> Expected[] = {{"Process : a", Image_Fate::Unreadable},
+                                                         {"RAW DATA END", Image_Fate::Kept},
+                                                         {"b", Image_Fate::Kept},
+                                                         {"Process : c", Image_Fate::No_Board},
+                                                         {"RAW DATA END", Image_Fate::Kept},
+                                                         {"d", Image_Fate::Kept}};
+  ASSERT_EQ(Reader.Report().Images.size(), std::size(Expected));
+  for (std::size_t i = 0; i < std::size(Expected); ++i) {
+    EXPECT_EQ(Reader.Report().Images[i].Name, Expected[i].first);
+    EXPECT_EQ(Reader.Report().Images[i].Fate, Expected[i].second) << i;
+  }
+}
+
+TEST(RunReport, AnImageThatIsCalledLikeTheEndOfTheDumpDoesNotEndIt) {
+  host::Run_Log_Reader Reader;
+  for (const char* Message :
+       {"Process : RAW DATA END", "Process : x", "Read x Failed!", "Process : y",
+        "Process : RAW DATA END", "Process : Process : z", "RAW DATA START", "RAW DATA END",
+        "1.000000 2.000000", "y", "1.000000 2.000000", "RAW DATA END", "1.000000 2.000000",
+        "Process : z", "1.000000 2.000000"}) {
+    Reader.Take_Line(std::string("t\t") + Message);
+    EXPECT_LE(Reader.Report().Step, Run_Step::Logging_Corners);
+  }
+  EXPECT_EQ(Reader.Report().Images.size(), 5u);  // none from the dump
+  // The mark itself.
+  for (const char* Message : {"RAW DATA END", "Camera calibration start."}) {
+    Reader.Take_Line(std::string("t\t") + Message);
+  }
+  EXPECT_EQ(Reader.Report().Step, Run_Step::Solving_Lens);
+}
+
 TEST(RunReport, PassesOverLinesThatWereCutShortOrSayNothing) {
   host::Run_Log_Reader Reader;
   for (const char* Line : {"",
