@@ -3,10 +3,12 @@
 
 #include "host/codes.h"
 #include "host/text.h"
+#include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <filesystem>
 #include <sstream>
 
 namespace {
@@ -39,6 +41,20 @@ Calibration_Result Good_Result() {
   Result.Report.Norm_Reprojection = 2.5 / 2160;
   Result.Report.Spread_M = {0.0005, 0.0016, 0.0007};
   Result.Report.Max_Spread_M = 0.0016;
+  return Result;
+}
+
+// A run of this capture that ended in this code.
+Calibration_Result Bad_Result(int Code, const std::filesystem::path& Csv,
+                              const std::filesystem::path& Image_Root) {
+  Calibration_Result Result;
+  Result.Code = Code;
+  Result.Inputs.Csv = Csv;
+  Result.Inputs.Image_Root = Image_Root;
+  Result.Inputs.Board = {11, 8};
+  Result.Inputs.Square_Size = 0.03;
+  Result.Inputs.Board_Euler = {12, -20.25, 8};
+  Result.Inputs.Board_Offset = {-0.17, 0.05, 0.04};
   return Result;
 }
 
@@ -98,14 +114,7 @@ TEST(ResultText, LeavesOutWhatTheRunDidntGetTo) {
 }
 
 TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
-  Calibration_Result Result;
-  Result.Code = 13;
-  Result.Inputs.Csv = "/in/capture.csv";
-  Result.Inputs.Image_Root = "/in";
-  Result.Inputs.Board = {11, 8};
-  Result.Inputs.Square_Size = 0.03;
-  Result.Inputs.Board_Euler = {12, -20.25, 8};
-  Result.Inputs.Board_Offset = {-0.17, 0.05, 0.04};
+  const Calibration_Result Result = Bad_Result(13, "/in/capture.csv", "/in");
   const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
   const host::Code_Advice Advice = host::Advice_For(13);
   ASSERT_GE(Advice.Causes.size(), 2u);
@@ -159,14 +168,7 @@ TEST(ResultText, TheVerdictHasTheColourOfItsCode) {
 }
 
 TEST(ResultText, LeadsToAnInspectionThatAShellRunsOnTheSameImages) {
-  Calibration_Result Result;
-  Result.Code = 4;
-  Result.Inputs.Csv = "/in a/it's.csv";
-  Result.Inputs.Image_Root = "/in a";
-  Result.Inputs.Board = {11, 8};
-  Result.Inputs.Square_Size = 0.03;
-  Result.Inputs.Board_Euler = {12, -20.25, 8};
-  Result.Inputs.Board_Offset = {-0.17, 0.05, 0.04};
+  Calibration_Result Result = Bad_Result(4, "/in a/it's.csv", "/in a");
   const std::string Start =
       "\n    rigsync inspect '/in a/it'\\''s.csv' --board 11x8 --square 0.03 \\\n"
       "      --board-euler 12,-20.25,8 --board-offset -0.17,0.05,0.04";
