@@ -2,6 +2,7 @@
 #include "host/capture_images.h"
 
 #include "host/arguments.h"
+#include "host/plain_path.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
@@ -76,7 +77,7 @@ void Refuse_Climbing_Images(const std::filesystem::path& Csv,
     throw Usage_Error(fmt::format(
         "{}, line {}: image path '{}' would lead its reprojection image to another place than the "
         "output folder's Reproject_ files; expected a path without such '..'",
-        Csv.string(), Image.Line, One_Line(Image.Name)));
+        Plain_Path(Csv).string(), Image.Line, One_Line(Image.Name)));
   }
 }
 

@@ -5,6 +5,7 @@
 #include "host/codes.h"
 #include "host/command.h"
 #include "host/exit_status.h"
+#include "host/plain_path.h"
 #include "host/quiet_output.h"
 #include "host/result_file.h"
 #include "host/run_folder.h"
@@ -143,7 +144,7 @@ void Print_Json(const Engine& To, const Exported& Result, bool Usable, const fs:
       Values[Lower_Case(Group.Names[i])] = Group.Values[i];
     }
   }
-  Root["run_log"] = Run_Log.empty() ? Json(nullptr) : Json(Run_Log.string());
+  Root["run_log"] = Run_Log.empty() ? Json(nullptr) : Json(Plain_Path(Run_Log).string());
   fmt::print("{}\n", Root.dump(2, ' ', false, Json::error_handler_t::replace));
 }
 

@@ -2,6 +2,7 @@
 #include "host/image_paths.h"
 
 #include "host/capture_images.h"
+#include "host/plain_path.h"
 #include "host/text.h"
 
 #include <fmt/format.h>
@@ -51,7 +52,8 @@ std::string Hint(const std::string& Name, const fs::path& Root) {
   const fs::path File_Name = fs::path(Slashed).filename();
   for (const fs::path& Folder : {fs::path(), fs::path("images")}) {
     if (!File_Name.empty() && Is_Image_File(Root / Folder / File_Name)) {
-      return fmt::format(" There is a file of this name in {}.", (Root / Folder / "").string());
+      return fmt::format(" There is a file of this name in {}.",
+                         (Plain_Path(Root) / Folder / "").string());
     }
   }
   return "";
@@ -75,7 +77,7 @@ void Tell_Missing(const Capture_Row& Row, const fs::path& Root, Findings& Told) 
        "There is no file where the image path leads, so the line is dropped.",
        fmt::format("In line {} it is {}.", Row.Line, Quoted(Row.Image)) + Hint(Row.Image, Root),
        fmt::format("Correct the path. Relative paths start at {}; --image-root changes that.",
-                   Root.string()),
+                   Plain_Path(Root).string()),
        {Row.Line}});
 }
 

@@ -2,6 +2,7 @@
 #include "host/inspect_report.h"
 
 #include "host/exit_status.h"
+#include "host/plain_path.h"
 #include "host/terminal.h"
 #include "host/text.h"
 
@@ -227,9 +228,10 @@ std::string Report_Json(const Inspection& Made) {
   Json Report = {{"format", "rigsync-inspection"}, {"format_version", 1}};
   Report["status"] = Status_Name(Made.Told.Gravest());
   Report["version"] = RIGSYNC_VERSION;
-  Report["inputs"] = {{"csv", Inputs.Csv.string()}, {"image_root", Inputs.Image_Root.string()},
-                      {"board", nullptr},           {"square_m", nullptr},
-                      {"board_euler_deg", nullptr}, {"board_offset_m", nullptr}};
+  Report["inputs"] = {
+      {"csv", Inputs.Csv.string()}, {"image_root", Plain_Path(Inputs.Image_Root).string()},
+      {"board", nullptr},           {"square_m", nullptr},
+      {"board_euler_deg", nullptr}, {"board_offset_m", nullptr}};
   if (Inputs.Look_For_Boards) {
     const Board_Estimate& Board = Inputs.Board;
     Report["inputs"]["board"] = {Board.Board.Cols, Board.Board.Rows};

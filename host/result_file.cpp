@@ -2,6 +2,7 @@
 #include "host/result_file.h"
 
 #include "host/codes.h"
+#include "host/plain_path.h"
 #include "host/text.h"
 #include "host/whole_file.h"
 
@@ -46,8 +47,8 @@ Json Lens_Of(const Calibration_Result& Result) {
 
 Json Inputs_Of(const Calibration_Inputs& Inputs) {
   Json Given;
-  Given["csv"] = Inputs.Csv.string();
-  Given["image_root"] = Inputs.Image_Root.string();
+  Given["csv"] = Plain_Path(Inputs.Csv).string();
+  Given["image_root"] = Plain_Path(Inputs.Image_Root).string();
   Given["board"] = {Inputs.Board.Cols, Inputs.Board.Rows};
   Given["square_m"] = Inputs.Square_Size;
   Given["board_euler_deg"] = Inputs.Board_Euler;

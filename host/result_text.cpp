@@ -2,6 +2,7 @@
 #include "host/result_text.h"
 
 #include "host/codes.h"
+#include "host/plain_path.h"
 #include "host/platform.h"
 #include "host/terminal.h"
 #include "host/text.h"
@@ -28,14 +29,16 @@ bool May_Lie_In_The_Capture(int Code) {
 }
 
 std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
+  const std::filesystem::path Csv = Plain_Path(Inputs.Csv);
+  const std::filesystem::path Image_Root = Plain_Path(Inputs.Image_Root);
   std::string Text = Folded("The capture, line by line:", 2);
   Text += fmt::format(
       "    rigsync inspect {} --board {}x{} --square {} \\\n      --board-euler {} --board-offset "
       "{}",
-      Shell_Word(Inputs.Csv.string()), Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size,
+      Shell_Word(Csv.string()), Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size,
       fmt::join(Inputs.Board_Euler, ","), fmt::join(Inputs.Board_Offset, ","));
-  if (Inputs.Image_Root != Inputs.Csv.parent_path()) {
-    Text += Command_Goes_On(6) + "--image-root " + Shell_Word(Inputs.Image_Root.string());
+  if (Image_Root != Csv.parent_path()) {
+    Text += Command_Goes_On(6) + "--image-root " + Shell_Word(Image_Root.string());
   }
   return Text + "\n";
 }

@@ -163,7 +163,12 @@ TEST(Calibrate, WorksFromAnyFolderWithRelativeArguments) {
       fs::relative(Capture_File("capture.csv"), fs::canonical(Scratch.Path() / "deep/down"));
   const Finished Result = Rigsync(Calibrate_Arguments(Csv, "../out"), Scratch.Path() / "deep/down");
   EXPECT_EQ(Result.Status, 0) << Result.Error;
-  EXPECT_EQ(Read_Json(Scratch.Path() / "deep/out/result.json")["code"], 0);
+  const nlohmann::json Written = Read_Json(Scratch.Path() / "deep/out/result.json");
+  EXPECT_EQ(Written["code"], 0);
+  // Told without the dots that were typed.
+  EXPECT_EQ(Written["inputs"]["csv"], fs::canonical(Capture_File("capture.csv")).string());
+  EXPECT_EQ(Written["inputs"]["image_root"],
+            fs::canonical(Capture_File("capture.csv").parent_path()).string());
   EXPECT_TRUE(fs::is_empty(Scratch.Path() / "deep/down"));
 }
 

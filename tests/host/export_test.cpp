@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <filesystem>
 
 namespace {
 
@@ -215,6 +216,15 @@ TEST(Export, ASingularTransformIsWarnedAbout) {
   EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("not finite")));
   EXPECT_TRUE(nlohmann::json::parse(Result.Output)["quaternion"]["x"].is_null());
   EXPECT_EQ(nlohmann::json::parse(Result.Output)["usable"], false);
+}
+
+TEST(Export, TellsItsRunLogWithoutTheDotsThatWereTyped) {
+  const Scratch_Folder Scratch;
+  Scratch.Write("result.json", Result_Text(Reference_Pose));
+  std::filesystem::create_directory(Scratch.Path() / "down");
+  const Finished Result = Export(Scratch.String() + "/down/../result.json", "ue5", {"--json"});
+  EXPECT_THAT(nlohmann::json::parse(Result.Output)["run_log"],
+              testing::StartsWith(Scratch.String() + "/log_"));
 }
 
 TEST(Export, KeepsTheRunLogOffTheTerminal) {

@@ -522,6 +522,13 @@ TEST_F(Inspect, RelativePathsStartAtTheCsvsFolderOrAtImageRoot) {
       Inspect_Json(Inspect_Arguments(Csv, {"--image-root", Capture_File("images").parent_path()}));
   EXPECT_EQ(Made.Found.count("image_missing"), 0u);
   EXPECT_EQ(Made.Json["boards"]["found"], 14);
+  // Told without the dots that were typed.
+  const fs::path Images = Capture_File("images");
+  const Report Dotted = Inspect_Json(
+      Inspect_Arguments(Csv, {"--no-images", "--image-root", Images.string() + "/../images"}));
+  EXPECT_EQ(Dotted.Json["inputs"]["image_root"], Images.string());
+  EXPECT_THAT(Dotted.Text("image_missing", "advice"),
+              HasSubstr("start at " + Images.string() + ";"));
   // From another folder, by a relative path.
   EXPECT_EQ(Rigsync({"inspect", "capture.csv", "--config", "stage.json"},
                     Capture_File("images").parent_path())

@@ -179,6 +179,16 @@ TEST(ResultText, LeadsToAnInspectionThatAShellRunsOnTheSameImages) {
               HasSubstr(Start + " \\\n      --image-root /photos\n"));
 }
 
+TEST(ResultText, OffersPathsWithoutDots) {
+  const Scratch_Folder Scratch;
+  std::filesystem::create_directory(Scratch.Path() / "down");
+  const Calibration_Result Result =
+      Bad_Result(4, Scratch.Path() / "down/../x.csv", Scratch.Path() / "down/..");
+  const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  EXPECT_THAT(Text, AllOf(HasSubstr("rigsync inspect " + Scratch.String() + "/x.csv --board"),
+                          Not(HasSubstr("--image-root"))));
+}
+
 TEST(ResultText, FoldsTheReasonOfAnOutlierThatIsFarOff) {
   Calibration_Result Result = Good_Result();
   Result.Report.Filter_Spread_M = {121.0, 119.0, 56.0};
