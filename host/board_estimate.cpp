@@ -108,6 +108,8 @@ void Tell_Moved(double Off, const Vector3d& First_Corner, Findings& Told) {
 void Judge_Estimate(const Board_Estimate& Estimate, const Agreement& Measured,
                     bool Distance_Is_Told, Findings& Told) {
   if (!Estimate.Euler || !Measured.Rotation_Tr_Chart || !Measured.Is_Good()) return;
+  // In mirrored axes the board's tracker seems turned, and how isn't known.
+  if (Measured.Hand != Mirrored::Nothing) return;
   const Matrix3d Estimated = Rotation_Of(*Estimate.Euler);
   const Matrix3d& Rotation = *Measured.Rotation_Tr_Chart;
   const double Off_Deg = Angle_Deg(Estimated.transpose() * Rotation);

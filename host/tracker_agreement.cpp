@@ -30,6 +30,13 @@ constexpr double Off_Factor = 5.0;
 // measured with a ruler over the whole board is good to half a percent.
 constexpr double Scale_Limit = 0.03;
 
+// A scale below 0 is no chance when it is by this many standard deviations.
+constexpr double Sure_Sign = 5.0;
+
+// Of several mirrors that positions may be read with, one is named when it leaves them less than
+// half as far off as any other does.
+constexpr double Clearly_Better = 0.5;
+
 // Turns of pairs are compared, so a long capture is cut to this many rows.
 constexpr std::size_t Most_Compared = 300;
 constexpr std::size_t Fewest_Compared = 4;
@@ -57,6 +64,29 @@ struct Motion {
 
 // ---- How samples may have been meant ---------------------------------------------------------
 
+// Positions in mirrored axes: element k is element From[k] times Sign[k]. Quaternions in the same
+// mirrored axes change differently, since a mirror reverses the sense of turns too.
+struct Mirror {
+  std::array<Eigen::Index, 3> From;
+  std::array<double, 3> Sign;
+  const char* Of_Positions;
+  const char* Of_Quaternions;
+};
+
+constexpr Mirror No_Mirror = {{0, 1, 2}, {1, 1, 1}, "", ""};
+constexpr Mirror Mirrors[] = {
+    {{0, 1, 2}, {-1, 1, 1}, "negate x", "negate y and z"},
+    {{0, 1, 2}, {1, -1, 1}, "negate y", "negate x and z"},
+    {{0, 1, 2}, {1, 1, -1}, "negate z", "negate x and y"},
+    {{0, 2, 1}, {1, 1, 1}, "exchange y and z", "exchange y and z and negate x, y and z"},
+    {{2, 1, 0}, {1, 1, 1}, "exchange x and z", "exchange x and z and negate x, y and z"},
+    {{1, 0, 2}, {1, 1, 1}, "exchange x and y", "exchange x and y and negate x, y and z"},
+};
+
+Eigen::Vector3d Seen_In(const Mirror& By, const Eigen::Vector3d& Of) {
+  return {By.Sign[0] * Of[By.From[0]], By.Sign[1] * Of[By.From[1]], By.Sign[2] * Of[By.From[2]]};
+}
+
 struct Reading {
   bool W_Is_Last, Is_Attitude, Are_Swapped;
 };
@@ -71,17 +101,18 @@ Eigen::Quaterniond Rotation_Of(const Tracker_Sample& Sample, const Reading& Read
   return Read.Is_Attitude ? Written.conjugate() : Written;
 }
 
-// The board's tracker as the camera's tracker sees it.
+// The board's tracker as the camera's tracker sees it, positions by the mirror.
 Motion Tracker_Motion(const std::vector<Capture_Row>& Rows, const std::vector<std::size_t>& Chosen,
-                      const Reading& Read) {
+                      const Reading& Read, const Mirror& By = No_Mirror) {
   Motion Seen;
   for (const std::size_t Row : Chosen) {
     const Tracker_Sample& Tc = Read.Are_Swapped ? Rows[Row].Board : Rows[Row].Camera;
     const Tracker_Sample& Tr = Read.Are_Swapped ? Rows[Row].Camera : Rows[Row].Board;
     const Eigen::Quaterniond Rotation_Tc_Base = Rotation_Of(Tc, Read);
     Seen.Turns.push_back(Rotation_Tc_Base * Rotation_Of(Tr, Read).conjugate());
-    Seen.Places.push_back(Rotation_Tc_Base * (Eigen::Vector3d(Tr.Position.data()) -
-                                              Eigen::Vector3d(Tc.Position.data())));
+    const Eigen::Vector3d Apart =
+        Eigen::Vector3d(Tr.Position.data()) - Eigen::Vector3d(Tc.Position.data());
+    Seen.Places.push_back(Rotation_Tc_Base * Seen_In(By, Apart));
   }
   return Seen;
 }
@@ -330,9 +361,56 @@ Agreement Measure_Reading(const Motion& Images, const Motion& Trackers) {
   return Measured;
 }
 
-// What would make samples and images fit, in words; empty for nothing.
-std::string Find_Better_Reading(const std::vector<Capture_Row>& Rows, const Motion& Images,
-                                const std::vector<std::size_t>& Chosen) {
+// Whether a fit is good and its scale below 0. With N and M mirrors of the bodies' axes and of
+// Base's, a rotation R is reported as N R M and a position p as M p. Then the board's tracker is at
+// N R M M p = N R p: turned as -N does it, which is a rotation and part of the unknown mount, and
+// reversed. So every such system looks alike, and -1 times a right-handed one.
+bool Is_Reversed(const Agreement& Measured) {
+  return Measured.Is_Good() && Measured.Scale &&
+         *Measured.Scale < -Sure_Sign * Measured.Scale_Deviation;
+}
+
+bool Is_Upright(const Agreement& Measured) {
+  return Measured.Is_Good() && Measured.Scale &&
+         *Measured.Scale > Sure_Sign * Measured.Scale_Deviation;
+}
+
+// What positions that fit badly, or with a scale below 0, are mirrored in. A mirror M of positions
+// alone is undone by reading them with M; a mirror of quaternions alone, where R is reported as
+// M R M, by the same, but for a scale below 0.
+void Find_Mirror(const std::vector<Capture_Row>& Rows, const Motion& Images,
+                 const std::vector<std::size_t>& Chosen, Agreement& Into) {
+  if (!Into.Typical_Position) return;
+  struct Try {
+    const Mirror* By;
+    Agreement Fit;
+  };
+  std::vector<Try> Tries = {{&No_Mirror, Into}};
+  for (const Mirror& By : Mirrors) {
+    Tries.push_back(
+        {&By, Measure_Reading(Images, Tracker_Motion(Rows, Chosen, As_Documented, By))});
+    if (!Tries.back().Fit.Typical_Position) return;  // those that were left out aren't known
+  }
+  std::sort(Tries.begin(), Tries.end(), [](const Try& Left, const Try& Right) {
+    return *Left.Fit.Typical_Position < *Right.Fit.Typical_Position;
+  });
+  const auto& [By, Fit] = Tries[0];
+  const bool Is_Clear =
+      By != &No_Mirror && *Fit.Typical_Position < Clearly_Better * *Tries[1].Fit.Typical_Position;
+  if (Is_Clear && Is_Upright(Fit)) {
+    Into.Hand = Mirrored::Positions;
+    Into.Unmirrored = By->Of_Positions;
+  } else if (Is_Clear && Is_Reversed(Fit)) {
+    Into.Hand = Mirrored::Quaternions;
+    Into.Unmirrored = By->Of_Quaternions;
+  } else if (Is_Reversed(Into)) {
+    Into.Hand = Mirrored::Everything;
+  }
+}
+
+// What would make samples and images fit, if anything.
+void Find_Better_Reading(const std::vector<Capture_Row>& Rows, const Motion& Images,
+                         const std::vector<std::size_t>& Chosen, Agreement& Into) {
   // Plain mistakes come before combined ones.
   constexpr Reading Readings[] = {{false, true, false}, {true, false, false}, {true, true, false},
                                   {false, false, true}, {false, true, true},  {true, false, true},
@@ -340,9 +418,11 @@ std::string Find_Better_Reading(const std::vector<Capture_Row>& Rows, const Moti
   for (const Reading& Read : Readings) {
     const Agreement Measured = Measure_Reading(Images, Tracker_Motion(Rows, Chosen, Read));
     // Without positions two readings may fit alike, and none is to be recommended.
-    if (Measured.Is_Good() && Measured.Typical_Position) return In_Words(Read);
+    if (!Measured.Is_Good() || !Measured.Typical_Position) continue;
+    Into.Better_Reading = In_Words(Read);
+    if (Is_Reversed(Measured)) Into.Hand = Mirrored::Everything;
+    return;
   }
-  return {};
 }
 
 std::string How_Far(const Agreement& Measured) {
@@ -397,15 +477,45 @@ void Tell_Rows_Off(const std::vector<Capture_Row>& Rows, const Agreement& Measur
   }
 }
 
+void Tell_Hand(const Agreement& Measured, Findings& Told) {
+  if (Measured.Hand == Mirrored::Everything) {
+    Told.Add({"left_handed",
+              Level::Error,
+              "The tracking system's axes are left-handed: the trackers moved as the images show, "
+              "but mirrored.",
+              "",
+              "Let the tracking software export right-handed axes (x, y and z as thumb, index and "
+              "middle finger of the right hand). Or write every sample mirrored: negate y of the "
+              "position and x and z of the quaternion.",
+              {}});
+    return;
+  }
+  const bool Is_Of_Positions = Measured.Hand == Mirrored::Positions;
+  Told.Add(
+      {"axis_mirrored",
+       Level::Error,
+       fmt::format("Positions and quaternions of the trackers don't have the same axes: the {} "
+                   "are mirrored. They fit the images if you {} in every {}.",
+                   Is_Of_Positions ? "positions" : "quaternions", Measured.Unmirrored,
+                   Is_Of_Positions ? "position" : "quaternion"),
+       "",
+       "Let the tracking software export positions and quaternions in the same right-handed "
+       "axes, or write the samples so.",
+       {}});
+}
+
 void Tell_Scale(const Agreement& Measured, Findings& Told) {
-  const double Off = std::abs(*Measured.Scale - 1.0);
+  // A reversed scale has been told.
+  const double Scale =
+      Measured.Hand == Mirrored::Everything ? std::abs(*Measured.Scale) : *Measured.Scale;
+  const double Off = std::abs(Scale - 1.0);
   if (!(Off > std::max(Scale_Limit, 5.0 * Measured.Scale_Deviation))) return;
   Told.Add(
       {"scale",
        Level::Warning,
        fmt::format("Board and trackers differ in scale: a metre of the trackers is about {:.3g} "
                    "m by the board.",
-                   *Measured.Scale),
+                   Scale),
        "",
        "Measure --square over the whole board, and check that positions are in metres.",
        {}});
@@ -431,16 +541,23 @@ std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
   if (Chosen.size() < Fewest_Compared) return std::nullopt;
   Agreement Measured = Measure_Reading(Images, Tracker_Motion(Rows, Chosen, As_Documented));
   Measured.Rows = Chosen;
-  if (!Measured.Is_Good()) Measured.Better_Reading = Find_Better_Reading(Rows, Images, Chosen);
+  if (!Measured.Is_Good()) Find_Better_Reading(Rows, Images, Chosen, Measured);
+  if (Measured.Better_Reading.empty() && (!Measured.Is_Good() || Is_Reversed(Measured))) {
+    Find_Mirror(Rows, Images, Chosen, Measured);
+  }
   return Measured;
 }
 
 void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
                      bool Scale_Is_Told, Findings& Told) {
-  if (!Measured.Is_Good()) {
-    Tell_All_Off(Measured, Told);
+  const Mirrored Hand = Scale_Is_Told ? Measured.Hand : Mirrored::Nothing;
+  if (Hand == Mirrored::Positions || Hand == Mirrored::Quaternions) {
+    Tell_Hand(Measured, Told);
     return;
   }
+  if (!Measured.Is_Good()) Tell_All_Off(Measured, Told);
+  if (Hand == Mirrored::Everything) Tell_Hand(Measured, Told);
+  if (!Measured.Is_Good()) return;
   Tell_Rows_Off(Rows, Measured, Told);
   if (Measured.Scale && Scale_Is_Told) Tell_Scale(Measured, Told);
 }

@@ -23,6 +23,16 @@
 
 namespace host {
 
+// Axes of the wrong hand in the samples. One mirror of everything shows as a scale below 0,
+// whichever axis it reverses; positions and quaternions that are mirrored against each other fit no
+// scale.
+enum class Mirrored {
+  Nothing,
+  Everything,   // positions and quaternions alike
+  Positions,    // against quaternions
+  Quaternions,  // against positions
+};
+
 struct Agreement {
   std::vector<std::size_t> Rows;  // indices of the rows that were compared
   // How far each of them is off, and how far half of them are at most: turns by their angles,
@@ -40,6 +50,8 @@ struct Agreement {
   std::optional<Eigen::Matrix3d> Rotation_Tr_Chart;
   std::optional<Eigen::Vector3d> Middle_Tr;
   std::string Better_Reading;  // how the samples would fit, when they don't as they stand
+  Mirrored Hand = Mirrored::Nothing;
+  std::string Unmirrored;  // what to do to positions or quaternions that are mirrored on their own
 
   bool Is_Good() const;
 };
@@ -48,8 +60,9 @@ struct Agreement {
 std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
                                            const std::vector<Board_Pose>& Poses);
 
-// Tells of samples that don't fit their image, by line, or of all that don't fit; and of a scale
-// that isn't 1. Scale_Is_Told is false when boards were held so that their distance isn't.
+// Tells of samples that don't fit their image, by line, or of all that don't fit; of axes of the
+// wrong hand; and of a scale that isn't 1. Scale_Is_Told is false when boards were held so that
+// their distance isn't: neither hand nor scale is judged then.
 void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
                      bool Scale_Is_Told, Findings& Told);
 

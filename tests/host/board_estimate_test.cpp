@@ -59,6 +59,16 @@ TEST(BoardEstimate, IsNotTalkedAboutWhenItIsRight) {
   }
 }
 
+TEST(BoardEstimate, IsNotJudgedInAxesOfTheWrongHand) {
+  Agreement Measured = Measured_With(30.0, Corner);
+  EXPECT_EQ(Told_Of(Estimated(0.0), Measured).size(), 1u);
+  for (const host::Mirrored Hand :
+       {host::Mirrored::Everything, host::Mirrored::Positions, host::Mirrored::Quaternions}) {
+    Measured.Hand = Hand;
+    EXPECT_TRUE(Told_Of(Estimated(0.0), Measured).empty());
+  }
+}
+
 TEST(BoardEstimate, AnglesAreJudgedAtHalfADegreeAndFailAtTwo) {
   EXPECT_TRUE(Told_Of(Estimated(8.49), Measured_With(8.0, Corner)).empty());
   const auto Off = Told_Of(Estimated(8.51), Measured_With(8.0, Corner));

@@ -379,6 +379,23 @@ TEST_F(Inspect, ErrorsMakeTheCaptureUnusable) {
   EXPECT_THAT(News(Attitudes), ElementsAre(Key("trackers_disagree")));
   EXPECT_THAT(Attitudes.Text("trackers_disagree", "what"), HasSubstr("negate x, y and z"));
 
+  // Of a left-handed tracking system.
+  const Report Mirrored = Made([](std::size_t, Fields& Row) {
+    for (const std::size_t k : {3u, 6u, 8u, 10u, 13u, 15u}) {
+      Row[k] = std::to_string(-std::stod(Row[k]));
+    }
+  });
+  EXPECT_EQ(Mirrored.Status, 2);
+  EXPECT_THAT(News(Mirrored), ElementsAre(Key("left_handed")));
+  EXPECT_THAT(Mirrored.Text("left_handed", "advice"), HasSubstr("right-handed"));
+  EXPECT_NEAR(Mirrored.Json["agreement"]["scale"], -1.0, 0.02);
+  const Report Positions = Made([](std::size_t, Fields& Row) {
+    for (const std::size_t k : {3u, 10u}) Row[k] = std::to_string(-std::stod(Row[k]));
+  });
+  EXPECT_EQ(Positions.Status, 2);
+  EXPECT_THAT(News(Positions), ElementsAre(Key("axis_mirrored")));
+  EXPECT_THAT(Positions.Text("axis_mirrored", "what"), HasSubstr("negate y in every position"));
+
   fs::create_directory(Folder.Path() / "up");
   fs::copy_file(Capture_File("images") / "0001.png", Folder.Path() / "0001.png");
   const Report Climbing = Made([](std::size_t Index, Fields& Row) {

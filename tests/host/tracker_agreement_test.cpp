@@ -230,6 +230,211 @@ TEST(TrackerAgreement, AScaleIsToldFromThreePercentOn) {
   EXPECT_EQ(Scaled(1000.0), "scale");
 }
 
+// ---- Axes of the wrong hand ------------------------------------------------------------------
+
+struct Mirror {
+  Eigen::Matrix3d Axes;
+  std::string Of_Positions, Of_Quaternions;  // what undoes it
+};
+
+std::vector<Mirror> Mirrors() {
+  const auto Signs = [](double X, double Y, double Z) {
+    return Eigen::Matrix3d(Eigen::Vector3d(X, Y, Z).asDiagonal());
+  };
+  Eigen::Matrix3d Y_And_Z, X_And_Z, X_And_Y;
+  Y_And_Z << 1, 0, 0, 0, 0, 1, 0, 1, 0;
+  X_And_Z << 0, 0, 1, 0, 1, 0, 1, 0, 0;
+  X_And_Y << 0, 1, 0, 1, 0, 0, 0, 0, 1;
+  return {{Signs(-1, 1, 1), "negate x", "negate y and z"},
+          {Signs(1, -1, 1), "negate y", "negate x and z"},
+          {Signs(1, 1, -1), "negate z", "negate x and y"},
+          {Y_And_Z, "exchange y and z", "exchange y and z and negate x, y and z"},
+          {X_And_Z, "exchange x and z", "exchange x and z and negate x, y and z"},
+          {X_And_Y, "exchange x and y", "exchange x and y and negate x, y and z"}};
+}
+
+void Mirror_Position(Tracker_Sample& Sample, const Eigen::Matrix3d& Axes) {
+  const Eigen::Vector3d Position = Axes * Eigen::Vector3d(Sample.Position.data());
+  for (std::size_t k = 0; k < 3; ++k) Sample.Position[k] = Position[static_cast<Eigen::Index>(k)];
+}
+
+// By the rotation's matrix, whatever that does to the four numbers.
+void Mirror_Quaternion(Tracker_Sample& Sample, const Eigen::Matrix3d& Of_Body,
+                       const Eigen::Matrix3d& Of_Base) {
+  const std::array<double, 4>& Q = Sample.Quaternion;
+  const Eigen::Quaterniond Written(Q[0], Q[1], Q[2], Q[3]);
+  const Eigen::Quaterniond Made(
+      Eigen::Matrix3d(Of_Body * Written.normalized().toRotationMatrix() * Of_Base.transpose()));
+  Sample.Quaternion = {Made.w(), Made.x(), Made.y(), Made.z()};
+}
+
+// The same capture by a tracking system that rides on the camera: only the board's tracker moves.
+void Ride_On_The_Camera(Compared& Of) {
+  for (Capture_Row& Row : Of.Rows) {
+    const auto Rotation = [](const Tracker_Sample& Sample) {
+      const std::array<double, 4>& Q = Sample.Quaternion;
+      return Eigen::Quaterniond(Q[0], Q[1], Q[2], Q[3]).normalized();
+    };
+    const Eigen::Quaterniond Rotation_Tc_Base = Rotation(Row.Camera);
+    const Eigen::Vector3d Place = Rotation_Tc_Base * (Eigen::Vector3d(Row.Board.Position.data()) -
+                                                      Eigen::Vector3d(Row.Camera.Position.data()));
+    const Eigen::Quaterniond Turn = Rotation(Row.Board) * Rotation_Tc_Base.conjugate();
+    Row.Camera = {{0, 0, 0}, {1, 0, 0, 0}};
+    Row.Board = {{Place.x(), Place.y(), Place.z()}, {Turn.w(), Turn.x(), Turn.y(), Turn.z()}};
+  }
+}
+
+// Without noise and with noise, and with the worst that a stage's trackers have; from a tracking
+// system that stands, and from one on the camera.
+std::vector<Compared> Captures() {
+  std::vector<Compared> Made;
+  for (unsigned Seed = 1; Seed <= 4; ++Seed) {
+    for (const double Noise : {0.0, 1.0, 10.0}) {
+      simulate::Options Options;
+      Options.Seed = Seed;
+      Options.Position_Noise_Mm = 0.3 * Noise;
+      Options.Rotation_Noise_Deg = 0.05 * Noise;
+      Made.push_back(Planned(Options));
+      Made.push_back(Planned(Options));
+      Ride_On_The_Camera(Made.back());
+    }
+  }
+  return Made;
+}
+
+std::string Ids(const Findings& Told) {
+  std::string Text;
+  for (const host::Finding& One : Told.Sorted()) Text += (Text.empty() ? "" : " ") + One.Id;
+  return Text;
+}
+
+TEST(TrackerAgreement, AMirroredTrackingSystemIsToldWhicheverAxesAreMirrored) {
+  const Eigen::Matrix3d All_Reversed = -Eigen::Matrix3d::Identity();
+  std::vector<Eigen::Matrix3d> Axes = {All_Reversed};
+  for (const Mirror& By : Mirrors()) Axes.push_back(By.Axes);
+  for (const Compared& Good : Captures()) {
+    for (const Eigen::Matrix3d& Base : Axes) {
+      SCOPED_TRACE(Base);
+      Compared Made = Good;
+      // The bodies' axes may be mirrored in another way than Base's.
+      for (const Eigen::Matrix3d& Body : {Base, All_Reversed}) {
+        Made = Good;
+        For_Samples(Made, [&](Tracker_Sample& Sample) {
+          Mirror_Position(Sample, Base);
+          Mirror_Quaternion(Sample, Body, Base);
+        });
+        const Findings Told = Made.Judge();
+        EXPECT_EQ(Ids(Told), "left_handed");
+        EXPECT_EQ(Told.Gravest(), Level::Error);
+      }
+    }
+  }
+}
+
+TEST(TrackerAgreement, WhatIsAdvisedAgainstMirroredAxesMakesThemRight) {
+  for (const Mirror& By : Mirrors()) {
+    Compared Made = Planned();
+    For_Samples(Made, [&](Tracker_Sample& Sample) {
+      Mirror_Position(Sample, By.Axes);
+      Mirror_Quaternion(Sample, By.Axes, By.Axes);
+    });
+    const Findings Told = Made.Judge();
+    ASSERT_EQ(Ids(Told), "left_handed");
+    EXPECT_THAT(Told.Sorted()[0].Advice,
+                HasSubstr("negate y of the position and x and z of the quaternion"));
+    For_Samples(Made, [](Tracker_Sample& Sample) {
+      Sample.Position[1] *= -1;
+      Sample.Quaternion[1] *= -1;
+      Sample.Quaternion[3] *= -1;
+    });
+    EXPECT_EQ(Ids(Made.Judge()), "");
+  }
+}
+
+TEST(TrackerAgreement, PositionsThatAreMirroredOnTheirOwnAreToldWithTheirAxis) {
+  for (const Compared& Good : Captures()) {
+    for (const Mirror& By : Mirrors()) {
+      Compared Made = Good;
+      For_Samples(Made, [&](Tracker_Sample& Sample) { Mirror_Position(Sample, By.Axes); });
+      const Findings Told = Made.Judge();
+      ASSERT_EQ(Ids(Told), "axis_mirrored") << By.Of_Positions;
+      EXPECT_EQ(Told.Gravest(), Level::Error);
+      EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("They fit the images if you " + By.Of_Positions +
+                                                   " in every position."));
+    }
+  }
+}
+
+TEST(TrackerAgreement, QuaternionsThatAreMirroredOnTheirOwnAreToldWithTheirAxis) {
+  for (const Compared& Good : Captures()) {
+    for (const Mirror& By : Mirrors()) {
+      Compared Made = Good;
+      For_Samples(Made,
+                  [&](Tracker_Sample& Sample) { Mirror_Quaternion(Sample, By.Axes, By.Axes); });
+      const Findings Told = Made.Judge();
+      ASSERT_EQ(Ids(Told), "axis_mirrored") << By.Of_Quaternions;
+      EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("They fit the images if you " +
+                                                   By.Of_Quaternions + " in every quaternion."));
+    }
+  }
+}
+
+TEST(TrackerAgreement, AttitudesOfAMirroredSystemAreToldAsBoth) {
+  Compared Made = Planned();
+  For_Samples(Made, [](Tracker_Sample& Sample) {
+    Sample.Position[2] *= -1;
+    Sample.Quaternion[3] *= -1;  // and x and y for the mirror, all three for the attitude
+  });
+  const Findings Told = Made.Judge();
+  EXPECT_EQ(Ids(Told), "trackers_disagree left_handed");
+  EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("quaternions as the trackers' attitudes"));
+}
+
+TEST(TrackerAgreement, OfAMirroredSystemRowsAndScaleAreToldToo) {
+  Compared Made = Planned({});  // without noise
+  Made.Rows[3].Camera.Position[0] += 0.08;
+  For_Samples(Made, [](Tracker_Sample& Sample) {
+    for (double& Value : Sample.Position) Value *= -1.1;
+  });
+  const Findings Told = Made.Judge();
+  EXPECT_EQ(Ids(Told), "sample_disagrees left_handed scale");
+  EXPECT_THAT(Told.Sorted()[0].Lines, ElementsAre(5));
+  EXPECT_THAT(Told.Sorted()[2].What, HasSubstr("about 0.909 m by the board"));
+}
+
+TEST(TrackerAgreement, WithoutTiltedBoardsTheHandIsNotJudged) {
+  Compared Made = Planned();
+  For_Samples(Made, [](Tracker_Sample& Sample) { Sample.Position[0] *= -1; });
+  Findings Told;
+  host::Judge_Agreement(Made.Rows, Made.Measure(), false, Told);
+  EXPECT_EQ(Ids(Told), "trackers_disagree");
+}
+
+TEST(TrackerAgreement, ACaptureThatIsNotMirroredNeverGetsThatTold) {
+  for (const auto Spread :
+       {simulate::Spread::Good, simulate::Spread::Frontal, simulate::Spread::Centred,
+        simulate::Spread::One_Axis, simulate::Spread::Same_Pose}) {
+    for (unsigned Seed = 1; Seed <= 8; ++Seed) {
+      for (const double Noise : {0.0, 1.0, 10.0, 40.0}) {
+        simulate::Options Options;
+        Options.Pose_Spread = Spread;
+        Options.Seed = Seed;
+        Options.Position_Noise_Mm = 0.3 * Noise;
+        Options.Rotation_Noise_Deg = 0.05 * Noise;
+        Options.Stale_Count = Options.Jump_Count = static_cast<int>(Seed % 4);
+        SCOPED_TRACE(testing::Message() << static_cast<int>(Spread) << " " << Seed << " " << Noise);
+        Compared Made = Planned(Options);
+        EXPECT_EQ(Made.Measure().Hand, host::Mirrored::Nothing);
+        Ride_On_The_Camera(Made);
+        EXPECT_EQ(Made.Measure().Hand, host::Mirrored::Nothing);
+        // Nor do samples that are wrong in another way.
+        std::rotate(Made.Rows.begin(), Made.Rows.begin() + 1, Made.Rows.end());
+        EXPECT_EQ(Made.Measure().Hand, host::Mirrored::Nothing);
+      }
+    }
+  }
+}
+
 TEST(TrackerAgreement, WithoutTiltedBoardsTheScaleIsNotJudged) {
   Compared Made = Planned();
   For_Samples(Made, [](Tracker_Sample& Sample) {
