@@ -109,6 +109,14 @@ if(NOT Log MATCHES "Error code 1 : The raw data csv file path is wrong")
   message(FATAL_ERROR "the consumer logged\n${Log}")
 endif()
 
+# The example is to be copied from: it stays short.
+file(READ ${SOURCE}/../../examples/minimal_host.cpp Example)
+string(REGEX MATCHALL "\n" Line_Ends "${Example}")
+list(LENGTH Line_Ends Lines)
+if(NOT Lines LESS 80)
+  message(FATAL_ERROR "examples/minimal_host.cpp has ${Lines} lines")
+endif()
+
 # The example, on a capture that the installed command simulates.
 execute_process(COMMAND ${Prefix}/bin/rigsync simulate ${SCRATCH}/capture --images 13
                         --size 800x600
@@ -127,6 +135,12 @@ Expect_Engines(${SCRATCH}/build/minimal_host)
 
 find_program(Pkg_Config pkg-config REQUIRED)
 set(ENV{PKG_CONFIG_PATH} ${Prefix}/${LIBDIR}/pkgconfig)
+execute_process(COMMAND ${Pkg_Config} --modversion rigsync_core
+                OUTPUT_VARIABLE Told OUTPUT_STRIP_TRAILING_WHITESPACE
+                COMMAND_ERROR_IS_FATAL ANY)
+if(NOT Told STREQUAL VERSION)
+  message(FATAL_ERROR "pkg-config tells version ${Told} and not ${VERSION}")
+endif()
 execute_process(COMMAND ${Pkg_Config} --cflags --libs rigsync_core
                 OUTPUT_VARIABLE Words OUTPUT_STRIP_TRAILING_WHITESPACE
                 COMMAND_ERROR_IS_FATAL ANY)
