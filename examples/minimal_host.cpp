@@ -45,7 +45,10 @@ void Export(const std::vector<double>& Transform_Cam_Tc, const std::vector<doubl
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) return 2;
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: %s CAPTURE.csv OUTPUT_FOLDER\n", argv[0]);
+    return 2;
+  }
   try {
     std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc;
     const int Code =

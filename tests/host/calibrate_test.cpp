@@ -444,4 +444,10 @@ TEST(Calibrate, TheExampleHostSolvesAndExportsToo) {
   }
 }
 
+TEST(Calibrate, TheExampleHostTellsWhatItTakes) {
+  const Finished Alone = Run_Program(RIGSYNC_MINIMAL_HOST, {});
+  EXPECT_EQ(Alone.Status, 2);
+  EXPECT_EQ(Alone.Error, "usage: " RIGSYNC_MINIMAL_HOST " CAPTURE.csv OUTPUT_FOLDER\n");
+}
+
 }  // namespace
