@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/board_drawing.h"
 
+#include "host/text.h"
+
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
 #include <fmt/format.h>
 #include <fontconfig/fontconfig.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <memory>
 #include <stdexcept>
@@ -77,13 +78,6 @@ Board_Page Page_By(const Way& Chosen, const Board_Size& Board, double Square, co
 // The largest square of which Count, and the least margin on both sides, take up to Length.
 double Largest_In(double Length, int Count) {
   return std::min((Length - 2.0 * Printer_Edge) / Count, Length / (Count + 2.0 / 3.0));
-}
-
-std::string Lower_Case(std::string Text) {
-  for (char& Letter : Text) {
-    Letter = static_cast<char>(std::tolower(static_cast<unsigned char>(Letter)));
-  }
-  return Text;
 }
 
 bool Is_American(const Paper& On) {

@@ -10,6 +10,7 @@
 #include "host/result_file.h"
 #include "host/run_folder.h"
 #include "host/run_log_file.h"
+#include "host/text.h"
 #include "rigsync_core.h"
 
 #include <fmt/format.h>
@@ -122,11 +123,6 @@ const Engine& Engine_Named(const std::string& Name) {
     Expected += (Expected.empty() ? "" : ", ") + Known.Name;
   }
   Refuse("--to", Name, "one of " + Expected);
-}
-
-std::string Lower_Case(std::string Text) {
-  for (char& Letter : Text) Letter = static_cast<char>(std::tolower(Letter));
-  return Text;
 }
 
 // Numbers with as many digits as it takes to read the same double back; null where one isn't

@@ -9,7 +9,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <fstream>
 #include <map>
@@ -62,10 +61,7 @@ std::string Bytes_Of(const std::filesystem::path& File) {
 // The name's ending says which it is. Any other name is JSON when it opens with a brace, which
 // TOML can't.
 bool Is_Toml(const std::filesystem::path& File, std::string_view Text) {
-  std::string Ending = File.extension().string();
-  for (char& Letter : Ending) {
-    Letter = static_cast<char>(std::tolower(static_cast<unsigned char>(Letter)));
-  }
+  const std::string Ending = Lower_Case(File.extension().string());
   if (Ending == ".toml" || Ending == ".json") return Ending == ".toml";
   constexpr std::string_view Byte_Order_Mark = "\xef\xbb\xbf";
   if (Text.substr(0, Byte_Order_Mark.size()) == Byte_Order_Mark) {

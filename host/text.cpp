@@ -47,4 +47,11 @@ std::string One_Line(std::string_view Text) {
   return Result;
 }
 
+std::string Lower_Case(std::string Text) {
+  for (char& Letter : Text) {
+    if (Letter >= 'A' && Letter <= 'Z') Letter = static_cast<char>(Letter - 'A' + 'a');
+  }
+  return Text;
+}
+
 }  // namespace host

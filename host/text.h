@@ -23,6 +23,9 @@ std::string Folded(std::string_view Text, std::size_t Indent, std::size_t Width 
 // ends. What a library throws may span lines; a sentence on standard error does not.
 std::string One_Line(std::string_view Text);
 
+// Text with the letters A to Z as a to z, whatever the locale.
+std::string Lower_Case(std::string Text);
+
 }  // namespace host
 
 #endif  // RIGSYNC_HOST_TEXT_H

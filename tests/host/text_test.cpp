@@ -25,6 +25,12 @@ TEST(Text, OneLineHasNoControlCharactersAndNoBlanksAtItsEnds) {
   EXPECT_EQ(host::One_Line("\n\n"), "");
 }
 
+TEST(Text, LowerCaseChangesTheLettersFromAToZAndNoOther) {
+  EXPECT_EQ(host::Lower_Case("AZ.PNG_@[`{ 0aZ"), "az.png_@[`{ 0az");
+  EXPECT_EQ(host::Lower_Case("\xc3\x84\xff"), "\xc3\x84\xff");
+  EXPECT_EQ(host::Lower_Case(""), "");
+}
+
 // Rotation about z by these degrees, with the translation (x, y, z).
 std::vector<double> Turned_About_Z(double Degrees, double x, double y, double z) {
   const double Angle = Degrees * 3.14159265358979323846 / 180.0;
