@@ -9,6 +9,7 @@
 #include "host/transform_text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
@@ -31,12 +32,12 @@ bool May_Lie_In_The_Capture(int Code) {
 std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
   const std::filesystem::path Csv = Plain_Path(Inputs.Csv);
   const std::filesystem::path Image_Root = Plain_Path(Inputs.Image_Root);
-  std::string Text = Folded("The capture, line by line:", 2);
-  Text += fmt::format(
-      "    rigsync inspect {} --board {}x{} --square {} \\\n      --board-euler {} --board-offset "
-      "{}",
-      Shell_Word(Csv.string()), Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size,
-      fmt::join(Inputs.Board_Euler, ","), fmt::join(Inputs.Board_Offset, ","));
+  std::string Text = Folded("Look for the cause in the capture, line by line, with", 2);
+  Text += fmt::format("    rigsync inspect {} --board {}x{} --square {}", Shell_Word(Csv.string()),
+                      Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size);
+  Text += Command_Goes_On(6) + fmt::format("--board-euler {} --board-offset {}",
+                                           fmt::join(Inputs.Board_Euler, ","),
+                                           fmt::join(Inputs.Board_Offset, ","));
   if (Image_Root != Csv.parent_path()) {
     Text += Command_Goes_On(6) + "--image-root " + Shell_Word(Image_Root.string());
   }
@@ -82,7 +83,7 @@ std::string Fit_Text(const Run_Report& Report, bool Colour) {
     const auto& Spread = *Report.Spread_M;
     Text += fmt::format("  spread of the mount         {:>8.2f} mm   good up to 10, usable to 15\n",
                         *Report.Max_Spread_M * 1000.0);
-    Text += fmt::format("    on x, y and z             {:>8.2f}{:>8.2f}{:>8.2f} mm\n",
+    Text += fmt::format("    on x, y and z             {:>8.2f} {:>7.2f} {:>7.2f} mm\n",
                         Spread[0] * 1000.0, Spread[1] * 1000.0, Spread[2] * 1000.0);
   }
   if (Report.Lens_Rms_Px) {

@@ -123,7 +123,8 @@ TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
   std::vector<std::string> Parts = {"Code 13. " + Advice.Meaning, Advice.On_Stage,
                                     "Likely causes, the most likely first"};
   for (const std::string& Cause : Advice.Causes) Parts.push_back("- " + Cause);
-  Parts.insert(Parts.end(), {"Next step", Advice.Next_Step, "The capture, line by line:",
+  Parts.insert(Parts.end(), {"Next step", Advice.Next_Step,
+                             "Look for the cause in the capture, line by line, with",
                              "rigsync inspect /in/capture.csv --board 11x8 --square 0.03 \\ "
                              "--board-euler 12,-20.25,8 --board-offset -0.17,0.05,0.04"});
   const std::string One_Line = host::One_Line(Text);
@@ -132,6 +133,16 @@ TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
     ASSERT_NE(Found, std::string::npos) << Part;
     At = Found + Part.size();
   }
+}
+
+// As millimetres in the place of metres make them.
+TEST(ResultText, KeepsHugeNumbersApart) {
+  Calibration_Result Result = Good_Result();
+  Result.Report.Spread_M = {169.17863, 72.78732, 200.31856};
+  Result.Transform_Cam_Tc[3] = -1180.74890;
+  const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  EXPECT_THAT(Text, HasSubstr(" 169178.63 72787.32 200318.56 mm\n"));
+  EXPECT_THAT(Text, HasSubstr(" -1180.74890\n"));
 }
 
 TEST(ResultText, SumsUpWhatWouldFloodATerminal) {
