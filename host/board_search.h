@@ -22,7 +22,7 @@
 namespace host {
 
 enum class Image_State {
-  Not_An_Image,  // a blank line, or a header in disguise
+  Not_An_Image,  // as Is_Image of the row tells
   Missing,       // no file
   Unreadable,    // a file, but no image that OpenCV reads
   No_Board,

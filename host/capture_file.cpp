@@ -65,6 +65,11 @@ Number Read_Number(const std::string& Field) {
   return Read;
 }
 
+bool Begins_With_A_Quote(const std::string& Field) {
+  const std::size_t First = Field.find_first_not_of(" \t");
+  return First != std::string::npos && (Field[First] == '"' || Field[First] == '\'');
+}
+
 std::string Field_Example(std::size_t Line, std::size_t Index, const std::string& Field) {
   return fmt::format("In line {}, field {} ({}) is {}.", Line, Index, Field_Names[Index],
                      Quoted(Field));
@@ -118,7 +123,7 @@ void Check_Carriage_Returns(std::size_t Line, std::string_view Text, Findings& T
               "The line ends with a carriage return, as Windows writes it. It does no harm behind "
               "the last field.",
               "",
-              "Nothing needs to be done.",
+              "Nothing.",
               {Line}});
     return;
   }
@@ -136,29 +141,21 @@ bool Has_Decimal_Commas(std::size_t Count) {
   return Count >= Field_Count + 14;
 }
 
-std::string Separator_Hint(const std::string& Text, std::size_t Count) {
-  const auto Times = [&](char Letter) {
-    return static_cast<std::size_t>(std::count(Text.begin(), Text.end(), Letter));
-  };
-  constexpr std::size_t Separators = Field_Count - 1;
-  if (Count < Field_Count && Times(';') >= Separators) {
-    return " Its fields seem to be divided by semicolons; expected commas.";
-  }
-  if (Count < Field_Count && Times('\t') >= Separators) {
-    return " Its fields seem to be divided by tabs; expected commas.";
-  }
-  if (Has_Decimal_Commas(Count)) {
-    return " It may have decimal commas; expected decimal points.";
-  }
-  return "";
+// What stands between the fields where commas belong, or nothing. A path that holds so many
+// semicolons leaves a line that reads like an image's.
+const char* Other_Separator(const std::string& Text, const std::vector<std::string>& Fields) {
+  constexpr auto Separators = static_cast<std::ptrdiff_t>(Field_Count - 1);
+  if (Looks_Like_Data(Fields)) return nullptr;
+  if (std::count(Text.begin(), Text.end(), ';') >= Separators) return "semicolons";
+  if (std::count(Text.begin(), Text.end(), '\t') >= Separators) return "tabs";
+  return nullptr;
 }
 
-void Check_Field_Count(std::size_t Line, const std::string& Text,
-                       const std::vector<std::string>& Fields, Findings& Told) {
+void Check_Field_Count(std::size_t Line, const std::vector<std::string>& Fields, Findings& Told) {
   const std::size_t Count = Fields.size();
   const std::string Example =
       fmt::format("Line {} has {} field{}.", Line, Count, Count == 1 ? "" : "s") +
-      Separator_Hint(Text, Count);
+      (Has_Decimal_Commas(Count) ? " It may have decimal commas; expected decimal points." : "");
   if (Count < Field_Count) {
     Told.Add(
         {"too_few_fields",
@@ -176,7 +173,7 @@ void Check_Field_Count(std::size_t Line, const std::string& Text,
                 Level::Note,
                 "Commas follow the 16th field with nothing behind them. They are ignored.",
                 "",
-                "Nothing needs to be done.",
+                "Nothing.",
                 {Line}});
     } else {
       Told.Add(
@@ -200,7 +197,7 @@ bool Check_Numbers(const std::vector<std::string>& Fields, Capture_Row& Row, Fin
               "Field 0 is not a number. It is logged as 0 or as the number at its front, and used "
               "for nothing.",
               Field_Example(Row.Line, 0, Fields[0]),
-              "Nothing needs to be done.",
+              "Nothing.",
               {Row.Line}});
   }
   std::array<double, Field_Count> Values{};
@@ -216,7 +213,8 @@ bool Check_Numbers(const std::vector<std::string>& Fields, Capture_Row& Row, Fin
                 Level::Warning,
                 "A field is not a number: it counts as 0, or as the number at its front.",
                 Field_Example(Row.Line, i, Field),
-                "Correct the line or take it out.",
+                Begins_With_A_Quote(Field) ? "Write fields without quotes."
+                                           : "Correct the line or take it out.",
                 {Row.Line}});
     } else if (!std::isfinite(Read.Value)) {
       Told.Add({"not_finite",
@@ -275,7 +273,20 @@ Capture_Row Read_Row(std::size_t Line, const std::string& Text, Findings& Told) 
     Row.Is_Image = false;
     return Row;
   }
-  Check_Field_Count(Line, Text, Fields, Told);
+  if (const char* const Separator = Other_Separator(Text, Fields); Separator != nullptr) {
+    const bool Has_Commas = Text.find(',') != std::string::npos;
+    Told.Add({"other_separator",
+              Level::Warning,
+              "The fields of a line aren't divided by commas. Only commas divide them, so the line "
+              "counts as an image that doesn't exist.",
+              fmt::format("Line {} has {}{}.", Line, Separator,
+                          Has_Commas ? ", and commas that may be decimal ones" : ""),
+              "Write the file with commas between fields and with decimal points.",
+              {Line}});
+    Row.Is_Image = false;
+    return Row;
+  }
+  Check_Field_Count(Line, Fields, Told);
   const bool Has_Numbers = Check_Numbers(Fields, Row, Told);
   Row.Is_Sound = Has_Numbers && Fields.size() >= Field_Count && !Has_Decimal_Commas(Fields.size());
   return Row;

@@ -33,7 +33,8 @@ struct Capture_Row {
   std::string Image;     // the path as it stands there
   Tracker_Sample Camera, Board;
   bool Is_Sound = false;  // all fields are there, and those of the samples are usable numbers
-  bool Is_Image = true;   // false for what was told to be a blank line or a header in disguise
+  bool Is_Image = true;   // false for what was told to be a blank line, a header in disguise, or a
+                          // line that no comma divides
 };
 
 struct Capture_File {

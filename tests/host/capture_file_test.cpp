@@ -98,17 +98,47 @@ TEST(CaptureFile, TooManyFieldsAreToldButATrailingCommaIsOnlyANote) {
   EXPECT_TRUE(Result.File.Rows[0].Is_Sound);
 }
 
-TEST(CaptureFile, OtherSeparatorsAndDecimalCommasAreRecognised) {
-  std::string Semicolons = Good_Line, Tabs = Good_Line;
+TEST(CaptureFile, OtherSeparatorsAreToldOnceAndTheLineIsNoImage) {
+  std::string Semicolons = Good_Line, Tabs = Good_Line, Decimal = "0;a.png";
   std::replace(Semicolons.begin(), Semicolons.end(), ',', ';');
   std::replace(Tabs.begin(), Tabs.end(), ',', '\t');
-  EXPECT_THAT(Read(Semicolons).Get("too_few_fields").Example, HasSubstr("semicolons"));
-  EXPECT_THAT(Read(Tabs).Get("too_few_fields").Example, HasSubstr("tabs"));
+  for (int i = 0; i < 14; ++i) Decimal += ";0,5";
+  const std::pair<std::string, std::string> Cases[] = {
+      {Semicolons, "Line 1 has semicolons."},
+      {Tabs, "Line 1 has tabs."},
+      {Decimal + "\n", "Line 1 has semicolons, and commas that may be decimal ones."}};
+  for (const auto& [Line, Example] : Cases) {
+    const Read_Result Result = Read(Line + Good_Line);
+    EXPECT_THAT(Result.Lines_By_Id(), ElementsAre(Pair("other_separator", Lines{1})));
+    EXPECT_EQ(Result.Get("other_separator").Severity, Level::Warning);
+    EXPECT_EQ(Result.Get("other_separator").Example, Example);
+    EXPECT_FALSE(Result.File.Rows[0].Is_Image);
+    EXPECT_FALSE(Result.File.Rows[0].Is_Sound);
+    EXPECT_TRUE(Result.File.Rows[1].Is_Image);
+  }
+}
+
+TEST(CaptureFile, AnImagePathMayHoldAsManySemicolonsAsThereAreCommas) {
+  const std::string Path(15, ';');
+  const Read_Result Result = Read("0," + Path + Good_Line.substr(Good_Line.find(",1,")));
+  EXPECT_THAT(Result.Lines_By_Id(), IsEmpty());
+  EXPECT_EQ(Result.File.Rows[0].Image, Path);
+  EXPECT_TRUE(Result.File.Rows[0].Is_Sound);
+}
+
+TEST(CaptureFile, DecimalCommasAreRecognised) {
   std::string Decimal = "0,a.png";
   for (int i = 0; i < 14; ++i) Decimal += ",0,5";
   const Read_Result Result = Read(Decimal + "\n");
   EXPECT_THAT(Result.Get("too_many_fields").Example, HasSubstr("decimal commas"));
   EXPECT_FALSE(Result.File.Rows[0].Is_Sound);
+}
+
+TEST(CaptureFile, QuotedNumbersAreAdvisedToLoseTheirQuotes) {
+  const std::string Quoted = "0,a.png,\"1\",2,3,1,0,0,0,4,5,6,0,1,0,0\n";
+  const std::string Wrong = "0,a.png,1m,2,3,1,0,0,0,4,5,6,0,1,0,0\n";
+  EXPECT_EQ(Read(Quoted).Get("not_a_number").Advice, "Write fields without quotes.");
+  EXPECT_EQ(Read(Wrong).Get("not_a_number").Advice, "Correct the line or take it out.");
 }
 
 TEST(CaptureFile, FieldsThatAreNoNumbersCountAsTheNumberAtTheirFront) {
