@@ -38,10 +38,9 @@ std::vector<Code_Advice> Codes_Of_A_Capture() {
       {4,
        "The board was found in fewer than 12 images.",
        "Check that the CSV has a line for each image, with commas between its fields, that the "
-       "image "
-       "paths in it lead to the images, and that --board counts inner corners, columns first. Then "
-       "take more images: sharp, evenly lit, the whole board with "
-       "its white margin inside the frame.",
+       "image paths in it lead to the images, and that --board counts inner corners, columns "
+       "first. Then take more images: sharp, evenly lit, the whole board with its white margin "
+       "inside the frame.",
        "There are too few boards to solve a lens from, so there is nothing to use.",
        {"The image paths in the CSV don't lead to the images.",
         "--board doesn't count the inner corners: 11x8 is a board of 12 by 9 squares.",
@@ -74,7 +73,9 @@ std::vector<Code_Advice> Codes_Of_A_Capture() {
        "The images don't agree on one mount. Check that the trackers held still for each image and "
        "sit tight, and that --board-euler is right to some tenths of a degree. If the tracker's "
        "axes are nearly those of the camera (turned by about 0 or 180 degrees), mount it turned by "
-       "some tens of degrees.",
+       "some tens of degrees. If the axis of one image is much further off than those of the "
+       "others, "
+       "leave its line out of the CSV; 'rigsync inspect' names such lines.",
        "Nearly every image contradicts the mean of all images. The lens was solved, the mount was "
        "not: there is no transform to use.",
        {"The camera, the board or a tracker moved while images were taken.",
