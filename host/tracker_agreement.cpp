@@ -33,9 +33,10 @@ constexpr double Scale_Limit = 0.03;
 // A scale below 0 is no chance when it is by this many standard deviations.
 constexpr double Sure_Sign = 5.0;
 
-// Of several mirrors that positions may be read with, one is named when it leaves them less than
-// half as far off as any other does.
-constexpr double Clearly_Better = 0.5;
+// Of several mirrors that positions may be read with, one is named when any other leaves them more
+// than twice as far off, and a centimetre. (From a camera that stands, positions in one plane are
+// mirrored alike in two ways.)
+constexpr double Clearly_Worse = 2.0;
 
 // Turns of pairs are compared, so a long capture is cut to this many rows.
 constexpr std::size_t Most_Compared = 300;
@@ -395,8 +396,8 @@ void Find_Mirror(const std::vector<Capture_Row>& Rows, const Motion& Images,
     return *Left.Fit.Typical_Position < *Right.Fit.Typical_Position;
   });
   const auto& [By, Fit] = Tries[0];
-  const bool Is_Clear =
-      By != &No_Mirror && *Fit.Typical_Position < Clearly_Better * *Tries[1].Fit.Typical_Position;
+  const double Least_Of_Others = std::max(Clearly_Worse * *Fit.Typical_Position, Position_Floor);
+  const bool Is_Clear = By != &No_Mirror && *Tries[1].Fit.Typical_Position > Least_Of_Others;
   if (Is_Clear && Is_Upright(Fit)) {
     Into.Hand = Mirrored::Positions;
     Into.Unmirrored = By->Of_Positions;

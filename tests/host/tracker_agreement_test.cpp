@@ -435,6 +435,51 @@ TEST(TrackerAgreement, ACaptureThatIsNotMirroredNeverGetsThatTold) {
   }
 }
 
+// Seen from a camera that stands, a board that stays in the plane z = 0 of Base: with y negated
+// positions fit, and turned half about y, which is x mirrored in the quaternions, they fit as well.
+TEST(TrackerAgreement, NoMirrorIsNamedWhereTwoFit) {
+  for (const bool Has_Noise : {false, true}) {
+    const simulate::Options Options = Has_Noise ? Noisy() : simulate::Options();
+    const simulate::Plan Plan = simulate::Make_Plan(Options);
+    Eigen::Matrix3d Relabelled;  // the body's axes to those of Tc
+    Relabelled << -1, 0, 0, 0, 0, -1, 0, -1, 0;
+    const Eigen::Matrix3d Rotation_Cam_Base =
+        Plan.Transform_Cam_Tc.topLeftCorner<3, 3>() * Relabelled;
+    Compared Made = Planned(Options);
+    Ride_On_The_Camera(Made);
+    for (std::size_t i = 0; i < Made.Rows.size(); ++i) {
+      double& Z = Made.Rows[i].Board.Position[2];
+      Made.Poses[i].Middle_Cam -= Rotation_Cam_Base * Eigen::Vector3d(0, 0, Z);
+      Z = 0;
+    }
+    EXPECT_EQ(Ids(Made.Judge()), "");
+    For_Samples(Made, [](Tracker_Sample& Sample) { Sample.Position[1] *= -1; });
+    EXPECT_EQ(Ids(Made.Judge()), "trackers_disagree");
+  }
+}
+
+// Turns fit and positions don't, so that every mirror is tried.
+TEST(TrackerAgreement, PositionsThatAreWrongInAnotherWayAreNotCalledMirrored) {
+  for (unsigned Seed = 1; Seed <= 8; ++Seed) {
+    SCOPED_TRACE(Seed);
+    simulate::Options Options = Noisy();
+    Options.Seed = Seed;
+    Compared Late = Planned(Options);  // positions of the next image
+    const std::vector<Capture_Row> Rows = Late.Rows;
+    for (std::size_t i = 0; i < Rows.size(); ++i) {
+      Late.Rows[i].Camera.Position = Rows[(i + 1) % Rows.size()].Camera.Position;
+      Late.Rows[i].Board.Position = Rows[(i + 1) % Rows.size()].Board.Position;
+    }
+    EXPECT_EQ(Ids(Late.Judge()), "trackers_disagree");
+    Options.Position_Noise_Mm = 45.0;
+    Compared Jumping = Planned(Options);
+    EXPECT_EQ(Ids(Jumping.Judge()), "trackers_disagree");
+    // Unmirrored they wouldn't fit either.
+    For_Samples(Jumping, [](Tracker_Sample& Sample) { Sample.Position[1] *= -1; });
+    EXPECT_EQ(Ids(Jumping.Judge()), "trackers_disagree");
+  }
+}
+
 TEST(TrackerAgreement, WithoutTiltedBoardsTheScaleIsNotJudged) {
   Compared Made = Planned();
   For_Samples(Made, [](Tracker_Sample& Sample) {
