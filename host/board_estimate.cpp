@@ -124,6 +124,8 @@ void Judge_Estimate(const Board_Estimate& Estimate, const Agreement& Measured,
     return Tell_Turned(Off_Deg, Rotation, Told);
   }
   if (!Estimate.Offset || !Measured.Middle_Tr || !Distance_Is_Told) return;
+  // Measured in metres that are none, an offset that is right looks wrong.
+  if (!Measured.Is_To_Scale()) return;
   const Vector3d Middle = Estimated * Middle_Chart(Estimate) + Vector3d(Estimate.Offset->data());
   const double Off = (*Measured.Middle_Tr - Middle).norm();
   if (!(Off > std::max(Offset_Floor, Off_Factor * *Measured.Typical_Position))) return;

@@ -505,24 +505,36 @@ void Tell_Hand(const Agreement& Measured, Findings& Told) {
        {}});
 }
 
+// A metre of the trackers in metres of the board. A reversed scale has been told.
+double Length_Of_A_Metre(const Agreement& Measured) {
+  return Measured.Hand == Mirrored::Everything ? std::abs(*Measured.Scale) : *Measured.Scale;
+}
+
 void Tell_Scale(const Agreement& Measured, Findings& Told) {
-  // A reversed scale has been told.
-  const double Scale =
-      Measured.Hand == Mirrored::Everything ? std::abs(*Measured.Scale) : *Measured.Scale;
-  const double Off = std::abs(Scale - 1.0);
-  if (!(Off > std::max(Scale_Limit, 5.0 * Measured.Scale_Deviation))) return;
+  if (Measured.Is_To_Scale()) return;
+  const double Scale = Length_Of_A_Metre(Measured);
+  // Further off it isn't the square that is wrong.
+  const bool May_Be_The_Square = Scale > 0.5 && Scale < 2.0;
   Told.Add(
       {"scale",
        Level::Warning,
        fmt::format("Board and trackers differ in scale: a metre of the trackers is about {:.3g} "
                    "m by the board.",
                    Scale),
-       "",
+       May_Be_The_Square
+           ? fmt::format("A --square of {:.2f} times the given one would fit.", 1.0 / Scale)
+           : std::string(),
        "Measure --square over the whole board, and check that positions are in metres.",
        {}});
 }
 
 }  // namespace
+
+bool Agreement::Is_To_Scale() const {
+  if (!Scale) return true;
+  const double Off = std::abs(Length_Of_A_Metre(*this) - 1.0);
+  return !(Off > std::max(Scale_Limit, 5.0 * Scale_Deviation));
+}
 
 bool Agreement::Is_Good() const {
   return Typical_Turn_Deg <= Turn_Limit && Typical_Axis_Deg.value_or(0.0) <= Axis_Limit &&

@@ -54,6 +54,9 @@ struct Agreement {
   std::string Unmirrored;  // what to do to positions or quaternions that are mirrored on their own
 
   bool Is_Good() const;
+
+  // False when a metre of the trackers isn't one of the board, beyond all doubt.
+  bool Is_To_Scale() const;
 };
 
 // None with fewer than four rows to compare.

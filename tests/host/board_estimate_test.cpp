@@ -125,6 +125,17 @@ TEST(BoardEstimate, NamesTheAnglesInTheOrderInWhichTheyAreTyped) {
               HasSubstr("they make it about 30.0,45.0,60.0."));
 }
 
+TEST(BoardEstimate, AnOffsetIsNotJudgedInMetresThatAreNone) {
+  Agreement Measured = Measured_With(8.0, Corner * 0.8);
+  Measured.Scale = 1.0;
+  EXPECT_EQ(Told_Of(Estimated(8.0), Measured).size(), 1u);
+  Measured.Scale = 0.8;
+  EXPECT_TRUE(Told_Of(Estimated(8.0), Measured).empty());
+  // A scale in doubt is none that is known to be wrong.
+  Measured.Scale_Deviation = 0.1;
+  EXPECT_EQ(Told_Of(Estimated(8.0), Measured).size(), 1u);
+}
+
 TEST(BoardEstimate, AnOffsetIsJudgedAtTenMillimetresWhereTheAnglesAreRight) {
   const Eigen::Vector3d Aside(0.6, 0.0, 0.8);
   EXPECT_TRUE(Told_Of(Estimated(8.0), Measured_With(8.0, Corner + 0.0099 * Aside)).empty());

@@ -230,6 +230,22 @@ TEST(TrackerAgreement, AScaleIsToldFromThreePercentOn) {
   EXPECT_EQ(Scaled(1000.0), "scale");
 }
 
+TEST(TrackerAgreement, AScaleThatASquareMayHaveNamesTheSquareThatFits) {
+  const auto Example = [](double Factor) {
+    Compared Made = Planned();
+    For_Samples(Made, [&](Tracker_Sample& Sample) {
+      for (double& Value : Sample.Position) Value *= Factor;
+    });
+    const Findings Told = Made.Judge();
+    return Told.Sorted().empty() ? "nothing told" : Told.Sorted()[0].Example;
+  };
+  // Trackers whose metre is too long make the board look as if its squares were larger.
+  EXPECT_EQ(Example(1.2), "A --square of 1.20 times the given one would fit.");
+  EXPECT_EQ(Example(0.8), "A --square of 0.80 times the given one would fit.");
+  EXPECT_EQ(Example(2.1), "");
+  EXPECT_EQ(Example(0.48), "");
+}
+
 // ---- Axes of the wrong hand ------------------------------------------------------------------
 
 struct Mirror {
