@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/board_estimate.h"
 
+#include "host/statistics.h"
+
 #include <fmt/format.h>
 #include <Eigen/Geometry>
 
@@ -21,8 +23,6 @@ constexpr double Offset_Floor = 0.01;
 constexpr double Euler_Far = 2.0;
 // A board that is turned by a right angle in its plane, give or take what estimates are off.
 constexpr double Right_Angle_Limit = 10.0;
-
-constexpr double Degrees_In_Radian = 57.295779513082320877;
 
 using Eigen::AngleAxisd;
 using Eigen::Matrix3d;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/capture_survey.h"
 
+#include "host/statistics.h"
+
 #include <fmt/format.h>
 #include <Eigen/Eigenvalues>
 
@@ -33,8 +35,6 @@ constexpr double Least_Cross_Tilt = 5.0;
 
 // The farthest board against the nearest; below it every board has about the same size.
 constexpr double Least_Distance_Ratio = 1.15;
-
-constexpr double Degrees_In_Radian = 57.295779513082320877;
 
 // ---- Coverage --------------------------------------------------------------------------------
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/tracker_agreement.h"
 
+#include "host/statistics.h"
 #include "host/tracker_survey.h"
 
 #include <fmt/format.h>
@@ -48,14 +49,6 @@ constexpr std::size_t Fewest_Positions = 8;
 constexpr double Least_Turn = 5.0, Largest_Turn = 170.0;
 // Axes have to differ by this to tell how the frames are turned, degrees (0 along one line).
 constexpr double Least_Axes_Apart = 10.0;
-
-constexpr double Degrees_In_Radian = 57.295779513082320877;
-
-double Median(std::vector<double> Values) {
-  const auto Middle = Values.begin() + static_cast<std::ptrdiff_t>(Values.size() / 2);
-  std::nth_element(Values.begin(), Middle, Values.end());
-  return *Middle;
-}
 
 // A body's poses as another one sees it, by row. The board in the camera, or tracker in tracker.
 struct Motion {

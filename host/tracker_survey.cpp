@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/tracker_survey.h"
 
+#include "host/statistics.h"
+
 #include <fmt/format.h>
 #include <Eigen/Eigenvalues>
 
@@ -38,8 +40,6 @@ constexpr double Least_Turn = 5.0;
 constexpr double Least_Relative_Turn = 30.0;
 constexpr double Least_Axes_Apart = 15.0;
 
-constexpr double Degrees_In_Radian = 57.295779513082320877;
-
 double Squared_Length(const std::array<double, 4>& Quaternion) {
   double Sum = 0;
   for (const double Part : Quaternion) Sum += Part * Part;
@@ -48,12 +48,6 @@ double Squared_Length(const std::array<double, 4>& Quaternion) {
 
 Eigen::Vector3d Place(const Tracker_Sample& Sample) {
   return Eigen::Vector3d(Sample.Position.data());
-}
-
-double Median(std::vector<double> Values) {
-  const auto Middle = Values.begin() + static_cast<std::ptrdiff_t>(Values.size() / 2);
-  std::nth_element(Values.begin(), Middle, Values.end());
-  return *Middle;
 }
 
 double Angle_Deg(const Eigen::Quaterniond& Left, const Eigen::Quaterniond& Right) {

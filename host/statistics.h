@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Arithmetic that several findings about a capture are made with.
+#ifndef RIGSYNC_HOST_STATISTICS_H
+#define RIGSYNC_HOST_STATISTICS_H
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace host {
+
+constexpr double Degrees_In_Radian = 57.295779513082320877;
+
+// The middle value of a list that isn't empty; of an even number of them, the upper of the two.
+inline double Median(std::vector<double> Values) {
+  const auto Middle = Values.begin() + static_cast<std::ptrdiff_t>(Values.size() / 2);
+  std::nth_element(Values.begin(), Middle, Values.end());
+  return *Middle;
+}
+
+}  // namespace host
+
+#endif  // RIGSYNC_HOST_STATISTICS_H
