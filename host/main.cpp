@@ -10,9 +10,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -67,25 +71,36 @@ std::string Exclusion_Text(const std::string& Parsers) {
 }
 
 // A first word that is neither command nor flag would otherwise be taken for a missing one.
-void Require_Command(const CLI::App& Program, int Argument_Count, char** Arguments) {
+void Require_Command(const CLI::App& Program, const std::vector<std::string>& Words) {
   std::string Expected;
   for (const CLI::App* Command : Program.get_subcommands([](const CLI::App*) { return true; })) {
-    if (Argument_Count > 1 && Command->get_name() == Arguments[1]) return;
+    if (!Words.empty() && Command->get_name() == Words.front()) return;
     Expected += (Expected.empty() ? "" : ", ") + Command->get_name();
   }
-  if (Argument_Count < 2)
-    throw host::Usage_Error("a command is missing; expected one of " + Expected);
-  if (Program.get_option_no_throw(Arguments[1]) == nullptr)
-    host::Refuse("command", Arguments[1], "one of " + Expected);
+  if (Words.empty()) throw host::Usage_Error("a command is missing; expected one of " + Expected);
+  if (Program.get_option_no_throw(Words.front()) == nullptr)
+    host::Refuse("command", Words.front(), "one of " + Expected);
 }
 
-int Run(int Argument_Count, char** Arguments) {
+// The words behind the program's name. "help" and "help COMMAND" are the flag --help of either.
+std::vector<std::string> Words_Of(int Argument_Count, char** Arguments) {
+  std::vector<std::string> Words(Arguments + std::min(Argument_Count, 1),
+                                 Arguments + Argument_Count);
+  if (!Words.empty() && Words.front() == "help") {
+    Words.erase(Words.begin());
+    Words.emplace_back("--help");
+  }
+  return Words;
+}
+
+int Run(std::vector<std::string> Words) {
   host::Chosen_Command Chosen;
   const std::unique_ptr<CLI::App> Made = host::Make_Program(Chosen);
   CLI::App& Program = *Made;
   try {
-    Require_Command(Program, Argument_Count, Arguments);
-    Program.parse(Argument_Count, Arguments);
+    Require_Command(Program, Words);
+    std::reverse(Words.begin(), Words.end());  // the parser takes them from the end
+    Program.parse(std::move(Words));
     return Chosen();
   } catch (const CLI::ExtrasError&) {
     return Say_Usage(Program, Extra_Text(Program));
@@ -120,7 +135,7 @@ int Finish_Output(int Status) {
 int main(int Argument_Count, char** Arguments) {
   const host::Prepared_Process Prepared;
   try {
-    return Finish_Output(Run(Argument_Count, Arguments));
+    return Finish_Output(Run(Words_Of(Argument_Count, Arguments)));
   } catch (const std::exception& Error) {
     host::Complain(host::One_Line(Error.what()));
   } catch (...) {

@@ -37,6 +37,19 @@ TEST(Usage, HelpOfEachCommandHasAnExampleAndFitsATerminal) {
   EXPECT_LE(Widest_Line(Rigsync({"--help"}).Output), Terminal_Width);
 }
 
+TEST(Usage, HelpAsAWordIsTheFlagOfTheProgramOrOfACommand) {
+  const auto Is_Same = [](const std::vector<std::string>& Typed,
+                          const std::vector<std::string>& With_Flag) {
+    const Finished Help = Rigsync(Typed);
+    return Help.Status == 0 && Help.Error.empty() && Help.Output == Rigsync(With_Flag).Output;
+  };
+  EXPECT_TRUE(Is_Same({"help"}, {"--help"}));
+  EXPECT_TRUE(Is_Same({"help", "export"}, {"export", "--help"}));
+  const Finished Unknown = Rigsync({"help", "exprot"});
+  EXPECT_EQ(Unknown.Status, 2);
+  EXPECT_THAT(Unknown.Error, AllOf(HasSubstr("'exprot'"), HasSubstr("expected one of simulate")));
+}
+
 TEST(Usage, SimulateHelpNamesEveryOptionOfTheSimulator) {
   const std::string Help = Rigsync({"simulate", "--help"}).Output;
   for (const char* Flag : {"--seed",
