@@ -106,7 +106,7 @@ std::string Roff_Lines(const Lines& Paragraph) {
   bool As_It_Is = false;
   for (const std::string& Line : Paragraph) {
     const bool Indented = Line.rfind("  ", 0) == 0;
-    if (Indented != As_It_Is) Result += Indented ? ".RS\n.EX\n" : ".EE\n.RE\n";
+    if (Indented != As_It_Is) Result += Indented ? ".RS 4n\n.EX\n" : ".EE\n.RE\n";
     As_It_Is = Indented;
     Result += Roff(Indented ? Line.substr(2) : Line) + "\n";
   }

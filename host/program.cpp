@@ -18,7 +18,8 @@ std::unique_ptr<CLI::App> Make_Program(Chosen_Command& Chosen) {
       "Try it without a stage:\n"
       "  rigsync simulate capture\n"
       "  rigsync inspect capture/capture.csv --config capture/stage.json\n"
-      "  rigsync calibrate capture/capture.csv --config capture/stage.json --out result\n"
+      "  rigsync calibrate capture/capture.csv --config capture/stage.json \\\n"
+      "    --out result\n"
       "  rigsync compare result/result.json capture/truth.json\n"
       "  rigsync export result/result.json --to ue5");
   Add_Simulate_Command(*Program, Chosen);

@@ -60,6 +60,8 @@ TEST(ManPage, IsSetWithoutAWarning) {
     EXPECT_EQ(Set.Error, "");
     EXPECT_THAT(Set.Output, AllOf(HasSubstr("NAME"), HasSubstr("SEE ALSO")));
   }
+  // Examples are not folded, and have to fit as they are.
+  EXPECT_LE(Widest_Line(Groff(RIGSYNC_MAN_PAGE, {"-rLL=80n"}).Output), host::Terminal_Width);
   // A page that is wrong is warned of.
   const Scratch_Folder Scratch;
   EXPECT_NE(Groff(Scratch.Write("wrong.1", ".TH A 1\n.SH B\n.NOSUCH\n"), {}).Error, "");
