@@ -200,7 +200,7 @@ std::string Drop_Reason(const Run_Report& Report, const Image_Report& Image) {
     case Image_Fate::Outlier:
       break;
   }
-  if (Image.Axis_Difference_Deg && *Image.Axis_Difference_Deg > Axis_Limit_Deg) {
+  if (Is_Axis_Off(Image)) {
     return fmt::format("rotation axis {:.2f} deg from the mean (limit {})",
                        *Image.Axis_Difference_Deg, Axis_Limit_Deg);
   }

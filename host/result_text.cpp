@@ -105,6 +105,14 @@ std::string Dropped_Text(const Calibration_Result& Result, std::size_t i) {
   return fmt::format("  {}{}{}{}\n", Place, Reason.substr(Indent), Margin, One_Line(Image.Name));
 }
 
+// An outlier by its position, in a result that can be used.
+bool Has_Usual_Outliers(const Calibration_Result& Result) {
+  const auto& Images = Result.Report.Images;
+  return Is_Usable(Result) && std::any_of(Images.begin(), Images.end(), [](const auto& Image) {
+           return Image.Fate == Image_Fate::Outlier && !Is_Axis_Off(Image);
+         });
+}
+
 std::string Images_Text(const Calibration_Result& Result, bool Colour) {
   const Run_Report& Report = Result.Report;
   if (Report.Images.empty()) return {};
@@ -125,6 +133,12 @@ std::string Images_Text(const Calibration_Result& Result, bool Colour) {
   }
   if (Dropped > Shown) {
     Text += fmt::format("  and {} more dropped; result.json lists them all\n", Dropped - Shown);
+  }
+  if (Has_Usual_Outliers(Result)) {
+    Text += Folded(
+        "Position limits are 1.3 times the spread of this capture, so a good one has outliers too: "
+        "about half of the images where all is noise.",
+        2);
   }
   if (Unknown > 0) {
     const std::size_t Outside = Unknown - std::min(Count_Left(Report), Unknown);

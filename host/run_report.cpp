@@ -153,8 +153,7 @@ bool Take_Search_Line(Run_Report& Report, std::string_view Message) {
 void Take_Too_Few_Left(Run_Report& Report, std::size_t Left) {
   Report.Too_Few_Left = Left;
   for (Image_Report& Image : Report.Images) {
-    const bool Turned = Image.Axis_Difference_Deg && *Image.Axis_Difference_Deg > Axis_Limit_Deg;
-    if (Is_Kept(Image) && (Left == 0 || Turned)) Image.Fate = Image_Fate::Outlier;
+    if (Is_Kept(Image) && (Left == 0 || Is_Axis_Off(Image))) Image.Fate = Image_Fate::Outlier;
   }
   if (Count_Of(Report, Image_Fate::Kept) == Left) return;
   for (Image_Report& Image : Report.Images) {
@@ -201,6 +200,10 @@ void Take_Quality_Line(Run_Report& Report, std::string_view Message) {
 }
 
 }  // namespace
+
+bool Is_Axis_Off(const Image_Report& Image) {
+  return Image.Axis_Difference_Deg && *Image.Axis_Difference_Deg > Axis_Limit_Deg;
+}
 
 std::size_t Count_Of(const Run_Report& Report, Image_Fate Fate) {
   return static_cast<std::size_t>(

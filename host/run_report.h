@@ -46,6 +46,9 @@ struct Image_Report {
 // log tells what was measured, not what it was measured against.
 constexpr double Axis_Limit_Deg = 0.5;
 
+// Whether an image's axis is beyond the limit. An outlier whose axis isn't is one by its position.
+bool Is_Axis_Off(const Image_Report& Image);
+
 // Numbers have the six decimals of the log. What the log didn't get to is empty.
 struct Run_Report {
   std::string Version;  // of the library

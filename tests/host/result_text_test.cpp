@@ -80,6 +80,8 @@ Images: 5 looked at, 3 show the board, 1 kept
             d.png
   line 106  outlier, position beyond 1.3, 2.6, 3.9 mm (x, y, z) from the mean
             e.png
+  Position limits are 1.3 times the spread of this capture, so a good one has
+  outliers too: about half of the images where all is noise.
 
 Lens, at 3840 x 2160 pixels
   focal length       1.100000 of the width    1.955556 of the height
@@ -143,6 +145,20 @@ TEST(ResultText, KeepsHugeNumbersApart) {
   const std::string Text = host::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
   EXPECT_THAT(Text, HasSubstr(" 169178.63 72787.32 200318.56 mm\n"));
   EXPECT_THAT(Text, HasSubstr(" -1180.74890\n"));
+}
+
+TEST(ResultText, SaysThatOutliersAreUsualOfPositionsInAUsableResultOnly) {
+  const auto Says = [](const Calibration_Result& Result) {
+    return host::Result_Text(Result, {}, "/out/result.json", false).find("Position limits") !=
+           std::string::npos;
+  };
+  Calibration_Result Result = Good_Result();
+  EXPECT_TRUE(Says(Result));
+  Result.Code = 14;
+  EXPECT_FALSE(Says(Result));
+  Result.Code = 0;
+  Result.Report.Images.pop_back();  // leaves the outlier whose axis is off
+  EXPECT_FALSE(Says(Result));
 }
 
 TEST(ResultText, SumsUpWhatWouldFloodATerminal) {
