@@ -58,13 +58,9 @@ TEST(Arguments, BoardsAreTwoCountsFrom3To100) {
   EXPECT_EQ(host::Parse_Board("--board", "11x8").Cols, 11);
   EXPECT_EQ(host::Parse_Board("--board", "11x8").Rows, 8);
   EXPECT_EQ(host::Parse_Board("--board", "3x100").Rows, 100);
-  for (const std::string Text : {"2x8", "8x2", "101x8", "8x101", "0x0", "-11x8", "11", "11x", "x8",
-                                 "11x8x2", "11.5x8", "11XX8",
-                                 "11X8\xc3\x97"
-                                 "2",
-                                 "11\xc3"
-                                 "8",
-                                 "99999999999999999999x8"}) {
+  for (const std::string Text :
+       {"2x8", "8x2", "101x8", "8x101", "0x0", "-11x8", "11", "11x", "x8", "11x8x2", "11.5x8",
+        "11XX8", "11X8\303\2272", "11\3038", "99999999999999999999x8"}) {
     SCOPED_TRACE(Text);
     EXPECT_NE(Refusal([&] { host::Parse_Board("--board", Text); }), "");
   }
