@@ -29,6 +29,12 @@ import struct
 import sys
 from decimal import Decimal, getcontext
 from fractions import Fraction
+from pathlib import Path
+
+# Without a folder of compiled modules beside the sources.
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "support"))
+from exact_arcs import atan_positive  # noqa: E402
 
 getcontext().prec = 45
 
@@ -86,20 +92,6 @@ def next_float(value, towards):
 
 
 # --- angle functions to 40 digits -----------------------------------------------------------
-
-
-def atan_positive(x):
-    """atan of a positive Decimal: halve the angle until the series is quick."""
-    halvings = 0
-    while x > Decimal("0.05"):
-        x = x / (1 + (1 + x * x).sqrt())
-        halvings += 1
-    total, power, n = Decimal(0), x, 1
-    while abs(power) > Decimal(10) ** -43:
-        total += power / n
-        power *= -x * x
-        n += 2
-    return total * 2**halvings
 
 
 PI = 4 * atan_positive(Decimal(1))
