@@ -30,6 +30,15 @@ inline const Numbers Identity_Flat = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 
 inline const Numbers Reference_Flat = {0.8, -0.36, -0.48, 0.1, 0, 0.8, -0.6, -0.2,
                                        0.6, 0.48,  0.64,  0.3, 0, 0,   0,    1};
 
+inline Eigen::Quaterniond Quaternion_XYZW(const double (&C)[4]) {
+  return {C[3], C[0], C[1], C[2]};
+}
+
+inline Eigen::Quaterniond Random_Quaternion(Random_Numbers& Random) {
+  const double X = Random.Between(-1, 1), Y = Random.Between(-1, 1), Z = Random.Between(-1, 1);
+  return Eigen::Quaterniond(Random.Between(-1, 1), X, Y, Z).normalized();
+}
+
 inline Numbers Flat(const Eigen::Matrix4d& Pose) {
   Numbers Elements;
   for (int r = 0; r < 4; ++r) {

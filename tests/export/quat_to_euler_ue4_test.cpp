@@ -23,15 +23,6 @@ Extracted Extract(const Eigen::Quaterniond& Quat,
   return Result;
 }
 
-Eigen::Quaterniond Quaternion_XYZW(const double (&C)[4]) {
-  return {C[3], C[0], C[1], C[2]};
-}
-
-Eigen::Quaterniond Random_Quaternion(Random_Numbers& Random) {
-  const double X = Random.Between(-1, 1), Y = Random.Between(-1, 1), Z = Random.Between(-1, 1);
-  return Eigen::Quaterniond(Random.Between(-1, 1), X, Y, Z).normalized();
-}
-
 Eigen::Matrix3d Rotation_Of(const Eigen::Vector3f& Euler_Deg) {
   const Eigen::Vector3d E = Euler_Deg.cast<double>();
   return Turn(2, E[2]) * Turn(1, -E[1]) * Turn(0, -E[0]);
