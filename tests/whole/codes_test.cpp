@@ -324,23 +324,6 @@ TEST(WholeRun, DropsStaleAndJumpedSamplesAndStillRecoversTheMount) {
             2.0 * Options.Jump_Mm / 24.0 + 2.0);
 }
 
-TEST(WholeRun, GivesTheSameBitsAndTheSameLogTwice) {
-  const Scratch_Folder Folder;
-  simulate::Options Options = Small_Capture();
-  Options.Position_Noise_Mm = 0.5;
-  Options.Rotation_Noise_Deg = 0.05;
-  const Run_Input Input = Write_And_Describe(Options, Folder);
-  const Run_Output First = Run_Second_Overload(Input), Second = Run_Second_Overload(Input);
-  ASSERT_EQ(First.Code, 0);
-  EXPECT_EQ(First.Transform_Cam_Tc, Second.Transform_Cam_Tc);
-  EXPECT_EQ(First.Norm_Fxy, Second.Norm_Fxy);
-  EXPECT_EQ(First.Norm_Cxy, Second.Norm_Cxy);
-  EXPECT_EQ(First.Distortion, Second.Distortion);
-  EXPECT_EQ(First.FoV, Second.FoV);
-  EXPECT_EQ(First.Focal_Length_mm, Second.Focal_Length_mm);
-  EXPECT_EQ(First.Log, Second.Log);
-}
-
 TEST(WholeRun, WritesNoReprojectionImageForAPathWithForwardSlashesAndSaysNothing) {
   const Scratch_Folder Folder;
   simulate::Options Options = Small_Capture();
