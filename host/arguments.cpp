@@ -127,6 +127,10 @@ void Refuse(const std::string& Flag, const std::string& Value, const std::string
   throw Usage_Error(Flag + ": '" + Value + "' is wrong; expected " + Expected);
 }
 
+bool Looks_Same_Half_Turned(const Board_Size& Board) {
+  return (Board.Cols + Board.Rows) % 2 == 0;
+}
+
 Board_Size Parse_Board(const std::string& Flag, const std::string& Text) {
   constexpr long Least = 3, Most = 100;
   const auto Counts = Read_Sides<long>(Text, Read_Whole);

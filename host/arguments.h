@@ -30,6 +30,10 @@ struct Board_Size {
   int Cols = 0, Rows = 0;  // inner corners along a row, along a column
 };
 
+// True for a board that looks the same when it is turned by half a turn: nothing then tells its
+// first corner from its last. So it is when both counts are even or both are odd.
+bool Looks_Same_Half_Turned(const Board_Size& Board);
+
 // 11x8: inner corners, 3 to 100 on each side. Fewer have no unique board in an image, and no
 // photograph resolves more.
 Board_Size Parse_Board(const std::string& Flag, const std::string& Text);

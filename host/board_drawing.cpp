@@ -12,7 +12,6 @@
 #include <cmath>
 #include <memory>
 #include <stdexcept>
-#include <utility>
 
 namespace host {
 namespace {
@@ -257,10 +256,6 @@ std::optional<Paper> Smallest_Paper(const Board_Size& Board, double Square, cons
     }
   }
   return std::nullopt;
-}
-
-bool Looks_Same_Half_Turned(const Board_Size& Board) {
-  return (Board.Cols + Board.Rows) % 2 == 0;
 }
 
 Paper Parse_Paper(const std::string& Flag, const std::string& Text) {

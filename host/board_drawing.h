@@ -59,10 +59,6 @@ double Largest_Square(const Board_Size& Board, const Paper& On);
 // The smallest named paper that has room, of the same standard as Like where there is one.
 std::optional<Paper> Smallest_Paper(const Board_Size& Board, double Square, const Paper& Like);
 
-// True for a board that looks the same when it is turned by half a turn: nothing then tells its
-// first corner from its last. So it is when both counts are even or both are odd.
-bool Looks_Same_Half_Turned(const Board_Size& Board);
-
 enum class Drawing_Form { Svg, Pdf };
 
 // The page's file, the same bytes every time. A board that doesn't look the same half turned has

@@ -2,6 +2,7 @@
 #include "host/board_search.h"
 
 #include "host/quiet_output.h"
+#include "host/statistics.h"
 
 #include <fmt/format.h>
 #include <opencv2/calib3d.hpp>
@@ -147,12 +148,7 @@ std::vector<std::size_t> Fitted_Rows(const Board_Search& Search) {
   for (std::size_t i = 0; i < Search.States.size(); ++i) {
     if (Search.States[i] == Image_State::Board_Found) Found.push_back(i);
   }
-  if (Found.size() <= Most_Fitted) return Found;
-  std::vector<std::size_t> Chosen;
-  for (std::size_t k = 0; k < Most_Fitted; ++k) {
-    Chosen.push_back(Found[k * Found.size() / Most_Fitted]);
-  }
-  return Chosen;
+  return Evenly_Chosen(Found, Most_Fitted);
 }
 
 Board_Pose As_Pose(std::size_t Row, const cv::Vec3d& Rvec, const cv::Vec3d& Tvec,
@@ -173,10 +169,8 @@ Board_Pose As_Pose(std::size_t Row, const cv::Vec3d& Rvec, const cv::Vec3d& Tvec
 // Boards that fit far worse than the others.
 void Check_Fits(const std::vector<Capture_Row>& Rows, const std::vector<std::size_t>& Fitted,
                 const std::vector<double>& Errors, Findings& Told) {
-  std::vector<double> Ordered = Errors;
-  const auto Middle = Ordered.begin() + static_cast<std::ptrdiff_t>(Ordered.size() / 2);
-  std::nth_element(Ordered.begin(), Middle, Ordered.end());
-  const double Limit = std::max(Bad_Fit_Factor * *Middle, Bad_Fit_Floor);
+  const double Middle = Median(Errors);
+  const double Limit = std::max(Bad_Fit_Factor * Middle, Bad_Fit_Floor);
   for (std::size_t k = 0; k < Fitted.size(); ++k) {
     if (Errors[k] <= Limit) continue;
     const Capture_Row& Row = Rows[Fitted[k]];
@@ -184,7 +178,7 @@ void Check_Fits(const std::vector<Capture_Row>& Rows, const std::vector<std::siz
               Level::Warning,
               "The board's corners fit the lens far worse than those of the other images.",
               fmt::format("In line {} they are about {:.1f} pixels off, {:.1f} being usual.",
-                          Row.Line, Errors[k], *Middle),
+                          Row.Line, Errors[k], Middle),
               "Look at the image: blurred by motion, partly covered, or a reflection on the board? "
               "If so, take the line out.",
               {Row.Line}});

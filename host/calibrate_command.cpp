@@ -149,8 +149,7 @@ int Calibrate(const Typed& Given) {
   }
 
   Result.Begun = Local_Time_Text();
-  Run_Library(Result, Result.Images.size(), Given.Verbose,
-              Kind_Of_Progress(Given.Quiet || Given.Verbose));
+  Run_Library(Result, Given.Verbose, Kind_Of_Progress(Given.Quiet || Given.Verbose));
 
   // Written first, so that nobody who stops reading takes the result along; told in any case, so
   // that a full disk doesn't either.

@@ -192,7 +192,7 @@ void Judge_Board_Count(std::size_t Usable, std::size_t Rows, Findings& Told) {
 }
 
 void Judge_Board_Shape(const Board_Size& Board, Findings& Told) {
-  if (Board.Cols % 2 != Board.Rows % 2) return;
+  if (!Looks_Same_Half_Turned(Board)) return;
   Told.Add({"board_symmetric",
             Level::Note,
             fmt::format("A board of {} by {} inner corners looks the same after half a turn, so it "

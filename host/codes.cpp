@@ -181,4 +181,8 @@ bool Is_Usable(int Code) {
   return Code == 0 || Code == 99;
 }
 
+bool May_Lie_In_The_Capture(int Code) {
+  return Code == 4 || Code == 5 || Code == 6 || Code == 13 || Code == 14 || Code == 99;
+}
+
 }  // namespace host

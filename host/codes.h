@@ -27,6 +27,9 @@ Code_Advice Advice_For(int Code);
 // True for the codes whose result may go to an engine.
 bool Is_Usable(int Code);
 
+// The codes whose cause may stand in the capture's lines.
+bool May_Lie_In_The_Capture(int Code);
+
 }  // namespace host
 
 #endif  // RIGSYNC_HOST_CODES_H

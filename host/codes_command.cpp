@@ -10,7 +10,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>

@@ -2,7 +2,6 @@
 //
 // 'rigsync compare': a calibration of a simulated capture beside its truth.
 #include "host/arguments.h"
-#include "host/codes.h"
 #include "host/command.h"
 #include "host/exit_status.h"
 #include "host/result_file.h"

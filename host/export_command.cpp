@@ -4,7 +4,6 @@
 #include "host/arguments.h"
 #include "host/codes.h"
 #include "host/command.h"
-#include "host/exit_status.h"
 #include "host/plain_path.h"
 #include "host/quiet_output.h"
 #include "host/result_file.h"

@@ -3,7 +3,6 @@
 // 'rigsync inspect': what can be known about a capture before a solve.
 #include "host/capture_flags.h"
 #include "host/command.h"
-#include "host/exit_status.h"
 #include "host/inspect_report.h"
 #include "host/inspection.h"
 #include "host/platform.h"

@@ -8,7 +8,6 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
 #include <nlohmann/json.hpp>
 
 namespace host {

@@ -8,8 +8,6 @@
 #include "host/text.h"
 #include "rigsync_core.h"
 
-#include <fmt/format.h>
-
 #include <chrono>
 #include <system_error>
 
@@ -67,11 +65,11 @@ std::string Interrupted(const Calibration_Result& Result, Progress_Kind Kind) {
 
 }  // namespace
 
-void Run_Library(Calibration_Result& Result, std::size_t Images, bool Verbose, Progress_Kind Kind) {
+void Run_Library(Calibration_Result& Result, bool Verbose, Progress_Kind Kind) {
   const auto Began = std::chrono::steady_clock::now();
   {
     const Interrupt_Text Last_Words(Interrupted(Result, Kind));
-    const Progress Shown(Result.Run_Folder, Images, Kind);
+    const Progress Shown(Result.Run_Folder, Result.Images.size(), Kind);
     const Quiet_Output Quiet(!Verbose);
     const Working_Directory Root(Result.Inputs.Image_Root);
     try {

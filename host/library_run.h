@@ -8,14 +8,12 @@
 #include "host/progress.h"
 #include "host/result_file.h"
 
-#include <cstddef>
-
 namespace host {
 
-// Calls Calibration with Result.Inputs and Result.Run_Folder and fills what it gives: code or
-// exception text, vectors, run log and its report. The library's chatter is kept off the terminal
-// unless Verbose is true. Throws nothing that the library throws.
-void Run_Library(Calibration_Result& Result, std::size_t Images, bool Verbose, Progress_Kind Kind);
+// Calls Calibration with the inputs, images and run folder of Result and fills what it gives: code
+// or exception text, vectors, run log and its report. The library's chatter is kept off the
+// terminal unless Verbose is true. Throws nothing that the library throws.
+void Run_Library(Calibration_Result& Result, bool Verbose, Progress_Kind Kind);
 
 }  // namespace host
 

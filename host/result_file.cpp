@@ -78,6 +78,22 @@ Json Quality_Of(const Run_Report& Report) {
   return Quality;
 }
 
+// Where a run dropped an image, in one word: "reading", "board", "outliers".
+std::string Stage_Name(Image_Fate Fate) {
+  switch (Fate) {
+    case Image_Fate::Unreadable:
+      return "reading";
+    case Image_Fate::No_Board:
+      return "board";
+    case Image_Fate::Outlier:
+      return "outliers";
+    case Image_Fate::Kept:
+    case Image_Fate::Unknown:
+      break;
+  }
+  return "";
+}
+
 Json Images_Of(const Calibration_Result& Result) {
   const Run_Report& Report = Result.Report;
   Json Kept = Json::array(), Dropped = Json::array(), Unknown = Json::array();
@@ -172,21 +188,6 @@ std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Pa
 }
 
 }  // namespace
-
-std::string Stage_Name(Image_Fate Fate) {
-  switch (Fate) {
-    case Image_Fate::Unreadable:
-      return "reading";
-    case Image_Fate::No_Board:
-      return "board";
-    case Image_Fate::Outlier:
-      return "outliers";
-    case Image_Fate::Kept:
-    case Image_Fate::Unknown:
-      break;
-  }
-  return "";
-}
 
 std::string Drop_Reason(const Run_Report& Report, const Image_Report& Image) {
   switch (Image.Fate) {

@@ -44,9 +44,6 @@ struct Calibration_Result {
   std::vector<Capture_Image> Images;  // that the CSV names
 };
 
-// Where a run dropped an image, in one word: "reading", "board", "outliers".
-std::string Stage_Name(Image_Fate Fate);
-
 // Why, in a sentence that follows the image's name; for an outlier, from what the log tells of it.
 std::string Drop_Reason(const Run_Report& Report, const Image_Report& Image);
 

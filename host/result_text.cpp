@@ -24,11 +24,6 @@ std::string Heading(const std::string& Text, bool Colour) {
   return "\n" + Painted(Style::Strong, Text, Colour) + "\n";
 }
 
-// The codes whose cause may stand in the capture's lines.
-bool May_Lie_In_The_Capture(int Code) {
-  return Code == 4 || Code == 5 || Code == 6 || Code == 13 || Code == 14 || Code == 99;
-}
-
 std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
   const std::filesystem::path Csv = Plain_Path(Inputs.Csv);
   const std::filesystem::path Image_Root = Plain_Path(Inputs.Image_Root);

@@ -14,7 +14,6 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
-#include <stdexcept>
 #include <string_view>
 #include <system_error>
 

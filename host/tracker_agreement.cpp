@@ -39,8 +39,6 @@ constexpr double Sure_Sign = 5.0;
 // mirrored alike in two ways.)
 constexpr double Clearly_Worse = 2.0;
 
-// Turns of pairs are compared, so a long capture is cut to this many rows.
-constexpr std::size_t Most_Compared = 300;
 constexpr std::size_t Fewest_Compared = 4;
 // The positions' fit has seven unknowns; eight rows give 24 equations.
 constexpr std::size_t Fewest_Positions = 8;
@@ -539,7 +537,7 @@ std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
   std::vector<std::size_t> Chosen;
   Motion Images;
   for (const Board_Pose& Pose : Poses) {
-    if (!Has_Rotations(Rows[Pose.Row]) || Chosen.size() == Most_Compared) continue;
+    if (!Has_Rotations(Rows[Pose.Row])) continue;
     Chosen.push_back(Pose.Row);
     Images.Turns.push_back(Pose.Rotation_Cam_Chart);
     Images.Places.push_back(Pose.Middle_Cam);

@@ -217,12 +217,7 @@ std::vector<const Capture_Row*> Compared_Rows(const std::vector<Capture_Row>& Ro
   for (const Capture_Row& Row : Rows) {
     if (Has_Rotations(Row)) Usable.push_back(&Row);
   }
-  if (Usable.size() <= Most_Compared) return Usable;
-  std::vector<const Capture_Row*> Chosen;
-  for (std::size_t k = 0; k < Most_Compared; ++k) {
-    Chosen.push_back(Usable[k * Usable.size() / Most_Compared]);
-  }
-  return Chosen;
+  return Evenly_Chosen(Usable, Most_Compared);
 }
 
 }  // namespace
