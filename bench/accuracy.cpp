@@ -7,6 +7,7 @@
 // The solvers of OpenCV get what the library gets, tracker samples and photographs, but no estimate
 // of the board's place: they don't need one. They get every image in which a board is found: they
 // drop no outliers. Board poses come from one lens solve with the library's own settings.
+#include "bench/muted_output.h"
 #include "rigsync_core.h"
 #include "simulate/simulate.h"
 
@@ -22,7 +23,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
-#include <iostream>
 #include <limits>
 #include <map>
 #include <optional>
@@ -172,14 +172,12 @@ Solved Solve_By_Library(const simulate::Plan& Plan, const fs::path& Folder) {
   Solved Result;
   // Mirrored log lines would mix with the table. The run log itself goes nowhere: the folder isn't
   // there.
-  std::streambuf* const Before = std::cout.rdbuf(nullptr);
+  const Muted_Output Mute;
   Result.Code =
       Calibration((Folder / "capture.csv").string(), Plan.Given.Board_Cols, Plan.Given.Board_Rows,
                   Plan.Given.Square_Size, {Euler.x(), Euler.y(), Euler.z()},
                   {Offset.x(), Offset.y(), Offset.z()}, Image_Size, Norm_Fxy, Norm_Cxy, Distortion,
                   Flat, (Folder / "nowhere").string());
-  std::cout.rdbuf(Before);
-  std::cout.clear();
   if (Flat.size() != 16) return Result;
   Eigen::Matrix4d Pose;
   for (int r = 0; r < 4; ++r) {

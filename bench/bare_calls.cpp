@@ -109,7 +109,7 @@ void Draw_Discs(cv::Mat& Image, const Corners& Found) {
 
 std::filesystem::path Reprojection_Path(const std::filesystem::path& Output,
                                         const std::string& Path) {
-  return Output / (Reprojection_Prefix + Path.substr(Path.rfind('\\') + 1));
+  return Output / ("Reproject_" + Path.substr(Path.rfind('\\') + 1));
 }
 
 std::vector<std::string> Image_Paths(const std::filesystem::path& Csv) {

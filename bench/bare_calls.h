@@ -12,9 +12,6 @@
 #include <string>
 #include <vector>
 
-// Stands before the name of every reprojection image.
-constexpr const char* Reprojection_Prefix = "Reproject_";
-
 // The reprojection image of a path: a backslash alone ends the folder, as in the library, so that
 // images/0001.png becomes Reproject_images/0001.png.
 std::filesystem::path Reprojection_Path(const std::filesystem::path& Output,

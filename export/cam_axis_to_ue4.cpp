@@ -2,7 +2,6 @@
 //
 // The Unreal Engine 4 export: angles and centimetres, in single precision, and the only export
 // that can refuse a transform.
-#include <cstddef>
 
 #include "export/axis_conversion.h"
 #include "export/export_call.h"

@@ -381,6 +381,13 @@ Eigen::Matrix4d Draw_Camera_Pose(Random& Draw, Spread Manner) {
 
 // ---- What the trackers say -------------------------------------------------------------------
 
+// As trackers report it: of unit length, w at least 0.
+Eigen::Quaterniond Reported_Rotation(const Eigen::Matrix3d& Rotation_Body_Base) {
+  Eigen::Quaterniond Rotation = Eigen::Quaterniond(Rotation_Body_Base).normalized();
+  if (Rotation.w() < 0.0) Rotation.coeffs() = -Rotation.coeffs();
+  return Rotation;
+}
+
 // Turns a body by a rotation vector in its own axes, radians, and moves it in Base, metres.
 Sample Moved(const Sample& From, const Eigen::Vector3d& Shift, const Eigen::Vector3d& Turn) {
   Sample To;
@@ -388,8 +395,7 @@ Sample Moved(const Sample& From, const Eigen::Vector3d& Shift, const Eigen::Vect
   // The quaternion turns Base directions into body directions, so a turn in body axes comes last.
   const Eigen::Matrix3d Rotation_Body_Base =
       Rotation_Of(Turn) * From.Rotation.normalized().toRotationMatrix();
-  To.Rotation = Eigen::Quaterniond(Rotation_Body_Base).normalized();
-  if (To.Rotation.w() < 0.0) To.Rotation.coeffs() = -To.Rotation.coeffs();
+  To.Rotation = Reported_Rotation(Rotation_Body_Base);
   return To;
 }
 
@@ -468,27 +474,8 @@ Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker) {
 
   Sample Reported;
   Reported.Position = Transform_Base_Tracker.topRightCorner<3, 1>();
-  Reported.Rotation = Eigen::Quaterniond(Rotation_Body_Base).normalized();
-  if (Reported.Rotation.w() < 0.0) Reported.Rotation.coeffs() = -Reported.Rotation.coeffs();
+  Reported.Rotation = Reported_Rotation(Rotation_Body_Base);
   return Reported;
-}
-
-const char* Kind_Name(Row_Kind Kind) {
-  switch (Kind) {
-    case Row_Kind::Good:
-      return "good";
-    case Row_Kind::Stale:
-      return "stale";
-    case Row_Kind::Jumped:
-      return "jumped";
-    case Row_Kind::Missing_Image:
-      return "missing";
-    case Row_Kind::Blank_Image:
-      return "blank";
-    case Row_Kind::Truncated_Image:
-      return "truncated";
-  }
-  return "";
 }
 
 Plan Make_Plan(const Options& Given) {

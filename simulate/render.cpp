@@ -183,11 +183,15 @@ Coverage Cover_Area(const Board_View& View, const Footprint& Met, double Size) {
 // 0.03 pixels beside the truth. So the board is drawn finer, blurred, and averaged to pixels.
 constexpr int Finer = 2;
 
+// How far rows beside a strip reach into it by the blur; OpenCV cuts its kernel at four deviations.
+int Blur_Reach(double Blur_Pixels) {
+  return static_cast<int>(std::ceil(4.0 * Blur_Pixels)) + 1;
+}
+
 // Draws the rows of a strip over the picture.
 void Draw_Strip(const Board_View& View, const cv::Mat& Rays, double Blur_Pixels,
                 const cv::Range& Strip, cv::Mat& Picture) {
-  // Rows beside the strip reach into it by the blur; OpenCV cuts its kernel at four deviations.
-  const int Reach = static_cast<int>(std::ceil(4.0 * Blur_Pixels)) + 1;
+  const int Reach = Blur_Reach(Blur_Pixels);
   const int First = std::max(Strip.start - Reach, 0);
   const int Last = std::min(Strip.end + Reach, Rays.rows);
   const int Left = std::max(View.Box.x - Reach, 0);
@@ -233,7 +237,7 @@ void Draw_Strip(const Board_View& View, const cv::Mat& Rays, double Blur_Pixels,
 }
 
 void Draw_Board(const Board_View& View, const cv::Mat& Rays, double Blur_Pixels, cv::Mat& Picture) {
-  const int Reach = static_cast<int>(std::ceil(4.0 * Blur_Pixels)) + 1;
+  const int Reach = Blur_Reach(Blur_Pixels);
   const int First = std::max(View.Box.y - Reach, 0);
   const int Last = std::min(View.Box.y + View.Box.height + Reach, Rays.rows);
   // Strips are cut alike for any number of threads, and high enough that their seams cost little.

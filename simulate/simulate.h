@@ -150,9 +150,6 @@ void Write_Tables(const Plan& Capture, const std::filesystem::path& Directory);
 // (Transform_Base_Tc or Transform_Base_Tr). The quaternion has w of at least 0.
 Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker);
 
-// What an image's row is called in truth.json: good, stale, jumped, missing, blank or truncated.
-const char* Kind_Name(Row_Kind Kind);
-
 // What truth.json tells about a row of capture.csv.
 struct Row_Truth {
   std::string Name;  // file name without a folder

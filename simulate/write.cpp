@@ -26,6 +26,24 @@ constexpr Row_Kind All_Kinds[] = {Row_Kind::Good,        Row_Kind::Stale,
                                   Row_Kind::Jumped,      Row_Kind::Missing_Image,
                                   Row_Kind::Blank_Image, Row_Kind::Truncated_Image};
 
+const char* Kind_Name(Row_Kind Kind) {
+  switch (Kind) {
+    case Row_Kind::Good:
+      return "good";
+    case Row_Kind::Stale:
+      return "stale";
+    case Row_Kind::Jumped:
+      return "jumped";
+    case Row_Kind::Missing_Image:
+      return "missing";
+    case Row_Kind::Blank_Image:
+      return "blank";
+    case Row_Kind::Truncated_Image:
+      return "truncated";
+  }
+  return "";
+}
+
 const char* Spread_Name(Spread Manner) {
   switch (Manner) {
     case Spread::Good:
