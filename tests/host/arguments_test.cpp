@@ -100,10 +100,12 @@ TEST(Arguments, AnOffsetThatIsOnNoStageIsRefusedAndLeadsToMillimetres) {
               HasSubstr("for millimetres write 30mm"));
   // A unit stands there, or what is wrong isn't the unit.
   for (const std::string Text : {"17000mm,0,0", "1,2", "x,0,0"}) {
-    EXPECT_THAT(Refusal([&] { host::Parse_Offset("--o", Text); }), Not(HasSubstr("write")));
+    EXPECT_THAT(Refusal([&] { host::Parse_Offset("--o", Text); }),
+                AllOf(Not(""), Not(HasSubstr("write"))));
   }
   for (const std::string Text : {"3000mm", "0", "-30", "x"}) {
-    EXPECT_THAT(Refusal([&] { host::Parse_Square("--s", Text); }), Not(HasSubstr("write")));
+    EXPECT_THAT(Refusal([&] { host::Parse_Square("--s", Text); }),
+                AllOf(Not(""), Not(HasSubstr("write"))));
   }
 }
 

@@ -3,6 +3,7 @@
 // 'rigsync calibrate' on the simulated capture, from CSV to result.json.
 #include "simulate/simulate.h"
 #include "tests/host/program.h"
+#include "tests/support/run_log_reader.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -28,24 +29,6 @@ std::size_t Png_Count(const fs::path& Folder) {
     if (Entry.path().extension() == ".png") ++Count;
   }
   return Count;
-}
-
-std::vector<fs::path> Run_Logs(const fs::path& Folder) {
-  std::vector<fs::path> Logs;
-  for (const auto& Entry : fs::directory_iterator(Folder)) {
-    if (Entry.path().filename().string().rfind("log_", 0) == 0) Logs.push_back(Entry.path());
-  }
-  return Logs;
-}
-
-// The folders of the runs in an output folder, in the order of their names.
-std::vector<fs::path> Run_Folders(const fs::path& Out) {
-  std::vector<fs::path> Folders;
-  for (const auto& Entry : fs::directory_iterator(Out)) {
-    if (Entry.path().filename().string().rfind("run_", 0) == 0) Folders.push_back(Entry.path());
-  }
-  std::sort(Folders.begin(), Folders.end());
-  return Folders;
 }
 
 // The folder of the one run.
@@ -358,7 +341,8 @@ TEST(Calibrate, AnImagePathThatClimbsOutIsRefusedBeforeAnythingIsWritten) {
   EXPECT_EQ(Result.Status, 2);
   EXPECT_THAT(Result.Said, AllOf(HasSubstr("line 1"), HasSubstr("images/../0001.png")));
   EXPECT_EQ(Read_Text(Scratch.Path() / "0001.png"), Before);
-  EXPECT_TRUE(Run_Logs(Scratch.Path()).empty());
+  EXPECT_TRUE(Run_Folders(Scratch.Path()).empty());
+  EXPECT_FALSE(fs::exists(Scratch.Path() / "result.json"));
 }
 
 TEST(Calibrate, AReprojectionFolderThatCantBeMadeIsWarnedAbout) {
@@ -396,6 +380,7 @@ TEST(Calibrate, WhatItSaysFitsATerminalButForPaths) {
   const Scratch_Folder Scratch;
   const Finished Result =
       Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out"));
+  ASSERT_EQ(Result.Status, 0) << Result.Error;
   std::istringstream Lines(Result.Output);
   for (std::string Line; std::getline(Lines, Line);) {
     if (Line.find('/') == std::string::npos) {

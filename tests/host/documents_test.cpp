@@ -115,7 +115,9 @@ TEST(ManPage, HasTheSectionsThatPeopleLookFor) {
 
 // A word that is broken over two lines can't be searched for.
 TEST(ManPage, BreaksNoWord) {
-  std::istringstream Lines(Groff(RIGSYNC_MAN_PAGE, {"-rLL=60n"}).Output);
+  const std::string Page = Groff(RIGSYNC_MAN_PAGE, {"-rLL=60n"}).Output;
+  ASSERT_THAT(Page, HasSubstr("SEE ALSO"));
+  std::istringstream Lines(Page);
   for (std::string Line; std::getline(Lines, Line);) {
     EXPECT_FALSE(!Line.empty() && Line.back() == '-') << Line;
   }

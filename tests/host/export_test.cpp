@@ -230,6 +230,7 @@ TEST(Export, TellsItsRunLogWithoutTheDotsThatWereTyped) {
 TEST(Export, KeepsTheRunLogOffTheTerminal) {
   const Scratch_Folder Scratch;
   const Finished Result = Export(Scratch.Write("result.json", Result_Text(Reference_Pose)), "ue4");
+  ASSERT_EQ(Result.Status, 0) << Result.Error;
   EXPECT_THAT(Result.Output, Not(HasSubstr("Version : ")));
 }
 

@@ -26,16 +26,6 @@ namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::HasSubstr;
 
-std::vector<fs::path> Run_Folders(const fs::path& Out) {
-  std::vector<fs::path> Folders;
-  std::error_code Ignored;
-  for (const auto& Entry : fs::directory_iterator(Out, Ignored)) {
-    if (Entry.is_directory()) Folders.push_back(Entry.path());
-  }
-  std::sort(Folders.begin(), Folders.end());
-  return Folders;
-}
-
 // What the run log in a run's folder holds so far.
 std::string Logged(const fs::path& Run) {
   std::error_code Ignored;
@@ -99,16 +89,8 @@ class Running {
   pid_t Child = -1;
 };
 
-// The capture's images several times over, so that each stage can be met while it works.
-fs::path Write_Long_Csv(const Scratch_Folder& Scratch) {
-  const fs::path Once = Scratch.Path() / "once.csv";
-  Rewrite_Csv(Once, [](std::size_t, std::vector<std::string>& Fields) {
-    Fields[1] = (Capture_File("images").parent_path() / Fields[1]).string();
-  });
-  std::string Text;
-  for (int i = 0; i < 3; ++i) Text += Read_Text(Once);
-  return Scratch.Write("long.csv", Text);
-}
+// Long enough that each stage can be met while it works.
+constexpr int Repeats = 3;
 
 TEST(CalibrateFaults, KilledInAnyStageLeavesNoResultAndTheNextRunWorks) {
   // A message of each stage; the last is of the pass that writes reprojection images.
@@ -117,7 +99,7 @@ TEST(CalibrateFaults, KilledInAnyStageLeavesNoResultAndTheNextRunWorks) {
         "Start OrganizeRT.", "Remove outlier", "Mean_Transform_Chart_Tr : "}) {
     SCOPED_TRACE(Message);
     const Scratch_Folder Scratch;
-    const fs::path Csv = Write_Long_Csv(Scratch), Out = Scratch.Path() / "out";
+    const fs::path Csv = Write_Long_Csv(Scratch.Path(), Repeats), Out = Scratch.Path() / "out";
     Running Killed(Calibrate_Arguments(Csv, Out), Scratch.Path());
     ASSERT_TRUE(Killed.Reaches(Out, Message));
     ASSERT_EQ(Killed.End(SIGKILL), 128 + SIGKILL);
@@ -155,7 +137,7 @@ TEST(CalibrateFaults, HalfAResultIsNotTakenForAWholeOne) {
 
 TEST(CalibrateFaults, AFolderThatVanishesIsToldAndTheResultStillShown) {
   const Scratch_Folder Scratch;
-  const fs::path Csv = Write_Long_Csv(Scratch), Out = Scratch.Path() / "out";
+  const fs::path Csv = Write_Long_Csv(Scratch.Path(), Repeats), Out = Scratch.Path() / "out";
   Running Program(Calibrate_Arguments(Csv, Out), Scratch.Path());
   ASSERT_TRUE(Program.Reaches(Out, "Process : "));
   // Files come into being while the folder is removed.
@@ -171,7 +153,7 @@ TEST(CalibrateFaults, AFolderThatVanishesIsToldAndTheResultStillShown) {
 
 TEST(CalibrateFaults, ADiskThatFillsUpMeanwhileIsToldAndTheEarlierResultStays) {
   const Scratch_Folder Scratch;
-  const fs::path Csv = Write_Long_Csv(Scratch), Out = Scratch.Path() / "out";
+  const fs::path Csv = Write_Long_Csv(Scratch.Path(), Repeats), Out = Scratch.Path() / "out";
   fs::create_directory(Out);
   if (mount("none", Out.c_str(), "tmpfs", 0, "size=40m") != 0) {
     GTEST_SKIP() << "this user may not mount a disk";

@@ -588,6 +588,7 @@ TEST_F(Inspect, EverythingFitsATerminalButForPaths) {
     if (Index == 5) Row[4] = "inf";
   });
   const Finished Result = Rigsync(Inspect_Arguments(Csv));
+  ASSERT_GE(Line_Count(Result.Output), 20u) << Result.Error;
   std::istringstream Text(Result.Output);
   for (std::string Line; std::getline(Text, Line);) {
     if (Line.find('/') == std::string::npos) {
@@ -599,7 +600,8 @@ TEST_F(Inspect, EverythingFitsATerminalButForPaths) {
 TEST_F(Inspect, ATerminalSeesProgressAndColoursAndNobodyElseDoes) {
   const Terminal_Run Shown = Rigsync_On_Terminal(Inspect_Arguments(Capture_File("capture.csv")));
   EXPECT_EQ(Shown.Status, 1);
-  EXPECT_THAT(Shown.Shown, AllOf(HasSubstr("\rLooking for boards: 12 of 14"), HasSubstr("\x1b[")));
+  EXPECT_THAT(Shown.Shown,
+              AllOf(HasSubstr("\rLooking for boards: 12 of 14"), HasSubstr("\x1b[33m")));
   // Overwritten, so that the report stands alone at the end.
   EXPECT_THAT(Shown.Lines(), Not(Contains(HasSubstr("Looking for boards"))));
   EXPECT_THAT(Shown.Lines(), Contains(HasSubstr("  warning, whole capture")));

@@ -93,6 +93,26 @@ void Rewrite_Csv(
   if (!Copy) throw std::runtime_error("could not write " + Target.string());
 }
 
+std::filesystem::path Write_Long_Csv(const std::filesystem::path& Folder, int Repeats) {
+  const std::filesystem::path Once = Folder / "once.csv", Long = Folder / "long.csv";
+  Rewrite_Csv(Once, [](std::size_t, std::vector<std::string>& Fields) {
+    Fields[1] = (Capture_File("images").parent_path() / Fields[1]).string();
+  });
+  std::ofstream Written(Long, std::ios::binary);
+  for (int i = 0; i < Repeats; ++i) Written << Read_Text(Once);
+  return Long;
+}
+
+std::vector<std::filesystem::path> Run_Folders(const std::filesystem::path& Out) {
+  std::vector<std::filesystem::path> Folders;
+  std::error_code Ignored;
+  for (const auto& Entry : std::filesystem::directory_iterator(Out, Ignored)) {
+    if (Entry.path().filename().string().rfind("run_", 0) == 0) Folders.push_back(Entry.path());
+  }
+  std::sort(Folders.begin(), Folders.end());
+  return Folders;
+}
+
 std::string Read_Text(const std::filesystem::path& File) {
   std::ifstream Stream(File, std::ios::binary);
   if (!Stream) throw std::runtime_error("could not read " + File.string());

@@ -37,6 +37,13 @@ void Rewrite_Csv(
     const std::filesystem::path& Target,
     const std::function<void(std::size_t Index, std::vector<std::string>& Fields)>& Change);
 
+// A CSV in Folder with the capture's own images Repeats times over, by absolute paths.
+std::filesystem::path Write_Long_Csv(const std::filesystem::path& Folder, int Repeats);
+
+// The folders of the runs in an output folder, in the order of their names; none where it isn't
+// there.
+std::vector<std::filesystem::path> Run_Folders(const std::filesystem::path& Out);
+
 std::string Read_Text(const std::filesystem::path& File);
 nlohmann::json Read_Json(const std::filesystem::path& File);
 

@@ -178,7 +178,9 @@ TEST_F(BadInput, ABoardWhoseReserveIsNegativeThrowsALengthError) {
     }
   }
   // Before the board is dumped.
-  for (const auto& Log : Run_Logs(Folder.Path())) {
+  const auto Logs = Run_Logs(Folder.Path());
+  EXPECT_FALSE(Logs.empty());
+  for (const auto& Log : Logs) {
     const auto Lines = Messages(Read_File(Log));
     EXPECT_EQ(Lines.back(), "Camera Tracker Calibration start.");
   }
