@@ -3,7 +3,7 @@
 // What a line of the run log costs, and each export with the lines that it logs. Standard output
 // leads nowhere, the run log into the folder for temporary files.
 #include "bench/muted_output.h"
-#include "frame/run_log.h"
+#include "core/base/run_log.h"
 #include "rigsync_core.h"
 
 #include <benchmark/benchmark.h>

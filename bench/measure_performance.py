@@ -124,7 +124,7 @@ def processor_name():
 class Measurement:
     def __init__(self, build, work, plan):
         self.build, self.work, self.plan = build, work, plan
-        self.rigsync = build / "host" / "rigsync"
+        self.rigsync = build / "rigsync" / "rigsync"
         self.figures = {}
         self.built = {}
 

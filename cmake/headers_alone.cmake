@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# For scripts/check-windows-compile: gives the build its packages as headers alone, all of them in
+# For scripts/checks/windows: gives the build its packages as headers alone, all of them in
 # the folder RIGSYNC_HEADERS, and RIGSYNC_FOREIGN_NAMES in the place of every library behind them.
 
 # The targets of each package that the build asks for.

@@ -47,13 +47,13 @@ endif()
 # for export and no more, and can't leave anything undefined.
 function(rigsync_show_exports_alone Target)
   if(APPLE)
-    set(List ${PROJECT_SOURCE_DIR}/rigsync_core.exports)
+    set(List ${PROJECT_SOURCE_DIR}/core/rigsync_core.exports)
     target_link_options(${Target} PRIVATE -Wl,-exported_symbols_list,${List})
     if(NOT RIGSYNC_SANITIZE)
       target_link_options(${Target} PRIVATE -Wl,-undefined,error)
     endif()
   elseif(NOT WIN32)
-    set(List ${PROJECT_SOURCE_DIR}/rigsync_core.map)
+    set(List ${PROJECT_SOURCE_DIR}/core/rigsync_core.map)
     # calib3d brings two modules along that nothing here calls; gcc leaves them out by itself on
     # Debian, clang doesn't.
     target_link_options(${Target} PRIVATE -Wl,--version-script=${List} -Wl,--as-needed)

@@ -255,9 +255,9 @@ class Measuring(Case):
         self.assertLess(figures["growth/16/peak_mib"], 300)
 
     def test_ends_and_writes_nothing_when_a_program_fails(self):
-        for name in ("bench", "host"):
+        for name in ("bench", "rigsync"):
             (self.folder / name).mkdir()
-        for program in ("bench/calibration_bench", "bench/export_times", "host/rigsync"):
+        for program in ("bench/calibration_bench", "bench/export_times", "rigsync/rigsync"):
             (self.folder / program).symlink_to(BUILD / program)
         failing = self.folder / "bench" / "calibration_bench"
         failing.unlink()
@@ -272,7 +272,7 @@ class Measuring(Case):
 
     def test_refuses_a_calibration_that_gives_no_result(self):
         capture = self.folder / "capture"
-        done = run(BUILD / "host" / "rigsync", "simulate", capture, "--images", 2, "--size",
+        done = run(BUILD / "rigsync" / "rigsync", "simulate", capture, "--images", 2, "--size",
                    "320x240", "--board", "5x4", "--paths", "relative")
         self.assertEqual(done.returncode, 0, done.stderr)
         done = run(BUILD / "bench" / "stage_times", capture / "capture.csv", capture / "truth.json",

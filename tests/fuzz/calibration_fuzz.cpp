@@ -5,7 +5,7 @@
 // with no vector filled and with the log lines that belong to it.
 //
 // Input: flags, columns, rows, square size, sizes of the two board vectors; the rest is the file.
-#include "capture/read_raw_data.h"
+#include "core/capture/read_raw_data.h"
 #include "rigsync_core.h"
 #include "tests/fuzz/fuzz_support.h"
 

@@ -3,16 +3,17 @@
 // Any bytes as the CSV file that 'rigsync inspect' looks at. It promises to read the file as the
 // library does, so both read it: they have to see the same images with the same samples, and what
 // is told about lines has to be about lines that exist.
-#include "capture/read_raw_data.h"
-#include "host/capture_file.h"
+#include "core/capture/read_raw_data.h"
+#include "rigsync/capture/capture_file.h"
+#include "rigsync/capture/tracker_sample.h"
 #include "tests/fuzz/fuzz_support.h"
 
 namespace {
 
 // A row of the library: field 0, then position and quaternion of either tracker.
-std::vector<double> Samples_Of(const host::Capture_Row& Row) {
+std::vector<double> Samples_Of(const rigsync::Capture_Row& Row) {
   std::vector<double> Values;
-  for (const host::Tracker_Sample& Sample : {Row.Camera, Row.Board}) {
+  for (const rigsync::Tracker_Sample& Sample : {Row.Camera, Row.Board}) {
     Values.insert(Values.end(), Sample.Position.begin(), Sample.Position.end());
     Values.insert(Values.end(), Sample.Quaternion.begin(), Sample.Quaternion.end());
   }
@@ -26,14 +27,14 @@ bool Is_Marked_Field(const std::string& Text, std::size_t Line) {
   return Line == 1 && Is_Marked && Text.substr(0, Text.find('\n')).find(',') == std::string::npos;
 }
 
-void Check_Rows(const host::Capture_File& Read, const std::string& Text,
+void Check_Rows(const rigsync::Capture_File& Read, const std::string& Text,
                 const std::filesystem::path& File) {
   std::vector<std::string> Names;
   std::vector<std::vector<double>> Rows;
   Promise(Read_Raw_Data("", File.string(), Names, Rows) == 0, "the library reads the file");
   Promise(Read.Rows.size() == Rows.size(), "the library takes as many lines for images");
   for (std::size_t i = 0; i < Rows.size(); ++i) {
-    const host::Capture_Row& Row = Read.Rows[i];
+    const rigsync::Capture_Row& Row = Read.Rows[i];
     Promise(i == 0 || Row.Line > Read.Rows[i - 1].Line, "rows come in the order of their lines");
     if (!Row.Is_Image || Is_Marked_Field(Text, Row.Line)) continue;
     Promise(Row.Image == Names[i], "an image has the name that the library reads");
@@ -45,8 +46,8 @@ void Check_Rows(const host::Capture_File& Read, const std::string& Text,
   }
 }
 
-void Check_Findings(const host::Findings& Told, std::size_t Line_Count) {
-  for (const host::Finding& Finding : Told.Sorted()) {
+void Check_Findings(const rigsync::Findings& Told, std::size_t Line_Count) {
+  for (const rigsync::Finding& Finding : Told.Sorted()) {
     Promise(!Finding.Id.empty() && !Finding.What.empty(), "a finding says what is so");
     Promise(Finding.Lines.empty() || Finding.Lines.back() <= Line_Count, "its lines exist");
     Promise(std::is_sorted(Finding.Lines.begin(), Finding.Lines.end()), "its lines ascend");
@@ -64,8 +65,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size
   Bytes Input(Data, Size);
   const std::string Text = Input.Take_Rest();
   const std::filesystem::path File = Folder.Write("capture.csv", Text);
-  host::Findings Told;
-  const host::Capture_File Read = host::Read_Capture_File(File, Told);
+  rigsync::Findings Told;
+  const rigsync::Capture_File Read = rigsync::Read_Capture_File(File, Told);
   Check_Findings(Told, Read.Line_Count);
   const std::string Head = Text.substr(0, 2);
   // UTF-16 is told, and no line of it is read.

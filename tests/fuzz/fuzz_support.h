@@ -71,7 +71,7 @@ class Bytes {
   std::size_t Left;
 };
 
-// A folder of this process's own, gone at the end unless a promise breaks. scripts/check-fuzz gives
+// A folder of this process's own, gone at the end unless a promise breaks. scripts/checks/fuzz gives
 // it a place in memory.
 class Fuzz_Folder {
  public:

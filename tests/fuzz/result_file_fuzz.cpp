@@ -3,7 +3,9 @@
 // Any bytes as a result.json: refused with a sentence that names the file, or read with vectors
 // that are empty or of their documented size and hold finite numbers, which the writer writes so
 // that they are read back to the bit.
-#include "host/result_file.h"
+#include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/formats/result_file.h"
+#include "rigsync/system/usage_error.h"
 
 #include "tests/fuzz/fuzz_support.h"
 
@@ -12,7 +14,7 @@
 namespace {
 
 // A code is the number that stands in the file. One that no int holds may not be cut to another.
-void Check_Code(const host::Calibration_Result& Read, const std::string& Text) {
+void Check_Code(const rigsync::Calibration_Result& Read, const std::string& Text) {
   const nlohmann::json Root = nlohmann::json::parse(Text, nullptr, /*allow_exceptions=*/false);
   const nlohmann::json Code = Root.value("code", nlohmann::json());
   Promise(Read.Code.has_value() == Code.is_number_integer(), "a code is read where there is one");
@@ -24,7 +26,7 @@ void Check_Vector(const std::vector<double>& Values, std::size_t Size, const std
   for (const double Value : Values) Promise(std::isfinite(Value), Name + " is finite");
 }
 
-void Check_Read(const host::Calibration_Result& Read) {
+void Check_Read(const rigsync::Calibration_Result& Read) {
   Check_Vector(Read.Image_Size, 2, "Image_Size");
   Check_Vector(Read.Norm_Fxy, 2, "Norm_Fxy");
   Check_Vector(Read.Norm_Cxy, 2, "Norm_Cxy");
@@ -33,7 +35,7 @@ void Check_Read(const host::Calibration_Result& Read) {
   Promise(Read.Message.find('\n') == std::string::npos, "the message is one line");
 }
 
-void Check_Same(const host::Calibration_Result& Read, const host::Calibration_Result& Again) {
+void Check_Same(const rigsync::Calibration_Result& Read, const rigsync::Calibration_Result& Again) {
   Promise(Read.Code == Again.Code, "the code is read back");
   Promise(Read.Message == Again.Message, "the message is read back");
   Promise(Same(Read.Image_Size, Again.Image_Size), "the image size is read back");
@@ -50,17 +52,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size
   Bytes Input(Data, Size);
   const std::string Text = Input.Take_Rest();
   const std::filesystem::path File = Folder.Write("given.json", Text);
-  host::Calibration_Result Read;
+  rigsync::Calibration_Result Read;
   try {
-    Read = host::Read_Result(File);
-  } catch (const host::Usage_Error& Refusal) {
+    Read = rigsync::Read_Result(File);
+  } catch (const rigsync::Usage_Error& Refusal) {
     Promise(std::string(Refusal.what()).rfind(File.string() + ": ", 0) == 0,
             "a refusal names the file");
     return 0;
   }
   Check_Read(Read);
   Check_Code(Read, Text);
-  host::Write_Result(Folder.Path(), Read);
-  Check_Same(Read, host::Read_Result(Folder.Path() / "result.json"));
+  rigsync::Write_Result(Folder.Path(), Read);
+  Check_Same(Read, rigsync::Read_Result(Folder.Path() / "result.json"));
   return 0;
 }

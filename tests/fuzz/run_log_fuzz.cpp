@@ -5,7 +5,7 @@
 //
 // Input: a first byte, then entries: a byte that tells whether the file exists from the start, how
 // much it grows and how long its name is, and the name.
-#include "host/run_log_file.h"
+#include "rigsync/calibrate/run_log_file.h"
 
 #include "tests/fuzz/fuzz_support.h"
 
@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size
   for (const auto& [Name, What] : Files) {
     if (What.Exists_Before) std::ofstream(Logs / Name) << "line\n";
   }
-  const host::Run_Logs Before = host::List_Run_Logs(Logs);
+  const rigsync::Run_Logs Before = rigsync::List_Run_Logs(Logs);
   std::string Latest;
   std::size_t Listed = 0;
   for (const auto& [Name, What] : Files) {
@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size
     }
   }
   Promise(Before.size() == Listed, "nothing else is listed");
-  const std::filesystem::path Since = host::Run_Log_Since(Before, Logs);
+  const std::filesystem::path Since = rigsync::Run_Log_Since(Before, Logs);
   Promise(Since == (Latest.empty() ? std::filesystem::path() : Logs / Latest),
           "the log since then is the last that is new or has grown");
   std::filesystem::remove_all(Logs);

@@ -6,15 +6,15 @@
 //
 // Input: a first byte that picks the way; then the images, each a byte for its fate, one for the
 // length of its name, and the name, and behind them the numbers; or the log itself.
-#include "host/run_report.h"
+#include "rigsync/calibrate/run_report.h"
 
 #include "tests/fuzz/fuzz_support.h"
 
 namespace {
 
 using Lines = std::vector<std::string>;
-using host::Image_Fate;
-using host::Run_Report;
+using rigsync::Image_Fate;
+using rigsync::Run_Report;
 
 const std::string Stamp = "2022-11-17 09:05:33\t";
 
@@ -69,7 +69,7 @@ class Made_Up_Run {
     Say(Head + Number.Text + Tail);
   }
 
-  static bool Shows_A_Board(const host::Image_Report& Image) {
+  static bool Shows_A_Board(const rigsync::Image_Report& Image) {
     return Image.Fate == Image_Fate::Kept || Image.Fate == Image_Fate::Outlier;
   }
 
@@ -158,13 +158,13 @@ class Made_Up_Run {
     const Logged Max = Take_Number(Input);
     Say_Number("Max T_STD : ", Max, " meter.");
     Expected.Max_Spread_M = Max.Value;
-    Expected.Step = host::Run_Step::Ended;
+    Expected.Step = rigsync::Run_Step::Ended;
     Say("Camera and Tracker Calibration successful.");
   }
 };
 
 Run_Report Read(const Fuzz_Folder& Folder, const std::string& Log) {
-  return host::Read_Run_Report(Folder.Write("log", Log));
+  return rigsync::Read_Run_Report(Folder.Write("log", Log));
 }
 
 std::string Joined(const Lines& Log, std::size_t Count) {
@@ -180,7 +180,7 @@ bool Same(const std::optional<double>& Left, const std::optional<double>& Right)
 void Check_Images(const Run_Report& Read, const Run_Report& Expected) {
   Promise(Read.Images.size() == Expected.Images.size(), "every image is reported");
   for (std::size_t i = 0; i < Read.Images.size(); ++i) {
-    const host::Image_Report &Left = Read.Images[i], &Right = Expected.Images[i];
+    const rigsync::Image_Report &Left = Read.Images[i], &Right = Expected.Images[i];
     Promise(Left.Name == Right.Name, "an image has its name");
     Promise(Left.Fate == Right.Fate, "an image has its fate: " + Left.Name);
     Promise(Same(Left.Axis_Difference_Deg, Right.Axis_Difference_Deg), "an image has its angle");
@@ -222,11 +222,11 @@ void Check_Any(const std::string& Log, const Fuzz_Folder& Folder) {
   std::size_t Sum = 0;
   for (const auto Fate : {Image_Fate::Kept, Image_Fate::Unreadable, Image_Fate::No_Board,
                           Image_Fate::Outlier, Image_Fate::Unknown}) {
-    Sum += host::Count_Of(Report, Fate);
+    Sum += rigsync::Count_Of(Report, Fate);
   }
   Promise(Sum == Report.Images.size(), "every image has one fate");
   // Whole or line by line, as a run is followed.
-  host::Run_Log_Reader Follower;
+  rigsync::Run_Log_Reader Follower;
   for (std::size_t Start = 0; Start < Log.size();) {
     const std::size_t End = std::min(Log.find('\n', Start), Log.size());
     Follower.Take_Line(std::string_view(Log).substr(Start, End - Start));

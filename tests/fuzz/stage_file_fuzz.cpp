@@ -6,9 +6,11 @@
 // or refuse it with the flag's name.
 //
 // Input: a byte for the form, the rest is the file.
-#include "host/stage_file.h"
+#include "rigsync/capture/board_size.h"
+#include "rigsync/formats/stage_file.h"
+#include "rigsync/system/usage_error.h"
 
-#include "host/arguments.h"
+#include "rigsync/command_line/arguments.h"
 #include "tests/fuzz/fuzz_support.h"
 
 #include <functional>
@@ -22,29 +24,29 @@ Parsers() {
   static const std::map<std::string, std::function<void(const std::string&, const std::string&)>>
       All = {{"board",
               [](const std::string& Flag, const std::string& Text) {
-                const host::Board_Size Board = host::Parse_Board(Flag, Text);
+                const rigsync::Board_Size Board = rigsync::Parse_Board(Flag, Text);
                 Promise(Board.Cols >= 3 && Board.Cols <= 100, "a board has 3 to 100 columns");
                 Promise(Board.Rows >= 3 && Board.Rows <= 100, "a board has 3 to 100 rows");
               }},
              {"square",
               [](const std::string& Flag, const std::string& Text) {
-                const double Edge = host::Parse_Square(Flag, Text);
+                const double Edge = rigsync::Parse_Square(Flag, Text);
                 Promise(Edge > 0.0 && Edge <= 1.0, "a square is above 0 and at most 1 m");
               }},
              {"board-euler",
               [](const std::string& Flag, const std::string& Text) {
-                for (const double Angle : host::Parse_Angles(Flag, Text)) {
+                for (const double Angle : rigsync::Parse_Angles(Flag, Text)) {
                   Promise(std::isfinite(Angle), "an angle is finite");
                 }
               }},
              {"board-offset",
               [](const std::string& Flag, const std::string& Text) {
-                for (const double Length : host::Parse_Offset(Flag, Text)) {
+                for (const double Length : rigsync::Parse_Offset(Flag, Text)) {
                   Promise(std::abs(Length) <= 10.0, "an offset is on a stage");
                 }
               }},
              {"sensor", [](const std::string& Flag, const std::string& Text) {
-                for (const double Side : host::Parse_Sensor(Flag, Text)) {
+                for (const double Side : rigsync::Parse_Sensor(Flag, Text)) {
                   Promise(Side >= 1.0 && Side <= 100.0, "a sensor's sides are millimetres");
                 }
               }}};
@@ -57,13 +59,13 @@ std::vector<std::string> Known_Keys() {
   return Keys;
 }
 
-void Check_Values(const host::Stage& Values) {
+void Check_Values(const rigsync::Stage& Values) {
   for (const auto& [Key, Text] : Values) {
     Promise(Parsers().count(Key) == 1, "only known keys are read");
     const std::string Flag = "--" + Key;
     try {
       Parsers().at(Key)(Flag, Text);
-    } catch (const host::Usage_Error& Refusal) {
+    } catch (const rigsync::Usage_Error& Refusal) {
       Promise(std::string(Refusal.what()).rfind(Flag, 0) == 0, "a refusal begins with the flag");
     }
   }
@@ -78,17 +80,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size
   const char* const Names[] = {"stage.json", "stage.toml", "stage"};
   const std::string Name = Names[Input.Take<std::uint8_t>() % 3];
   const std::filesystem::path File = Folder.Write(Name, Input.Take_Rest());
-  host::Stage Values;
+  rigsync::Stage Values;
   try {
-    Values = host::Read_Stage(File, Known);
-  } catch (const host::Usage_Error& Refusal) {
+    Values = rigsync::Read_Stage(File, Known);
+  } catch (const rigsync::Usage_Error& Refusal) {
     Promise(std::string(Refusal.what()).rfind("--config: " + File.string() + ": ", 0) == 0,
             "a refusal names flag and file");
     return 0;
   }
   Check_Values(Values);
   const std::filesystem::path Copy = Folder.Path() / "copy.json";
-  host::Write_Stage(Copy, Values);
-  Promise(host::Read_Stage(Copy, Known) == Values, "what is written is read back");
+  rigsync::Write_Stage(Copy, Values);
+  Promise(rigsync::Read_Stage(Copy, Known) == Values, "what is written is read back");
   return 0;
 }

@@ -3,7 +3,7 @@
 // What a host sees when disk and images change while the library works. The library tells on
 // standard output where it is, so a fault strikes at a chosen line, every time.
 #include "rigsync_core.h"
-#include "tests/capture/board_photographs.h"
+#include "tests/core/capture/board_photographs.h"
 #include "tests/support/run_log_reader.h"
 #include "tests/whole/whole_run.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Within one process a capture gives one answer, to the last bit: again, and however many threads
-// OpenCV works with. tests/same_answer compares builds.
+// OpenCV works with. tests/portability/same_answer compares builds.
 #include "tests/whole/whole_run.h"
 
 #include <gtest/gtest.h>

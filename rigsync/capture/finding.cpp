@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/capture/finding.h"
+
+#include "rigsync/system/text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace rigsync {
+namespace {
+
+// A list of more runs than these fills lines without helping anyone; the JSON report has them all.
+constexpr std::size_t Most_Runs = 8;
+
+constexpr std::size_t Longest_Quote = 48;  // letters
+
+struct Run {
+  std::size_t First, Last;
+};
+
+std::vector<Run> Runs_Of(const std::vector<std::size_t>& Lines) {
+  std::vector<Run> Runs;
+  for (const std::size_t Line : Lines) {
+    if (!Runs.empty() && Runs.back().Last + 1 == Line) {
+      Runs.back().Last = Line;
+    } else {
+      Runs.push_back({Line, Line});
+    }
+  }
+  return Runs;
+}
+
+}  // namespace
+
+void Findings::Add(Finding New) {
+  const auto Same = [&](const Finding& Earlier) { return Earlier.Id == New.Id; };
+  const auto Found = std::find_if(All.begin(), All.end(), Same);
+  if (Found == All.end()) {
+    All.push_back(std::move(New));
+    return;
+  }
+  std::vector<std::size_t>& Lines = Found->Lines;
+  Lines.insert(Lines.end(), New.Lines.begin(), New.Lines.end());
+  std::sort(Lines.begin(), Lines.end());
+  Lines.erase(std::unique(Lines.begin(), Lines.end()), Lines.end());
+}
+
+std::vector<Finding> Findings::Sorted() const {
+  const auto First_Line = [](const Finding& Of) {
+    return Of.Lines.empty() ? std::numeric_limits<std::size_t>::max() : Of.Lines.front();
+  };
+  std::vector<Finding> Ordered = All;
+  std::stable_sort(Ordered.begin(), Ordered.end(), [&](const Finding& Left, const Finding& Right) {
+    return First_Line(Left) < First_Line(Right);
+  });
+  return Ordered;
+}
+
+Level Findings::Gravest() const {
+  Level Worst = Level::Note;
+  for (const Finding& One : All) Worst = std::max(Worst, One.Severity);
+  return Worst;
+}
+
+std::size_t Findings::Count(Level Severity) const {
+  return static_cast<std::size_t>(std::count_if(
+      All.begin(), All.end(), [&](const Finding& One) { return One.Severity == Severity; }));
+}
+
+std::string Lines_Text(const std::vector<std::size_t>& Lines) {
+  if (Lines.empty()) return {};
+  const std::vector<Run> Runs = Runs_Of(Lines);
+  std::string Text = Lines.size() == 1 ? "line " : "lines ";
+  std::size_t Told = 0;
+  for (std::size_t i = 0; i < std::min(Runs.size(), Most_Runs); ++i) {
+    const auto [First, Last] = Runs[i];
+    if (i > 0) Text += ", ";
+    Text += First == Last ? fmt::format("{}", First) : fmt::format("{}-{}", First, Last);
+    Told += Last - First + 1;
+  }
+  if (Told < Lines.size()) Text += fmt::format(" and {} more", Lines.size() - Told);
+  return Text;
+}
+
+std::string Quoted(const std::string& Text) {
+  const std::string Line = One_Line(Text);
+  if (Line.size() <= Longest_Quote) return "'" + Line + "'";
+  // A letter of UTF-8 has bytes 10xxxxxx behind its first, and is not cut in two.
+  std::size_t End = Longest_Quote;
+  while (End > 0 && (static_cast<unsigned char>(Line[End]) & 0xc0u) == 0x80u) --End;
+  return "'" + Line.substr(0, End) + "...'";
+}
+
+const char* Level_Name(Level Severity) {
+  switch (Severity) {
+    case Level::Note:
+      return "note";
+    case Level::Warning:
+      return "warning";
+    case Level::Error:
+      return "error";
+  }
+  return "";
+}
+
+}  // namespace rigsync

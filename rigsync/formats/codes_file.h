@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What 'rigsync codes --json' prints; docs/codes.schema.json holds its form.
+#ifndef RIGSYNC_FORMATS_CODES_FILE_H
+#define RIGSYNC_FORMATS_CODES_FILE_H
+
+#include "rigsync/calibrate/codes.h"
+
+#include <string>
+
+namespace rigsync {
+
+// One code as an object.
+std::string Code_Json(const Code_Advice& Advice);
+
+// All codes as a list, ascending.
+std::string All_Codes_Json();
+
+}  // namespace rigsync
+
+#endif  // RIGSYNC_FORMATS_CODES_FILE_H

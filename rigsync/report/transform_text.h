@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Flat transforms (16 numbers, row by row) as people read them, and how far two of them are apart.
+#ifndef RIGSYNC_REPORT_TRANSFORM_TEXT_H
+#define RIGSYNC_REPORT_TRANSFORM_TEXT_H
+
+#include <string>
+#include <vector>
+
+namespace rigsync {
+
+// Row r (0 to 3) of a flat transform: rotation and, in the last column, translation in metres.
+std::string Row_Text(const std::vector<double>& Transform, int r);
+
+}  // namespace rigsync
+
+#endif  // RIGSYNC_REPORT_TRANSFORM_TEXT_H

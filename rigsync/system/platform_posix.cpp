@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// platform.h for Linux and macOS.
+#include "rigsync/system/platform.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX's, with sigaction
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+
+namespace rigsync {
+namespace {
+
+// ---- The process -------------------------------------------------------------------------------
+
+constexpr std::array<int, 3> Signals = {SIGINT, SIGTERM, SIGHUP};
+
+// What the handler reads: set while no handler is in place.
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): a handler is handed nothing else
+std::string Last_Words;
+int Kept_Error = -1;
+std::array<struct sigaction, Signals.size()> Before;
+// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
+
+// Calls nothing but what is safe inside a handler.
+void Say_And_End(int Signal) {
+  if (write(Kept_Error, Last_Words.data(), Last_Words.size()) < 0) {
+    // Nobody is there to read it.
+  }
+  // The handler was taken off when it was entered (SA_RESETHAND): the signal now ends the process,
+  // and the shell sees by which one.
+  raise(Signal);
+}
+
+// ---- Files -------------------------------------------------------------------------------------
+
+// True when all of Text is in the file and the disk has it. errno tells why not.
+bool Write_All(int Descriptor, std::string_view Text) {
+  while (!Text.empty()) {
+    const ssize_t Written = write(Descriptor, Text.data(), Text.size());
+    if (Written < 0 && errno == EINTR) continue;
+    if (Written < 0) return false;
+    Text.remove_prefix(static_cast<std::size_t>(Written));
+  }
+  // A file system that can't sync (a pipe's, some network's) has done what it can.
+  return fsync(Descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+std::error_code Last_Error() {
+  return {errno, std::generic_category()};
+}
+
+}  // namespace
+
+// A standard descriptor that is closed would be given to the next file that is opened, and what is
+// printed would end up in it.
+Prepared_Process::Prepared_Process() {
+  int Descriptor = open("/dev/null", O_RDWR);
+  while (Descriptor >= 0 && Descriptor <= STDERR_FILENO) Descriptor = open("/dev/null", O_RDWR);
+  if (Descriptor >= 0) close(Descriptor);
+  signal(SIGPIPE, SIG_IGN);
+}
+
+Prepared_Process::~Prepared_Process() = default;
+
+Interrupt_Text::Interrupt_Text(const std::string& Text) {
+  Last_Words = Text;
+  Kept_Error = Copy_Of(STDERR_FILENO);
+  struct sigaction Action = {};
+  Action.sa_handler = Say_And_End;
+  Action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+  sigemptyset(&Action.sa_mask);
+  for (std::size_t i = 0; i < Signals.size(); ++i) {
+    sigaction(Signals[i], nullptr, &Before[i]);
+    if (Before[i].sa_handler != SIG_IGN) sigaction(Signals[i], &Action, nullptr);
+  }
+}
+
+Interrupt_Text::~Interrupt_Text() {
+  for (std::size_t i = 0; i < Signals.size(); ++i) sigaction(Signals[i], &Before[i], nullptr);
+  if (Kept_Error >= 0) close(Kept_Error);
+  Kept_Error = -1;
+}
+
+unsigned long Process_Number() {
+  return static_cast<unsigned long>(getpid());
+}
+
+bool Is_Terminal(std::FILE* Stream) {
+  return isatty(fileno(Stream)) != 0;
+}
+
+bool Terminal_Takes_Colours(std::FILE* /*Stream*/) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here sets a variable
+  const char* const Kind = std::getenv("TERM");
+  return Kind != nullptr && *Kind != '\0' && std::string_view(Kind) != "dumb";
+}
+
+int Copy_Of(int Descriptor) {
+  return fcntl(Descriptor, F_DUPFD_CLOEXEC, 3);
+}
+
+int Open_Nowhere() {
+  return open("/dev/null", O_WRONLY | O_CLOEXEC);
+}
+
+void Redirect(int Descriptor, int Target) {
+  dup2(Target, Descriptor);
+}
+
+void Close(int Descriptor) {
+  close(Descriptor);
+}
+
+void Write_If_Ready(int Descriptor, std::string_view Text) {
+  pollfd Ready{Descriptor, POLLOUT, 0};
+  if (poll(&Ready, 1, /*timeout=*/0) != 1 || (Ready.revents & POLLOUT) == 0) return;
+  if (write(Descriptor, Text.data(), Text.size()) < 0) return;
+}
+
+bool Reader_Is_Gone() {
+  return errno == EPIPE;
+}
+
+std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text) {
+  const int Descriptor = open(File.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (Descriptor < 0) return Last_Error();
+  if (!Write_All(Descriptor, Text)) {
+    const std::error_code Reason = Last_Error();
+    close(Descriptor);
+    return Reason;
+  }
+  return close(Descriptor) == 0 ? std::error_code() : Last_Error();
+}
+
+std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To) {
+  return std::rename(From.c_str(), To.c_str()) == 0 ? std::error_code() : Last_Error();
+}
+
+std::string Shell_Word(const std::string& Text) {
+  constexpr const char* Special = " \t\n'\"\\$`&|;<>()*?[]{}!#~";
+  if (Text.find_first_of(Special) == std::string::npos) return Text;
+  std::string Word = "'";
+  for (const char Letter : Text) Word += Letter == '\'' ? "'\\''" : std::string(1, Letter);
+  return Word + "'";
+}
+
+std::string Command_Goes_On(std::size_t Indent) {
+  return " \\\n" + std::string(Indent, ' ');
+}
+
+}  // namespace rigsync

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/system/progress_output.h"
+
+#include "rigsync/system/platform.h"
+#include "rigsync/system/text.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <cstdio>
+
+namespace rigsync {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double Plain_Interval_Seconds = 10.0;
+
+}  // namespace
+
+std::string Time_Text(double Seconds) {
+  constexpr double Few = 7.5, Minutes_From = 90.0, Minute = 60.0, Step = 5.0;
+  if (!(Seconds >= Few)) return "a few seconds";
+  if (Seconds < Minutes_From)
+    return fmt::format("about {:.0f} s", std::round(Seconds / Step) * Step);
+  return fmt::format("about {:.0f} min", std::ceil(Seconds / Minute));
+}
+
+Progress_Kind Kind_Of_Progress(bool Quiet) {
+  if (Quiet) return Progress_Kind::None;
+  return Is_Terminal(stderr) ? Progress_Kind::Line : Progress_Kind::Plain;
+}
+
+Progress_Output::Progress_Output(Progress_Kind Wanted) : Kind(Wanted), Began(Clock::now()) {
+  if (Kind != Progress_Kind::None) Output = Copy_Of(Standard_Error);
+}
+
+Progress_Output::~Progress_Output() {
+  if (Kind == Progress_Kind::Line) Say(Line_Off);
+  if (Output >= 0) Close(Output);
+}
+
+void Progress_Output::Begin(const std::string& Text) {
+  if (Kind != Progress_Kind::Plain) return;
+  Said_At = Seconds();
+  Say("rigsync: " + Text + "\n");
+}
+
+void Progress_Output::Show(const std::string& Text) {
+  if (Kind == Progress_Kind::Plain) {
+    if (Seconds() - Said_At >= Plain_Interval_Seconds) Begin(Text);
+    return;
+  }
+  if (Kind == Progress_Kind::None || Text == Shown) return;
+  Shown = Text;
+  Say("\r" + Text.substr(0, Terminal_Width - 1) + "\x1b[K");
+}
+
+double Progress_Output::Seconds() const {
+  return std::chrono::duration<double>(Clock::now() - Began).count();
+}
+
+// A terminal that is gone, or a pipe that nobody empties, is nothing to stop the work for.
+void Progress_Output::Say(const std::string& Text) const {
+  Write_If_Ready(Output, Text);
+}
+
+}  // namespace rigsync

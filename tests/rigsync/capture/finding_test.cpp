@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/capture/finding.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using rigsync::Finding;
+using rigsync::Findings;
+using rigsync::Level;
+
+Finding Of(const std::string& Id, Level Severity, std::vector<std::size_t> Lines) {
+  return {Id, Severity, "What.", "", "Advice.", std::move(Lines)};
+}
+
+TEST(Finding, LinesInARowAreOneRun) {
+  EXPECT_EQ(rigsync::Lines_Text({}), "");
+  EXPECT_EQ(rigsync::Lines_Text({4}), "line 4");
+  EXPECT_EQ(rigsync::Lines_Text({4, 5}), "lines 4-5");
+  EXPECT_EQ(rigsync::Lines_Text({4, 5, 6, 18, 20, 21}), "lines 4-6, 18, 20-21");
+}
+
+TEST(Finding, OfManyRunsTheFirstEightAreNamedAndTheOtherLinesCounted) {
+  EXPECT_EQ(rigsync::Lines_Text({1, 3, 5, 7, 9, 11, 13, 15}), "lines 1, 3, 5, 7, 9, 11, 13, 15");
+  EXPECT_EQ(rigsync::Lines_Text({1, 3, 5, 7, 9, 11, 13, 15, 17, 18}),
+            "lines 1, 3, 5, 7, 9, 11, 13, 15 and 2 more");
+}
+
+TEST(Finding, EqualIdsBecomeOneFindingWithAllLinesAscending) {
+  Findings Told;
+  Told.Add(Of("stale", Level::Warning, {7}));
+  Told.Add(Of("stale", Level::Warning, {3}));
+  Told.Add(Of("stale", Level::Warning, {7}));
+  ASSERT_EQ(Told.Sorted().size(), 1u);
+  EXPECT_EQ(Told.Sorted()[0].Lines, (std::vector<std::size_t>{3, 7}));
+}
+
+TEST(Finding, FindingsAreSortedByFirstLineAndTheWholeCaptureComesLast) {
+  Findings Told;
+  Told.Add(Of("whole", Level::Error, {}));
+  Told.Add(Of("late", Level::Warning, {9}));
+  Told.Add(Of("early", Level::Note, {2, 30}));
+  std::vector<std::string> Ids;
+  for (const Finding& One : Told.Sorted()) Ids.push_back(One.Id);
+  EXPECT_EQ(Ids, (std::vector<std::string>{"early", "late", "whole"}));
+}
+
+TEST(Finding, TheGravestLevelCounts) {
+  Findings Told;
+  EXPECT_EQ(Told.Gravest(), Level::Note);
+  Told.Add(Of("warning", Level::Warning, {2}));
+  Told.Add(Of("note", Level::Note, {1}));
+  EXPECT_EQ(Told.Gravest(), Level::Warning);
+  Told.Add(Of("error", Level::Error, {}));
+  EXPECT_EQ(Told.Gravest(), Level::Error);
+  EXPECT_EQ(Told.Count(Level::Warning), 1u);
+}
+
+TEST(Finding, AQuoteIsOneLineAndNeverCutInsideALetter) {
+  EXPECT_EQ(rigsync::Quoted("a\r\n\tb"), "'a b'");
+  EXPECT_EQ(rigsync::Quoted(std::string(48, 'x')), "'" + std::string(48, 'x') + "'");
+  EXPECT_EQ(rigsync::Quoted(std::string(49, 'x')), "'" + std::string(48, 'x') + "...'");
+  // The letter's two bytes would be the 48th and 49th.
+  EXPECT_EQ(rigsync::Quoted(std::string(47, 'x') + "\xc3\xa9y"), "'" + std::string(47, 'x') + "...'");
+}
+
+}  // namespace

@@ -1,0 +1,328 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What happens around a calibration: what is shown while it works, what a person who ends it finds,
+// runs that share an output folder, disks without space, and what result.json tells of it all.
+#include "tests/rigsync/support/program.h"
+#include "tests/rigsync/support/terminal_run.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr std::size_t Terminal_Width = 80;
+
+std::vector<std::string> Lines_Of(const std::string& Text) {
+  std::vector<std::string> Lines;
+  std::istringstream Stream(Text);
+  for (std::string Line; std::getline(Stream, Line);) Lines.push_back(Line);
+  return Lines;
+}
+
+std::string Shell_Words(const std::vector<std::string>& Arguments) {
+  std::string Words = RIGSYNC_PROGRAM;
+  for (const std::string& Word : Arguments) Words += " '" + Word + "'";
+  return Words;
+}
+
+// The result of checking a file against docs/result.schema.json.
+Finished Check_Schema(const fs::path& File) {
+  const fs::path Top = RIGSYNC_SOURCE_DIR;
+  return Run_Program("/usr/bin/env", {"python3", (Top / "tests/rigsync/formats/check_schema.py").string(),
+                                      (Top / "docs/result.schema.json").string(), File.string()});
+}
+
+TEST(CalibrateRun, SaysPlainlyWhatBeginsWhereNobodyWatches) {
+  const Scratch_Folder Scratch;
+  const Finished Result =
+      Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out"));
+  EXPECT_THAT(
+      Lines_Of(Result.Error),
+      ElementsAre("rigsync: finding boards in 14 images",
+                  "rigsync: 14 boards found, solving the lens", "rigsync: solving the mount",
+                  StartsWith("rigsync: writing reprojection images of ")));
+  EXPECT_THAT(Result.Error + Result.Output, Not(HasSubstr("\x1b")));
+}
+
+TEST(CalibrateRun, ShowsNoProgressWhenAskedToBeQuietOrVerbose) {
+  for (const char* Flag : {"--quiet", "--verbose"}) {
+    const Scratch_Folder Scratch;
+    std::vector<std::string> Arguments =
+        Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out");
+    Arguments.emplace_back(Flag);
+    const Finished Result = Rigsync(Arguments);
+    EXPECT_EQ(Result.Error, "") << Flag;
+    EXPECT_THAT(Result.Output, HasSubstr("Code 0.")) << Flag;
+    EXPECT_THAT(Rigsync_On_Terminal(Arguments).Shown, Not(HasSubstr("Finding boards"))) << Flag;
+  }
+  const Scratch_Folder Scratch;
+  std::vector<std::string> Both =
+      Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out");
+  Both.insert(Both.end(), {"--quiet", "--verbose"});
+  EXPECT_EQ(Rigsync(Both).Status, 2);
+}
+
+TEST(CalibrateRun, WritesOneLineAnewOnATerminalAndTakesItOffAtTheEnd) {
+  const Scratch_Folder Scratch;
+  const Terminal_Run Result = Rigsync_On_Terminal(
+      Calibrate_Arguments(Write_Long_Csv(Scratch.Path(), 3), Scratch.Path() / "out"));
+  EXPECT_EQ(Result.Status, 0);
+  EXPECT_THAT(Result.Shown, HasSubstr("\rFinding boards: "));
+  EXPECT_TRUE(std::regex_search(
+      Result.Shown,
+      std::regex("\rFinding boards: [1-9][0-9]* of 42 images, [0-9]+ found, a(bout )?")))
+      << Result.Shown;
+  // What stands on the terminal in the end: the result, and no rest of the line.
+  EXPECT_THAT(Result.Lines().front(), StartsWith("Code 0."));
+  for (const std::string& Line : Result.Lines()) EXPECT_THAT(Line, Not(HasSubstr("Finding")));
+  const std::string Progress = Result.Shown.substr(0, Result.Shown.find('\n'));
+  std::istringstream Steps(Progress);
+  for (std::string Step; std::getline(Steps, Step, '\r');) {
+    EXPECT_LT(std::regex_replace(Step, std::regex("\x1b\\[[0-9;]*[mK]"), "").size(),
+              Terminal_Width);
+  }
+}
+
+TEST(CalibrateRun, IsInColourOnATerminalUnlessTheEnvironmentForbidsIt) {
+  const Scratch_Folder Scratch;
+  const std::vector<std::string> Arguments =
+      Calibrate_Arguments(Scratch.Path() / "none.csv", Scratch.Path() / "out");
+  constexpr const char* Red = "\x1b[31m";
+  EXPECT_THAT(Rigsync_On_Terminal(Arguments).Shown, HasSubstr(Red));
+  EXPECT_THAT(Rigsync_On_Terminal(Arguments, {"NO_COLOR=1"}).Shown, Not(HasSubstr(Red)));
+  EXPECT_THAT(Rigsync_On_Terminal(Arguments, {"TERM=dumb"}).Shown, Not(HasSubstr(Red)));
+  EXPECT_THAT(Rigsync(Arguments).Output, Not(HasSubstr(Red)));
+}
+
+TEST(CalibrateRun, EndedByAPersonLeavesNoResultAndSaysSo) {
+  const Scratch_Folder Scratch;
+  const fs::path Out = Scratch.Path() / "out";
+  ASSERT_EQ(Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Out)).Status, 0);
+  const std::string Earlier = Read_Text(Out / "result.json");
+  // Long enough to be met in the middle whatever the machine.
+  const fs::path Csv = Write_Long_Csv(Scratch.Path(), 200);
+  const Terminal_Run Result = Rigsync_On_Terminal(
+      Calibrate_Arguments(Csv, Out), {},
+      [](const std::string& Shown) { return Shown.find(" found, a") != std::string::npos; });
+  constexpr int Interrupted = 128 + 2;  // SIGINT itself ended it, so that a shell's loop ends too
+  EXPECT_EQ(Result.Status, Interrupted);
+  const std::vector<std::string> Lines = Result.Lines();
+  EXPECT_THAT(Lines, Contains(HasSubstr("rigsync: interrupted; no result was written.")));
+  EXPECT_THAT(Lines, Contains("  " + (fs::canonical(Run_Folders(Out).back())).string()));
+  for (const std::string& Line : Lines) EXPECT_THAT(Line, Not(HasSubstr("Finding boards")));
+  // The run that worked is what it was, and the one that didn't has a log and nothing else.
+  EXPECT_EQ(Read_Text(Out / "result.json"), Earlier);
+  ASSERT_EQ(Run_Folders(Out).size(), 2u);
+  EXPECT_FALSE(fs::exists(Run_Folders(Out).back() / "result.json"));
+  for (const auto& Entry : fs::directory_iterator(Out)) {
+    EXPECT_NE(Entry.path().filename().string().front(), '.') << Entry.path();
+  }
+}
+
+TEST(CalibrateRun, TwoRunsAtOnceInOneFolderKeepApart) {
+  const Scratch_Folder Scratch;
+  const fs::path Out = Scratch.Path() / "out";
+  const std::string Words = Shell_Words(Calibrate_Arguments(Capture_File("capture.csv"), Out));
+  const Finished Both =
+      Run_Program("/bin/sh", {"-c", Words + " & one=$!; " + Words + " && wait $one"});
+  EXPECT_EQ(Both.Status, 0) << Both.Error;
+  const std::vector<fs::path> Runs = Run_Folders(Out);
+  ASSERT_EQ(Runs.size(), 2u);
+  std::vector<nlohmann::json> Results;
+  for (const fs::path& Run : Runs) {
+    Results.push_back(Read_Json(Run / "result.json"));
+    EXPECT_EQ(Results.back()["code"], 0);
+    EXPECT_EQ(Results.back()["run_folder"], fs::canonical(Run).string());
+    // One whole log: the version stands in it once.
+    const std::string Log = Read_Text(Results.back()["run_log"].get<std::string>());
+    EXPECT_EQ(Log.find("Version : "), Log.rfind("Version : "));
+    EXPECT_THAT(Log, HasSubstr("Camera and Tracker Calibration successful."));
+  }
+  EXPECT_EQ(Results[0]["transform_cam_tc"], Results[1]["transform_cam_tc"]);
+  EXPECT_THAT(Results, Contains(Read_Json(Out / "result.json")));
+}
+
+TEST(CalibrateRun, ADiskThatIsFullOrReadOnlyIsToldBeforeTheWork) {
+  const Scratch_Folder Scratch;
+  const fs::path Disk = Scratch.Path() / "disk";
+  fs::create_directory(Disk);
+  const std::string Words =
+      Shell_Words(Calibrate_Arguments(Capture_File("capture.csv"), Disk / "out"));
+  const auto On_Disk = [&](const std::string& Options) {
+    return Run_Program("/usr/bin/env", {"unshare", "--mount", "sh", "-c",
+                                        "mount -t tmpfs -o " + Options + " none '" + Disk.string() +
+                                            "' && mkdir -p '" + Disk.string() + "/out'; " + Words});
+  };
+  if (Run_Program("/usr/bin/env", {"unshare", "--mount", "true"}).Status != 0) {
+    GTEST_SKIP() << "this user may not mount a disk";
+  }
+  // Two files: the disk's own folder and the one for the results.
+  const Finished No_File = On_Disk("nr_inodes=2");
+  EXPECT_EQ(No_File.Status, 2);
+  EXPECT_THAT(No_File.Said,
+              AllOf(HasSubstr("'" + fs::canonical(Disk).string() + "/out' is wrong"),
+                    HasSubstr("files can be written (No space left"), Not(HasSubstr("probe"))));
+  const Finished Full = On_Disk("size=100k");
+  EXPECT_EQ(Full.Status, 2);
+  EXPECT_THAT(Full.Said, AllOf(HasSubstr("--out"), HasSubstr("of space for run log and result"),
+                               Not(HasSubstr("finding boards"))));
+  const Finished Read_Only = On_Disk("ro");
+  EXPECT_EQ(Read_Only.Status, 2);
+  EXPECT_THAT(Read_Only.Said,
+              AllOf(HasSubstr("--out"), HasSubstr("Read-only"), Not(HasSubstr("finding boards"))));
+  // Room for log and result, but not for the reprojection images.
+  const Finished Narrow = On_Disk("size=1500k");
+  EXPECT_EQ(Narrow.Status, 0) << Narrow.Error;
+  EXPECT_THAT(Narrow.Said, AllOf(HasSubstr("warning"), HasSubstr("reprojection images")));
+}
+
+TEST(CalibrateRun, ResultTellsWhichImagesWereDroppedWhereAndWhy) {
+  const Scratch_Folder Scratch;
+  const std::string Capture = (Scratch.Path() / "troubled").string();
+  ASSERT_EQ(Rigsync({"simulate", Capture, "--images", "20", "--size", "640x480", "--board", "7x5",
+                     "--missing", "1", "--blank", "1", "--jumped", "1"})
+                .Status,
+            0);
+  const fs::path Out = Scratch.Path() / "out";
+  const Finished Result = Rigsync({"calibrate", Capture + "/capture.csv", "--config",
+                                   Capture + "/stage.json", "--out", Out.string()});
+  ASSERT_EQ(Result.Status, 0) << Result.Error;
+  const nlohmann::json File = Read_Json(Out / "result.json");
+  std::vector<std::string> Stages;
+  for (const auto& Image : File["images"]["dropped"]) {
+    Stages.push_back(Image["stage"]);
+    // The line of the CSV is the one on which the image stands.
+    const std::vector<std::string> Csv = Lines_Of(Read_Text(Capture + "/capture.csv"));
+    EXPECT_THAT(Csv.at(Image["line"].get<std::size_t>() - 1),
+                HasSubstr(Image["image"].get<std::string>()));
+    EXPECT_THAT(Result.Output, HasSubstr(Image["reason"].get<std::string>()));
+  }
+  EXPECT_THAT(Stages, AllOf(Contains("reading").Times(1), Contains("board").Times(1),
+                            Contains("outliers")));
+  EXPECT_EQ(File["images"]["given"], 20);
+  EXPECT_EQ(File["images"]["kept"].size() + Stages.size(), 20u);
+  const double Error_Px = File["quality"]["reprojection_px"];
+  constexpr double Log_Digits = 1e-3;  // six decimals of the normalised error, times 1080
+  EXPECT_NEAR(File["quality"]["reprojection_1080p_px"], Error_Px * 1080.0 / 480.0, Log_Digits);
+  EXPECT_EQ(File["versions"]["rigsync_core"], "v0.0.9");
+}
+
+TEST(CalibrateRun, EveryResultFollowsTheSchema) {
+  const Scratch_Folder Scratch;
+  const fs::path Csv = Scratch.Path() / "capture.csv", Out = Scratch.Path() / "out";
+  std::vector<std::string> Arguments = Calibrate_Arguments(Csv, Out);
+  const auto Expect_Schema = [&](const char* What) {
+    const Finished Checked = Check_Schema(Out / "result.json");
+    EXPECT_EQ(Checked.Status, 0) << What << ": " << Checked.Output << Checked.Error;
+    // The next run's result is its own.
+    fs::remove(Out / "result.json");
+  };
+  Rigsync(Arguments);
+  Expect_Schema("no CSV");
+  const auto Write_Csv =
+      [&](const std::function<void(std::size_t, std::vector<std::string>&)>& Change) {
+        Rewrite_Csv(Csv, [&](std::size_t Index, std::vector<std::string>& Fields) {
+          Fields[1] = (Capture_File("images").parent_path() / Fields[1]).string();
+          Change(Index, Fields);
+        });
+      };
+  Write_Csv([](std::size_t Index, std::vector<std::string>& Fields) {
+    if (Index == 3) Fields[2] = "nan";
+  });
+  Rigsync(Arguments);
+  Expect_Schema("numbers that are not finite");
+  Write_Csv([](std::size_t, std::vector<std::string>&) {});
+  Arguments.insert(Arguments.end(), {"--sensor", "24x18"});
+  Rigsync(Arguments);
+  Expect_Schema("a sensor");
+  Write_Csv([](std::size_t, std::vector<std::string>& Fields) { Fields[1] += "\xff"; });
+  Rigsync(Arguments);
+  Expect_Schema("paths that are no text");
+}
+
+TEST(CalibrateRun, OutliersThatTheRunLogDoesNotNameAreNotCalledKept) {
+  const Scratch_Folder Scratch;
+  const std::string Capture = Scratch.String() + "/noisy";
+  // Noise at which half of the axes are beyond their limit, and some positions.
+  ASSERT_EQ(Rigsync({"simulate", Capture, "--images", "14", "--size", "640x480", "--board", "7x5",
+                     "--rotation-noise", "0.3", "--position-noise", "5mm"})
+                .Status,
+            0);
+  const fs::path Out = Scratch.Path() / "out";
+  const Finished Result = Rigsync({"calibrate", Capture + "/capture.csv", "--config",
+                                   Capture + "/stage.json", "--out", Out.string()});
+  ASSERT_EQ(Result.Status, 13);
+  const Finished Checked = Check_Schema(Out / "result.json");
+  EXPECT_EQ(Checked.Status, 0) << Checked.Output << Checked.Error;
+  const nlohmann::json Images = Read_Json(Out / "result.json")["images"];
+  EXPECT_TRUE(Images["kept"].empty());
+  EXPECT_GT(Images["unknown"].size(), 0u);
+  EXPECT_EQ(Images["unknown"].size() + Images["dropped"].size(), 14u);
+  EXPECT_GT(Images["dropped"].size(), 0u);
+  // Those that are named are told by their axis alone, which is beyond the limit; the others'
+  // isn't.
+  for (const auto& Image : Images["dropped"]) EXPECT_GT(Image["axis_difference_deg"], 0.5);
+  for (const auto& Image : Images["unknown"]) EXPECT_LE(Image["axis_difference_deg"], 0.5);
+  EXPECT_THAT(Result.Output,
+              HasSubstr("Of the other " + std::to_string(Images["unknown"].size()) + ", "));
+}
+
+TEST(CalibrateRun, TheSchemaRefusesWhatIsNoResult) {
+  const Scratch_Folder Scratch;
+  const fs::path Out = Scratch.Path() / "out";
+  Rigsync(Calibrate_Arguments(Scratch.Path() / "none.csv", Out));
+  const nlohmann::json Whole = Read_Json(Out / "result.json");
+  for (const auto& [Key, Value] : Whole.items()) {
+    nlohmann::json Without = Whole;
+    Without.erase(Key);
+    EXPECT_EQ(Check_Schema(Scratch.Write("without.json", Without.dump())).Status, 1) << Key;
+  }
+  nlohmann::json More = Whole;
+  More["more"] = 1;
+  EXPECT_EQ(Check_Schema(Scratch.Write("more.json", More.dump())).Status, 1);
+  // Usable without a code and a transform that are.
+  nlohmann::json Usable = Whole;
+  Usable["usable"] = true;
+  EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 1);
+  Usable["transform_cam_tc"] = std::vector<double>(16, 0.5);
+  EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 1);
+  Usable["code"] = 99;
+  EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 0);
+  Usable["transform_cam_tc"][3] = nullptr;
+  EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 1);
+}
+
+TEST(CalibrateRun, AReaderWhoIsGoneTakesNothingAlong) {
+  const Scratch_Folder Scratch;
+  const fs::path Out = Scratch.Path() / "out";
+  const std::string Words = Shell_Words(Calibrate_Arguments(Capture_File("capture.csv"), Out));
+  const Finished Result =
+      Run_Program("/bin/sh", {"-c", "{ " + Words + "; echo \"status $?\" >&2; } | true"});
+  EXPECT_THAT(Result.Error, HasSubstr("status 0"));
+  EXPECT_EQ(Read_Json(Out / "result.json")["code"], 0);
+}
+
+TEST(CalibrateRun, OutputThatCantBeWrittenIsToldWhereNothingElseTellsIt) {
+  const Scratch_Folder Scratch;
+  const fs::path Out = Scratch.Path() / "out";
+  ASSERT_EQ(Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Out)).Status, 0);
+  const std::string Words = Shell_Words({"export", (Out / "result.json").string(), "--to", "ue5"});
+  const Finished Result = Run_Program("/bin/sh", {"-c", Words + " > /dev/full"});
+  EXPECT_EQ(Result.Status, 70);
+  EXPECT_THAT(Result.Said, HasSubstr("can't be written to where standard output leads"));
+}
+
+}  // namespace

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// 'rigsync compare': the truth itself as a result, and results that are off by a known amount.
+#include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/formats/result_file.h"
+#include "simulate/simulate.h"
+#include "tests/rigsync/support/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+// A result that holds the capture's true transform, shifted and turned about its x axis.
+std::string Write_Result_Off_By(const Scratch_Folder& Scratch, double Shift_Mm, double Turn_Deg) {
+  const simulate::Truth Truth = simulate::Read_Truth(Capture_File("truth.json"));
+  const double Angle = Turn_Deg * 3.14159265358979323846 / 180.0;
+  Eigen::Matrix4d Turn = Eigen::Matrix4d::Identity();
+  Turn(1, 1) = Turn(2, 2) = std::cos(Angle);
+  Turn(2, 1) = std::sin(Angle);
+  Turn(1, 2) = -std::sin(Angle);
+  const Eigen::Matrix4d Turned = Truth.Transform_Cam_Tc * Turn;
+  rigsync::Calibration_Result Result;
+  Result.Code = 0;
+  Result.Image_Size = {640, 480};
+  Result.Norm_Fxy = {Truth.True_Lens.Fx / 640 + 1.0 / 640, Truth.True_Lens.Fy / 480};
+  Result.Norm_Cxy = {Truth.True_Lens.Cx / 640, Truth.True_Lens.Cy / 480};
+  Result.Distortion = {Truth.True_Lens.K1, Truth.True_Lens.K2, 0, 0, 0};
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 4; ++c) {
+      Result.Transform_Cam_Tc.push_back(c < 3 ? Turned(r, c) : Truth.Transform_Cam_Tc(r, c));
+    }
+  }
+  Result.Transform_Cam_Tc[7] += Shift_Mm / 1000.0;
+  rigsync::Write_Result(Scratch.Path(), Result);
+  return (Scratch.Path() / "result.json").string();
+}
+
+Finished Compare(const std::string& Result, std::vector<std::string> More = {}) {
+  std::vector<std::string> Arguments = {"compare", Result, Capture_File("truth.json").string()};
+  Arguments.insert(Arguments.end(), More.begin(), More.end());
+  return Rigsync(Arguments);
+}
+
+TEST(Compare, ShowsDifferencesInMillimetresDegreesAndPixels) {
+  const Scratch_Folder Scratch;
+  const Finished Result = Compare(Write_Result_Off_By(Scratch, -2.5, 0.125));
+  EXPECT_EQ(Result.Status, 0) << Result.Error;
+  EXPECT_THAT(Result.Output,
+              AllOf(HasSubstr("translation      2.500 mm   (x 0.000, y -2.500, z 0.000"),
+                    HasSubstr("rotation        0.1250 deg"), HasSubstr("Within the bounds."),
+                    HasSubstr("         1.000 pixels")));
+  EXPECT_LE(Widest_Line(Result.Output), 80u);
+}
+
+TEST(Compare, EndsIn1WhenOneOfTheDifferencesIsBeyondItsBound) {
+  const Scratch_Folder Scratch;
+  const std::string Shifted = Write_Result_Off_By(Scratch, 2.5, 0.0);
+  EXPECT_EQ(Compare(Shifted, {"--max-offset", "2.6mm"}).Status, 0);
+  const Finished Beyond = Compare(Shifted, {"--max-offset", "2.4mm"});
+  EXPECT_EQ(Beyond.Status, 1);
+  EXPECT_THAT(Beyond.Output, HasSubstr("BEYOND the bounds."));
+  const std::string Turned = Write_Result_Off_By(Scratch, 0.0, 0.125);
+  EXPECT_EQ(Compare(Turned, {"--max-angle", "0.126"}).Status, 0);
+  EXPECT_EQ(Compare(Turned, {"--max-angle", "0.124"}).Status, 1);
+}
+
+TEST(Compare, AResultWithoutATransformIsRefused) {
+  const Scratch_Folder Scratch;
+  rigsync::Calibration_Result Empty;
+  Empty.Code = 4;
+  Empty.Message = "The board was found in fewer than 12 images.";
+  rigsync::Write_Result(Scratch.Path(), Empty);
+  const Finished Result = Compare((Scratch.Path() / "result.json").string());
+  EXPECT_EQ(Result.Status, 2);
+  EXPECT_THAT(Result.Said, HasSubstr("no transform: The board was found in fewer"));
+}
+
+TEST(Compare, AFileThatIsNoTruthIsRefusedInPlainWords) {
+  const Scratch_Folder Scratch;
+  const std::string Result = Write_Result_Off_By(Scratch, 0.0, 0.0);
+  for (const std::string& Truth : {Scratch.Write("stage.json", "{}"), Scratch.String() + "/none"}) {
+    const Finished Refused = Rigsync({"compare", Result, Truth});
+    EXPECT_EQ(Refused.Status, 2);
+    EXPECT_THAT(Refused.Said, HasSubstr(Truth + ": can't be read as a truth; expected"));
+    EXPECT_THAT(Refused.Said, testing::Not(HasSubstr("json.exception")));
+  }
+}
+
+}  // namespace

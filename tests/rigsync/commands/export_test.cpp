@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// 'rigsync export' on results written by hand. The expected numbers are those of the worked example
+// in docs/engines.md: a mount with the rows 0.8 -0.36 -0.48 0.1; 0 0.8 -0.6 -0.2; 0.6 0.48 0.64
+// 0.3.
+#include "tests/rigsync/support/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <filesystem>
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+const std::string Reference_Pose =
+    "[0.8,-0.36,-0.48,0.1, 0,0.8,-0.6,-0.2, 0.6,0.48,0.64,0.3, 0,0,0,1]";
+const std::string Identity = "[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]";
+
+// Expected values are given to six decimals for quaternions and to four for angles. Centimetres
+// of the single-precision exports are good to about 2e-6 at this size.
+constexpr double Quaternion_Tolerance = 6e-7;
+constexpr double Angle_Tolerance_Deg = 6e-5;
+constexpr double Centimetre_Tolerance = 5e-6;
+
+std::string Result_Text(const std::string& Transform, const std::string& Code = "0") {
+  return R"({"format": "rigsync-result", "format_version": 1, "code": )" + Code +
+         R"(, "message": "Said before.", "lens": {"image_size": [1920, 1080],
+             "norm_fxy": [0.75, 1.3333333], "norm_cxy": [0.52, 0.47],
+             "distortion": [0, 0, 0, 0, 0]}, "transform_cam_tc": )" +
+         Transform + "}";
+}
+
+Finished Export(const std::string& File, const std::string& Engine,
+                std::vector<std::string> More = {}) {
+  std::vector<std::string> Arguments = {"export", File, "--to", Engine};
+  Arguments.insert(Arguments.end(), More.begin(), More.end());
+  return Rigsync(Arguments);
+}
+
+nlohmann::json Export_Json(const std::string& Engine) {
+  const Scratch_Folder Scratch;
+  const Finished Result =
+      Export(Scratch.Write("result.json", Result_Text(Reference_Pose)), Engine, {"--json"});
+  EXPECT_EQ(Result.Status, 0) << Result.Error;
+  EXPECT_EQ(Result.Error, "");
+  const nlohmann::json Root = nlohmann::json::parse(Result.Output);
+  EXPECT_EQ(Root["engine"], Engine);
+  EXPECT_EQ(Root["code"], 0);
+  EXPECT_EQ(Root["usable"], true);
+  return Root;
+}
+
+void Expect_Fields(const nlohmann::json& Group, const std::vector<std::string>& Names,
+                   const std::vector<double>& Values, double Tolerance) {
+  ASSERT_EQ(Group.size(), Names.size());
+  for (std::size_t i = 0; i < Names.size(); ++i) {
+    EXPECT_NEAR(Group[Names[i]].get<double>(), Values[i], Tolerance) << Names[i];
+  }
+}
+
+TEST(Export, UE4GetsRollPitchYawAndCentimetres) {
+  const nlohmann::json Root = Export_Json("ue4");
+  Expect_Fields(Root["rotation_deg"], {"roll", "pitch", "yaw"}, {-141.3402, -39.7918, 128.6598},
+                Angle_Tolerance_Deg);
+  Expect_Fields(Root["location_cm"], {"x", "y", "z"}, {-5.2, -26.0, 26.4}, Centimetre_Tolerance);
+}
+
+TEST(Export, UE5GetsAQuaternionAndCentimetres) {
+  const nlohmann::json Root = Export_Json("ue5");
+  Expect_Fields(Root["quaternion"], {"x", "y", "z", "w"},
+                {0.848528, -0.141421, 0.282843, -0.424264}, Quaternion_Tolerance);
+  Expect_Fields(Root["location_cm"], {"x", "y", "z"}, {-26.0, -26.4, -5.2}, Centimetre_Tolerance);
+}
+
+TEST(Export, UE5ExportxNGetsTheOtherAxes) {
+  const nlohmann::json Root = Export_Json("ue5-xn");
+  Expect_Fields(Root["quaternion"], {"x", "y", "z", "w"},
+                {-0.141421, -0.282843, 0.848528, 0.424264}, Quaternion_Tolerance);
+  Expect_Fields(Root["location_cm"], {"x", "y", "z"}, {26.4, -5.2, 26.0}, Centimetre_Tolerance);
+}
+
+TEST(Export, AximmetryGetsTheLensToo) {
+  const nlohmann::json Root = Export_Json("aximmetry");
+  Expect_Fields(Root["rotation_deg"], {"x", "y", "z"}, {39.7918, 128.6598, 141.3402},
+                Angle_Tolerance_Deg);
+  Expect_Fields(Root["position_cm"], {"x", "y", "z"}, {-26.0, -26.4, 5.2}, Centimetre_Tolerance);
+  Expect_Fields(Root["field_of_view_deg"], {"horizontal"}, {67.380135}, 6e-7);
+  Expect_Fields(Root["centre_shift"], {"x", "y"}, {0.02, 0.03}, 1e-15);
+}
+
+TEST(Export, JsonCarriesEveryDigit) {
+  // 0.3 m, narrowed to single precision before it is multiplied by 100, and then widened.
+  const Scratch_Folder Scratch;
+  const std::string File =
+      Scratch.Write("result.json", Result_Text("[0,0,1,0, 1,0,0,0, 0,1,0,0, 0,0,0,1]"));
+  const Finished Zero = Export(File, "aximmetry", {"--json"});
+  ASSERT_EQ(Zero.Status, 0) << Zero.Error;
+  const nlohmann::json Root = nlohmann::json::parse(Zero.Output);
+  EXPECT_EQ(Root["centre_shift"]["x"].get<double>(), 0.52 - 0.5);
+  EXPECT_EQ(Root["centre_shift"]["y"].get<double>(), -(0.47 - 0.5));
+}
+
+TEST(Export, ThePrintedFieldsStandInTheEnginesOrderWithUnits) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  struct Case {
+    const char* Engine;
+    std::vector<const char*> In_Order;
+  };
+  const Case Cases[] = {
+      {"ue4",
+       {"Unreal Engine 4", "Location", "X", "cm", "Y", "Z", "Rotation", "Roll", "deg", "Pitch",
+        "Yaw"}},
+      {"ue5",
+       {"Unreal Engine 5", "Location", "X", "Y", "Z", "Quaternion", "X", "0.8485", "Y", "-0.1414",
+        "Z", "0.2828", "W", "-0.4242"}},
+      {"ue5-xn", {"ExportxN", "Location", "Quaternion", "W", "0.4242"}},
+      {"aximmetry",
+       {"Aximmetry", "Position", "X", "Y", "Z", "Rotation", "X", "deg", "Y", "Z", "Field of view",
+        "Horizontal", "67.380135 deg", "Centre shift", "X", "0.020000", "Y", "0.030000"}},
+  };
+  for (const Case& Wanted : Cases) {
+    SCOPED_TRACE(Wanted.Engine);
+    const Finished Result = Export(File, Wanted.Engine);
+    EXPECT_EQ(Result.Status, 0);
+    EXPECT_EQ(Result.Error, "");
+    EXPECT_LE(Widest_Line(Result.Output), 80u);
+    std::size_t At = 0;
+    for (const char* Word : Wanted.In_Order) {
+      At = Result.Output.find(Word, At);
+      ASSERT_NE(At, std::string::npos) << Word << " is missing or too early in\n" << Result.Output;
+      At += std::string(Word).size();
+    }
+  }
+}
+
+TEST(Export, GimbalLockIsExitStatus3AndAPlainSentence) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Identity));
+  const Finished Result = Export(File, "ue4");
+  EXPECT_EQ(Result.Status, 3);
+  EXPECT_EQ(Result.Output, "");
+  EXPECT_THAT(Result.Said, AllOf(HasSubstr("code 3. Gimbal lock"), HasSubstr("ue5")));
+
+  const Finished Json = Export(File, "ue4", {"--json"});
+  EXPECT_EQ(Json.Status, 3);
+  const nlohmann::json Root = nlohmann::json::parse(Json.Output);
+  EXPECT_EQ(Root["code"], 3);
+  EXPECT_EQ(Root["usable"], false);
+  EXPECT_TRUE(Root["rotation_deg"].is_null());
+  EXPECT_TRUE(Root["location_cm"].is_null());
+  // The other engines take this mount.
+  EXPECT_EQ(Export(File, "ue5").Status, 0);
+  EXPECT_EQ(Export(File, "aximmetry").Status, 0);
+}
+
+TEST(Export, WritesItsRunLogBesideTheResultOrWhereItIsTold) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  const auto Log_Count = [](const std::filesystem::path& Folder) {
+    std::size_t Count = 0;
+    for (const auto& Entry : std::filesystem::directory_iterator(Folder)) {
+      Count += Entry.path().filename().string().rfind("log_", 0) == 0 ? 1 : 0;
+    }
+    return Count;
+  };
+  const std::filesystem::path Elsewhere = Scratch.Path() / "a/b";
+  ASSERT_EQ(Export(File, "ue5", {"--out", Elsewhere.string()}).Status, 0);
+  EXPECT_EQ(Log_Count(Elsewhere), 1u);
+  EXPECT_EQ(Log_Count(Scratch.Path()), 0u);
+  // A folder in which nobody can create a file.
+  const Finished Refused = Export(File, "ue5", {"--out", "/proc/self/task"});
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_THAT(Refused.Said, AllOf(HasSubstr("--out"), HasSubstr("files can be written (No such")));
+  // A relative path without a folder.
+  ASSERT_EQ(Rigsync({"export", "result.json", "--to", "ue5"}, Scratch.Path()).Status, 0);
+  EXPECT_EQ(Log_Count(Scratch.Path()), 1u);
+}
+
+TEST(Export, AResultThatWasJudgedAFailureIsExportedWithAWarning) {
+  const Scratch_Folder Scratch;
+  for (const char* Code : {"6", "14"}) {
+    const Finished Result =
+        Export(Scratch.Write("result.json", Result_Text(Reference_Pose, Code)), "ue5");
+    EXPECT_EQ(Result.Status, 0);
+    EXPECT_THAT(Result.Output, HasSubstr("Quaternion"));
+    EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("Said before.")));
+    const Finished Json = Export(Scratch.Path() / "result.json", "ue5", {"--json"});
+    EXPECT_EQ(nlohmann::json::parse(Json.Output)["code"], 0);
+    EXPECT_EQ(nlohmann::json::parse(Json.Output)["usable"], false);
+  }
+  const Finished Usable =
+      Export(Scratch.Write("result.json", Result_Text(Reference_Pose, "99")), "ue5");
+  EXPECT_EQ(Usable.Error, "");
+}
+
+TEST(Export, AResultWithoutATransformIsRefusedWithItsOwnReason) {
+  const Scratch_Folder Scratch;
+  const Finished Result = Export(Scratch.Write("result.json", Result_Text("null", "4")), "ue5");
+  EXPECT_EQ(Result.Status, 2);
+  EXPECT_EQ(Result.Output, "");
+  EXPECT_THAT(Result.Said, HasSubstr("Said before."));
+}
+
+TEST(Export, ASingularTransformIsWarnedAbout) {
+  const Scratch_Folder Scratch;
+  const std::string File =
+      Scratch.Write("result.json", Result_Text("[0,0,0,0, 0,0,0,0, 0,0,0,0, 0,0,0,1]"));
+  const Finished Result = Export(File, "ue5", {"--json"});
+  EXPECT_EQ(Result.Status, 0);
+  EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("not finite")));
+  EXPECT_TRUE(nlohmann::json::parse(Result.Output)["quaternion"]["x"].is_null());
+  EXPECT_EQ(nlohmann::json::parse(Result.Output)["usable"], false);
+}
+
+TEST(Export, TellsItsRunLogWithoutTheDotsThatWereTyped) {
+  const Scratch_Folder Scratch;
+  Scratch.Write("result.json", Result_Text(Reference_Pose));
+  std::filesystem::create_directory(Scratch.Path() / "down");
+  const Finished Result = Export(Scratch.String() + "/down/../result.json", "ue5", {"--json"});
+  EXPECT_THAT(nlohmann::json::parse(Result.Output)["run_log"],
+              testing::StartsWith(Scratch.String() + "/log_"));
+}
+
+TEST(Export, KeepsTheRunLogOffTheTerminal) {
+  const Scratch_Folder Scratch;
+  const Finished Result = Export(Scratch.Write("result.json", Result_Text(Reference_Pose)), "ue4");
+  ASSERT_EQ(Result.Status, 0) << Result.Error;
+  EXPECT_THAT(Result.Output, Not(HasSubstr("Version : ")));
+}
+
+}  // namespace

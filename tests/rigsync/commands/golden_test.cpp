@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the command prints, word for word, beside texts that a person has read: helps and other
+// fixed texts in tests/rigsync/commands/golden. After a change that is meant, run
+//
+//   RIGSYNC_REFRESH_GOLDEN=1 build/tests/host/host_tests --gtest_filter='Golden.*'
+//
+// which writes the files anew (for every command's help, also where there was no file yet) and
+// fails for each that changed; read the difference in git before it is committed.
+#include "rigsync/program.h"
+#include "tests/rigsync/support/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool Is_Refreshing() {
+  const char* const Wish = std::getenv("RIGSYNC_REFRESH_GOLDEN");
+  return Wish != nullptr && *Wish != '\0';
+}
+
+fs::path Golden_File(const std::string& Name) {
+  return fs::path(RIGSYNC_SOURCE_DIR) / "tests/rigsync/commands/golden" / (Name + ".txt");
+}
+
+void Compare(const std::string& Name, const std::string& Printed) {
+  const fs::path File = Golden_File(Name);
+  const std::string Before = fs::exists(File) ? Read_Text(File) : "";
+  if (Is_Refreshing() && Printed != Before) {
+    std::ofstream(File, std::ios::binary) << Printed;
+    ADD_FAILURE() << File << " is refreshed; read what changed in it";
+    return;
+  }
+  // Of texts with several lines, a difference is shown line by line.
+  EXPECT_EQ(Before, Printed) << "if the change is meant, " << __FILE__ << " tells how to refresh "
+                             << File;
+}
+
+// Standard output and then standard error, of a run in a folder of its own.
+std::string Printed_By(const std::vector<std::string>& Arguments) {
+  const Scratch_Folder Scratch;
+  const Finished Done = Rigsync(Arguments, Scratch.Path());
+  return Done.Output + Done.Error;
+}
+
+TEST(Golden, HelpsReadAsTheyWereRead) {
+  rigsync::Chosen_Command Chosen;
+  const auto Program = rigsync::Make_Program(Chosen);
+  std::size_t Compared = 0;
+  const auto Compare_Help = [&](const std::string& Name,
+                                const std::vector<std::string>& Arguments) {
+    if (!Is_Refreshing() && !fs::exists(Golden_File(Name))) return;
+    SCOPED_TRACE(Name);
+    Compare(Name, Printed_By(Arguments));
+    ++Compared;
+  };
+  Compare_Help("help", {"--help"});
+  for (const CLI::App* Command : Program->get_subcommands([](const CLI::App*) { return true; })) {
+    Compare_Help("help-" + Command->get_name(), {Command->get_name(), "--help"});
+  }
+  // A file that belongs to no command would never be looked at.
+  std::size_t Files = 0;
+  for (const auto& Entry : fs::directory_iterator(Golden_File("x").parent_path())) {
+    Files += Entry.path().filename().string().rfind("help", 0) == 0 ? 1 : 0;
+  }
+  EXPECT_EQ(Compared, Files);
+  EXPECT_GE(Files, 2u);
+}
+
+TEST(Golden, FixedTextsReadAsTheyWereRead) {
+  const std::pair<const char*, std::vector<std::string>> Cases[] = {
+      {"codes", {"codes"}},
+      {"codes-4", {"codes", "4"}},
+      {"codes-unknown", {"codes", "17"}},
+      {"board", {"board", "--board", "11x8", "--square", "25mm", "--paper", "a3", "-o", "b.svg"}},
+      {"board-tight",
+       {"board", "--board", "9x7", "--square", "30mm", "--paper", "a3", "-o", "b.pdf"}},
+      {"board-too-large",
+       {"board", "--board", "11x8", "--square", "35mm", "--paper", "a3", "-o", "b.pdf"}},
+  };
+  for (const auto& [Name, Arguments] : Cases) {
+    SCOPED_TRACE(Name);
+    Compare(Name, Printed_By(Arguments));
+  }
+}
+
+}  // namespace

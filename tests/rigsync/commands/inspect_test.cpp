@@ -1,0 +1,636 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// 'rigsync inspect' as a person runs it: on a good capture, on copies that hold one trouble each,
+// and on captures that were taken badly.
+#include "rigsync/system/quiet_output.h"
+#include "rigsync/system/text.h"
+#include "tests/rigsync/support/program.h"
+#include "tests/rigsync/support/terminal_run.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <regex>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Key;
+using testing::Not;
+using testing::Pair;
+using testing::StartsWith;
+
+constexpr std::size_t Terminal_Width = 80;
+
+using Lines = std::vector<int>;
+using Fields = std::vector<std::string>;
+using Change = std::function<void(std::size_t Index, Fields& Row)>;
+
+std::vector<std::string> Inspect_Arguments(const fs::path& Csv,
+                                           const std::vector<std::string>& More = {}) {
+  std::vector<std::string> Arguments = {"inspect", Csv.string(), "--config",
+                                        Capture_File("stage.json").string()};
+  Arguments.insert(Arguments.end(), More.begin(), More.end());
+  return Arguments;
+}
+
+struct Report {
+  int Status = -1;
+  nlohmann::json Json;
+  std::map<std::string, Lines> Found;  // by id
+
+  std::string Text(const std::string& Id, const char* Part) const {
+    for (const nlohmann::json& One : Json["findings"]) {
+      if (One["id"] == Id) return One[Part];
+    }
+    return Id + " wasn't found";
+  }
+};
+
+Report Inspect_Json(std::vector<std::string> Arguments) {
+  Arguments.push_back("--json");
+  const Finished Result = Rigsync(Arguments);
+  EXPECT_EQ(Result.Error, "");
+  Report Made;
+  Made.Status = Result.Status;
+  Made.Json = nlohmann::json::parse(Result.Output);
+  for (const nlohmann::json& One : Made.Json["findings"]) {
+    Made.Found[One["id"]] = One["lines"].get<Lines>();
+  }
+  return Made;
+}
+
+// The capture's CSV with images by absolute paths and what else Changed does to a row. Data lines
+// begin with line 1. Its 14 images of a symmetric board are few_boards and board_symmetric.
+fs::path Changed_Csv(const Scratch_Folder& Scratch, const Change& Changed) {
+  const fs::path Csv = Scratch.Path() / "changed.csv";
+  Rewrite_Csv(Csv, [&](std::size_t Index, Fields& Row) {
+    Row[1] = (Capture_File("images").parent_path() / Row[1]).string();
+    Changed(Index, Row);
+  });
+  return Csv;
+}
+
+// What is found beyond what the capture has anyway.
+std::map<std::string, Lines> News(const Report& Made) {
+  std::map<std::string, Lines> Found = Made.Found;
+  EXPECT_EQ(Found.erase("few_boards"), 1u);
+  EXPECT_EQ(Found.erase("board_symmetric"), 1u);
+  return Found;
+}
+
+std::map<std::string, Lines> News_Of(const Change& Changed) {
+  const Scratch_Folder Scratch;
+  const Report Made = Inspect_Json(Inspect_Arguments(Changed_Csv(Scratch, Changed)));
+  EXPECT_EQ(Made.Status, 1);
+  return News(Made);
+}
+
+// Captures that are simulated once for all tests of this file.
+class Inspect : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { Scratch = new Scratch_Folder; }
+  static void TearDownTestSuite() {
+    delete Scratch;
+    Scratch = nullptr;
+  }
+  // The arguments that inspect a capture simulated with these options.
+  static std::vector<std::string> Simulated(const std::string& Name, Fields Options) {
+    const std::string Folder = (Scratch->Path() / Name).string();
+    if (!fs::exists(Folder)) {
+      Options.insert(Options.begin(), {"simulate", Folder});
+      EXPECT_EQ(Rigsync(Options).Status, 0);
+    }
+    return {"inspect", Folder + "/capture.csv", "--config", Folder + "/stage.json"};
+  }
+  static std::vector<std::string> Good() {
+    return Simulated("good", {"--images", "20", "--size", "960x540", "--position-noise", "0.3mm",
+                              "--rotation-noise", "0.03"});
+  }
+  static Scratch_Folder* Scratch;
+};
+Scratch_Folder* Inspect::Scratch = nullptr;
+
+TEST_F(Inspect, AGoodCaptureIsCleanAndShownWhole) {
+  const Finished Result = Rigsync(Good());
+  EXPECT_EQ(Result.Status, 0);
+  EXPECT_EQ(Result.Error, "");
+  EXPECT_THAT(Result.Output,
+              AllOf(HasSubstr("lines             21: 1 header, 20 data lines\n"),
+                    HasSubstr("image size        960 x 540 pixels\n"),
+                    HasSubstr("boards            found in 20 of 20 data lines\n"),
+                    HasSubstr("Where corners were found: "), HasSubstr("board tilt  "),
+                    HasSubstr("board distance  "), HasSubstr("to the images     turns differ by "),
+                    HasSubstr("\nClean: nothing speaks against calibrating this capture.\n"),
+                    Not(HasSubstr("Findings")), Not(HasSubstr("\x1b"))));
+}
+
+TEST_F(Inspect, TheJsonReportFollowsItsSchemaAndTellsTheSame) {
+  const Report Made = Inspect_Json(Good());
+  EXPECT_EQ(Made.Status, 0);
+  EXPECT_EQ(Made.Json["format"], "rigsync-inspection");
+  EXPECT_EQ(Made.Json["status"], "clean");
+  EXPECT_EQ(Made.Json["file"], (nlohmann::json{{"lines", 21}, {"headers", 1}, {"data_lines", 20}}));
+  EXPECT_EQ(Made.Json["inputs"]["board"], (std::vector<int>{11, 8}));
+  EXPECT_EQ(Made.Json["inputs"]["square_m"], 0.03);
+  EXPECT_EQ(Made.Json["boards"]["found"], 20);
+  EXPECT_EQ(Made.Json["boards"]["image_size"], (std::vector<int>{960, 540}));
+  EXPECT_EQ(Made.Json["rows"].size(), 20u);
+  EXPECT_EQ(Made.Json["rows"][0]["line"], 2);
+  EXPECT_EQ(Made.Json["rows"][0]["state"], "board_found");
+  // The simulator's lens and its poses: what a quick fit says of them is close.
+  EXPECT_NEAR(Made.Json["boards"]["norm_fx"], 1.1, 0.005);
+  EXPECT_GT(Made.Json["poses"]["tilt_deg"][1], 39.0);
+  EXPECT_LT(Made.Json["poses"]["tilt_deg"][1], 46.0);
+  EXPECT_NEAR(Made.Json["agreement"]["scale"], 1.0, 0.005);
+
+  int Cells = 0, Seen = 0;
+  for (const nlohmann::json& Row : Made.Json["coverage"]["images_by_cell"]) {
+    for (const int Count : Row) {
+      ++Cells;
+      Seen += Count > 0 ? 1 : 0;
+    }
+  }
+  EXPECT_EQ(Cells, 144);
+  EXPECT_NEAR(Made.Json["coverage"]["share"], Seen / 144.0, 1e-12);
+}
+
+// Every report of these captures, valid by the schema that docs/ keeps.
+TEST_F(Inspect, EveryReportIsValidByTheSchema) {
+  const Scratch_Folder Folder;
+  const auto Check = [&](std::vector<std::string> Arguments) {
+    Arguments.push_back("--json");
+    const std::string File = Folder.Write("report.json", Rigsync(Arguments).Output);
+    const Finished Result =
+        Run_Program("/usr/bin/env", {"python3", RIGSYNC_SOURCE_DIR "/tests/rigsync/formats/check_schema.py",
+                                     RIGSYNC_SOURCE_DIR "/docs/inspection.schema.json", File});
+    EXPECT_EQ(Result.Status, 0) << Result.Output << Result.Error;
+  };
+  Check(Good());
+  Check(Inspect_Arguments(Folder.Write("empty.csv", "")));
+  Check({"inspect", Capture_File("capture.csv").string(), "--no-images"});
+  Check(Inspect_Arguments(Changed_Csv(Folder, [](std::size_t Index, Fields& Row) {
+    if (Index == 2) Row[5] = "\xff\xfe lost";  // no UTF-8
+    if (Index == 3) Row[1] = "/none.png";
+  })));
+}
+
+TEST_F(Inspect, EachKindOfTroubleIsFoundAtItsLine) {
+  using Found = std::map<std::string, Lines>;
+  EXPECT_EQ(News_Of([](std::size_t, Fields&) {}), Found{});
+  EXPECT_EQ(News_Of([](std::size_t Index, Fields& Row) {
+              if (Index == 3) Row.pop_back();
+            }),
+            (Found{{"too_few_fields", {4}}}));
+  EXPECT_EQ(News_Of([](std::size_t Index, Fields& Row) {
+              if (Index >= 5 && Index <= 7) Row.push_back("more");
+            }),
+            (Found{{"too_many_fields", {6, 7, 8}}}));
+  EXPECT_EQ(News_Of([](std::size_t Index, Fields& Row) {
+              if (Index == 8) Row[12] = "lost";
+            }),
+            (Found{{"not_a_number", {9}}}));
+  EXPECT_EQ(News_Of([](std::size_t Index, Fields& Row) {
+              if (Index == 13) Row[15] += "\r";
+            }),
+            (Found{{"carriage_return", {14}}}));
+  EXPECT_EQ(News_Of([](std::size_t Index, Fields& Row) {
+              if (Index == 9) Row[5] = Row[6] = Row[7] = Row[8] = "0";
+            }),
+            (Found{{"camera_quaternion_zero", {10}}}));
+  EXPECT_EQ(News_Of([](std::size_t Index, Fields& Row) {
+              for (std::size_t k = 12; Index == 10 && k < 16; ++k) Row[k] += "e1";
+            }),
+            (Found{{"board_quaternion_length", {11}}}));
+}
+
+TEST_F(Inspect, AStaleSampleIsFoundTwiceByItsRepetitionAndByItsImage) {
+  Fields Before;
+  const auto Found = News_Of([&](std::size_t Index, Fields& Row) {
+    if (Index == 6) std::copy(Before.begin() + 9, Before.end(), Row.begin() + 9);
+    Before = Row;
+  });
+  EXPECT_EQ(Found, (std::map<std::string, Lines>{{"board_stale", {7}}, {"sample_disagrees", {7}}}));
+}
+
+TEST_F(Inspect, TroubleWithImagesIsFoundAtItsLine) {
+  const Scratch_Folder Folder;
+  const fs::path Broken = Folder.Write("broken.png", "no image at all");
+  const fs::path Small = Folder.Path() / "small.png", Blank = Folder.Path() / "blank.png";
+  cv::imwrite(Small.string(), cv::Mat(100, 100, CV_8UC3, cv::Scalar::all(128)));
+  cv::imwrite(Blank.string(), cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(128)));
+  std::string Second;
+  const fs::path Csv = Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
+    if (Index == 1) Second = Row[1];
+    if (Index == 2) Row[1] = "none.png";
+    if (Index == 3) Row[1] = Folder.String();
+    if (Index == 4) Row[1] = Broken.string();
+    if (Index == 5) Row[1] = Small.string();
+    if (Index == 6) Row[1] = Blank.string();
+    if (Index == 7) Row[1] = Second;
+    if (Index == 8) Row[1] = "";
+    if (Index == 9) Row[1] = " " + Row[1];
+  });
+  Report Made = Inspect_Json(Inspect_Arguments(Csv));
+  EXPECT_EQ(Made.Status, 2);
+  EXPECT_THAT(Made.Found, AllOf(Contains(Pair("image_missing", Lines{3, 10})),
+                                Contains(Pair("image_not_a_file", Lines{4})),
+                                Contains(Pair("image_unreadable", Lines{5})),
+                                Contains(Pair("image_size", Lines{6})),
+                                Contains(Pair("board_not_found", Lines{6, 7})),
+                                Contains(Pair("image_repeated", Lines{8})),
+                                Contains(Pair("image_path_empty", Lines{9})),
+                                Contains(Pair("sample_disagrees", Lines{8})),
+                                Contains(Pair("too_few_boards", Lines{}))));
+  EXPECT_EQ(Made.Json["status"], "unusable");
+  EXPECT_EQ(Made.Json["boards"]["found"], 7);
+  std::vector<std::string> States;
+  for (const nlohmann::json& Row : Made.Json["rows"]) States.push_back(Row["state"]);
+  EXPECT_THAT(States, ElementsAre("board_found", "board_found", "missing", "missing", "unreadable",
+                                  "no_board", "no_board", "board_found", "missing", "missing",
+                                  "board_found", "board_found", "board_found", "board_found"));
+}
+
+TEST_F(Inspect, AnImageOfAnotherSizeCountsAsTheLibraryCountsIt) {
+  const Scratch_Folder Folder;
+  const fs::path Wide = Folder.Path() / "wide.png";
+  const fs::path Csv = Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
+    if (Index != 4) return;
+    cv::Mat Larger;
+    cv::copyMakeBorder(cv::imread(Row[1]), Larger, 0, 0, 0, 40, cv::BORDER_REPLICATE);
+    cv::imwrite(Wide.string(), Larger);
+    Row[1] = Wide.string();
+  });
+  const Report Made = Inspect_Json(Inspect_Arguments(Csv));
+  EXPECT_EQ(News(Made), (std::map<std::string, Lines>{{"image_size", {5}}}));
+  EXPECT_EQ(Made.Json["boards"]["found"], 14);
+  EXPECT_EQ(Made.Json["rows"][4]["state"], "other_size");
+  EXPECT_THAT(Made.Text("image_size", "example"), HasSubstr("680 x 480"));
+}
+
+// A copy of the image with its columns pushed up and down in waves: a board that is no plane.
+void Write_Wavy(const fs::path& From, const fs::path& To, double Amplitude, double Phase) {
+  const cv::Mat Flat = cv::imread(From.string());
+  cv::Mat X(Flat.size(), CV_32F), Y(Flat.size(), CV_32F), Wavy;
+  for (int r = 0; r < Flat.rows; ++r) {
+    for (int c = 0; c < Flat.cols; ++c) {
+      X.at<float>(r, c) = static_cast<float>(c);
+      Y.at<float>(r, c) = static_cast<float>(r + Amplitude * std::sin(0.04 * c + Phase));
+    }
+  }
+  cv::remap(Flat, Wavy, X, Y, cv::INTER_LINEAR, cv::BORDER_REPLICATE);
+  cv::imwrite(To.string(), Wavy);
+}
+
+TEST_F(Inspect, ABentBoardIsNamedAndManyMakeTheCaptureUnusable) {
+  const Scratch_Folder Folder;
+  const auto With = [&](std::size_t Step) {
+    return Inspect_Json(Inspect_Arguments(Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
+      if (Index % Step != 3 % Step) return;
+      const fs::path Copy = Folder.Path() / fs::path(Row[1]).filename();
+      Write_Wavy(Row[1], Copy, 6.0, 0.8 * static_cast<double>(Index));
+      Row[1] = Copy.string();
+    })));
+  };
+  const Report One = With(14);
+  EXPECT_THAT(One.Found, Contains(Pair("board_fits_badly", Lines{4})));
+  EXPECT_THAT(One.Found, Not(Contains(Key("board_not_found"))));
+  const Report All = With(1);
+  EXPECT_EQ(All.Status, 2);
+  EXPECT_THAT(All.Found, Contains(Key("lens_fits_badly")));
+  EXPECT_GT(All.Json["boards"]["lens_rms_px"], 1.5);
+}
+
+TEST_F(Inspect, AnImageThatTheDecoderRefusesIsAnError) {
+  const Scratch_Folder Folder;
+  const fs::path Large = Folder.Path() / "large.png";
+  cv::imwrite(Large.string(), cv::Mat(500, 700, CV_8UC3, cv::Scalar::all(128)));
+  std::vector<std::string> Words = {"OPENCV_IO_MAX_IMAGE_PIXELS=320000", RIGSYNC_PROGRAM};
+  for (const std::string& Word :
+       Inspect_Arguments(Changed_Csv(Folder, [&](std::size_t Index, Fields&Row) {
+         if (Index == 5) Row[1] = Large.string();
+       }))) {
+    Words.push_back(Word);
+  }
+  const Finished Result = Run_Program("/usr/bin/env", Words);
+  EXPECT_EQ(Result.Status, 2);
+  EXPECT_THAT(Result.Output, AllOf(HasSubstr("  error, line 6\n    The image decoder refuses"),
+                                   HasSubstr("found in 13 of 14")));
+}
+
+TEST_F(Inspect, AMissingImageComesWithAHintWhereItCouldBe) {
+  const Scratch_Folder Folder;
+  const auto Example = [&](const std::function<std::string(const std::string&)>& Spoil) {
+    const fs::path Csv = Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
+      if (Index == 0) Row[1] = Spoil(Row[1]);
+    });
+    return Inspect_Json(Inspect_Arguments(Csv, {"--no-images"})).Text("image_missing", "example");
+  };
+  EXPECT_THAT(Example([](const std::string& Path) { return Path + " "; }), HasSubstr("blanks"));
+  EXPECT_THAT(Example([](const std::string& Path) { return '"' + Path + '"'; }),
+              HasSubstr("quotes"));
+  EXPECT_THAT(Example([](std::string Path) {
+                std::replace(Path.begin(), Path.end(), '/', '\\');
+                return Path;
+              }),
+              HasSubstr("forward slashes"));
+  Folder.Write("0001.png", "");
+  EXPECT_THAT(Example([](const std::string&) { return "C:\\capture\\0001.png"; }),
+              HasSubstr("a file of this name in " + Folder.String()));
+}
+
+TEST_F(Inspect, ErrorsMakeTheCaptureUnusable) {
+  const Scratch_Folder Folder;
+  const auto Made = [&](const Change& Changed) {
+    return Inspect_Json(Inspect_Arguments(Changed_Csv(Folder, Changed)));
+  };
+  const Report Not_Finite = Made([](std::size_t Index, Fields& Row) {
+    if (Index == 6) Row[3] = "inf";
+  });
+  EXPECT_EQ(Not_Finite.Status, 2);
+  EXPECT_EQ(News(Not_Finite), (std::map<std::string, Lines>{{"not_finite", {7}}}));
+
+  const Report Millimetres = Made([](std::size_t, Fields& Row) {
+    for (const std::size_t k : {2u, 3u, 4u, 9u, 10u, 11u}) {
+      Row[k] = std::to_string(1000.0 * std::stod(Row[k]));
+    }
+  });
+  EXPECT_EQ(Millimetres.Status, 2);
+  EXPECT_THAT(News(Millimetres), ElementsAre(Key("scale"), Key("wrong_unit")));
+
+  const Report Attitudes = Made([](std::size_t, Fields& Row) {
+    for (const std::size_t k : {6u, 7u, 8u, 13u, 14u, 15u}) {
+      Row[k] = Row[k][0] == '-' ? Row[k].substr(1) : "-" + Row[k];
+    }
+  });
+  EXPECT_EQ(Attitudes.Status, 2);
+  EXPECT_THAT(News(Attitudes), ElementsAre(Key("trackers_disagree")));
+  EXPECT_THAT(Attitudes.Text("trackers_disagree", "what"), HasSubstr("negate x, y and z"));
+
+  // Of a left-handed tracking system.
+  const Report Mirrored = Made([](std::size_t, Fields& Row) {
+    for (const std::size_t k : {3u, 6u, 8u, 10u, 13u, 15u}) {
+      Row[k] = std::to_string(-std::stod(Row[k]));
+    }
+  });
+  EXPECT_EQ(Mirrored.Status, 2);
+  EXPECT_THAT(News(Mirrored), ElementsAre(Key("left_handed")));
+  EXPECT_THAT(Mirrored.Text("left_handed", "advice"), HasSubstr("right-handed"));
+  EXPECT_NEAR(Mirrored.Json["agreement"]["scale"], -1.0, 0.02);
+  const Report Positions = Made([](std::size_t, Fields& Row) {
+    for (const std::size_t k : {3u, 10u}) Row[k] = std::to_string(-std::stod(Row[k]));
+  });
+  EXPECT_EQ(Positions.Status, 2);
+  EXPECT_THAT(News(Positions), ElementsAre(Key("axis_mirrored")));
+  EXPECT_THAT(Positions.Text("axis_mirrored", "what"), HasSubstr("negate y in every position"));
+
+  fs::create_directory(Folder.Path() / "up");
+  fs::copy_file(Capture_File("images") / "0001.png", Folder.Path() / "0001.png");
+  const Report Climbing = Made([](std::size_t Index, Fields& Row) {
+    if (Index == 0) Row[1] = "up/../0001.png";
+  });
+  EXPECT_EQ(Climbing.Status, 2);
+  EXPECT_EQ(News(Climbing), (std::map<std::string, Lines>{{"image_path_climbs_out", {1}}}));
+  EXPECT_EQ(Rigsync(Calibrate_Arguments(Folder.Path() / "changed.csv", Folder.Path() / "o")).Status,
+            2);
+}
+
+TEST_F(Inspect, ElevenBoardsAreUnusableAndTwelveAreFew) {
+  const Scratch_Folder Folder;
+  const auto With = [&](std::size_t Count) {
+    const fs::path Csv = Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
+      if (Index >= Count) Row.clear();  // the line is left out
+    });
+    return Inspect_Json(Inspect_Arguments(Csv));
+  };
+  EXPECT_EQ(With(11).Status, 2);
+  EXPECT_THAT(With(11).Found, Contains(Key("too_few_boards")));
+  EXPECT_EQ(With(12).Status, 1);
+  EXPECT_THAT(With(12).Found, Contains(Key("few_boards")));
+}
+
+TEST_F(Inspect, TheWrongBoardIsFoundInNoImage) {
+  const Report Made = Inspect_Json(
+      {"inspect", Capture_File("capture.csv").string(), "--board", "9x6", "--square", "30mm"});
+  EXPECT_EQ(Made.Status, 2);
+  EXPECT_EQ(Made.Json["boards"]["found"], 0);
+  EXPECT_TRUE(Made.Json["coverage"].is_null());
+  EXPECT_THAT(Made.Text("board_not_found", "advice"), HasSubstr("--board"));
+}
+
+TEST_F(Inspect, AMisprintedSquareIsToldByTheTrackers) {
+  std::vector<std::string> Arguments = Good();
+  Arguments.insert(Arguments.end(), {"--square", "31.5mm"});
+  const Report Made = Inspect_Json(Arguments);
+  EXPECT_EQ(Made.Found, (std::map<std::string, Lines>{{"scale", {}}}));
+  EXPECT_THAT(Made.Text("scale", "what"), HasSubstr("1.05 m by the board"));
+}
+
+TEST_F(Inspect, SwappedCountsShowAgainstTheEstimateAndWithoutOneNowhere) {
+  std::vector<std::string> Swapped = Good();
+  Swapped.insert(Swapped.end(), {"--board", "8x11"});
+  const Report Made = Inspect_Json(Swapped);
+  EXPECT_EQ(Made.Status, 2);
+  EXPECT_THAT(Made.Found, ElementsAre(Pair("board_turned", IsEmpty())));
+  EXPECT_THAT(Made.Text("board_turned", "what"), HasSubstr("swapped, 8x11 for 11x8"));
+  const Report Without =
+      Inspect_Json({"inspect", Good()[1], "--board", "8x11", "--square", "30mm"});
+  EXPECT_EQ(Without.Status, 0);
+  EXPECT_TRUE(Without.Found.empty());
+  EXPECT_TRUE(Without.Json["inputs"]["board_euler_deg"].is_null());
+}
+
+TEST_F(Inspect, AnEstimateThatIsOffIsToldWithWhatIsMeasured) {
+  const auto With = [](Fields Flags) {
+    Flags.insert(Flags.begin(), {"inspect", Good()[1], "--config", Good()[3]});
+    return Inspect_Json(Flags);
+  };
+  // The simulator's board sits at 12,-20,8 degrees and -170, 50, 40 mm.
+  const Report Turned = With({"--board-euler", "12,-23,8"});
+  EXPECT_EQ(Turned.Status, 2);
+  EXPECT_THAT(Turned.Found, ElementsAre(Pair("board_euler", IsEmpty())));
+  EXPECT_EQ(Turned.Json["inputs"]["board_euler_deg"], (std::vector<double>{12, -23, 8}));
+  const std::string Advice = Turned.Text("board_euler", "advice");
+  std::smatch Angles;
+  ASSERT_TRUE(std::regex_search(Advice, Angles, std::regex("about (.*),(.*),(.*)\\.$"))) << Advice;
+  // Noise of 0.03 degrees in 20 images, and a tenth as the text's step.
+  constexpr double Angle_Tolerance_Deg = 0.16;
+  EXPECT_NEAR(std::stod(Angles[1]), 12.0, Angle_Tolerance_Deg);
+  EXPECT_NEAR(std::stod(Angles[2]), -20.0, Angle_Tolerance_Deg);
+  EXPECT_NEAR(std::stod(Angles[3]), 8.0, Angle_Tolerance_Deg);
+
+  const Report Moved = With({"--board-offset", "170mm,50mm,40mm"});
+  EXPECT_EQ(Moved.Status, 1);
+  EXPECT_THAT(Moved.Found, ElementsAre(Pair("board_offset", IsEmpty())));
+  EXPECT_EQ(Moved.Json["inputs"]["board_offset_m"], (std::vector<double>{0.17, 0.05, 0.04}));
+  EXPECT_THAT(Moved.Text("board_offset", "what"), HasSubstr("340 mm off"));
+}
+
+TEST_F(Inspect, EachWayOfMovingBadlyIsTold) {
+  const auto Found = [](const std::string& Spread) {
+    return Inspect_Json(
+               Simulated(Spread, {"--spread", Spread, "--images", "20", "--size", "960x540"}))
+        .Found;
+  };
+  EXPECT_THAT(Found("frontal"), ElementsAre(Key("tilt_too_small"), Key("turns_about_one_axis")));
+  EXPECT_THAT(Found("one-axis"),
+              ElementsAre(Key("tilt_about_one_axis"), Key("turns_about_one_axis")));
+  EXPECT_THAT(Found("centred"), ElementsAre(Key("coverage")));
+  EXPECT_THAT(Found("same-pose"), ElementsAre(Key("coverage"), Key("distance"),
+                                              Key("tilt_about_one_axis"), Key("turns_too_small")));
+}
+
+TEST_F(Inspect, TheMapShowsWhichHalfOfTheFrameWasUsed) {
+  const Scratch_Folder Folder;
+  const fs::path Csv = Changed_Csv(Folder, [&](std::size_t, Fields& Row) {
+    cv::Mat Wider;
+    cv::copyMakeBorder(cv::imread(Row[1]), Wider, 0, 0, 0, 640, cv::BORDER_CONSTANT,
+                       cv::Scalar::all(90));
+    const fs::path Copy = Folder.Path() / fs::path(Row[1]).filename();
+    cv::imwrite(Copy.string(), Wider);
+    Row[1] = Copy.string();
+  });
+  const Finished Result = Rigsync(Inspect_Arguments(Csv));
+  std::istringstream Text(Result.Output);
+  std::string Left, Right;
+  for (std::string Line; std::getline(Text, Line);) {
+    if (!StartsWith("  |").operator testing::Matcher<std::string>().Matches(Line)) continue;
+    ASSERT_EQ(Line.size(), 36u);
+    Left += Line.substr(3, 16);
+    Right += Line.substr(19, 16);
+  }
+  EXPECT_EQ(Left.size(), 9u * 16u);
+  EXPECT_THAT(Left, AllOf(HasSubstr("#"), HasSubstr("o")));
+  EXPECT_EQ(Right, std::string(std::size_t{9} * 16, ' '));
+  EXPECT_THAT(rigsync::One_Line(Result.Output), HasSubstr("in: upper right, right, lower right."));
+}
+
+TEST_F(Inspect, WithoutImagesOnlyTheFileIsChecked) {
+  const Report Made =
+      Inspect_Json({"inspect", Capture_File("capture.csv").string(), "--no-images"});
+  EXPECT_EQ(Made.Status, 0);
+  EXPECT_EQ(Made.Found, (std::map<std::string, Lines>{}));
+  EXPECT_TRUE(Made.Json["boards"].is_null());
+  EXPECT_TRUE(Made.Json["inputs"]["board"].is_null());
+  EXPECT_TRUE(Made.Json["rows"][0]["state"].is_null());
+  EXPECT_GT(Made.Json["turns"]["camera_deg"], 10.0);
+  const Finished Text = Rigsync({"inspect", Capture_File("capture.csv").string(), "--no-images"});
+  EXPECT_THAT(Text.Output, HasSubstr("not looked for (--no-images)"));
+}
+
+TEST_F(Inspect, RelativePathsStartAtTheCsvsFolderOrAtImageRoot) {
+  const Scratch_Folder Folder;
+  const fs::path Csv = Folder.Path() / "elsewhere.csv";
+  Rewrite_Csv(Csv, [](std::size_t, Fields&) {});
+  EXPECT_EQ(Inspect_Json(Inspect_Arguments(Csv, {"--no-images"})).Found.count("image_missing"), 1u);
+  const Report Made =
+      Inspect_Json(Inspect_Arguments(Csv, {"--image-root", Capture_File("images").parent_path()}));
+  EXPECT_EQ(Made.Found.count("image_missing"), 0u);
+  EXPECT_EQ(Made.Json["boards"]["found"], 14);
+  // Told without the dots that were typed.
+  const fs::path Images = Capture_File("images");
+  const Report Dotted = Inspect_Json(
+      Inspect_Arguments(Csv, {"--no-images", "--image-root", Images.string() + "/../images"}));
+  EXPECT_EQ(Dotted.Json["inputs"]["image_root"], Images.string());
+  EXPECT_THAT(Dotted.Text("image_missing", "advice"),
+              HasSubstr("start at " + Images.string() + ";"));
+  // From another folder, by a relative path.
+  EXPECT_EQ(Rigsync({"inspect", "capture.csv", "--config", "stage.json"},
+                    Capture_File("images").parent_path())
+                .Status,
+            1);
+}
+
+TEST_F(Inspect, FindingsAreSortedByLineAndSummedUp) {
+  const Scratch_Folder Folder;
+  const fs::path Csv = Changed_Csv(Folder, [](std::size_t Index, Fields& Row) {
+    if (Index >= 3) Row[0] = "x";
+    if (Index == 1 || Index == 12) Row[14] = "y";
+  });
+  const Finished Result = Rigsync(Inspect_Arguments(Csv));
+  const std::string& Text = Result.Output;
+  EXPECT_THAT(Text, AllOf(HasSubstr("\n  warning, lines 2, 13\n"),
+                          HasSubstr("\n  note, lines 4-14\n"), HasSubstr("\n2 warnings: ")));
+  EXPECT_LT(Text.find("lines 2, 13"), Text.find("lines 4-14"));
+  EXPECT_LT(Text.find("lines 4-14"), Text.find("whole capture"));
+}
+
+TEST_F(Inspect, TwoThousandBadLinesStayAShortReport) {
+  const Scratch_Folder Folder;
+  std::string Bad;
+  for (int i = 0; i < 2000; ++i) Bad += i % 2 == 0 ? "1,none.png,2\n" : "\n";
+  const Finished Result = Rigsync(Inspect_Arguments(Folder.Write("bad.csv", Bad)));
+  EXPECT_EQ(Result.Status, 2);
+  EXPECT_LE(Line_Count(Result.Output), 40u);
+  EXPECT_THAT(Result.Output, HasSubstr("lines 1, 3, 5, 7, 9, 11, 13, 15 and 992 more"));
+}
+
+TEST_F(Inspect, EverythingFitsATerminalButForPaths) {
+  const Scratch_Folder Folder;
+  const fs::path Csv = Changed_Csv(Folder, [](std::size_t Index, Fields& Row) {
+    if (Index % 2 == 0) Row[0] = "x";
+    if (Index == 1) Row.pop_back();
+    if (Index == 2) Row[9] = "90";
+    if (Index == 3) Row[5] = "9";
+    if (Index == 4) Row[1] = "none.png";
+    if (Index == 5) Row[4] = "inf";
+  });
+  const Finished Result = Rigsync(Inspect_Arguments(Csv));
+  ASSERT_GE(Line_Count(Result.Output), 20u) << Result.Error;
+  std::istringstream Text(Result.Output);
+  for (std::string Line; std::getline(Text, Line);) {
+    if (Line.find('/') == std::string::npos) {
+      EXPECT_LE(Line.size(), Terminal_Width) << Line;
+    }
+  }
+}
+
+TEST_F(Inspect, ATerminalSeesProgressAndColoursAndNobodyElseDoes) {
+  const Terminal_Run Shown = Rigsync_On_Terminal(Inspect_Arguments(Capture_File("capture.csv")));
+  EXPECT_EQ(Shown.Status, 1);
+  EXPECT_THAT(Shown.Shown,
+              AllOf(HasSubstr("\rLooking for boards: 12 of 14"), HasSubstr("\x1b[33m")));
+  // Overwritten, so that the report stands alone at the end.
+  EXPECT_THAT(Shown.Lines(), Not(Contains(HasSubstr("Looking for boards"))));
+  EXPECT_THAT(Shown.Lines(), Contains(HasSubstr("  warning, whole capture")));
+  const Terminal_Run Plain =
+      Rigsync_On_Terminal(Inspect_Arguments(Capture_File("capture.csv")), {"NO_COLOR=1"});
+  EXPECT_THAT(Plain.Shown, Not(HasSubstr("\x1b[3")));
+  EXPECT_EQ(Rigsync(Inspect_Arguments(Capture_File("capture.csv"))).Error, "");
+}
+
+TEST_F(Inspect, DecodersComplaintsStayOffTheTerminal) {
+  if (!rigsync::Quiets_Standard_Error()) GTEST_SKIP() << "a sanitizer reports on standard error";
+  const Scratch_Folder Folder;
+  const fs::path Cut = Folder.Path() / "cut.png";
+  const fs::path Csv = Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
+    if (Index != 3) return;
+    const std::string Whole = Read_Text(Row[1]);
+    Folder.Write("cut.png", Whole.substr(0, Whole.size() / 2));
+    Row[1] = Cut.string();
+  });
+  const Finished Result = Rigsync(Inspect_Arguments(Csv));
+  EXPECT_EQ(Result.Error, "");
+  EXPECT_THAT(Result.Output, HasSubstr("warning, line 4\n"));
+}
+
+TEST_F(Inspect, AnEmptyFileIsUnusable) {
+  const Scratch_Folder Folder;
+  const Report Made = Inspect_Json(Inspect_Arguments(Folder.Write("empty.csv", "")));
+  EXPECT_EQ(Made.Status, 2);
+  EXPECT_THAT(Made.Found, ElementsAre(Key("no_images")));
+}
+
+}  // namespace

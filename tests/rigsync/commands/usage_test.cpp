@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Help, version, and what a wrong command line gets: status 2, one sentence, nothing else.
+#include "tests/rigsync/support/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+constexpr std::size_t Terminal_Width = 80;
+
+TEST(Usage, HelpNamesEveryCommand) {
+  const Finished Help = Rigsync({"--help"});
+  EXPECT_EQ(Help.Status, 0);
+  EXPECT_EQ(Help.Error, "");
+  for (const char* Command :
+       {"simulate", "inspect", "calibrate", "compare", "export", "codes", "board"}) {
+    EXPECT_THAT(Help.Output, HasSubstr(std::string("  ") + Command + " "));
+  }
+}
+
+TEST(Usage, HelpOfEachCommandHasAnExampleAndFitsATerminal) {
+  for (const char* Command :
+       {"simulate", "inspect", "calibrate", "compare", "export", "codes", "board"}) {
+    SCOPED_TRACE(Command);
+    const Finished Help = Rigsync({Command, "--help"});
+    EXPECT_EQ(Help.Status, 0);
+    EXPECT_EQ(Help.Error, "");
+    EXPECT_THAT(Help.Output, AllOf(HasSubstr(std::string("Usage: rigsync ") + Command),
+                                   HasSubstr(std::string("Example:\n  rigsync ") + Command)));
+    EXPECT_LE(Widest_Line(Help.Output), Terminal_Width);
+  }
+  EXPECT_LE(Widest_Line(Rigsync({"--help"}).Output), Terminal_Width);
+}
+
+TEST(Usage, HelpAsAWordIsTheFlagOfTheProgramOrOfACommand) {
+  const auto Is_Same = [](const std::vector<std::string>& Typed,
+                          const std::vector<std::string>& With_Flag) {
+    const Finished Help = Rigsync(Typed);
+    return Help.Status == 0 && Help.Error.empty() && Help.Output == Rigsync(With_Flag).Output;
+  };
+  EXPECT_TRUE(Is_Same({"help"}, {"--help"}));
+  EXPECT_TRUE(Is_Same({"help", "export"}, {"export", "--help"}));
+  const Finished Unknown = Rigsync({"help", "exprot"});
+  EXPECT_EQ(Unknown.Status, 2);
+  EXPECT_THAT(Unknown.Error, AllOf(HasSubstr("'exprot'"), HasSubstr("expected one of simulate")));
+}
+
+TEST(Usage, SimulateHelpNamesEveryOptionOfTheSimulator) {
+  const std::string Help = Rigsync({"simulate", "--help"}).Output;
+  for (const char* Flag : {"--seed",
+                           "--images",
+                           "--size",
+                           "--board",
+                           "--square",
+                           "--focal",
+                           "--principal-point",
+                           "--distortion",
+                           "--camera-mount-euler",
+                           "--camera-mount-offset",
+                           "--board-mount-euler",
+                           "--board-mount-offset",
+                           "--position-noise",
+                           "--rotation-noise",
+                           "--stale",
+                           "--stale-offset",
+                           "--stale-angle",
+                           "--jumped",
+                           "--jump-offset",
+                           "--jump-angle",
+                           "--missing",
+                           "--blank",
+                           "--truncated",
+                           "--estimate-error-angle",
+                           "--estimate-error-offset",
+                           "--spread",
+                           "--blur",
+                           "--sensor-noise",
+                           "--lighting",
+                           "--format",
+                           "--jpeg-quality",
+                           "--paths",
+                           "--no-header"}) {
+    EXPECT_THAT(Help, HasSubstr(std::string("  ") + Flag));
+  }
+}
+
+TEST(Usage, VersionIsOneLine) {
+  const Finished Version = Rigsync({"--version"});
+  EXPECT_EQ(Version.Status, 0);
+  EXPECT_EQ(Version.Output, "rigsync " RIGSYNC_VERSION "\n");
+}
+
+TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
+  const Scratch_Folder Scratch;
+  const std::string Out = (Scratch.Path() / "out").string();
+  struct Case {
+    std::vector<std::string> Arguments;
+    std::vector<const char*> Named;
+  };
+  const std::vector<std::string> Good = {"calibrate",      "c.csv", "--board",       "11x8",
+                                         "--square",       "30mm",  "--board-euler", "0,0,0",
+                                         "--board-offset", "0,0,0", "--out",         Out};
+  // Good with the value behind Flag replaced.
+  const auto With = [&](const std::string& Flag, const std::string& Value) {
+    std::vector<std::string> Changed = Good;
+    *(std::find(Changed.begin(), Changed.end(), Flag) + 1) = Value;
+    return Changed;
+  };
+  const auto And = [&](std::vector<std::string> More) {
+    std::vector<std::string> Longer = Good;
+    Longer.insert(Longer.end(), More.begin(), More.end());
+    return Longer;
+  };
+  const Case Cases[] = {
+      {{}, {"a command is missing", "simulate, inspect, calibrate"}},
+      {{"calibrat"}, {"'calibrat'", "expected one of simulate"}},
+      {{"--colour"}, {"'--colour'", "expected one of simulate"}},
+      {{"calibrate"}, {"CAPTURE"}},
+      {{"calibrate", "c.csv"}, {"--out"}},
+      {{"calibrate", "c.csv", "--out", Out}, {"--board", "missing"}},
+      {{"calibrate", "c.csv", "--out", Out, "--board", "11x8"}, {"--square", "missing"}},
+      {With("--board", "11by8"), {"--board", "'11by8'", "expected", "11x8"}},
+      {With("--board", "2x8"), {"--board", "'2x8'", "expected", "3 to 100"}},
+      {With("--square", "30"), {"--square", "'30'", "expected", "30mm"}},
+      {With("--board-euler", "1,2"), {"--board-euler", "'1,2'", "expected three angles"}},
+      {With("--board-offset", "1,2,nan"), {"--board-offset", "'1,2,nan'", "three lengths"}},
+      {With("--board-offset", "170,50,40"),
+       {"--board-offset", "'170,50,40'", "10 metres at most", "write 170mm,50mm,40mm"}},
+      {With("--out", RIGSYNC_PROGRAM), {"--out", RIGSYNC_PROGRAM, "expected a folder"}},
+      {With("--out", "/proc/rigsync"), {"--out", "'/proc/rigsync'", "expected a folder"}},
+      {And({"--sensor", "23.76"}), {"--sensor", "'23.76'", "millimetres"}},
+      {And({"--image-root", "/none"}), {"--image-root", "'/none'", "folder that exists"}},
+      {And({"--config", "/none.json"}), {"--config", "/none.json", "can't be opened"}},
+      {And({"--colour", "red"}), {"'--colour' is unknown; expected a flag of 'rigsync calibrate'"}},
+      {And({"mm"}), {"'mm' is one word too many"}},
+      {And({"-20", "8"}), {"'-20' is one word too many", "commas and no blanks", "12,-20,8"}},
+      {And({"50mm,", "40mm"}), {"'50mm,' is one word too many", "commas and no blanks"}},
+      {{"calibrate", "c.csv", "--output", Out}, {"'--output' is unknown; expected a flag"}},
+      {And({"--board", "11x8"}), {"--board is given twice; expected once"}},
+      {And({"--image-root"}), {"--image-root: expected a value behind it"}},
+      {And({"--quiet", "--verbose"}), {"--verbose and --quiet are both given; expected one"}},
+      {{"calibrate", "", "--out", Out, "--board", "11x8"}, {"CAPTURE", "''", "CSV file"}},
+      {{"calibrate", "/tmp", "--out", Out, "--board", "11x8"}, {"/tmp: is a folder; expected"}},
+      {{"inspect"}, {"CAPTURE"}},
+      {{"inspect", "", "--no-images"}, {"CAPTURE", "''", "CSV file"}},
+      {{"inspect", "c.csv"}, {"--board", "missing", "--no-images"}},
+      {{"inspect", "c.csv", "--board", "11x8"}, {"--square", "missing"}},
+      {{"inspect", "c.csv", "--board", "11", "--square", "1cm"}, {"--board", "'11'", "11x8"}},
+      {{"inspect", "/none.csv", "--no-images"}, {"/none.csv", "doesn't exist"}},
+      {{"inspect", "/tmp", "--no-images"}, {"/tmp", "is a folder"}},
+      {{"inspect", "/dev/null", "--no-images"}, {"/dev/null", "no regular file"}},
+      {{"inspect", "c.csv", "--no-images", "--image-root", "/none"}, {"--image-root", "'/none'"}},
+      {{"inspect", "c.csv", "--config", "/none.json"}, {"--config", "can't be opened"}},
+      {{"simulate"}, {"DIR"}},
+      {{"simulate", Out, "--images", "-1"}, {"--images", "'-1'", "whole number"}},
+      {{"simulate", Out, "--images", "many"}, {"--images", "'many'", "whole number"}},
+      {{"simulate", Out, "--size", "1920"}, {"--size", "'1920'", "1920x1080"}},
+      {{"simulate", Out, "--spread", "wild"}, {"--spread", "'wild'", "same-pose"}},
+      {{"simulate", Out, "--format", "bmp"}, {"--format", "'bmp'", "png, jpg"}},
+      {{"simulate", Out, "--paths", "none"}, {"--paths", "'none'", "backslash"}},
+      {{"simulate", Out, "--seed", "-1"}, {"--seed", "'-1'"}},
+      {{"simulate", Out, "--images", "3", "--stale", "5"}, {"--stale", "below --images"}},
+      {{"compare", "/none.json", "/none.json"}, {"/none.json", "can't be opened"}},
+      {{"compare", "r.json", "t.json", "--max-offset", "5"}, {"--max-offset", "'5'", "5mm"}},
+      {{"compare", "r.json", "t.json", "--max-offset", "-1mm"}, {"--max-offset", "0 to 1 metre"}},
+      {{"compare", "r.json", "t.json", "--max-angle", "180"}, {"--max-angle", "below 180"}},
+      {{"compare", "r.json", "t.json", "--max-angle", "-1"}, {"--max-angle", "'-1'"}},
+      {{"export", "/none.json"}, {"--to"}},
+      {{"export", "/none.json", "--to", "ue6"}, {"--to", "'ue6'", "ue5-xn"}},
+      {{"export", "/none.json", "--to", "ue5"}, {"/none.json", "can't be opened"}},
+      {{"export", "/tmp", "--to", "ue5"}, {"/tmp: is a folder; expected a result.json"}},
+  };
+  for (const Case& Wrong : Cases) {
+    SCOPED_TRACE(testing::PrintToString(Wrong.Arguments));
+    const Finished Result = Rigsync(Wrong.Arguments);
+    EXPECT_EQ(Result.Status, 2);
+    EXPECT_EQ(Result.Output, "");
+    for (const char* Name : Wrong.Named) EXPECT_THAT(Result.Said, HasSubstr(Name));
+    EXPECT_THAT(Result.Said, HasSubstr("--help' tells more."));
+    EXPECT_FALSE(std::filesystem::exists(Out));
+  }
+}
+
+}  // namespace

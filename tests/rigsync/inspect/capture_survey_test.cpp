@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How good a capture is, from corners and poses that are made by hand.
+#include "rigsync/inspect/capture_survey.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+namespace {
+
+using rigsync::Board_Pose;
+using rigsync::Board_Search;
+using rigsync::Coverage;
+using rigsync::Findings;
+using rigsync::Level;
+using testing::AllOf;
+using testing::HasSubstr;
+
+constexpr double Radian = 57.295779513082320877;  // degrees
+
+std::string Id_Of(const Findings& Told) {
+  return Told.Sorted().empty() ? "" : Told.Sorted()[0].Id;
+}
+
+// One image a list of corners, in a frame of 160 by 90: a cell is 10 by 10 pixels.
+Board_Search Corners_At(std::vector<std::vector<std::array<float, 2>>> Corners) {
+  Board_Search Search;
+  Search.Width = 160;
+  Search.Height = 90;
+  Search.Corners = std::move(Corners);
+  return Search;
+}
+
+TEST(Coverage, ACellCountsTheImagesAndNotTheCorners) {
+  const auto Measured = rigsync::Measure_Coverage(
+      Corners_At({{{12, 25}, {14, 27}, {19.9f, 29.9f}}, {{15, 22}, {20, 22}}, {}}));
+  ASSERT_TRUE(Measured);
+  EXPECT_EQ(Measured->Cols, 16);
+  EXPECT_EQ(Measured->Rows, 9);
+  EXPECT_EQ(Measured->At(2, 1), 2);
+  EXPECT_EQ(Measured->At(2, 2), 1);
+  EXPECT_NEAR(Measured->Share(), 2.0 / 144.0, 1e-12);
+}
+
+TEST(Coverage, CornersOnTheEdgeOrJustBeyondItStayInTheFrame) {
+  const auto Measured = rigsync::Measure_Coverage(Corners_At({{{-0.4f, -0.4f}, {160.2f, 90.0f}}}));
+  EXPECT_EQ(Measured->At(0, 0), 1);
+  EXPECT_EQ(Measured->At(8, 15), 1);
+}
+
+TEST(Coverage, AFrameHigherThanWideHasNineBySixteenCells) {
+  Board_Search Search = Corners_At({{{85, 155}}});
+  std::swap(Search.Width, Search.Height);
+  const auto Measured = rigsync::Measure_Coverage(Search);
+  EXPECT_EQ(Measured->Cols, 9);
+  EXPECT_EQ(Measured->Rows, 16);
+  EXPECT_EQ(Measured->At(15, 8), 1);
+}
+
+TEST(Coverage, WithoutACornerThereIsNoMap) {
+  EXPECT_FALSE(rigsync::Measure_Coverage(Corners_At({{}, {}})));
+}
+
+TEST(Coverage, TheMapMarksOneTwoToThreeAndMoreImages) {
+  std::vector<std::vector<std::array<float, 2>>> Corners(4);
+  Corners[0] = {{5, 5}, {15, 5}, {25, 5}, {35, 5}};
+  Corners[1] = {{15, 5}, {25, 5}, {35, 5}};
+  Corners[2] = {{25, 5}, {35, 5}};
+  Corners[3] = {{35, 5}};
+  const std::vector<std::string> Lines =
+      rigsync::Map_Lines(*rigsync::Measure_Coverage(Corners_At(Corners)));
+  ASSERT_EQ(Lines.size(), 11u);
+  EXPECT_EQ(Lines[0], "+" + std::string(32, '-') + "+");
+  EXPECT_EQ(Lines[1], "|..oooo##" + std::string(24, ' ') + "|");
+  EXPECT_EQ(Lines[2], "|" + std::string(32, ' ') + "|");
+  EXPECT_EQ(Lines[10], Lines[0]);
+}
+
+// Every cell but those where Is_Empty says so.
+Coverage Full_But(const std::function<bool(int Row, int Col)>& Is_Empty) {
+  Coverage Measured{16, 9, {}};
+  for (int r = 0; r < 9; ++r) {
+    for (int c = 0; c < 16; ++c) Measured.Images.push_back(Is_Empty(r, c) ? 0 : 1);
+  }
+  return Measured;
+}
+
+TEST(Coverage, AnEmptyPartIsNamed) {
+  Findings Told;
+  rigsync::Judge_Coverage(Full_But([](int r, int c) { return r < 3 && c < 5; }), Told);
+  ASSERT_EQ(Id_Of(Told), "coverage");
+  EXPECT_THAT(Told.Sorted()[0].What, AllOf(HasSubstr("in: upper left."), HasSubstr("90 percent")));
+}
+
+TEST(Coverage, AnEmptyHalfNamesItsParts) {
+  Findings Told;
+  rigsync::Judge_Coverage(Full_But([](int, int c) { return c >= 8; }), Told);
+  EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("in: upper right, right, lower right."));
+  EXPECT_EQ(Told.Gravest(), Level::Warning);
+}
+
+TEST(Coverage, HalfOfTheCellsAreEnoughWhenTheyAreEverywhere) {
+  Findings Told;
+  rigsync::Judge_Coverage(Full_But([](int r, int c) { return (r + c) % 2 != 0; }), Told);
+  EXPECT_EQ(Id_Of(Told), "");
+  rigsync::Judge_Coverage(Full_But([](int r, int c) { return (r + c) % 3 != 0; }), Told);
+  EXPECT_EQ(Id_Of(Told), "coverage");
+}
+
+Board_Pose Posed(const Eigen::Vector3d& Axis, double Tilt_Deg, double Distance) {
+  Board_Pose Pose;
+  Pose.Rotation_Cam_Chart = Eigen::AngleAxisd(Tilt_Deg / Radian, Axis.normalized());
+  Pose.Middle_Cam = {0, 0, Distance};
+  return Pose;
+}
+
+const Eigen::Vector3d X = Eigen::Vector3d::UnitX(), Y = Eigen::Vector3d::UnitY(),
+                      Z = Eigen::Vector3d::UnitZ();
+
+TEST(BoardPoses, TiltIsAgainstTheImageAndRollIsNone) {
+  const auto Spread = rigsync::Measure_Poses(
+      {Posed(X, 20, 1.0), Posed(Y, -40, 2.0), Posed(Z, 90, 1.5), Posed(X, 0, 1.5)});
+  ASSERT_TRUE(Spread);
+  EXPECT_NEAR(Spread->Least_Tilt, 0.0, 1e-9);
+  EXPECT_NEAR(Spread->Largest_Tilt, 40.0, 1e-9);
+  EXPECT_NEAR(Spread->Nearest, 1.0, 1e-12);
+  EXPECT_NEAR(Spread->Farthest, 2.0, 1e-12);
+  // 40 degrees once among four, 20 degrees once among four.
+  EXPECT_NEAR(Spread->Main_Tilt, 20.0, 1e-9);
+  EXPECT_NEAR(Spread->Cross_Tilt, 10.0, 1e-9);
+  EXPECT_FALSE(rigsync::Measure_Poses({}));
+}
+
+std::vector<std::string> Judged(const std::vector<Board_Pose>& Poses) {
+  Findings Told;
+  rigsync::Judge_Poses(*rigsync::Measure_Poses(Poses), Told);
+  std::vector<std::string> Ids;
+  for (const rigsync::Finding& One : Told.Sorted()) Ids.push_back(One.Id);
+  return Ids;
+}
+
+TEST(BoardPoses, EachWeaknessIsToldAloneAtItsLimit) {
+  using Ids = std::vector<std::string>;
+  // Two boards about x and two about y: the root mean square is the tilt divided by root 2.
+  const auto Tilted = [](double About_X, double About_Y, double Far) {
+    return std::vector<Board_Pose>{Posed(X, About_X, 1), Posed(X, -About_X, Far),
+                                   Posed(Y, About_Y, 1), Posed(Y, -About_Y, Far)};
+  };
+  EXPECT_EQ(Judged(Tilted(14.3, 14.3, 1.2)), Ids{});
+  EXPECT_EQ(Judged(Tilted(14.0, 14.0, 1.2)), Ids{"tilt_too_small"});
+  EXPECT_EQ(Judged(Tilted(30.0, 7.2, 1.2)), Ids{});
+  EXPECT_EQ(Judged(Tilted(30.0, 6.9, 1.2)), Ids{"tilt_about_one_axis"});
+  EXPECT_EQ(Judged(Tilted(30.0, 30.0, 1.16)), Ids{});
+  EXPECT_EQ(Judged(Tilted(30.0, 30.0, 1.14)), Ids{"distance"});
+}
+
+TEST(BoardCount, ItsLimitsAreTwelveTwentyAndSixty) {
+  const auto Judge = [](std::size_t Usable) {
+    Findings Told;
+    rigsync::Judge_Board_Count(Usable, 70, Told);
+    return Id_Of(Told);
+  };
+  EXPECT_EQ(Judge(0), "too_few_boards");
+  EXPECT_EQ(Judge(11), "too_few_boards");
+  EXPECT_EQ(Judge(12), "few_boards");
+  EXPECT_EQ(Judge(19), "few_boards");
+  EXPECT_EQ(Judge(20), "");
+  EXPECT_EQ(Judge(60), "");
+  EXPECT_EQ(Judge(61), "many_boards");
+}
+
+TEST(BoardCount, WithoutASearchTheFilesImagesCount) {
+  const auto Judge = [](std::size_t Rows) {
+    Findings Told;
+    rigsync::Judge_Image_Count(Rows, Told);
+    return Id_Of(Told);
+  };
+  EXPECT_EQ(Judge(0), "no_images");
+  EXPECT_EQ(Judge(11), "too_few_images");
+  EXPECT_EQ(Judge(12), "");
+}
+
+TEST(BoardShape, ABoardThatLooksTheSameUpsideDownIsNoted) {
+  const auto Judge = [](int Cols, int Rows) {
+    Findings Told;
+    rigsync::Judge_Board_Shape({Cols, Rows}, Told);
+    EXPECT_EQ(Told.Gravest(), Level::Note);
+    return Id_Of(Told);
+  };
+  EXPECT_EQ(Judge(11, 8), "");
+  EXPECT_EQ(Judge(8, 11), "");
+  EXPECT_EQ(Judge(7, 5), "board_symmetric");
+  EXPECT_EQ(Judge(8, 6), "board_symmetric");
+}
+
+}  // namespace

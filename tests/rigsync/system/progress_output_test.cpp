@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/system/progress_output.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+namespace {
+
+TEST(ProgressOutput, RoundsTimesAsEstimatesAre) {
+  const std::pair<double, const char*> Cases[] = {
+      {0, "a few seconds"}, {7.4, "a few seconds"}, {7.5, "about 10 s"}, {12.4, "about 10 s"},
+      {12.6, "about 15 s"}, {89.9, "about 90 s"},   {90, "about 2 min"}, {120, "about 2 min"},
+      {121, "about 3 min"}, {600, "about 10 min"}};
+  for (const auto& [Seconds, Text] : Cases) EXPECT_EQ(rigsync::Time_Text(Seconds), Text) << Seconds;
+}
+
+}  // namespace

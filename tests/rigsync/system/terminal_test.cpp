@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/system/terminal.h"
+
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <optional>
+#include <stdexcept>
+
+namespace {
+
+using rigsync::Style;
+
+// An environment variable's value for as long as one of these lives; none unsets it.
+class Environment {
+ public:
+  Environment(const char* Variable, const char* Value) : Name(Variable) {
+    if (const char* const Found = getenv(Variable)) Before = Found;
+    Set(Value);
+  }
+  ~Environment() { Set(Before ? Before->c_str() : nullptr); }
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+ private:
+  void Set(const char* Value) const {
+    if (Value == nullptr) {
+      unsetenv(Name);
+    } else {
+      setenv(Name, Value, 1);
+    }
+  }
+  const char* Name;
+  std::optional<std::string> Before;
+};
+
+// A stream whose other end is a terminal that nobody looks at.
+class Terminal_Stream {
+ public:
+  Terminal_Stream() {
+    int Ours = -1;
+    if (openpty(&Theirs, &Ours, nullptr, nullptr, nullptr) != 0) {
+      throw std::runtime_error("no terminal");
+    }
+    Stream = fdopen(Ours, "w");
+  }
+  ~Terminal_Stream() {
+    std::fclose(Stream);
+    close(Theirs);
+  }
+  Terminal_Stream(const Terminal_Stream&) = delete;
+  Terminal_Stream& operator=(const Terminal_Stream&) = delete;
+  std::FILE* Stream = nullptr;
+
+ private:
+  int Theirs = -1;
+};
+
+TEST(Terminal, ATerminalHasColoursUnlessTheEnvironmentForbidsThem) {
+  const Terminal_Stream Terminal;
+  EXPECT_TRUE(rigsync::Is_Terminal(Terminal.Stream));
+  struct Case {
+    const char* Term;
+    const char* No_Color;
+    bool On;
+  };
+  const Case Cases[] = {{"xterm", nullptr, true}, {"xterm", "", true},
+                        {"xterm", "1", false},    {"xterm", "no", false},
+                        {"dumb", nullptr, false}, {nullptr, nullptr, false},
+                        {"", nullptr, false}};
+  for (const Case& One : Cases) {
+    SCOPED_TRACE(testing::Message() << (One.Term ? One.Term : "no TERM") << ", "
+                                    << (One.No_Color ? One.No_Color : "no NO_COLOR"));
+    const Environment Term("TERM", One.Term);
+    const Environment No_Color("NO_COLOR", One.No_Color);
+    EXPECT_EQ(rigsync::Colour_On(Terminal.Stream), One.On);
+  }
+}
+
+TEST(Terminal, AFileHasNoColours) {
+  const Environment Term("TERM", "xterm");
+  const Environment No_Color("NO_COLOR", nullptr);
+  std::FILE* const File = std::tmpfile();
+  ASSERT_NE(File, nullptr);
+  EXPECT_FALSE(rigsync::Is_Terminal(File));
+  EXPECT_FALSE(rigsync::Colour_On(File));
+  std::fclose(File);
+}
+
+TEST(Terminal, PaintedTextEndsItsOwnColourAndUnpaintedTextIsUnchanged) {
+  EXPECT_EQ(rigsync::Painted(Style::Bad, "text", false), "text");
+  EXPECT_EQ(rigsync::Painted(Style::Bad, "", true), "");
+  const std::string Red = rigsync::Painted(Style::Bad, "text", true);
+  EXPECT_NE(Red.find("\x1b[31m"), std::string::npos);
+  EXPECT_EQ(Red.substr(Red.size() - 8), "text\x1b[0m");
+}
+
+TEST(Terminal, LinesArePaintedOneByOne) {
+  const std::string Strong = rigsync::Painted(Style::Strong, "a", true);
+  EXPECT_EQ(rigsync::Painted_Lines(Style::Strong, "a\n\na\n", true), Strong + "\n\n" + Strong + "\n");
+  EXPECT_EQ(rigsync::Painted_Lines(Style::Strong, "a\nb", false), "a\nb");
+}
+
+}  // namespace
