@@ -9,6 +9,7 @@ import subprocess
 import sys
 
 TOP = pathlib.Path(sys.argv[1])
+ROOMS = pathlib.Path(sys.argv[2])
 COMPILER = sys.argv[3]
 # Packages that are kept to a few folders: how an include of theirs begins, and their names in the
 # table.
@@ -37,8 +38,9 @@ def seen(folders, includes):
         for header in headers(folder):
             name = header.relative_to(TOP).as_posix()
             lines.append(f'#if __has_include("{name}")\nSEES {folder}\n#endif\n')
+    # From a folder that has none of the headers: the compiler looks beside its input first.
     result = subprocess.run([COMPILER, "-E", "-P", "-x", "c++", "-",
-                             *(f"-I{path}" for path in includes)],
+                             *(f"-I{path}" for path in includes)], cwd=ROOMS.parent,
                             input="".join(lines), capture_output=True, text=True, check=True)
     return set(re.findall(r"^SEES (\S+)$", result.stdout, re.MULTILINE))
 
@@ -46,7 +48,7 @@ def seen(folders, includes):
 def main():
     rows = table()
     rooms = {}
-    for line in pathlib.Path(sys.argv[2]).read_text().splitlines():
+    for line in ROOMS.read_text().splitlines():
         folder, _, includes = line.partition("|")
         rooms[folder] = [path for path in includes.split(";") if path]
     faults = []
