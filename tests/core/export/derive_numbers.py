@@ -33,7 +33,7 @@ from pathlib import Path
 
 # Without a folder of compiled modules beside the sources.
 sys.dont_write_bytecode = True
-sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "support"))
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))
 from exact_arcs import atan_positive  # noqa: E402
 
 getcontext().prec = 45
@@ -591,8 +591,8 @@ def header():
     say("// Expected numbers to the last bit, worked out by derive_numbers.py without the library "
         "and")
     say("// printed by it; its head tells how. Quaternions are x, y, z, w. Floats end in f.")
-    say("#ifndef RIGSYNC_TESTS_EXPORT_DERIVED_NUMBERS_H")
-    say("#define RIGSYNC_TESTS_EXPORT_DERIVED_NUMBERS_H")
+    say("#ifndef RIGSYNC_TESTS_CORE_EXPORT_DERIVED_NUMBERS_H")
+    say("#define RIGSYNC_TESTS_CORE_EXPORT_DERIVED_NUMBERS_H")
     say("")
     say("#include <cmath>")
     say("")
@@ -696,7 +696,7 @@ def header():
     say("")
     say("// clang-format on")
     say("")
-    say("#endif  // RIGSYNC_TESTS_EXPORT_DERIVED_NUMBERS_H")
+    say("#endif  // RIGSYNC_TESTS_CORE_EXPORT_DERIVED_NUMBERS_H")
     return "\n".join(out) + "\n"
 
 

@@ -30,7 +30,7 @@ from pathlib import Path
 
 # Without a folder of compiled modules beside the sources.
 sys.dont_write_bytecode = True
-sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "support"))
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))
 from exact_arcs import atan_positive  # noqa: E402
 
 getcontext().prec = 60
@@ -478,8 +478,8 @@ def header():
         "//",
         "// Inputs and expected bits of the solver tests. derive_numbers.py beside this file",
         "// derives and prints them; edit that and not this.",
-        "#ifndef RIGSYNC_TESTS_SOLVER_DERIVED_NUMBERS_H",
-        "#define RIGSYNC_TESTS_SOLVER_DERIVED_NUMBERS_H",
+        "#ifndef RIGSYNC_TESTS_CORE_SOLVER_DERIVED_NUMBERS_H",
+        "#define RIGSYNC_TESTS_CORE_SOLVER_DERIVED_NUMBERS_H",
         "",
         "namespace derived {",
         "",
@@ -575,7 +575,7 @@ def header():
     out += scalar("Reproj_Average", ["And of all."], average, True)
 
     out += ["// clang-format on", "", "}  // namespace derived", ""]
-    out += ["#endif  // RIGSYNC_TESTS_SOLVER_DERIVED_NUMBERS_H", ""]
+    out += ["#endif  // RIGSYNC_TESTS_CORE_SOLVER_DERIVED_NUMBERS_H", ""]
     return "\n".join(out)
 
 

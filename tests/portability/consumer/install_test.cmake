@@ -9,7 +9,7 @@
 cmake_minimum_required(VERSION 3.22)  # its policies
 file(REMOVE_RECURSE ${SCRATCH})
 set(Prefix ${SCRATCH}/prefix)
-get_filename_component(Top ${SOURCE}/../.. ABSOLUTE)
+get_filename_component(Top ${SOURCE}/../../.. ABSOLUTE)
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${Prefix}
                 OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 
@@ -110,7 +110,7 @@ if(NOT Log MATCHES "Error code 1 : The raw data csv file path is wrong")
 endif()
 
 # The example is to be copied from: it stays short.
-file(READ ${SOURCE}/../../examples/minimal_host.cpp Example)
+file(READ ${SOURCE}/../../../examples/minimal_host.cpp Example)
 string(REGEX MATCHALL "\n" Line_Ends "${Example}")
 list(LENGTH Line_Ends Lines)
 if(NOT Lines LESS 80)
@@ -148,7 +148,7 @@ separate_arguments(Words)
 separate_arguments(FLAGS)
 execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/main.cpp ${Words}
                         -o ${SCRATCH}/consumer_by_pkg_config COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/../../examples/minimal_host.cpp
+execute_process(COMMAND ${CXX} -std=c++17 ${FLAGS} ${SOURCE}/../../../examples/minimal_host.cpp
                         ${Words} -o ${SCRATCH}/host_by_pkg_config COMMAND_ERROR_IS_FATAL ANY)
 set(ENV{LD_LIBRARY_PATH} ${Prefix}/${LIBDIR})
 execute_process(COMMAND ${SCRATCH}/consumer_by_pkg_config OUTPUT_QUIET
