@@ -5,18 +5,18 @@
 // Nothing is caught here: what a stage or OpenCV throws reaches the host and no log.
 #include "core/calibration.h"
 
-#include "core/capture/detect_corner_and_calibrate.h"
-#include "core/capture/read_raw_data.h"
 #include "core/base/error_catalog.h"
 #include "core/base/run_log.h"
 #include "core/base/short_constants.h"
-#include "rigsync_core.h"
+#include "core/capture/detect_corner_and_calibrate.h"
+#include "core/capture/read_raw_data.h"
 #include "core/solver/cal_reproj_error.h"
 #include "core/solver/calculate_transform_cam_tc.h"
 #include "core/solver/calculate_transform_chart_tr.h"
 #include "core/solver/evaluate_result.h"
 #include "core/solver/organize_rt.h"
 #include "core/solver/rt_filt_outlier.h"
+#include "rigsync_core.h"
 
 #include <cmath>
 #include <cstdint>

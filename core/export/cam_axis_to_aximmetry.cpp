@@ -4,12 +4,12 @@
 // centimetres. It can't fail: a gimbal lock is a value here.
 #include <cmath>
 
-#include "core/export/axis_conversion.h"
-#include "core/export/export_call.h"
-#include "core/export/quat_to_euler_ax.h"
 #include "core/base/require_size.h"
 #include "core/base/run_log.h"
 #include "core/base/short_constants.h"
+#include "core/export/axis_conversion.h"
+#include "core/export/export_call.h"
+#include "core/export/quat_to_euler_ax.h"
 #include "rigsync_core.h"
 
 namespace {

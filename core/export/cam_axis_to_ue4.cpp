@@ -3,10 +3,10 @@
 // The Unreal Engine 4 export: angles and centimetres, in single precision, and the only export
 // that can refuse a transform.
 
+#include "core/base/run_log.h"
 #include "core/export/axis_conversion.h"
 #include "core/export/export_call.h"
 #include "core/export/quat_to_euler_ue4.h"
-#include "core/base/run_log.h"
 #include "rigsync_core.h"
 
 int CamAxisToUE4(std::vector<double> Transform_Cam_Tc, std::vector<double>& Rot_Tc_Cam_UE4_Euler,

@@ -2,9 +2,9 @@
 //
 // The two Unreal Engine 5 exports: a quaternion and centimetres, in double precision from start
 // to end. They differ in their axes, and in the log by their first and last own line alone.
+#include "core/base/run_log.h"
 #include "core/export/axis_conversion.h"
 #include "core/export/export_call.h"
-#include "core/base/run_log.h"
 #include "rigsync_core.h"
 
 namespace {

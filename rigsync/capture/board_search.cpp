@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/capture/board_search.h"
 
-#include "rigsync/system/quiet_output.h"
 #include "rigsync/geometry/statistics.h"
+#include "rigsync/system/quiet_output.h"
 
 #include <fmt/format.h>
 #include <opencv2/calib3d.hpp>

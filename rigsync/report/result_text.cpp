@@ -2,11 +2,11 @@
 #include "rigsync/report/result_text.h"
 
 #include "rigsync/calibrate/codes.h"
+#include "rigsync/report/transform_text.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
-#include "rigsync/report/transform_text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

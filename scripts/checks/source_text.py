@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What scripts/checks/coverage and scripts/checks/mutate share: reading the library's source just far enough to
-know its tokens and statements, and reading the committed lists of what no test reaches or sees."""
+"""What coverage and mutate share: reading the library's source just far enough to know its tokens
+and statements, and reading the committed lists of what no test reaches or sees."""
 import collections
 import pathlib
 import re
@@ -13,7 +13,8 @@ PROGRAMS = {folder: f"{folder.replace('/', '_')}_tests" for folder in FOLDERS}
 PROGRAMS["core"] = "core_calibration_tests"
 PROGRAMS["whole"] = "whole_tests"
 # What no test can reach: the list and the fields of its blocks.
-UNREACHABLE = (TOP / "scripts" / "checks" / "coverage-unreachable.txt", ("file", "line", "missed", "reason"))
+UNREACHABLE = (TOP / "scripts" / "checks" / "coverage-unreachable.txt",
+               ("file", "line", "missed", "reason"))
 
 
 def squeeze(text):

@@ -2,8 +2,8 @@
 //
 // The lines of the codes that no capture leads to, against the rule "guard" of the page that
 // describes run logs. No whole run has them, so each check is called by itself.
-#include "core/capture/read_raw_data.h"
 #include "core/calibration.h"
+#include "core/capture/read_raw_data.h"
 #include "core/solver/cal_reproj_error.h"
 #include "core/solver/calculate_transform_cam_tc.h"
 #include "core/solver/calculate_transform_chart_tr.h"

@@ -71,8 +71,8 @@ class Bytes {
   std::size_t Left;
 };
 
-// A folder of this process's own, gone at the end unless a promise breaks. scripts/checks/fuzz gives
-// it a place in memory.
+// A folder of this process's own, gone at the end unless a promise breaks. scripts/checks/fuzz
+// gives it a place in memory.
 class Fuzz_Folder {
  public:
   Fuzz_Folder() {

@@ -3,9 +3,9 @@
 // library_answers QUESTIONS.json ANSWERS.json: asks the library's stages what they make of a CSV,
 // of board angles, of photographs and of points. It reports what comes out and knows no convention
 // itself: convention_facts.py asks, and reads the conventions from the answers.
+#include "core/calibration.h"
 #include "core/capture/detect_corner_and_calibrate.h"
 #include "core/capture/read_raw_data.h"
-#include "core/calibration.h"
 #include "core/solver/cal_reproj_error.h"
 #include "core/solver/organize_rt.h"
 

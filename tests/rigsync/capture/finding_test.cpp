@@ -61,7 +61,8 @@ TEST(Finding, AQuoteIsOneLineAndNeverCutInsideALetter) {
   EXPECT_EQ(rigsync::Quoted(std::string(48, 'x')), "'" + std::string(48, 'x') + "'");
   EXPECT_EQ(rigsync::Quoted(std::string(49, 'x')), "'" + std::string(48, 'x') + "...'");
   // The letter's two bytes would be the 48th and 49th.
-  EXPECT_EQ(rigsync::Quoted(std::string(47, 'x') + "\xc3\xa9y"), "'" + std::string(47, 'x') + "...'");
+  EXPECT_EQ(rigsync::Quoted(std::string(47, 'x') + "\xc3\xa9y"),
+            "'" + std::string(47, 'x') + "...'");
 }
 
 }  // namespace

@@ -83,7 +83,7 @@ TEST(ManPage, HoldsEveryCommandAndEveryFlagInTheHelpsWords) {
       const bool Is_Positional = Option->get_positional();
       SCOPED_TRACE(Command->get_name() + " " + Option->get_name());
       EXPECT_THAT(Page, HasSubstr(rigsync::One_Line(Form.Left_Text(Option, Is_Positional) + " " +
-                                                 Form.Right_Text(Option, Is_Positional))));
+                                                    Form.Right_Text(Option, Is_Positional))));
     }
   }
 }

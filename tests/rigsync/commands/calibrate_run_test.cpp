@@ -41,8 +41,9 @@ std::string Shell_Words(const std::vector<std::string>& Arguments) {
 // The result of checking a file against docs/result.schema.json.
 Finished Check_Schema(const fs::path& File) {
   const fs::path Top = RIGSYNC_SOURCE_DIR;
-  return Run_Program("/usr/bin/env", {"python3", (Top / "tests/rigsync/formats/check_schema.py").string(),
-                                      (Top / "docs/result.schema.json").string(), File.string()});
+  return Run_Program("/usr/bin/env",
+                     {"python3", (Top / "tests/rigsync/formats/check_schema.py").string(),
+                      (Top / "docs/result.schema.json").string(), File.string()});
 }
 
 TEST(CalibrateRun, SaysPlainlyWhatBeginsWhereNobodyWatches) {

@@ -173,9 +173,9 @@ TEST_F(Inspect, EveryReportIsValidByTheSchema) {
   const auto Check = [&](std::vector<std::string> Arguments) {
     Arguments.push_back("--json");
     const std::string File = Folder.Write("report.json", Rigsync(Arguments).Output);
-    const Finished Result =
-        Run_Program("/usr/bin/env", {"python3", RIGSYNC_SOURCE_DIR "/tests/rigsync/formats/check_schema.py",
-                                     RIGSYNC_SOURCE_DIR "/docs/inspection.schema.json", File});
+    const Finished Result = Run_Program(
+        "/usr/bin/env", {"python3", RIGSYNC_SOURCE_DIR "/tests/rigsync/formats/check_schema.py",
+                         RIGSYNC_SOURCE_DIR "/docs/inspection.schema.json", File});
     EXPECT_EQ(Result.Status, 0) << Result.Output << Result.Error;
   };
   Check(Good());

@@ -62,8 +62,8 @@ TEST(BoardEstimate, IsNotTalkedAboutWhenItIsRight) {
 TEST(BoardEstimate, IsNotJudgedInAxesOfTheWrongHand) {
   Agreement Measured = Measured_With(30.0, Corner);
   EXPECT_EQ(Told_Of(Estimated(0.0), Measured).size(), 1u);
-  for (const rigsync::Mirrored Hand :
-       {rigsync::Mirrored::Everything, rigsync::Mirrored::Positions, rigsync::Mirrored::Quaternions}) {
+  for (const rigsync::Mirrored Hand : {rigsync::Mirrored::Everything, rigsync::Mirrored::Positions,
+                                       rigsync::Mirrored::Quaternions}) {
     Measured.Hand = Hand;
     EXPECT_TRUE(Told_Of(Estimated(0.0), Measured).empty());
   }

@@ -99,7 +99,8 @@ TEST(Terminal, PaintedTextEndsItsOwnColourAndUnpaintedTextIsUnchanged) {
 
 TEST(Terminal, LinesArePaintedOneByOne) {
   const std::string Strong = rigsync::Painted(Style::Strong, "a", true);
-  EXPECT_EQ(rigsync::Painted_Lines(Style::Strong, "a\n\na\n", true), Strong + "\n\n" + Strong + "\n");
+  EXPECT_EQ(rigsync::Painted_Lines(Style::Strong, "a\n\na\n", true),
+            Strong + "\n\n" + Strong + "\n");
   EXPECT_EQ(rigsync::Painted_Lines(Style::Strong, "a\nb", false), "a\nb");
 }
 
