@@ -75,8 +75,9 @@ def main():
     font = PIL.ImageFont.truetype(matplotlib.font_manager.findfont("DejaVu Sans"), size=16)
     baseline = PANEL_HEIGHT + CAPTION_HEIGHT - 10
     mean, count = result["quality"]["reprojection_px"], len(result["images"]["kept"])
-    pen.text((0, baseline), "Predicted to found corners, on average: "
-             f"{kept['reprojection_px']:.1f} pixels here, {mean:.1f} in all {count} images", font=font, fill="black", anchor="ls")
+    caption = ("Predicted to found corners, on average: "
+               f"{kept['reprojection_px']:.1f} pixels here, {mean:.1f} in all {count} images")
+    pen.text((0, baseline), caption, font=font, fill="black", anchor="ls")
     x = part_left
     for colour, text in ((RED, "corner found"), (BLUE, "corner predicted")):
         pen.ellipse([x, baseline - 12, x + 12, baseline], fill=colour)
