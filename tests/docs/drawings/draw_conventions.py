@@ -475,7 +475,7 @@ def quaternion_table(facts):
     turns = ("of `Base` into those of the body" if facts.rows.vector_sign < 0
              else "of the body into those of `Base`")
     exports = [engine for engine in facts.engines if engine.quaternion]
-    return table(("Where", "Order", "Turns directions"), ("a sample in the CSV", order, turns),
+    return table(("Where", "Order", "Rotates directions"), ("a sample in the CSV", order, turns),
                  *((f"`Quat_Tc_Cam`, export to `{engine.name}`", ", ".join(engine.quaternion),
                     "of the export's camera into those of its tracker") for engine in exports))
 
@@ -490,7 +490,7 @@ def angle_table(facts):
 
 
 def engine_table(facts):
-    return table(("Export", "Hand", "Camera's axes", "Tracker's x, y, z in `Tc`",
+    return table(("Export", "Handedness", "Camera's axes", "Tracker's x, y, z in `Tc`",
                   "Position's X, Y, Z run along"),
                  *((f"`{engine.name}`", engine.hand, camera_words(engine),
                     ", ".join(map(axis_name, engine.tracker)),
