@@ -199,7 +199,7 @@ def repetitions(measured):
     first, *others = measured.counts("growth")
     texts = [f"{plan[first]} of {first} images",
              *(f"{plan[images]} of {images}" for images in others)]
-    return f"Runs: {', '.join(texts[:-1])} and {texts[-1]}; the fastest of each stands."
+    return f"Runs: {', '.join(texts[:-1])} and {texts[-1]}; the fastest of each is shown."
 
 
 def lens_growth(measured):
