@@ -16,10 +16,12 @@ matplotlib.use("svg")
 import matplotlib.pyplot as plt  # noqa: E402  (the backend has to be chosen first)
 import matplotlib.ticker  # noqa: E402
 
-SOLVERS = ["rigsync_core", "Park", "Horaud", "Daniilidis", "Shah", "Li"]
+LIBRARY = "rigsync_core"
+PEERS = ["Park", "Horaud", "Daniilidis", "Shah", "Li"]
+SOLVERS = [LIBRARY, *PEERS]
 # Distinct in print and for colour-blind readers: a colour and a mark each.
 STYLES = {
-    "rigsync_core": ("#000000", "o", 2.2),
+    LIBRARY: ("#000000", "o", 2.2),
     "Park": ("#0072b2", "s", 1.0),
     "Horaud": ("#56b4e9", "v", 1.0),
     "Daniilidis": ("#d55e00", "^", 1.0),
@@ -35,6 +37,9 @@ SWEEPS = {
     "estimate-angle": ("error of the board's estimated angles, degrees on each axis",
                        "Error, degrees"),
 }
+
+# The peers take no estimate, so their figures are the same in every row of these: written once.
+ESTIMATE_SWEEPS = ("estimate-offset", "estimate-angle")
 
 
 def read(path):
@@ -67,7 +72,7 @@ def draw(sweep, points, target):
             colour, mark, width = STYLES[solver]
             axis.plot(values, [median(points[value][solver], index) for value in values],
                       color=colour, marker=mark, linewidth=width, markersize=4, label=solver)
-        ours = [errors(points[value]["rigsync_core"], index) for value in values]
+        ours = [errors(points[value][LIBRARY], index) for value in values]
         axis.fill_between(values, [min(found, default=float("nan")) for found in ours],
                           [max(found, default=float("nan")) for found in ours],
                           color="#000000", alpha=0.12, linewidth=0)
@@ -91,16 +96,38 @@ def cell(runs):
     return f"{median(runs, 0):.2f} mm, {median(runs, 1):.3f}°"
 
 
-def table(sweep, points):
-    lines = ["| " + " | ".join([SWEEPS[sweep][1], *SOLVERS]) + " |",
-             "| --- |" + " --- |" * len(SOLVERS)]
+def table(header, rows):
+    lines = [header, ["---"] * len(header), *rows]
+    return "\n".join("| " + " | ".join(line) + " |" for line in lines)
+
+
+def sweep_table(sweep, points):
+    solvers = [LIBRARY] if sweep in ESTIMATE_SWEEPS else SOLVERS
+    rows = []
     for value in sorted(points):
-        cells = [cell(points[value][solver]) for solver in SOLVERS]
-        refused = sum(code not in (0, 99) for _, code in points[value]["rigsync_core"])
+        cells = [cell(points[value][solver]) for solver in solvers]
+        refused = sum(code not in (0, 99) for _, code in points[value][LIBRARY])
         if refused:
-            cells[0] += f" (refused {refused} of {len(points[value]['rigsync_core'])})"
-        lines.append(f"| {value:g} | " + " | ".join(cells) + " |")
-    return "\n".join(lines)
+            cells[0] += f" (refused {refused} of {len(points[value][LIBRARY])})"
+        rows.append([f"{value:g}", *cells])
+    return table([SWEEPS[sweep][1], *solvers], rows)
+
+
+def peers_table(data):
+    """The peers' figures, whatever the estimate."""
+    rows = {tuple(cell(runs[solver]) for solver in PEERS)
+            for sweep in ESTIMATE_SWEEPS for runs in data[sweep].values()}
+    if len(rows) != 1:
+        sys.exit(f"the peers' figures depend on the estimate, which they don't take: {rows}")
+    return table(PEERS, rows)
+
+
+def fill(page, path, where, text):
+    marks = f"<!-- {where} -->\n", f"<!-- end of {where} -->"
+    form = re.compile(re.escape(marks[0]) + ".*?" + re.escape(marks[1]), re.S)
+    if not form.search(page):
+        sys.exit(f"{path} has no place for the table '{where}'")
+    return form.sub(lambda _: marks[0] + text + "\n" + marks[1], page)
 
 
 def main():
@@ -112,11 +139,8 @@ def main():
         page = source.read()
     for sweep in SWEEPS:
         draw(sweep, data[sweep], os.path.join(docs, f"accuracy-{sweep}.svg"))
-        marks = f"<!-- {sweep} -->\n", f"<!-- end of {sweep} -->"
-        form = re.compile(re.escape(marks[0]) + ".*?" + re.escape(marks[1]), re.S)
-        if not form.search(page):
-            sys.exit(f"{page_path} has no place for the table '{sweep}'")
-        page = form.sub(lambda _: marks[0] + table(sweep, data[sweep]) + "\n" + marks[1], page)
+        page = fill(page, page_path, sweep, sweep_table(sweep, data[sweep]))
+    page = fill(page, page_path, "estimate-peers", peers_table(data))
     with open(page_path, "w", encoding="utf-8") as target:
         target.write(page)
 
