@@ -392,23 +392,4 @@ TEST(ReadTruth, ThrowsNamingAFileThatIsntATruth) {
   EXPECT_EQ(Message_Of(Folder.Write("good.json", Good.dump())), "no std::runtime_error");
 }
 
-// ---- Independence ----------------------------------------------------------------------------
-
-TEST(Simulator, IncludesNothingOfTheLibrary) {
-  size_t Sources = 0;
-  for (const fs::directory_entry& Entry : fs::directory_iterator(SIMULATE_SOURCES)) {
-    const std::string Extension = Entry.path().extension().string();
-    if (Extension != ".h" && Extension != ".cpp") continue;
-    ++Sources;
-    for (const std::string& Line : Lines_Of(Entry.path())) {
-      for (const std::string Folder :
-           {"frame/", "capture/", "solver/", "export/", "rigsync_core"}) {
-        EXPECT_FALSE(Line.find("#include") == 0 && Line.find(Folder) != std::string::npos)
-            << Entry.path() << ": " << Line;
-      }
-    }
-  }
-  EXPECT_GE(Sources, 5u);
-}
-
 }  // namespace

@@ -3,7 +3,7 @@
 // What the command prints, word for word, beside texts that a person has read: helps and other
 // fixed texts in tests/rigsync/commands/golden. After a change that is meant, run
 //
-//   RIGSYNC_REFRESH_GOLDEN=1 build/tests/host/host_tests --gtest_filter='Golden.*'
+//   RIGSYNC_REFRESH_GOLDEN=1 ctest --preset release -R Golden
 //
 // which writes the files anew (for every command's help, also where there was no file yet) and
 // fails for each that changed; read the difference in git before it is committed.
