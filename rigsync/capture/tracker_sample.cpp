@@ -3,15 +3,15 @@
 
 namespace rigsync {
 
-Eigen::Quaterniond Rotation_Body_Base(const Tracker_Sample& Sample) {
-  const std::array<double, 4>& Q = Sample.Quaternion;  // w first, as Eigen's constructor has it
-  return Eigen::Quaterniond(Q[0], Q[1], Q[2], Q[3]).normalized();
+Eigen::Quaterniond Sample_Rotation_Body_Base(const Tracker_Sample& Sample) {
+  const std::array<double, 4>& Q = Sample.Quaternion;
+  return Eigen::Quaterniond(Q[0], Q[1], Q[2], Q[3]).normalized();  // Eigen takes w first
 }
 
-Eigen::Matrix3d Relabelled() {
-  Eigen::Matrix3d Axes;
-  Axes << -1, 0, 0, 0, 0, -1, 0, -1, 0;
-  return Axes;
+Eigen::Matrix3d Tracker_Axes_Relabelling() {
+  Eigen::Matrix3d Relabelling;
+  Relabelling << -1, 0, 0, 0, 0, -1, 0, -1, 0;
+  return Relabelling;
 }
 
 }  // namespace rigsync

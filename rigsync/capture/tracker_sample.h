@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One pose that a tracking system reported for a tracked body, and the frames that it is in.
+// The pose that a tracking system reported for a tracked body, and its frames.
 #ifndef RIGSYNC_CAPTURE_TRACKER_SAMPLE_H
 #define RIGSYNC_CAPTURE_TRACKER_SAMPLE_H
 
@@ -10,7 +10,7 @@
 
 namespace rigsync {
 
-// What a tracker reported, as it stands in the file.
+// The numbers of the CSV file, unchanged.
 struct Tracker_Sample {
   std::array<double, 3> Position{};    // metres, in the tracking system's frame
   std::array<double, 4> Quaternion{};  // w, x, y, z, of any length
@@ -20,12 +20,16 @@ struct Tracker_Sample {
   }
 };
 
-// A sample's rotation as the library takes it: Base directions into the body's.
-Eigen::Quaterniond Rotation_Body_Base(const Tracker_Sample& Sample);
+// The rotation that a sample's quaternion stands for: Direction_Body = Rotation * Direction_Base.
+// A quaternion of length 0 is no rotation and is returned as it is.
+Eigen::Quaterniond Sample_Rotation_Body_Base(const Tracker_Sample& Sample);
 
-// Coordinates in a body's own axes to those of Tr: x, y and z of Tr are the body's x, z and y, all
-// reversed.
-Eigen::Matrix3d Relabelled();
+// The rotation from a tracked body's own axes to those of Tr (and Tc), with the same origin:
+//
+//   Position_Tr = Tracker_Axes_Relabelling() * Position_Body
+//
+// takes (a, b, c) to (-a, -c, -b). It is its own inverse.
+Eigen::Matrix3d Tracker_Axes_Relabelling();
 
 }  // namespace rigsync
 

@@ -90,7 +90,7 @@ Eigen::Quaterniond Rotation_Of(const Tracker_Sample& Sample, const Reading& Read
   const std::array<double, 4>& Q = Sample.Quaternion;
   const Eigen::Quaterniond Written = Read.W_Is_Last
                                          ? Eigen::Quaterniond(Q[3], Q[0], Q[1], Q[2]).normalized()
-                                         : Rotation_Body_Base(Sample);
+                                         : Sample_Rotation_Body_Base(Sample);
   return Read.Is_Attitude ? Written.conjugate() : Written;
 }
 
@@ -335,14 +335,14 @@ Agreement Measure_Reading(const Motion& Images, const Motion& Trackers) {
   Measured.Typical_Axis_Deg = Median_Axis_Off(Pairs, *Rotation);
   if (*Measured.Typical_Axis_Deg > Axis_Limit) return Measured;
   Measured.Rotation_Tr_Chart =
-      Relabelled() * Mean_Rotation_Tr_Chart(Images, Trackers, *Rotation, Good);
+      Tracker_Axes_Relabelling() * Mean_Rotation_Tr_Chart(Images, Trackers, *Rotation, Good);
   const std::optional<Position_Fit> Fit = Fit_Positions(Images, Trackers, *Rotation, Good);
   if (!Fit) return Measured;
   Measured.Positions_Off = Fit->Off;
   Measured.Typical_Position = Median(Fit->Off);
   Measured.Scale = Fit->Scale;
   Measured.Scale_Deviation = Fit->Scale_Deviation;
-  Measured.Middle_Tr = Relabelled() * Fit->Middle_Tr;
+  Measured.Middle_Tr = Tracker_Axes_Relabelling() * Fit->Middle_Tr;
   return Measured;
 }
 

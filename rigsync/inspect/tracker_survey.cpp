@@ -239,8 +239,8 @@ Turns Measure_Turns(const std::vector<Capture_Row>& Rows) {
   const std::vector<const Capture_Row*> Compared = Compared_Rows(Rows);
   std::vector<Eigen::Quaterniond> Camera, Board, Relative;
   for (const Capture_Row* Row : Compared) {
-    Camera.push_back(Rotation_Body_Base(Row->Camera));
-    Board.push_back(Rotation_Body_Base(Row->Board));
+    Camera.push_back(Sample_Rotation_Body_Base(Row->Camera));
+    Board.push_back(Sample_Rotation_Body_Base(Row->Board));
     Relative.push_back(Camera.back() * Board.back().conjugate());
   }
   Turns Measured;
