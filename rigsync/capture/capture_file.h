@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A capture's CSV file, line by line, read the way the library reads it, with everything told that
-// the library takes in silence. docs/conventions.md describes the columns, docs/inspect.md what is
-// told of them.
+// The reader of a capture's CSV file. It reads lines, fields and numbers as the library does, and
+// records what is unusual about each line without judging it. docs/conventions.md describes the
+// columns, rigsync/inspect/capture_file_findings.h has the findings.
 #ifndef RIGSYNC_CAPTURE_CAPTURE_FILE_H
 #define RIGSYNC_CAPTURE_CAPTURE_FILE_H
 
-#include "rigsync/capture/finding.h"
 #include "rigsync/capture/tracker_sample.h"
 
-#include <array>
 #include <cstddef>
 #include <filesystem>
 #include <string>
@@ -17,35 +15,91 @@
 
 namespace rigsync {
 
-// A data line with the values that the library gives it: a missing field repeats the last one, and
-// a text without a number at its front is 0.
+// Fields of a complete line: field 0 is the user's own number, field 1 the image path, the others
+// are the two samples.
+constexpr std::size_t Complete_Field_Count = 16;
+constexpr std::size_t Image_Field = 1;
+constexpr std::size_t First_Sample_Field = 2;
+
+// No tracker reports larger numbers, and the square of a far larger one overflows a double.
+constexpr double Largest_Number = 1e9;
+
+enum class Byte_Order_Mark { None, Utf8, Utf16 };
+
+// The library distinguishes headers from images only: it takes every line that is not a Header for
+// an image.
+enum class Line_Kind {
+  Header,           // begins with a capital T
+  Marked_Header,    // a capital T after the byte-order mark
+  Blank,            // nothing but blanks
+  Header_Like,      // words in place of all numbers, but no capital T
+  Other_Separator,  // semicolons or tabs in place of commas
+  Utf16,            // a line of a file in UTF-16
+  Image
+};
+
+enum class Carriage_Return { None, At_End, Inside };
+
+enum class Number_Fault {
+  Not_A_Number,  // more or less than one number with blanks around it
+  Not_Finite,    // NaN or infinite
+  Too_Large      // beyond Largest_Number
+};
+
+struct Faulty_Field {
+  std::size_t Index = 0;  // counted from 0
+  std::string Text;
+  Number_Fault Fault = Number_Fault::Not_A_Number;
+};
+
+struct Capture_Line {
+  std::size_t Line = 0;  // counted from 1
+  Line_Kind Kind = Line_Kind::Image;
+  Carriage_Return Return = Carriage_Return::None;  // the first one of the line
+  std::size_t Field_Count = 0;
+  std::string First_Field;  // without a byte-order mark
+  char Separator = ',';     // ';' or '\t' for Line_Kind::Other_Separator
+  // 16 fields or more, and a number in each field of the samples.
+  bool Has_All_Numbers = false;
+  // Of fields after the 16th: whether all are blank.
+  bool Are_Surplus_Fields_Blank = false;
+  // Of an Image, by index: field 0 when it is not a number, and fields of the samples. A missing
+  // field is not among them.
+  std::vector<Faulty_Field> Faulty_Fields;
+};
+
+// Whether the line has as many fields as one whose 14 numbers of the samples are each cut in two by
+// a decimal comma. Field 0 may be a whole number.
+bool May_Have_Decimal_Commas(const Capture_Line& Line);
+
+// A line that the library takes for an image, with the values that the library reads: a missing
+// field repeats the last one, and a field counts as the number at its start, or as 0 without one.
 struct Capture_Row {
   std::size_t Line = 0;  // counted from 1
-  std::string Image;     // the path as it stands there
+  std::string Image;     // the path, unchanged
   Tracker_Sample Camera, Board;
-  bool Is_Sound = false;  // all fields are there, and those of the samples are usable numbers
-  bool Is_Image = true;   // false for what was told to be a blank line, a header in disguise, or a
-                          // line that no comma divides
+  bool Is_Sound = false;  // an Image with all fields, and no faulty number in its samples
+  bool Is_Image = true;   // false when its Line_Kind is not Image
 };
 
 struct Capture_File {
+  Byte_Order_Mark Mark = Byte_Order_Mark::None;
   std::size_t Line_Count = 0, Header_Count = 0;
-  std::vector<Capture_Row> Rows;  // every line that the library takes for an image
+  std::vector<Capture_Line> Lines;
+  std::vector<Capture_Row> Rows;  // every line but the headers
 };
 
-// Reads the file and tells of fields, numbers, headers, blank lines, carriage returns and
-// byte-order marks. Throws Usage_Error when the file can't be opened or is no regular file.
-Capture_File Read_Capture_File(const std::filesystem::path& Csv, Findings& Told);
+// Throws Usage_Error when the file can't be opened or is not a regular file.
+Capture_File Read_Capture_File(const std::filesystem::path& Csv);
 
 struct Capture_Image {
   std::size_t Line = 0;  // of the CSV file, counted from 1
-  std::string Name;      // the image path as it stands there
+  std::string Name;      // the image path, unchanged
 };
 
-// One entry for each data line, by the library's own reading of the file: a line that begins with
-// a capital T is a header, and a line that ends before the path repeats its only field. A file that
-// can't be opened gives no entry; the library's code tells that. Nor does a pipe: reading it would
-// take the lines from the library.
+// One entry for each image that the library will read from the file, in the library's order. A file
+// that can't be opened has none, since the library has an error code for it. A pipe has none
+// either: reading it here would leave nothing for the library.
 std::vector<Capture_Image> Read_Image_Names(const std::filesystem::path& Csv);
 
 }  // namespace rigsync

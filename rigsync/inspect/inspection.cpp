@@ -2,11 +2,24 @@
 #include "rigsync/inspect/inspection.h"
 
 #include "rigsync/capture/image_paths.h"
+#include "rigsync/inspect/capture_file_findings.h"
 
 #include <algorithm>
 
 namespace rigsync {
 namespace {
+
+// No line of a file in UTF-16 can be read, so the inspection stops at its first.
+Capture_File Read_Inspected_File(const std::filesystem::path& Csv) {
+  Capture_File File = Read_Capture_File(Csv);
+  if (File.Mark == Byte_Order_Mark::Utf16) {
+    File.Lines.resize(1);
+    File.Line_Count = 1;
+    File.Header_Count = 0;
+    File.Rows.clear();
+  }
+  return File;
+}
 
 // How many rows the file means as images, blank lines and headers in disguise left out.
 std::size_t Image_Count(const std::vector<Capture_Row>& Rows) {
@@ -47,7 +60,8 @@ void Look_For_Boards(const std::vector<bool>& Readable, const Search_Progress& P
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress) {
   Inspection Made;
   Made.Inputs = Inputs;
-  Made.File = Read_Capture_File(Inputs.Csv, Made.Told);
+  Made.File = Read_Inspected_File(Inputs.Csv);
+  Judge_Capture_File(Made.File, Made.Told);
   const std::vector<Capture_Row>& Rows = Made.File.Rows;
   const std::vector<bool> Readable = Check_Image_Paths(Rows, Inputs.Image_Root, Made.Told);
   Check_Samples(Rows, Made.Told);

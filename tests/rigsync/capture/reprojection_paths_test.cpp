@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/capture/reprojection_paths.h"
-#include "rigsync/capture/capture_file.h"
-#include "rigsync/system/usage_error.h"
 
+#include "rigsync/system/usage_error.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -14,26 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-
-TEST(ReprojectionPaths, ReadsThePathsByTheRulesOfTheLibrary) {
-  const Scratch_Folder Scratch;
-  const std::string Csv = Scratch.Write("c.csv",
-                                        "Title,path\n"
-                                        "1,a.png,0\n"
-                                        "T,skipped.png\n"
-                                        "lonely\n"
-                                        "\n"
-                                        "2,a b/c.png");
-  const std::vector<rigsync::Capture_Image> Images = rigsync::Read_Image_Names(Csv);
-  ASSERT_EQ(Images.size(), 4u);
-  EXPECT_EQ(Images[0].Name, "a.png");
-  EXPECT_EQ(Images[0].Line, 2u);
-  EXPECT_EQ(Images[1].Name, "lonely");
-  EXPECT_EQ(Images[2].Name, "");
-  EXPECT_EQ(Images[3].Name, "a b/c.png");
-  EXPECT_EQ(Images[3].Line, 6u);
-  EXPECT_TRUE(rigsync::Read_Image_Names(Scratch.Path() / "none.csv").empty());
-}
 
 TEST(ReprojectionPaths, OnlyABackslashCutsAReprojectionName) {
   EXPECT_EQ(rigsync::Reprojection_Name("a/b/1.png"), "Reproject_a/b/1.png");
