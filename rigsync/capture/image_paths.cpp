@@ -2,10 +2,7 @@
 #include "rigsync/capture/image_paths.h"
 
 #include "rigsync/capture/reprojection_paths.h"
-#include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <map>
@@ -17,116 +14,74 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool Is_Image_File(const fs::path& File) {
+bool Is_Regular_File(const fs::path& File) {
   std::error_code Error;
   return fs::is_regular_file(File, Error);
 }
 
-std::string Without(std::string Text, const std::string& Letters) {
-  const auto Last = std::remove_if(Text.begin(), Text.end(), [&](char Letter) {
-    return Letters.find(Letter) != std::string::npos;
+std::string Without_Quotes(std::string Text) {
+  const auto End = std::remove_if(Text.begin(), Text.end(), [](char Character) {
+    return Character == '"' || Character == '\'';
   });
-  Text.erase(Last, Text.end());
+  Text.erase(End, Text.end());
   return Text;
 }
 
-std::string With_Slashes(std::string Text) {
+std::string With_Forward_Slashes(std::string Text) {
   std::replace(Text.begin(), Text.end(), '\\', '/');
   return Text;
 }
 
-// Why a path may lead nowhere although the image is there: what people and other systems write.
-std::string Hint(const std::string& Name, const fs::path& Root) {
-  const std::string Trimmed = One_Line(Name);
-  if (Trimmed != Name && Is_Image_File(Root / Trimmed)) {
-    return " Without the blanks around it, the path would lead to a file.";
-  }
-  const std::string Unquoted = Without(Name, "\"'");
-  if (Unquoted != Name && Is_Image_File(Root / Unquoted)) {
-    return " Without its quotes, the path would lead to a file.";
-  }
-  const std::string Slashed = With_Slashes(Name);
-  if (Slashed != Name && Is_Image_File(Root / Slashed)) {
-    return " With forward slashes, the path would lead to a file.";
-  }
-  const fs::path File_Name = fs::path(Slashed).filename();
-  for (const fs::path& Folder : {fs::path(), fs::path("images")}) {
-    if (!File_Name.empty() && Is_Image_File(Root / Folder / File_Name)) {
-      return fmt::format(" There is a file of this name in {}.",
-                         (Plain_Path(Root) / Folder / "").string());
+// Fills Correction and Correction_Folder with the first change that helps.
+void Find_Correction(const std::string& Name, const fs::path& Root, Image_Path& Path) {
+  const auto Leads_To_A_File = [&](const std::string& Changed_Name) {
+    return Changed_Name != Name && Is_Regular_File(Root / Changed_Name);
+  };
+  const std::string Slashed_Name = With_Forward_Slashes(Name);
+  if (Leads_To_A_File(One_Line(Name))) {
+    Path.Correction = Path_Correction::Without_Blanks;
+  } else if (Leads_To_A_File(Without_Quotes(Name))) {
+    Path.Correction = Path_Correction::Without_Quotes;
+  } else if (Leads_To_A_File(Slashed_Name)) {
+    Path.Correction = Path_Correction::With_Forward_Slashes;
+  } else if (const fs::path File_Name = fs::path(Slashed_Name).filename(); !File_Name.empty()) {
+    for (const fs::path& Folder : {Root, Root / "images"}) {
+      if (!Is_Regular_File(Folder / File_Name)) continue;
+      Path.Correction = Path_Correction::Other_Folder;
+      Path.Correction_Folder = Folder;
+      return;
     }
   }
-  return "";
 }
 
-void Tell_Missing(const Capture_Row& Row, const fs::path& Root, Findings& Told) {
-  const fs::path File = Root / Row.Image;
+Path_State Find_State(const fs::path& File) {
+  if (Is_Regular_File(File)) return Path_State::File;
   std::error_code Error;
-  if (fs::exists(File, Error)) {
-    Told.Add({"image_not_a_file",
-              Level::Warning,
-              "The image path leads to something that is no file, so the line is dropped.",
-              fmt::format("In line {} it is {}.", Row.Line, Quoted(Row.Image)),
-              "Correct the path.",
-              {Row.Line}});
-    return;
-  }
-  Told.Add(
-      {"image_missing",
-       Level::Warning,
-       "There is no file where the image path leads, so the line is dropped.",
-       fmt::format("In line {} it is {}.", Row.Line, Quoted(Row.Image)) + Hint(Row.Image, Root),
-       fmt::format("Correct the path. Relative paths start at {}; --image-root changes that.",
-                   Plain_Path(Root).string()),
-       {Row.Line}});
-}
-
-void Tell_Repetition(const Capture_Row& Row, std::size_t Earlier_Line, Findings& Told) {
-  Told.Add(
-      {"image_repeated",
-       Level::Warning,
-       "The image path stands in an earlier line too: the same image counts twice, with "
-       "another moment's samples.",
-       fmt::format("Line {} names {}, as line {} does.", Row.Line, Quoted(Row.Image), Earlier_Line),
-       "Keep the line whose samples belong to the image.",
-       {Row.Line}});
+  return fs::exists(File, Error) ? Path_State::Not_A_File : Path_State::Missing;
 }
 
 }  // namespace
 
-std::vector<bool> Check_Image_Paths(const std::vector<Capture_Row>& Rows, const fs::path& Root,
-                                    Findings& Told) {
-  std::vector<bool> Readable(Rows.size(), false);
+std::vector<Image_Path> Find_Image_Paths(const std::vector<Capture_Row>& Rows,
+                                         const fs::path& Image_Root) {
+  std::vector<Image_Path> Paths(Rows.size());
   std::map<fs::path, std::size_t> First_Lines;
   for (std::size_t i = 0; i < Rows.size(); ++i) {
     const Capture_Row& Row = Rows[i];
+    Image_Path& Path = Paths[i];
     if (!Row.Is_Image) continue;
     if (One_Line(Row.Image).empty()) {
-      Told.Add({"image_path_empty",
-                Level::Warning,
-                "The image path is empty, so the line is dropped.",
-                "",
-                "Write the image's path into the second field.",
-                {Row.Line}});
+      Path.State = Path_State::Empty;
       continue;
     }
-    const fs::path File = (Root / Row.Image).lexically_normal();
-    const auto [Earlier, Is_New] = First_Lines.emplace(File, Row.Line);
-    if (!Is_New) Tell_Repetition(Row, Earlier->second, Told);
-    Readable[i] = Is_Image_File(Root / Row.Image);
-    if (!Readable[i]) {
-      Tell_Missing(Row, Root, Told);
-    } else if (Climbs_Out(Row.Image)) {
-      Told.Add({"image_path_climbs_out",
-                Level::Error,
-                "The image path leads out of a folder with '..': its reprojection image would land "
-                "outside of the output folder's Reproject_ files, so 'rigsync calibrate' refuses.",
-                fmt::format("In line {} it is {}.", Row.Line, Quoted(Row.Image)),
-                "Write the path without '..'.",
-                {Row.Line}});
-    }
+    const fs::path File = Image_Root / Row.Image;
+    const auto [First_Line, Is_New] = First_Lines.emplace(File.lexically_normal(), Row.Line);
+    if (!Is_New) Path.Earlier_Line = First_Line->second;
+    Path.Climbs_Out = Climbs_Out(Row.Image);
+    Path.State = Find_State(File);
+    if (Path.State == Path_State::Missing) Find_Correction(Row.Image, Image_Root, Path);
   }
-  return Readable;
+  return Paths;
 }
 
 }  // namespace rigsync

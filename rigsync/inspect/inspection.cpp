@@ -3,6 +3,7 @@
 
 #include "rigsync/capture/image_paths.h"
 #include "rigsync/inspect/capture_file_findings.h"
+#include "rigsync/inspect/image_path_findings.h"
 
 #include <algorithm>
 
@@ -19,6 +20,14 @@ Capture_File Read_Inspected_File(const std::filesystem::path& Csv) {
     File.Rows.clear();
   }
   return File;
+}
+
+// For each row, whether there is an image file to search for the board.
+std::vector<bool> Readable_Rows(const std::vector<Image_Path>& Paths) {
+  std::vector<bool> Readable;
+  Readable.reserve(Paths.size());
+  for (const Image_Path& Path : Paths) Readable.push_back(Path.State == Path_State::File);
+  return Readable;
 }
 
 // How many rows the file means as images, blank lines and headers in disguise left out.
@@ -63,12 +72,13 @@ Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progres
   Made.File = Read_Inspected_File(Inputs.Csv);
   Judge_Capture_File(Made.File, Made.Told);
   const std::vector<Capture_Row>& Rows = Made.File.Rows;
-  const std::vector<bool> Readable = Check_Image_Paths(Rows, Inputs.Image_Root, Made.Told);
+  const std::vector<Image_Path> Paths = Find_Image_Paths(Rows, Inputs.Image_Root);
+  Judge_Image_Paths(Rows, Paths, Inputs.Image_Root, Made.Told);
   Check_Samples(Rows, Made.Told);
   Made.Turned = Measure_Turns(Rows);
   Judge_Turns(Made.Turned, Made.Told);
   if (Inputs.Look_For_Boards) {
-    Look_For_Boards(Readable, Progress, Made);
+    Look_For_Boards(Readable_Rows(Paths), Progress, Made);
   } else {
     Judge_Image_Count(Image_Count(Rows), Made.Told);
   }
