@@ -10,8 +10,8 @@ struct Board_Size {
   int Cols = 0, Rows = 0;  // inner corners along a row, along a column
 };
 
-// True for a board that looks the same when it is turned by half a turn: nothing then tells its
-// first corner from its last. So it is when both counts are even or both are odd.
+// Whether the board looks the same after half a turn, so that its first corner can't be told from
+// its last. It does when both counts are even or both are odd.
 bool Looks_Same_Half_Turned(const Board_Size& Board);
 
 }  // namespace rigsync

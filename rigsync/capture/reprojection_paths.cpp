@@ -13,14 +13,14 @@
 namespace rigsync {
 namespace {
 
-// Whether there is something at Path that could be an image.
+// Whether Path leads to something that could be an image: anything but a folder.
 bool Is_File(const std::filesystem::path& Path) {
   std::error_code Error;
   return std::filesystem::exists(Path, Error) && !std::filesystem::is_directory(Path, Error);
 }
 
-// Creates Relative inside Out, one component after the other, so that a ".." is resolved against
-// folders that are there.
+// Creates Relative inside Out one component at a time, so that each ".." is resolved in a folder
+// that exists.
 bool Make_Folders(const std::filesystem::path& Out, const std::filesystem::path& Relative) {
   std::filesystem::path Folder = Out;
   for (const std::filesystem::path& Component : Relative) {
@@ -56,8 +56,8 @@ void Refuse_Climbing_Images(const std::filesystem::path& Csv,
   for (const Capture_Image& Image : Images) {
     if (!Climbs_Out(Image.Name) || !Is_File(Image_Root / Image.Name)) continue;
     throw Usage_Error(fmt::format(
-        "{}, line {}: image path '{}' would lead its reprojection image to another place than the "
-        "output folder's Reproject_ files; expected a path without such '..'",
+        "{}, line {}: the '..' in image path '{}' would place the reprojection image outside the "
+        "Reproject_ files of the output folder; expected a path without it",
         Plain_Path(Csv).string(), Image.Line, One_Line(Image.Name)));
   }
 }
@@ -65,30 +65,32 @@ void Refuse_Climbing_Images(const std::filesystem::path& Csv,
 std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& Out,
                                                    const std::vector<Capture_Image>& Images,
                                                    const std::filesystem::path& Image_Root) {
-  std::vector<std::string> Without_Folder;
-  std::set<std::filesystem::path> Made;
+  std::vector<std::string> Names_Without_Folder;
+  std::set<std::filesystem::path> Created_Folders;
   for (const Capture_Image& Image : Images) {
     const std::filesystem::path Folder = Reprojection_Name(Image.Name).parent_path();
-    // An image that doesn't exist has no reprojection, and a file of noise makes no folders.
-    if (Folder.empty() || Made.count(Folder) != 0 || !Is_File(Image_Root / Image.Name)) continue;
+    if (Folder.empty() || Created_Folders.count(Folder) != 0) continue;
+    // An image that doesn't exist has no reprojection image, and a file that is no CSV must not
+    // create folders.
+    if (!Is_File(Image_Root / Image.Name)) continue;
     if (Make_Folders(Out, Folder)) {
-      Made.insert(Folder);
+      Created_Folders.insert(Folder);
     } else {
-      Without_Folder.push_back(Image.Name);
+      Names_Without_Folder.push_back(Image.Name);
     }
   }
-  return Without_Folder;
+  return Names_Without_Folder;
 }
 
 std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Folder,
                                                          const std::vector<Capture_Image>& Images) {
-  std::set<std::filesystem::path> Written;  // images that share a path share their reprojection
+  std::set<std::filesystem::path> Files;  // repeated images have one reprojection image
   for (const Capture_Image& Image : Images) {
     const std::filesystem::path File = Folder / Reprojection_Name(Image.Name);
     std::error_code Error;
-    if (std::filesystem::is_regular_file(File, Error)) Written.insert(File);
+    if (std::filesystem::is_regular_file(File, Error)) Files.insert(File);
   }
-  return {Written.begin(), Written.end()};
+  return {Files.begin(), Files.end()};
 }
 
 }  // namespace rigsync

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The images that a capture's CSV names, and where their reprojection images will land. The library
-// writes reprojection images beside the run log but creates no folder; what it needs is made here.
+// Where the reprojection images of a capture will be written. The library writes them next to the
+// run log but creates no folder; the folders that it needs are created here.
 #ifndef RIGSYNC_CAPTURE_REPROJECTION_PATHS_H
 #define RIGSYNC_CAPTURE_REPROJECTION_PATHS_H
 
@@ -13,22 +13,23 @@
 
 namespace rigsync {
 
-// What the library appends to the output folder for an image: "Reproject_" and what stands behind
-// the last backslash of its path. Forward slashes stay, so the result may name folders.
+// The path of an image's reprojection image in the output folder, as the library builds it:
+// "Reproject_" and the part of the image path after its last backslash. Forward slashes stay, so
+// the result may contain folders.
 std::filesystem::path Reprojection_Name(const std::string& Image_Name);
 
-// True when a ".." in the path takes the reprojection image out of the folder or file name that
-// begins with "Reproject_": beside other files, over an original photograph, or out of the output
-// folder altogether.
+// Whether a ".." in the path leads out of the folder or file name that begins with "Reproject_".
+// The reprojection image could then replace another file, an original photograph for example, or be
+// written outside the output folder.
 bool Climbs_Out(const std::string& Image_Name);
 
-// Refuses (Usage_Error naming the line) a capture in which an image that exists climbs out.
+// Throws Usage_Error, naming the line, for the first existing image whose path climbs out.
 void Refuse_Climbing_Images(const std::filesystem::path& Csv,
                             const std::vector<Capture_Image>& Images,
                             const std::filesystem::path& Image_Root);
 
-// Creates, inside Out, the folders that the reprojection images of the existing images need.
-// Returns the image paths whose folder can't be made: their reprojection image will be missing.
+// Creates, inside Out, the folders for the reprojection images of all existing images. Returns the
+// image paths whose folder can't be created: their reprojection images will be missing.
 std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& Out,
                                                    const std::vector<Capture_Image>& Images,
                                                    const std::filesystem::path& Image_Root);
