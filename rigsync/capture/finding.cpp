@@ -12,16 +12,16 @@
 namespace rigsync {
 namespace {
 
-// A list of more runs than these fills lines without helping anyone; the JSON report has them all.
+// More runs would fill the report without helping anyone. The JSON report has all lines.
 constexpr std::size_t Most_Runs = 8;
 
-constexpr std::size_t Longest_Quote = 48;  // letters
+constexpr std::size_t Longest_Quote = 48;  // bytes
 
 struct Run {
   std::size_t First, Last;
 };
 
-std::vector<Run> Runs_Of(const std::vector<std::size_t>& Lines) {
+std::vector<Run> Find_Runs(const std::vector<std::size_t>& Lines) {
   std::vector<Run> Runs;
   for (const std::size_t Line : Lines) {
     if (!Runs.empty() && Runs.back().Last + 1 == Line) {
@@ -36,21 +36,21 @@ std::vector<Run> Runs_Of(const std::vector<std::size_t>& Lines) {
 }  // namespace
 
 void Findings::Add(Finding New) {
-  const auto Same = [&](const Finding& Earlier) { return Earlier.Id == New.Id; };
-  const auto Found = std::find_if(All.begin(), All.end(), Same);
-  if (Found == All.end()) {
+  const auto Same = [&](const Finding& One) { return One.Id == New.Id; };
+  const auto Earlier = std::find_if(All.begin(), All.end(), Same);
+  if (Earlier == All.end()) {
     All.push_back(std::move(New));
     return;
   }
-  std::vector<std::size_t>& Lines = Found->Lines;
+  std::vector<std::size_t>& Lines = Earlier->Lines;
   Lines.insert(Lines.end(), New.Lines.begin(), New.Lines.end());
   std::sort(Lines.begin(), Lines.end());
   Lines.erase(std::unique(Lines.begin(), Lines.end()), Lines.end());
 }
 
 std::vector<Finding> Findings::Sorted() const {
-  const auto First_Line = [](const Finding& Of) {
-    return Of.Lines.empty() ? std::numeric_limits<std::size_t>::max() : Of.Lines.front();
+  const auto First_Line = [](const Finding& One) {
+    return One.Lines.empty() ? std::numeric_limits<std::size_t>::max() : One.Lines.front();
   };
   std::vector<Finding> Ordered = All;
   std::stable_sort(Ordered.begin(), Ordered.end(), [&](const Finding& Left, const Finding& Right) {
@@ -72,23 +72,25 @@ std::size_t Findings::Count(Level Severity) const {
 
 std::string Lines_Text(const std::vector<std::size_t>& Lines) {
   if (Lines.empty()) return {};
-  const std::vector<Run> Runs = Runs_Of(Lines);
+  const std::vector<Run> Runs = Find_Runs(Lines);
   std::string Text = Lines.size() == 1 ? "line " : "lines ";
-  std::size_t Told = 0;
+  std::size_t Named_Lines = 0;
   for (std::size_t i = 0; i < std::min(Runs.size(), Most_Runs); ++i) {
     const auto [First, Last] = Runs[i];
     if (i > 0) Text += ", ";
     Text += First == Last ? fmt::format("{}", First) : fmt::format("{}-{}", First, Last);
-    Told += Last - First + 1;
+    Named_Lines += Last - First + 1;
   }
-  if (Told < Lines.size()) Text += fmt::format(" and {} more", Lines.size() - Told);
+  if (Named_Lines < Lines.size()) {
+    Text += fmt::format(" and {} more", Lines.size() - Named_Lines);
+  }
   return Text;
 }
 
 std::string Quoted(const std::string& Text) {
   const std::string Line = One_Line(Text);
   if (Line.size() <= Longest_Quote) return "'" + Line + "'";
-  // A letter of UTF-8 has bytes 10xxxxxx behind its first, and is not cut in two.
+  // In UTF-8, all bytes of a character but its first are 10xxxxxx. No character is cut in two.
   std::size_t End = Longest_Quote;
   while (End > 0 && (static_cast<unsigned char>(Line[End]) & 0xc0u) == 0x80u) --End;
   return "'" + Line.substr(0, End) + "...'";

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What an inspection has to tell: one finding for each kind of trouble, with all the lines of the
-// CSV file that it concerns.
+// The findings of an inspection: one for each kind of problem, with all lines of the CSV file that
+// it concerns.
 #ifndef RIGSYNC_CAPTURE_FINDING_H
 #define RIGSYNC_CAPTURE_FINDING_H
 
@@ -12,30 +12,30 @@
 namespace rigsync {
 
 enum class Level {
-  Note,     // good to know; the result doesn't suffer
-  Warning,  // costs images or precision, or may be a mistake
-  Error     // with this, no calibration or none to be trusted
+  Note,     // no effect on the result
+  Warning,  // images or precision are lost, or something may be a mistake
+  Error     // the capture can't be calibrated, or its result can't be trusted
 };
 
 struct Finding {
-  std::string Id;  // the same for every capture, for programs that read the report
+  std::string Id;  // for programs that read the report; stays the same from version to version
   Level Severity = Level::Note;
-  std::string What;                // what is so and what comes of it, for all lines
-  std::string Example;             // what the first of the lines holds; may be empty
+  std::string What;                // the problem and its effect, for all lines
+  std::string Example;             // the content of the first line; may be empty
   std::string Advice;              // what to do
-  std::vector<std::size_t> Lines;  // counted from 1, ascending; none: the capture as a whole
+  std::vector<std::size_t> Lines;  // counted from 1, ascending; empty for the whole capture
 };
 
-// Findings in the order in which they came. One that has the id of an earlier one lends it its
-// lines; texts and severity stay the earlier one's.
+// Findings in the order in which they were added. A finding with the id of an earlier one adds its
+// lines to that one, which keeps its texts and severity.
 class Findings {
  public:
   void Add(Finding New);
 
-  // By first line; those about the whole capture come last.
+  // By first line. Findings about the whole capture come last.
   std::vector<Finding> Sorted() const;
 
-  // The gravest of all; Note when there is none.
+  // The highest severity; Note without findings.
   Level Gravest() const;
 
   std::size_t Count(Level Severity) const;
@@ -44,12 +44,12 @@ class Findings {
   std::vector<Finding> All;
 };
 
-// "line 4", "lines 4-18, 22"; of more than Most_Runs runs of lines only the first, and how many
-// lines follow. Empty for no lines.
+// "line 4", "lines 4-18, 22". Of more than eight runs of lines, the first eight and the number of
+// the remaining lines. Empty without lines.
 std::string Lines_Text(const std::vector<std::size_t>& Lines);
 
-// Text from a file as it is quoted in a sentence: in one line, without control characters, cut off
-// where it gets long.
+// Text from a file, in quotation marks for use in a sentence: on one line, without control
+// characters, and cut after 48 bytes.
 std::string Quoted(const std::string& Text);
 
 // "note", "warning", "error"

@@ -9,7 +9,7 @@ using rigsync::Finding;
 using rigsync::Findings;
 using rigsync::Level;
 
-Finding Of(const std::string& Id, Level Severity, std::vector<std::size_t> Lines) {
+Finding Make_Finding(const std::string& Id, Level Severity, std::vector<std::size_t> Lines) {
   return {Id, Severity, "What.", "", "Advice.", std::move(Lines)};
 }
 
@@ -27,33 +27,33 @@ TEST(Finding, OfManyRunsTheFirstEightAreNamedAndTheOtherLinesCounted) {
 }
 
 TEST(Finding, EqualIdsBecomeOneFindingWithAllLinesAscending) {
-  Findings Told;
-  Told.Add(Of("stale", Level::Warning, {7}));
-  Told.Add(Of("stale", Level::Warning, {3}));
-  Told.Add(Of("stale", Level::Warning, {7}));
-  ASSERT_EQ(Told.Sorted().size(), 1u);
-  EXPECT_EQ(Told.Sorted()[0].Lines, (std::vector<std::size_t>{3, 7}));
+  Findings List;
+  List.Add(Make_Finding("stale", Level::Warning, {7}));
+  List.Add(Make_Finding("stale", Level::Warning, {3}));
+  List.Add(Make_Finding("stale", Level::Warning, {7}));
+  ASSERT_EQ(List.Sorted().size(), 1u);
+  EXPECT_EQ(List.Sorted()[0].Lines, (std::vector<std::size_t>{3, 7}));
 }
 
 TEST(Finding, FindingsAreSortedByFirstLineAndTheWholeCaptureComesLast) {
-  Findings Told;
-  Told.Add(Of("whole", Level::Error, {}));
-  Told.Add(Of("late", Level::Warning, {9}));
-  Told.Add(Of("early", Level::Note, {2, 30}));
+  Findings List;
+  List.Add(Make_Finding("whole", Level::Error, {}));
+  List.Add(Make_Finding("late", Level::Warning, {9}));
+  List.Add(Make_Finding("early", Level::Note, {2, 30}));
   std::vector<std::string> Ids;
-  for (const Finding& One : Told.Sorted()) Ids.push_back(One.Id);
+  for (const Finding& One : List.Sorted()) Ids.push_back(One.Id);
   EXPECT_EQ(Ids, (std::vector<std::string>{"early", "late", "whole"}));
 }
 
 TEST(Finding, TheGravestLevelCounts) {
-  Findings Told;
-  EXPECT_EQ(Told.Gravest(), Level::Note);
-  Told.Add(Of("warning", Level::Warning, {2}));
-  Told.Add(Of("note", Level::Note, {1}));
-  EXPECT_EQ(Told.Gravest(), Level::Warning);
-  Told.Add(Of("error", Level::Error, {}));
-  EXPECT_EQ(Told.Gravest(), Level::Error);
-  EXPECT_EQ(Told.Count(Level::Warning), 1u);
+  Findings List;
+  EXPECT_EQ(List.Gravest(), Level::Note);
+  List.Add(Make_Finding("warning", Level::Warning, {2}));
+  List.Add(Make_Finding("note", Level::Note, {1}));
+  EXPECT_EQ(List.Gravest(), Level::Warning);
+  List.Add(Make_Finding("error", Level::Error, {}));
+  EXPECT_EQ(List.Gravest(), Level::Error);
+  EXPECT_EQ(List.Count(Level::Warning), 1u);
 }
 
 TEST(Finding, AQuoteIsOneLineAndNeverCutInsideALetter) {
