@@ -153,7 +153,7 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {{"inspect", "c.csv", "--board", "11", "--square", "1cm"}, {"--board", "'11'", "11x8"}},
       {{"inspect", "/none.csv", "--no-images"}, {"/none.csv", "doesn't exist"}},
       {{"inspect", "/tmp", "--no-images"}, {"/tmp", "is a folder"}},
-      {{"inspect", "/dev/null", "--no-images"}, {"/dev/null", "no regular file"}},
+      {{"inspect", "/dev/null", "--no-images"}, {"/dev/null", "not a regular file"}},
       {{"inspect", "c.csv", "--no-images", "--image-root", "/none"}, {"--image-root", "'/none'"}},
       {{"inspect", "c.csv", "--config", "/none.json"}, {"--config", "can't be opened"}},
       {{"simulate"}, {"DIR"}},
