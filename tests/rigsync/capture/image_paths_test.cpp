@@ -85,9 +85,11 @@ TEST(ImagePaths, AMissingPathHasTheChangeThatLeadsToAFile) {
     EXPECT_EQ(Path.State, Path_State::Missing);
     EXPECT_EQ(Path.Correction, Correction);
   }
-  const auto Paths = rigsync::Find_Image_Paths(Rows({"x/here.png", "x/a.png"}), Scratch.Path());
+  const auto Paths =
+      rigsync::Find_Image_Paths(Rows({"x/here.png", "x/a.png", "here.png"}), Scratch.Path());
   EXPECT_EQ(Paths[0].Correction_Folder, Scratch.Path());
   EXPECT_EQ(Paths[1].Correction_Folder, Scratch.Path() / "images");
+  EXPECT_EQ(Paths[2].Correction, Path_Correction::None);  // not missing
 }
 
 }  // namespace
