@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <stdexcept>
+#include <utility>
 
 namespace simulate {
 
@@ -28,7 +28,7 @@ enum Stream : unsigned {
 };
 
 void Require(bool Holds, const std::string& Option, const std::string& Rule) {
-  if (!Holds) throw std::invalid_argument("simulate: " + Option + " " + Rule);
+  if (!Holds) throw Refused_Options({Option}, Rule);
 }
 
 void Require_At_Least_0(double Value, const std::string& Option) {
@@ -80,12 +80,14 @@ void Check_Options(const Options& Given) {
   Require(Given.Blank_Count >= 0, "Blank_Count", "has to be at least 0");
   Require(Given.Truncated_Count >= 0, "Truncated_Count", "has to be at least 0");
   Require(Given.Stale_Count < std::max(Given.Image_Count, 1), "Stale_Count",
-          "has to be below Image_Count: the first row has none before it to repeat");
+          "has to be below the number of images: the first row has no row before it to repeat");
   const long long Bad = 0LL + Given.Stale_Count + Given.Jump_Count + Given.Missing_Count +
                         Given.Blank_Count + Given.Truncated_Count;
-  Require(Bad <= Given.Image_Count,
-          "Stale_Count + Jump_Count + Missing_Count + Blank_Count + Truncated_Count",
-          "has to be at most Image_Count");
+  if (Bad > Given.Image_Count) {
+    throw Refused_Options(
+        {"Stale_Count", "Jump_Count", "Missing_Count", "Blank_Count", "Truncated_Count"},
+        "together have to be at most the number of images");
+  }
 }
 
 Lens Lens_In_Pixels(const Options& Given) {
@@ -353,9 +355,8 @@ Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Ve
       return Transform_Cam_Chart;
     }
   }
-  throw std::invalid_argument(
-      "simulate: Norm_Fx, Norm_Fy, Norm_Cx, Norm_Cy, K1 and K2 have to describe a lens that shows "
-      "the whole board in the frame");
+  throw Refused_Options({"Norm_Fx", "Norm_Fy", "Norm_Cx", "Norm_Cy", "K1", "K2"},
+                        "have to describe a lens that shows the whole board in the frame");
 }
 
 // ---- Where the camera is ---------------------------------------------------------------------
@@ -458,7 +459,18 @@ std::string Image_Name_Of(int Number, const std::string& Format) {
   return std::string(Digits.size() < 4 ? 4 - Digits.size() : 0, '0') + Digits + "." + Format;
 }
 
+std::string Comma_Separated(const std::vector<std::string>& Names) {
+  std::string Text;
+  for (const std::string& Name : Names) Text += (Text.empty() ? "" : ", ") + Name;
+  return Text;
+}
+
 }  // namespace
+
+Refused_Options::Refused_Options(std::vector<std::string> Option_Names, std::string Broken_Rule)
+    : std::invalid_argument("simulate: " + Comma_Separated(Option_Names) + " " + Broken_Rule),
+      Names(std::move(Option_Names)),
+      Rule(std::move(Broken_Rule)) {}
 
 Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker) {
   // Column k holds the body's own axis k in the tracker's relabelled axes: body x is -x, body y

@@ -21,6 +21,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -123,10 +124,22 @@ struct Plan {
   std::vector<Image_Truth> Images;
 };
 
+// Options that can't be met.
+class Refused_Options : public std::invalid_argument {
+ public:
+  Refused_Options(std::vector<std::string> Option_Names, std::string Broken_Rule);
+
+  // The members of Options that break the rule, at least one.
+  std::vector<std::string> Names;
+
+  // What they have to be, as the end of a sentence that begins with their names.
+  std::string Rule;
+};
+
 // Draws the poses and samples of a capture. The same options give the same plan on every machine,
 // but for the last bits in which their sines, cosines and logarithms differ.
 //
-// Throws std::invalid_argument naming the option that can't be met: counts below 0, more bad rows
+// Throws Refused_Options for options that can't be met: counts below 0, more bad rows
 // than images, a board of fewer than 2 corners a side, an unknown image format, a size below 16
 // pixels, a lens that can't show the whole board.
 Plan Make_Plan(const Options& Given);
