@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The program's entry: reads the command line, runs the chosen command, and turns whatever goes
-// wrong into a sentence and an exit status.
+// The program's entry: parses the command line, runs the chosen command, and turns every error into
+// a message and an exit status.
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/program.h"
 #include "rigsync/system/platform.h"
@@ -20,71 +20,104 @@
 
 namespace {
 
-// The command that was asked for, for pointing at its help.
-std::string Asked_For(const CLI::App& Program) {
+using rigsync::Usage_Error;
+
+// The command that was chosen, or the program itself before one was.
+const CLI::App& Chosen_Command(const CLI::App& Program) {
   const auto Commands = Program.get_subcommands();
-  return Commands.empty() ? "rigsync" : "rigsync " + Commands.front()->get_name();
+  return Commands.empty() ? Program : *Commands.front();
 }
 
-int Say_Usage(const CLI::App& Program, const std::string& Text) {
-  rigsync::Complain(rigsync::One_Line(Text));
-  fmt::print(stderr, "  '{} --help' tells more.\n", Asked_For(Program));
+// "rigsync calibrate", or "rigsync" before a command was chosen.
+std::string Chosen_Name(const CLI::App& Program) {
+  const CLI::App& Command = Chosen_Command(Program);
+  return &Command == &Program ? Program.get_name() : Program.get_name() + " " + Command.get_name();
+}
+
+// Prints what is wrong and where help is. A user who asked for help gets that instead.
+int Report(const CLI::App& Program, const Usage_Error& Error) {
+  if (Chosen_Command(Program).get_help_ptr()->count() > 0) return Program.exit(CLI::CallForHelp());
+  rigsync::Complain(rigsync::One_Line(Error.what()));
+  fmt::print(stderr, "  See '{} --help'.\n", Chosen_Name(Program));
   return rigsync::Exit_Usage;
 }
 
-// -20 or 50mm: a part of a value, as --board-euler 12 -20 8 leaves it over.
+// -20 or 50mm: a part of a list, as --board-euler 12 -20 8 leaves it over.
 bool Begins_Like_A_Number(const std::string& Word) {
   const std::size_t First = Word.find_first_not_of("+-.");
   return First != std::string::npos && Word[First] >= '0' && Word[First] <= '9';
 }
 
-// The word that no flag or argument took. The parser's own text has all such words, the last first.
-std::string Extra_Text(const CLI::App& Program) {
+// A word that no option or argument took.
+Usage_Error Unexpected_Argument(const CLI::App& Program) {
   const std::vector<std::string> Words = Program.remaining(/*recurse=*/true);
   const std::string First = Words.empty() ? "" : Words.front();
   if (Begins_Like_A_Number(First)) {
-    return "'" + First + "' is one word too many: numbers of one value have commas and no blanks " +
-           "between them, as 12,-20,8 has";
+    return Usage_Error("unexpected argument '" + First +
+                       "'; write lists without spaces, such as 12,-20,8");
   }
   for (const std::string& Word : Words) {
     if (Word.size() > 1 && Word[0] == '-') {
-      return "'" + Word + "' is unknown; expected a flag of '" + Asked_For(Program) + "'";
+      return Usage_Error("'" + Word + "' is not a flag of '" + Chosen_Name(Program) + "'");
     }
   }
-  return "'" + First + "' is one word too many: a value with blanks needs quotes";
+  return Usage_Error("unexpected argument '" + First + "'; a value with spaces needs quotes");
 }
 
-// The parser's sentence about a flag that came too often, or without its value, in plain words.
-std::string Mismatch_Text(const std::string& Parsers) {
-  const std::string Flag = Parsers.substr(0, Parsers.find(':'));
-  if (Parsers.find("At Most") != std::string::npos) return Flag + " is given twice; expected once";
-  if (Parsers.find(" missing") != std::string::npos) return Flag + ": expected a value behind it";
-  return Parsers;
+// The parser's errors say in English only which option they are about. The functions below find it
+// in what the parser has read by then.
+
+Usage_Error Missing_Option(const CLI::App& Program, const CLI::RequiredError& Error) {
+  for (const CLI::Option* Option : Chosen_Command(Program).get_options()) {
+    if (!Option->get_required() || Option->count() > 0) continue;
+    const std::string Name = Option->get_name();
+    return Usage_Error(Name, Name + " is missing: " + Option->get_description());
+  }
+  return Usage_Error(Error.what());
 }
 
-std::string Exclusion_Text(const std::string& Parsers) {
-  const std::string Verb = " excludes ";
-  const std::size_t At = Parsers.find(Verb);
-  if (At == std::string::npos) return Parsers;
-  return Parsers.substr(0, At) + " and " + Parsers.substr(At + Verb.size()) +
-         " are both given; expected one of them";
+// An option was given more often than once, or its value is missing. The parser takes any word for
+// a value, so only the last word can be an option without one.
+Usage_Error Wrong_Value_Count(const CLI::App& Program, const std::string& Last_Word) {
+  const CLI::App& Command = Chosen_Command(Program);
+  for (const CLI::Option* Option : Command.get_options()) {
+    const int Most = Option->get_items_expected_max();
+    if (Most == 0 || Option->count() <= static_cast<std::size_t>(Most)) continue;
+    const std::string Name = Option->get_name();
+    return Usage_Error(Name, Name + " is given more than once; expected once");
+  }
+  const std::string Typed_Name = Last_Word.substr(0, Last_Word.find('='));
+  const CLI::Option* const Option = Command.get_option_no_throw(Typed_Name);
+  const std::string Name = Option != nullptr ? Option->get_name() : Typed_Name;
+  return Usage_Error(Name, Name + ": the value is missing");
 }
 
-// A first word that is neither command nor flag would otherwise be taken for a missing one.
+Usage_Error Conflicting_Options(const CLI::App& Program, const CLI::ExcludesError& Error) {
+  for (const CLI::Option* Option : Chosen_Command(Program).get_options()) {
+    if (Option->count() == 0) continue;
+    for (const CLI::Option* Excluded : Option->get_excludes()) {
+      if (Excluded->count() == 0) continue;
+      const std::string Name = Option->get_name();
+      return Usage_Error(Name, Name + " and " + Excluded->get_name() + " can't be combined");
+    }
+  }
+  return Usage_Error(Error.what());
+}
+
+// The parser would take a first word that is neither command nor flag for a missing command.
 void Require_Command(const CLI::App& Program, const std::vector<std::string>& Words) {
   std::string Expected;
   for (const CLI::App* Command : Program.get_subcommands([](const CLI::App*) { return true; })) {
     if (!Words.empty() && Command->get_name() == Words.front()) return;
     Expected += (Expected.empty() ? "" : ", ") + Command->get_name();
   }
-  if (Words.empty())
-    throw rigsync::Usage_Error("a command is missing; expected one of " + Expected);
+  if (Words.empty()) throw Usage_Error("a command is missing; expected one of " + Expected);
   if (Program.get_option_no_throw(Words.front()) == nullptr)
     rigsync::Refuse("command", Words.front(), "one of " + Expected);
 }
 
-// The words behind the program's name. "help" and "help COMMAND" are the flag --help of either.
-std::vector<std::string> Words_Of(int Argument_Count, char** Arguments) {
+// The words after the program's name. "help" and "help COMMAND" are the flag --help of either.
+std::vector<std::string> Command_Words(int Argument_Count, char** Arguments) {
   std::vector<std::string> Words(Arguments + std::min(Argument_Count, 1),
                                  Arguments + Argument_Count);
   if (!Words.empty() && Words.front() == "help") {
@@ -94,53 +127,53 @@ std::vector<std::string> Words_Of(int Argument_Count, char** Arguments) {
   return Words;
 }
 
-int Run(std::vector<std::string> Words) {
-  rigsync::Chosen_Command Chosen;
-  const std::unique_ptr<CLI::App> Made = rigsync::Make_Program(Chosen);
-  CLI::App& Program = *Made;
+int Run(const std::vector<std::string>& Words) {
+  const std::unique_ptr<rigsync::Command_Line> Line = rigsync::Make_Command_Line();
+  CLI::App& Program = Line->Program;
   try {
     Require_Command(Program, Words);
-    std::reverse(Words.begin(), Words.end());  // the parser takes them from the end
-    Program.parse(std::move(Words));
-    return Chosen();
+    // The parser takes the words from the end.
+    Program.parse(std::vector<std::string>(Words.rbegin(), Words.rend()));
+    return Line->Action();
   } catch (const CLI::ExtrasError&) {
-    return Say_Usage(Program, Extra_Text(Program));
+    return Report(Program, Unexpected_Argument(Program));
   } catch (const CLI::RequiredError& Error) {
     // What is missing may be there under a wrong name.
     const bool Has_Extra = !Program.remaining(/*recurse=*/true).empty();
-    return Say_Usage(Program, Has_Extra ? Extra_Text(Program) : Error.what());
-  } catch (const CLI::ArgumentMismatch& Error) {
-    return Say_Usage(Program, Mismatch_Text(Error.what()));
+    return Report(Program,
+                  Has_Extra ? Unexpected_Argument(Program) : Missing_Option(Program, Error));
+  } catch (const CLI::ArgumentMismatch&) {
+    return Report(Program, Wrong_Value_Count(Program, Words.back()));
   } catch (const CLI::ExcludesError& Error) {
-    return Say_Usage(Program, Exclusion_Text(Error.what()));
+    return Report(Program, Conflicting_Options(Program, Error));
   } catch (const CLI::ParseError& Error) {
     // Help and version come as exceptions too, with status 0.
     if (Error.get_exit_code() == 0) return Program.exit(Error);
-    return Say_Usage(Program, Error.what());
-  } catch (const rigsync::Usage_Error& Error) {
-    return Say_Usage(Program, Error.what());
+    return Report(Program, Usage_Error(Error.what()));
+  } catch (const Usage_Error& Error) {
+    return Report(Program, Error);
   }
 }
 
-// The status to end with, once all that was printed has reached where it leads: a file on a full
-// disk isn't whole, and a script that reads it has to know.
+// The exit status once standard output is flushed. Output that is lost, on a full disk for example,
+// is a failure, so that a script doesn't use a file that is cut short.
 int Finish_Output(int Status) {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return Status;
   if (rigsync::Reader_Is_Gone()) return Status;
-  rigsync::Complain("what was printed can't be written to where standard output leads");
+  rigsync::Complain("standard output can't be written");
   return Status == rigsync::Exit_Success ? rigsync::Exit_Exception : Status;
 }
 
 }  // namespace
 
 int main(int Argument_Count, char** Arguments) {
-  const rigsync::Prepared_Process Prepared;
+  const rigsync::Prepared_Process Process;
   try {
-    return Finish_Output(Run(Words_Of(Argument_Count, Arguments)));
+    return Finish_Output(Run(Command_Words(Argument_Count, Arguments)));
   } catch (const std::exception& Error) {
     rigsync::Complain(rigsync::One_Line(Error.what()));
   } catch (...) {
-    rigsync::Complain("ended by an exception of an unknown kind");
+    rigsync::Complain("ended by an unknown exception");
   }
   return rigsync::Exit_Exception;
 }

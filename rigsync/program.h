@@ -11,9 +11,8 @@
 
 namespace rigsync {
 
-// All commands with their flags, helps and footers. Parsing leaves the command that was asked for
-// in Chosen, which has to outlive the program.
-std::unique_ptr<CLI::App> Make_Program(Chosen_Command& Chosen);
+// All commands with their flags, helps and footers.
+std::unique_ptr<Command_Line> Make_Command_Line();
 
 }  // namespace rigsync
 

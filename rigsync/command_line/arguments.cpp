@@ -11,7 +11,7 @@
 namespace rigsync {
 namespace {
 
-// Metres. What is beyond these is on no stage, and is millimetres or centimetres without a unit.
+// Metres. Larger values don't occur on a stage: they are millimetres or centimetres without a unit.
 constexpr double Largest_Square_Edge = 1.0;
 constexpr double Largest_Offset = 10.0;
 
@@ -21,8 +21,8 @@ std::string_view Trimmed(std::string_view Text) {
   return Text;
 }
 
-// The number at the front of Text, and in Text what follows it. The decimal separator is the point
-// whatever the locale.
+// Parses the number at the start of Text and removes it from Text. The decimal separator is a point
+// in every locale.
 std::optional<double> Take_Number(std::string_view& Text) {
   Text = Trimmed(Text);
   if (!Text.empty() && Text.front() == '+') Text.remove_prefix(1);
@@ -33,16 +33,17 @@ std::optional<double> Take_Number(std::string_view& Text) {
   return Value;
 }
 
-struct Unit {
-  std::string_view Name;
-  double Factor;  // what a value in this unit is divided by, so that 30mm is the double 0.03
+struct Unit_Divisor {
+  std::string_view Unit;
+  double Divisor;  // division, not multiplication by 0.001, makes 30mm the double 0.03
 };
 
-std::optional<double> Read_With_Unit(std::string_view Text, const std::vector<Unit>& Units) {
+std::optional<double> Read_With_Unit(std::string_view Text,
+                                     const std::vector<Unit_Divisor>& Units) {
   const std::optional<double> Value = Take_Number(Text);
   if (!Value) return std::nullopt;
-  for (const Unit& Known : Units) {
-    if (Text == Known.Name) return *Value / Known.Factor;
+  for (const Unit_Divisor& Known : Units) {
+    if (Text == Known.Unit) return *Value / Known.Divisor;
   }
   return std::nullopt;
 }
@@ -73,15 +74,15 @@ std::optional<long> Read_Whole(std::string_view Text) {
 
 std::vector<std::string_view> Split(std::string_view Text, char Separator) {
   std::vector<std::string_view> Fields;
-  for (std::size_t At = 0;;) {
-    const std::size_t End = Text.find(Separator, At);
-    Fields.push_back(Text.substr(At, End - At));
+  for (std::size_t Start = 0;;) {
+    const std::size_t End = Text.find(Separator, Start);
+    Fields.push_back(Text.substr(Start, End - Start));
     if (End == std::string_view::npos) return Fields;
-    At = End + 1;
+    Start = End + 1;
   }
 }
 
-// N values that Read understands, with Separator between them.
+// N values with Separator between them, each parsed by Read.
 template <std::size_t N, typename Value>
 std::optional<std::array<Value, N>> Read_List(std::string_view Text, char Separator,
                                               std::optional<Value> (*Read)(std::string_view)) {
@@ -96,22 +97,22 @@ std::optional<std::array<Value, N>> Read_List(std::string_view Text, char Separa
   return Values;
 }
 
-// The values of a size, A x B: the x may be a capital or the sign of multiplication (U+00D7) too,
-// as other programs write sizes.
+// The two values of a size, A x B. Other programs write a capital X or a multiplication sign
+// (U+00D7), so those are accepted too.
 template <typename Value>
 std::optional<std::array<Value, 2>> Read_Sides(const std::string& Text,
                                                std::optional<Value> (*Read)(std::string_view)) {
   constexpr std::string_view Times_Sign = "\xc3\x97";  // in UTF-8
   std::string Plain = Text;
-  for (std::size_t At = 0; (At = Plain.find(Times_Sign, At)) != std::string::npos;) {
-    Plain.replace(At, Times_Sign.size(), "x");
+  for (std::size_t i = 0; (i = Plain.find(Times_Sign, i)) != std::string::npos;) {
+    Plain.replace(i, Times_Sign.size(), "x");
   }
   std::replace(Plain.begin(), Plain.end(), 'X', 'x');
   return Read_List<2, Value>(Plain, 'x', Read);
 }
 
-// How to write plain numbers that were meant as millimetres: "; for millimetres write 170mm,50mm".
-// Empty where a unit stands already.
+// How to write numbers that are meant as millimetres: "; for millimetres write 170mm,50mm". Empty
+// where a number already has a unit.
 std::string Unit_Hint(const std::string& Text) {
   std::string With_Unit;
   for (const std::string_view Field : Split(Text, ',')) {
@@ -140,8 +141,8 @@ double Parse_Square(const std::string& Flag, const std::string& Text) {
   if (!Metres || !(*Metres > 0.0) || *Metres > Largest_Square_Edge) {
     const bool Too_Long = Metres && *Metres > Largest_Square_Edge;
     Refuse(Flag, Text,
-           "the edge of one square, above 0 and up to 1 metre, for example 0.03 or 30mm (a plain "
-           "number is metres)" +
+           "the edge length of one square, above 0 and up to 1 metre, for example 0.03 or 30mm (a "
+           "number without a unit is in metres)" +
                (Too_Long ? Unit_Hint(Text) : std::string()));
   }
   return *Metres;
@@ -149,7 +150,8 @@ double Parse_Square(const std::string& Flag, const std::string& Text) {
 
 double Parse_Length(const std::string& Flag, const std::string& Text) {
   const std::optional<double> Metres = Read_Length(Text);
-  if (!Metres) Refuse(Flag, Text, "a length, for example 0.3mm (a plain number is metres)");
+  if (!Metres)
+    Refuse(Flag, Text, "a length, for example 0.3mm (a number without a unit is in metres)");
   return *Metres;
 }
 
@@ -177,7 +179,7 @@ long Parse_Whole(const std::string& Flag, const std::string& Text, long Least, l
 std::array<double, 3> Parse_Angles(const std::string& Flag, const std::string& Text) {
   const auto Degrees = Read_List<3, double>(Text, ',', Read_Angle);
   if (!Degrees) {
-    Refuse(Flag, Text, "three angles in degrees with commas between them, for example 12,-20,8");
+    Refuse(Flag, Text, "three angles in degrees separated by commas, for example 12,-20,8");
   }
   return *Degrees;
 }
@@ -188,8 +190,8 @@ std::array<double, 3> Parse_Offset(const std::string& Flag, const std::string& T
   const bool Too_Long = Metres && std::any_of(Metres->begin(), Metres->end(), Is_Too_Long);
   if (!Metres || Too_Long) {
     Refuse(Flag, Text,
-           "three lengths of 10 metres at most with commas between them, for example "
-           "-0.17,0.05,0.04 or -170mm,50mm,40mm (a plain number is metres)" +
+           "three lengths of at most 10 metres separated by commas, for example "
+           "-0.17,0.05,0.04 or -170mm,50mm,40mm (numbers without a unit are in metres)" +
                (Too_Long ? Unit_Hint(Text) : std::string()));
   }
   return *Metres;
@@ -197,7 +199,7 @@ std::array<double, 3> Parse_Offset(const std::string& Flag, const std::string& T
 
 std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text) {
   const auto Values = Read_List<2, double>(Text, ',', Read_Number);
-  if (!Values) Refuse(Flag, Text, "two numbers with a comma between them");
+  if (!Values) Refuse(Flag, Text, "two numbers separated by a comma");
   return *Values;
 }
 
@@ -212,8 +214,8 @@ std::array<int, 2> Parse_Pixels(const std::string& Flag, const std::string& Text
 
 std::array<double, 2> Parse_Sensor(const std::string& Flag, const std::string& Text) {
   const auto Sides = Read_Sides_Mm(Text);
-  const auto Is_No_Side = [](double Side) { return Side < 1.0 || Side > 100.0; };
-  if (!Sides || std::any_of(Sides->begin(), Sides->end(), Is_No_Side)) {
+  const auto Is_Out_Of_Range = [](double Side) { return Side < 1.0 || Side > 100.0; };
+  if (!Sides || std::any_of(Sides->begin(), Sides->end(), Is_Out_Of_Range)) {
     Refuse(Flag, Text,
            "WIDTHxHEIGHT of the sensor in millimetres, 1 to 100 each, for example 23.76x13.365");
   }

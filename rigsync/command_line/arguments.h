@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Values as people write them on a command line or in a stage file: 11x8, 30mm, 12,-20,8. Every
-// refusal names the flag, the value and what was expected.
+// Parsers for the values on a command line or in a stage file: 11x8, 30mm, 12,-20,8. A value that
+// is refused throws a Usage_Error that names the flag, the value and what was expected.
 //
-// Lengths are metres unless they carry a unit (mm, cm, m); angles are degrees. The x between two
-// sides may be X or the sign of multiplication (U+00D7) too, with blanks around it.
+// Lengths are in metres unless they have a unit (mm, cm, m); angles are in degrees. The x between
+// two sides may also be X or a multiplication sign (U+00D7), with spaces around it.
 #ifndef RIGSYNC_COMMAND_LINE_ARGUMENTS_H
 #define RIGSYNC_COMMAND_LINE_ARGUMENTS_H
 
@@ -18,11 +18,12 @@
 
 namespace rigsync {
 
-// 11x8: inner corners, 3 to 100 on each side. Fewer have no unique board in an image, and no
-// photograph resolves more.
+// 11x8: inner corners, 3 to 100 along each side. Smaller boards can't be told apart in an image,
+// and photographs don't resolve larger ones.
 Board_Size Parse_Board(const std::string& Flag, const std::string& Text);
 
-// A square's edge: above 0 and at most 1 metre, so that millimetres without their unit are told.
+// The edge length of a square: above 0 and at most 1 metre, so that millimetres without a unit are
+// refused.
 double Parse_Square(const std::string& Flag, const std::string& Text);
 
 // A finite length, metres.
@@ -35,21 +36,21 @@ double Parse_Angle(const std::string& Flag, const std::string& Text);
 // A whole number within [Least, Most].
 long Parse_Whole(const std::string& Flag, const std::string& Text, long Least, long Most);
 
-// a,b,c. A part of an offset is at most 10 metres long, so that millimetres without their unit are
-// told.
+// a,b,c. A component of an offset is at most 10 metres, so that millimetres without a unit are
+// refused.
 std::array<double, 3> Parse_Angles(const std::string& Flag, const std::string& Text);
 std::array<double, 3> Parse_Offset(const std::string& Flag, const std::string& Text);
 
-// Two numbers with a comma between them.
+// Two numbers separated by a comma.
 std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text);
 
 // 1920x1080, pixels, both above 0.
 std::array<int, 2> Parse_Pixels(const std::string& Flag, const std::string& Text);
 
-// 23.76x13.365, millimetres (that is what sensor sizes are given in), both from 1 to 100.
+// 23.76x13.365, millimetres (the usual unit of sensor sizes), both from 1 to 100.
 std::array<double, 2> Parse_Sensor(const std::string& Flag, const std::string& Text);
 
-// Two lengths in millimetres with an x between them, both above 0; none for anything else.
+// Two lengths in millimetres separated by x, both above 0; nothing for any other text.
 std::optional<std::array<double, 2>> Read_Sides_Mm(const std::string& Text);
 
 }  // namespace rigsync

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The flags that every command takes which looks at a capture: its CSV, the board, the stage file
-// and where the images are. Declared and read in one place, so that two commands don't differ.
+// The arguments and flags shared by every command that reads a capture: its CSV, the board, the
+// stage file and the folder of the images.
 #ifndef RIGSYNC_COMMAND_LINE_CAPTURE_FLAGS_H
 #define RIGSYNC_COMMAND_LINE_CAPTURE_FLAGS_H
 
@@ -15,50 +15,50 @@
 
 namespace rigsync {
 
-// What was typed, before anything is read from it.
-struct Capture_Words {
+// As typed, before any file is read.
+struct Capture_Arguments {
   std::string Csv, Image_Root, Config;
-  Stage Values;  // by flag without dashes
+  Stage_Settings Typed_Settings;
 };
 
-// A value that can stand in the stage file too.
+// A flag whose value the stage file can give too.
 struct Value_Flag {
   const char* Key;   // the flag without dashes
-  const char* Type;  // of the value, in the help
+  const char* Type;  // of the value, for the help
   const char* Help;
 };
 
 // Adds CAPTURE, --board, --square, --board-euler, --board-offset, the flags of More, --config and
-// --image-root, in this order.
-// Words has to outlive the command line's parsing.
-void Add_Capture_Flags(CLI::App& Command, Capture_Words& Words,
+// --image-root, in this order. Arguments has to outlive the parsing of the command line.
+void Add_Capture_Flags(CLI::App& Command, Capture_Arguments& Arguments,
                        const std::vector<Value_Flag>& More = {});
 
-// The values of the stage, a typed one before that of the file, which may hold more than a command
-// reads.
+// The settings of the stage: those typed, and those of the stage file for the others. The file may
+// have settings that a command doesn't read.
 class Stage_Values {
  public:
   // Throws Usage_Error for a file that can't be read.
-  explicit Stage_Values(const Capture_Words& Words);
+  explicit Stage_Values(const Capture_Arguments& Arguments);
 
-  bool Has(const std::string& Key) const { return All.count(Key) != 0; }
+  bool Has(const std::string& Key) const { return All_Settings.count(Key) != 0; }
 
-  // The value of Key as Parse reads it; refusals name it as the flag or the file's key. Throws
-  // Usage_Error when it stands nowhere, with Otherwise behind what was expected.
+  // The value of Key, parsed by Parse; an error names the flag or the key in the file. Throws
+  // Usage_Error when the value is missing, with Alternative appended to the message.
   template <typename Value>
   Value Read(const std::string& Key, Value (*Parse)(const std::string&, const std::string&),
-             const std::string& Otherwise = "") const {
-    return Parse(Value_Name(Typed, Key, Config), Required_Value(All, Key, Otherwise));
+             const std::string& Alternative = "") const {
+    return Parse(Value_Name(Typed_Settings, Key, Config),
+                 Required_Value(All_Settings, Key, Alternative));
   }
 
  private:
-  Stage Typed, All;
+  Stage_Settings Typed_Settings, All_Settings;
   std::string Config;
 };
 
-// Where relative image paths start, absolute: what was typed, or the folder of the CSV. Throws
-// Usage_Error when what was typed is no folder, or no CSV was named.
-std::filesystem::path Image_Root_Of(const Capture_Words& Words);
+// The folder that relative image paths start from, absolute: --image-root, or the folder of the
+// CSV. Throws Usage_Error when --image-root is no folder or CAPTURE is empty.
+std::filesystem::path Image_Root_Of(const Capture_Arguments& Arguments);
 
 }  // namespace rigsync
 

@@ -3,6 +3,7 @@
 
 #include "rigsync/system/platform.h"
 #include "rigsync/system/text.h"
+#include "rigsync/system/usage_error.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -10,28 +11,16 @@
 #include <cstdio>
 
 namespace rigsync {
-namespace {
-
-// An option has no place for notes of one's own. A validator that takes everything has a name.
-constexpr const char* Offer_Prefix = "offered:";
-
-}  // namespace
-
-CLI::Option* Offer(CLI::Option* Option, const std::vector<std::string>& Words) {
-  const std::string Name = fmt::format("{}{}", Offer_Prefix, fmt::join(Words, " "));
-  return Option->check(CLI::Validator([](std::string&) { return std::string(); }, "", Name));
-}
-
-std::vector<std::string> Offered_Words(CLI::Option& Option) {
-  for (int i = 0;; ++i) {
-    try {
-      const std::string Name = Option.get_validator(i)->get_name();
-      if (Name.rfind(Offer_Prefix, 0) != 0) continue;
-      return CLI::detail::split(Name.substr(std::string(Offer_Prefix).size()), ' ');
-    } catch (const CLI::OptionNotFound&) {
-      return {};
+CLI::Option* Require_Choice(Command_Line& Line, CLI::Option* Option,
+                            const std::vector<std::string>& Words) {
+  Line.Choices[Option] = Words;
+  const CLI::Validator Membership = CLI::IsMember(Words);
+  return Option->check([Option, Words, Membership](const std::string& Value) {
+    if (!Membership(Value).empty()) {
+      Refuse(Option->get_name(), Value, fmt::format("one of {}", fmt::join(Words, ", ")));
     }
-  }
+    return std::string();
+  });
 }
 
 void Print(const std::string& Text) {

@@ -1,39 +1,54 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What the commands share with the program's entry: each adds itself to the command line and, when
-// it is the one that was asked for, leaves what is to be run.
+// it is the one that was chosen, leaves the action to run.
 #ifndef RIGSYNC_COMMAND_LINE_COMMAND_H
 #define RIGSYNC_COMMAND_LINE_COMMAND_H
 
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace rigsync {
 
-// Set by the chosen command while the command line is parsed, run afterwards. Returns the exit
-// status. Throws Usage_Error for what only shows up at work; other exceptions end in status 70.
-using Chosen_Command = std::function<int()>;
+// The command line as CLI11 parses it, and what CLI11 has no place for. Options and actions refer
+// to this object, so it stays where it was made.
+struct Command_Line {
+  Command_Line() = default;
+  Command_Line(const Command_Line&) = delete;
+  Command_Line& operator=(const Command_Line&) = delete;
 
-void Add_Simulate_Command(CLI::App& Program, Chosen_Command& Chosen);
-void Add_Inspect_Command(CLI::App& Program, Chosen_Command& Chosen);
-void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen);
-void Add_Compare_Command(CLI::App& Program, Chosen_Command& Chosen);
-void Add_Export_Command(CLI::App& Program, Chosen_Command& Chosen);
-void Add_Codes_Command(CLI::App& Program, Chosen_Command& Chosen);
-void Add_Board_Command(CLI::App& Program, Chosen_Command& Chosen);
+  CLI::App Program;
 
-// Text on standard output, at once. A reader who is gone (as head is when it has seen enough) is no
-// error; any other is left for the end of the program to tell.
+  // What the chosen command does: set while the command line is parsed, called afterwards. Returns
+  // the exit status. Throws Usage_Error for mistakes that only show at work; other exceptions end
+  // in status 70.
+  std::function<int()> Action;
+
+  // Words that the value of an option can be, in the order in which a shell's completion offers
+  // them. Require_Choice adds those that it checks.
+  std::map<const CLI::Option*, std::vector<std::string>> Choices;
+};
+
+void Add_Simulate_Command(Command_Line& Line);
+void Add_Inspect_Command(Command_Line& Line);
+void Add_Calibrate_Command(Command_Line& Line);
+void Add_Compare_Command(Command_Line& Line);
+void Add_Export_Command(Command_Line& Line);
+void Add_Codes_Command(Command_Line& Line);
+void Add_Board_Command(Command_Line& Line);
+
+// Restricts the value of Option to Words. While the command line is parsed, another value throws a
+// Usage_Error that names option, value and words.
+CLI::Option* Require_Choice(Command_Line& Line, CLI::Option* Option,
+                            const std::vector<std::string>& Words);
+
+// Writes Text to standard output at once. A closed pipe, as of head after enough lines, is no
+// error; any other error is reported at the end of the program.
 void Print(const std::string& Text);
-
-// Notes on an option which words its value can be, for completion in a shell. Nothing is checked.
-CLI::Option* Offer(CLI::Option* Option, const std::vector<std::string>& Words);
-
-// What Offer noted, or nothing.
-std::vector<std::string> Offered_Words(CLI::Option& Option);
 
 // A warning on standard error, folded.
 void Warn(const std::string& Text);

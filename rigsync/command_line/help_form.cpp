@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t Flag_Text_Column = 34;
 constexpr std::size_t Command_Text_Column = 14;
 
-// Name in the left column, Text folded in the right one; a long name has a line of its own.
+// Name in the left column, Text folded in the right one. A long name gets a line of its own.
 std::string Two_Columns(const std::string& Name, const std::string& Text, std::size_t Text_Column) {
   const std::string Left = "  " + Name;
   const std::string Right = Folded(Text, Text_Column);
@@ -44,7 +44,7 @@ std::string Help_Form::make_option(const CLI::Option* Option, bool Is_Positional
 
 std::string Help_Form::make_group(std::string Group, bool /*Is_Positional*/,
                                   std::vector<const CLI::Option*> Options) const {
-  // The caller puts an empty line behind each group but the last; one before it would double that.
+  // CLI11 adds an empty line after each group but the last.
   std::string Text = Group == "Positionals" ? "\nArguments:\n" : Group + ":\n";
   for (const CLI::Option* Option : Options) Text += make_option(Option, Option->get_positional());
   return Group == "Positionals" ? Text + "\n" : Text;
@@ -60,7 +60,7 @@ std::string Help_Form::make_usage(const CLI::App* Command, std::string Name) con
       Command->get_options([](const CLI::Option* Option) { return Option->get_positional(); });
   for (const CLI::Option* Option : Positionals) Usage += " " + make_option_usage(Option);
   const bool Has_Commands = !Command->get_subcommands([](const CLI::App*) { return true; }).empty();
-  // Without positionals the options follow at once, and need an empty line before them.
+  // Without positional arguments the options follow directly and need an empty line before them.
   return Usage + (Has_Commands ? " COMMAND" : "") + " [OPTIONS]\n" +
          (Positionals.empty() ? "\n" : "");
 }

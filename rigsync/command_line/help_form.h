@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How help looks: flags in a left column, their texts folded beside them, within the width of a
-// terminal.
+// The layout of the help: flags in a left column, their texts folded in a right one, within the
+// width of a terminal.
 #ifndef RIGSYNC_COMMAND_LINE_HELP_FORM_H
 #define RIGSYNC_COMMAND_LINE_HELP_FORM_H
 
@@ -14,8 +14,8 @@ namespace rigsync {
 
 class Help_Form : public CLI::Formatter {
  public:
-  // One option's two columns: its names with the type of its value, and what it is for, whether it
-  // is required and its default.
+  // The two columns of an option: its names with the type of its value; its description with
+  // "(required)" and its default.
   std::string Left_Text(const CLI::Option* Option, bool Is_Positional) const;
   static std::string Right_Text(const CLI::Option* Option, bool Is_Positional);
 

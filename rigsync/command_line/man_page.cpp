@@ -2,6 +2,7 @@
 #include "rigsync/command_line/documents.h"
 #include "rigsync/command_line/help_form.h"
 #include "rigsync/system/text.h"
+#include "rigsync/system/version.h"
 
 #include <fmt/format.h>
 
@@ -12,37 +13,36 @@
 namespace rigsync {
 namespace {
 
-// What the page tells beyond the helps.
+// Sections that the help doesn't have.
 constexpr const char* Environment_And_Files = R"(.SH ENVIRONMENT
 .TP
 .B NO_COLOR
-When it is set to anything but the empty text, nothing is printed in colour. Colour is for
-terminals only in any case.
+If set to a non-empty value, output has no colour. Output that doesn't go to a terminal never has.
 .SH FILES
 .TP
 .I stage.toml, stage.json
-What stays the same from capture to capture: keys are the flags of \fBrigsync calibrate\fR without
-their dashes.
+Stage file: the settings that stay the same for every capture of a stage. Its keys are flags of
+\fBrigsync calibrate\fR without the dashes.
 .TP
 .I OUT/result.json
-The newest calibration that came to an end: lens, transform, verdict and inputs.
+The latest finished calibration: lens, transform, verdict and inputs.
 .TP
 .I OUT/run_DATE\-TIME/
 One run: its run log, its reprojection images and its own \fIresult.json\fR.
 .TP
 .I capture.csv
-One line per image: its path, and the poses of both trackers.
+One line per image: its path and the poses of both trackers.
 )";
 
 constexpr const char* See_Also = R"(.SH SEE ALSO
-The pages that come with the source and are installed in \fI)" RIGSYNC_DOCDIR R"(\fR:
+The documentation in the source, installed in \fI)" RIGSYNC_DOCDIR R"(\fR:
 \fIdocs/codes.md\fR, \fIdocs/conventions.md\fR, \fIdocs/engines.md\fR,
 \fIdocs/inspect.md\fR, \fIdocs/result\-file.md\fR, \fIdocs/run\-log.md\fR and
 \fIdocs/stage\-file.md\fR.
 )";
 
-// Text that shows as it stands: nothing in it is a request, and what a typesetter would beautify
-// can be copied into a shell.
+// Text that prints literally: it contains no request, and its quotes and dashes can be copied into
+// a shell.
 std::string Roff(std::string_view Text) {
   std::string Result;
   for (const char Letter : Text) {
@@ -82,7 +82,7 @@ std::string Quoted(std::string_view Text) {
 
 using Lines = std::vector<std::string>;
 
-std::vector<Lines> Paragraphs_Of(const std::string& Text) {
+std::vector<Lines> Split_Paragraphs(const std::string& Text) {
   std::vector<Lines> Paragraphs(1);
   std::istringstream Stream(Text);
   for (std::string Line; std::getline(Stream, Line);) {
@@ -96,21 +96,21 @@ std::vector<Lines> Paragraphs_Of(const std::string& Text) {
   return Paragraphs;
 }
 
-bool Begins(const Lines& Paragraph, std::string_view With) {
-  return Paragraph.front().compare(0, With.size(), With) == 0;
+bool Starts_With(const Lines& Paragraph, std::string_view Heading) {
+  return Paragraph.front().compare(0, Heading.size(), Heading) == 0;
 }
 
-// Indented lines stay as they are, others are filled.
+// Indented lines are kept as they are, others are filled.
 std::string Roff_Lines(const Lines& Paragraph) {
   std::string Result;
-  bool As_It_Is = false;
+  bool Is_Literal = false;
   for (const std::string& Line : Paragraph) {
     const bool Indented = Line.rfind("  ", 0) == 0;
-    if (Indented != As_It_Is) Result += Indented ? ".RS 4n\n.EX\n" : ".EE\n.RE\n";
-    As_It_Is = Indented;
+    if (Indented != Is_Literal) Result += Indented ? ".RS 4n\n.EX\n" : ".EE\n.RE\n";
+    Is_Literal = Indented;
     Result += Roff(Indented ? Line.substr(2) : Line) + "\n";
   }
-  return As_It_Is ? Result + ".EE\n.RE\n" : Result;
+  return Is_Literal ? Result + ".EE\n.RE\n" : Result;
 }
 
 std::vector<const CLI::App*> Commands_Of(const CLI::App& Program) {
@@ -118,7 +118,7 @@ std::vector<const CLI::App*> Commands_Of(const CLI::App& Program) {
 }
 
 // "rigsync export RESULT [OPTIONS]"
-std::string Usage_Of(const CLI::App& Command) {
+std::string Usage_Line(const CLI::App& Command) {
   const std::string Usage =
       One_Line(Help_Form().make_usage(&Command, "rigsync " + Command.get_name()));
   return Usage.substr(Usage.find(' ') + 1);
@@ -129,7 +129,7 @@ std::string Option_Entry(const CLI::Option& Option, bool Is_Positional) {
          Roff(Help_Form::Right_Text(&Option, Is_Positional)) + "\n";
 }
 
-std::string Options_Of(const CLI::App& Command) {
+std::string Option_Entries(const CLI::App& Command) {
   std::string Result;
   for (const CLI::Option* Option : Command.get_options()) {
     if (Option->get_positional()) Result += Option_Entry(*Option, true);
@@ -147,21 +147,21 @@ std::string Options_Of(const CLI::App& Command) {
 }
 
 std::string Command_Section(const CLI::App& Command) {
-  std::string Result = ".SS " + Quoted(Usage_Of(Command)) + "\n" + Roff(Command.get_description()) +
-                       "\n" + Options_Of(Command);
-  for (const Lines& Paragraph : Paragraphs_Of(Command.get_footer())) {
-    if (Begins(Paragraph, "Exit status:") || Begins(Paragraph, "Example")) continue;
+  std::string Result = ".SS " + Quoted(Usage_Line(Command)) + "\n" +
+                       Roff(Command.get_description()) + "\n" + Option_Entries(Command);
+  for (const Lines& Paragraph : Split_Paragraphs(Command.get_footer())) {
+    if (Starts_With(Paragraph, "Exit status:") || Starts_With(Paragraph, "Example")) continue;
     Result += ".PP\n" + Roff_Lines(Paragraph);
   }
   return Result;
 }
 
-// The paragraphs of all footers that begin with Heading, without it.
-std::string Collected(const CLI::App& Program, std::string_view Heading) {
+// The paragraphs of all footers that start with Heading, without the heading.
+std::string Footer_Paragraphs(const CLI::App& Program, std::string_view Heading) {
   std::string Result;
   for (const CLI::App* Command : Commands_Of(Program)) {
-    for (Lines& Paragraph : Paragraphs_Of(Command->get_footer())) {
-      if (!Begins(Paragraph, Heading)) continue;
+    for (Lines& Paragraph : Split_Paragraphs(Command->get_footer())) {
+      if (!Starts_With(Paragraph, Heading)) continue;
       const std::size_t Text =
           Paragraph.front().find_first_not_of(' ', Paragraph.front().find(':') + 1);
       if (Text == std::string::npos) {
@@ -180,27 +180,27 @@ std::string Collected(const CLI::App& Program, std::string_view Heading) {
 
 std::string Man_Page(const CLI::App& Program) {
   const std::string& Name = Program.get_name();
-  // "rigsync measures where ..." as an entry of an index.
-  std::string What = Program.get_description();
-  if (What.rfind(Name + " ", 0) == 0) What.erase(0, Name.size() + 1);
-  if (!What.empty() && What.back() == '.') What.pop_back();
+  // "rigsync measures ..." without the name, as the index of pages has it.
+  std::string Summary = Program.get_description();
+  if (Summary.rfind(Name + " ", 0) == 0) Summary.erase(0, Name.size() + 1);
+  if (!Summary.empty() && Summary.back() == '.') Summary.pop_back();
 
-  // No hyphens and no stretched blanks: a flag that is broken over two lines can't be searched for.
+  // No hyphenation and no justified lines, so that a flag can be searched for.
   std::string Page = fmt::format(
       ".TH RIGSYNC 1 \"\" {} {}\n.nr HY 0\n.nh\n.ad l\n.SH NAME\n{} \\- {}\n",
-      Quoted(Name + " " RIGSYNC_VERSION), Quoted("User commands"), Roff(Name), Roff(What));
+      Quoted(Name + " " + Command_Version), Quoted("User commands"), Roff(Name), Roff(Summary));
   Page += ".SH SYNOPSIS\n.nf\n";
   for (const CLI::App* Command : Commands_Of(Program))
-    Page += ".B " + Quoted(Usage_Of(*Command)) + "\n";
+    Page += ".B " + Quoted(Usage_Line(*Command)) + "\n";
   Page += ".B " + Quoted(Name + " --help | --version") + "\n.fi\n";
   Page += ".SH DESCRIPTION\n" + Roff(Program.get_description()) + "\n";
-  for (const Lines& Paragraph : Paragraphs_Of(Program.get_footer())) {
+  for (const Lines& Paragraph : Split_Paragraphs(Program.get_footer())) {
     Page += ".PP\n" + Roff_Lines(Paragraph);
   }
-  Page += ".SH OPTIONS\n" + Options_Of(Program) + ".SH COMMANDS\n";
+  Page += ".SH OPTIONS\n" + Option_Entries(Program) + ".SH COMMANDS\n";
   for (const CLI::App* Command : Commands_Of(Program)) Page += Command_Section(*Command);
-  Page += ".SH EXIT STATUS\n" + Collected(Program, "Exit status:") + Environment_And_Files;
-  Page += ".SH EXAMPLES\n" + Collected(Program, "Example") + See_Also;
+  Page += ".SH EXIT STATUS\n" + Footer_Paragraphs(Program, "Exit status:") + Environment_And_Files;
+  Page += ".SH EXAMPLES\n" + Footer_Paragraphs(Program, "Example") + See_Also;
   return Page;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync board': a chessboard to print, at true scale, with what it takes to check the print.
+// 'rigsync board': a chessboard to print at true scale, with a ruler to check the print.
 #include "rigsync/board/board_drawing.h"
 #include "rigsync/capture/board_size.h"
 #include "rigsync/command_line/arguments.h"
@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 constexpr const char* Footer =
     R"(--board counts inner corners, where four squares meet, columns first. This is
 4x3: three rows (down) of four corners (across), on a board of 5 by 4 squares.
-The first corner is at the top left, the second is the next to its right:
+The first corner is at the top left, the second is to its right:
 
   ####      ####      ####
   ####      ####      ####
@@ -40,101 +40,100 @@ The first corner is at the top left, the second is the next to its right:
        ####      ####
        ####      ####
 
-One count even and one odd is best: such a board looks different when it is
-turned by half a turn, so that its first corner is certain.
+Use one even and one odd count: such a board looks different after half a turn,
+so its first corner is unambiguous.
 
-Print at 100 % ("actual size", never "fit to page"), measure ruler and squares
-on the print, and glue it to a flat, stiff panel.
+Print at 100 % ("actual size", never "fit to page"), measure the ruler and the
+squares on the print, and glue it to a flat, stiff panel.
 
-Exit status: 0, 2 for wrong usage or a file that can't be written.
+Exit status: 0 on success, 2 for wrong usage or a file that can't be written.
 
 Example:
   rigsync board --board 11x8 --square 30mm --paper a3 -o board.svg
   rigsync board --board 11x8 --square 20mm --paper a4 -o board.pdf)";
 
-struct Typed {
+struct Board_Arguments {
   std::string Board, Square, Paper, Output;
 };
 
-std::string Names_Of_Papers() {
+std::string Paper_Names() {
   std::string Names;
   for (const Paper& Known : Named_Papers()) Names += Known.Name + ", ";
   return Names + "or WIDTHxHEIGHT in millimetres";
 }
 
-// A paper by its name, or WIDTHxHEIGHT in millimetres, 50 to 5000 each. A paper may be turned, so
-// that the order of width and height doesn't matter.
+// A paper by its name, or WIDTHxHEIGHT in millimetres, 50 to 5000 each, in either order.
 Paper Parse_Paper(const std::string& Flag, const std::string& Text) {
-  std::string Names;
   for (const Paper& Known : Named_Papers()) {
     if (Known.Name == Lower_Case(Text)) return Known;
-    Names += Known.Name + ", ";
   }
   const std::optional<std::array<double, 2>> Sides = Read_Sides_Mm(Text);
   constexpr double Least = 50.0, Most = 5000.0;
   if (!Sides || std::min((*Sides)[0], (*Sides)[1]) < Least ||
       std::max((*Sides)[0], (*Sides)[1]) > Most) {
-    Refuse(Flag, Text,
-           Names + "or WIDTHxHEIGHT in millimetres, 50 to 5000 each, for example 420x297");
+    Refuse(Flag, Text, Paper_Names() + ", 50 to 5000 each, for example 420x297");
   }
   return {Text, std::min((*Sides)[0], (*Sides)[1]), std::max((*Sides)[0], (*Sides)[1])};
 }
 
-// The ending of the output's name says what it becomes.
-Drawing_Form Form_Of(const std::string& Flag, const fs::path& Output) {
+// By the ending of the output's name.
+Drawing_Form Parse_Form(const std::string& Flag, const fs::path& Output) {
   if (Output.extension() == ".svg") return Drawing_Form::Svg;
   if (Output.extension() == ".pdf") return Drawing_Form::Pdf;
   Refuse(Flag, Output.string(), "a file name that ends in .svg or .pdf");
 }
 
-// Refuses a name that can't become a file, or that something other than a file has already.
-void Require_Place(const std::string& Flag, const fs::path& Output) {
+// Refuses a name that can't become a file, or that belongs to something other than a file.
+void Require_File_Name(const std::string& Flag, const fs::path& Output) {
   std::error_code Ignored;
   if (!fs::is_directory(fs::absolute(Output).parent_path(), Ignored)) {
-    Refuse(Flag, Output.string(), "a file in a folder that exists");
+    Refuse(Flag, Output.string(), "a file in an existing folder");
   }
   if (fs::exists(Output, Ignored) && !fs::is_regular_file(Output, Ignored)) {
-    Refuse(Flag, Output.string(), "a file, or a name that nothing has yet");
+    Refuse(Flag, Output.string(), "a regular file or a new name");
   }
 }
 
-// What the person could do instead.
-std::string Way_Out(const Board_Size& Board, double Square, const Paper& On) {
-  const double Largest = Largest_Square(Board, On);
-  const std::optional<Paper> Larger = Smallest_Paper(Board, Square, On);
+// What would fit instead.
+std::string Alternatives(const Board_Size& Board, double Square, const Paper& Sheet) {
+  const double Largest = Largest_Square(Board, Sheet);
+  const std::optional<Paper> Larger = Smallest_Paper(Board, Square, Sheet);
   const std::string First =
-      Largest > 0.0 ? fmt::format("The largest square for {} is {:g} mm", On.Name, Largest)
-                    : fmt::format("No square is small enough for {}", On.Name);
+      Largest > 0.0 ? fmt::format("The largest square for {} is {:g} mm", Sheet.Name, Largest)
+                    : fmt::format("No square fits on {}", Sheet.Name);
   return First + (Larger ? fmt::format("; the smallest paper for squares of {:g} mm is {}.", Square,
                                        Larger->Name)
-                         : fmt::format("; no paper up to a0 has room for squares of {:g} mm, but "
-                                       "--paper takes WIDTHxHEIGHT too.",
+                         : fmt::format("; squares of {:g} mm don't fit on any paper up to a0, but "
+                                       "--paper also takes WIDTHxHEIGHT.",
                                        Square));
 }
 
-[[noreturn]] void Refuse_Size(const Board_Size& Board, double Square, const Paper& On) {
-  throw Usage_Error(fmt::format(
-      "--square, --paper: the board doesn't fit: {}x{} corners with squares of {:g} mm measure "
-      "{:g} x {:g} mm; {} has "
-      "{:g} x {:g} mm, of which a white margin of {:g} mm around the board and {:g} mm for the "
-      "ruler are needed. {}",
-      Board.Cols, Board.Rows, Square, (Board.Cols + 1) * Square, (Board.Rows + 1) * Square, On.Name,
-      On.Long_Side, On.Short_Side, std::ceil(Least_Margin(Square) * 10.0) / 10.0, Strip_Depth,
-      Way_Out(Board, Square, On)));
+[[noreturn]] void Refuse_Size(const Board_Size& Board, double Square, const Paper& Sheet) {
+  throw Usage_Error(
+      "--square",
+      fmt::format(
+          "--square, --paper: the board doesn't fit: {}x{} corners with squares of {:g} mm measure "
+          "{:g} x {:g} mm; {} measures {:g} x {:g} mm, and the board needs a white margin of {:g} "
+          "mm on "
+          "every side and {:g} mm for the ruler. {}",
+          Board.Cols, Board.Rows, Square, (Board.Cols + 1) * Square, (Board.Rows + 1) * Square,
+          Sheet.Name, Sheet.Long_Side, Sheet.Short_Side,
+          std::ceil(Least_Margin(Square) * 10.0) / 10.0, Strip_Depth,
+          Alternatives(Board, Square, Sheet)));
 }
 
-void Warn_Of(const Board_Page& Page) {
+void Warn_About(const Board_Page& Page) {
   if (Looks_Same_Half_Turned(Page.Board)) {
     Warn(
-        fmt::format("a board of {}x{} looks the same turned by half a turn, so that its first "
-                    "corner is not certain; prefer one even and one odd count.",
+        fmt::format("a board of {}x{} looks the same after half a turn, so its first corner is "
+                    "ambiguous; use one even and one odd count.",
                     Page.Board.Cols, Page.Board.Rows));
   }
   if (Page.Margin < Page.Square) {
     Warn(
         fmt::format("the white margin of {:.1f} mm is narrower than a square ({:g} mm). Glue the "
-                    "print to a white panel that reaches {:.0f} mm further on every side, or take "
-                    "a larger paper.",
+                    "print to a white panel that extends {:.0f} mm beyond it on every side, or use "
+                    "larger paper.",
                     Page.Margin, Page.Square, std::ceil(Page.Square - Page.Margin)));
   }
 }
@@ -150,56 +149,60 @@ void Print_Page(const Board_Page& Page, const fs::path& Output) {
   fmt::print("  file             {}\n", Output.string());
   fmt::print("  white margin     {:.1f} mm or more\n", Page.Margin);
   fmt::print("  ruler            {:g} mm\n", Page.Ruler);
-  fmt::print("{}", Folded("Print it at 100 % (\"actual size\"), measure ruler and squares on the "
-                          "print, and give the measured square to --square.",
+  fmt::print("{}", Folded("Print it at 100 % (\"actual size\"), measure the ruler and the squares "
+                          "on the print, and pass the measured size to --square.",
                           0));
 }
 
-int Draw_Board(const Typed& Given) {
-  const Board_Size Board = Parse_Board("--board", Given.Board);
-  const double Square = Parse_Square("--square", Given.Square) * 1000.0;
-  const Paper On = Parse_Paper("--paper", Given.Paper);
-  const fs::path Output(Given.Output);
-  const Drawing_Form Form = Form_Of("--output", Output);
-  Require_Place("--output", Output);
-  const std::optional<Board_Page> Page = Plan_Page(Board, Square, On);
-  if (!Page) Refuse_Size(Board, Square, On);
+int Draw_Board(const Board_Arguments& Arguments) {
+  const Board_Size Board = Parse_Board("--board", Arguments.Board);
+  const double Square = Parse_Square("--square", Arguments.Square) * 1000.0;
+  const Paper Sheet = Parse_Paper("--paper", Arguments.Paper);
+  const fs::path Output(Arguments.Output);
+  const Drawing_Form Form = Parse_Form("--output", Output);
+  Require_File_Name("--output", Output);
+  const std::optional<Board_Page> Page = Plan_Page(Board, Square, Sheet);
+  if (!Page) Refuse_Size(Board, Square, Sheet);
   const std::string Bytes = Draw_Page(*Page, Form);
   try {
     Write_Whole(Output, Bytes);
-  } catch (const std::runtime_error& Failed) {
-    throw Usage_Error(fmt::format("--output: {}", Failed.what()));
+  } catch (const std::runtime_error& Error) {
+    throw Usage_Error("--output", fmt::format("--output: {}", Error.what()));
   }
-  Warn_Of(*Page);
+  Warn_About(*Page);
   Print_Page(*Page, Output);
   return Exit_Success;
 }
 
 }  // namespace
 
-void Add_Board_Command(CLI::App& Program, Chosen_Command& Chosen) {
-  CLI::App* Command = Program.add_subcommand("board", "Draw a chessboard to print, at true scale.");
-  const auto Given = std::make_shared<Typed>();
+void Add_Board_Command(Command_Line& Line) {
+  CLI::App* Command =
+      Line.Program.add_subcommand("board", "Draw a chessboard to print at true scale.");
+  const auto Arguments = std::make_shared<Board_Arguments>();
   Command
-      ->add_option("--board", Given->Board,
+      ->add_option("--board", Arguments->Board,
                    "inner corners of the board, where four squares meet: 11x8 is a board of 12 by "
                    "9 squares (picture below)")
       ->required()
       ->type_name("COLSxROWS");
-  Command->add_option("--square", Given->Square, "edge of one square: 0.03 (metres), 30mm, 3cm")
+  Command
+      ->add_option("--square", Arguments->Square,
+                   "edge length of one square: 0.03 (metres), 30mm, 3cm")
       ->required()
       ->type_name("LENGTH");
-  std::vector<std::string> Papers;
-  for (const Paper& Known : Named_Papers()) Papers.push_back(Known.Name);
-  Offer(Command->add_option("--paper", Given->Paper, Names_Of_Papers()), Papers)
-      ->required()
-      ->type_name("PAPER");
-  Command->add_option("-o,--output", Given->Output, "file to write, .svg or .pdf")
+  const CLI::Option* const Paper_Option =
+      Command->add_option("--paper", Arguments->Paper, Paper_Names())
+          ->required()
+          ->type_name("PAPER");
+  for (const Paper& Known : Named_Papers()) Line.Choices[Paper_Option].push_back(Known.Name);
+  Command->add_option("-o,--output", Arguments->Output, "file to write, .svg or .pdf")
       ->required()
       ->type_name("FILE");
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Chosen, Given] { Chosen = [Given] { return Draw_Board(*Given); }; });
+  Command->callback(
+      [&Line, Arguments] { Line.Action = [Arguments] { return Draw_Board(*Arguments); }; });
 }
 
 }  // namespace rigsync

@@ -52,7 +52,7 @@ Example:
 
 // What was typed, before anything is read from it.
 struct Typed {
-  Capture_Words Capture;
+  Capture_Arguments Capture;
   std::string Out;
   bool Verbose = false, Quiet = false;
 };
@@ -67,7 +67,7 @@ fs::path Csv_Path(const std::string& Typed) {
   return fs::absolute(Typed);
 }
 
-Calibration_Inputs Read_Inputs(const Capture_Words& Given) {
+Calibration_Inputs Read_Inputs(const Capture_Arguments& Given) {
   const Stage_Values Values(Given);
   Calibration_Inputs Inputs;
   Inputs.Image_Root = Image_Root_Of(Given);
@@ -167,9 +167,9 @@ int Calibrate(const Typed& Given) {
 
 }  // namespace
 
-void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen) {
+void Add_Calibrate_Command(Command_Line& Line) {
   CLI::App* Command =
-      Program.add_subcommand("calibrate", "Solve lens and camera mount from a capture.");
+      Line.Program.add_subcommand("calibrate", "Solve lens and camera mount from a capture.");
   const auto Given = std::make_shared<Typed>();
   Add_Capture_Flags(
       *Command, Given->Capture,
@@ -183,7 +183,7 @@ void Add_Calibrate_Command(CLI::App& Program, Chosen_Command& Chosen) {
       ->excludes(Verbose);
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Chosen, Given] { Chosen = [Given] { return Calibrate(*Given); }; });
+  Command->callback([&Line, Given] { Line.Action = [Given] { return Calibrate(*Given); }; });
 }
 
 }  // namespace rigsync

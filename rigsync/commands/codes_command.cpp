@@ -7,10 +7,10 @@
 #include "rigsync/formats/codes_file.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
-#include "rigsync/system/usage_error.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -33,22 +33,12 @@ struct Typed {
   bool Json = false;
 };
 
-// "0, 1, 2, 99 or 100"
-std::string Every_Code() {
-  std::string Text;
-  const std::vector<Code_Advice>& Codes = All_Codes();
-  for (std::size_t i = 0; i < Codes.size(); ++i) {
-    if (i > 0) Text += i + 1 == Codes.size() ? " or " : ", ";
-    Text += std::to_string(Codes[i].Code);
-  }
-  return Text;
-}
-
+// The command line holds one of the codes.
 const Code_Advice& Code_Named(const std::string& Text) {
-  for (const Code_Advice& Advice : All_Codes()) {
-    if (std::to_string(Advice.Code) == Text) return Advice;
-  }
-  Refuse("CODE", Text, "one of the codes " + Every_Code());
+  const auto Is_Named = [&](const Code_Advice& Advice) {
+    return std::to_string(Advice.Code) == Text;
+  };
+  return *std::find_if(All_Codes().begin(), All_Codes().end(), Is_Named);
 }
 
 Style Style_Of(const Code_Advice& Advice) {
@@ -105,18 +95,20 @@ int Print_Codes(const Typed& Given) {
 
 }  // namespace
 
-void Add_Codes_Command(CLI::App& Program, Chosen_Command& Chosen) {
-  CLI::App* Command =
-      Program.add_subcommand("codes", "Tell what a result code means, and what to do about it.");
+void Add_Codes_Command(Command_Line& Line) {
+  CLI::App* Command = Line.Program.add_subcommand(
+      "codes", "Tell what a result code means, and what to do about it.");
   const auto Given = std::make_shared<Typed>();
   std::vector<std::string> Codes;
   for (const Code_Advice& Advice : All_Codes()) Codes.push_back(std::to_string(Advice.Code));
-  Offer(Command->add_option("CODE", Given->Code, "the code to tell of (default: a list of all)"),
-        Codes);
+  Require_Choice(
+      Line,
+      Command->add_option("CODE", Given->Code, "the code to tell of (default: a list of all)"),
+      Codes);
   Command->add_flag("--json", Given->Json, "print JSON");
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Chosen, Given] { Chosen = [Given] { return Print_Codes(*Given); }; });
+  Command->callback([&Line, Given] { Line.Action = [Given] { return Print_Codes(*Given); }; });
 }
 
 }  // namespace rigsync

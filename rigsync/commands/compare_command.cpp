@@ -71,7 +71,7 @@ double Read_Max_Mm(const Typed& Given) {
   const double Metres = Parse_Length("--max-offset", Given.Max_Offset);
   if (!(Metres >= 0.0) || Metres > 1.0) {
     Refuse("--max-offset", Given.Max_Offset,
-           "a length from 0 to 1 metre, for example 5mm (a plain number is metres)");
+           "a length from 0 to 1 metre, for example 5mm (a number without a unit is in metres)");
   }
   return Metres * 1000.0;
 }
@@ -113,8 +113,8 @@ int Compare(const Typed& Given) {
 
 }  // namespace
 
-void Add_Compare_Command(CLI::App& Program, Chosen_Command& Chosen) {
-  CLI::App* Command = Program.add_subcommand(
+void Add_Compare_Command(Command_Line& Line) {
+  CLI::App* Command = Line.Program.add_subcommand(
       "compare", "Compare a calibration of a simulated capture with the truth.");
   const auto Given = std::make_shared<Typed>();
   Command->add_option("RESULT", Given->Result, "result.json of 'rigsync calibrate'")->required();
@@ -127,7 +127,7 @@ void Add_Compare_Command(CLI::App& Program, Chosen_Command& Chosen) {
       ->capture_default_str();
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Chosen, Given] { Chosen = [Given] { return Compare(*Given); }; });
+  Command->callback([&Line, Given] { Line.Action = [Given] { return Compare(*Given); }; });
 }
 
 }  // namespace rigsync

@@ -14,6 +14,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -38,13 +39,10 @@ struct Typed {
   bool Json = false;
 };
 
+// The command line holds the name of one.
 const Engine& Engine_Named(const std::string& Name) {
-  std::string Expected;
-  for (const Engine& Known : Engines()) {
-    if (Known.Name == Name) return Known;
-    Expected += (Expected.empty() ? "" : ", ") + Known.Name;
-  }
-  Refuse("--to", Name, "one of " + Expected);
+  const auto Is_Named = [&](const Engine& Known) { return Known.Name == Name; };
+  return *std::find_if(Engines().begin(), Engines().end(), Is_Named);
 }
 
 // Six decimals, and no sign in front of what is zero in them.
@@ -107,14 +105,15 @@ int Export(const Typed& Given) {
 
 }  // namespace
 
-void Add_Export_Command(CLI::App& Program, Chosen_Command& Chosen) {
+void Add_Export_Command(Command_Line& Line) {
   CLI::App* Command =
-      Program.add_subcommand("export", "Print a result as a render engine's fields take it.");
+      Line.Program.add_subcommand("export", "Print a result as a render engine's fields take it.");
   const auto Given = std::make_shared<Typed>();
   Command->add_option("RESULT", Given->Result, "result.json of 'rigsync calibrate'")->required();
   std::vector<std::string> Names;
   for (const Engine& Known : Engines()) Names.push_back(Known.Name);
-  Offer(Command->add_option("--to", Given->Engine, "ue4, ue5, ue5-xn or aximmetry"), Names)
+  Require_Choice(Line, Command->add_option("--to", Given->Engine, "ue4, ue5, ue5-xn or aximmetry"),
+                 Names)
       ->required()
       ->type_name("ENGINE");
   Command->add_option("--out", Given->Out, "folder for the run log (default: RESULT's folder)")
@@ -123,7 +122,7 @@ void Add_Export_Command(CLI::App& Program, Chosen_Command& Chosen) {
                     "print JSON, digits in full; 'usable' tells whether the result is good");
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Chosen, Given] { Chosen = [Given] { return Export(*Given); }; });
+  Command->callback([&Line, Given] { Line.Action = [Given] { return Export(*Given); }; });
 }
 
 }  // namespace rigsync

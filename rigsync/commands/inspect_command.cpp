@@ -37,7 +37,7 @@ constexpr const char* Without_Images = " (or --no-images, which looks for no boa
 
 // What was typed, before anything is read from it.
 struct Typed {
-  Capture_Words Capture;
+  Capture_Arguments Capture;
   bool Json = false, No_Images = false;
 };
 
@@ -87,8 +87,9 @@ int Inspect(const Typed& Given) {
 
 }  // namespace
 
-void Add_Inspect_Command(CLI::App& Program, Chosen_Command& Chosen) {
-  CLI::App* Command = Program.add_subcommand("inspect", "Tell what is wrong or weak in a capture.");
+void Add_Inspect_Command(Command_Line& Line) {
+  CLI::App* Command =
+      Line.Program.add_subcommand("inspect", "Tell what is wrong or weak in a capture.");
   const auto Given = std::make_shared<Typed>();
   Add_Capture_Flags(*Command, Given->Capture);
   Command->add_flag("--no-images", Given->No_Images,
@@ -96,7 +97,7 @@ void Add_Inspect_Command(CLI::App& Program, Chosen_Command& Chosen) {
   Command->add_flag("--json", Given->Json, "print the report as JSON");
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Chosen, Given] { Chosen = [Given] { return Inspect(*Given); }; });
+  Command->callback([&Line, Given] { Line.Action = [Given] { return Inspect(*Given); }; });
 }
 
 }  // namespace rigsync

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync simulate': a capture whose truth is known, for trying a calibration out before the
-// stage is free and for seeing what noise and bad samples do to it.
+// 'rigsync simulate': a capture with known ground truth, to try out a calibration without a stage
+// and to see how noise and bad samples affect it.
 #include "rigsync/capture/board_size.h"
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/command.h"
@@ -15,13 +15,14 @@
 #include "simulate/simulate.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <limits>
+#include <map>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 namespace rigsync {
@@ -30,23 +31,28 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* Footer =
-    R"(DIR receives the photographs, capture.csv, truth.json (the truth, for 'rigsync
-compare') and stage.json (the board and the estimate of its place on its
-tracker, for 'rigsync calibrate --config'). One seed gives the same capture on
-every machine. Lengths are metres or carry a unit: 0.3mm.
+    R"(DIR receives the photographs, capture.csv, truth.json (the true values, for
+'rigsync compare') and stage.json (board size and estimated board mount, for
+'rigsync calibrate --config'). The same seed gives the same capture on every
+machine. Lengths are in metres unless they have a unit, as in 0.3mm.
 
-Exit status: 0, 2 for wrong usage or a folder that takes no files, 70 when
-something failed while photographs were rendered.
+Exit status: 0 on success, 2 for wrong usage or a folder that can't be written,
+70 when rendering fails.
 
 Example:
   rigsync simulate capture --images 24 --position-noise 0.3mm \
     --rotation-noise 0.03 --stale 2)";
 
-// What was typed: options of the simulator, and those of their texts that are needed again.
-struct Typed {
+// Where an option of the simulator is set: a flag, and which of its values where it has several.
+struct Flag_Value {
+  std::string Flag, Part;
+};
+
+struct Simulate_Arguments {
   std::string Directory;
   simulate::Options Options;
   bool Quiet = false;
+  std::map<std::string, Flag_Value> Flag_Of_Option;  // by the name of the member of Options
 };
 
 template <typename Value>
@@ -74,27 +80,18 @@ const Named<simulate::Path_Form>& Path_Forms() {
   return Names;
 }
 
+// The value of a name that the command line has checked.
 template <typename Value>
-Value Parse_Name(const std::string& Flag, const std::string& Text, const Named<Value>& Names) {
-  std::string Expected;
-  for (const auto& [Name, Meant] : Names) {
-    if (Name == Text) return Meant;
-    Expected += (Expected.empty() ? "" : ", ") + Name;
-  }
-  Refuse(Flag, Text, "one of " + Expected);
-}
-
-template <typename Value>
-std::vector<std::string> All_Names(const Named<Value>& Names) {
-  std::vector<std::string> All;
-  for (const auto& Entry : Names) All.push_back(Entry.first);
-  return All;
-}
-
-template <typename Value>
-std::string Name_Of(Value Meant, const Named<Value>& Names) {
+Value Value_Of(const std::string& Name, const Named<Value>& Names) {
   const auto Found = std::find_if(Names.begin(), Names.end(),
-                                  [&](const auto& Entry) { return Entry.second == Meant; });
+                                  [&](const auto& Entry) { return Entry.first == Name; });
+  return Found->second;
+}
+
+template <typename Value>
+std::string Name_Of(Value Sought, const Named<Value>& Names) {
+  const auto Found = std::find_if(Names.begin(), Names.end(),
+                                  [&](const auto& Entry) { return Entry.second == Sought; });
   return Found->first;
 }
 
@@ -110,303 +107,315 @@ std::string Metres(const Eigen::Vector3d& Values) {
   return Comma_List(List(Values));
 }
 
-// Adds flags that write into the options: the text in the help shows the default as it would be
-// typed, and what is typed goes through the reader of its kind.
-class Flags {
+// Adds flags that set options of the simulator. Help shows an option's default as it would be
+// typed; a typed value is parsed by the function for its kind.
+class Simulator_Flags {
  public:
-  Flags(CLI::App* Owner, std::shared_ptr<Typed> Target)
-      : Command(Owner), Given(std::move(Target)) {}
+  Simulator_Flags(Command_Line& Whole_Line, CLI::App& Owner,
+                  std::shared_ptr<Simulate_Arguments> Target)
+      : Line(Whole_Line), Command(Owner), Arguments(std::move(Target)) {}
 
-  void Group(const char* Name) { Current_Group = Name; }
+  const simulate::Options& Default() const { return Arguments->Options; }
 
-  template <typename Read>
-  CLI::Option* Add(const std::string& Flag, const char* Type, const std::string& Default,
-                   const char* Help, Read Into) {
-    const std::shared_ptr<Typed> Target = Given;
-    return Command
-        ->add_option_function<std::string>(
-            Flag,
-            [Flag, Target, Into](const std::string& Text) { Into(Target->Options, Flag, Text); },
-            Help)
-        ->type_name(Type)
-        ->default_str(Default)
-        ->group(Current_Group);
+  void Set_Group(const char* Name) { Group = Name; }
+
+  // A flag that sets one option, called Option in simulate::Options. Set stores the typed text:
+  // Set(Options, Flag, Text).
+  template <typename Setter>
+  CLI::Option* Add(const std::string& Flag, const std::string& Option, const char* Type,
+                   const std::string& Default_Text, const char* Help, Setter Set) {
+    Arguments->Flag_Of_Option[Option] = {Flag, ""};
+    return Add_Text(Flag, Type, Default_Text, Help, Set);
   }
 
-  void Count(const std::string& Flag, int simulate::Options::*Member, const char* Help) {
-    Add(Flag, "N", fmt::format("{}", Given->Options.*Member), Help,
+  // A flag that sets two options, each with the word for its part of the value.
+  template <typename Setter>
+  void Add_Pair(const std::string& Flag, const Named<const char*>& Options_And_Parts,
+                const char* Type, const std::string& Default_Text, const char* Help, Setter Set) {
+    for (const auto& [Option, Part] : Options_And_Parts) {
+      Arguments->Flag_Of_Option[Option] = {Flag, Part};
+    }
+    Add_Text(Flag, Type, Default_Text, Help, Set);
+  }
+
+  template <typename Value>
+  void Choice(const std::string& Flag, const std::string& Option, const char* Type,
+              const Named<Value>& Names, Value simulate::Options::*Member, const char* Help) {
+    std::vector<std::string> Words;
+    for (const auto& Entry : Names) Words.push_back(Entry.first);
+    Require_Choice(
+        Line,
+        Add(Flag, Option, Type, Name_Of(Default().*Member, Names), Help,
+            [Member, &Names](simulate::Options& Options, const std::string& /*Flag*/,
+                             const std::string& Text) { Options.*Member = Value_Of(Text, Names); }),
+        Words);
+  }
+
+  void Count(const std::string& Flag, const std::string& Option, int simulate::Options::*Member,
+             const char* Help) {
+    Add(Flag, Option, "N", fmt::format("{}", Default().*Member), Help,
         [Member](simulate::Options& Options, const std::string& Name, const std::string& Text) {
           Options.*Member = static_cast<int>(Parse_Whole(Name, Text, 0, 100000));
         });
   }
 
-  void Number(const std::string& Flag, double simulate::Options::*Member, const char* Help) {
-    Add(Flag, "X", fmt::format("{}", Given->Options.*Member), Help,
+  void Number(const std::string& Flag, const std::string& Option, double simulate::Options::*Member,
+              const char* Help) {
+    Add(Flag, Option, "X", fmt::format("{}", Default().*Member), Help,
         [Member](simulate::Options& Options, const std::string& Name, const std::string& Text) {
           Options.*Member = Parse_Number(Name, Text);
         });
   }
 
-  void Angle(const std::string& Flag, double simulate::Options::*Member, const char* Help) {
-    Add(Flag, "DEG", fmt::format("{}", Given->Options.*Member), Help,
+  void Angle(const std::string& Flag, const std::string& Option, double simulate::Options::*Member,
+             const char* Help) {
+    Add(Flag, Option, "DEG", fmt::format("{}", Default().*Member), Help,
         [Member](simulate::Options& Options, const std::string& Name, const std::string& Text) {
           Options.*Member = Parse_Angle(Name, Text);
         });
   }
 
-  void Length_Mm(const std::string& Flag, double simulate::Options::*Member, const char* Help) {
-    Add(Flag, "LENGTH", Millimetres(Given->Options.*Member), Help,
+  void Length_Mm(const std::string& Flag, const std::string& Option,
+                 double simulate::Options::*Member, const char* Help) {
+    Add(Flag, Option, "LENGTH", Millimetres(Default().*Member), Help,
         [Member](simulate::Options& Options, const std::string& Name, const std::string& Text) {
           Options.*Member = Parse_Length(Name, Text) * 1000.0;
         });
   }
 
-  void Angles(const std::string& Flag, Eigen::Vector3d simulate::Options::*Member,
-              const char* Help) {
-    Add(Flag, "A,B,C", Comma_List(List(Given->Options.*Member)), Help,
+  void Angles(const std::string& Flag, const std::string& Option,
+              Eigen::Vector3d simulate::Options::*Member, const char* Help) {
+    Add(Flag, Option, "A,B,C", Comma_List(List(Default().*Member)), Help,
         [Member](simulate::Options& Options, const std::string& Name, const std::string& Text) {
           Options.*Member = Eigen::Vector3d(Parse_Angles(Name, Text).data());
         });
   }
 
-  void Offset(const std::string& Flag, Eigen::Vector3d simulate::Options::*Member,
-              const char* Help) {
-    Add(Flag, "X,Y,Z", Metres(Given->Options.*Member), Help,
+  void Offset(const std::string& Flag, const std::string& Option,
+              Eigen::Vector3d simulate::Options::*Member, const char* Help) {
+    Add(Flag, Option, "X,Y,Z", Metres(Default().*Member), Help,
         [Member](simulate::Options& Options, const std::string& Name, const std::string& Text) {
           Options.*Member = Eigen::Vector3d(Parse_Offset(Name, Text).data());
         });
   }
 
+  // Two numbers with a comma between them.
+  void Pair(const std::string& Flag, const Named<const char*>& Options_And_Parts, const char* Type,
+            double simulate::Options::*First, double simulate::Options::*Second, const char* Help) {
+    Add_Pair(Flag, Options_And_Parts, Type,
+             fmt::format("{},{}", Default().*First, Default().*Second), Help,
+             [First, Second](simulate::Options& Options, const std::string& Name,
+                             const std::string& Text) {
+               const std::array<double, 2> Values = Parse_Pair(Name, Text);
+               Options.*First = Values[0];
+               Options.*Second = Values[1];
+             });
+  }
+
  private:
-  CLI::App* Command;
-  std::shared_ptr<Typed> Given;
-  std::string Current_Group;
+  template <typename Setter>
+  CLI::Option* Add_Text(const std::string& Flag, const char* Type, const std::string& Default_Text,
+                        const char* Help, Setter Set) {
+    const std::shared_ptr<Simulate_Arguments> Target = Arguments;
+    return Command
+        .add_option_function<std::string>(
+            Flag,
+            [Flag, Target, Set](const std::string& Text) { Set(Target->Options, Flag, Text); },
+            Help)
+        ->type_name(Type)
+        ->default_str(Default_Text)
+        ->group(Group);
+  }
+
+  Command_Line& Line;
+  CLI::App& Command;
+  std::shared_ptr<Simulate_Arguments> Arguments;
+  std::string Group;
 };
 
-void Add_Photograph_Flags(Flags& Flag, const simulate::Options& Default) {
+void Add_Photograph_Flags(Simulator_Flags& Flags) {
   using simulate::Options;
-  Flag.Group("Photographs");
-  Flag.Count("--images", &Options::Image_Count, "how many");
-  Flag.Add("--size", "WxH", fmt::format("{}x{}", Default.Width, Default.Height), "pixels",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             const std::array<int, 2> Sides = Parse_Pixels(Name, Text);
-             Into.Width = Sides[0];
-             Into.Height = Sides[1];
-           });
-  Flag.Add("--board", "COLSxROWS", fmt::format("{}x{}", Default.Board_Cols, Default.Board_Rows),
-           "inner corners of the board, where four squares meet (picture: rigsync board --help)",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             const Board_Size Board = Parse_Board(Name, Text);
-             Into.Board_Cols = Board.Cols;
-             Into.Board_Rows = Board.Rows;
-           });
-  Flag.Add("--square", "LENGTH", fmt::format("{}", Default.Square_Size), "edge of one square",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             Into.Square_Size = Parse_Square(Name, Text);
-           });
-  Offer(Flag.Add("--spread", "NAME", Name_Of(Default.Pose_Spread, Spreads()),
-                 "how the operator moves: good, frontal, centred, one-axis, same-pose",
-                 [](Options& Into, const std::string& Name, const std::string& Text) {
-                   Into.Pose_Spread = Parse_Name(Name, Text, Spreads());
-                 }),
-        All_Names(Spreads()));
-  Flag.Number("--blur", &Options::Blur_Pixels, "blur of the optics, pixels");
-  Flag.Number("--sensor-noise", &Options::Sensor_Noise, "grey levels of 255");
-  Flag.Number("--lighting", &Options::Lighting_Gradient,
-              "brightness lost from the lit corner to the far one, 0 to 1");
-  Offer(Flag.Add("--format", "NAME", Default.Image_Format, "png or jpg",
-                 [](Options& Into, const std::string& Name, const std::string& Text) {
-                   Into.Image_Format = Parse_Name(Name, Text, Image_Formats());
-                 }),
-        All_Names(Image_Formats()));
-  Flag.Add("--jpeg-quality", "N", fmt::format("{}", Default.Jpeg_Quality), "1 to 100",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             Into.Jpeg_Quality = static_cast<int>(Parse_Whole(Name, Text, 1, 100));
-           });
+  const Options& Default = Flags.Default();
+  Flags.Set_Group("Photographs");
+  Flags.Count("--images", "Image_Count", &Options::Image_Count, "number of photographs");
+  Flags.Add_Pair("--size", {{"Width", "width"}, {"Height", "height"}}, "WxH",
+                 fmt::format("{}x{}", Default.Width, Default.Height), "image size in pixels",
+                 [](Options& Target, const std::string& Name, const std::string& Text) {
+                   const std::array<int, 2> Sides = Parse_Pixels(Name, Text);
+                   Target.Width = Sides[0];
+                   Target.Height = Sides[1];
+                 });
+  Flags.Add_Pair(
+      "--board", {{"Board_Cols", "columns"}, {"Board_Rows", "rows"}}, "COLSxROWS",
+      fmt::format("{}x{}", Default.Board_Cols, Default.Board_Rows),
+      "inner corners of the board, where four squares meet (picture: rigsync board --help)",
+      [](Options& Target, const std::string& Name, const std::string& Text) {
+        const Board_Size Board = Parse_Board(Name, Text);
+        Target.Board_Cols = Board.Cols;
+        Target.Board_Rows = Board.Rows;
+      });
+  Flags.Add("--square", "Square_Size", "LENGTH", fmt::format("{}", Default.Square_Size),
+            "edge length of one square",
+            [](Options& Target, const std::string& Name, const std::string& Text) {
+              Target.Square_Size = Parse_Square(Name, Text);
+            });
+  Flags.Choice("--spread", "Pose_Spread", "NAME", Spreads(), &Options::Pose_Spread,
+               "how the operator moves: good, frontal, centred, one-axis, same-pose");
+  Flags.Number("--blur", "Blur_Pixels", &Options::Blur_Pixels,
+               "standard deviation of the lens blur, pixels");
+  Flags.Number("--sensor-noise", "Sensor_Noise", &Options::Sensor_Noise,
+               "standard deviation, in grey levels of 255");
+  Flags.Number("--lighting", "Lighting_Gradient", &Options::Lighting_Gradient,
+               "brightness lost from the lit corner to the opposite one, 0 to 1");
+  Flags.Choice("--format", "Image_Format", "NAME", Image_Formats(), &Options::Image_Format,
+               "png or jpg");
+  Flags.Add("--jpeg-quality", "Jpeg_Quality", "N", fmt::format("{}", Default.Jpeg_Quality),
+            "1 to 100", [](Options& Target, const std::string& Name, const std::string& Text) {
+              Target.Jpeg_Quality = static_cast<int>(Parse_Whole(Name, Text, 1, 100));
+            });
 }
 
-void Add_Rig_Flags(Flags& Flag, const simulate::Options& Default) {
+void Add_Rig_Flags(Simulator_Flags& Flags) {
   using simulate::Options;
-  Flag.Group("Lens and mounts");
-  Flag.Add("--focal", "FX,FY", fmt::format("{},{}", Default.Norm_Fx, Default.Norm_Fy),
-           "focal lengths as fractions of width and height; FY of 0 means square pixels",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             const std::array<double, 2> Values = Parse_Pair(Name, Text);
-             Into.Norm_Fx = Values[0];
-             Into.Norm_Fy = Values[1];
-           });
-  Flag.Add("--principal-point", "CX,CY", fmt::format("{},{}", Default.Norm_Cx, Default.Norm_Cy),
-           "as fractions of width and height",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             const std::array<double, 2> Values = Parse_Pair(Name, Text);
-             Into.Norm_Cx = Values[0];
-             Into.Norm_Cy = Values[1];
-           });
-  Flag.Add("--distortion", "K1,K2", fmt::format("{},{}", Default.K1, Default.K2),
-           "radial distortion",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             const std::array<double, 2> Values = Parse_Pair(Name, Text);
-             Into.K1 = Values[0];
-             Into.K2 = Values[1];
-           });
-  Flag.Angles("--camera-mount-euler", &Options::Camera_Mount_Euler_Deg,
-              "rotation of Transform_Cam_Tc, Rx(A) Ry(B) Rz(C)");
-  Flag.Offset("--camera-mount-offset", &Options::Camera_Mount_Offset,
-              "translation of Transform_Cam_Tc");
-  Flag.Angles("--board-mount-euler", &Options::Board_Mount_Euler_Deg,
-              "the board's rotation as seen from its tracker");
-  Flag.Offset("--board-mount-offset", &Options::Board_Mount_Offset,
-              "the first inner corner as seen from the board's tracker");
-  Flag.Angle("--estimate-error-angle", &Options::Estimate_Error_Deg,
-             "how far the angles in stage.json are off, each axis");
-  Flag.Length_Mm("--estimate-error-offset", &Options::Estimate_Error_Mm,
-                 "how far the offset in stage.json is off, each axis");
+  Flags.Set_Group("Lens and mounts");
+  Flags.Pair("--focal", {{"Norm_Fx", "x"}, {"Norm_Fy", "y"}}, "FX,FY", &Options::Norm_Fx,
+             &Options::Norm_Fy,
+             "focal lengths as fractions of image width and height; FY = 0 means square pixels");
+  Flags.Pair("--principal-point", {{"Norm_Cx", "x"}, {"Norm_Cy", "y"}}, "CX,CY", &Options::Norm_Cx,
+             &Options::Norm_Cy, "as fractions of image width and height");
+  Flags.Pair("--distortion", {{"K1", "k1"}, {"K2", "k2"}}, "K1,K2", &Options::K1, &Options::K2,
+             "radial distortion coefficients");
+  Flags.Angles("--camera-mount-euler", "Camera_Mount_Euler_Deg", &Options::Camera_Mount_Euler_Deg,
+               "rotation of Transform_Cam_Tc, degrees: Rx(A) Ry(B) Rz(C)");
+  Flags.Offset("--camera-mount-offset", "Camera_Mount_Offset", &Options::Camera_Mount_Offset,
+               "translation of Transform_Cam_Tc");
+  Flags.Angles("--board-mount-euler", "Board_Mount_Euler_Deg", &Options::Board_Mount_Euler_Deg,
+               "rotation of the board in its tracker's frame, degrees: Rx(A) Ry(B) Rz(C)");
+  Flags.Offset("--board-mount-offset", "Board_Mount_Offset", &Options::Board_Mount_Offset,
+               "position of the first inner corner in the frame of the board's tracker");
+  Flags.Angle("--estimate-error-angle", "Estimate_Error_Deg", &Options::Estimate_Error_Deg,
+              "error of the angles in stage.json, on each axis");
+  Flags.Length_Mm("--estimate-error-offset", "Estimate_Error_Mm", &Options::Estimate_Error_Mm,
+                  "error of the offset in stage.json, on each axis");
 }
 
-void Add_Trouble_Flags(Flags& Flag) {
+void Add_Trouble_Flags(Simulator_Flags& Flags) {
   using simulate::Options;
-  Flag.Group("Trouble");
-  Flag.Length_Mm("--position-noise", &Options::Position_Noise_Mm,
-                 "tracker position noise, standard deviation on each axis");
-  Flag.Angle("--rotation-noise", &Options::Rotation_Noise_Deg,
-             "tracker rotation noise, standard deviation on each axis");
-  Flag.Count("--stale", &Options::Stale_Count, "rows whose camera sample repeats the row before");
-  Flag.Length_Mm("--stale-offset", &Options::Stale_Mm, "how far the camera had moved on by then");
-  Flag.Angle("--stale-angle", &Options::Stale_Deg, "how far the camera had turned by then");
-  Flag.Count("--jumped", &Options::Jump_Count, "rows whose camera sample jumped");
-  Flag.Length_Mm("--jump-offset", &Options::Jump_Mm, "how far a jumped sample moves");
-  Flag.Angle("--jump-angle", &Options::Jump_Deg, "how far a jumped sample turns");
-  Flag.Count("--missing", &Options::Missing_Count, "images that are not written");
-  Flag.Count("--blank", &Options::Blank_Count, "images without a board");
-  Flag.Count("--truncated", &Options::Truncated_Count, "images cut off after half their bytes");
+  Flags.Set_Group("Errors");
+  Flags.Length_Mm("--position-noise", "Position_Noise_Mm", &Options::Position_Noise_Mm,
+                  "tracker position noise, standard deviation on each axis");
+  Flags.Angle("--rotation-noise", "Rotation_Noise_Deg", &Options::Rotation_Noise_Deg,
+              "tracker rotation noise, standard deviation on each axis");
+  Flags.Count("--stale", "Stale_Count", &Options::Stale_Count,
+              "rows whose camera sample repeats the previous row");
+  Flags.Length_Mm("--stale-offset", "Stale_Mm", &Options::Stale_Mm,
+                  "how far the camera has moved since the repeated sample");
+  Flags.Angle("--stale-angle", "Stale_Deg", &Options::Stale_Deg,
+              "how far the camera has turned since the repeated sample");
+  Flags.Count("--jumped", "Jump_Count", &Options::Jump_Count,
+              "rows whose camera sample has jumped");
+  Flags.Length_Mm("--jump-offset", "Jump_Mm", &Options::Jump_Mm, "translation of a jump");
+  Flags.Angle("--jump-angle", "Jump_Deg", &Options::Jump_Deg, "rotation of a jump");
+  Flags.Count("--missing", "Missing_Count", &Options::Missing_Count, "images that are not written");
+  Flags.Count("--blank", "Blank_Count", &Options::Blank_Count, "images without a board");
+  Flags.Count("--truncated", "Truncated_Count", &Options::Truncated_Count,
+              "images cut off after half their bytes");
 }
 
-void Add_File_Flags(Flags& Flag, const simulate::Options& Default) {
+void Add_File_Flags(Simulator_Flags& Flags) {
   using simulate::Options;
-  Flag.Group("Files");
-  Offer(Flag.Add("--paths", "FORM", Name_Of(Default.Paths, Path_Forms()),
-                 "image paths in the CSV: absolute, relative, name, backslash",
-                 [](Options& Into, const std::string& Name, const std::string& Text) {
-                   Into.Paths = Parse_Name(Name, Text, Path_Forms());
-                 }),
-        All_Names(Path_Forms()));
-  Flag.Add("--seed", "N", fmt::format("{}", Default.Seed), "of all that is random",
-           [](Options& Into, const std::string& Name, const std::string& Text) {
-             constexpr long Most = std::numeric_limits<unsigned>::max();
-             Into.Seed = static_cast<unsigned>(Parse_Whole(Name, Text, 0, Most));
-           });
+  Flags.Set_Group("Files");
+  Flags.Choice("--paths", "Paths", "FORM", Path_Forms(), &Options::Paths,
+               "image paths in the CSV: absolute, relative, name, backslash");
+  Flags.Add("--seed", "Seed", "N", fmt::format("{}", Flags.Default().Seed),
+            "seed of all random numbers",
+            [](Options& Target, const std::string& Name, const std::string& Text) {
+              constexpr long Most = std::numeric_limits<unsigned>::max();
+              Target.Seed = static_cast<unsigned>(Parse_Whole(Name, Text, 0, Most));
+            });
 }
 
-// What a technician would know of this stage before calibrating.
-Stage Stage_Of(const simulate::Plan& Capture) {
-  const simulate::Options& Given = Capture.Given;
-  return {{"board", fmt::format("{}x{}", Given.Board_Cols, Given.Board_Rows)},
-          {"square", fmt::format("{}", Given.Square_Size)},
+// What an operator would know of this stage before the calibration.
+Stage_Settings Settings_Of(const simulate::Plan& Capture) {
+  const simulate::Options& Options = Capture.Given;
+  return {{"board", fmt::format("{}x{}", Options.Board_Cols, Options.Board_Rows)},
+          {"square", fmt::format("{}", Options.Square_Size)},
           {"board-euler", Comma_List(List(Capture.Chart_Euler_Deg))},
           {"board-offset", Metres(Capture.Chart_Translation)}};
 }
 
-// The simulator names its options when it refuses them; a person typed flags.
-std::string In_Flags(std::string Text) {
-  constexpr std::pair<std::string_view, std::string_view> Flag_Of[] = {
-      {"simulate: ", ""},
-      {"Image_Count", "--images"},
-      {"Width", "--size (width)"},
-      {"Height", "--size (height)"},
-      {"Board_Cols", "--board (columns)"},
-      {"Board_Rows", "--board (rows)"},
-      {"Square_Size", "--square"},
-      {"Norm_Fx", "--focal (x)"},
-      {"Norm_Fy", "--focal (y)"},
-      {"Norm_Cx", "--principal-point (x)"},
-      {"Norm_Cy", "--principal-point (y)"},
-      {"K1", "--distortion (k1)"},
-      {"K2", "--distortion (k2)"},
-      {"Position_Noise_Mm", "--position-noise"},
-      {"Rotation_Noise_Deg", "--rotation-noise"},
-      {"Stale_Count", "--stale"},
-      {"Jump_Count", "--jumped"},
-      {"Stale_Mm", "--stale-offset"},
-      {"Stale_Deg", "--stale-angle"},
-      {"Jump_Mm", "--jump-offset"},
-      {"Jump_Deg", "--jump-angle"},
-      {"Missing_Count", "--missing"},
-      {"Blank_Count", "--blank"},
-      {"Truncated_Count", "--truncated"},
-      {"Estimate_Error_Deg", "--estimate-error-angle"},
-      {"Estimate_Error_Mm", "--estimate-error-offset"},
-      {"Blur_Pixels", "--blur"},
-      {"Sensor_Noise", "--sensor-noise"},
-      {"Lighting_Gradient", "--lighting"},
-  };
-  for (const auto& [Option, Flag] : Flag_Of) {
-    for (std::size_t At = Text.find(Option); At != std::string::npos; At = Text.find(Option, At)) {
-      Text.replace(At, Option.size(), Flag);
-      At += Flag.size();
-    }
+// The simulator refuses its options by their names; the user typed flags.
+Usage_Error In_Flags(const simulate::Refused_Options& Refusal,
+                     const std::map<std::string, Flag_Value>& Flag_Of_Option) {
+  std::vector<std::string> Flags;
+  for (const std::string& Option : Refusal.Names) {
+    const auto& [Flag, Part] = Flag_Of_Option.at(Option);
+    Flags.push_back(Part.empty() ? Flag : fmt::format("{} ({})", Flag, Part));
   }
-  return Text;
+  return {Flag_Of_Option.at(Refusal.Names.front()).Flag,
+          fmt::format("{} {}", fmt::join(Flags, ", "), Refusal.Rule)};
 }
 
 // A line of the CSV has commas between its fields and no quotes.
-void Refuse_Commas(const Typed& Given) {
-  const simulate::Path_Form Paths = Given.Options.Paths;
+void Refuse_Commas(const Simulate_Arguments& Arguments) {
+  const simulate::Path_Form Paths = Arguments.Options.Paths;
   if (Paths != simulate::Path_Form::Absolute && Paths != simulate::Path_Form::Backslash) return;
-  if (Given.Directory.empty()) return;  // which is no folder either
-  if (fs::absolute(Given.Directory).string().find_first_of(",\n\r") == std::string::npos) return;
-  Refuse("DIR", Given.Directory,
-         "a folder whose path has no comma, since it stands in the CSV; or give --paths relative");
+  if (Arguments.Directory.empty()) return;  // refused with the other unusable folders
+  if (fs::absolute(Arguments.Directory).string().find_first_of(",\n\r") == std::string::npos)
+    return;
+  Refuse("DIR", Arguments.Directory,
+         "a folder whose path has no comma, because the CSV contains it; or add --paths relative");
 }
 
-// Space without which nobody needs to begin: the two tables, and some for photographs, whose size
-// is known when they are rendered.
+// Space that a capture needs in any case: the two tables. The size of the photographs is known only
+// when they are rendered.
 std::uintmax_t Needed_Bytes(const simulate::Options& Options) {
-  constexpr std::uintmax_t Base = 1'000'000, Row = 1'000;
-  return Base + Row * static_cast<std::uintmax_t>(Options.Image_Count);
+  constexpr std::uintmax_t Base = 1'000'000, Per_Image = 1'000;
+  return Base + Per_Image * static_cast<std::uintmax_t>(Options.Image_Count);
 }
 
-// What a person reads who ends the run: on a line of its own, whatever stands on the terminal.
+// What an interrupted run prints last, on a line of its own.
 std::string Interrupted(const fs::path& Directory, Progress_Kind Kind) {
   return (Kind == Progress_Kind::Line ? Line_Off : "") +
-         Folded("rigsync: interrupted; what is written so far is no whole capture:", 0) + "  " +
-         Directory.string() + "\n";
+         Folded("rigsync: interrupted; what is written so far is not a complete capture:", 0) +
+         "  " + Directory.string() + "\n";
 }
 
 void Write_Files(const simulate::Plan& Capture, const fs::path& Directory, Progress_Kind Kind) {
-  const Interrupt_Text Last_Words(Interrupted(Directory, Kind));
-  Progress_Output Shown(Kind);
-  Shown.Begin(fmt::format("rendering {} photographs", Capture.Images.size()));
+  const Interrupt_Text Interruption(Interrupted(Directory, Kind));
+  Progress_Output Progress(Kind);
+  Progress.Begin(fmt::format("rendering {} photographs", Capture.Images.size()));
   simulate::Write_Capture(Capture, Directory, [&](std::size_t Done, std::size_t All) {
     const double Left =
-        Shown.Seconds() / static_cast<double>(Done) * static_cast<double>(All - Done);
-    Shown.Show(fmt::format("Rendering photographs: {} of {}, {} left", Done, All, Time_Text(Left)));
+        Progress.Seconds() / static_cast<double>(Done) * static_cast<double>(All - Done);
+    Progress.Show(
+        fmt::format("Rendering photographs: {} of {}, {} left", Done, All, Time_Text(Left)));
   });
-  Write_Stage(Directory / "stage.json", Stage_Of(Capture));
+  Write_Stage_File(Directory / "stage.json", Settings_Of(Capture));
 }
 
-int Simulate(const Typed& Given) {
+int Simulate(const Simulate_Arguments& Arguments) {
   const auto Start = std::chrono::steady_clock::now();
   simulate::Plan Capture;
   try {
-    Capture = simulate::Make_Plan(Given.Options);
-  } catch (const std::invalid_argument& Refused) {
-    throw Usage_Error(In_Flags(Refused.what()));
+    Capture = simulate::Make_Plan(Arguments.Options);
+  } catch (const simulate::Refused_Options& Refusal) {
+    throw In_Flags(Refusal, Arguments.Flag_Of_Option);
   }
-  Refuse_Commas(Given);
-  Make_Out_Folder("DIR", Given.Directory, Needed_Bytes(Given.Options), "the capture");
-  const fs::path Directory(Given.Directory);
-  Write_Files(Capture, Directory, Kind_Of_Progress(Given.Quiet));
+  Refuse_Commas(Arguments);
+  Make_Out_Folder("DIR", Arguments.Directory, Needed_Bytes(Arguments.Options), "the capture");
+  const fs::path Directory(Arguments.Directory);
+  Write_Files(Capture, Directory, Kind_Of_Progress(Arguments.Quiet));
 
-  const simulate::Options& Options = Given.Options;
-  const std::chrono::duration<double> Took = std::chrono::steady_clock::now() - Start;
+  const simulate::Options& Options = Arguments.Options;
+  const std::chrono::duration<double> Elapsed = std::chrono::steady_clock::now() - Start;
   fmt::print("Simulated {} images of {} x {} pixels with seed {} in {:.1f} s.\n",
-             Options.Image_Count, Options.Width, Options.Height, Options.Seed, Took.count());
-  const std::pair<int, const char*> Troubles[] = {
-      {Options.Stale_Count, "a stale tracker sample"},
-      {Options.Jump_Count, "a jumped tracker sample"},
-      {Options.Missing_Count, "a missing image"},
-      {Options.Blank_Count, "an image without a board"},
-      {Options.Truncated_Count, "an image that is cut off"}};
+             Options.Image_Count, Options.Width, Options.Height, Options.Seed, Elapsed.count());
+  const std::pair<int, const char*> Troubles[] = {{Options.Stale_Count, "a stale tracker sample"},
+                                                  {Options.Jump_Count, "a jumped tracker sample"},
+                                                  {Options.Missing_Count, "a missing image"},
+                                                  {Options.Blank_Count, "an image without a board"},
+                                                  {Options.Truncated_Count, "a truncated image"}};
   for (const auto& [Count, Name] : Troubles) {
     if (Count > 0) fmt::print("  rows with {}: {}\n", Name, Count);
   }
@@ -421,26 +430,27 @@ int Simulate(const Typed& Given) {
 
 }  // namespace
 
-void Add_Simulate_Command(CLI::App& Program, Chosen_Command& Chosen) {
-  CLI::App* Command = Program.add_subcommand("simulate", "Render a capture whose truth is known.");
-  const auto Given = std::make_shared<Typed>();
-  const simulate::Options Default;
-  Command->add_option("DIR", Given->Directory, "folder for the capture, created if missing")
+void Add_Simulate_Command(Command_Line& Line) {
+  CLI::App* Command =
+      Line.Program.add_subcommand("simulate", "Render a capture with known ground truth.");
+  const auto Arguments = std::make_shared<Simulate_Arguments>();
+  Command->add_option("DIR", Arguments->Directory, "folder for the capture, created if missing")
       ->required();
-  Flags Flag(Command, Given);
-  Add_Photograph_Flags(Flag, Default);
-  Add_Rig_Flags(Flag, Default);
-  Add_Trouble_Flags(Flag);
-  Add_File_Flags(Flag, Default);
+  Simulator_Flags Flags(Line, *Command, Arguments);
+  Add_Photograph_Flags(Flags);
+  Add_Rig_Flags(Flags);
+  Add_Trouble_Flags(Flags);
+  Add_File_Flags(Flags);
   Command
       ->add_flag_function(
-          "--no-header", [Given](std::int64_t) { Given->Options.Header = false; },
+          "--no-header", [Arguments](std::int64_t) { Arguments->Options.Header = false; },
           "leave out the CSV's line of column names")
       ->group("Files");
-  Command->add_flag("--quiet", Given->Quiet, "show no progress while photographs are rendered");
+  Command->add_flag("--quiet", Arguments->Quiet, "show no progress");
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Chosen, Given] { Chosen = [Given] { return Simulate(*Given); }; });
+  Command->callback(
+      [&Line, Arguments] { Line.Action = [Arguments] { return Simulate(*Arguments); }; });
 }
 
 }  // namespace rigsync

@@ -3,6 +3,7 @@
 
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/system/plain_path.h"
+#include "rigsync/system/version.h"
 
 #include <nlohmann/json.hpp>
 
@@ -104,7 +105,7 @@ std::string Inspection_Json(const Inspection& Made) {
   const Inspection_Inputs& Inputs = Made.Inputs;
   Json Report = {{"format", "rigsync-inspection"}, {"format_version", 1}};
   Report["status"] = Status_Name(Made.Told.Gravest());
-  Report["version"] = RIGSYNC_VERSION;
+  Report["version"] = Command_Version;
   Report["inputs"] = {
       {"csv", Inputs.Csv.string()}, {"image_root", Plain_Path(Inputs.Image_Root).string()},
       {"board", nullptr},           {"square_m", nullptr},

@@ -5,6 +5,7 @@
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
+#include "rigsync/system/version.h"
 #include "rigsync/system/whole_file.h"
 
 #include <fmt/format.h>
@@ -121,7 +122,7 @@ Json Images_Of(const Calibration_Result& Result) {
 
 Json Versions_Of(const Calibration_Result& Result) {
   Json Versions;
-  Versions["rigsync"] = RIGSYNC_VERSION;
+  Versions["rigsync"] = Command_Version;
   Versions["rigsync_core"] =
       Result.Report.Version.empty() ? Json(nullptr) : Json(Result.Report.Version);
   Versions["opencv"] = cv::getVersionString();
@@ -137,7 +138,7 @@ std::string Text_Of(const Calibration_Result& Result) {
   File["code"] = Value_Or_Null(Result.Code);
   File["usable"] = Is_Usable(Result);
   File["message"] = Result.Message;
-  File["version"] = RIGSYNC_VERSION;
+  File["version"] = Command_Version;
   File["versions"] = Versions_Of(Result);
   File["begun"] = Result.Begun;
   File["seconds"] = Result.Seconds;

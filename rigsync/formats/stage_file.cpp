@@ -17,10 +17,10 @@
 #include <string_view>
 #include <system_error>
 
-// Reading is all that is wanted of it.
+// The file is only read.
 #define TOML_ENABLE_FORMATTERS 0
-// In a debug build the parser asserts what a malformed file breaks, "[$x]" for one. Without that it
-// tells the same as an error.
+// In a debug build the parser asserts what a malformed file can break, such as "[$x]". Without the
+// assertion it reports an error.
 #define TOML_ASSERT(Condition) static_assert(true)
 #include <toml++/toml.h>
 
@@ -29,8 +29,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-[[noreturn]] void Refuse_Stage(const std::filesystem::path& File, const std::string& Why) {
-  throw Usage_Error(fmt::format("--config: {}: {}", File.string(), Why));
+[[noreturn]] void Refuse_File(const std::filesystem::path& File, const std::string& Why) {
+  throw Usage_Error("--config", fmt::format("--config: {}: {}", File.string(), Why));
 }
 
 std::string Flag_Text(const std::filesystem::path& File, const std::string& Key,
@@ -39,26 +39,25 @@ std::string Flag_Text(const std::filesystem::path& File, const std::string& Key,
   if (Value.is_number()) return Comma_List({Value.get<double>()});
   const auto Is_Number = [](const Json& Element) { return Element.is_number(); };
   if (!Value.is_array() || !std::all_of(Value.begin(), Value.end(), Is_Number)) {
-    Refuse_Stage(File,
-                 fmt::format("'{}' is neither a text nor a number nor a list of numbers", Key));
+    Refuse_File(File, fmt::format("'{}' must be a string, a number or a list of numbers", Key));
   }
   return Comma_List(Value.get<std::vector<double>>());
 }
 
-std::string Bytes_Of(const std::filesystem::path& File) {
+std::string Read_Bytes(const std::filesystem::path& File) {
   std::ifstream Stream(File, std::ios::binary);
   if (!Stream) {
-    Refuse_Stage(File, "can't be opened (" + std::generic_category().message(errno) + ")");
+    Refuse_File(File, "can't be opened (" + std::generic_category().message(errno) + ")");
   }
   std::ostringstream Bytes;
-  // A folder opens, and has no byte to give.
+  // A folder can be opened, but not read.
   if (Stream.peek() != std::ifstream::traits_type::eof()) Bytes << Stream.rdbuf();
-  if (Stream.bad()) Refuse_Stage(File, "can't be read");
+  if (Stream.bad()) Refuse_File(File, "can't be read");
   return Bytes.str();
 }
 
-// The name's ending says which it is. Any other name is JSON when it opens with a brace, which
-// TOML can't.
+// By the ending of the name. A file of another name is JSON when it starts with a brace, which TOML
+// can't.
 bool Is_Toml(const std::filesystem::path& File, std::string_view Text) {
   const std::string Ending = Lower_Case(File.extension().string());
   if (Ending == ".toml" || Ending == ".json") return Ending == ".toml";
@@ -70,50 +69,50 @@ bool Is_Toml(const std::filesystem::path& File, std::string_view Text) {
   return First == std::string_view::npos || Text[First] != '{';
 }
 
-// Line of the byte before which Stream stands.
-std::size_t Line_At(std::istream& Stream, std::string_view Text) {
-  const auto Read = static_cast<std::size_t>(Stream.tellg());
-  const std::string_view Before = Text.substr(0, Read);
+// Line of the next byte that Stream reads, counted from 1.
+std::size_t Current_Line(std::istream& Stream, std::string_view Text) {
+  const auto Position = static_cast<std::size_t>(Stream.tellg());
+  const std::string_view Before = Text.substr(0, Position);
   return 1 + static_cast<std::size_t>(std::count(Before.begin(), Before.end(), '\n'));
 }
 
-// What the parser throws reads "[json.exception.parse_error.101] parse error at line 1, column 2:
-// what is wrong"; what a person needs begins at the line.
+// The parser reports "[json.exception.parse_error.101] parse error at line 1, column 2: reason".
+// The user needs the part from "line" on.
 Json Parse_Json(const std::filesystem::path& File, const std::string& Text) {
   std::istringstream Stream(Text);
-  std::map<std::string, std::size_t> Line_Of;  // of each key so far
-  // The parser would keep the last of two values and say nothing. It reads byte by byte, and has
-  // read a key to its closing quote when it tells of it.
-  const auto Refuse_Second = [&](int Depth, Json::parse_event_t Event, Json& Key) {
+  std::map<std::string, std::size_t> Line_Of_Key;
+  // The parser would silently keep the last of two values. It reads byte by byte: when it reports a
+  // key, it has read as far as the closing quote.
+  const auto Refuse_Duplicate = [&](int Depth, Json::parse_event_t Event, Json& Key) {
     if (Depth != 1 || Event != Json::parse_event_t::key) return true;
-    const std::size_t Line = Line_At(Stream, Text);
-    const auto [Earlier, Is_New] = Line_Of.emplace(Key.get<std::string>(), Line);
+    const std::size_t Line = Current_Line(Stream, Text);
+    const auto [Earlier, Is_New] = Line_Of_Key.emplace(Key.get<std::string>(), Line);
     if (!Is_New) {
-      Refuse_Stage(File, fmt::format("line {}: '{}' stands on line {} already; expected it once",
-                                     Line, Earlier->first, Earlier->second));
+      Refuse_File(File, fmt::format("line {}: duplicate key '{}', first given on line {}", Line,
+                                    Earlier->first, Earlier->second));
     }
     return true;
   };
   try {
-    Json Root = Json::parse(Stream, Refuse_Second);
-    if (!Root.is_object()) Refuse_Stage(File, "expected a JSON object");
+    Json Root = Json::parse(Stream, Refuse_Duplicate);
+    if (!Root.is_object()) Refuse_File(File, "expected a JSON object");
     return Root;
-  } catch (const Json::exception& Wrong) {
-    const std::string_view What = Wrong.what();
-    const std::size_t Place = What.find("line ");
-    const std::size_t Start = Place != std::string_view::npos ? Place : What.find(' ') + 1;
-    Refuse_Stage(File, "not valid JSON: " + One_Line(What.substr(Start)));
+  } catch (const Json::exception& Error) {
+    const std::string_view Message = Error.what();
+    const std::size_t Place = Message.find("line ");
+    const std::size_t Start = Place != std::string_view::npos ? Place : Message.find(' ') + 1;
+    Refuse_File(File, "not valid JSON: " + One_Line(Message.substr(Start)));
   }
 }
 
-// Texts, numbers, truth values and lists of them as JSON has them; anything else, which no flag
-// takes, as an object.
-// NOLINTNEXTLINE(misc-no-recursion): the parser lets lists stand in lists 256 deep and no deeper
+// Strings, numbers, booleans and lists of them as JSON. Anything else becomes an object, which no
+// flag takes.
+// NOLINTNEXTLINE(misc-no-recursion): the parser nests lists 256 deep at most
 Json Json_Of(const toml::node& Node) {
   if (const auto* Text = Node.as_string()) return Text->get();
   if (const auto* Whole = Node.as_integer()) return Whole->get();
   if (const auto* Number = Node.as_floating_point()) return Number->get();
-  if (const auto* Truth = Node.as_boolean()) return Truth->get();
+  if (const auto* Boolean = Node.as_boolean()) return Boolean->get();
   if (const auto* Elements = Node.as_array()) {
     Json List = Json::array();
     for (const toml::node& Element : *Elements) List.push_back(Json_Of(Element));
@@ -129,22 +128,24 @@ Json Parse_Toml(const std::filesystem::path& File, const std::string& Text) {
       Root[std::string(Key.str())] = Json_Of(Value);
     }
     return Root;
-  } catch (const toml::parse_error& Wrong) {
-    const toml::source_position Place = Wrong.source().begin;
-    Refuse_Stage(File, fmt::format("not valid TOML: line {}, column {}: {}", Place.line,
-                                   Place.column, One_Line(Wrong.description())));
+  } catch (const toml::parse_error& Error) {
+    const toml::source_position Place = Error.source().begin;
+    Refuse_File(File, fmt::format("not valid TOML: line {}, column {}: {}", Place.line,
+                                  Place.column, One_Line(Error.description())));
   }
 }
 
 }  // namespace
 
-Stage Read_Stage(const std::filesystem::path& File, const std::vector<std::string>& Known) {
-  const std::string Text = Bytes_Of(File);
+Stage_Settings Read_Stage_File(const std::filesystem::path& File,
+                               const std::vector<std::string>& Known) {
+  const std::string Text = Read_Bytes(File);
   const Json Root = Is_Toml(File, Text) ? Parse_Toml(File, Text) : Parse_Json(File, Text);
-  Stage Values;
+  Stage_Settings Values;
   for (const auto& [Key, Value] : Root.items()) {
     if (std::find(Known.begin(), Known.end(), Key) == Known.end()) {
-      Refuse_Stage(File, fmt::format("'{}' is unknown; expected {}", Key, fmt::join(Known, ", ")));
+      Refuse_File(File,
+                  fmt::format("unknown key '{}'; expected one of {}", Key, fmt::join(Known, ", ")));
     }
     Values[Key] = Flag_Text(File, Key, Value);
   }
@@ -157,23 +158,25 @@ const std::vector<std::string>& Stage_Keys() {
   return Keys;
 }
 
-std::string Value_Name(const Stage& Typed, const std::string& Key, const std::string& File) {
+std::string Value_Name(const Stage_Settings& Typed, const std::string& Key,
+                       const std::string& File) {
   return Typed.count(Key) != 0 || File.empty() ? "--" + Key : File + ": '" + Key + "'";
 }
 
-const std::string& Required_Value(const Stage& Values, const std::string& Key,
-                                  const std::string& Otherwise) {
+const std::string& Required_Value(const Stage_Settings& Values, const std::string& Key,
+                                  const std::string& Alternative) {
   const auto Found = Values.find(Key);
   if (Found == Values.end()) {
     throw Usage_Error(
+        "--" + Key,
         fmt::format("--{} is missing; expected on the command line or as '{}' in the file of "
                     "--config{}",
-                    Key, Key, Otherwise));
+                    Key, Key, Alternative));
   }
   return Found->second;
 }
 
-void Write_Stage(const std::filesystem::path& File, const Stage& Values) {
+void Write_Stage_File(const std::filesystem::path& File, const Stage_Settings& Values) {
   Write_Whole(File, Json(Values).dump(2) + "\n");
 }
 

@@ -3,8 +3,8 @@
 
 namespace rigsync {
 
-void Refuse(const std::string& Flag, const std::string& Value, const std::string& Expected) {
-  throw Usage_Error(Flag + ": '" + Value + "' is wrong; expected " + Expected);
+void Refuse(const std::string& Option_Name, const std::string& Value, const std::string& Expected) {
+  throw Usage_Error(Option_Name, Option_Name + ": '" + Value + "' is wrong; expected " + Expected);
 }
 
 }  // namespace rigsync

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Any bytes as the stage file of --config, as JSON, as TOML or of no told form: refused with a
-// sentence that names flag and file, or read as texts for known flags, which the writer writes so
-// that they are read back the same. What is read goes on to the parsers of the flags, which take it
-// or refuse it with the flag's name.
+// Any bytes as the stage file of --config, as JSON, as TOML or without a format in its name:
+// refused with a message that names flag and file, or read as values of known flags, which are read
+// back the same after they are written. The values that are read go to the parsers of the flags,
+// which accept them or refuse them with the name of the flag.
 //
-// Input: a byte for the form, the rest is the file.
+// Input: a byte for the format, the rest is the file.
 #include "rigsync/capture/board_size.h"
 #include "rigsync/formats/stage_file.h"
 #include "rigsync/system/usage_error.h"
@@ -59,13 +59,14 @@ std::vector<std::string> Known_Keys() {
   return Keys;
 }
 
-void Check_Values(const rigsync::Stage& Values) {
+void Check_Values(const rigsync::Stage_Settings& Values) {
   for (const auto& [Key, Text] : Values) {
     Promise(Parsers().count(Key) == 1, "only known keys are read");
     const std::string Flag = "--" + Key;
     try {
       Parsers().at(Key)(Flag, Text);
     } catch (const rigsync::Usage_Error& Refusal) {
+      Promise(Refusal.Option_Name() == Flag, "a refusal carries the name of the flag");
       Promise(std::string(Refusal.what()).rfind(Flag, 0) == 0, "a refusal begins with the flag");
     }
   }
@@ -80,17 +81,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size
   const char* const Names[] = {"stage.json", "stage.toml", "stage"};
   const std::string Name = Names[Input.Take<std::uint8_t>() % 3];
   const std::filesystem::path File = Folder.Write(Name, Input.Take_Rest());
-  rigsync::Stage Values;
+  rigsync::Stage_Settings Values;
   try {
-    Values = rigsync::Read_Stage(File, Known);
+    Values = rigsync::Read_Stage_File(File, Known);
   } catch (const rigsync::Usage_Error& Refusal) {
+    Promise(Refusal.Option_Name() == "--config", "a refusal carries the name of the flag");
     Promise(std::string(Refusal.what()).rfind("--config: " + File.string() + ": ", 0) == 0,
             "a refusal names flag and file");
     return 0;
   }
   Check_Values(Values);
   const std::filesystem::path Copy = Folder.Path() / "copy.json";
-  rigsync::Write_Stage(Copy, Values);
-  Promise(rigsync::Read_Stage(Copy, Known) == Values, "what is written is read back");
+  rigsync::Write_Stage_File(Copy, Values);
+  Promise(rigsync::Read_Stage_File(Copy, Known) == Values, "what is written is read back");
   return 0;
 }

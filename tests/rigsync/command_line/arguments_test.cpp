@@ -15,7 +15,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-// What a refused value says, or nothing when it is taken.
+// The message for a value that is refused; empty for one that is accepted.
 template <typename Call>
 std::string Refusal(Call Read) {
   try {
@@ -42,9 +42,15 @@ TEST(Arguments, ARefusalNamesFlagAndValueAndWhatWasExpected) {
               AllOf(HasSubstr("--square"), HasSubstr("'30in'"), HasSubstr("expected a length")));
   EXPECT_THAT(Refusal([] { rigsync::Parse_Board("--board", "11by8"); }),
               AllOf(HasSubstr("--board"), HasSubstr("'11by8'"), HasSubstr("expected COLSxROWS")));
+  try {
+    rigsync::Parse_Board("--board", "11by8");
+    FAIL() << "'11by8' was accepted";
+  } catch (const Usage_Error& Error) {
+    EXPECT_EQ(Error.Option_Name(), "--board");
+  }
 }
 
-TEST(Arguments, NumbersThatAreNoNumbersAreRefused) {
+TEST(Arguments, MalformedAndInfiniteNumbersAreRefused) {
   for (const std::string Text :
        {"", " ", "nan", "inf", "-inf", "1e999", "0x10", "1,5", "30mmm", "mm", "--3", "3 4"}) {
     SCOPED_TRACE(Text);
@@ -89,18 +95,18 @@ TEST(Arguments, ASquareInMillimetresWithoutItsUnitIsRefused) {
   }
 }
 
-TEST(Arguments, AnOffsetThatIsOnNoStageIsRefusedAndLeadsToMillimetres) {
+TEST(Arguments, AnOffsetBeyondAnyStageIsRefusedWithAHintAtMillimetres) {
   EXPECT_THAT(rigsync::Parse_Offset("--o", "-10,10,1000cm"), ElementsAre(-10.0, 10.0, 10.0));
   for (const std::string Text : {"10.001,0,0", "0,-10.001,0", "0,0,10001mm", "170,50,40"}) {
     SCOPED_TRACE(Text);
     EXPECT_THAT(Refusal([&] { rigsync::Parse_Offset("--o", Text); }),
-                AllOf(HasSubstr("--o: '" + Text + "'"), HasSubstr("10 metres at most")));
+                AllOf(HasSubstr("--o: '" + Text + "'"), HasSubstr("at most 10 metres")));
   }
   EXPECT_THAT(Refusal([] { rigsync::Parse_Offset("--o", "170, 50,-40"); }),
               HasSubstr("for millimetres write 170mm,50mm,-40mm"));
   EXPECT_THAT(Refusal([] { rigsync::Parse_Square("--s", "30"); }),
               HasSubstr("for millimetres write 30mm"));
-  // A unit stands there, or what is wrong isn't the unit.
+  // A unit is given, or the unit is not what is wrong.
   for (const std::string Text : {"17000mm,0,0", "1,2", "x,0,0"}) {
     EXPECT_THAT(Refusal([&] { rigsync::Parse_Offset("--o", Text); }),
                 AllOf(Not(""), Not(HasSubstr("write"))));

@@ -22,14 +22,9 @@ using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::UnorderedElementsAre;
 
-struct Command_Line {
-  rigsync::Chosen_Command Chosen;
-  std::unique_ptr<CLI::App> Program = rigsync::Make_Program(Chosen);
-
-  std::vector<CLI::App*> Commands() const {
-    return Program->get_subcommands([](CLI::App*) { return true; });
-  }
-};
+std::vector<const CLI::App*> Commands_Of(const rigsync::Command_Line& Line) {
+  return Line.Program.get_subcommands([](const CLI::App*) { return true; });
+}
 
 std::vector<std::string> Flags_Of(const CLI::App& Command) {
   std::vector<std::string> Flags;
@@ -47,7 +42,7 @@ Finished Groff(const std::string& Page, const std::vector<std::string>& More) {
   return Run_Program(RIGSYNC_GROFF, Arguments);
 }
 
-// The page as text, wide enough that nothing is folded.
+// The page as text, wide enough that no line is folded.
 std::string Man_Text() {
   return Groff(RIGSYNC_MAN_PAGE, {"-rLL=2000n"}).Output;
 }
@@ -62,7 +57,7 @@ TEST(ManPage, IsSetWithoutAWarning) {
   }
   // Examples are not folded, and have to fit as they are.
   EXPECT_LE(Widest_Line(Groff(RIGSYNC_MAN_PAGE, {"-rLL=80n"}).Output), rigsync::Terminal_Width);
-  // A page that is wrong is warned of.
+  // An error in a page gives a warning.
   const Scratch_Folder Scratch;
   EXPECT_NE(Groff(Scratch.Write("wrong.1", ".TH A 1\n.SH B\n.NOSUCH\n"), {}).Error, "");
 }
@@ -70,14 +65,14 @@ TEST(ManPage, IsSetWithoutAWarning) {
 TEST(ManPage, HoldsEveryCommandAndEveryFlagInTheHelpsWords) {
   const std::string Page = rigsync::One_Line(Man_Text());
   const rigsync::Help_Form Form;
-  const Command_Line Known;
-  std::vector<CLI::App*> Apps = Known.Commands();
+  const auto Known = rigsync::Make_Command_Line();
+  std::vector<const CLI::App*> Apps = Commands_Of(*Known);
   ASSERT_GE(Apps.size(), 6u);
   for (const CLI::App* Command : Apps) {
     EXPECT_THAT(Page, HasSubstr("rigsync " + Command->get_name() + " "));
     EXPECT_THAT(Page, HasSubstr(Command->get_description()));
   }
-  Apps.push_back(Known.Program.get());
+  Apps.push_back(&Known->Program);
   for (const CLI::App* Command : Apps) {
     for (const CLI::Option* Option : Command->get_options()) {
       const bool Is_Positional = Option->get_positional();
@@ -90,9 +85,9 @@ TEST(ManPage, HoldsEveryCommandAndEveryFlagInTheHelpsWords) {
 
 TEST(ManPage, HoldsEveryLineOfTheFootersExceptTheHeadingsThatBecameSections) {
   const std::string Page = rigsync::One_Line(Man_Text());
-  const Command_Line Known;
+  const auto Known = rigsync::Make_Command_Line();
   std::size_t Lines = 0;
-  for (const CLI::App* Command : Known.Commands()) {
+  for (const CLI::App* Command : Commands_Of(*Known)) {
     std::istringstream Footer(Command->get_footer());
     for (std::string Line; std::getline(Footer, Line); ++Lines) {
       const std::size_t Text = Line.rfind("Exit status:", 0) == 0 ? 12 : 0;
@@ -109,11 +104,12 @@ TEST(ManPage, HasTheSectionsThatPeopleLookFor) {
                               "EXIT STATUS", "ENVIRONMENT", "FILES", "EXAMPLES", "SEE ALSO"}) {
     EXPECT_THAT(Page, HasSubstr(std::string("\n") + Section + "\n"));
   }
-  EXPECT_THAT(rigsync::One_Line(Page),
-              HasSubstr("NAME rigsync - measures where a tracker sits on a film camera SYNOPSIS"));
+  EXPECT_THAT(
+      rigsync::One_Line(Page),
+      HasSubstr("NAME rigsync - measures where a tracker is mounted on a film camera SYNOPSIS"));
 }
 
-// A word that is broken over two lines can't be searched for.
+// Nobody finds a word that is split over two lines.
 TEST(ManPage, BreaksNoWord) {
   const std::string Page = Groff(RIGSYNC_MAN_PAGE, {"-rLL=60n"}).Output;
   ASSERT_THAT(Page, HasSubstr("SEE ALSO"));
@@ -123,14 +119,14 @@ TEST(ManPage, BreaksNoWord) {
   }
 }
 
-// The picture of the board keeps its shape.
+// The picture of the board.
 TEST(ManPage, KeepsIndentedLinesAsTheyAre) {
   EXPECT_THAT(Man_Text(), HasSubstr("####      ####      ####\n"));
 }
 
 // What bash offers for the last of these words, in a folder.
 std::vector<std::string> Offered(const std::vector<std::string>& Words, const fs::path& Folder) {
-  // Errors end the script, so that a slip doesn't pass as "nothing to offer".
+  // An error ends the script, so that it doesn't pass as an empty list.
   const std::string Script =
       "set -u; source \"$0\"; COMP_WORDS=(rigsync \"$@\"); COMP_CWORD=$#; _rigsync; "
       "for reply in \"${COMPREPLY[@]}\"; do printf '%s\\n' \"$reply\"; done";
@@ -146,9 +142,9 @@ std::vector<std::string> Offered(const std::vector<std::string>& Words, const fs
 
 TEST(Completion, OffersEveryCommandAndEveryFlag) {
   const Scratch_Folder Scratch;
-  const Command_Line Known;
+  const auto Known = rigsync::Make_Command_Line();
   std::vector<std::string> Names;
-  for (const CLI::App* Command : Known.Commands()) {
+  for (const CLI::App* Command : Commands_Of(*Known)) {
     Names.push_back(Command->get_name());
     const std::vector<std::string> Flags = Offered({Command->get_name(), "-"}, Scratch.Path());
     EXPECT_THAT(Flags, testing::UnorderedElementsAreArray(Flags_Of(*Command)));
@@ -175,7 +171,7 @@ TEST(Completion, OffersTheWordsThatAFlagTakes) {
   EXPECT_THAT(Offered({"calibrate", "c.csv", "--board", ""}, Here), IsEmpty());
 }
 
-TEST(Completion, OffersFilesAndFoldersWhereTheyAreWanted) {
+TEST(Completion, OffersFilesAndFoldersAsTheArgumentRequires) {
   const Scratch_Folder Scratch;
   Scratch.Write("my take 3.csv", "");
   Scratch.Write("my$take.csv", "");
@@ -189,9 +185,9 @@ TEST(Completion, OffersFilesAndFoldersWhereTheyAreWanted) {
               UnorderedElementsAre("my take 3.csv", "my takes"));
   EXPECT_THAT(Offered({"calibrate", "x.csv", "--out", "my"}, Here), ElementsAre("my takes"));
   EXPECT_THAT(Offered({"simulate", "m"}, Here), ElementsAre("my takes"));
-  // A flag without a value takes nothing away from what follows.
+  // The word after a flag without a value is an argument.
   EXPECT_THAT(Offered({"export", "--json", ""}, Here), Everything);
-  // The second argument of compare, behind a flag with its value.
+  // The second argument of compare, after a flag with its value.
   EXPECT_THAT(Offered({"compare", "--max-angle", "0.3", "r.json", ""}, Here), Everything);
   EXPECT_THAT(Offered({"compare", "--max-angle", "=", "0.3", "r.json", ""}, Here), Everything);
   EXPECT_THAT(Offered({"compare", "r.json", "t.json", ""}, Here), IsEmpty());

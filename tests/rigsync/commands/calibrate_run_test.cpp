@@ -323,7 +323,7 @@ TEST(CalibrateRun, OutputThatCantBeWrittenIsToldWhereNothingElseTellsIt) {
   const std::string Words = Shell_Words({"export", (Out / "result.json").string(), "--to", "ue5"});
   const Finished Result = Run_Program("/bin/sh", {"-c", Words + " > /dev/full"});
   EXPECT_EQ(Result.Status, 70);
-  EXPECT_THAT(Result.Said, HasSubstr("can't be written to where standard output leads"));
+  EXPECT_THAT(Result.Said, HasSubstr("standard output can't be written"));
 }
 
 }  // namespace

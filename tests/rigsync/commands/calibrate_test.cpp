@@ -208,9 +208,9 @@ TEST(Calibrate, AStageFileTakesTextsNumbersAndListsAndNothingElse) {
                                   "board-offset": "-170mm,50mm,40mm"})");
   EXPECT_EQ(Taken.Status, 0) << Taken.Error;
   const std::pair<const char*, const char*> Refused[] = {
-      {"{\"boards\": \"7x5\"}", "'boards' is unknown; expected board, square"},
-      {"{\"board\": true}", "'board' is neither"},
-      {"{\"board-euler\": [1, \"2\", 3]}", "'board-euler' is neither"},
+      {"{\"boards\": \"7x5\"}", "unknown key 'boards'; expected one of board, square"},
+      {"{\"board\": true}", "'board' must be a string, a number or a list"},
+      {"{\"board-euler\": [1, \"2\", 3]}", "'board-euler' must be"},
       {"[1]", "expected a JSON object"},
       {"{", "not valid JSON: line 1"},
   };

@@ -143,7 +143,7 @@ TEST(Codes, WhatIsNoCodeIsAUsageErrorThatNamesThoseThereAre) {
     EXPECT_EQ(Refused.Status, 2);
     EXPECT_EQ(Refused.Output, "");
     EXPECT_THAT(Refused.Said, AllOf(HasSubstr("CODE: '" + std::string(Wrong) + "' is wrong"),
-                                    HasSubstr("0, 1, 2"), HasSubstr("16, 99 or 100")));
+                                    HasSubstr("0, 1, 2"), HasSubstr("16, 99, 100")));
   }
 }
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the command prints, word for word, beside texts that a person has read: helps and other
-// fixed texts in tests/rigsync/commands/golden. After a change that is meant, run
+// What the command prints, compared word for word with texts that somebody has read: helps and other
+// fixed texts in tests/rigsync/commands/golden. After an intended change, run
 //
 //   RIGSYNC_REFRESH_GOLDEN=1 ctest --preset release -R Golden
 //
-// which writes the files anew (for every command's help, also where there was no file yet) and
-// fails for each that changed; read the difference in git before it is committed.
+// which rewrites the files, adds one for the help of a new command, and fails for each file that
+// changed. Read the difference in git before you commit it.
 #include "rigsync/program.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
@@ -38,7 +38,7 @@ void Compare(const std::string& Name, const std::string& Printed) {
     return;
   }
   // Of texts with several lines, a difference is shown line by line.
-  EXPECT_EQ(Before, Printed) << "if the change is meant, " << __FILE__ << " tells how to refresh "
+  EXPECT_EQ(Before, Printed) << "if the change is intended, " << __FILE__ << " tells how to refresh "
                              << File;
 }
 
@@ -49,9 +49,8 @@ std::string Printed_By(const std::vector<std::string>& Arguments) {
   return Done.Output + Done.Error;
 }
 
-TEST(Golden, HelpsReadAsTheyWereRead) {
-  rigsync::Chosen_Command Chosen;
-  const auto Program = rigsync::Make_Program(Chosen);
+TEST(Golden, HelpsAreAsReviewed) {
+  const auto Line = rigsync::Make_Command_Line();
   std::size_t Compared = 0;
   const auto Compare_Help = [&](const std::string& Name,
                                 const std::vector<std::string>& Arguments) {
@@ -61,10 +60,11 @@ TEST(Golden, HelpsReadAsTheyWereRead) {
     ++Compared;
   };
   Compare_Help("help", {"--help"});
-  for (const CLI::App* Command : Program->get_subcommands([](const CLI::App*) { return true; })) {
+  for (const CLI::App* Command :
+       Line->Program.get_subcommands([](const CLI::App*) { return true; })) {
     Compare_Help("help-" + Command->get_name(), {Command->get_name(), "--help"});
   }
-  // A file that belongs to no command would never be looked at.
+  // A file that belongs to no command would never be compared.
   std::size_t Files = 0;
   for (const auto& Entry : fs::directory_iterator(Golden_File("x").parent_path())) {
     Files += Entry.path().filename().string().rfind("help", 0) == 0 ? 1 : 0;
@@ -73,7 +73,7 @@ TEST(Golden, HelpsReadAsTheyWereRead) {
   EXPECT_GE(Files, 2u);
 }
 
-TEST(Golden, FixedTextsReadAsTheyWereRead) {
+TEST(Golden, FixedTextsAreAsReviewed) {
   const std::pair<const char*, std::vector<std::string>> Cases[] = {
       {"codes", {"codes"}},
       {"codes-4", {"codes", "4"}},

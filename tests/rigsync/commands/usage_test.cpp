@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Help, version, and what a wrong command line gets: status 2, one sentence, nothing else.
+#include "rigsync/system/version.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
 
@@ -92,10 +93,66 @@ TEST(Usage, SimulateHelpNamesEveryOptionOfTheSimulator) {
 TEST(Usage, VersionIsOneLine) {
   const Finished Version = Rigsync({"--version"});
   EXPECT_EQ(Version.Status, 0);
-  EXPECT_EQ(Version.Output, "rigsync " RIGSYNC_VERSION "\n");
+  EXPECT_EQ(Version.Output, std::string("rigsync ") + rigsync::Command_Version + "\n");
 }
 
-TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
+// Every option that the simulator can refuse, refused by way of its flag.
+TEST(Usage, WhatTheSimulatorRefusesIsNamedByItsFlag) {
+  const Scratch_Folder Scratch;
+  const std::string Out = (Scratch.Path() / "out").string();
+  const std::pair<std::vector<std::string>, const char*> Cases[] = {
+      {{"--images", "3", "--stale", "3"}, "--stale has to be below the number of images"},
+      {{"--size", "15x480"}, "--size (width) has to be from 16 to 32767 pixels"},
+      {{"--size", "640x40000"}, "--size (height) has to be from 16 to 32767 pixels"},
+      {{"--focal", "0,1"}, "--focal (x) has to be above 0"},
+      {{"--focal", "1,-1"}, "--focal (y) has to be"},
+      {{"--principal-point", "1.1,0.5"}, "--principal-point (x) has to be from 0 to 1"},
+      {{"--principal-point", "0.5,-1"}, "--principal-point (y) has to be from 0 to 1"},
+      {{"--position-noise", "-1mm"}, "--position-noise has to be"},
+      {{"--rotation-noise", "-1"}, "--rotation-noise has to be"},
+      {{"--stale-offset", "-1mm"}, "--stale-offset has to be"},
+      {{"--stale-angle", "-1"}, "--stale-angle has to be"},
+      {{"--jump-offset", "-1mm"}, "--jump-offset has to be"},
+      {{"--jump-angle", "-1"}, "--jump-angle has to be"},
+      {{"--estimate-error-angle", "-1"}, "--estimate-error-angle has to be"},
+      {{"--estimate-error-offset", "-1mm"}, "--estimate-error-offset has to be"},
+      {{"--blur", "101"}, "--blur has to be at most 100"},
+      {{"--sensor-noise", "-1"}, "--sensor-noise has to be"},
+      {{"--lighting", "1.5"}, "--lighting has to be from 0 to 1"},
+      {{"--images", "9", "--jumped", "5", "--blank", "5"},
+       "--stale, --jumped, --missing, --blank, --truncated together have to be at most the number "
+       "of images"},
+      {{"--distortion", "-60,0"},
+       "--focal (x), --focal (y), --principal-point (x), --principal-point (y), --distortion (k1), "
+       "--distortion (k2) have to describe a lens that shows the whole board"},
+  };
+  for (const auto& [Flags, Message] : Cases) {
+    SCOPED_TRACE(Message);
+    std::vector<std::string> Arguments = {"simulate", Out};
+    Arguments.insert(Arguments.end(), Flags.begin(), Flags.end());
+    const Finished Result = Rigsync(Arguments);
+    EXPECT_EQ(Result.Status, 2);
+    EXPECT_EQ(Result.Output, "");
+    EXPECT_THAT(Result.Said, HasSubstr(std::string("rigsync: ") + Message));
+    EXPECT_FALSE(std::filesystem::exists(Out));
+  }
+}
+
+TEST(Usage, HelpComesFirstWhateverElseIsWrong) {
+  const std::string Help = Rigsync({"export", "--help"}).Output;
+  for (const std::vector<std::string>& Wrong :
+       {std::vector<std::string>{"--to", "ue6"}, {"--to", "ue5", "--to", "ue5"}, {"--colour"}}) {
+    SCOPED_TRACE(testing::PrintToString(Wrong));
+    std::vector<std::string> Arguments = {"export", "r.json", "--help"};
+    Arguments.insert(Arguments.end(), Wrong.begin(), Wrong.end());
+    const Finished Result = Rigsync(Arguments);
+    EXPECT_EQ(Result.Status, 0);
+    EXPECT_EQ(Result.Output, Help);
+    EXPECT_EQ(Result.Error, "");
+  }
+}
+
+TEST(Usage, AWrongCommandLineEndsWithStatus2AndAMessageThatNamesTheMistake) {
   const Scratch_Folder Scratch;
   const std::string Out = (Scratch.Path() / "out").string();
   struct Case {
@@ -105,7 +162,7 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
   const std::vector<std::string> Good = {"calibrate",      "c.csv", "--board",       "11x8",
                                          "--square",       "30mm",  "--board-euler", "0,0,0",
                                          "--board-offset", "0,0,0", "--out",         Out};
-  // Good with the value behind Flag replaced.
+  // Good with the value of Flag replaced.
   const auto With = [&](const std::string& Flag, const std::string& Value) {
     std::vector<std::string> Changed = Good;
     *(std::find(Changed.begin(), Changed.end(), Flag) + 1) = Value;
@@ -120,8 +177,8 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {{}, {"a command is missing", "simulate, inspect, calibrate"}},
       {{"calibrat"}, {"'calibrat'", "expected one of simulate"}},
       {{"--colour"}, {"'--colour'", "expected one of simulate"}},
-      {{"calibrate"}, {"CAPTURE"}},
-      {{"calibrate", "c.csv"}, {"--out"}},
+      {{"calibrate"}, {"CAPTURE is missing: the capture's CSV file"}},
+      {{"calibrate", "c.csv"}, {"--out is missing: folder for"}},
       {{"calibrate", "c.csv", "--out", Out}, {"--board", "missing"}},
       {{"calibrate", "c.csv", "--out", Out, "--board", "11x8"}, {"--square", "missing"}},
       {With("--board", "11by8"), {"--board", "'11by8'", "expected", "11x8"}},
@@ -130,20 +187,20 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {With("--board-euler", "1,2"), {"--board-euler", "'1,2'", "expected three angles"}},
       {With("--board-offset", "1,2,nan"), {"--board-offset", "'1,2,nan'", "three lengths"}},
       {With("--board-offset", "170,50,40"),
-       {"--board-offset", "'170,50,40'", "10 metres at most", "write 170mm,50mm,40mm"}},
+       {"--board-offset", "'170,50,40'", "at most 10 metres", "write 170mm,50mm,40mm"}},
       {With("--out", RIGSYNC_PROGRAM), {"--out", RIGSYNC_PROGRAM, "expected a folder"}},
       {With("--out", "/proc/rigsync"), {"--out", "'/proc/rigsync'", "expected a folder"}},
       {And({"--sensor", "23.76"}), {"--sensor", "'23.76'", "millimetres"}},
-      {And({"--image-root", "/none"}), {"--image-root", "'/none'", "folder that exists"}},
+      {And({"--image-root", "/none"}), {"--image-root", "'/none'", "existing folder"}},
       {And({"--config", "/none.json"}), {"--config", "/none.json", "can't be opened"}},
-      {And({"--colour", "red"}), {"'--colour' is unknown; expected a flag of 'rigsync calibrate'"}},
-      {And({"mm"}), {"'mm' is one word too many"}},
-      {And({"-20", "8"}), {"'-20' is one word too many", "commas and no blanks", "12,-20,8"}},
-      {And({"50mm,", "40mm"}), {"'50mm,' is one word too many", "commas and no blanks"}},
-      {{"calibrate", "c.csv", "--output", Out}, {"'--output' is unknown; expected a flag"}},
-      {And({"--board", "11x8"}), {"--board is given twice; expected once"}},
-      {And({"--image-root"}), {"--image-root: expected a value behind it"}},
-      {And({"--quiet", "--verbose"}), {"--verbose and --quiet are both given; expected one"}},
+      {And({"--colour", "red"}), {"'--colour' is not a flag of 'rigsync calibrate'"}},
+      {And({"mm"}), {"unexpected argument 'mm'", "needs quotes"}},
+      {And({"-20", "8"}), {"unexpected argument '-20'", "lists without spaces", "12,-20,8"}},
+      {And({"50mm,", "40mm"}), {"unexpected argument '50mm,'", "lists without spaces"}},
+      {{"calibrate", "c.csv", "--output", Out}, {"'--output' is not a flag of"}},
+      {And({"--board", "11x8"}), {"--board is given more than once"}},
+      {And({"--image-root"}), {"--image-root: the value is missing"}},
+      {And({"--quiet", "--verbose"}), {"--verbose and --quiet can't be combined"}},
       {{"calibrate", "", "--out", Out, "--board", "11x8"}, {"CAPTURE", "''", "CSV file"}},
       {{"calibrate", "/tmp", "--out", Out, "--board", "11x8"}, {"/tmp: is a folder; expected"}},
       {{"inspect"}, {"CAPTURE"}},
@@ -164,14 +221,21 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
       {{"simulate", Out, "--format", "bmp"}, {"--format", "'bmp'", "png, jpg"}},
       {{"simulate", Out, "--paths", "none"}, {"--paths", "'none'", "backslash"}},
       {{"simulate", Out, "--seed", "-1"}, {"--seed", "'-1'"}},
-      {{"simulate", Out, "--images", "3", "--stale", "5"}, {"--stale", "below --images"}},
+      {{"simulate", Out, "--images", "3", "--stale", "5"},
+       {"--stale has to be below the number of images"}},
       {{"compare", "/none.json", "/none.json"}, {"/none.json", "can't be opened"}},
       {{"compare", "r.json", "t.json", "--max-offset", "5"}, {"--max-offset", "'5'", "5mm"}},
       {{"compare", "r.json", "t.json", "--max-offset", "-1mm"}, {"--max-offset", "0 to 1 metre"}},
       {{"compare", "r.json", "t.json", "--max-angle", "180"}, {"--max-angle", "below 180"}},
       {{"compare", "r.json", "t.json", "--max-angle", "-1"}, {"--max-angle", "'-1'"}},
       {{"export", "/none.json"}, {"--to"}},
-      {{"export", "/none.json", "--to", "ue6"}, {"--to", "'ue6'", "ue5-xn"}},
+      {{"export", "/none.json", "--to", "ue6"}, {"--to: 'ue6' is wrong", "ue5-xn"}},
+      {{"export", "/none.json", "--to", "UE5"}, {"--to: 'UE5' is wrong", "one of ue4, ue5,"}},
+      {{"export", "/none.json", "--to"}, {"--to: the value is missing"}},
+      {{"export", "/none.json", "--to="}, {"--to: the value is missing"}},
+      {{"board", "--board", "11x8", "-o"}, {"--output: the value is missing"}},
+      {{"board", "-o", "a.svg", "-o", "b.svg"}, {"--output is given more than once"}},
+      {{"compare", "r.json"}, {"TRUTH is missing: truth.json of"}},
       {{"export", "/none.json", "--to", "ue5"}, {"/none.json", "can't be opened"}},
       {{"export", "/tmp", "--to", "ue5"}, {"/tmp: is a folder; expected a result.json"}},
   };
@@ -181,7 +245,7 @@ TEST(Usage, AWrongCommandLineEndsIn2WithASentenceThatNamesTheTrouble) {
     EXPECT_EQ(Result.Status, 2);
     EXPECT_EQ(Result.Output, "");
     for (const char* Name : Wrong.Named) EXPECT_THAT(Result.Said, HasSubstr(Name));
-    EXPECT_THAT(Result.Said, HasSubstr("--help' tells more."));
+    EXPECT_THAT(Result.Said, HasSubstr("  See 'rigsync "));
     EXPECT_FALSE(std::filesystem::exists(Out));
   }
 }

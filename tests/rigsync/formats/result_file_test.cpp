@@ -2,6 +2,7 @@
 #include "rigsync/formats/result_file.h"
 #include "rigsync/calibrate/calibration_result.h"
 #include "rigsync/system/usage_error.h"
+#include "rigsync/system/version.h"
 
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
@@ -66,7 +67,7 @@ TEST(ResultFile, TellsEveryKeyOfTheFormat) {
   const nlohmann::json File = Read_Json(Scratch.Path() / "result.json");
   EXPECT_EQ(File["format"], "rigsync-result");
   EXPECT_EQ(File["format_version"], 1);
-  EXPECT_EQ(File["version"], RIGSYNC_VERSION);
+  EXPECT_EQ(File["version"], rigsync::Command_Version);
   EXPECT_EQ(File["lens"]["fov_deg"], (std::vector<double>{48.8, 28.6}));
   EXPECT_EQ(File["lens"]["focal_length_mm"], 26.1);
   EXPECT_EQ(File["run_log"], "/out/log_x");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The stage file as TOML and as JSON: the same keys and values either way, and a place in the file
-// for what can't be read.
+// The stage file as TOML and as JSON: the same keys and values either way, and errors with their
+// place in the file.
 #include "rigsync/formats/stage_file.h"
 #include "rigsync/system/usage_error.h"
 
@@ -28,28 +28,28 @@ board-offset = "-170mm,50mm,40mm"
 constexpr const char* As_Json = R"({"board": "11x8", "square": 0.03,
   "board-euler": [12, -20.25, 8], "board-offset": "-170mm,50mm,40mm"})";
 
-// What a refused file gets to hear, or nothing when it is taken.
+// The message for a file that is refused; empty for one that is read.
 std::string Refusal(const std::string& File) {
   try {
-    rigsync::Read_Stage(File, Known);
+    rigsync::Read_Stage_File(File, Known);
   } catch (const rigsync::Usage_Error& Error) {
     return Error.what();
   }
   return "";
 }
 
-TEST(StageFile, TomlAndJsonGiveTheSameValuesAsTheyWouldBeTyped) {
+TEST(StageFile, TomlAndJsonGiveTheSameValues) {
   const Scratch_Folder Scratch;
   for (const auto& [Name, Text] : {std::pair{"stage.toml", As_Toml}, {"stage.json", As_Json}}) {
     SCOPED_TRACE(Name);
-    EXPECT_THAT(rigsync::Read_Stage(Scratch.Write(Name, Text), Known),
+    EXPECT_THAT(rigsync::Read_Stage_File(Scratch.Write(Name, Text), Known),
                 UnorderedElementsAre(Pair("board", "11x8"), Pair("square", "0.03"),
                                      Pair("board-euler", "12,-20.25,8"),
                                      Pair("board-offset", "-170mm,50mm,40mm")));
   }
 }
 
-TEST(StageFile, TheEndingDecidesAndTheContentWhereThereIsNone) {
+TEST(StageFile, TheEndingOfTheNameDecidesOtherwiseTheContent) {
   const Scratch_Folder Scratch;
   const std::string Marked_Json = std::string("\xef\xbb\xbf\n") + As_Json;
   const std::string Marked_Toml = std::string("\xef\xbb\xbf") + As_Toml;
@@ -66,7 +66,7 @@ TEST(StageFile, TheEndingDecidesAndTheContentWhereThereIsNone) {
   EXPECT_THAT(Refusal(Scratch.Write("WRONG.JSON", As_Toml)), HasSubstr("not valid JSON: line 1"));
 }
 
-TEST(StageFile, WhatCannotBeReadIsToldWithFileLineAndReason) {
+TEST(StageFile, AnErrorNamesFileLineAndReason) {
   const Scratch_Folder Scratch;
   const std::vector<std::string> Cases[] = {
       {"a.toml", "board = \"11x8\"\nsquare = 30mm\n", "not valid TOML: line 2, column"},
@@ -78,12 +78,12 @@ TEST(StageFile, WhatCannotBeReadIsToldWithFileLineAndReason) {
       {"f.json", "", "not valid JSON: line 1"},
       {"g.json", "{\"square\": 1e999}", "not valid JSON: number overflow"},
       {"h.json", "[1]", "expected a JSON object"},
-      {"i.toml", "boards = \"7x5\"", "'boards' is unknown; expected board, square"},
-      {"j.toml", "[board]\ncols = 11\n", "'board' is neither a text nor a number"},
-      {"k.toml", "board = true\n", "'board' is neither"},
-      {"l.toml", "board-euler = [1, \"2\", 3]\n", "'board-euler' is neither"},
-      {"m.toml", "board = 2026-11-21\n", "'board' is neither"},
-      {"n.toml", "board-euler = [[1, 2, 3]]\n", "'board-euler' is neither"},
+      {"i.toml", "boards = \"7x5\"", "unknown key 'boards'; expected one of board, square"},
+      {"j.toml", "[board]\ncols = 11\n", "'board' must be a string, a number or a list of numbers"},
+      {"k.toml", "board = true\n", "'board' must be a string"},
+      {"l.toml", "board-euler = [1, \"2\", 3]\n", "'board-euler' must be a string"},
+      {"m.toml", "board = 2026-11-21\n", "'board' must be a string"},
+      {"n.toml", "board-euler = [[1, 2, 3]]\n", "'board-euler' must be a string"},
   };
   for (const std::vector<std::string>& Case : Cases) {
     const std::string File = Scratch.Write(Case[0], Case[1]);
@@ -103,38 +103,39 @@ std::string Block_Of_The_Page(const std::string& Language) {
   return Page.substr(Start, Page.find("```", Start) - Start);
 }
 
-TEST(StageFile, AKeyThatIsNoneIsToldInDebugBuildsToo) {
+TEST(StageFile, AMalformedKeyIsAnErrorInDebugBuildsToo) {
   const Scratch_Folder Scratch;
   EXPECT_THAT(Refusal(Scratch.Write("key.toml", "[$x]\n")),
               HasSubstr("not valid TOML: line 1, column 2"));
 }
 
-TEST(StageFile, BothExamplesOfThePageAreTakenAndSayTheSame) {
+TEST(StageFile, BothExamplesOfThePageAreReadAlike) {
   const Scratch_Folder Scratch;
   const std::vector<std::string> Keys = {"board", "square", "board-euler", "board-offset",
                                          "sensor"};
-  const rigsync::Stage Toml =
-      rigsync::Read_Stage(Scratch.Write("a.toml", Block_Of_The_Page("toml")), Keys);
-  EXPECT_EQ(Toml, rigsync::Read_Stage(Scratch.Write("a.json", Block_Of_The_Page("json")), Keys));
+  const rigsync::Stage_Settings Toml =
+      rigsync::Read_Stage_File(Scratch.Write("a.toml", Block_Of_The_Page("toml")), Keys);
+  EXPECT_EQ(Toml,
+            rigsync::Read_Stage_File(Scratch.Write("a.json", Block_Of_The_Page("json")), Keys));
   EXPECT_EQ(Toml.size(), Keys.size());
 }
 
-TEST(StageFile, AKeyThatStandsTwiceIsRefusedWithBothLines) {
+TEST(StageFile, ADuplicateKeyIsRefusedWithBothLines) {
   const Scratch_Folder Scratch;
   const std::string File = Scratch.Write("twice.json",
                                          "{\n  \"board\": \"11x8\",\n  \"square\": 0.03,\n\n"
                                          "  \"board\"\n: \"7x5\"\n}\n");
   EXPECT_EQ(Refusal(File),
-            "--config: " + File + ": line 5: 'board' stands on line 2 already; expected it once");
-  // The same letters, written another way; and all on one line behind a byte-order mark.
+            "--config: " + File + ": line 5: duplicate key 'board', first given on line 2");
+  // The same letters, written another way; and all on one line after a byte-order mark.
   EXPECT_THAT(Refusal(Scratch.Write("escaped.json", R"({"board": "7x5", "bo\u0061rd": "7x5"})")),
-              HasSubstr("line 1: 'board' stands on line 1 already"));
+              HasSubstr("line 1: duplicate key 'board', first given on line 1"));
   EXPECT_THAT(
       Refusal(Scratch.Write("marked.json", "\xef\xbb\xbf{\"square\": 1,\r\n\"square\": 1}")),
-      HasSubstr("line 2: 'square' stands on line 1 already"));
-  // Keys of something inside are no keys of the stage.
+      HasSubstr("line 2: duplicate key 'square', first given on line 1"));
+  // Keys of a nested object are not settings.
   EXPECT_THAT(Refusal(Scratch.Write("inside.json", R"({"board": {"board": 1, "square": 2}})")),
-              HasSubstr("'board' is neither"));
+              HasSubstr("'board' must be a string"));
 }
 
 TEST(StageFile, AFolderAndAMissingFileAreRefused) {
@@ -144,9 +145,9 @@ TEST(StageFile, AFolderAndAMissingFileAreRefused) {
               HasSubstr("can't be opened (No such file or directory)"));
 }
 
-TEST(StageFile, CalibrateTakesTomlAndAFlagWinsOverIt) {
+TEST(StageFile, CalibrateReadsTomlAndAFlagTakesPrecedence) {
   const Scratch_Folder Scratch;
-  // Without a capture the run ends at once, and tells its inputs all the same.
+  // Without a capture the run ends at once, but result.json still has the inputs.
   const std::string File = Scratch.Write(
       "stage.toml",
       "board = \"9x8\"\nsquare = \"30mm\"\nboard-euler = [12, -20, 8]\nboard-offset = [0, 0, 1]\n");
