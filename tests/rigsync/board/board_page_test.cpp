@@ -23,24 +23,24 @@ Paper Named_Paper(const std::string& Name) {
 }
 
 TEST(BoardPage, TheLargestSquareFitsAndOneATenthLargerDoesNot) {
-  for (const Paper& On : rigsync::Named_Papers()) {
+  for (const Paper& Sheet : rigsync::Named_Papers()) {
     for (const Board_Size Board :
          {Board_Size{11, 8}, {8, 11}, {3, 3}, {20, 4}, {4, 20}, {13, 13}}) {
-      SCOPED_TRACE(On.Name + " with " + std::to_string(Board.Cols));
-      const double Largest = rigsync::Largest_Square(Board, On);
+      SCOPED_TRACE(Sheet.Name + " with " + std::to_string(Board.Cols));
+      const double Largest = rigsync::Largest_Square(Board, Sheet);
       ASSERT_GT(Largest, 1.0);
-      EXPECT_TRUE(rigsync::Plan_Page(Board, Largest, On));
-      EXPECT_FALSE(rigsync::Plan_Page(Board, Largest + A_Tenth, On));
+      EXPECT_TRUE(rigsync::Plan_Page(Board, Largest, Sheet));
+      EXPECT_FALSE(rigsync::Plan_Page(Board, Largest + A_Tenth, Sheet));
     }
   }
 }
 
 TEST(BoardPage, BoardMarginAndStripStayOnThePaperAndApart) {
-  for (const Paper& On : rigsync::Named_Papers()) {
+  for (const Paper& Sheet : rigsync::Named_Papers()) {
     for (const Board_Size Board : {Board_Size{11, 8}, {8, 11}, {3, 3}, {20, 4}, {4, 20}}) {
-      SCOPED_TRACE(On.Name + " with " + std::to_string(Board.Cols));
-      const double Square = rigsync::Largest_Square(Board, On);
-      const rigsync::Board_Page Page = rigsync::Plan_Page(Board, Square, On).value();
+      SCOPED_TRACE(Sheet.Name + " with " + std::to_string(Board.Cols));
+      const double Square = rigsync::Largest_Square(Board, Sheet);
+      const rigsync::Board_Page Page = rigsync::Plan_Page(Board, Square, Sheet).value();
       const double Right = Page.Width - (Page.Strip_Beside ? rigsync::Strip_Depth : 0.0);
       const double Bottom = Page.Height - (Page.Strip_Beside ? 0.0 : rigsync::Strip_Depth);
       constexpr double Rounding = 1e-5;

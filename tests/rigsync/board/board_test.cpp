@@ -207,7 +207,7 @@ std::vector<cv::Mat> On_Black_Ground(const cv::Mat& Page) {
 TEST(Board, DetectionFindsTheTightestBoardOnABlackGround) {
   const Scratch_Folder Scratch;
   const fs::path Output = Scratch.Path() / "board.svg";
-  // The largest squares for these papers, of which the refusal tells.
+  // The largest squares for these papers, which the refusal names.
   for (const auto& [Board, Square, Paper] :
        {std::tuple{cv::Size(11, 8), "30.7mm", "a3"}, {cv::Size(6, 9), "26.3mm", "a4"}}) {
     SCOPED_TRACE(Counts(Board));
@@ -283,13 +283,14 @@ TEST(Board, NothingIsPrintedInTheWhiteMargin) {
     SCOPED_TRACE(Counts(Asked.Board) + " on " + Asked.Paper);
     const Finished Done = Draw(Counts(Asked.Board), Asked.Square, Asked.Paper, Output);
     const std::string Label = "white margin     ";
-    const double Told = std::stod(Done.Output.substr(Done.Output.find(Label) + Label.size()));
-    EXPECT_GE(Told + 0.05, std::max(rigsync::Printer_Edge, Asked.Square_Mm / 3.0));
+    const double Printed_Margin =
+        std::stod(Done.Output.substr(Done.Output.find(Label) + Label.size()));
+    EXPECT_GE(Printed_Margin + 0.05, std::max(rigsync::Printer_Edge, Asked.Square_Mm / 3.0));
     const std::string Picture = Rendered(Output);
     const std::vector<cv::Point2f> Corners = Found_In(Picture, Asked.Board);
     ASSERT_FALSE(Corners.empty());
     // The outer edge of the board lies a square beyond the outer inner corners.
-    const double Square = Asked.Square_Mm * Pixels_Per_Mm, Margin = Told * Pixels_Per_Mm;
+    const double Square = Asked.Square_Mm * Pixels_Per_Mm, Margin = Printed_Margin * Pixels_Per_Mm;
     const auto Near = [](double Value) { return static_cast<int>(std::lround(Value)); };
     const cv::Rect Board(
         cv::Point(Near(Corners.front().x - Square), Near(Corners.front().y - Square)),
@@ -335,29 +336,29 @@ TEST(Board, ABoardThatJustFitsIsDrawnAndAMillimetreLessOfPaperIsRefused) {
   EXPECT_FALSE(fs::exists(Output));
 }
 
-TEST(Board, ARefusalNamesTheLargestSquareAndTheSmallestPaperAndBothAreTrue) {
+TEST(Board, ARefusalNamesTheLargestSquareAndTheSmallestPaperThatFit) {
   const Scratch_Folder Scratch;
   const fs::path Output = Scratch.Path() / "board.pdf";
   const Finished Refused = Draw("11x8", "31mm", "a3", Output);
   EXPECT_EQ(Refused.Status, 2);
-  EXPECT_THAT(Refused.Said,
-              AllOf(HasSubstr("the board doesn't fit"), HasSubstr("372 x 279 mm"),
-                    HasSubstr("a3 has 420 x 297 mm"), HasSubstr("largest square for a3 is 30.7 mm"),
-                    HasSubstr("smallest paper for squares of 31 mm is a2")));
+  EXPECT_THAT(Refused.Said, AllOf(HasSubstr("the board doesn't fit"), HasSubstr("372 x 279 mm"),
+                                  HasSubstr("a3 measures 420 x 297 mm"),
+                                  HasSubstr("largest square for a3 is 30.7 mm"),
+                                  HasSubstr("smallest paper for squares of 31 mm is a2")));
   EXPECT_FALSE(fs::exists(Output));
   EXPECT_EQ(Draw("11x8", "30.7mm", "a3", Output).Status, 0);
   EXPECT_EQ(Draw("11x8", "30.8mm", "a3", Output).Status, 2);
   EXPECT_EQ(Draw("11x8", "31mm", "a2", Output).Status, 0);
   EXPECT_THAT(Draw("11x8", "28mm", "letter", Output).Said, HasSubstr("28 mm is tabloid."));
-  EXPECT_THAT(Draw("11x8", "20cm", "a4", Output).Said, HasSubstr("no paper up to a0"));
+  EXPECT_THAT(Draw("11x8", "20cm", "a4", Output).Said, HasSubstr("any paper up to a0"));
 }
 
-TEST(Board, WhatMakesABoardWorseIsWarnedOf) {
+TEST(Board, AWarningNamesWhatMakesABoardWorse) {
   const Scratch_Folder Scratch;
   const fs::path Output = Scratch.Path() / "board.svg";
   for (const char* Board : {"7x5", "8x6"}) {
     EXPECT_THAT(Draw(Board, "20mm", "a4", Output).Said,
-                HasSubstr("looks the same turned by half a turn"));
+                HasSubstr("looks the same after half a turn"));
   }
   EXPECT_EQ(Draw("8x5", "20mm", "a4", Output).Error, "");
   // A margin of exactly a square: 420 = 14 squares, and 297 less 16 leave more than 9.
@@ -372,14 +373,14 @@ TEST(Board, TheSameBoardIsTheSameFile) {
     const fs::path First = Scratch.Path() / (std::string("first") + Ending);
     const fs::path Second = Scratch.Path() / (std::string("second") + Ending);
     Require(Draw("8x5", "20mm", "a4", First));
-    // A time of day in the file would be another one by now.
+    // A creation time in the file would differ by now.
     if (First.extension() == ".pdf") std::this_thread::sleep_for(std::chrono::milliseconds(1100));
     Require(Draw("8x5", "20mm", "a4", Second));
     EXPECT_EQ(Read_Text(First), Read_Text(Second)) << Ending;
   }
 }
 
-TEST(Board, AnEarlierFileIsReplacedAndNothingElseIsLeftBehind) {
+TEST(Board, AnEarlierFileIsReplacedAndNoOtherFileIsTouched) {
   const Scratch_Folder Scratch;
   Scratch.Write("board.svg", "an earlier board");
   Scratch.Write("notes.txt", "mine");
@@ -394,11 +395,11 @@ TEST(Board, AnOutputThatCannotBecomeAFileIsRefused) {
   const Scratch_Folder Scratch;
   fs::create_directory(Scratch.Path() / "folder.svg");
   const std::pair<std::string, const char*> Cases[] = {
-      {Scratch.String() + "/none/board.svg", "a file in a folder that exists"},
+      {Scratch.String() + "/none/board.svg", "a file in an existing folder"},
       {Scratch.String() + "/board.png", "ends in .svg or .pdf"},
       {Scratch.String() + "/board", "ends in .svg or .pdf"},
       {Scratch.String() + "/.pdf", "ends in .svg or .pdf"},
-      {Scratch.String() + "/folder.svg", "a name that nothing has yet"},
+      {Scratch.String() + "/folder.svg", "a regular file or a new name"},
       {"/proc/board.svg", "can't be written"}};
   for (const auto& [Output, Why] : Cases) {
     SCOPED_TRACE(Output);
@@ -425,7 +426,7 @@ TEST(Board, TheExamplesOfTheHelpWork) {
   EXPECT_EQ(Examples, 2);
 }
 
-TEST(Board, APaperMayBeWrittenInCapitalsAndWithAnyTimesSign) {
+TEST(Board, APaperMayBeWrittenInCapitalsAndWithAnyMultiplicationSign) {
   const Scratch_Folder Scratch;
   const std::pair<const char*, const char*> Cases[] = {{"A3", "a3"},
                                                        {"Letter", "letter"},
