@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the command prints, compared word for word with texts that somebody has read: helps and other
-// fixed texts in tests/rigsync/commands/golden. After an intended change, run
+// What the command prints, compared word for word with texts that somebody has read: helps and
+// other fixed texts in tests/rigsync/commands/golden. After an intended change, run
 //
 //   RIGSYNC_REFRESH_GOLDEN=1 ctest --preset release -R Golden
 //
@@ -38,8 +38,8 @@ void Compare(const std::string& Name, const std::string& Printed) {
     return;
   }
   // Of texts with several lines, a difference is shown line by line.
-  EXPECT_EQ(Before, Printed) << "if the change is intended, " << __FILE__ << " tells how to refresh "
-                             << File;
+  EXPECT_EQ(Before, Printed) << "if the change is intended, " << __FILE__
+                             << " tells how to refresh " << File;
 }
 
 // Standard output and then standard error, of a run in a folder of its own.
