@@ -2,6 +2,7 @@
 #include "core/capture/detect_corner_and_calibrate.h"
 
 #include "core/base/error_catalog.h"
+#include "core/base/raw_data_row.h"
 #include "core/base/require_size.h"
 #include "core/base/run_log.h"
 
@@ -16,9 +17,6 @@ namespace {
 
 // The fewest usable images that a lens is solved on.
 constexpr int Useful_Image_Limit = 12;
-
-// Numbers in a row of Raw_Data_all.
-constexpr std::size_t Row_Size = 15;
 
 // Finds and refines the board in one image. Corners come in full-image pixels and in the order of
 // the board model. The two grey images and the reduced one are the caller's, so that their memory
@@ -101,16 +99,17 @@ int Keep_Usable(const std::vector<bool>& Usable, std::vector<std::string>& Image
   return Count;
 }
 
-// Image by image: path, the 15 numbers of its row, its corners.
+// Image by image: path, the numbers of its row, its corners.
 void Log_Raw_Data(const std::string& Log_Path, const std::vector<std::string>& Image_name,
                   const std::vector<std::vector<double>>& Raw_Data_all,
                   const std::vector<std::vector<cv::Point2f>>& ImageCoordinate) {
   Write_Log(Log_Path, "RAW DATA START");
   for (std::size_t i = 0; i < Image_name.size(); ++i) {
     Write_Log(Log_Path, Image_name[i]);
-    Require_Size("Raw_Data_all[" + std::to_string(i) + "]", Row_Size, Raw_Data_all[i].size());
+    Require_Size("Raw_Data_all[" + std::to_string(i) + "]", Raw_Data_Row_Size,
+                 Raw_Data_all[i].size());
     std::string Numbers;
-    for (std::size_t k = 0; k < Row_Size; ++k) {
+    for (std::size_t k = 0; k < Raw_Data_Row_Size; ++k) {
       if (k > 0) Numbers += " ";
       Numbers += std::to_string(Raw_Data_all[i][k]);
     }

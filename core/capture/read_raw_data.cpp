@@ -2,6 +2,7 @@
 #include "core/capture/read_raw_data.h"
 
 #include "core/base/error_catalog.h"
+#include "core/base/raw_data_row.h"
 #include "core/base/run_log.h"
 
 #include <cstdlib>
@@ -12,7 +13,6 @@ namespace {
 
 constexpr int Field_Count = 16;
 constexpr int Image_Field = 1;
-constexpr std::size_t Row_Size = 15;
 constexpr std::size_t List_Reserve = 5000;  // a hint; longer files are read in full
 
 }  // namespace
@@ -54,7 +54,7 @@ int Read_Raw_Data(std::string Log_Path, std::string Csv_Path, std::vector<std::s
 }
 
 int Check_Row_Size(const std::string& Log_Path, const std::vector<double>& Row) {
-  if (Row.size() != Row_Size) {
+  if (Row.size() != Raw_Data_Row_Size) {
     Write_Log(Log_Path, "Tracker data format error!");
     Write_Log(Log_Path, "Detect the tracker data size : " + std::to_string(Row.size()));
     Write_Log(Log_Path, "Error code 15 : " + Error_Text(15));

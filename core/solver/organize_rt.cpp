@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/solver/organize_rt.h"
 
+#include "core/base/raw_data_row.h"
 #include "core/base/require_size.h"
 #include "core/base/rotation_block.h"
 #include "core/base/run_log.h"
@@ -54,7 +55,6 @@ constexpr std::size_t Tc_Position = 1;
 constexpr std::size_t Tc_Quaternion = 4;
 constexpr std::size_t Tr_Position = 8;
 constexpr std::size_t Tr_Quaternion = 11;
-constexpr std::size_t Row_Size = 15;
 
 }  // namespace
 
@@ -78,7 +78,7 @@ int OrganizeRT(std::string Log_Path, std::vector<Eigen::Matrix4d>& Transform_Bas
   cv::Mat Rotation_Cam_Chart_Cv, Jacobian;
   for (std::size_t i = 0; i < Raw_Data_all.size(); ++i) {
     const std::vector<double>& Row = Raw_Data_all[i];
-    Require_Size("Raw_Data_all[" + std::to_string(i) + "]", Row_Size, Row.size());
+    Require_Size("Raw_Data_all[" + std::to_string(i) + "]", Raw_Data_Row_Size, Row.size());
 
     Eigen::Matrix4d Transform_Base_Tr;
     Tracker_To_Camera_Axes(Log_Path, Tracker_Pose(Log_Path, Row, Tr_Position, Tr_Quaternion),
