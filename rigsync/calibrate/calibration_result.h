@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What one calibration was given and what it gave: the values that reports and files are made from.
+// The inputs and the outcome of one calibration: the values that reports and files are made from.
 #ifndef RIGSYNC_CALIBRATE_CALIBRATION_RESULT_H
 #define RIGSYNC_CALIBRATE_CALIBRATION_RESULT_H
 
@@ -16,45 +16,53 @@
 
 namespace rigsync {
 
-// What a person said about the stage and the capture.
+// What the user stated about the stage and the capture.
 struct Calibration_Inputs {
   std::filesystem::path Csv;         // absolute
   std::filesystem::path Image_Root;  // absolute; relative image paths start here
   Board_Size Board;
-  double Square_Size = 0;                            // metres
-  std::array<double, 3> Board_Euler{};               // degrees
-  std::array<double, 3> Board_Offset{};              // metres
-  std::optional<std::array<double, 2>> Sensor_Size;  // millimetres
+  double Square_Size = 0;                               // metres
+  std::array<double, 3> Board_Euler_Deg{};              // the board as seen from its tracker
+  std::array<double, 3> Board_Offset{};                 // the same, metres
+  std::optional<std::array<double, 2>> Sensor_Size_Mm;  // width, height
 };
 
-// What one run gave. A vector that the library left empty is empty here and null in the file.
+// The outcome of one library run.
 struct Calibration_Result {
-  std::optional<int> Code;  // none when an exception ended the run
-  std::string Message;      // the code's meaning, or what the exception said
-  std::string Exception;    // in one line; empty without one
+  Calibration_Inputs Inputs;
+  std::vector<Capture_Image> Images;  // named by the CSV, in its order
+
+  std::optional<int> Code;  // the library's; none when an exception ended the run
+  std::string Message;      // the meaning of the code, or the exception's text in a sentence
+  std::string Exception;    // the exception's text on one line; empty without one
+
+  // The library's outputs under the names that they have in its header. One that the run did not
+  // fill is empty; the last two need Inputs.Sensor_Size_Mm.
   std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc;
   std::vector<double> FoV, Focal_Length_mm;
-  std::filesystem::path Run_Folder;  // absolute, existing; this run's own
-  std::filesystem::path Run_Log;     // empty when none was written
-  Run_Report Report;                 // what the run log tells
-  std::string Begun;                 // local time, "2022-11-17T09:05:33+0100"
-  double Seconds = 0;                // that the library worked
-  Calibration_Inputs Inputs;
-  std::vector<Capture_Image> Images;  // that the CSV names
+
+  std::filesystem::path Run_Folder;  // absolute; belongs to this run alone
+  std::filesystem::path Run_Log;     // empty when none could be written
+  Run_Report Report;                 // read from the run log
+  std::string Start_Time;            // local, "2022-11-17T09:05:33+0100"
+  double Seconds = 0;                // duration of the library's call
 };
 
-// Why, in a sentence that follows the image's name; for an outlier, from what the log tells of it.
+// Why the run dropped an image, as a phrase: "no board found". Empty for an image that it kept. The
+// limits of an outlier's position come from the report.
 std::string Drop_Reason(const Run_Report& Report, const Image_Report& Image);
 
-// The line of the CSV that image i of the run stands on, if the CSV could be read beside the run.
+// The line of the CSV that names image i of the report. None when the images of the CSV are not
+// those of the report, as with a CSV that came through a pipe.
 std::optional<std::size_t> Csv_Line(const Calibration_Result& Result, std::size_t i);
 
-// True when every number that the library gave is finite.
-bool All_Finite(const Calibration_Result& Result);
-
-// True when the result may go to an engine: its code says so, and its numbers are all finite. A
-// code alone doesn't tell, since no comparison with a limit holds for a number that isn't.
+// Whether the result may go to an engine: its code is a usable one and all its numbers are finite.
+// The code alone does not say so: NaN is above no limit.
 bool Is_Usable(const Calibration_Result& Result);
+
+// Whether the result is unusable although its code is a usable one: it holds NaN or infinite
+// numbers.
+bool Has_Misleading_Code(const Calibration_Result& Result);
 
 }  // namespace rigsync
 

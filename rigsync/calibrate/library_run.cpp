@@ -18,73 +18,72 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The process's working directory for as long as one of these lives: the library takes a relative
-// image path from there. Whatever else runs meanwhile uses absolute paths. A folder that doesn't
-// exist leaves things as they are; the CSV in it can't be opened either.
+// Sets the process's working directory, where relative image paths start for the library, during
+// its lifetime. Everything else that runs meanwhile uses absolute paths. If the folder does not
+// exist, the directory stays as it is.
 class Working_Directory {
  public:
-  explicit Working_Directory(const fs::path& Folder) : Before(fs::current_path()) {
+  explicit Working_Directory(const fs::path& Folder) : Earlier_Folder(fs::current_path()) {
     std::error_code Ignored;
     fs::current_path(Folder, Ignored);
   }
   ~Working_Directory() {
     std::error_code Ignored;
-    fs::current_path(Before, Ignored);
+    fs::current_path(Earlier_Folder, Ignored);
   }
   Working_Directory(const Working_Directory&) = delete;
   Working_Directory& operator=(const Working_Directory&) = delete;
 
  private:
-  fs::path Before;
+  fs::path Earlier_Folder;
 };
 
 int Call_Library(Calibration_Result& Result) {
   const Calibration_Inputs& Inputs = Result.Inputs;
-  const std::vector<double> Euler(Inputs.Board_Euler.begin(), Inputs.Board_Euler.end());
+  const std::vector<double> Euler(Inputs.Board_Euler_Deg.begin(), Inputs.Board_Euler_Deg.end());
   const std::vector<double> Offset(Inputs.Board_Offset.begin(), Inputs.Board_Offset.end());
-  if (Inputs.Sensor_Size) {
-    return Calibration(Inputs.Csv.string(), (*Inputs.Sensor_Size)[0], (*Inputs.Sensor_Size)[1],
-                       Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size, Euler, Offset,
-                       Result.Image_Size, Result.Norm_Fxy, Result.Norm_Cxy, Result.Distortion,
-                       Result.Transform_Cam_Tc, Result.FoV, Result.Focal_Length_mm,
-                       Result.Run_Folder.string());
+  if (Inputs.Sensor_Size_Mm) {
+    return Calibration(Inputs.Csv.string(), (*Inputs.Sensor_Size_Mm)[0],
+                       (*Inputs.Sensor_Size_Mm)[1], Inputs.Board.Cols, Inputs.Board.Rows,
+                       Inputs.Square_Size, Euler, Offset, Result.Image_Size, Result.Norm_Fxy,
+                       Result.Norm_Cxy, Result.Distortion, Result.Transform_Cam_Tc, Result.FoV,
+                       Result.Focal_Length_mm, Result.Run_Folder.string());
   }
   return Calibration(Inputs.Csv.string(), Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size,
                      Euler, Offset, Result.Image_Size, Result.Norm_Fxy, Result.Norm_Cxy,
                      Result.Distortion, Result.Transform_Cam_Tc, Result.Run_Folder.string());
 }
 
-// What a person reads who ends the run: on a line of its own, whatever stands on the terminal.
-std::string Interrupted(const Calibration_Result& Result, Progress_Kind Kind) {
+// The message for a user who interrupts the run, on a line of its own whatever the terminal shows.
+std::string Interruption_Text(const Calibration_Result& Result, Progress_Kind Kind) {
   const char* const Line_End = Kind == Progress_Kind::Line ? Line_Off : "";
   return Line_End +
          Folded(
-             "rigsync: interrupted; no result was written. How far the run came is in the run "
-             "log in",
+             "rigsync: interrupted; no result was written. The run log shows how far the run got; "
+             "it is in",
              0) +
          "  " + Result.Run_Folder.string() + "\n";
 }
 
 }  // namespace
 
-void Run_Library(Calibration_Result& Result, bool Verbose, Progress_Kind Kind) {
-  const auto Began = std::chrono::steady_clock::now();
+void Run_Library(Calibration_Result& Result, bool Is_Verbose, Progress_Kind Kind) {
+  const auto Start = std::chrono::steady_clock::now();
   {
-    const Interrupt_Text Last_Words(Interrupted(Result, Kind));
-    const Progress Shown(Result.Run_Folder, Result.Images.size(), Kind);
-    const Quiet_Output Quiet(!Verbose);
-    const Working_Directory Root(Result.Inputs.Image_Root);
+    const Interrupt_Text Interruption(Interruption_Text(Result, Kind));
+    const Progress Run_Progress(Result.Run_Folder, Result.Images.size(), Kind);
+    const Quiet_Output Quiet(!Is_Verbose);
+    const Working_Directory Image_Root(Result.Inputs.Image_Root);
     try {
       Result.Code = Call_Library(Result);
-      Result.Message = Is_Usable(*Result.Code) && !Is_Usable(Result)
-                           ? "The result holds numbers that are not finite."
-                           : Advice_For(*Result.Code).Meaning;
-    } catch (const std::exception& Thrown) {
-      Result.Exception = One_Line(Thrown.what());
+      Result.Message = Has_Misleading_Code(Result) ? "The result holds NaN or infinite numbers."
+                                                   : Advice_For(*Result.Code).Meaning;
+    } catch (const std::exception& Error) {
+      Result.Exception = One_Line(Error.what());
       Result.Message = "An exception ended the run: " + Result.Exception;
     }
   }
-  Result.Seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - Began).count();
+  Result.Seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - Start).count();
   Result.Run_Log = Run_Log_Since({}, Result.Run_Folder);
   if (!Result.Run_Log.empty()) Result.Report = Read_Run_Report(Result.Run_Log);
 }

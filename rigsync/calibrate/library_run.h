@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The one call into the library, with all that has to hold around it. Whatever else comes to judge
-// a capture gets the same inputs and stands beside this.
+// The command's one calibration call into the library: working directory, output, progress,
+// interruption and exceptions are handled here.
 #ifndef RIGSYNC_CALIBRATE_LIBRARY_RUN_H
 #define RIGSYNC_CALIBRATE_LIBRARY_RUN_H
 
@@ -10,10 +10,11 @@
 
 namespace rigsync {
 
-// Calls Calibration with the inputs, images and run folder of Result and fills what it gives: code
-// or exception text, vectors, run log and its report. The library's chatter is kept off the
-// terminal unless Verbose is true. Throws nothing that the library throws.
-void Run_Library(Calibration_Result& Result, bool Verbose, Progress_Kind Kind);
+// Calls Calibration with the inputs and the run folder of Result and fills the outcome: code or
+// exception, message, vectors, run log, report and duration. Images gives the progress its total.
+// The library's lines on standard output are suppressed unless Is_Verbose is true. An exception
+// from the library ends up in Result.
+void Run_Library(Calibration_Result& Result, bool Is_Verbose, Progress_Kind Kind);
 
 }  // namespace rigsync
 

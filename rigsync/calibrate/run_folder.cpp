@@ -22,13 +22,14 @@ namespace fs = std::filesystem;
 fs::path Make_Run_Folder(const fs::path& Out) {
   const std::string Name =
       fmt::format("run_{:%Y-%m-%d-%H.%M.%S}", fmt::localtime(std::time(nullptr)));
-  constexpr int Most_In_A_Second = 1000;
-  for (int Number = 1; Number <= Most_In_A_Second; ++Number) {
+  constexpr int Most_Runs_In_A_Second = 1000;
+  for (int Number = 1; Number <= Most_Runs_In_A_Second; ++Number) {
     const fs::path Folder = Out / (Number == 1 ? Name : fmt::format("{}_{}", Name, Number));
-    // False for a folder that is there already: creating one is what tells two runs apart.
+    // Returns false when the folder exists, so that of two runs only one gets it.
     if (fs::create_directory(Folder)) return Folder;
   }
-  throw std::runtime_error(fmt::format("{} has too many folders {}", Out.string(), Name));
+  throw std::runtime_error(
+      fmt::format("{} already has too many folders named {}", Out.string(), Name));
 }
 
 }  // namespace rigsync

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where a run's files go. Each run has a folder of its own inside the output folder, so that two
-// runs, one after the other or at once, never touch each other's log, images or result:
+// The folder of a run's files. Each run has one of its own inside the output folder, so that two
+// runs, successive or simultaneous, never touch each other's log, images or result:
 //
-//   OUT/result.json                       the newest run that came to an end
+//   OUT/result.json                       the newest run that ended
 //   OUT/run_2022-11-17-09.05.33/          one run: run log, reprojection images, result.json
 #ifndef RIGSYNC_CALIBRATE_RUN_FOLDER_H
 #define RIGSYNC_CALIBRATE_RUN_FOLDER_H
@@ -14,8 +14,8 @@
 
 namespace rigsync {
 
-// Creates a folder inside Out that no other run has, named after the local time; a second run of
-// the same second gets "_2" behind it. Throws std::runtime_error when none can be made.
+// Creates a folder inside Out that no other run has, named by the local time; the name of a second
+// run in the same second ends with "_2". Throws std::runtime_error when none can be created.
 std::filesystem::path Make_Run_Folder(const std::filesystem::path& Out);
 
 }  // namespace rigsync

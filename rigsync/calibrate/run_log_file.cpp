@@ -28,11 +28,12 @@ Run_Logs List_Run_Logs(const std::filesystem::path& Folder) {
   return Logs;
 }
 
-std::filesystem::path Run_Log_Since(const Run_Logs& Before, const std::filesystem::path& Folder) {
+std::filesystem::path Run_Log_Since(const Run_Logs& Earlier_Logs,
+                                    const std::filesystem::path& Folder) {
   std::filesystem::path Latest;
   for (const auto& [Name, Size] : List_Run_Logs(Folder)) {
-    const auto Known = Before.find(Name);
-    if (Known == Before.end() || Known->second != Size) Latest = Folder / Name;
+    const auto Known = Earlier_Logs.find(Name);
+    if (Known == Earlier_Logs.end() || Known->second != Size) Latest = Folder / Name;
   }
   return Latest;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which run log a call has written. The library names it by the second at which the call began and
-// doesn't tell the name.
+// Finds the run log that a call of the library wrote. The library names it by the second in which
+// the call began and does not return the name.
 #ifndef RIGSYNC_CALIBRATE_RUN_LOG_FILE_H
 #define RIGSYNC_CALIBRATE_RUN_LOG_FILE_H
 
@@ -12,14 +12,15 @@
 
 namespace rigsync {
 
-// The run logs of a folder, file name to size.
+// The run logs of a folder: file sizes by file name.
 using Run_Logs = std::map<std::string, std::uintmax_t>;
 
 Run_Logs List_Run_Logs(const std::filesystem::path& Folder);
 
-// The run log in Folder that is new or has grown since Before was listed: the latest by name,
-// should there be more. The empty path when there is none.
-std::filesystem::path Run_Log_Since(const Run_Logs& Before, const std::filesystem::path& Folder);
+// The run log in Folder that is new or has grown since Earlier_Logs were listed; the latest by name
+// if there are several, the empty path if there is none.
+std::filesystem::path Run_Log_Since(const Run_Logs& Earlier_Logs,
+                                    const std::filesystem::path& Folder);
 
 }  // namespace rigsync
 

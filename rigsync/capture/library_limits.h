@@ -39,7 +39,7 @@ constexpr double Usable_Spread_Mm = 15.0;
 constexpr double Good_Reprojection_Px = 12.0;
 constexpr double Usable_Reprojection_Px = 18.0;
 
-// The image height that the reprojection limits are meant for.
+// The image height for which the reprojection limits are stated.
 constexpr double Reference_Height_Px = 1080.0;
 
 }  // namespace rigsync::library_limits

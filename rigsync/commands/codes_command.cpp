@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync codes': the catalog of result codes, a line each, or one of them with its advice.
+// 'rigsync codes': lists the result codes with their meanings, or prints the advice for one code.
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
@@ -18,8 +18,8 @@ namespace rigsync {
 namespace {
 
 constexpr const char* Footer =
-    R"('rigsync calibrate' and 'rigsync export' exit with these codes, and the last
-"Error code" line of a run log names one.
+    R"('rigsync calibrate' and 'rigsync export' exit with these codes. The last
+"Error code" line of a run log names one too.
 
 Exit status: 0, 2 for wrong usage.
 
@@ -28,12 +28,13 @@ Example:
   rigsync codes 14
   rigsync codes 14 --json)";
 
-struct Typed {
+// The command line as typed.
+struct Codes_Arguments {
   std::optional<std::string> Code;
-  bool Json = false;
+  bool Prints_Json = false;
 };
 
-// The command line holds one of the codes.
+// The command line has checked that Text is one of the codes.
 const Code_Advice& Code_Named(const std::string& Text) {
   const auto Is_Named = [&](const Code_Advice& Advice) {
     return std::to_string(Advice.Code) == Text;
@@ -41,19 +42,19 @@ const Code_Advice& Code_Named(const std::string& Text) {
   return *std::find_if(All_Codes().begin(), All_Codes().end(), Is_Named);
 }
 
-Style Style_Of(const Code_Advice& Advice) {
+Style Code_Style(const Code_Advice& Advice) {
   if (Advice.Code == 0) return Style::Good;
-  return Is_Usable(Advice.Code) ? Style::Warning : Style::Bad;
+  return Is_Usable_Code(Advice.Code) ? Style::Warning : Style::Bad;
 }
 
-void Print_All(bool Colour) {
+void Print_List(bool Colour) {
   constexpr std::size_t Text_Column = 5;
   for (const Code_Advice& Advice : All_Codes()) {
     const std::string Text = Folded(Advice.Meaning, Text_Column);
-    fmt::print("{}{}", Painted(Style_Of(Advice), fmt::format("{:>3}", Advice.Code), Colour),
+    fmt::print("{}{}", Painted(Code_Style(Advice), fmt::format("{:>3}", Advice.Code), Colour),
                Text.substr(3));
   }
-  fmt::print("\n'rigsync codes CODE' tells what each comes from and what to do next.\n");
+  fmt::print("\n'rigsync codes CODE' prints the likely causes of a code and what to do next.\n");
 }
 
 void Print_Heading(const char* Text, bool Colour) {
@@ -61,11 +62,11 @@ void Print_Heading(const char* Text, bool Colour) {
 }
 
 void Print_One(const Code_Advice& Advice, bool Colour) {
-  const std::string First = fmt::format("Code {}. {}", Advice.Code, Advice.Meaning);
-  fmt::print("{}", Painted_Lines(Style_Of(Advice), Folded(First, 0), Colour));
+  const std::string Verdict = fmt::format("Code {}. {}", Advice.Code, Advice.Meaning);
+  fmt::print("{}", Painted_Lines(Code_Style(Advice), Folded(Verdict, 0), Colour));
   Print_Heading("On the stage", Colour);
   fmt::print("{}", Folded(Advice.On_Stage, 2));
-  Print_Heading(Advice.Causes.size() > 1 ? "Likely causes, the most likely first" : "Likely cause",
+  Print_Heading(Advice.Causes.size() > 1 ? "Likely causes, most likely first" : "Likely cause",
                 Colour);
   for (const std::string& Cause : Advice.Causes) {
     fmt::print("  - {}", Folded(Cause, 4).substr(4));
@@ -74,21 +75,21 @@ void Print_One(const Code_Advice& Advice, bool Colour) {
   fmt::print("{}", Folded(Advice.Next_Step, 2));
 }
 
-int Print_Codes(const Typed& Given) {
+int Print_Codes(const Codes_Arguments& Arguments) {
   const bool Colour = Colour_On(stdout);
-  if (Given.Code) {
-    const Code_Advice& Advice = Code_Named(*Given.Code);
-    if (Given.Json) {
+  if (Arguments.Code) {
+    const Code_Advice& Advice = Code_Named(*Arguments.Code);
+    if (Arguments.Prints_Json) {
       Print(Code_Json(Advice));
     } else {
       Print_One(Advice, Colour);
     }
     return Exit_Success;
   }
-  if (Given.Json) {
+  if (Arguments.Prints_Json) {
     Print(All_Codes_Json());
   } else {
-    Print_All(Colour);
+    Print_List(Colour);
   }
   return Exit_Success;
 }
@@ -97,18 +98,18 @@ int Print_Codes(const Typed& Given) {
 
 void Add_Codes_Command(Command_Line& Line) {
   CLI::App* Command = Line.Program.add_subcommand(
-      "codes", "Tell what a result code means, and what to do about it.");
-  const auto Given = std::make_shared<Typed>();
+      "codes", "Explain what a result code means and what to do about it.");
+  const auto Arguments = std::make_shared<Codes_Arguments>();
   std::vector<std::string> Codes;
   for (const Code_Advice& Advice : All_Codes()) Codes.push_back(std::to_string(Advice.Code));
   Require_Choice(
-      Line,
-      Command->add_option("CODE", Given->Code, "the code to tell of (default: a list of all)"),
+      Line, Command->add_option("CODE", Arguments->Code, "the code to explain (default: list all)"),
       Codes);
-  Command->add_flag("--json", Given->Json, "print JSON");
+  Command->add_flag("--json", Arguments->Prints_Json, "print JSON");
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Line, Given] { Line.Action = [Given] { return Print_Codes(*Given); }; });
+  Command->callback(
+      [&Line, Arguments] { Line.Action = [Arguments] { return Print_Codes(*Arguments); }; });
 }
 
 }  // namespace rigsync

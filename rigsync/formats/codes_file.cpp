@@ -9,10 +9,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json Json_Of(const Code_Advice& Advice) {
+Json Advice_Object(const Code_Advice& Advice) {
   Json Entry;
   Entry["code"] = Advice.Code;
-  Entry["usable"] = Is_Usable(Advice.Code);
+  Entry["usable"] = Is_Usable_Code(Advice.Code);
   Entry["meaning"] = Advice.Meaning;
   Entry["on_stage"] = Advice.On_Stage;
   Entry["causes"] = Advice.Causes;
@@ -23,12 +23,12 @@ Json Json_Of(const Code_Advice& Advice) {
 }  // namespace
 
 std::string Code_Json(const Code_Advice& Advice) {
-  return Json_Of(Advice).dump(2) + "\n";
+  return Advice_Object(Advice).dump(2) + "\n";
 }
 
 std::string All_Codes_Json() {
   Json List = Json::array();
-  for (const Code_Advice& Advice : All_Codes()) List.push_back(Json_Of(Advice));
+  for (const Code_Advice& Advice : All_Codes()) List.push_back(Advice_Object(Advice));
   return List.dump(2) + "\n";
 }
 

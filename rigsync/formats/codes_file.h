@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What 'rigsync codes --json' prints; docs/codes.schema.json holds its form.
+// The output of 'rigsync codes --json'; docs/codes.schema.json is its schema.
 #ifndef RIGSYNC_FORMATS_CODES_FILE_H
 #define RIGSYNC_FORMATS_CODES_FILE_H
 
@@ -13,7 +13,7 @@ namespace rigsync {
 // One code as an object.
 std::string Code_Json(const Code_Advice& Advice);
 
-// All codes as a list, ascending.
+// All codes as a list in ascending order.
 std::string All_Codes_Json();
 
 }  // namespace rigsync

@@ -15,10 +15,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Each call hands the library fresh vectors: it appends to what it is given.
-Exported Call_UE4(const Calibration_Result& Result, const std::string& Out) {
+// The library appends to the vectors that it is passed, so each call passes new ones.
+Engine_Export Export_To_UE4(const Calibration_Result& Result, const std::string& Log_Folder) {
   std::vector<double> Rotation, Location;
-  const int Code = CamAxisToUE4(Result.Transform_Cam_Tc, Rotation, Location, Out);
+  const int Code = CamAxisToUE4(Result.Transform_Cam_Tc, Rotation, Location, Log_Folder);
   return {Code,
           {{"Location", "location_cm", "cm", {"X", "Y", "Z"}, Location},
            {"Rotation", "rotation_deg", "deg", {"Roll", "Pitch", "Yaw"}, Rotation}}};
@@ -27,26 +27,29 @@ Exported Call_UE4(const Calibration_Result& Result, const std::string& Out) {
 using UE5_Call = int (*)(std::vector<double>, std::vector<double>&, std::vector<double>&,
                          std::string);
 
-Exported Call_UE5_Form(UE5_Call Call, const Calibration_Result& Result, const std::string& Out) {
+// Both Unreal Engine 5 exports have the same fields.
+Engine_Export Export_Quaternion(UE5_Call Call, const Calibration_Result& Result,
+                                const std::string& Log_Folder) {
   std::vector<double> Quaternion, Location;
-  const int Code = Call(Result.Transform_Cam_Tc, Quaternion, Location, Out);
+  const int Code = Call(Result.Transform_Cam_Tc, Quaternion, Location, Log_Folder);
   return {Code,
           {{"Location", "location_cm", "cm", {"X", "Y", "Z"}, Location},
            {"Quaternion", "quaternion", "", {"X", "Y", "Z", "W"}, Quaternion}}};
 }
 
-Exported Call_UE5(const Calibration_Result& Result, const std::string& Out) {
-  return Call_UE5_Form(CamAxisToUE5, Result, Out);
+Engine_Export Export_To_UE5(const Calibration_Result& Result, const std::string& Log_Folder) {
+  return Export_Quaternion(CamAxisToUE5, Result, Log_Folder);
 }
 
-Exported Call_UE5_ExportxN(const Calibration_Result& Result, const std::string& Out) {
-  return Call_UE5_Form(CamAxisToUE5_ExportxN, Result, Out);
+Engine_Export Export_To_UE5_ExportxN(const Calibration_Result& Result,
+                                     const std::string& Log_Folder) {
+  return Export_Quaternion(CamAxisToUE5_ExportxN, Result, Log_Folder);
 }
 
-Exported Call_Aximmetry(const Calibration_Result& Result, const std::string& Out) {
+Engine_Export Export_To_Aximmetry(const Calibration_Result& Result, const std::string& Log_Folder) {
   std::vector<double> FoV, Centre_Shift, Rotation, Position;
   const int Code = CamAxisToAximmetry(Result.Norm_Fxy, Result.Norm_Cxy, Result.Transform_Cam_Tc,
-                                      FoV, Centre_Shift, Rotation, Position, Out);
+                                      FoV, Centre_Shift, Rotation, Position, Log_Folder);
   return {Code,
           {{"Position", "position_cm", "cm", {"X", "Y", "Z"}, Position},
            {"Rotation", "rotation_deg", "deg", {"X", "Y", "Z"}, Rotation},
@@ -59,19 +62,19 @@ Exported Call_Aximmetry(const Calibration_Result& Result, const std::string& Out
 const std::vector<Engine>& Engines() {
   static const std::vector<Engine> All = {
       {"ue4", "Unreal Engine 4", "camera axes: x along its view, y right, z up; left-handed",
-       Call_UE4},
+       Export_To_UE4},
       {"ue5", "Unreal Engine 5", "camera axes: x right, y down, z along its view; right-handed",
-       Call_UE5},
+       Export_To_UE5},
       {"ue5-xn", "Unreal Engine 5, ExportxN axes",
-       "camera axes: x up, y along its view, z left; right-handed", Call_UE5_ExportxN},
+       "camera axes: x up, y along its view, z left; right-handed", Export_To_UE5_ExportxN},
       {"aximmetry", "Aximmetry", "camera axes: x right, y up, z along its view; left-handed",
-       Call_Aximmetry},
+       Export_To_Aximmetry},
   };
   return All;
 }
 
-bool All_Finite(const Exported& Result) {
-  for (const Field_Group& Group : Result.Groups) {
+bool Is_Finite(const Engine_Export& Export) {
+  for (const Field_Group& Group : Export.Groups) {
     for (const double Value : Group.Values) {
       if (!std::isfinite(Value)) return false;
     }
@@ -79,15 +82,15 @@ bool All_Finite(const Exported& Result) {
   return true;
 }
 
-std::string Export_Json(const Engine& To, const Exported& Result, bool Usable,
+std::string Export_Json(const Engine& Target, const Engine_Export& Export, bool Usable,
                         const std::filesystem::path& Run_Log) {
   Json Root;
-  Root["engine"] = To.Name;
-  Root["code"] = Result.Code;
+  Root["engine"] = Target.Name;
+  Root["code"] = Export.Code;
   Root["usable"] = Usable;
-  Root["message"] = Result.Code == 0 ? "Exported." : Advice_For(Result.Code).Meaning;
-  for (const Field_Group& Group : Result.Groups) {
-    Json& Values = Root[Group.Key];  // null until something is put in
+  Root["message"] = Export.Code == 0 ? "Exported." : Advice_For(Export.Code).Meaning;
+  for (const Field_Group& Group : Export.Groups) {
+    Json& Values = Root[Group.Key];  // null until a value is added
     for (std::size_t i = 0; i < Group.Values.size(); ++i) {
       Values[Lower_Case(Group.Names[i])] = Group.Values[i];
     }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A solved mount as the fields of a render engine: which engines there are, the library's call for
-// each, and the numbers under the names that the engine's fields have.
+// A solved mount as the fields of a render engine: the supported engines, the library's export call
+// for each, and the exported numbers under the names of the engine's fields. docs/engines.md
+// describes axes and units.
 #ifndef RIGSYNC_FORMATS_ENGINE_FIELDS_H
 #define RIGSYNC_FORMATS_ENGINE_FIELDS_H
 
@@ -13,36 +14,39 @@
 
 namespace rigsync {
 
-// Some of an engine's fields that belong together, in the engine's order.
+// Fields of an engine that belong together, such as the three of a location, in the engine's order.
 struct Field_Group {
-  std::string Label;  // on the terminal
-  std::string Key;    // in JSON, with the unit in the name
-  std::string Unit;
-  std::vector<std::string> Names;
-  std::vector<double> Values;
+  std::string Label;               // on the terminal
+  std::string Key;                 // in JSON, with the unit in its name
+  std::string Unit;                // on the terminal; empty for numbers without one
+  std::vector<std::string> Names;  // of the fields
+  std::vector<double> Values;      // one for each name; empty when the export failed
 };
 
-struct Exported {
-  int Code = 0;
+// What one export call of the library returned.
+struct Engine_Export {
+  int Code = 0;  // the library's: 0, or 3 for gimbal lock
   std::vector<Field_Group> Groups;
 };
 
 struct Engine {
-  std::string Name;
-  std::string Title;
-  std::string Axes;  // of the camera in the exported pose
-  Exported (*Call)(const Calibration_Result& Result, const std::string& Out);
+  std::string Name;   // the value of --to
+  std::string Title;  // the full name
+  std::string Axes;   // the camera's axes in the exported pose
+  // Exports the lens and mount of Result. The library writes its run log into Log_Folder.
+  Engine_Export (*Export)(const Calibration_Result& Result, const std::string& Log_Folder);
 };
 
-// All engines, in the order in which people are told of them.
+// All engines, in the order in which they are listed for the user.
 const std::vector<Engine>& Engines();
 
-bool All_Finite(const Exported& Result);
+// Whether all exported numbers are finite. A singular transform gives NaN values with code 0.
+bool Is_Finite(const Engine_Export& Export);
 
-// Numbers with as many digits as it takes to read the same double back; null where one isn't
-// finite, or where the library gave none. "code" is that of the export: Usable tells whether the
-// calibration was good too.
-std::string Export_Json(const Engine& To, const Exported& Result, bool Usable,
+// The export as a JSON object. Numbers have as many digits as it takes to read the same double
+// back, and are null where they are not finite; a group is null when the export failed. "code" is
+// the code of the export, "usable" is Usable: whether the calibration was good too.
+std::string Export_Json(const Engine& Target, const Engine_Export& Export, bool Usable,
                         const std::filesystem::path& Run_Log);
 
 }  // namespace rigsync

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/formats/result_file.h"
 
-#include "rigsync/calibrate/codes.h"
+#include "rigsync/capture/library_limits.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
@@ -26,13 +26,18 @@ using Json = nlohmann::ordered_json;
 constexpr const char* Format_Name = "rigsync-result";
 constexpr int Format_Version = 1;
 
-// Numbers print with as many digits as it takes to read the same double back. The writer turns a
-// number that isn't finite into null.
+// The JSON library writes as many digits as it takes to read the same double back, and null for a
+// number that is not finite.
 Json Numbers_Or_Null(const std::vector<double>& Values) {
   return Values.empty() ? Json(nullptr) : Json(Values);
 }
 
-Json Lens_Of(const Calibration_Result& Result) {
+template <typename Value>
+Json Value_Or_Null(const std::optional<Value>& Optional) {
+  return Optional ? Json(*Optional) : Json(nullptr);
+}
+
+Json Lens_Json(const Calibration_Result& Result) {
   Json Lens;
   Lens["image_size"] = Numbers_Or_Null(Result.Image_Size);
   Lens["norm_fxy"] = Numbers_Or_Null(Result.Norm_Fxy);
@@ -44,41 +49,38 @@ Json Lens_Of(const Calibration_Result& Result) {
   return Lens;
 }
 
-Json Inputs_Of(const Calibration_Inputs& Inputs) {
-  Json Given;
-  Given["csv"] = Plain_Path(Inputs.Csv).string();
-  Given["image_root"] = Plain_Path(Inputs.Image_Root).string();
-  Given["board"] = {Inputs.Board.Cols, Inputs.Board.Rows};
-  Given["square_m"] = Inputs.Square_Size;
-  Given["board_euler_deg"] = Inputs.Board_Euler;
-  Given["board_offset_m"] = Inputs.Board_Offset;
-  Given["sensor_mm"] = Inputs.Sensor_Size ? Json(*Inputs.Sensor_Size) : Json(nullptr);
-  return Given;
-}
-
-template <typename Value>
-Json Value_Or_Null(const std::optional<Value>& Given) {
-  return Given ? Json(*Given) : Json(nullptr);
+Json Inputs_Json(const Calibration_Inputs& Inputs) {
+  Json Object;
+  Object["csv"] = Plain_Path(Inputs.Csv).string();
+  Object["image_root"] = Plain_Path(Inputs.Image_Root).string();
+  Object["board"] = {Inputs.Board.Cols, Inputs.Board.Rows};
+  Object["square_m"] = Inputs.Square_Size;
+  Object["board_euler_deg"] = Inputs.Board_Euler_Deg;
+  Object["board_offset_m"] = Inputs.Board_Offset;
+  Object["sensor_mm"] = Value_Or_Null(Inputs.Sensor_Size_Mm);
+  return Object;
 }
 
 Json Path_Or_Null(const std::filesystem::path& Path) {
   return Path.empty() ? Json(nullptr) : Json(Path.string());
 }
 
-Json Quality_Of(const Run_Report& Report) {
+Json Quality_Json(const Run_Report& Report) {
   Json Quality;
   Quality["lens_rms_px"] = Value_Or_Null(Report.Lens_Rms_Px);
   Quality["first_reprojection_px"] = Value_Or_Null(Report.First_Reprojection_Px);
   Quality["reprojection_px"] = Value_Or_Null(Report.Reprojection_Px);
   Quality["reprojection_1080p_px"] =
-      Report.Norm_Reprojection ? Json(*Report.Norm_Reprojection * 1080.0) : Json(nullptr);
+      Report.Norm_Reprojection
+          ? Json(*Report.Norm_Reprojection * library_limits::Reference_Height_Px)
+          : Json(nullptr);
   Quality["spread_m"] = Value_Or_Null(Report.Spread_M);
   Quality["max_spread_m"] = Value_Or_Null(Report.Max_Spread_M);
   return Quality;
 }
 
-// Where a run dropped an image, in one word: "reading", "board", "outliers".
-std::string Stage_Name(Image_Fate Fate) {
+// Which part of the run dropped an image: the values of the key "stage".
+std::string Drop_Stage(Image_Fate Fate) {
   switch (Fate) {
     case Image_Fate::Unreadable:
       return "reading";
@@ -93,7 +95,7 @@ std::string Stage_Name(Image_Fate Fate) {
   return "";
 }
 
-Json Images_Of(const Calibration_Result& Result) {
+Json Images_Json(const Calibration_Result& Result) {
   const Run_Report& Report = Result.Report;
   Json Kept = Json::array(), Dropped = Json::array(), Unknown = Json::array();
   for (std::size_t i = 0; i < Report.Images.size(); ++i) {
@@ -102,7 +104,7 @@ Json Images_Of(const Calibration_Result& Result) {
     Entry["image"] = Image.Name;
     Entry["line"] = Value_Or_Null(Csv_Line(Result, i));
     if (Image.Fate != Image_Fate::Kept && Image.Fate != Image_Fate::Unknown) {
-      Entry["stage"] = Stage_Name(Image.Fate);
+      Entry["stage"] = Drop_Stage(Image.Fate);
       Entry["reason"] = Drop_Reason(Report, Image);
     }
     Entry["axis_difference_deg"] = Value_Or_Null(Image.Axis_Difference_Deg);
@@ -120,7 +122,7 @@ Json Images_Of(const Calibration_Result& Result) {
   return Images;
 }
 
-Json Versions_Of(const Calibration_Result& Result) {
+Json Versions_Json(const Calibration_Result& Result) {
   Json Versions;
   Versions["rigsync"] = Command_Version;
   Versions["rigsync_core"] =
@@ -131,7 +133,7 @@ Json Versions_Of(const Calibration_Result& Result) {
   return Versions;
 }
 
-std::string Text_Of(const Calibration_Result& Result) {
+std::string Result_Json(const Calibration_Result& Result) {
   Json File;
   File["format"] = Format_Name;
   File["format_version"] = Format_Version;
@@ -139,47 +141,47 @@ std::string Text_Of(const Calibration_Result& Result) {
   File["usable"] = Is_Usable(Result);
   File["message"] = Result.Message;
   File["version"] = Command_Version;
-  File["versions"] = Versions_Of(Result);
-  File["begun"] = Result.Begun;
+  File["versions"] = Versions_Json(Result);
+  File["begun"] = Result.Start_Time;
   File["seconds"] = Result.Seconds;
-  File["lens"] = Lens_Of(Result);
+  File["lens"] = Lens_Json(Result);
   File["transform_cam_tc"] = Numbers_Or_Null(Result.Transform_Cam_Tc);
-  File["quality"] = Quality_Of(Result.Report);
-  File["images"] = Images_Of(Result);
+  File["quality"] = Quality_Json(Result.Report);
+  File["images"] = Images_Json(Result);
   File["run_folder"] = Path_Or_Null(Result.Run_Folder);
   File["run_log"] = Path_Or_Null(Result.Run_Log);
-  File["inputs"] = Inputs_Of(Result.Inputs);
-  // Paths may hold bytes that are no UTF-8; they are replaced, so that the file always is.
+  File["inputs"] = Inputs_Json(Result.Inputs);
+  // Bytes of a path that are not UTF-8 are replaced, so that the file is always valid.
   return File.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-[[noreturn]] void Refuse_File(const std::filesystem::path& File, const std::string& Why) {
+[[noreturn]] void Refuse_File(const std::filesystem::path& File, const std::string& Reason) {
   throw Usage_Error(fmt::format("{}: {}; expected a result.json that 'rigsync calibrate' wrote",
-                                File.string(), Why));
+                                File.string(), Reason));
 }
 
-// The writer's null inside a list.
+// For a null inside a list, which the writer puts there for a number that is not finite.
 [[noreturn]] void Refuse_Not_Finite(const std::filesystem::path& File, const char* Key) {
-  throw Usage_Error(
-      fmt::format("{}: '{}' isn't finite, so there is nothing to use. Probably a tracker value in "
-                  "the CSV is no "
-                  "number (nan): 'rigsync inspect' names its line. Take it out and calibrate again",
-                  File.string(), Key));
+  throw Usage_Error(fmt::format(
+      "{}: '{}' has NaN or infinite values, so the result cannot be used. The probable "
+      "cause is a NaN tracker value in the CSV: 'rigsync inspect' names its line. Remove "
+      "that line and calibrate again",
+      File.string(), Key));
 }
 
 std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Parent,
                                const char* Key, std::size_t Size) {
-  const auto Found = Parent.find(Key);
-  if (Found == Parent.end()) Refuse_File(File, fmt::format("'{}' is missing", Key));
-  if (Found->is_null()) return {};
-  if (!Found->is_array() || Found->size() != Size) {
-    Refuse_File(File, fmt::format("'{}' isn't a list of {} numbers", Key, Size));
+  const auto List = Parent.find(Key);
+  if (List == Parent.end()) Refuse_File(File, fmt::format("'{}' is missing", Key));
+  if (List->is_null()) return {};
+  if (!List->is_array() || List->size() != Size) {
+    Refuse_File(File, fmt::format("'{}' is not a list of {} numbers", Key, Size));
   }
   std::vector<double> Values;
-  for (const Json& Element : *Found) {
+  for (const Json& Element : *List) {
     if (Element.is_null()) Refuse_Not_Finite(File, Key);
     if (!Element.is_number()) {
-      Refuse_File(File, fmt::format("'{}' holds an element that isn't a number", Key));
+      Refuse_File(File, fmt::format("'{}' has an element that is not a number", Key));
     }
     Values.push_back(Element.get<double>());
   }
@@ -189,7 +191,7 @@ std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Pa
 }  // namespace
 
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result) {
-  Write_Whole(Folder / "result.json", Text_Of(Result));
+  Write_Whole(Folder / "result.json", Result_Json(Result));
 }
 
 Calibration_Result Read_Result(const std::filesystem::path& File) {
@@ -201,16 +203,16 @@ Calibration_Result Read_Result(const std::filesystem::path& File) {
   }
   const Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
   if (!Root.is_object() || Root.value("format", Json()) != Format_Name) {
-    Refuse_File(File, "not a result file");
+    Refuse_File(File, "is not a result file");
   }
   if (Root.value("format_version", Json()) != Format_Version) {
-    Refuse_File(File, "written by another version of the command");
+    Refuse_File(File, "was written by another version of the command");
   }
   Calibration_Result Result;
   const Json Code = Root.value("code", Json());
   if (Code.is_number_integer()) {
     Result.Code = Code.get<int>();
-    // A longer number would be cut to another code, to 0 for one.
+    // A number beyond the range of int would become another code, possibly 0.
     if (Code != *Result.Code) Refuse_File(File, fmt::format("'code' is {}", Code.dump()));
   }
   const Json Message = Root.value("message", Json());

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// result.json: what one calibration gave, for people's scripts and for 'rigsync export'.
-// docs/result-file.md describes the format.
+// result.json: the result of one calibration, for scripts and for 'rigsync export' and 'rigsync
+// compare'. docs/result-file.md describes the format.
 #ifndef RIGSYNC_FORMATS_RESULT_FILE_H
 #define RIGSYNC_FORMATS_RESULT_FILE_H
 
@@ -11,13 +11,13 @@
 
 namespace rigsync {
 
-// Writes Folder/result.json whole or not at all: into a file beside it, which then takes its name.
-// A number that isn't finite becomes null. Throws std::runtime_error when it can't be written.
+// Writes Folder/result.json completely or not at all. A number that is not finite becomes null.
+// Throws std::runtime_error when the file can't be written.
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result);
 
-// Reads code, message, lens and transform back, digit for digit. What is null there is empty here.
-// A vector with an element that is null, which stands for a number that isn't finite, is refused
-// with the probable cause; so is a file of another format. The Usage_Error names the file.
+// Reads code, message, lens and transform back, digit for digit; the rest of the result is left
+// empty. A vector that is null in the file is empty. Throws Usage_Error, which names the file, for
+// any other file, and for a vector with a null element, since that is a number that is not finite.
 Calibration_Result Read_Result(const std::filesystem::path& File);
 
 }  // namespace rigsync

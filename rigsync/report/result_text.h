@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A run's result as a person reads it: the verdict and what to do next, how well it fits, which
-// images were dropped and why, lens, mount, and where the files are.
+// The result of a run as text for the terminal: the verdict and what to do next, the quality of the
+// fit, which images were dropped and why, lens, mount, and the paths of the files.
 #ifndef RIGSYNC_REPORT_RESULT_TEXT_H
 #define RIGSYNC_REPORT_RESULT_TEXT_H
 
@@ -13,11 +13,12 @@
 
 namespace rigsync {
 
-// For a run that returned a code. Reprojections are the reprojection images that it wrote, Latest
-// is the newest result's file. Readable at 80 columns, but for paths; coloured when Colour is true.
+// For a run that returned a code. Reprojections are the paths of the reprojection images that it
+// wrote, Result_File is the path of the newest result. Lines have at most 80 columns, except those
+// with paths. The text is coloured if Colour is true.
 std::string Result_Text(const Calibration_Result& Result,
                         const std::vector<std::filesystem::path>& Reprojections,
-                        const std::filesystem::path& Latest, bool Colour);
+                        const std::filesystem::path& Result_File, bool Colour);
 
 }  // namespace rigsync
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Flat transforms (16 numbers, row by row) as people read them, and how far two of them are apart.
+// Flat transforms (16 numbers, row by row) as text.
 #ifndef RIGSYNC_REPORT_TRANSFORM_TEXT_H
 #define RIGSYNC_REPORT_TRANSFORM_TEXT_H
 
@@ -10,7 +10,7 @@
 namespace rigsync {
 
 // Row r (0 to 3) of a flat transform: rotation and, in the last column, translation in metres.
-std::string Row_Text(const std::vector<double>& Transform, int r);
+std::string Transform_Row_Text(const std::vector<double>& Transform, int r);
 
 }  // namespace rigsync
 

@@ -13,7 +13,7 @@
 
 namespace {
 
-// A code is the number that stands in the file. One that no int holds may not be cut to another.
+// The code is the number in the file. One beyond the range of int must not be cut to another.
 void Check_Code(const rigsync::Calibration_Result& Read, const std::string& Text) {
   const nlohmann::json Root = nlohmann::json::parse(Text, nullptr, /*allow_exceptions=*/false);
   const nlohmann::json Code = Root.value("code", nlohmann::json());
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size
   static const Fuzz_Folder Folder;
   Bytes Input(Data, Size);
   const std::string Text = Input.Take_Rest();
-  const std::filesystem::path File = Folder.Write("given.json", Text);
+  const std::filesystem::path File = Folder.Write("input.json", Text);
   rigsync::Calibration_Result Read;
   try {
     Read = rigsync::Read_Result(File);

@@ -3,7 +3,7 @@
 // Any file names and sizes in a folder: the list of run logs holds those of the run log's form and
 // nothing else, and the log since an earlier list is the last by name that is new or has grown.
 //
-// Input: a first byte, then entries: a byte that tells whether the file exists from the start, how
+// Input: a first byte, then entries: a byte for whether the file exists from the start, how
 // much it grows and how long its name is, and the name.
 #include "rigsync/calibrate/run_log_file.h"
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The reader of run logs, two ways. A log that is made up from the bytes, of any images, fates and
-// numbers, comes back as the report that it was made from, and cut off anywhere it tells a part of
-// that. Any bytes at all as a log come back as a report that holds no more than they say.
+// The reader of run logs, in two ways. A log generated from the bytes, with any images, fates and
+// numbers, is read back as the report that it was generated from; cut off anywhere, it gives a part
+// of that report. Arbitrary bytes as a log give a report with no more than they say.
 //
-// Input: a first byte that picks the way; then the images, each a byte for its fate, one for the
-// length of its name, and the name, and behind them the numbers; or the log itself.
+// Input: a first byte that selects the way; then the images, each a byte for its fate, one for the
+// length of its name, and the name, followed by the numbers; or the log itself.
 #include "rigsync/calibrate/run_report.h"
 
 #include "tests/fuzz/fuzz_support.h"
@@ -47,7 +47,7 @@ class Made_Up_Run {
     for (std::size_t i = Input.Take<std::uint8_t>() % 8; i > 0; --i) {
       const auto Fate = static_cast<Image_Fate>(Input.Take<std::uint8_t>() % 4);
       std::string Name = Take_Name(Input);
-      // A log can't tell that this image begins from that the one before can't be read.
+      // A log does not distinguish the start of this image from a failure to read the one before.
       const bool Is_A_Fate = !Expected.Images.empty() &&
                              "Process : " + Name == Expected.Images.back().Name + " Not exist!";
       if (Is_A_Fate) Name = "_";
@@ -222,7 +222,7 @@ void Check_Any(const std::string& Log, const Fuzz_Folder& Folder) {
   std::size_t Sum = 0;
   for (const auto Fate : {Image_Fate::Kept, Image_Fate::Unreadable, Image_Fate::No_Board,
                           Image_Fate::Outlier, Image_Fate::Unknown}) {
-    Sum += rigsync::Count_Of(Report, Fate);
+    Sum += rigsync::Count_Images(Report, Fate);
   }
   Promise(Sum == Report.Images.size(), "every image has one fate");
   // Whole or line by line, as a run is followed.

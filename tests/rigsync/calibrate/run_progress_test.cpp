@@ -11,11 +11,11 @@ using rigsync::Run_Report;
 using rigsync::Run_Step;
 using rigsync::Time_Estimate;
 
-// Images that the run has begun, the first Dropped of them without a board.
-Run_Report Searching(std::size_t Begun, std::size_t Dropped = 0) {
+// A run that has begun to search Count images, of which the first Dropped show no board.
+Run_Report Searching(std::size_t Count, std::size_t Dropped = 0) {
   Run_Report Report;
   Report.Step = Run_Step::Finding_Boards;
-  for (std::size_t i = 0; i < Begun; ++i) {
+  for (std::size_t i = 0; i < Count; ++i) {
     Report.Images.push_back({"i", i < Dropped ? Image_Fate::No_Board : Image_Fate::Kept, {}, {}});
   }
   return Report;
@@ -26,7 +26,7 @@ TEST(Progress, CountsAnImageWhenTheSearchInItIsOver) {
   EXPECT_EQ(rigsync::Progress_Text(Searching(1), 40), "Finding boards: 0 of 40 images, 0 found");
   EXPECT_EQ(rigsync::Progress_Text(Searching(13, 2), 40),
             "Finding boards: 12 of 40 images, 10 found");
-  // The only image was dropped: nothing was found, and not less than that.
+  // The only image was dropped, which must not count as minus one found.
   EXPECT_EQ(rigsync::Progress_Text(Searching(1, 1), 40), "Finding boards: 0 of 40 images, 0 found");
 }
 
@@ -39,7 +39,7 @@ TEST(Progress, CountsTheReprojectionImagesOfTheKeptOnes) {
   EXPECT_EQ(rigsync::Progress_Text(Report, 10), "Writing reprojection images: 2 of 8");
 }
 
-TEST(Progress, SaysPlainlyWhenAStepThatTakesTimeBegins) {
+TEST(Progress, AnnouncesTheStepsThatTakeTime) {
   Run_Report Report = Searching(10, 1);
   EXPECT_EQ(rigsync::Step_Text(Report, 24), "finding boards in 24 images");
   Report.Step = Run_Step::Solving_Lens;
@@ -50,25 +50,25 @@ TEST(Progress, SaysPlainlyWhenAStepThatTakesTimeBegins) {
   EXPECT_EQ(rigsync::Step_Text(Report, 24), "writing reprojection images of 9 images");
 }
 
-TEST(Progress, EstimatesNothingBeforeTheFirstImageIsThrough) {
+TEST(Progress, EstimatesNothingBeforeTheFirstImageIsSearched) {
   Time_Estimate Estimate(10);
-  EXPECT_EQ(Estimate.Left(Run_Report{}, 1.0), std::nullopt);
+  EXPECT_EQ(Estimate.Remaining(Run_Report{}, 1.0), std::nullopt);
   Estimate.Take(Searching(1), 1.0);
-  EXPECT_EQ(Estimate.Left(Searching(1), 2.0), std::nullopt);
+  EXPECT_EQ(Estimate.Remaining(Searching(1), 2.0), std::nullopt);
 }
 
-TEST(Progress, TakesWritingToLastTwoAndAHalfTimesAsLongAsSearching) {
+TEST(Progress, ExpectsWritingToTakeTwoAndAHalfTimesAsLongAsSearching) {
   Time_Estimate Estimate(10);
   Estimate.Take(Searching(0), 5.0);
-  // Four images in eight seconds; six to search and ten to write. The lens of ten images takes no
-  // time that would show.
+  // Four images in eight seconds; six to search and ten to write. The lens of ten images takes next
+  // to no time.
   constexpr double Lens_Seconds = 0.1;
-  EXPECT_NEAR(*Estimate.Left(Searching(5), 13.0), (6 + 2.5 * 10) * 2.0, Lens_Seconds);
+  EXPECT_NEAR(*Estimate.Remaining(Searching(5), 13.0), (6 + 2.5 * 10) * 2.0, Lens_Seconds);
   // No image with a board, none to write.
-  EXPECT_NEAR(*Estimate.Left(Searching(5, 5), 13.0), 6 * 2.0, Lens_Seconds);
+  EXPECT_NEAR(*Estimate.Remaining(Searching(5, 5), 13.0), 6 * 2.0, Lens_Seconds);
 }
 
-TEST(Progress, WritingGoesByItsOwnPaceOnceItIsKnown) {
+TEST(Progress, WritingIsEstimatedFromItsOwnPaceOnceItIsKnown) {
   Time_Estimate Estimate(10);
   Estimate.Take(Searching(0), 0.0);
   Run_Report Report = Searching(10);
@@ -76,9 +76,9 @@ TEST(Progress, WritingGoesByItsOwnPaceOnceItIsKnown) {
   Estimate.Take(Report, 20.0);
   Report.Step = Run_Step::Writing_Images;
   Estimate.Take(Report, 21.0);
-  EXPECT_DOUBLE_EQ(*Estimate.Left(Report, 21.5), 10 * 2.5 * 2.0);
+  EXPECT_DOUBLE_EQ(*Estimate.Remaining(Report, 21.5), 10 * 2.5 * 2.0);
   for (std::size_t i = 0; i < 4; ++i) Report.Images[i].Reprojection_Px = 1.0;
-  EXPECT_DOUBLE_EQ(*Estimate.Left(Report, 23.0), 6 * 0.5);
+  EXPECT_DOUBLE_EQ(*Estimate.Remaining(Report, 23.0), 6 * 0.5);
 }
 
 TEST(Progress, TheLensOfManyImagesIsExpectedToTakeLong) {
@@ -88,10 +88,10 @@ TEST(Progress, TheLensOfManyImagesIsExpectedToTakeLong) {
   Run_Report Report = Searching(100);
   Report.Step = Run_Step::Solving_Lens;
   Estimate.Take(Report, 10.0);
-  EXPECT_NEAR(*Estimate.Left(Report, 10.0), 8.0 + 25.0, 0.5);
-  EXPECT_NEAR(*Estimate.Left(Report, 13.0), 5.0 + 25.0, 0.5);
-  // It takes longer than expected, and what follows is still to come.
-  EXPECT_NEAR(*Estimate.Left(Report, 60.0), 25.0, 0.5);
+  EXPECT_NEAR(*Estimate.Remaining(Report, 10.0), 8.0 + 25.0, 0.5);
+  EXPECT_NEAR(*Estimate.Remaining(Report, 13.0), 5.0 + 25.0, 0.5);
+  // It takes longer than expected, and the images are still to be written.
+  EXPECT_NEAR(*Estimate.Remaining(Report, 60.0), 25.0, 0.5);
 }
 
 }  // namespace

@@ -89,7 +89,7 @@ Run_Report Report_Up_To(const std::string& Message) {
   return {};
 }
 
-TEST(RunReport, TellsTheFateOfEveryImage) {
+TEST(RunReport, HasTheFateOfEveryImage) {
   const Run_Report Report = Whole_Report();
   const std::pair<const char*, Image_Fate> Expected[] = {
       {"a.png", Image_Fate::Kept},    {"missing.png", Image_Fate::Unreadable},
@@ -100,11 +100,11 @@ TEST(RunReport, TellsTheFateOfEveryImage) {
     EXPECT_EQ(Report.Images[i].Name, Expected[i].first);
     EXPECT_EQ(Report.Images[i].Fate, Expected[i].second) << Expected[i].first;
   }
-  EXPECT_EQ(Count_Of(Report, Image_Fate::Kept), 3u);
-  EXPECT_EQ(Count_Of(Report, Image_Fate::Outlier), 1u);
+  EXPECT_EQ(Count_Images(Report, Image_Fate::Kept), 3u);
+  EXPECT_EQ(Count_Images(Report, Image_Fate::Outlier), 1u);
 }
 
-TEST(RunReport, GivesIndicesOfTheLogToTheImagesThatTheLibraryStillHad) {
+TEST(RunReport, MapsIndicesOfTheLogToTheImagesThatTheLibraryStillHad) {
   const Run_Report Report = Whole_Report();
   // The filter counts a, b, c, d; the last pass counts a, c, d.
   EXPECT_EQ(Report.Images[0].Axis_Difference_Deg, 0.1);
@@ -133,7 +133,7 @@ TEST(RunReport, RemovesSeveralOutliersByTheIndicesBeforeAnyRemoval) {
   EXPECT_EQ(Report.Images[3].Fate, Image_Fate::Outlier);
 }
 
-TEST(RunReport, KeepsTheTwoPassesAndTheLensApart) {
+TEST(RunReport, SeparatesTheTwoPassesAndTheLens) {
   const Run_Report Report = Whole_Report();
   EXPECT_EQ(Report.Version, "v1.2.3");
   EXPECT_EQ(Report.Lens_Rms_Px, 0.215);
@@ -169,7 +169,7 @@ TEST(RunReport, FollowsTheStepsInTheirOrder) {
   }
 }
 
-TEST(RunReport, ForgetsTheFirstPassOfAKeptImageWhenTheLastPassBegins) {
+TEST(RunReport, DropsTheFirstPassOfAKeptImageWhenTheLastPassBegins) {
   const Run_Report First = Report_Up_To("Diff R in image 0 : 0.100000 degree.");
   EXPECT_EQ(First.Images[0].Reprojection_Px, 9.5);
   const Run_Report Last = Report_Up_To("Image 0 reprojection error : 1.500000 pixels.");
@@ -177,7 +177,7 @@ TEST(RunReport, ForgetsTheFirstPassOfAKeptImageWhenTheLastPassBegins) {
   EXPECT_EQ(Last.Images[4].Reprojection_Px, std::nullopt);
 }
 
-TEST(RunReport, TakesNoImagePathForAMessage) {
+TEST(RunReport, AnImagePathIsNotReadAsAMessage) {
   rigsync::Run_Log_Reader Reader;
   for (const char* Message :
        {"Process : Read x Failed!", "Process : x Not exist!", "Read x Not exist! Failed!",
@@ -193,8 +193,8 @@ TEST(RunReport, TakesNoImagePathForAMessage) {
   EXPECT_EQ(Report.First_Reprojection_Px, std::nullopt);
 }
 
-// What is logged of a dropped image may begin with its path, and so like any other message.
-TEST(RunReport, TakesNoPathOfADroppedImageForTheVersionOrTheEnd) {
+// The message about a dropped image may begin with its path, and so like any other message.
+TEST(RunReport, APathOfADroppedImageIsNotReadAsTheVersionOrTheEnd) {
   rigsync::Run_Log_Reader Reader;
   for (const char* Message :
        {"Version : v1.2.3", "Start to Detect Corner.", "Process : Version : x",
@@ -204,10 +204,10 @@ TEST(RunReport, TakesNoPathOfADroppedImageForTheVersionOrTheEnd) {
   }
   EXPECT_EQ(Reader.Report().Version, "v1.2.3");
   EXPECT_EQ(Reader.Report().Step, Run_Step::Finding_Boards);
-  EXPECT_EQ(rigsync::Count_Of(Reader.Report(), Image_Fate::Unreadable), 2u);
+  EXPECT_EQ(rigsync::Count_Images(Reader.Report(), Image_Fate::Unreadable), 2u);
 }
 
-TEST(RunReport, TellsTheFateOfImagesThatAreCalledLikeMessages) {
+TEST(RunReport, HasTheFateOfImagesThatAreNamedLikeMessages) {
   rigsync::Run_Log_Reader Reader;
   for (const char* Message :
        {"Process : Process : a", "Process : a Not exist!", "Process : RAW DATA END", "Process : b",
@@ -228,7 +228,7 @@ TEST(RunReport, TellsTheFateOfImagesThatAreCalledLikeMessages) {
   }
 }
 
-TEST(RunReport, AnImageThatIsCalledLikeTheEndOfTheDumpDoesNotEndIt) {
+TEST(RunReport, AnImageThatIsNamedLikeTheEndOfTheDumpDoesNotEndIt) {
   rigsync::Run_Log_Reader Reader;
   for (const char* Message :
        {"Process : RAW DATA END", "Process : x", "Read x Failed!", "Process : y",
@@ -246,7 +246,7 @@ TEST(RunReport, AnImageThatIsCalledLikeTheEndOfTheDumpDoesNotEndIt) {
   EXPECT_EQ(Reader.Report().Step, Run_Step::Solving_Lens);
 }
 
-TEST(RunReport, PassesOverLinesThatWereCutShortOrSayNothing) {
+TEST(RunReport, SkipsLinesThatAreIncompleteOrHaveNoInformation) {
   rigsync::Run_Log_Reader Reader;
   for (const char* Line : {"",
                            "\t",
@@ -290,46 +290,48 @@ TEST(RunReport, ReadsAFileAndIsEmptyWithoutOne) {
   EXPECT_TRUE(rigsync::Read_Run_Report(Scratch.Path() / "none").Images.empty());
 }
 
-// Messages of a run up to the outliers, which too few images are left without.
-Run_Report Report_Of_Too_Few(const std::string& Left) {
+// The report of a run in which too few images remain after the outlier filter.
+Run_Report Report_Of_Too_Few(const std::string& Remaining) {
   const std::vector<std::string>& All = Messages();
   rigsync::Run_Log_Reader Reader;
   for (const std::string& Message : All) {
     Reader.Take_Line("2022-11-17 09:05:33\t" + Message);
     if (Message == "Size list : (init) 4") break;
   }
-  Reader.Take_Line("2022-11-17 09:05:33\tFiltered data number not enough : " + Left + " <= 5");
+  Reader.Take_Line("2022-11-17 09:05:33\tFiltered data number not enough : " + Remaining + " <= 5");
   return Reader.Report();
 }
 
 TEST(RunReport, OutliersThatEndTheRunAreThoseWhoseAxisIsBeyondTheLimit) {
   const Run_Report Report = Report_Of_Too_Few("2");
-  EXPECT_EQ(rigsync::Count_Left(Report), 2u);
-  EXPECT_EQ(rigsync::Count_Of(Report, rigsync::Image_Fate::Outlier), 1u);
+  EXPECT_EQ(rigsync::Count_Remaining(Report), 2u);
+  EXPECT_EQ(rigsync::Count_Images(Report, rigsync::Image_Fate::Outlier), 1u);
 }
 
-// Of four boards one is an outlier by its axis, so that one of the other three is by its position.
-TEST(RunReport, OutliersByPositionThatEndTheRunAreUnknownUnlessTheNumberTells) {
+// Of four boards, one is an outlier by its axis. If two remain, one of the other three is an
+// outlier by its position.
+TEST(RunReport, OutliersByPositionThatEndTheRunAreUnknownUnlessTheCountDecides) {
   const Run_Report One_Of_Three = Report_Of_Too_Few("2");
-  EXPECT_EQ(rigsync::Count_Of(One_Of_Three, rigsync::Image_Fate::Unknown), 3u);
-  EXPECT_EQ(rigsync::Count_Of(One_Of_Three, rigsync::Image_Fate::Kept), 0u);
+  EXPECT_EQ(rigsync::Count_Images(One_Of_Three, rigsync::Image_Fate::Unknown), 3u);
+  EXPECT_EQ(rigsync::Count_Images(One_Of_Three, rigsync::Image_Fate::Kept), 0u);
   const Run_Report None_Of_Three = Report_Of_Too_Few("3");
-  EXPECT_EQ(rigsync::Count_Of(None_Of_Three, rigsync::Image_Fate::Unknown), 0u);
-  EXPECT_EQ(rigsync::Count_Of(None_Of_Three, rigsync::Image_Fate::Kept), 3u);
-  EXPECT_EQ(rigsync::Count_Of(None_Of_Three, rigsync::Image_Fate::Outlier), 1u);
+  EXPECT_EQ(rigsync::Count_Images(None_Of_Three, rigsync::Image_Fate::Unknown), 0u);
+  EXPECT_EQ(rigsync::Count_Images(None_Of_Three, rigsync::Image_Fate::Kept), 3u);
+  EXPECT_EQ(rigsync::Count_Images(None_Of_Three, rigsync::Image_Fate::Outlier), 1u);
 }
 
-TEST(RunReport, WhereNoImageIsLeftEveryBoardIsAnOutlier) {
+TEST(RunReport, WhenNoImageRemainsEveryBoardIsAnOutlier) {
   const Run_Report Report = Report_Of_Too_Few("0");
-  EXPECT_EQ(rigsync::Count_Left(Report), 0u);
-  EXPECT_EQ(rigsync::Count_Of(Report, rigsync::Image_Fate::Outlier), 4u);
-  EXPECT_EQ(rigsync::Count_Of(Report, rigsync::Image_Fate::Kept), 0u);
+  EXPECT_EQ(rigsync::Count_Remaining(Report), 0u);
+  EXPECT_EQ(rigsync::Count_Images(Report, rigsync::Image_Fate::Outlier), 4u);
+  EXPECT_EQ(rigsync::Count_Images(Report, rigsync::Image_Fate::Kept), 0u);
 }
 
 TEST(RunReport, ARunThatKeepsEnoughCountsTheKept) {
   const Run_Report Report = Whole_Report();
-  EXPECT_EQ(rigsync::Count_Left(Report), rigsync::Count_Of(Report, rigsync::Image_Fate::Kept));
-  EXPECT_EQ(rigsync::Count_Left(Report), 3u);
+  EXPECT_EQ(rigsync::Count_Remaining(Report),
+            rigsync::Count_Images(Report, rigsync::Image_Fate::Kept));
+  EXPECT_EQ(rigsync::Count_Remaining(Report), 3u);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What happens around a calibration: what is shown while it works, what a person who ends it finds,
-// runs that share an output folder, disks without space, and what result.json tells of it all.
+// What surrounds a calibration: progress, interruption, runs that share an output folder, disks
+// without space, and the images and quality in result.json.
 #include "tests/rigsync/support/program.h"
 #include "tests/rigsync/support/terminal_run.h"
 #include "tests/support/scratch_folder.h"
@@ -46,7 +46,7 @@ Finished Check_Schema(const fs::path& File) {
                       (Top / "docs/result.schema.json").string(), File.string()});
 }
 
-TEST(CalibrateRun, SaysPlainlyWhatBeginsWhereNobodyWatches) {
+TEST(CalibrateRun, AnnouncesItsStepsWhereStandardErrorIsNoTerminal) {
   const Scratch_Folder Scratch;
   const Finished Result =
       Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out"));
@@ -76,7 +76,7 @@ TEST(CalibrateRun, ShowsNoProgressWhenAskedToBeQuietOrVerbose) {
   EXPECT_EQ(Rigsync(Both).Status, 2);
 }
 
-TEST(CalibrateRun, WritesOneLineAnewOnATerminalAndTakesItOffAtTheEnd) {
+TEST(CalibrateRun, RewritesOneLineOnATerminalAndRemovesItAtTheEnd) {
   const Scratch_Folder Scratch;
   const Terminal_Run Result = Rigsync_On_Terminal(
       Calibrate_Arguments(Write_Long_Csv(Scratch.Path(), 3), Scratch.Path() / "out"));
@@ -86,7 +86,7 @@ TEST(CalibrateRun, WritesOneLineAnewOnATerminalAndTakesItOffAtTheEnd) {
       Result.Shown,
       std::regex("\rFinding boards: [1-9][0-9]* of 42 images, [0-9]+ found, a(bout )?")))
       << Result.Shown;
-  // What stands on the terminal in the end: the result, and no rest of the line.
+  // At the end the terminal shows the result and no remains of the line.
   EXPECT_THAT(Result.Lines().front(), StartsWith("Code 0."));
   for (const std::string& Line : Result.Lines()) EXPECT_THAT(Line, Not(HasSubstr("Finding")));
   const std::string Progress = Result.Shown.substr(0, Result.Shown.find('\n'));
@@ -108,12 +108,12 @@ TEST(CalibrateRun, IsInColourOnATerminalUnlessTheEnvironmentForbidsIt) {
   EXPECT_THAT(Rigsync(Arguments).Output, Not(HasSubstr(Red)));
 }
 
-TEST(CalibrateRun, EndedByAPersonLeavesNoResultAndSaysSo) {
+TEST(CalibrateRun, AnInterruptedRunLeavesNoResultAndSaysSo) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
   ASSERT_EQ(Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Out)).Status, 0);
   const std::string Earlier = Read_Text(Out / "result.json");
-  // Long enough to be met in the middle whatever the machine.
+  // Long enough to be interrupted on any machine.
   const fs::path Csv = Write_Long_Csv(Scratch.Path(), 200);
   const Terminal_Run Result = Rigsync_On_Terminal(
       Calibrate_Arguments(Csv, Out), {},
@@ -124,7 +124,7 @@ TEST(CalibrateRun, EndedByAPersonLeavesNoResultAndSaysSo) {
   EXPECT_THAT(Lines, Contains(HasSubstr("rigsync: interrupted; no result was written.")));
   EXPECT_THAT(Lines, Contains("  " + (fs::canonical(Run_Folders(Out).back())).string()));
   for (const std::string& Line : Lines) EXPECT_THAT(Line, Not(HasSubstr("Finding boards")));
-  // The run that worked is what it was, and the one that didn't has a log and nothing else.
+  // The earlier run is unchanged, and the interrupted one has a log only.
   EXPECT_EQ(Read_Text(Out / "result.json"), Earlier);
   ASSERT_EQ(Run_Folders(Out).size(), 2u);
   EXPECT_FALSE(fs::exists(Run_Folders(Out).back() / "result.json"));
@@ -133,7 +133,7 @@ TEST(CalibrateRun, EndedByAPersonLeavesNoResultAndSaysSo) {
   }
 }
 
-TEST(CalibrateRun, TwoRunsAtOnceInOneFolderKeepApart) {
+TEST(CalibrateRun, TwoSimultaneousRunsInOneFolderAreSeparate) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
   const std::string Words = Shell_Words(Calibrate_Arguments(Capture_File("capture.csv"), Out));
@@ -147,7 +147,7 @@ TEST(CalibrateRun, TwoRunsAtOnceInOneFolderKeepApart) {
     Results.push_back(Read_Json(Run / "result.json"));
     EXPECT_EQ(Results.back()["code"], 0);
     EXPECT_EQ(Results.back()["run_folder"], fs::canonical(Run).string());
-    // One whole log: the version stands in it once.
+    // One complete log has the version once.
     const std::string Log = Read_Text(Results.back()["run_log"].get<std::string>());
     EXPECT_EQ(Log.find("Version : "), Log.rfind("Version : "));
     EXPECT_THAT(Log, HasSubstr("Camera and Tracker Calibration successful."));
@@ -156,7 +156,7 @@ TEST(CalibrateRun, TwoRunsAtOnceInOneFolderKeepApart) {
   EXPECT_THAT(Results, Contains(Read_Json(Out / "result.json")));
 }
 
-TEST(CalibrateRun, ADiskThatIsFullOrReadOnlyIsToldBeforeTheWork) {
+TEST(CalibrateRun, ADiskThatIsFullOrReadOnlyIsReportedBeforeTheRun) {
   const Scratch_Folder Scratch;
   const fs::path Disk = Scratch.Path() / "disk";
   fs::create_directory(Disk);
@@ -190,7 +190,7 @@ TEST(CalibrateRun, ADiskThatIsFullOrReadOnlyIsToldBeforeTheWork) {
   EXPECT_THAT(Narrow.Said, AllOf(HasSubstr("warning"), HasSubstr("reprojection images")));
 }
 
-TEST(CalibrateRun, ResultTellsWhichImagesWereDroppedWhereAndWhy) {
+TEST(CalibrateRun, TheResultListsTheDroppedImagesWithStageAndReason) {
   const Scratch_Folder Scratch;
   const std::string Capture = (Scratch.Path() / "troubled").string();
   ASSERT_EQ(Rigsync({"simulate", Capture, "--images", "20", "--size", "640x480", "--board", "7x5",
@@ -205,7 +205,7 @@ TEST(CalibrateRun, ResultTellsWhichImagesWereDroppedWhereAndWhy) {
   std::vector<std::string> Stages;
   for (const auto& Image : File["images"]["dropped"]) {
     Stages.push_back(Image["stage"]);
-    // The line of the CSV is the one on which the image stands.
+    // The line is the one that names the image in the CSV.
     const std::vector<std::string> Csv = Lines_Of(Read_Text(Capture + "/capture.csv"));
     EXPECT_THAT(Csv.at(Image["line"].get<std::size_t>() - 1),
                 HasSubstr(Image["image"].get<std::string>()));
@@ -273,8 +273,7 @@ TEST(CalibrateRun, OutliersThatTheRunLogDoesNotNameAreNotCalledKept) {
   EXPECT_GT(Images["unknown"].size(), 0u);
   EXPECT_EQ(Images["unknown"].size() + Images["dropped"].size(), 14u);
   EXPECT_GT(Images["dropped"].size(), 0u);
-  // Those that are named are told by their axis alone, which is beyond the limit; the others'
-  // isn't.
+  // Those in the list are beyond the axis limit; the others are not.
   for (const auto& Image : Images["dropped"]) EXPECT_GT(Image["axis_difference_deg"], 0.5);
   for (const auto& Image : Images["unknown"]) EXPECT_LE(Image["axis_difference_deg"], 0.5);
   EXPECT_THAT(Result.Output,
@@ -294,7 +293,7 @@ TEST(CalibrateRun, TheSchemaRefusesWhatIsNoResult) {
   nlohmann::json More = Whole;
   More["more"] = 1;
   EXPECT_EQ(Check_Schema(Scratch.Write("more.json", More.dump())).Status, 1);
-  // Usable without a code and a transform that are.
+  // Usable without a usable code and a finite transform.
   nlohmann::json Usable = Whole;
   Usable["usable"] = true;
   EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 1);
@@ -306,7 +305,7 @@ TEST(CalibrateRun, TheSchemaRefusesWhatIsNoResult) {
   EXPECT_EQ(Check_Schema(Scratch.Write("usable.json", Usable.dump())).Status, 1);
 }
 
-TEST(CalibrateRun, AReaderWhoIsGoneTakesNothingAlong) {
+TEST(CalibrateRun, AClosedPipeDoesNotLoseTheResult) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
   const std::string Words = Shell_Words(Calibrate_Arguments(Capture_File("capture.csv"), Out));
@@ -316,7 +315,7 @@ TEST(CalibrateRun, AReaderWhoIsGoneTakesNothingAlong) {
   EXPECT_EQ(Read_Json(Out / "result.json")["code"], 0);
 }
 
-TEST(CalibrateRun, OutputThatCantBeWrittenIsToldWhereNothingElseTellsIt) {
+TEST(CalibrateRun, OutputThatCantBeWrittenIsReported) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
   ASSERT_EQ(Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Out)).Status, 0);

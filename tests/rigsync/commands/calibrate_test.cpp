@@ -49,7 +49,7 @@ std::size_t Kept_Images(const fs::path& Run_Log) {
   return Kept;
 }
 
-// The images' paths in the CSV, made absolute: what follows then doesn't depend on the CSV's place.
+// Makes the image paths in the CSV absolute, so that the CSV can be anywhere.
 void Use_Absolute_Images(std::size_t /*Line*/, std::vector<std::string>& Fields) {
   Fields[1] = (Capture_File("images").parent_path() / Fields[1]).string();
 }
@@ -109,7 +109,7 @@ TEST(Calibrate, ReprojectionImagesOfRelativePathsWithSlashesAppear) {
   EXPECT_GE(Kept, 5u);
   EXPECT_EQ(Png_Count(Run_Folder(Out) / "Reproject_images"), Kept);
   EXPECT_THAT(Result.Output,
-              HasSubstr("14 looked at, 14 show the board, " + std::to_string(Kept) + " kept"));
+              HasSubstr("14 searched, 14 show the board, " + std::to_string(Kept) + " kept"));
 }
 
 TEST(Calibrate, ReprojectionImagesOfAbsolutePathsAppear) {
@@ -148,14 +148,14 @@ TEST(Calibrate, WorksFromAnyFolderWithRelativeArguments) {
   EXPECT_EQ(Result.Status, 0) << Result.Error;
   const nlohmann::json Written = Read_Json(Scratch.Path() / "deep/out/result.json");
   EXPECT_EQ(Written["code"], 0);
-  // Told without the dots that were typed.
+  // The dots of the typed paths are gone.
   EXPECT_EQ(Written["inputs"]["csv"], fs::canonical(Capture_File("capture.csv")).string());
   EXPECT_EQ(Written["inputs"]["image_root"],
             fs::canonical(Capture_File("capture.csv").parent_path()).string());
   EXPECT_TRUE(fs::is_empty(Scratch.Path() / "deep/down"));
 }
 
-TEST(Calibrate, ImageRootTellsWhereRelativePathsStart) {
+TEST(Calibrate, RelativePathsStartInTheImageRoot) {
   const Scratch_Folder Scratch;
   const fs::path Csv = Scratch.Path() / "elsewhere.csv";
   Rewrite_Csv(Csv, [](std::size_t, std::vector<std::string>&) {});
@@ -185,7 +185,7 @@ TEST(Calibrate, ASensorSizeGivesFieldOfViewAndFocalLength) {
   EXPECT_NEAR(Lens["focal_length_mm"], Norm_Fy * 18.0, 1e-9);
 }
 
-TEST(Calibrate, AFlagWinsOverTheStageFile) {
+TEST(Calibrate, AFlagOverridesTheStageFile) {
   const Scratch_Folder Scratch;
   std::vector<std::string> Arguments =
       Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out");
@@ -277,7 +277,7 @@ TEST(Calibrate, TooFewImagesAreCode4AndBecomeTheNewestResult) {
   }
 }
 
-TEST(Calibrate, AnExceptionIsOneSentenceStatus70AndAHintAtTheRunLog) {
+TEST(Calibrate, AnExceptionIsOneSentenceStatus70AndThePathOfTheRunLog) {
   const Scratch_Folder Scratch;
   const fs::path Csv = Scratch.Path() / "capture.csv", Out = Scratch.Path() / "out";
   // Images are recognised by their content when read and by their name when written: OpenCV finds
@@ -292,8 +292,8 @@ TEST(Calibrate, AnExceptionIsOneSentenceStatus70AndAHintAtTheRunLog) {
   EXPECT_EQ(Result.Status, 70);
   EXPECT_EQ(Result.Output, "");
   EXPECT_THAT(Result.Said,
-              AllOf(HasSubstr("rigsync: the calibration was ended by an exception: "),
-                    HasSubstr("writer"), HasSubstr("run log"),
+              AllOf(HasSubstr("rigsync: an exception ended the calibration: "), HasSubstr("writer"),
+                    HasSubstr("run log"),
                     HasSubstr(Run_Logs(Run_Folder(fs::canonical(Out))).front().string()),
                     Not(HasSubstr("terminate called"))));
   const nlohmann::json File = Read_Json(Out / "result.json");
@@ -313,7 +313,7 @@ TEST(Calibrate, ACode0WithNumbersThatAreNotFiniteIsWarnedAbout) {
   const Finished Result = Rigsync(Calibrate_Arguments(Csv, Out));
   // Every comparison with NaN is false, so every limit is passed.
   EXPECT_EQ(Result.Status, 0);
-  EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("not finite")));
+  EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("NaN or infinite numbers")));
   const nlohmann::json File = Read_Json(Out / "result.json");
   EXPECT_TRUE(File["transform_cam_tc"][3].is_null());
   EXPECT_EQ(File["usable"], false);
@@ -322,7 +322,7 @@ TEST(Calibrate, ACode0WithNumbersThatAreNotFiniteIsWarnedAbout) {
   EXPECT_EQ(Export.Status, 2);
   EXPECT_EQ(Export.Output, "");
   EXPECT_THAT(Export.Said,
-              AllOf(HasSubstr("'transform_cam_tc' isn't finite"), HasSubstr("no number (nan)"),
+              AllOf(HasSubstr("'transform_cam_tc' has NaN or infinite values"),
                     HasSubstr("rigsync inspect"), Not(HasSubstr("expected a result.json"))));
 }
 
@@ -357,7 +357,8 @@ TEST(Calibrate, AReprojectionFolderThatCantBeMadeIsWarnedAbout) {
   const Finished Result = Rigsync(Calibrate_Arguments(Csv, Scratch.Path() / "out"));
   EXPECT_EQ(Result.Status, 0);
   EXPECT_THAT(Result.Said,
-              AllOf(HasSubstr("warning"), HasSubstr("f/0001.png': it will be missing")));
+              AllOf(HasSubstr("warning"),
+                    HasSubstr("f/0001.png' will be missing: its folder cannot be created")));
 }
 
 TEST(Calibrate, BinaryGarbageEndsInACodeAndMakesNoFolders) {
@@ -376,7 +377,7 @@ TEST(Calibrate, BinaryGarbageEndsInACodeAndMakesNoFolders) {
   }
 }
 
-TEST(Calibrate, WhatItSaysFitsATerminalButForPaths) {
+TEST(Calibrate, LinesWithoutPathsFitATerminal) {
   const Scratch_Folder Scratch;
   const Finished Result =
       Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out"));
@@ -412,7 +413,7 @@ TEST(Calibrate, ACsvFromAPipeReachesTheLibraryWhole) {
 
 TEST(Calibrate, TheExampleHostSolvesAndExportsToo) {
   const Scratch_Folder Scratch;
-  // It is written for a board of 11x8, which this capture doesn't show.
+  // It expects a board of 11x8, which this capture does not show.
   const Finished Wrong_Board =
       Run_Program(RIGSYNC_MINIMAL_HOST, {Capture_File("capture.csv").string(), Scratch.String()},
                   Capture_File("images").parent_path());
@@ -429,7 +430,7 @@ TEST(Calibrate, TheExampleHostSolvesAndExportsToo) {
   }
 }
 
-TEST(Calibrate, TheExampleHostTellsWhatItTakes) {
+TEST(Calibrate, TheExampleHostPrintsItsUsage) {
   const Finished Alone = Run_Program(RIGSYNC_MINIMAL_HOST, {});
   EXPECT_EQ(Alone.Status, 2);
   EXPECT_EQ(Alone.Error, "usage: " RIGSYNC_MINIMAL_HOST " CAPTURE.csv OUTPUT_FOLDER\n");

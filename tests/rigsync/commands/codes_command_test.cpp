@@ -43,20 +43,20 @@ TEST(Codes, ThePageOfCodesSaysWhatTheCommandSays) {
   }
 }
 
-// Codes that a capture or an export leads to are told whole in their own entry; those that guard
-// lists share their sentences, which stand somewhere on the page.
-TEST(Codes, ThePageTellsCausesAndNextStepsInTheCommandsWords) {
+// A code that a capture or an export can cause has its own complete entry. The codes that guard
+// lists share sentences, which are somewhere on the page.
+TEST(Codes, ThePageHasCausesAndNextStepsInTheCommandsWords) {
   const std::string Page = Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/codes.md");
-  const std::set<int> Real = {0, 1, 3, 4, 5, 6, 13, 14, 99};
+  const std::set<int> Codes_With_Entry = {0, 1, 3, 4, 5, 6, 13, 14, 99};
   for (const rigsync::Code_Advice& Advice : rigsync::All_Codes()) {
     SCOPED_TRACE(Advice.Code);
-    const std::string Told =
-        Plain(Real.count(Advice.Code) != 0 ? Entry_Of(Page, Advice.Code) : Page);
-    EXPECT_THAT(Told, HasSubstr(Plain(Advice.On_Stage)));
-    EXPECT_THAT(Told, HasSubstr(Plain(Advice.Next_Step)));
+    const std::string Entry =
+        Plain(Codes_With_Entry.count(Advice.Code) != 0 ? Entry_Of(Page, Advice.Code) : Page);
+    EXPECT_THAT(Entry, HasSubstr(Plain(Advice.On_Stage)));
+    EXPECT_THAT(Entry, HasSubstr(Plain(Advice.Next_Step)));
     std::size_t Last = 0;
     for (const std::string& Cause : Advice.Causes) {
-      const std::size_t At = Told.find("- " + Plain(Cause));
+      const std::size_t At = Entry.find("- " + Plain(Cause));
       ASSERT_NE(At, std::string::npos) << Cause;
       EXPECT_GE(At, Last) << Cause;
       Last = At;
@@ -76,17 +76,17 @@ TEST(Codes, TheCommandListsEveryCodeWithItsMeaning) {
   }
 }
 
-TEST(Codes, TheCommandTellsOneCodeAtLength) {
+TEST(Codes, TheCommandPrintsTheEntryOfOneCode) {
   for (const rigsync::Code_Advice& Advice : rigsync::All_Codes()) {
     SCOPED_TRACE(Advice.Code);
     const std::string Number = std::to_string(Advice.Code);
     const Finished One = Rigsync({"codes", Number});
     EXPECT_EQ(One.Status, 0);
     EXPECT_LE(Widest_Line(One.Output), Terminal_Width);
-    const std::string Told = rigsync::One_Line(One.Output);
-    EXPECT_THAT(Told, AllOf(StartsWith("Code " + Number + ". " + Advice.Meaning),
-                            HasSubstr(Advice.On_Stage), HasSubstr(Advice.Next_Step)));
-    for (const std::string& Cause : Advice.Causes) EXPECT_THAT(Told, HasSubstr("- " + Cause));
+    const std::string Entry = rigsync::One_Line(One.Output);
+    EXPECT_THAT(Entry, AllOf(StartsWith("Code " + Number + ". " + Advice.Meaning),
+                             HasSubstr(Advice.On_Stage), HasSubstr(Advice.Next_Step)));
+    for (const std::string& Cause : Advice.Causes) EXPECT_THAT(Entry, HasSubstr("- " + Cause));
   }
 }
 
@@ -96,7 +96,7 @@ TEST(Codes, JsonHoldsTheWholeCatalogAndOneCodeAlone) {
   for (std::size_t i = 0; i < List.size(); ++i) {
     const rigsync::Code_Advice& Advice = rigsync::All_Codes()[i];
     EXPECT_EQ(List[i]["code"], Advice.Code);
-    EXPECT_EQ(List[i]["usable"], rigsync::Is_Usable(Advice.Code));
+    EXPECT_EQ(List[i]["usable"], rigsync::Is_Usable_Code(Advice.Code));
     EXPECT_EQ(List[i]["meaning"], Advice.Meaning);
     EXPECT_EQ(List[i]["on_stage"], Advice.On_Stage);
     EXPECT_EQ(List[i]["causes"], Advice.Causes);
@@ -105,7 +105,7 @@ TEST(Codes, JsonHoldsTheWholeCatalogAndOneCodeAlone) {
   EXPECT_EQ(nlohmann::json::parse(Rigsync({"codes", "99", "--json"}).Output), List[17]);
 }
 
-// The result of checking what stands in Text against docs/codes.schema.json.
+// Checks Text against docs/codes.schema.json.
 Finished Check_Schema(const std::string& Text) {
   const Scratch_Folder Scratch;
   const std::string Top = RIGSYNC_SOURCE_DIR;
@@ -136,7 +136,7 @@ TEST(Codes, ListAndSingleCodeFollowTheSchemaAndNothingLessDoes) {
   EXPECT_EQ(Check_Schema("[]").Status, 1);
 }
 
-TEST(Codes, WhatIsNoCodeIsAUsageErrorThatNamesThoseThereAre) {
+TEST(Codes, AnUnknownCodeIsAUsageErrorThatNamesTheCodes) {
   for (const char* Wrong : {"17", "-1", "014", "fourteen", "14.0", ""}) {
     SCOPED_TRACE(Wrong);
     const Finished Refused = Rigsync({"codes", Wrong});

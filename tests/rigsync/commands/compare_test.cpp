@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync compare': the truth itself as a result, and results that are off by a known amount.
+// 'rigsync compare' on results that differ from the ground truth by known amounts.
 #include "rigsync/calibrate/calibration_result.h"
 #include "rigsync/formats/result_file.h"
 #include "simulate/simulate.h"
@@ -81,13 +81,13 @@ TEST(Compare, AResultWithoutATransformIsRefused) {
   EXPECT_THAT(Result.Said, HasSubstr("no transform: The board was found in fewer"));
 }
 
-TEST(Compare, AFileThatIsNoTruthIsRefusedInPlainWords) {
+TEST(Compare, AFileThatIsNoGroundTruthIsRefusedInPlainWords) {
   const Scratch_Folder Scratch;
   const std::string Result = Write_Result_Off_By(Scratch, 0.0, 0.0);
   for (const std::string& Truth : {Scratch.Write("stage.json", "{}"), Scratch.String() + "/none"}) {
     const Finished Refused = Rigsync({"compare", Result, Truth});
     EXPECT_EQ(Refused.Status, 2);
-    EXPECT_THAT(Refused.Said, HasSubstr(Truth + ": can't be read as a truth; expected"));
+    EXPECT_THAT(Refused.Said, HasSubstr(Truth + ": can't be read as ground truth; expected"));
     EXPECT_THAT(Refused.Said, testing::Not(HasSubstr("json.exception")));
   }
 }

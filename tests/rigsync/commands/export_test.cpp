@@ -105,7 +105,7 @@ TEST(Export, JsonCarriesEveryDigit) {
   EXPECT_EQ(Root["centre_shift"]["y"].get<double>(), -(0.47 - 0.5));
 }
 
-TEST(Export, ThePrintedFieldsStandInTheEnginesOrderWithUnits) {
+TEST(Export, ThePrintedFieldsAreInTheEnginesOrderWithUnits) {
   const Scratch_Folder Scratch;
   const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
   struct Case {
@@ -124,14 +124,14 @@ TEST(Export, ThePrintedFieldsStandInTheEnginesOrderWithUnits) {
        {"Aximmetry", "Position", "X", "Y", "Z", "Rotation", "X", "deg", "Y", "Z", "Field of view",
         "Horizontal", "67.380135 deg", "Centre shift", "X", "0.020000", "Y", "0.030000"}},
   };
-  for (const Case& Wanted : Cases) {
-    SCOPED_TRACE(Wanted.Engine);
-    const Finished Result = Export(File, Wanted.Engine);
+  for (const Case& Expected : Cases) {
+    SCOPED_TRACE(Expected.Engine);
+    const Finished Result = Export(File, Expected.Engine);
     EXPECT_EQ(Result.Status, 0);
     EXPECT_EQ(Result.Error, "");
     EXPECT_LE(Widest_Line(Result.Output), 80u);
     std::size_t At = 0;
-    for (const char* Word : Wanted.In_Order) {
+    for (const char* Word : Expected.In_Order) {
       At = Result.Output.find(Word, At);
       ASSERT_NE(At, std::string::npos) << Word << " is missing or too early in\n" << Result.Output;
       At += std::string(Word).size();
@@ -159,7 +159,7 @@ TEST(Export, GimbalLockIsExitStatus3AndAPlainSentence) {
   EXPECT_EQ(Export(File, "aximmetry").Status, 0);
 }
 
-TEST(Export, WritesItsRunLogBesideTheResultOrWhereItIsTold) {
+TEST(Export, WritesItsRunLogNextToTheResultOrIntoTheGivenFolder) {
   const Scratch_Folder Scratch;
   const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
   const auto Log_Count = [](const std::filesystem::path& Folder) {
@@ -173,7 +173,7 @@ TEST(Export, WritesItsRunLogBesideTheResultOrWhereItIsTold) {
   ASSERT_EQ(Export(File, "ue5", {"--out", Elsewhere.string()}).Status, 0);
   EXPECT_EQ(Log_Count(Elsewhere), 1u);
   EXPECT_EQ(Log_Count(Scratch.Path()), 0u);
-  // A folder in which nobody can create a file.
+  // A folder in which no file can be created.
   const Finished Refused = Export(File, "ue5", {"--out", "/proc/self/task"});
   EXPECT_EQ(Refused.Status, 2);
   EXPECT_THAT(Refused.Said, AllOf(HasSubstr("--out"), HasSubstr("files can be written (No such")));
@@ -213,12 +213,12 @@ TEST(Export, ASingularTransformIsWarnedAbout) {
       Scratch.Write("result.json", Result_Text("[0,0,0,0, 0,0,0,0, 0,0,0,0, 0,0,0,1]"));
   const Finished Result = Export(File, "ue5", {"--json"});
   EXPECT_EQ(Result.Status, 0);
-  EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("not finite")));
+  EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("NaN or infinite numbers")));
   EXPECT_TRUE(nlohmann::json::parse(Result.Output)["quaternion"]["x"].is_null());
   EXPECT_EQ(nlohmann::json::parse(Result.Output)["usable"], false);
 }
 
-TEST(Export, TellsItsRunLogWithoutTheDotsThatWereTyped) {
+TEST(Export, PrintsThePathOfItsRunLogWithoutDots) {
   const Scratch_Folder Scratch;
   Scratch.Write("result.json", Result_Text(Reference_Pose));
   std::filesystem::create_directory(Scratch.Path() / "down");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync calibrate' that is killed or loses its disk while it works: what is left, what the next
-// run makes of it, and what a person is told.
+// 'rigsync calibrate' that is killed or loses its disk during a run: which files remain, what the
+// next run does with them, and what is reported.
 #include "rigsync/system/text.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
@@ -115,7 +115,7 @@ TEST(CalibrateFaults, KilledInAnyStageLeavesNoResultAndTheNextRunWorks) {
   }
 }
 
-TEST(CalibrateFaults, HalfAResultIsNotTakenForAWholeOne) {
+TEST(CalibrateFaults, AnIncompleteResultIsRefused) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
   ASSERT_EQ(Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Out)).Status, 0);
@@ -135,7 +135,7 @@ TEST(CalibrateFaults, HalfAResultIsNotTakenForAWholeOne) {
   }
 }
 
-TEST(CalibrateFaults, AFolderThatVanishesIsToldAndTheResultStillShown) {
+TEST(CalibrateFaults, AFolderThatVanishesIsReportedAndTheResultPrinted) {
   const Scratch_Folder Scratch;
   const fs::path Csv = Write_Long_Csv(Scratch.Path(), Repeats), Out = Scratch.Path() / "out";
   Running Program(Calibrate_Arguments(Csv, Out), Scratch.Path());
@@ -151,7 +151,7 @@ TEST(CalibrateFaults, AFolderThatVanishesIsToldAndTheResultStillShown) {
   EXPECT_THAT(rigsync::One_Line(Read_Text(Program.Error)), HasSubstr("can't be written"));
 }
 
-TEST(CalibrateFaults, ADiskThatFillsUpMeanwhileIsToldAndTheEarlierResultStays) {
+TEST(CalibrateFaults, ADiskThatFillsUpIsReportedAndTheEarlierResultStays) {
   const Scratch_Folder Scratch;
   const fs::path Csv = Write_Long_Csv(Scratch.Path(), Repeats), Out = Scratch.Path() / "out";
   fs::create_directory(Out);
@@ -184,7 +184,7 @@ TEST(CalibrateFaults, ADiskThatFillsUpMeanwhileIsToldAndTheEarlierResultStays) {
   }
 }
 
-TEST(CalibrateFaults, APipeThatNobodyEmptiesDoesNotHoldTheWork) {
+TEST(CalibrateFaults, AFullPipeDoesNotBlockTheRun) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
   // Progress goes into a pipe that is full already.

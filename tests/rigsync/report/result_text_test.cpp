@@ -45,7 +45,7 @@ Calibration_Result Good_Result() {
   return Result;
 }
 
-// A run of this capture that ended in this code.
+// A run of this capture that ended with this code.
 Calibration_Result Bad_Result(int Code, const std::filesystem::path& Csv,
                               const std::filesystem::path& Image_Root) {
   Calibration_Result Result;
@@ -54,35 +54,35 @@ Calibration_Result Bad_Result(int Code, const std::filesystem::path& Csv,
   Result.Inputs.Image_Root = Image_Root;
   Result.Inputs.Board = {11, 8};
   Result.Inputs.Square_Size = 0.03;
-  Result.Inputs.Board_Euler = {12, -20.25, 8};
+  Result.Inputs.Board_Euler_Deg = {12, -20.25, 8};
   Result.Inputs.Board_Offset = {-0.17, 0.05, 0.04};
   return Result;
 }
 
-TEST(ResultText, TellsAGoodRunWordForWord) {
+TEST(ResultText, PrintsAGoodRunWordForWord) {
   EXPECT_EQ(rigsync::Result_Text(Good_Result(), {"/out/run_x/Reproject_a.png"}, "/out/result.json",
                                  /*Colour=*/false),
             R"(Code 0. Calibrated: the result is within every limit.
   Export it to the engine with 'rigsync export'.
 
 Fit
-  predicted to found corners     2.500 px
-  the same at 1080 lines         1.250 px   good up to 12, usable to 18
-  spread of the mount             1.60 mm   good up to 10, usable to 15
+  reprojection error             2.500 px
+    in an image of 1080 lines    1.250 px   good up to 12, usable up to 18
+  mount standard deviation        1.60 mm   good up to 10, usable up to 15
     on x, y and z                 0.50    1.60    0.70 mm
-  lens alone                     0.215 px   usable to 1.5
+  lens RMS error                 0.215 px   usable up to 1.5
 
-Images: 5 looked at, 3 show the board, 1 kept
-  line   3  can't be read
+Images: 5 searched, 3 show the board, 1 kept
+  line   3  cannot be read
             b.png
   line   4  no board found
             c.png
-  line   5  outlier, rotation axis 2.01 deg from the mean (limit 0.5)
+  line   5  outlier, rotation axis 2.01 deg from the mean axis (limit 0.5 deg)
             d.png
-  line 106  outlier, position beyond 1.3, 2.6, 3.9 mm (x, y, z) from the mean
+  line 106  outlier, position over 1.3, 2.6 or 3.9 mm (x, y, z) from the mean
             e.png
-  Position limits are 1.3 times the spread of this capture, so a good one has
-  outliers too: about half of the images where all is noise.
+  The position limit is 1.3 standard deviations of this capture, so even a good
+  capture has outliers: about half of its images if only noise is left.
 
 Lens, at 3840 x 2160 pixels
   focal length       1.100000 of the width    1.955556 of the height
@@ -94,7 +94,7 @@ Transform_Cam_Tc (tracker to camera; last column in metres)
     0.00000  1.00000  0.00000 -0.14000
     0.00000  0.00000  1.00000 -0.08000
     0.00000  0.00000  0.00000  1.00000
-  Seen from the camera, the tracker sits 60.0 mm to the right, 140.0 mm up and
+  Seen from the camera, the tracker is 60.0 mm to the right, 140.0 mm up and
   80.0 mm behind.
 
 Files
@@ -102,11 +102,11 @@ Files
   run log          /out/run_x/log_x
   reprojection     1 image,
                    /out/run_x/Reproject_a.png
-                   (red: corner found, blue over it: corner predicted)
+                   (red: found corner, blue on top: predicted corner)
 )");
 }
 
-TEST(ResultText, LeavesOutWhatTheRunDidntGetTo) {
+TEST(ResultText, OmitsWhatTheRunDidNotReach) {
   Calibration_Result Result;
   Result.Code = 1;
   const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", false);
@@ -116,20 +116,20 @@ TEST(ResultText, LeavesOutWhatTheRunDidntGetTo) {
   }
 }
 
-TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
+TEST(ResultText, PrintsTheCausesAndTheNextStepOfABadRunWordForWord) {
   const Calibration_Result Result = Bad_Result(13, "/in/capture.csv", "/in");
   const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
   const rigsync::Code_Advice Advice = rigsync::Advice_For(13);
   ASSERT_GE(Advice.Causes.size(), 2u);
   std::size_t At = 0;
-  // In this order, and each sentence whole.
+  // In this order, each sentence complete.
   std::vector<std::string> Parts = {"Code 13. " + Advice.Meaning, Advice.On_Stage,
-                                    "Likely causes, the most likely first"};
+                                    "Likely causes, most likely first"};
   for (const std::string& Cause : Advice.Causes) Parts.push_back("- " + Cause);
-  Parts.insert(Parts.end(), {"Next step", Advice.Next_Step,
-                             "Look for the cause in the capture, line by line, with",
-                             "rigsync inspect /in/capture.csv --board 11x8 --square 0.03 \\ "
-                             "--board-euler 12,-20.25,8 --board-offset -0.17,0.05,0.04"});
+  Parts.insert(Parts.end(),
+               {"Next step", Advice.Next_Step, "To check the capture line by line, run",
+                "rigsync inspect /in/capture.csv --board 11x8 --square 0.03 \\ "
+                "--board-euler 12,-20.25,8 --board-offset -0.17,0.05,0.04"});
   const std::string One_Line = rigsync::One_Line(Text);
   for (const std::string& Part : Parts) {
     const std::size_t Found = One_Line.find(Part, At);
@@ -138,8 +138,8 @@ TEST(ResultText, TellsABadRunItsCausesAndTheNextStepWordForWord) {
   }
 }
 
-// As millimetres in the place of metres make them.
-TEST(ResultText, KeepsHugeNumbersApart) {
+// Millimetres instead of metres lead to such numbers.
+TEST(ResultText, SeparatesHugeNumbers) {
   Calibration_Result Result = Good_Result();
   Result.Report.Spread_M = {169.17863, 72.78732, 200.31856};
   Result.Transform_Cam_Tc[3] = -1180.74890;
@@ -148,9 +148,9 @@ TEST(ResultText, KeepsHugeNumbersApart) {
   EXPECT_THAT(Text, HasSubstr(" -1180.74890\n"));
 }
 
-TEST(ResultText, SaysThatOutliersAreUsualOfPositionsInAUsableResultOnly) {
+TEST(ResultText, ExplainsOutliersByPositionInAUsableResultOnly) {
   const auto Says = [](const Calibration_Result& Result) {
-    return rigsync::Result_Text(Result, {}, "/out/result.json", false).find("Position limits") !=
+    return rigsync::Result_Text(Result, {}, "/out/result.json", false).find("The position limit") !=
            std::string::npos;
   };
   Calibration_Result Result = Good_Result();
@@ -158,15 +158,15 @@ TEST(ResultText, SaysThatOutliersAreUsualOfPositionsInAUsableResultOnly) {
   Result.Code = 14;
   EXPECT_FALSE(Says(Result));
   Result.Code = 0;
-  Result.Report.Images.pop_back();  // leaves the outlier whose axis is off
+  Result.Report.Images.pop_back();  // the other outlier is beyond the axis limit
   EXPECT_FALSE(Says(Result));
 }
 
-TEST(ResultText, SumsUpWhatWouldFloodATerminal) {
+TEST(ResultText, CountsTheDroppedImagesThatWouldFloodATerminal) {
   Calibration_Result Result = Good_Result();
   Result.Report.Images.assign(500, {"x.png", Image_Fate::Unreadable, {}, {}});
   const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", false);
-  EXPECT_THAT(Text, HasSubstr("and 488 more dropped; result.json lists them all"));
+  EXPECT_THAT(Text, HasSubstr("and 488 more dropped; result.json lists all of them"));
   std::istringstream Lines(Text);
   std::size_t Count = 0;
   for (std::string Line; std::getline(Lines, Line);) ++Count;
@@ -177,7 +177,7 @@ TEST(ResultText, AnImageWhoseLineIsNotKnownHasNone) {
   Calibration_Result Result = Good_Result();
   Result.Images.clear();  // the CSV came through a pipe
   EXPECT_THAT(rigsync::Result_Text(Result, {}, "/out/result.json", false),
-              AllOf(HasSubstr("\n  can't be read\n    b.png\n"), Not(HasSubstr("line "))));
+              AllOf(HasSubstr("\n  cannot be read\n    b.png\n"), Not(HasSubstr("line "))));
 }
 
 TEST(ResultText, TheVerdictHasTheColourOfItsCode) {
@@ -195,7 +195,7 @@ TEST(ResultText, TheVerdictHasTheColourOfItsCode) {
               Not(HasSubstr("\x1b")));
 }
 
-TEST(ResultText, LeadsToAnInspectionThatAShellRunsOnTheSameImages) {
+TEST(ResultText, SuggestsAnInspectionThatAShellRunsOnTheSameImages) {
   Calibration_Result Result = Bad_Result(4, "/in a/it's.csv", "/in a");
   const std::string Start =
       "\n    rigsync inspect '/in a/it'\\''s.csv' --board 11x8 --square 0.03 \\\n"
@@ -207,7 +207,7 @@ TEST(ResultText, LeadsToAnInspectionThatAShellRunsOnTheSameImages) {
               HasSubstr(Start + " \\\n      --image-root /photos\n"));
 }
 
-TEST(ResultText, OffersPathsWithoutDots) {
+TEST(ResultText, SuggestsPathsWithoutDots) {
   const Scratch_Folder Scratch;
   std::filesystem::create_directory(Scratch.Path() / "down");
   const Calibration_Result Result =
@@ -217,43 +217,43 @@ TEST(ResultText, OffersPathsWithoutDots) {
                           Not(HasSubstr("--image-root"))));
 }
 
-TEST(ResultText, FoldsTheReasonOfAnOutlierThatIsFarOff) {
+TEST(ResultText, FoldsTheReasonOfAnOutlier) {
   Calibration_Result Result = Good_Result();
   Result.Report.Filter_Spread_M = {121.0, 119.0, 56.0};
   EXPECT_THAT(rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
-              HasSubstr("  line 106  outlier, position beyond 157300.0, 154700.0, 72800.0 mm "
+              HasSubstr("  line 106  outlier, position over 157300.0, 154700.0 or 72800.0 mm "
                         "(x, y, z)\n            from the mean\n            e.png\n"));
 }
 
-TEST(ResultText, CountsNoImageAsKeptThatTooFewWereLeftWithout) {
+TEST(ResultText, CountsNoImageAsKeptWhenNoneRemains) {
   Calibration_Result Result = Good_Result();
   Result.Code = 13;
-  Result.Report.Too_Few_Left = 0;
+  Result.Report.Too_Few_Remaining = 0;
   EXPECT_THAT(rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
-              HasSubstr("\nImages: 5 looked at, 3 show the board, 0 kept\n"));
+              HasSubstr("\nImages: 5 searched, 3 show the board, 0 kept\n"));
 }
 
-TEST(ResultText, TellsHowManyOutliersTheRunLogDoesNotName) {
+TEST(ResultText, CountsTheOutliersThatTheRunLogDoesNotName) {
   Calibration_Result Result = Good_Result();
   Result.Code = 13;
   for (const std::size_t i : {0u, 4u}) Result.Report.Images[i].Fate = Image_Fate::Unknown;
-  Result.Report.Too_Few_Left = 1;
+  Result.Report.Too_Few_Remaining = 1;
   const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
-  EXPECT_THAT(Text, HasSubstr("\nImages: 5 looked at, 3 show the board, 1 kept\n"));
-  EXPECT_THAT(Text,
-              HasSubstr("            d.png\n  Of the other 2, 1 is an outlier by its position; "
-                        "the run log doesn't tell\n  which.\n"));
+  EXPECT_THAT(Text, HasSubstr("\nImages: 5 searched, 3 show the board, 1 kept\n"));
+  EXPECT_THAT(Text, HasSubstr("            d.png\n  Of the other 2, 1 is an outlier by position; "
+                              "the run log does not say which.\n"));
   EXPECT_THAT(Text, Not(HasSubstr("a.png")));
 }
 
-TEST(ResultText, PraisesNoResultWhoseNumbersAreNotFinite) {
+TEST(ResultText, AResultWhoseNumbersAreNotFiniteIsNotCalledGood) {
   Calibration_Result Result = Good_Result();
   Result.Transform_Cam_Tc[3] = std::nan("");
   Result.Report.Reprojection_Px = std::nan("");
   const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
-  EXPECT_THAT(Text, AllOf(HasSubstr("Code 0, but don't use the result"), HasSubstr("Next step"),
-                          Not(HasSubstr("within every limit")), Not(HasSubstr("Export it")),
-                          HasSubstr("\n  predicted to found corners       nan px\n")));
+  EXPECT_THAT(Text,
+              AllOf(HasSubstr("Code 0, but the result must not be used"), HasSubstr("Next step"),
+                    Not(HasSubstr("within every limit")), Not(HasSubstr("Export it")),
+                    HasSubstr("\n  reprojection error               nan px\n")));
 }
 
 }  // namespace
