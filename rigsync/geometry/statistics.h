@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Arithmetic and choice that several findings about a capture are made with.
+// The median, and an even choice from a long list.
 #ifndef RIGSYNC_GEOMETRY_STATISTICS_H
 #define RIGSYNC_GEOMETRY_STATISTICS_H
 
@@ -10,22 +10,21 @@
 
 namespace rigsync {
 
-constexpr double Degrees_In_Radian = 57.295779513082320877;
-
-// The middle value of a list that isn't empty; of an even number of them, the upper of the two.
+// The median of a list that is not empty. For an even number of values it is the upper of the two
+// in the middle, not their mean.
 inline double Median(std::vector<double> Values) {
-  const auto Middle = Values.begin() + static_cast<std::ptrdiff_t>(Values.size() / 2);
-  std::nth_element(Values.begin(), Middle, Values.end());
-  return *Middle;
+  const auto Upper_Middle = Values.begin() + static_cast<std::ptrdiff_t>(Values.size() / 2);
+  std::nth_element(Values.begin(), Upper_Middle, Values.end());
+  return *Upper_Middle;
 }
 
-// Most of the values, evenly chosen and in their order; all where they aren't more.
+// At most Limit of the values, evenly spaced and in their order; all of them if there are no more.
 template <typename Value>
-std::vector<Value> Evenly_Chosen(const std::vector<Value>& All, std::size_t Most) {
-  if (All.size() <= Most) return All;
+std::vector<Value> Evenly_Chosen(const std::vector<Value>& Values, std::size_t Limit) {
+  if (Values.size() <= Limit) return Values;
   std::vector<Value> Chosen;
-  Chosen.reserve(Most);
-  for (std::size_t k = 0; k < Most; ++k) Chosen.push_back(All[k * All.size() / Most]);
+  Chosen.reserve(Limit);
+  for (std::size_t k = 0; k < Limit; ++k) Chosen.push_back(Values[k * Values.size() / Limit]);
   return Chosen;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/geometry/transform_difference.h"
 
-#include "rigsync/geometry/statistics.h"
+#include "rigsync/geometry/angle.h"
 
 #include <cmath>
 #include <cstddef>
@@ -38,7 +38,7 @@ double Rotation_Difference_Deg(const std::vector<double>& A, const std::vector<d
   }
   const double Sine = std::hypot(D[2][1] - D[1][2], D[0][2] - D[2][0], D[1][0] - D[0][1]) / 2.0;
   const double Cosine = (D[0][0] + D[1][1] + D[2][2] - 1.0) / 2.0;
-  return std::atan2(Sine, Cosine) * Degrees_In_Radian;
+  return std::atan2(Sine, Cosine) * Degrees_Per_Radian;
 }
 
 }  // namespace rigsync

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/inspect/board_estimate.h"
 
-#include "rigsync/geometry/statistics.h"
+#include "rigsync/geometry/angle.h"
 
 #include <fmt/format.h>
 #include <Eigen/Geometry>
@@ -29,14 +29,14 @@ using Eigen::Matrix3d;
 using Eigen::Vector3d;
 
 Matrix3d Rotation_Of(const std::array<double, 3>& Euler_Deg) {
-  return (AngleAxisd(Euler_Deg[0] / Degrees_In_Radian, Vector3d::UnitX()) *
-          AngleAxisd(Euler_Deg[1] / Degrees_In_Radian, Vector3d::UnitY()) *
-          AngleAxisd(Euler_Deg[2] / Degrees_In_Radian, Vector3d::UnitZ()))
+  return (AngleAxisd(Euler_Deg[0] / Degrees_Per_Radian, Vector3d::UnitX()) *
+          AngleAxisd(Euler_Deg[1] / Degrees_Per_Radian, Vector3d::UnitY()) *
+          AngleAxisd(Euler_Deg[2] / Degrees_Per_Radian, Vector3d::UnitZ()))
       .toRotationMatrix();
 }
 
 double Angle_Deg(const Matrix3d& Rotation) {
-  return AngleAxisd(Rotation).angle() * Degrees_In_Radian;
+  return AngleAxisd(Rotation).angle() * Degrees_Per_Radian;
 }
 
 // To tenths, where what is next to 0 has no sign.
@@ -50,8 +50,8 @@ std::string Euler_Text(const Matrix3d& Rotation) {
   const double A = std::atan2(-Rotation(1, 2), Rotation(2, 2));
   const double B = std::asin(std::clamp(Rotation(0, 2), -1.0, 1.0));
   const double C = std::atan2(-Rotation(0, 1), Rotation(0, 0));
-  return fmt::format("{:.1f},{:.1f},{:.1f}", Tenths(A * Degrees_In_Radian),
-                     Tenths(B * Degrees_In_Radian), Tenths(C * Degrees_In_Radian));
+  return fmt::format("{:.1f},{:.1f},{:.1f}", Tenths(A * Degrees_Per_Radian),
+                     Tenths(B * Degrees_Per_Radian), Tenths(C * Degrees_Per_Radian));
 }
 
 // The board's middle, seen from its first inner corner.

@@ -2,7 +2,7 @@
 #include "rigsync/inspect/capture_survey.h"
 
 #include "rigsync/capture/board_size.h"
-#include "rigsync/geometry/statistics.h"
+#include "rigsync/geometry/angle.h"
 
 #include <fmt/format.h>
 #include <Eigen/Eigenvalues>
@@ -123,7 +123,7 @@ std::optional<Pose_Spread> Measure_Poses(const std::vector<Board_Pose>& Poses) {
     // The board's normal leans away from the view by the tilt, in the direction of its x and y.
     const Eigen::Vector3d Normal_Cam = Pose.Rotation_Cam_Chart * Eigen::Vector3d::UnitZ();
     const double Lean = Normal_Cam.head<2>().norm();
-    const double Tilt = std::atan2(Lean, std::abs(Normal_Cam.z())) * Degrees_In_Radian;
+    const double Tilt = std::atan2(Lean, std::abs(Normal_Cam.z())) * Degrees_Per_Radian;
     Measured.Least_Tilt = std::min(Measured.Least_Tilt, Tilt);
     Measured.Largest_Tilt = std::max(Measured.Largest_Tilt, Tilt);
     if (!(Lean > 0.0)) continue;

@@ -2,6 +2,7 @@
 #include "rigsync/inspect/tracker_agreement.h"
 
 #include "rigsync/capture/tracker_sample.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/statistics.h"
 #include "rigsync/inspect/tracker_survey.h"
 
@@ -133,7 +134,7 @@ std::vector<double> Turns_Off(const Motion& Images, const Motion& Trackers) {
       if (j == i) continue;
       const double Seen = Images.Turns[i].angularDistance(Images.Turns[j]);
       const double Reported = Trackers.Turns[i].angularDistance(Trackers.Turns[j]);
-      Differences.push_back(std::abs(Seen - Reported) * Degrees_In_Radian);
+      Differences.push_back(std::abs(Seen - Reported) * Degrees_Per_Radian);
     }
     Off.push_back(Median(Differences));
   }
@@ -143,7 +144,7 @@ std::vector<double> Turns_Off(const Motion& Images, const Motion& Trackers) {
 // The turn from row j to row i as a rotation vector, degrees.
 Eigen::Vector3d Turn_Between(const Motion& Of, std::size_t i, std::size_t j) {
   const Eigen::AngleAxisd Turn(Of.Turns[i] * Of.Turns[j].conjugate());
-  return Turn.axis() * Turn.angle() * Degrees_In_Radian;
+  return Turn.axis() * Turn.angle() * Degrees_Per_Radian;
 }
 
 struct Turn_Pair {
@@ -175,7 +176,7 @@ std::optional<Eigen::Matrix3d> Rotation_Cam_Tc(const std::vector<Turn_Pair>& Pai
   }
   const Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> Spread(Axes /
                                                               static_cast<double>(Pairs.size()));
-  const double Apart = std::sin(Least_Axes_Apart / Degrees_In_Radian);
+  const double Apart = std::sin(Least_Axes_Apart / Degrees_Per_Radian);
   if (!(1.0 - Spread.eigenvalues()[2] >= Apart * Apart)) return std::nullopt;
   const Eigen::JacobiSVD<Eigen::Matrix3d> Svd(Both, Eigen::ComputeFullU | Eigen::ComputeFullV);
   Eigen::Matrix3d Proper = Eigen::Matrix3d::Identity();
@@ -188,7 +189,7 @@ double Median_Axis_Off(const std::vector<Turn_Pair>& Pairs, const Eigen::Matrix3
   for (const Turn_Pair& Pair : Pairs) {
     const Eigen::Vector3d Left = Pair.Image.normalized();
     const Eigen::Vector3d Right = Rotation * Pair.Tracker.normalized();
-    Off.push_back(std::atan2(Left.cross(Right).norm(), Left.dot(Right)) * Degrees_In_Radian);
+    Off.push_back(std::atan2(Left.cross(Right).norm(), Left.dot(Right)) * Degrees_Per_Radian);
   }
   return Median(Off);
 }

@@ -2,6 +2,7 @@
 #include "rigsync/inspect/tracker_survey.h"
 
 #include "rigsync/capture/tracker_sample.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/statistics.h"
 
 #include <fmt/format.h>
@@ -52,7 +53,7 @@ Eigen::Vector3d Place(const Tracker_Sample& Sample) {
 }
 
 double Angle_Deg(const Eigen::Quaterniond& Left, const Eigen::Quaterniond& Right) {
-  return Left.angularDistance(Right) * Degrees_In_Radian;
+  return Left.angularDistance(Right) * Degrees_Per_Radian;
 }
 
 // One of the two trackers, and what it is called.
@@ -263,7 +264,7 @@ Turns Measure_Turns(const std::vector<Capture_Row>& Rows) {
     // The largest eigenvalue is the share of the axes that is along the main direction.
     const Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> Solver(Axes / Count);
     const double Elsewhere = std::clamp(1.0 - Solver.eigenvalues()[2], 0.0, 1.0);
-    Measured.Axes_Apart_Deg = std::asin(std::sqrt(Elsewhere)) * Degrees_In_Radian;
+    Measured.Axes_Apart_Deg = std::asin(std::sqrt(Elsewhere)) * Degrees_Per_Radian;
   }
   return Measured;
 }

@@ -3,6 +3,7 @@
 // The estimate of the board's place beside what was measured, which is written down here: limits,
 // texts, and what is passed over.
 #include "rigsync/inspect/board_estimate.h"
+#include "rigsync/geometry/angle.h"
 
 #include <gmock/gmock.h>
 
@@ -17,12 +18,11 @@ using rigsync::Findings;
 using rigsync::Level;
 using testing::HasSubstr;
 
-constexpr double Degree = 3.14159265358979323846 / 180.0;
-
 // A board of 11x8 with squares of 30 mm, flat on its tracker but for a turn about its normal; its
 // middle is 150 and 105 mm from the first corner.
 Agreement Measured_With(double Turn_Deg, const Eigen::Vector3d& First_Corner) {
-  const double Cosine = std::cos(Turn_Deg * Degree), Sine = std::sin(Turn_Deg * Degree);
+  const double Cosine = std::cos(Turn_Deg / rigsync::Degrees_Per_Radian),
+               Sine = std::sin(Turn_Deg / rigsync::Degrees_Per_Radian);
   Agreement Measured;
   Eigen::Matrix3d Rotation;
   Rotation << Cosine, -Sine, 0, Sine, Cosine, 0, 0, 0, 1;

@@ -2,6 +2,7 @@
 //
 // How good a capture is, from corners and poses that are made by hand.
 #include "rigsync/inspect/capture_survey.h"
+#include "rigsync/geometry/angle.h"
 
 #include <gmock/gmock.h>
 
@@ -16,8 +17,6 @@ using rigsync::Findings;
 using rigsync::Level;
 using testing::AllOf;
 using testing::HasSubstr;
-
-constexpr double Radian = 57.295779513082320877;  // degrees
 
 std::string Id_Of(const Findings& Told) {
   return Told.Sorted().empty() ? "" : Told.Sorted()[0].Id;
@@ -110,7 +109,8 @@ TEST(Coverage, HalfOfTheCellsAreEnoughWhenTheyAreEverywhere) {
 
 Board_Pose Posed(const Eigen::Vector3d& Axis, double Tilt_Deg, double Distance) {
   Board_Pose Pose;
-  Pose.Rotation_Cam_Chart = Eigen::AngleAxisd(Tilt_Deg / Radian, Axis.normalized());
+  Pose.Rotation_Cam_Chart =
+      Eigen::AngleAxisd(Tilt_Deg / rigsync::Degrees_Per_Radian, Axis.normalized());
   Pose.Middle_Cam = {0, 0, Distance};
   return Pose;
 }

@@ -3,6 +3,7 @@
 // Tracker samples by themselves: made by hand, so that each trouble stands alone.
 #include "rigsync/inspect/tracker_survey.h"
 #include "rigsync/capture/capture_file.h"
+#include "rigsync/geometry/angle.h"
 
 #include <gmock/gmock.h>
 
@@ -24,10 +25,9 @@ using testing::Pair;
 
 using Lines = std::vector<std::size_t>;
 
-constexpr double Radian = 57.295779513082320877;  // degrees
-
 std::array<double, 4> Turned(const Eigen::Vector3d& Axis, double Angle_Deg) {
-  const Eigen::Quaterniond Q(Eigen::AngleAxisd(Angle_Deg / Radian, Axis.normalized()));
+  const Eigen::Quaterniond Q(
+      Eigen::AngleAxisd(Angle_Deg / rigsync::Degrees_Per_Radian, Axis.normalized()));
   return {Q.w(), Q.x(), Q.y(), Q.z()};
 }
 
