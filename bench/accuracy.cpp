@@ -8,6 +8,9 @@
 // of the board's place: they don't need one. They get every image in which a board is found: they
 // drop no outliers. Board poses come from one lens solve with the library's own settings.
 #include "bench/muted_output.h"
+#include "rigsync/capture/board_detection.h"
+#include "rigsync/capture/tracker_sample.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync_core.h"
 #include "simulate/simulate.h"
 
@@ -16,7 +19,6 @@
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core/eigen.hpp>
 #include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
 
 #include <cmath>
 #include <cstdio>
@@ -34,8 +36,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr double Degrees_Per_Radian = 180.0 / 3.14159265358979323846;
 
 struct Point {
   std::string Sweep;
@@ -91,10 +91,11 @@ struct Boards {
 
 Boards Solve_Boards(const simulate::Plan& Plan, const fs::path& Folder) {
   const simulate::Options& Given = Plan.Given;
-  const cv::Size Board(Given.Board_Cols, Given.Board_Rows);
+  const rigsync::Board_Size Board = {Given.Board_Cols, Given.Board_Rows};
+  const cv::Size Image_Size(Given.Width, Given.Height);
   std::vector<cv::Point3f> Corners_Chart;
-  for (int y = 0; y < Board.height; ++y) {
-    for (int x = 0; x < Board.width; ++x) {
+  for (int y = 0; y < Board.Rows; ++y) {
+    for (int x = 0; x < Board.Cols; ++x) {
       Corners_Chart.emplace_back(static_cast<float>(x * Given.Square_Size),
                                  static_cast<float>(y * Given.Square_Size), 0.0f);
     }
@@ -102,25 +103,18 @@ Boards Solve_Boards(const simulate::Plan& Plan, const fs::path& Folder) {
   Boards Found;
   std::vector<std::vector<cv::Point2f>> Corners_all;
   for (std::size_t i = 0; i < Plan.Images.size(); ++i) {
-    const cv::Mat Grey =
-        cv::imread((Folder / "images" / Plan.Images[i].Name).string(), cv::IMREAD_GRAYSCALE);
-    std::vector<cv::Point2f> Corners;
-    if (!cv::findChessboardCorners(Grey, Board, Corners,
-                                   cv::CALIB_CB_ADAPTIVE_THRESH + cv::CALIB_CB_NORMALIZE_IMAGE +
-                                       cv::CALIB_CB_FAST_CHECK)) {
-      continue;
-    }
-    cv::cornerSubPix(Grey, Corners, cv::Size(3, 3), cv::Size(-1, -1),
-                     cv::TermCriteria(cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 30, 0.1));
+    const cv::Mat Image =
+        cv::imread((Folder / "images" / Plan.Images[i].Name).string(), cv::IMREAD_COLOR);
+    const std::vector<cv::Point2f> Corners = rigsync::Detect_Board(Image, Image_Size, Board);
+    if (Corners.empty()) continue;
     Found.Images.push_back(i);
     Corners_all.push_back(Corners);
   }
   cv::Mat Camera_Matrix, Distortion;
   std::vector<cv::Mat> Rvecs;
   cv::calibrateCamera(std::vector<std::vector<cv::Point3f>>(Corners_all.size(), Corners_Chart),
-                      Corners_all, cv::Size(Given.Width, Given.Height), Camera_Matrix, Distortion,
-                      Rvecs, Found.Translation_Cam_Chart,
-                      cv::CALIB_ZERO_TANGENT_DIST + cv::CALIB_FIX_K3,
+                      Corners_all, Image_Size, Camera_Matrix, Distortion, Rvecs,
+                      Found.Translation_Cam_Chart, cv::CALIB_ZERO_TANGENT_DIST + cv::CALIB_FIX_K3,
                       cv::TermCriteria(cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 30,
                                        std::numeric_limits<double>::epsilon()));
   for (const cv::Mat& Rvec : Rvecs) {
@@ -131,14 +125,12 @@ Boards Solve_Boards(const simulate::Plan& Plan, const fs::path& Folder) {
   return Found;
 }
 
-// A recorded sample as a pose: the quaternion turns Base into the body, whose axes are -x, -z and
-// -y of the tracker's frame.
+// A recorded sample as a pose: the quaternion takes Base to the body's axes, which are relabelled
+// as the library does it.
 Eigen::Matrix4d Pose_Of(const simulate::Sample& Sample) {
-  Eigen::Matrix3d Body_From_Tracker;
-  Body_From_Tracker << -1, 0, 0, 0, 0, -1, 0, -1, 0;
   Eigen::Matrix4d Transform_Base_Tracker = Eigen::Matrix4d::Identity();
   Transform_Base_Tracker.topLeftCorner<3, 3>() =
-      Sample.Rotation.toRotationMatrix().transpose() * Body_From_Tracker;
+      Sample.Rotation.toRotationMatrix().transpose() * rigsync::Tracker_Axes_Relabelling();
   Transform_Base_Tracker.topRightCorner<3, 1>() = Sample.Position;
   return Transform_Base_Tracker;
 }
@@ -232,7 +224,7 @@ void Print(const Point& At, unsigned Seed, const std::string& Solver, const Solv
       1000.0 * (*Result.Transform_Cam_Tc - Truth).topRightCorner<3, 1>().norm();
   const double Degrees =
       Eigen::AngleAxisd(Eigen::Matrix3d(Difference.topLeftCorner<3, 3>())).angle() *
-      Degrees_Per_Radian;
+      rigsync::Degrees_Per_Radian;
   std::printf("%s,%g,%u,%s,%.6f,%.6f,%d\n", At.Sweep.c_str(), At.Value, Seed, Solver.c_str(),
               Millimetres, Degrees, Result.Code);
 }

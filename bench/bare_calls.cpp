@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bench/bare_calls.h"
 
+#include "rigsync/capture/board_detection.h"
+
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <fstream>
 #include <limits>
 #include <map>
@@ -17,7 +17,7 @@ namespace {
 
 using Corners = std::vector<cv::Point2f>;
 
-// Adds the time since it was made, or since the last call, to a sum.
+// Adds the time since its construction, or since the last call, to a sum.
 class Lap {
  public:
   void To(double& Sum) {
@@ -45,35 +45,23 @@ std::vector<cv::Point3f> Board_Points(const Bare_Job& Job) {
 std::map<std::string, Corners> Find_Boards(const Bare_Job& Job, cv::Size& Image_Size,
                                            Bare_Times& Times) {
   std::map<std::string, Corners> Found_all;
-  cv::Mat Image, Reduced, Grey, Reduced_Grey;
+  const rigsync::Board_Size Board = {Job.Board.width, Job.Board.height};
+  cv::Mat Image;
+  rigsync::Detection_Images Images;
   for (const std::string& Path : Job.Paths) {
     Lap Timer;
     Image = cv::imread(Path, cv::IMREAD_COLOR);
     Timer.To(Times.Decode);
     if (Image.empty()) throw std::runtime_error(Path + " can't be read");
-    Image_Size = Image.size();
-    const bool Reduces = Image_Size.width >= 1440;
-    const float Scale = Reduces ? static_cast<float>(Image_Size.width) / 720.0f : 1.0f;
-    const int Window = Reduces ? std::min(15, static_cast<int>(std::round(Scale * 3.0f))) : 3;
-    if (Reduces) {
-      const int Reduced_Height =
-          static_cast<int>(std::round(static_cast<float>(Image_Size.height) / Scale));
-      cv::resize(Image, Reduced, cv::Size(720, Reduced_Height), 0.0, 0.0, cv::INTER_LINEAR);
-    } else {
-      Reduced = Image;
-    }
-    cv::cvtColor(Image, Grey, cv::COLOR_BGR2GRAY);
-    cv::cvtColor(Reduced, Reduced_Grey, cv::COLOR_BGR2GRAY);
+    if (Image_Size.width == 0) Image_Size = Image.size();
+    const rigsync::Detection_Settings Settings = rigsync::Settings_For(Image_Size);
+    rigsync::Prepare_Images(Image, Settings, Images);
     Timer.To(Times.Reduce);
     Corners Found;
-    const bool Is_Found = cv::findChessboardCorners(
-        Reduced_Grey, Job.Board, Found,
-        cv::CALIB_CB_ADAPTIVE_THRESH + cv::CALIB_CB_NORMALIZE_IMAGE + cv::CALIB_CB_FAST_CHECK);
+    const bool Is_Found = rigsync::Search_Board(Images, Settings, Board, Found);
     Timer.To(Times.Search);
     if (!Is_Found) continue;
-    for (cv::Point2f& Corner : Found) Corner *= Scale;
-    cv::cornerSubPix(Grey, Found, cv::Size(Window, Window), cv::Size(-1, -1),
-                     cv::TermCriteria(cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 30, 0.1));
+    rigsync::Refine_Corners(Images, Settings, Found);
     Timer.To(Times.Refine);
     Found_all[Path] = Found;
   }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/capture/board_search.h"
 
+#include "rigsync/capture/board_detection.h"
+#include "rigsync/capture/library_limits.h"
 #include "rigsync/geometry/statistics.h"
 #include "rigsync/system/quiet_output.h"
 
@@ -32,41 +34,6 @@ constexpr double Rms_Limit = 1.5;
 // below half a pixel nobody has to care.
 constexpr double Bad_Fit_Factor = 3.0;
 constexpr double Bad_Fit_Floor = 0.5;
-
-// From this width on the library looks for boards in a copy of 720 pixels.
-constexpr int Reduced_From = 1440;
-constexpr double Reduced_Width = 720.0;
-
-// As the library searches an image: on a reduced copy whose size follows from the first image, then
-// refined in the full image.
-bool Find_Board(const cv::Mat& Image, cv::Size First_Size, cv::Size Board,
-                std::vector<cv::Point2f>& Corners) {
-  cv::Mat Grey, Searched = Image, Searched_Grey;
-  float Scale = 1.0f;
-  int Half_Window = 3;
-  if (First_Size.width >= Reduced_From) {
-    Scale = static_cast<float>(First_Size.width / Reduced_Width);
-    const cv::Size Reduced(cvRound(static_cast<float>(First_Size.width) / Scale),
-                           cvRound(static_cast<float>(First_Size.height) / Scale));
-    Half_Window = std::min(cvRound(Scale * 3.0f), 15);
-    cv::resize(Image, Searched, Reduced, 0, 0, cv::INTER_LINEAR);
-  }
-  cv::cvtColor(Image, Grey, cv::COLOR_BGR2GRAY);
-  cv::cvtColor(Searched, Searched_Grey, cv::COLOR_BGR2GRAY);
-  Corners.clear();
-  if (!cv::findChessboardCorners(
-          Searched_Grey, Board, Corners,
-          cv::CALIB_CB_ADAPTIVE_THRESH | cv::CALIB_CB_NORMALIZE_IMAGE | cv::CALIB_CB_FAST_CHECK)) {
-    return false;
-  }
-  for (cv::Point2f& Corner : Corners) Corner *= Scale;
-  // Corners of an image of another size are wrong and may lie outside of it; nobody uses them.
-  if (Image.size() == First_Size) {
-    cv::cornerSubPix(Grey, Corners, {Half_Window, Half_Window}, {-1, -1},
-                     {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 30, 0.1});
-  }
-  return true;
-}
 
 // An empty image when the file is none. Decoders complain on standard error; the line is told
 // anyway.
@@ -231,6 +198,7 @@ Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vect
   Board_Search Search;
   Search.States.assign(Rows.size(), Image_State::Missing);
   Search.Corners.resize(Rows.size());
+  Detection_Images Images;
   std::vector<cv::Point2f> Corners;
   for (std::size_t i = 0; i < Rows.size(); ++i) {
     if (Progress) Progress(i, Rows.size());
@@ -250,13 +218,17 @@ Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vect
     const cv::Size First_Size(Search.Width, Search.Height);
     const bool Same_Size = Image.size() == First_Size;
     if (!Same_Size) Tell_Other_Size(Rows[i], Image.size(), Search, Told);
-    if (!Find_Board(Image, First_Size, cv::Size(Board.Cols, Board.Rows), Corners)) {
+    const Detection_Settings Settings = Settings_For(First_Size);
+    Prepare_Images(Image, Settings, Images);
+    if (!Search_Board(Images, Settings, Board, Corners)) {
       Search.States[i] = Image_State::No_Board;
       Tell_No_Board(Rows[i], Told);
       continue;
     }
     Search.States[i] = Same_Size ? Image_State::Board_Found : Image_State::Other_Size;
+    // Corners in an image of another size are wrong and may lie outside of it. Nothing uses them.
     if (!Same_Size) continue;
+    Refine_Corners(Images, Settings, Corners);
     for (const cv::Point2f& Corner : Corners) Search.Corners[i].push_back({Corner.x, Corner.y});
   }
   if (Progress) Progress(Rows.size(), Rows.size());
