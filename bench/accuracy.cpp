@@ -90,14 +90,14 @@ struct Boards {
 };
 
 Boards Solve_Boards(const simulate::Plan& Plan, const fs::path& Folder) {
-  const simulate::Options& Given = Plan.Given;
-  const rigsync::Board_Size Board = {Given.Board_Cols, Given.Board_Rows};
-  const cv::Size Image_Size(Given.Width, Given.Height);
+  const simulate::Options& Options = Plan.Given;
+  const rigsync::Board_Size Board = {Options.Board_Cols, Options.Board_Rows};
+  const cv::Size Image_Size(Options.Width, Options.Height);
   std::vector<cv::Point3f> Corners_Chart;
   for (int y = 0; y < Board.Rows; ++y) {
     for (int x = 0; x < Board.Cols; ++x) {
-      Corners_Chart.emplace_back(static_cast<float>(x * Given.Square_Size),
-                                 static_cast<float>(y * Given.Square_Size), 0.0f);
+      Corners_Chart.emplace_back(static_cast<float>(x * Options.Square_Size),
+                                 static_cast<float>(y * Options.Square_Size), 0.0f);
     }
   }
   Boards Found;

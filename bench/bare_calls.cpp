@@ -52,7 +52,7 @@ std::map<std::string, Corners> Find_Boards(const Bare_Job& Job, cv::Size& Image_
     Lap Timer;
     Image = cv::imread(Path, cv::IMREAD_COLOR);
     Timer.To(Times.Decode);
-    if (Image.empty()) throw std::runtime_error(Path + " can't be read");
+    if (Image.empty()) throw std::runtime_error(Path + " cannot be read");
     if (Image_Size.width == 0) Image_Size = Image.size();
     const rigsync::Detection_Settings Settings = rigsync::Settings_For(Image_Size);
     rigsync::Prepare_Images(Image, Settings, Images);

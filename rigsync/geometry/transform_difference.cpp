@@ -26,9 +26,9 @@ std::vector<double> Translation_Difference_Mm(const std::vector<double>& A,
 }
 
 double Rotation_Difference_Deg(const std::vector<double>& A, const std::vector<double>& B) {
-  // D = transpose(A) * B turns by the angle. cos(angle) = (trace(D) - 1) / 2 is flat near 0 and
-  // would lose small angles; sin(angle) is half the length of D's antisymmetric part, and atan2 of
-  // the two is good everywhere.
+  // D = transpose(A) * B is the rotation between them. cos(angle) = (trace(D) - 1) / 2 alone loses
+  // small angles, because it is flat near 0. sin(angle) is half the length of the vector of D's
+  // antisymmetric part, and atan2 of the two is accurate everywhere.
   double D[3][3];
   for (std::size_t r = 0; r < 3; ++r) {
     for (std::size_t c = 0; c < 3; ++c) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How far two flat transforms (16 numbers, row by row) are apart.
+// The difference between two transforms, each given as 16 numbers, row by row.
 #ifndef RIGSYNC_GEOMETRY_TRANSFORM_DIFFERENCE_H
 #define RIGSYNC_GEOMETRY_TRANSFORM_DIFFERENCE_H
 
@@ -8,11 +8,12 @@
 
 namespace rigsync {
 
-// Millimetres, per axis: translation of A less that of B.
+// The translation of A minus that of B, by axis, millimetres.
 std::vector<double> Translation_Difference_Mm(const std::vector<double>& A,
                                               const std::vector<double>& B);
 
-// Degrees, 0 to 180: the angle of the rotation that leads from A's rotation block to B's.
+// The angle of the rotation between the two rotation blocks, 0 to 180 degrees. NaN if an element of
+// either is NaN.
 double Rotation_Difference_Deg(const std::vector<double>& A, const std::vector<double>& B);
 
 }  // namespace rigsync

@@ -15,11 +15,11 @@ std::vector<double> Turned_About_Z(double Degrees, double x, double y, double z)
   return {c, -s, 0, x, s, c, 0, y, 0, 0, 1, z, 0, 0, 0, 1};
 }
 
-// Sine and cosine are good to 1e-16, which at 180 degrees is an angle of 1e-16 rad; a thousand
-// times that leaves room for the sums and stays far below the smallest angle asked for.
+// Sine and cosine are accurate to 1e-16, which at 180 degrees is an angle of 1e-16 rad. A thousand
+// times that leaves room for the sums and is far below the smallest angle that is tested.
 constexpr double Angle_Tolerance_Deg = 1e-11;
 
-TEST(TransformDifference, TheRotationDifferenceIsRightFromTinyToHalfATurn) {
+TEST(TransformDifference, TheRotationDifferenceIsAccurateFromTinyAnglesTo180Degrees) {
   for (const double Degrees : {0.0, 1e-6, 0.01, 45.0, 90.0, 179.0, 180.0}) {
     SCOPED_TRACE(Degrees);
     EXPECT_NEAR(rigsync::Rotation_Difference_Deg(Turned_About_Z(20, 0, 0, 0),
@@ -37,7 +37,7 @@ TEST(TransformDifference, TheTranslationDifferenceIsInMillimetresAndSigned) {
   EXPECT_EQ(Difference, (std::vector<double>{250.0, -250.0, 0.0}));
 }
 
-TEST(TransformDifference, NotANumberMakesTheRotationDifferenceNotANumber) {
+TEST(TransformDifference, ANaNElementMakesTheRotationDifferenceNaN) {
   std::vector<double> Broken = Turned_About_Z(0, 0, 0, 0);
   Broken[5] = std::numeric_limits<double>::quiet_NaN();
   EXPECT_TRUE(std::isnan(rigsync::Rotation_Difference_Deg(Broken, Turned_About_Z(0, 0, 0, 0))));
