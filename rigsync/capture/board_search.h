@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The boards in a capture's images: found by the same OpenCV calls as the library makes, and a lens
-// that is fitted to them, so that an inspection can tell how the capture was taken.
+// The search for the board in a capture's images, and a lens fitted to the boards that are found.
+// The detection and the lens model are the library's. Both functions return facts;
+// rigsync/inspect/board_findings.h judges them.
 //
-// Frames are Cam and Chart, as docs/conventions.md defines them.
+// The frames Cam and Chart are defined in docs/conventions.md.
 #ifndef RIGSYNC_CAPTURE_BOARD_SEARCH_H
 #define RIGSYNC_CAPTURE_BOARD_SEARCH_H
 
 #include "rigsync/capture/board_size.h"
 #include "rigsync/capture/capture_file.h"
-#include "rigsync/capture/finding.h"
 
 #include <Eigen/Geometry>
 
@@ -22,52 +22,63 @@
 namespace rigsync {
 
 enum class Image_State {
-  Not_An_Image,  // as Is_Image of the row tells
-  Missing,       // no file
-  Unreadable,    // a file, but no image that OpenCV reads
+  Not_An_Image,  // Is_Image of the row is false
+  Missing,       // no image file
+  Unreadable,    // a file from which OpenCV reads no image
+  Refused,       // a file for which OpenCV's decoder throws an exception
   No_Board,
   Other_Size,  // a board, in an image of another size than the first
   Board_Found
 };
 
-// "not_an_image", "missing" and so on.
+// "not_an_image", "missing" and so on; "unreadable" for Refused too.
 const char* State_Name(Image_State State);
 
-struct Board_Search {
-  int Width = 0, Height = 0;        // of the first image that opens, pixels; 0 for none
-  std::vector<Image_State> States;  // one for each row
-  // One list for each row, full-image pixels, row by row of the board; empty but for Board_Found.
-  std::vector<std::vector<std::array<float, 2>>> Corners;
+struct Searched_Image {
+  Image_State State = Image_State::Missing;
+  int Width = 0, Height = 0;  // pixels; 0 when the image was not opened
+  // Full-image pixels, row by row of the board. Empty unless the state is Board_Found.
+  std::vector<std::array<float, 2>> Corners;
+};
 
-  // How many images the library will find usable: it takes boards in images of any size.
-  std::size_t Usable() const;
+struct Board_Search {
+  int Width = 0, Height = 0;           // of the first image that opens, pixels; 0 for none
+  std::vector<Searched_Image> Images;  // one for each row
+
+  // The number of images that the library will use. It accepts boards in images of any size.
+  std::size_t Usable_Count() const;
 };
 
 // Called after each image.
 using Search_Progress = std::function<void(std::size_t Done, std::size_t All)>;
 
-// Reads the images of the rows that are Readable, one at a time, and looks for the board in each.
-// Tells, by line, of images that can't be read, that have another size, or that show no board.
+// Reads the images of the rows that are Readable, one at a time, and searches each for the board.
 Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vector<bool>& Readable,
                            const std::filesystem::path& Image_Root, const Board_Size& Board,
-                           const Search_Progress& Progress, Findings& Told);
+                           const Search_Progress& Progress);
 
 struct Board_Pose {
   std::size_t Row = 0;  // index of the row
   Eigen::Quaterniond Rotation_Cam_Chart;
-  Eigen::Vector3d Middle_Cam;  // the board's middle, metres
+  Eigen::Vector3d Centre_Cam;  // the board's centre, metres
+};
+
+struct Board_Error {
+  std::size_t Row = 0;  // index of the row
+  double Rms = 0;       // reprojection error of the board's corners, pixels
 };
 
 struct Lens_Fit {
-  double Rms = 0;                 // pixels
-  double Norm_Fx = 0;             // focal length as a fraction of the image's width
-  std::vector<Board_Pose> Poses;  // of the boards that were found
+  double Rms = 0;                   // reprojection error over all fitted boards, pixels
+  double Norm_Fx = 0;               // focal length as a fraction of the image's width
+  std::vector<Board_Pose> Poses;    // of all boards in state Board_Found
+  std::vector<Board_Error> Errors;  // of the boards that the lens was fitted to
 };
 
-// Fits a lens and the boards' poses. None when there are fewer than three boards, or when their
-// poses leave OpenCV without a solution. Tells, by line, of boards that fit badly.
-std::optional<Lens_Fit> Fit_Lens(const std::vector<Capture_Row>& Rows, const Board_Search& Search,
-                                 const Board_Size& Board, double Square_Size, Findings& Told);
+// Fits the library's lens model to at most 60 boards, evenly chosen, and finds the poses of all.
+// None with fewer than three boards, or when OpenCV finds no solution.
+std::optional<Lens_Fit> Fit_Lens(const Board_Search& Search, const Board_Size& Board,
+                                 double Square_Size);
 
 }  // namespace rigsync
 

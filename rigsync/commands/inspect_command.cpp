@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync inspect': what can be known about a capture before a solve.
+// 'rigsync inspect': checks a capture before a calibration.
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/capture_flags.h"
 #include "rigsync/command_line/command.h"
@@ -21,54 +21,55 @@ namespace rigsync {
 namespace {
 
 constexpr const char* Footer =
-    R"(Nothing is solved and no file is written. The report tells, by line of the CSV,
-what a calibration would take without a word, how well the board was spread over
-the frame, and what images and samples make of --board-euler and --board-offset,
-where they are given. docs/inspect.md explains each finding.
+    R"(The command calibrates nothing and writes no file. It reports, by line of the
+CSV, mistakes that a calibration accepts without an error, how well the boards
+cover the frame, and whether the tracker samples agree with the images. If you
+give --board-euler and --board-offset, these are compared with the images and
+samples too. docs/inspect.md explains each finding.
 
-Exit status: 0 clean (notes at most), 1 warnings, 2 unusable, or wrong usage,
-70 when an exception ended the run.
+Exit status: 0 clean (notes only), 1 warnings, 2 unusable capture or
+wrong usage, 70 when an exception ended the run.
 
 Example:
   rigsync inspect capture/capture.csv --board 11x8 --square 30mm
   rigsync inspect capture/capture.csv --config stage.toml)";
 
-constexpr const char* Without_Images = " (or --no-images, which looks for no board)";
+constexpr const char* Without_Images = " (or --no-images, which needs no board)";
 
-// What was typed, before anything is read from it.
-struct Typed {
+// The command line as typed, not parsed yet.
+struct Inspect_Arguments {
   Capture_Arguments Capture;
   bool Json = false, No_Images = false;
 };
 
-Inspection_Inputs Read_Inputs(const Typed& Given) {
-  const Stage_Values Values(Given.Capture);
+Inspection_Inputs Read_Inputs(const Inspect_Arguments& Arguments) {
+  const Stage_Values Values(Arguments.Capture);
   Inspection_Inputs Inputs;
-  Inputs.Csv = Given.Capture.Csv;
-  Inputs.Look_For_Boards = !Given.No_Images;
-  if (Inputs.Look_For_Boards) {
+  Inputs.Csv = Arguments.Capture.Csv;
+  Inputs.Opens_Images = !Arguments.No_Images;
+  if (Inputs.Opens_Images) {
     Board_Estimate& Board = Inputs.Board;
     Board.Board = Values.Read("board", Parse_Board, Without_Images);
     Board.Square_Size = Values.Read("square", Parse_Square, Without_Images);
     if (Values.Has("board-euler")) Board.Euler = Values.Read("board-euler", Parse_Angles);
     if (Values.Has("board-offset")) Board.Offset = Values.Read("board-offset", Parse_Offset);
   }
-  Inputs.Image_Root = Image_Root_Of(Given.Capture);
+  Inputs.Image_Root = Image_Root_Of(Arguments.Capture);
   return Inputs;
 }
 
-// A line on a terminal, renewed in place and gone at the end; nothing elsewhere.
+// On a terminal, a line that is updated in place and cleared at the end. Nothing elsewhere.
 Search_Progress Progress_Line() {
   const auto Shown = std::make_shared<Progress_Output>(Is_Terminal(stderr) ? Progress_Kind::Line
                                                                            : Progress_Kind::None);
   return [Shown](std::size_t Done, std::size_t All) {
-    Shown->Show(fmt::format("Looking for boards: {} of {}", Done, All));
+    Shown->Show(fmt::format("Searching for boards: {} of {}", Done, All));
   };
 }
 
 // Exit_Success, Exit_Warnings or Exit_Unusable.
-int Inspection_Status(const Findings& Told) {
-  switch (Told.Gravest()) {
+int Inspection_Status(const Findings& List) {
+  switch (List.Gravest()) {
     case Level::Note:
       return Exit_Success;
     case Level::Warning:
@@ -79,25 +80,25 @@ int Inspection_Status(const Findings& Told) {
   return Exit_Unusable;
 }
 
-int Inspect(const Typed& Given) {
-  const Inspection Made = Inspect_Capture(Read_Inputs(Given), Progress_Line());
-  Print(Given.Json ? Inspection_Json(Made) : Report_Text(Made, Colour_On(stdout)));
-  return Inspection_Status(Made.Told);
+int Inspect(const Inspect_Arguments& Arguments) {
+  const Inspection Result = Inspect_Capture(Read_Inputs(Arguments), Progress_Line());
+  Print(Arguments.Json ? Inspection_Json(Result) : Inspection_Text(Result, Colour_On(stdout)));
+  return Inspection_Status(Result.All_Findings);
 }
 
 }  // namespace
 
 void Add_Inspect_Command(Command_Line& Line) {
   CLI::App* Command =
-      Line.Program.add_subcommand("inspect", "Tell what is wrong or weak in a capture.");
-  const auto Given = std::make_shared<Typed>();
-  Add_Capture_Flags(*Command, Given->Capture);
-  Command->add_flag("--no-images", Given->No_Images,
-                    "check the file only: open no image, look for no board");
-  Command->add_flag("--json", Given->Json, "print the report as JSON");
+      Line.Program.add_subcommand("inspect", "Check a capture for mistakes and weaknesses.");
+  const auto Arguments = std::make_shared<Inspect_Arguments>();
+  Add_Capture_Flags(*Command, Arguments->Capture);
+  Command->add_flag("--no-images", Arguments->No_Images, "check the file only; open no images");
+  Command->add_flag("--json", Arguments->Json, "print the report as JSON");
   Command->group("Commands");
   Command->footer(Footer);
-  Command->callback([&Line, Given] { Line.Action = [Given] { return Inspect(*Given); }; });
+  Command->callback(
+      [&Line, Arguments] { Line.Action = [Arguments] { return Inspect(*Arguments); }; });
 }
 
 }  // namespace rigsync

@@ -25,110 +25,112 @@ const char* Status_Name(Level Gravest) {
   return "";
 }
 
-Json Findings_Json(const Findings& Told) {
-  Json List = Json::array();
-  for (const Finding& One : Told.Sorted()) {
-    List.push_back({{"id", One.Id},
-                    {"level", Level_Name(One.Severity)},
-                    {"lines", One.Lines},
-                    {"what", One.What},
-                    {"example", One.Example},
-                    {"advice", One.Advice}});
+Json Findings_Json(const Findings& List) {
+  Json Array = Json::array();
+  for (const Finding& One : List.Sorted()) {
+    Array.push_back({{"id", One.Id},
+                     {"level", Level_Name(One.Severity)},
+                     {"lines", One.Lines},
+                     {"what", One.What},
+                     {"example", One.Example},
+                     {"advice", One.Advice}});
   }
-  return List;
+  return Array;
 }
 
-Json Rows_Json(const Inspection& Made) {
-  Json List = Json::array();
-  for (std::size_t i = 0; i < Made.File.Rows.size(); ++i) {
-    const Capture_Row& Row = Made.File.Rows[i];
-    List.push_back({{"line", Row.Line},
-                    {"image", Row.Image},
-                    {"state", Made.Search ? Json(State_Name(Made.Search->States[i])) : Json()}});
+Json Rows_Json(const Inspection& Result) {
+  Json Array = Json::array();
+  for (std::size_t i = 0; i < Result.File.Rows.size(); ++i) {
+    const Capture_Row& Row = Result.File.Rows[i];
+    Array.push_back(
+        {{"line", Row.Line},
+         {"image", Row.Image},
+         {"state", Result.Search ? Json(State_Name(Result.Search->Images[i].State)) : Json()}});
   }
-  return List;
+  return Array;
 }
 
-Json Boards_Json(const Inspection& Made) {
-  if (!Made.Search) return nullptr;
-  const Board_Search& Search = *Made.Search;
+Json Boards_Json(const Inspection& Result) {
+  if (!Result.Search) return nullptr;
+  const Board_Search& Search = *Result.Search;
   return {{"image_size",
            Search.Width > 0 ? Json(std::vector<int>{Search.Width, Search.Height}) : Json()},
-          {"found", Search.Usable()},
-          {"lens_rms_px", Made.Lens ? Json(Made.Lens->Rms) : Json()},
-          {"norm_fx", Made.Lens ? Json(Made.Lens->Norm_Fx) : Json()}};
+          {"found", Search.Usable_Count()},
+          {"lens_rms_px", Result.Lens ? Json(Result.Lens->Rms) : Json()},
+          {"norm_fx", Result.Lens ? Json(Result.Lens->Norm_Fx) : Json()}};
 }
 
-Json Coverage_Json(const std::optional<Coverage>& Covered) {
-  if (!Covered) return nullptr;
+Json Coverage_Json(const std::optional<Coverage>& Frame_Coverage) {
+  if (!Frame_Coverage) return nullptr;
   Json Map = Json::array();
-  for (int r = 0; r < Covered->Rows; ++r) {
+  for (int r = 0; r < Frame_Coverage->Rows; ++r) {
     Json Row = Json::array();
-    for (int c = 0; c < Covered->Cols; ++c) Row.push_back(Covered->At(r, c));
+    for (int c = 0; c < Frame_Coverage->Cols; ++c) Row.push_back(Frame_Coverage->At(r, c));
     Map.push_back(Row);
   }
-  return {{"share", Covered->Share()}, {"images_by_cell", Map}};
+  return {{"share", Frame_Coverage->Share()}, {"images_by_cell", Map}};
 }
 
-Json Poses_Json(const std::optional<Pose_Spread>& Posed) {
-  if (!Posed) return nullptr;
-  return {{"tilt_deg", {Posed->Least_Tilt, Posed->Largest_Tilt}},
-          {"main_tilt_deg", Posed->Main_Tilt},
-          {"cross_tilt_deg", Posed->Cross_Tilt},
-          {"distance_m", {Posed->Nearest, Posed->Farthest}}};
+Json Poses_Json(const std::optional<Pose_Spread>& Spread) {
+  if (!Spread) return nullptr;
+  return {{"tilt_deg", {Spread->Least_Tilt, Spread->Largest_Tilt}},
+          {"main_tilt_deg", Spread->Main_Tilt},
+          {"cross_tilt_deg", Spread->Cross_Tilt},
+          {"distance_m", {Spread->Nearest, Spread->Farthest}}};
 }
 
 Json Or_Null(const std::optional<double>& Value) {
   return Value ? Json(*Value) : Json();
 }
 
-Json Turns_Json(const Turns& Turned) {
-  if (Turned.Rows < 2) return nullptr;
-  return {{"camera_deg", Turned.Camera_Deg},
-          {"board_deg", Turned.Board_Deg},
-          {"relative_deg", Turned.Relative_Deg},
-          {"axes_apart_deg", Or_Null(Turned.Axes_Apart_Deg)}};
+Json Rotations_Json(const Rotation_Range& Range) {
+  if (Range.Rows < 2) return nullptr;
+  return {{"camera_deg", Range.Camera_Deg},
+          {"board_deg", Range.Board_Deg},
+          {"relative_deg", Range.Relative_Deg},
+          {"axes_apart_deg", Or_Null(Range.Axis_Spread_Deg)}};
 }
 
-Json Agreement_Json(const std::optional<Agreement>& Agreed) {
-  if (!Agreed) return nullptr;
-  return {{"rows", Agreed->Rows.size()},
-          {"turns_deg", Agreed->Typical_Turn_Deg},
-          {"axes_deg", Or_Null(Agreed->Typical_Axis_Deg)},
-          {"positions_m", Or_Null(Agreed->Typical_Position)},
-          {"scale", Or_Null(Agreed->Scale)}};
+Json Agreement_Json(const std::optional<Agreement>& Measured) {
+  if (!Measured) return nullptr;
+  return {{"rows", Measured->Rows.size()},
+          {"turns_deg", Measured->Median_Rotation_Residual_Deg},
+          {"axes_deg", Or_Null(Measured->Median_Axis_Residual_Deg)},
+          {"positions_m", Or_Null(Measured->Median_Position_Residual)},
+          {"scale", Or_Null(Measured->Scale)}};
 }
 
 }  // namespace
 
-std::string Inspection_Json(const Inspection& Made) {
-  const Inspection_Inputs& Inputs = Made.Inputs;
-  Json Report = {{"format", "rigsync-inspection"}, {"format_version", 1}};
-  Report["status"] = Status_Name(Made.Told.Gravest());
-  Report["version"] = Command_Version;
-  Report["inputs"] = {
+std::string Inspection_Json(const Inspection& Result) {
+  const Inspection_Inputs& Inputs = Result.Inputs;
+  Json Document = {{"format", "rigsync-inspection"}, {"format_version", 1}};
+  Document["status"] = Status_Name(Result.All_Findings.Gravest());
+  Document["version"] = Command_Version;
+  Document["inputs"] = {
       {"csv", Inputs.Csv.string()}, {"image_root", Plain_Path(Inputs.Image_Root).string()},
       {"board", nullptr},           {"square_m", nullptr},
       {"board_euler_deg", nullptr}, {"board_offset_m", nullptr}};
-  if (Inputs.Look_For_Boards) {
+  if (Inputs.Opens_Images) {
     const Board_Estimate& Board = Inputs.Board;
-    Report["inputs"]["board"] = {Board.Board.Cols, Board.Board.Rows};
-    Report["inputs"]["square_m"] = Board.Square_Size;
-    if (Board.Euler) Report["inputs"]["board_euler_deg"] = *Board.Euler;
-    if (Board.Offset) Report["inputs"]["board_offset_m"] = *Board.Offset;
+    Document["inputs"]["board"] = {Board.Board.Cols, Board.Board.Rows};
+    Document["inputs"]["square_m"] = Board.Square_Size;
+    if (Board.Euler) Document["inputs"]["board_euler_deg"] = *Board.Euler;
+    if (Board.Offset) Document["inputs"]["board_offset_m"] = *Board.Offset;
   }
-  Report["file"] = {{"lines", Made.File.Line_Count},
-                    {"headers", Made.File.Header_Count},
-                    {"data_lines", Made.File.Rows.size()}};
-  Report["findings"] = Findings_Json(Made.Told);
-  Report["rows"] = Rows_Json(Made);
-  Report["boards"] = Boards_Json(Made);
-  Report["coverage"] = Coverage_Json(Made.Covered);
-  Report["poses"] = Poses_Json(Made.Posed);
-  Report["turns"] = Turns_Json(Made.Turned);
-  Report["agreement"] = Agreement_Json(Made.Agreed);
-  // Paths and fields may hold bytes that are no UTF-8; they are replaced, so that the report is.
-  return Report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  Document["file"] = {{"lines", Result.File.Line_Count},
+                      {"headers", Result.File.Header_Count},
+                      {"data_lines", Result.File.Rows.size()}};
+  Document["findings"] = Findings_Json(Result.All_Findings);
+  Document["rows"] = Rows_Json(Result);
+  Document["boards"] = Boards_Json(Result);
+  Document["coverage"] = Coverage_Json(Result.Frame_Coverage);
+  Document["poses"] = Poses_Json(Result.Board_Poses);
+  Document["turns"] = Rotations_Json(Result.Rotations);
+  Document["agreement"] = Agreement_Json(Result.Tracker_Agreement);
+  // Paths and fields may hold bytes that are not UTF-8. They are replaced, so that the JSON is
+  // valid.
+  return Document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace rigsync

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What 'rigsync inspect --json' prints. docs/inspect.md describes the format,
-// docs/inspection.schema.json holds it to the letter.
+// The JSON that 'rigsync inspect --json' prints. docs/inspect.md describes the format,
+// docs/inspection.schema.json defines it.
 #ifndef RIGSYNC_FORMATS_INSPECTION_FILE_H
 #define RIGSYNC_FORMATS_INSPECTION_FILE_H
 
@@ -11,7 +11,7 @@
 
 namespace rigsync {
 
-std::string Inspection_Json(const Inspection& Made);
+std::string Inspection_Json(const Inspection& Result);
 
 }  // namespace rigsync
 

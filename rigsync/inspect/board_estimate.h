@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The estimate of the board's place on its tracker (--board-euler, --board-offset) beside what
-// images and samples tell of it. Counts of --board that are swapped show here and nowhere else: the
-// board is found as well, only that its rows and columns change places.
+// Compares the estimate of the board's pose on its tracker (--board-euler, --board-offset) with the
+// pose that images and samples give. Swapped counts of --board show only here: the board is
+// detected with swapped counts too, but with its rows and columns exchanged.
 #ifndef RIGSYNC_INSPECT_BOARD_ESTIMATE_H
 #define RIGSYNC_INSPECT_BOARD_ESTIMATE_H
 
@@ -15,7 +15,7 @@
 
 namespace rigsync {
 
-// What a person said of the board: both parts of the estimate may be missing.
+// The board as the user describes it. Either part of the estimate may be missing.
 struct Board_Estimate {
   Board_Size Board;
   double Square_Size = 0;                       // metres
@@ -23,11 +23,11 @@ struct Board_Estimate {
   std::optional<std::array<double, 3>> Offset;  // of the first inner corner in Tr, metres
 };
 
-// Tells of an estimate that images and samples contradict, and what they say instead. Offsets are
-// judged when the angles are right. Distance_Is_Told is false when boards were held so that their
-// distance isn't.
+// Adds an estimate that images and samples contradict, with the values that they give. Offsets are
+// judged only when the angles are right. Is_Distance_Known is false when the boards were not tilted
+// enough to determine their distance.
 void Judge_Estimate(const Board_Estimate& Estimate, const Agreement& Measured,
-                    bool Distance_Is_Told, Findings& Told);
+                    bool Is_Distance_Known, Findings& List);
 
 }  // namespace rigsync
 

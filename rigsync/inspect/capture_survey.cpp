@@ -2,6 +2,7 @@
 #include "rigsync/inspect/capture_survey.h"
 
 #include "rigsync/capture/board_size.h"
+#include "rigsync/capture/library_limits.h"
 #include "rigsync/geometry/angle.h"
 
 #include <fmt/format.h>
@@ -14,50 +15,58 @@
 namespace rigsync {
 namespace {
 
-// The library needs 12 boards. Of those the outlier filter often drops half and needs 5 left, which
-// 20 leave room for. Beyond 60 the result hardly improves, but time and run log grow.
-constexpr std::size_t Fewest_Boards = 12;
+using library_limits::Least_Boards;
+
+// The outlier filter often drops half of the images, and library_limits::Least_Kept must remain.
+// With 20 boards there is room for that. Beyond 60 the result hardly improves, but the run takes
+// longer and its log grows.
 constexpr std::size_t Enough_Boards = 20;
 constexpr std::size_t Many_Boards = 60;
 
 constexpr int Long_Side_Cells = 16, Short_Side_Cells = 9;
 
-// Distortion is solved where corners are. The outermost cells stay empty, because the board's white
-// margin has to be in the frame too; good captures reach two thirds of all cells and more.
+// Distortion is determined only where there are corners. The outermost cells stay empty, because
+// the board's white margin has to be in the frame too. Good captures reach two thirds of all cells
+// or more.
 constexpr double Least_Share = 0.5;
-// Of the nine parts of the frame (three by three), one counts as seen with a fifth of its cells.
+// The frame has nine parts (three by three). A part counts as covered when a fifth of its cells
+// are.
 constexpr double Least_Part_Share = 0.2;
 
-// Focal length and distance can be told apart only by boards that are tilted against the image: 10
-// degrees about the main axis. About the axis across it half as much keeps the two focal lengths
-// apart.
+// Focal length and distance are determined separately only by boards that are tilted against the
+// image plane: 10 degrees about the main axis. Half of that about the perpendicular axis determines
+// the two focal lengths separately.
 constexpr double Least_Main_Tilt = 10.0;
 constexpr double Least_Cross_Tilt = 5.0;
 
-// The farthest board against the nearest; below it every board has about the same size.
+// Distance of the farthest board divided by that of the nearest. Below this ratio all boards have
+// about the same size in the image.
 constexpr double Least_Distance_Ratio = 1.15;
 
 // ---- Coverage --------------------------------------------------------------------------------
 
 constexpr const char* Part_Names[9] = {"upper left", "top",    "upper right",
-                                       "left",       "middle", "right",
+                                       "left",       "centre", "right",
                                        "lower left", "bottom", "lower right"};
 
-// The share of a ninth's cells that have corners.
-double Part_Share(const Coverage& Measured, int Part) {
-  const int First_Row = Part / 3 * Measured.Rows / 3, End_Row = (Part / 3 + 1) * Measured.Rows / 3;
-  const int First_Col = Part % 3 * Measured.Cols / 3, End_Col = (Part % 3 + 1) * Measured.Cols / 3;
-  int Seen = 0;
+// The share of a part's cells that have corners.
+double Part_Share(const Coverage& Frame_Coverage, int Part) {
+  const int Rows = Frame_Coverage.Rows, Cols = Frame_Coverage.Cols;
+  const int First_Row = Part / 3 * Rows / 3, End_Row = (Part / 3 + 1) * Rows / 3;
+  const int First_Col = Part % 3 * Cols / 3, End_Col = (Part % 3 + 1) * Cols / 3;
+  int Covered_Cells = 0;
   for (int r = First_Row; r < End_Row; ++r) {
-    for (int c = First_Col; c < End_Col; ++c) Seen += Measured.At(r, c) > 0 ? 1 : 0;
+    for (int c = First_Col; c < End_Col; ++c) {
+      Covered_Cells += Frame_Coverage.At(r, c) > 0 ? 1 : 0;
+    }
   }
-  return static_cast<double>(Seen) / ((End_Row - First_Row) * (End_Col - First_Col));
+  return static_cast<double>(Covered_Cells) / ((End_Row - First_Row) * (End_Col - First_Col));
 }
 
-std::string Empty_Parts(const Coverage& Measured) {
+std::string Empty_Parts(const Coverage& Frame_Coverage) {
   std::string Names;
   for (int Part = 0; Part < 9; ++Part) {
-    if (Part_Share(Measured, Part) >= Least_Part_Share) continue;
+    if (Part_Share(Frame_Coverage, Part) >= Least_Part_Share) continue;
     Names += (Names.empty() ? "" : ", ") + std::string(Part_Names[Part]);
   }
   return Names;
@@ -66,41 +75,43 @@ std::string Empty_Parts(const Coverage& Measured) {
 }  // namespace
 
 double Coverage::Share() const {
-  const auto Seen =
+  const auto Covered_Cells =
       std::count_if(Images.begin(), Images.end(), [](int Count) { return Count > 0; });
-  return static_cast<double>(Seen) / static_cast<double>(Images.size());
+  return static_cast<double>(Covered_Cells) / static_cast<double>(Images.size());
 }
 
 std::optional<Coverage> Measure_Coverage(const Board_Search& Search) {
-  Coverage Measured;
+  Coverage Frame_Coverage;
   const bool Is_Portrait = Search.Height > Search.Width;
-  Measured.Cols = Is_Portrait ? Short_Side_Cells : Long_Side_Cells;
-  Measured.Rows = Is_Portrait ? Long_Side_Cells : Short_Side_Cells;
-  Measured.Images.assign(static_cast<std::size_t>(Measured.Cols * Measured.Rows), 0);
+  Frame_Coverage.Cols = Is_Portrait ? Short_Side_Cells : Long_Side_Cells;
+  Frame_Coverage.Rows = Is_Portrait ? Long_Side_Cells : Short_Side_Cells;
+  Frame_Coverage.Images.assign(static_cast<std::size_t>(Frame_Coverage.Cols * Frame_Coverage.Rows),
+                               0);
   bool Any = false;
-  for (const auto& Corners : Search.Corners) {
+  for (const Searched_Image& Image : Search.Images) {
     std::set<int> Cells;
-    for (const auto& [X, Y] : Corners) {
-      const double Col = std::floor(static_cast<double>(X) / Search.Width * Measured.Cols);
-      const double Row = std::floor(static_cast<double>(Y) / Search.Height * Measured.Rows);
-      Cells.insert(std::clamp(static_cast<int>(Row), 0, Measured.Rows - 1) * Measured.Cols +
-                   std::clamp(static_cast<int>(Col), 0, Measured.Cols - 1));
+    for (const auto& [X, Y] : Image.Corners) {
+      const double Col = std::floor(static_cast<double>(X) / Search.Width * Frame_Coverage.Cols);
+      const double Row = std::floor(static_cast<double>(Y) / Search.Height * Frame_Coverage.Rows);
+      Cells.insert(std::clamp(static_cast<int>(Row), 0, Frame_Coverage.Rows - 1) *
+                       Frame_Coverage.Cols +
+                   std::clamp(static_cast<int>(Col), 0, Frame_Coverage.Cols - 1));
     }
     Any = Any || !Cells.empty();
-    for (const int Cell : Cells) ++Measured.Images[static_cast<std::size_t>(Cell)];
+    for (const int Cell : Cells) ++Frame_Coverage.Images[static_cast<std::size_t>(Cell)];
   }
   if (!Any) return std::nullopt;
-  return Measured;
+  return Frame_Coverage;
 }
 
-std::vector<std::string> Map_Lines(const Coverage& Measured) {
+std::vector<std::string> Map_Lines(const Coverage& Frame_Coverage) {
   const std::string Border =
-      "+" + std::string(static_cast<std::size_t>(2 * Measured.Cols), '-') + "+";
+      "+" + std::string(static_cast<std::size_t>(2 * Frame_Coverage.Cols), '-') + "+";
   std::vector<std::string> Lines = {Border};
-  for (int r = 0; r < Measured.Rows; ++r) {
+  for (int r = 0; r < Frame_Coverage.Rows; ++r) {
     std::string Line = "|";
-    for (int c = 0; c < Measured.Cols; ++c) {
-      const int Count = Measured.At(r, c);
+    for (int c = 0; c < Frame_Coverage.Cols; ++c) {
+      const int Count = Frame_Coverage.At(r, c);
       const char Mark = Count == 0 ? ' ' : Count == 1 ? '.' : Count <= 3 ? 'o' : '#';
       Line += std::string(2, Mark);
     }
@@ -112,145 +123,150 @@ std::vector<std::string> Map_Lines(const Coverage& Measured) {
 
 std::optional<Pose_Spread> Measure_Poses(const std::vector<Board_Pose>& Poses) {
   if (Poses.empty()) return std::nullopt;
-  Pose_Spread Measured;
-  Measured.Nearest = Measured.Farthest = Poses.front().Middle_Cam.norm();
-  Measured.Least_Tilt = 180.0;
+  Pose_Spread Spread;
+  Spread.Nearest = Spread.Farthest = Poses.front().Centre_Cam.norm();
+  Spread.Least_Tilt = 180.0;
   Eigen::Matrix2d Scatter = Eigen::Matrix2d::Zero();
   for (const Board_Pose& Pose : Poses) {
-    const double Distance = Pose.Middle_Cam.norm();
-    Measured.Nearest = std::min(Measured.Nearest, Distance);
-    Measured.Farthest = std::max(Measured.Farthest, Distance);
-    // The board's normal leans away from the view by the tilt, in the direction of its x and y.
+    const double Distance = Pose.Centre_Cam.norm();
+    Spread.Nearest = std::min(Spread.Nearest, Distance);
+    Spread.Farthest = std::max(Spread.Farthest, Distance);
+    // The angle between the board's normal and the optical axis is the tilt. The normal's x and y
+    // give the direction of the tilt.
     const Eigen::Vector3d Normal_Cam = Pose.Rotation_Cam_Chart * Eigen::Vector3d::UnitZ();
-    const double Lean = Normal_Cam.head<2>().norm();
-    const double Tilt = std::atan2(Lean, std::abs(Normal_Cam.z())) * Degrees_Per_Radian;
-    Measured.Least_Tilt = std::min(Measured.Least_Tilt, Tilt);
-    Measured.Largest_Tilt = std::max(Measured.Largest_Tilt, Tilt);
-    if (!(Lean > 0.0)) continue;
-    const Eigen::Vector2d Direction = Normal_Cam.head<2>() / Lean * Tilt;
-    Scatter += Direction * Direction.transpose();
+    const double Sine = Normal_Cam.head<2>().norm();
+    const double Tilt = std::atan2(Sine, std::abs(Normal_Cam.z())) * Degrees_Per_Radian;
+    Spread.Least_Tilt = std::min(Spread.Least_Tilt, Tilt);
+    Spread.Largest_Tilt = std::max(Spread.Largest_Tilt, Tilt);
+    if (!(Sine > 0.0)) continue;
+    const Eigen::Vector2d Tilt_Vector = Normal_Cam.head<2>() / Sine * Tilt;
+    Scatter += Tilt_Vector * Tilt_Vector.transpose();
   }
   const Eigen::SelfAdjointEigenSolver<Eigen::Matrix2d> Solver(Scatter /
                                                               static_cast<double>(Poses.size()));
-  Measured.Main_Tilt = std::sqrt(std::max(0.0, Solver.eigenvalues()[1]));
-  Measured.Cross_Tilt = std::sqrt(std::max(0.0, Solver.eigenvalues()[0]));
-  return Measured;
+  Spread.Main_Tilt = std::sqrt(std::max(0.0, Solver.eigenvalues()[1]));
+  Spread.Cross_Tilt = std::sqrt(std::max(0.0, Solver.eigenvalues()[0]));
+  return Spread;
 }
 
-void Judge_Image_Count(std::size_t Rows, Findings& Told) {
-  if (Rows >= Fewest_Boards) return;
-  if (Rows == 0) {
-    Told.Add(
+void Judge_Image_Count(std::size_t Image_Count, Findings& List) {
+  if (Image_Count >= Least_Boards) return;
+  if (Image_Count == 0) {
+    List.Add(
         {"no_images",
          Level::Error,
-         "The file lists no image.",
+         "The file lists no images.",
          "",
-         "Check that it is the capture's CSV file, and that no data line begins with a capital "
+         "Check that this is the capture's CSV file and that no data line begins with a capital "
          "T.",
          {}});
     return;
   }
-  Told.Add({"too_few_images",
+  List.Add({"too_few_images",
             Level::Error,
-            fmt::format("The file lists {} image{}; a calibration needs {} with a board, and {} or "
-                        "more are good.",
-                        Rows, Rows == 1 ? "" : "s", Fewest_Boards, Enough_Boards),
+            fmt::format("The file lists {} image{}. A calibration needs at least {} with a board; "
+                        "{} or more are recommended.",
+                        Image_Count, Image_Count == 1 ? "" : "s", Least_Boards, Enough_Boards),
             "",
             "Take more images.",
             {}});
 }
 
-void Judge_Board_Count(std::size_t Usable, std::size_t Rows, Findings& Told) {
-  if (Usable < Fewest_Boards) {
-    Told.Add({"too_few_boards",
+void Judge_Board_Count(std::size_t Usable_Count, std::size_t Image_Count, Findings& List) {
+  if (Usable_Count < Least_Boards) {
+    List.Add({"too_few_boards",
               Level::Error,
-              fmt::format("A board is found in {} of {} images; fewer than {} end a calibration "
-                          "with code 4.",
-                          Usable, Rows, Fewest_Boards),
+              fmt::format("A board is found in {} of {} images. With fewer than {}, a calibration "
+                          "ends with code 4.",
+                          Usable_Count, Image_Count, Least_Boards),
               "",
               "Check the image paths and --board (inner corners, columns first), then take more "
               "images.",
               {}});
-  } else if (Usable < Enough_Boards) {
-    Told.Add({"few_boards",
-              Level::Warning,
-              fmt::format("A board is found in {} images. {} are enough to start, but outliers are "
-                          "dropped from them, often half.",
-                          Usable, Fewest_Boards),
-              "",
-              fmt::format("Take {} or more images.", Enough_Boards),
-              {}});
-  } else if (Usable > Many_Boards) {
-    Told.Add({"many_boards",
+  } else if (Usable_Count < Enough_Boards) {
+    List.Add(
+        {"few_boards",
+         Level::Warning,
+         fmt::format("A board is found in {} images. {} are the minimum, but the outlier filter "
+                     "often drops half of them.",
+                     Usable_Count, Least_Boards),
+         "",
+         fmt::format("Take {} or more images.", Enough_Boards),
+         {}});
+  } else if (Usable_Count > Many_Boards) {
+    List.Add({"many_boards",
               Level::Note,
-              fmt::format("A board is found in {} images. More than about {} cost time and hardly "
+              fmt::format("A board is found in {} images. More than about {} take time and hardly "
                           "improve the result.",
-                          Usable, Many_Boards),
+                          Usable_Count, Many_Boards),
               "",
-              "Next time, rather take fewer that differ more.",
+              "Next time, take fewer images with more varied board poses.",
               {}});
   }
 }
 
-void Judge_Board_Shape(const Board_Size& Board, Findings& Told) {
+void Judge_Board_Shape(const Board_Size& Board, Findings& List) {
   if (!Looks_Same_Half_Turned(Board)) return;
-  Told.Add({"board_symmetric",
-            Level::Note,
-            fmt::format("A board of {} by {} inner corners looks the same after half a turn, so it "
-                        "may be found upside down.",
-                        Board.Cols, Board.Rows),
-            "",
-            "Keep it upright in every image, or use a board with one even and one odd count.",
-            {}});
+  List.Add(
+      {"board_symmetric",
+       Level::Note,
+       fmt::format("A board of {} by {} inner corners looks the same when it is rotated by 180 "
+                   "degrees, so it may be detected upside down.",
+                   Board.Cols, Board.Rows),
+       "",
+       "Keep it upright in every image, or use a board with one even and one odd count of "
+       "inner corners.",
+       {}});
 }
 
-void Judge_Coverage(const Coverage& Measured, Findings& Told) {
-  const std::string Parts = Empty_Parts(Measured);
-  if (Measured.Share() >= Least_Share && Parts.empty()) return;
-  Told.Add({"coverage",
+void Judge_Coverage(const Coverage& Frame_Coverage, Findings& List) {
+  const std::string Parts = Empty_Parts(Frame_Coverage);
+  if (Frame_Coverage.Share() >= Least_Share && Parts.empty()) return;
+  List.Add({"coverage",
             Level::Warning,
-            fmt::format("Corners cover {:.0f} percent of the frame{}{}. Distortion is solved only "
-                        "where there are corners.",
-                        100.0 * Measured.Share(),
-                        Parts.empty() ? "" : ", and hardly any are in: ", Parts),
+            fmt::format("Corners cover {:.0f} percent of the frame{}{}. Lens distortion is "
+                        "determined only where there are corners.",
+                        100.0 * Frame_Coverage.Share(),
+                        Parts.empty() ? "" : ", and there are hardly any in: ", Parts),
             "",
-            "Take images with the board in the parts of the frame that the map shows empty, and "
-            "some from nearer.",
+            "Take images with the board in the parts of the frame that are empty on the map, and "
+            "some from closer up.",
             {}});
 }
 
-bool Is_Tilted(const Pose_Spread& Measured) {
-  return Measured.Main_Tilt >= Least_Main_Tilt;
+bool Is_Tilted(const Pose_Spread& Spread) {
+  return Spread.Main_Tilt >= Least_Main_Tilt;
 }
 
-void Judge_Poses(const Pose_Spread& Measured, Findings& Told) {
-  if (!Is_Tilted(Measured)) {
-    Told.Add(
+void Judge_Poses(const Pose_Spread& Spread, Findings& List) {
+  if (!Is_Tilted(Spread)) {
+    List.Add(
         {"tilt_too_small",
          Level::Warning,
-         fmt::format("The board is nearly square to the camera in most images (tilted by {:.0f} "
-                     "degrees at most): focal length and distance can't be told apart.",
-                     Measured.Largest_Tilt),
+         fmt::format("The board is nearly parallel to the image plane in most images (largest tilt "
+                     "{:.0f} degrees), so focal length and distance cannot be determined "
+                     "separately.",
+                     Spread.Largest_Tilt),
          "",
-         "Tilt the board by 20 to 45 degrees in half of the images, to all sides.",
+         "Tilt the board by 20 to 45 degrees in half of the images, in all directions.",
          {}});
-  } else if (Measured.Cross_Tilt < Least_Cross_Tilt) {
-    Told.Add({"tilt_about_one_axis",
+  } else if (Spread.Cross_Tilt < Least_Cross_Tilt) {
+    List.Add({"tilt_about_one_axis",
               Level::Warning,
-              "The board is tilted about one axis only.",
+              "The board is tilted about only one axis.",
               "",
               "Tilt it up and down as well as left and right.",
               {}});
   }
-  if (Measured.Farthest < Least_Distance_Ratio * Measured.Nearest) {
-    Told.Add(
+  if (Spread.Farthest < Least_Distance_Ratio * Spread.Nearest) {
+    List.Add(
         {"distance",
          Level::Warning,
          fmt::format("The board is at about the same distance in every image ({:.2f} to {:.2f} "
                      "m).",
-                     Measured.Nearest, Measured.Farthest),
+                     Spread.Nearest, Spread.Farthest),
          "",
-         "Take some images from nearer and some from farther away.",
+         "Take some images from closer up and some from farther away.",
          {}});
   }
 }

@@ -2,6 +2,7 @@
 #include "rigsync/inspect/inspection.h"
 
 #include "rigsync/capture/image_paths.h"
+#include "rigsync/inspect/board_findings.h"
 #include "rigsync/inspect/capture_file_findings.h"
 #include "rigsync/inspect/image_path_findings.h"
 
@@ -30,59 +31,60 @@ std::vector<bool> Readable_Rows(const std::vector<Image_Path>& Paths) {
   return Readable;
 }
 
-// How many rows the file means as images, blank lines and headers in disguise left out.
+// The number of images that the file lists: its rows without blank lines and unrecognised headers.
 std::size_t Image_Count(const std::vector<Capture_Row>& Rows) {
   return static_cast<std::size_t>(
       std::count_if(Rows.begin(), Rows.end(), [](const Capture_Row& Row) { return Row.Is_Image; }));
 }
 
-void Look_For_Boards(const std::vector<bool>& Readable, const Search_Progress& Progress,
-                     Inspection& Into) {
-  const std::vector<Capture_Row>& Rows = Into.File.Rows;
-  const Inspection_Inputs& Inputs = Into.Inputs;
-  const Board_Size& Board = Inputs.Board.Board;
-  Into.Search = Search_Boards(Rows, Readable, Inputs.Image_Root, Board, Progress, Into.Told);
+void Inspect_Boards(const std::vector<bool>& Readable, const Search_Progress& Progress,
+                    Inspection& Result) {
+  const std::vector<Capture_Row>& Rows = Result.File.Rows;
+  const Board_Estimate& Estimate = Result.Inputs.Board;
+  const Board_Size& Board = Estimate.Board;
+  Result.Search = Search_Boards(Rows, Readable, Result.Inputs.Image_Root, Board, Progress);
+  Judge_Search(Rows, *Result.Search, Result.All_Findings);
   if (Image_Count(Rows) == 0) {
-    Judge_Image_Count(0, Into.Told);
+    Judge_Image_Count(0, Result.All_Findings);
     return;
   }
-  Judge_Board_Count(Into.Search->Usable(), Image_Count(Rows), Into.Told);
-  Judge_Board_Shape(Board, Into.Told);
+  Judge_Board_Count(Result.Search->Usable_Count(), Image_Count(Rows), Result.All_Findings);
+  Judge_Board_Shape(Board, Result.All_Findings);
 
-  Into.Covered = Measure_Coverage(*Into.Search);
-  if (Into.Covered) Judge_Coverage(*Into.Covered, Into.Told);
+  Result.Frame_Coverage = Measure_Coverage(*Result.Search);
+  if (Result.Frame_Coverage) Judge_Coverage(*Result.Frame_Coverage, Result.All_Findings);
 
-  Into.Lens = Fit_Lens(Rows, *Into.Search, Board, Inputs.Board.Square_Size, Into.Told);
-  if (!Into.Lens) return;
-  Into.Posed = Measure_Poses(Into.Lens->Poses);
-  if (Into.Posed) Judge_Poses(*Into.Posed, Into.Told);
-  Into.Agreed = Measure_Agreement(Rows, Into.Lens->Poses);
-  if (Into.Agreed) {
-    const bool Distance_Is_Told = Into.Posed && Is_Tilted(*Into.Posed);
-    Judge_Agreement(Rows, *Into.Agreed, Distance_Is_Told, Into.Told);
-    Judge_Estimate(Inputs.Board, *Into.Agreed, Distance_Is_Told, Into.Told);
-  }
+  Result.Lens = Fit_Lens(*Result.Search, Board, Estimate.Square_Size);
+  if (!Result.Lens) return;
+  Judge_Lens(Rows, *Result.Lens, Result.All_Findings);
+  Result.Board_Poses = Measure_Poses(Result.Lens->Poses);
+  if (Result.Board_Poses) Judge_Poses(*Result.Board_Poses, Result.All_Findings);
+  Result.Tracker_Agreement = Measure_Agreement(Rows, Result.Lens->Poses);
+  if (!Result.Tracker_Agreement) return;
+  const bool Is_Distance_Known = Result.Board_Poses && Is_Tilted(*Result.Board_Poses);
+  Judge_Agreement(Rows, *Result.Tracker_Agreement, Is_Distance_Known, Result.All_Findings);
+  Judge_Estimate(Estimate, *Result.Tracker_Agreement, Is_Distance_Known, Result.All_Findings);
 }
 
 }  // namespace
 
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress) {
-  Inspection Made;
-  Made.Inputs = Inputs;
-  Made.File = Read_Inspected_File(Inputs.Csv);
-  Judge_Capture_File(Made.File, Made.Told);
-  const std::vector<Capture_Row>& Rows = Made.File.Rows;
+  Inspection Result;
+  Result.Inputs = Inputs;
+  Result.File = Read_Inspected_File(Inputs.Csv);
+  Judge_Capture_File(Result.File, Result.All_Findings);
+  const std::vector<Capture_Row>& Rows = Result.File.Rows;
   const std::vector<Image_Path> Paths = Find_Image_Paths(Rows, Inputs.Image_Root);
-  Judge_Image_Paths(Rows, Paths, Inputs.Image_Root, Made.Told);
-  Check_Samples(Rows, Made.Told);
-  Made.Turned = Measure_Turns(Rows);
-  Judge_Turns(Made.Turned, Made.Told);
-  if (Inputs.Look_For_Boards) {
-    Look_For_Boards(Readable_Rows(Paths), Progress, Made);
+  Judge_Image_Paths(Rows, Paths, Inputs.Image_Root, Result.All_Findings);
+  Judge_Samples(Rows, Result.All_Findings);
+  Result.Rotations = Measure_Rotations(Rows);
+  Judge_Rotations(Result.Rotations, Result.All_Findings);
+  if (Inputs.Opens_Images) {
+    Inspect_Boards(Readable_Rows(Paths), Progress, Result);
   } else {
-    Judge_Image_Count(Image_Count(Rows), Made.Told);
+    Judge_Image_Count(Image_Count(Rows), Result.All_Findings);
   }
-  return Made;
+  return Result;
 }
 
 }  // namespace rigsync

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Everything that is known about a capture before a solve: the file's lines, the samples, the
-// images and the boards in them, and what is to be told of each.
+// The inspection of a capture before a calibration: its file, its samples, its images and the
+// boards in them, and the findings about each.
 #ifndef RIGSYNC_INSPECT_INSPECTION_H
 #define RIGSYNC_INSPECT_INSPECTION_H
 
@@ -20,25 +20,25 @@
 namespace rigsync {
 
 struct Inspection_Inputs {
-  std::filesystem::path Csv;         // as it was given
+  std::filesystem::path Csv;         // as typed by the user
   std::filesystem::path Image_Root;  // where relative image paths start, absolute
-  bool Look_For_Boards = true;
-  Board_Estimate Board;  // unread without boards
+  bool Opens_Images = true;             // false: no image is opened, and Board is not read
+  Board_Estimate Board;
 };
 
 struct Inspection {
   Inspection_Inputs Inputs;
   Capture_File File;
-  Turns Turned;
-  std::optional<Board_Search> Search;  // none when boards weren't looked for
-  std::optional<Coverage> Covered;     // none without a board
-  std::optional<Lens_Fit> Lens;        // none with too few boards
-  std::optional<Pose_Spread> Posed;
-  std::optional<Agreement> Agreed;
-  Findings Told;
+  Rotation_Range Rotations;
+  std::optional<Board_Search> Search;      // none without a search for boards
+  std::optional<Coverage> Frame_Coverage;  // none without a board
+  std::optional<Lens_Fit> Lens;            // none with too few boards
+  std::optional<Pose_Spread> Board_Poses;
+  std::optional<Agreement> Tracker_Agreement;
+  Findings All_Findings;
 };
 
-// Throws Usage_Error when the CSV file can't be read. Progress is called after each image.
+// Throws Usage_Error when the CSV file cannot be read. Progress is called after each image.
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress);
 
 }  // namespace rigsync

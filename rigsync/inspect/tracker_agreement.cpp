@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/inspect/tracker_agreement.h"
 
+#include "rigsync/capture/library_limits.h"
 #include "rigsync/capture/tracker_sample.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/statistics.h"
@@ -16,55 +17,55 @@
 namespace rigsync {
 namespace {
 
-// Samples fit when half of the rows are within these: turns to a degree and axes to two (trackers
-// are ten times better, but the quick lens fit isn't), positions to 3 cm, twice the spread at which
-// a calibration fails.
-constexpr double Turn_Limit = 1.0;
-constexpr double Axis_Limit = 2.0;
-constexpr double Position_Limit = 0.03;
+// The samples agree with the images when the median residuals are within these: angles 1 degree and
+// axes 2 (trackers are ten times better, but the lens fit is not), positions 3 cm, twice the spread
+// at which a calibration fails.
+constexpr double Rotation_Limit_Deg = 1.0;
+constexpr double Axis_Limit_Deg = 2.0;
+constexpr double Position_Limit = 2.0 * library_limits::Usable_Spread_Mm / 1000.0;
 
-// A row is off when it is off by half a degree or a centimetre, and five times as far as half of
-// the rows are.
-constexpr double Turn_Floor = 0.5;
+// A row is an outlier when its residual is above half a degree or a centimetre, and above five
+// times the median.
+constexpr double Rotation_Floor_Deg = 0.5;
 constexpr double Position_Floor = 0.01;
-constexpr double Off_Factor = 5.0;
+constexpr double Outlier_Factor = 5.0;
 
-// The scale is off when it is off by three percent and five standard deviations. A square that is
-// measured with a ruler over the whole board is good to half a percent.
+// The scale is wrong when it differs from 1 by more than three percent and by more than five
+// standard deviations. Squares measured with a ruler over the whole board are accurate to half a
+// percent.
 constexpr double Scale_Limit = 0.03;
+constexpr double Sure_Deviations = 5.0;
 
-// A scale below 0 is no chance when it is by this many standard deviations.
-constexpr double Sure_Sign = 5.0;
-
-// Of several mirrors that positions may be read with, one is named when any other leaves them more
-// than twice as far off, and a centimetre. (From a camera that stands, positions in one plane are
-// mirrored alike in two ways.)
+// One of several mirrors of the positions is named when with every other one the median residual is
+// more than twice as large, and above a centimetre. (For a camera that does not move and positions
+// in one plane, two mirrors fit equally well.)
 constexpr double Clearly_Worse = 2.0;
 
-constexpr std::size_t Fewest_Compared = 4;
-// The positions' fit has seven unknowns; eight rows give 24 equations.
-constexpr std::size_t Fewest_Positions = 8;
+constexpr std::size_t Least_Compared = 4;
+// The fit of positions has seven unknowns; eight rows give 24 equations.
+constexpr std::size_t Least_Positions = 8;
 
-// Axes of turns near 0 are noise, and near 180 degrees their sign is.
-constexpr double Least_Turn = 5.0, Largest_Turn = 170.0;
-// Axes have to differ by this to tell how the frames are turned, degrees (0 along one line).
-constexpr double Least_Axes_Apart = 10.0;
+// Degrees. The axes of smaller rotations are noise, and near 180 degrees the sign of an axis is.
+constexpr double Least_Rotation = 5.0, Largest_Rotation = 170.0;
+// The spread of the axes that determines a rotation between two frames, degrees.
+constexpr double Least_Axis_Spread = 10.0;
 
-// A body's poses as another one sees it, by row. The board in the camera, or tracker in tracker.
-struct Motion {
-  std::vector<Eigen::Quaterniond> Turns;
-  std::vector<Eigen::Vector3d> Places;
+// Poses of one body relative to another, by row: of the board relative to the camera, or of the
+// board's tracker relative to the camera's.
+struct Relative_Poses {
+  std::vector<Eigen::Quaterniond> Rotations;
+  std::vector<Eigen::Vector3d> Positions;
 };
 
-// ---- How samples may have been meant ---------------------------------------------------------
+// ---- Conventions that the samples may follow --------------------------------------------------
 
-// Positions in mirrored axes: element k is element From[k] times Sign[k]. Quaternions in the same
-// mirrored axes change differently, since a mirror reverses the sense of turns too.
+// Positions in mirrored axes: element k is element Index[k] times Sign[k]. Quaternions in the same
+// mirrored axes change differently, since a mirror also reverses the sense of rotations.
 struct Mirror {
-  std::array<Eigen::Index, 3> From;
+  std::array<Eigen::Index, 3> Index;
   std::array<double, 3> Sign;
-  const char* Of_Positions;
-  const char* Of_Quaternions;
+  const char* Position_Correction;
+  const char* Quaternion_Correction;
 };
 
 constexpr Mirror No_Mirror = {{0, 1, 2}, {1, 1, 1}, "", ""};
@@ -77,179 +78,201 @@ constexpr Mirror Mirrors[] = {
     {{1, 0, 2}, {1, 1, 1}, "exchange x and y", "exchange x and y and negate x, y and z"},
 };
 
-Eigen::Vector3d Seen_In(const Mirror& By, const Eigen::Vector3d& Of) {
-  return {By.Sign[0] * Of[By.From[0]], By.Sign[1] * Of[By.From[1]], By.Sign[2] * Of[By.From[2]]};
+Eigen::Vector3d Mirror_Vector(const Mirror& Axes, const Eigen::Vector3d& Vector) {
+  return {Axes.Sign[0] * Vector[Axes.Index[0]], Axes.Sign[1] * Vector[Axes.Index[1]],
+          Axes.Sign[2] * Vector[Axes.Index[2]]};
 }
 
-struct Reading {
-  bool W_Is_Last, Is_Attitude, Are_Swapped;
+struct Sample_Convention {
+  bool W_Is_Last;    // quaternions are x, y, z, w
+  bool Is_Attitude;  // quaternions take the body's directions to Base
+  bool Are_Swapped;  // the board's tracker comes first
 };
 
-constexpr Reading As_Documented = {false, false, false};
+constexpr Sample_Convention As_Documented = {false, false, false};
 
-Eigen::Quaterniond Rotation_Of(const Tracker_Sample& Sample, const Reading& Read) {
+Eigen::Quaterniond Rotation_By_Convention(const Tracker_Sample& Sample,
+                                          const Sample_Convention& Convention) {
   const std::array<double, 4>& Q = Sample.Quaternion;
-  const Eigen::Quaterniond Written = Read.W_Is_Last
-                                         ? Eigen::Quaterniond(Q[3], Q[0], Q[1], Q[2]).normalized()
-                                         : Sample_Rotation_Body_Base(Sample);
-  return Read.Is_Attitude ? Written.conjugate() : Written;
+  const Eigen::Quaterniond Rotation = Convention.W_Is_Last
+                                          ? Eigen::Quaterniond(Q[3], Q[0], Q[1], Q[2]).normalized()
+                                          : Sample_Rotation_Body_Base(Sample);
+  return Convention.Is_Attitude ? Rotation.conjugate() : Rotation;
 }
 
-// The board's tracker as the camera's tracker sees it, positions by the mirror.
-Motion Tracker_Motion(const std::vector<Capture_Row>& Rows, const std::vector<std::size_t>& Chosen,
-                      const Reading& Read, const Mirror& By = No_Mirror) {
-  Motion Seen;
-  for (const std::size_t Row : Chosen) {
-    const Tracker_Sample& Tc = Read.Are_Swapped ? Rows[Row].Board : Rows[Row].Camera;
-    const Tracker_Sample& Tr = Read.Are_Swapped ? Rows[Row].Camera : Rows[Row].Board;
-    const Eigen::Quaterniond Rotation_Tc_Base = Rotation_Of(Tc, Read);
-    Seen.Turns.push_back(Rotation_Tc_Base * Rotation_Of(Tr, Read).conjugate());
-    const Eigen::Vector3d Apart =
+// The board's tracker relative to the camera's.
+Relative_Poses Tracker_Poses(const std::vector<Capture_Row>& Rows,
+                             const std::vector<std::size_t>& Compared,
+                             const Sample_Convention& Convention,
+                             const Mirror& Position_Mirror = No_Mirror) {
+  Relative_Poses Poses;
+  for (const std::size_t Row : Compared) {
+    const Tracker_Sample& Tc = Convention.Are_Swapped ? Rows[Row].Board : Rows[Row].Camera;
+    const Tracker_Sample& Tr = Convention.Are_Swapped ? Rows[Row].Camera : Rows[Row].Board;
+    const Eigen::Quaterniond Rotation_Tc_Base = Rotation_By_Convention(Tc, Convention);
+    Poses.Rotations.push_back(Rotation_Tc_Base *
+                              Rotation_By_Convention(Tr, Convention).conjugate());
+    const Eigen::Vector3d Difference =
         Eigen::Vector3d(Tr.Position.data()) - Eigen::Vector3d(Tc.Position.data());
-    Seen.Places.push_back(Rotation_Tc_Base * Seen_In(By, Apart));
+    Poses.Positions.push_back(Rotation_Tc_Base * Mirror_Vector(Position_Mirror, Difference));
   }
-  return Seen;
+  return Poses;
 }
 
-std::string In_Words(const Reading& Read) {
+std::string In_Words(const Sample_Convention& Convention) {
   std::string Words;
   const auto Add = [&](bool Holds, const char* Text) {
     if (Holds) Words += (Words.empty() ? "" : ", and ") + std::string(Text);
   };
-  Add(Read.Are_Swapped, "camera and board trackers exchanged");
-  Add(Read.W_Is_Last, "quaternions in the order x, y, z, w");
-  Add(Read.Is_Attitude, "quaternions as the trackers' attitudes (negate x, y and z)");
+  Add(Convention.Are_Swapped, "camera and board trackers exchanged");
+  Add(Convention.W_Is_Last, "quaternions in the order x, y, z, w");
+  Add(Convention.Is_Attitude, "quaternions as the trackers' attitudes (negate x, y and z)");
   return Words;
 }
 
-// ---- Turns -----------------------------------------------------------------------------------
+// ---- Step 1: angles --------------------------------------------------------------------------
 
-// For each row, the median of what its angles to the others differ by, degrees.
-std::vector<double> Turns_Off(const Motion& Images, const Motion& Trackers) {
-  const std::size_t Count = Images.Turns.size();
-  std::vector<double> Off;
+// For each row, the median difference between its rotation angles to the other rows, degrees.
+std::vector<double> Rotation_Residuals_Deg(const Relative_Poses& Images,
+                                           const Relative_Poses& Trackers) {
+  const std::size_t Count = Images.Rotations.size();
+  std::vector<double> Residuals;
   for (std::size_t i = 0; i < Count; ++i) {
     std::vector<double> Differences;
     for (std::size_t j = 0; j < Count; ++j) {
       if (j == i) continue;
-      const double Seen = Images.Turns[i].angularDistance(Images.Turns[j]);
-      const double Reported = Trackers.Turns[i].angularDistance(Trackers.Turns[j]);
-      Differences.push_back(std::abs(Seen - Reported) * Degrees_Per_Radian);
+      const double Image_Angle = Images.Rotations[i].angularDistance(Images.Rotations[j]);
+      const double Tracker_Angle = Trackers.Rotations[i].angularDistance(Trackers.Rotations[j]);
+      Differences.push_back(std::abs(Image_Angle - Tracker_Angle) * Degrees_Per_Radian);
     }
-    Off.push_back(Median(Differences));
+    Residuals.push_back(Median(Differences));
   }
-  return Off;
+  return Residuals;
 }
 
-// The turn from row j to row i as a rotation vector, degrees.
-Eigen::Vector3d Turn_Between(const Motion& Of, std::size_t i, std::size_t j) {
-  const Eigen::AngleAxisd Turn(Of.Turns[i] * Of.Turns[j].conjugate());
-  return Turn.axis() * Turn.angle() * Degrees_Per_Radian;
+// ---- Step 2: axes ----------------------------------------------------------------------------
+
+// The rotation from row j to row i as a rotation vector, degrees.
+Eigen::Vector3d Rotation_Vector_Deg(const Relative_Poses& Poses, std::size_t i, std::size_t j) {
+  const Eigen::AngleAxisd Rotation(Poses.Rotations[i] * Poses.Rotations[j].conjugate());
+  return Rotation.axis() * Rotation.angle() * Degrees_Per_Radian;
 }
 
-struct Turn_Pair {
-  Eigen::Vector3d Image, Tracker;  // the same turn in the axes of Cam and of Tc
+// The same rotation in the axes of Cam and of Tc.
+struct Rotation_Pair {
+  Eigen::Vector3d Image, Tracker;
 };
 
-std::vector<Turn_Pair> Turn_Pairs(const Motion& Images, const Motion& Trackers,
-                                  const std::vector<std::size_t>& Good) {
-  std::vector<Turn_Pair> Pairs;
-  for (std::size_t a = 0; a < Good.size(); ++a) {
-    for (std::size_t b = a + 1; b < Good.size(); ++b) {
-      const Turn_Pair Pair = {Turn_Between(Images, Good[a], Good[b]),
-                              Turn_Between(Trackers, Good[a], Good[b])};
+std::vector<Rotation_Pair> Rotation_Pairs(const Relative_Poses& Images,
+                                          const Relative_Poses& Trackers,
+                                          const std::vector<std::size_t>& Inliers) {
+  std::vector<Rotation_Pair> Pairs;
+  for (std::size_t a = 0; a < Inliers.size(); ++a) {
+    for (std::size_t b = a + 1; b < Inliers.size(); ++b) {
+      const Rotation_Pair Pair = {Rotation_Vector_Deg(Images, Inliers[a], Inliers[b]),
+                                  Rotation_Vector_Deg(Trackers, Inliers[a], Inliers[b])};
       const double Angle = Pair.Image.norm();
-      if (Angle >= Least_Turn && Angle <= Largest_Turn) Pairs.push_back(Pair);
+      if (Angle >= Least_Rotation && Angle <= Largest_Rotation) Pairs.push_back(Pair);
     }
   }
   return Pairs;
 }
 
-// The rotation that takes the trackers' axes of turn to the images', in the least squares. None
-// when the axes lie along one line.
-std::optional<Eigen::Matrix3d> Rotation_Cam_Tc(const std::vector<Turn_Pair>& Pairs) {
+// Rotation_Cam_Tc of least squares over the pairs' axes. None when the axes are parallel.
+std::optional<Eigen::Matrix3d> Fit_Rotation(const std::vector<Rotation_Pair>& Pairs) {
   if (Pairs.empty()) return std::nullopt;
-  Eigen::Matrix3d Both = Eigen::Matrix3d::Zero(), Axes = Eigen::Matrix3d::Zero();
-  for (const Turn_Pair& Pair : Pairs) {
-    Both += Pair.Image.normalized() * Pair.Tracker.normalized().transpose();
+  Eigen::Matrix3d Correlation = Eigen::Matrix3d::Zero(), Axes = Eigen::Matrix3d::Zero();
+  for (const Rotation_Pair& Pair : Pairs) {
+    Correlation += Pair.Image.normalized() * Pair.Tracker.normalized().transpose();
     Axes += Pair.Image.normalized() * Pair.Image.normalized().transpose();
   }
   const Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d> Spread(Axes /
                                                               static_cast<double>(Pairs.size()));
-  const double Apart = std::sin(Least_Axes_Apart / Degrees_Per_Radian);
-  if (!(1.0 - Spread.eigenvalues()[2] >= Apart * Apart)) return std::nullopt;
-  const Eigen::JacobiSVD<Eigen::Matrix3d> Svd(Both, Eigen::ComputeFullU | Eigen::ComputeFullV);
-  Eigen::Matrix3d Proper = Eigen::Matrix3d::Identity();
-  Proper(2, 2) = (Svd.matrixU() * Svd.matrixV().transpose()).determinant() < 0.0 ? -1.0 : 1.0;
-  return Eigen::Matrix3d(Svd.matrixU() * Proper * Svd.matrixV().transpose());
+  const double Least_Sine = std::sin(Least_Axis_Spread / Degrees_Per_Radian);
+  if (!(1.0 - Spread.eigenvalues()[2] >= Least_Sine * Least_Sine)) return std::nullopt;
+  const Eigen::JacobiSVD<Eigen::Matrix3d> Svd(Correlation,
+                                              Eigen::ComputeFullU | Eigen::ComputeFullV);
+  // Keeps the determinant at 1: without it the best fit may be a reflection.
+  Eigen::Matrix3d Signs = Eigen::Matrix3d::Identity();
+  Signs(2, 2) = (Svd.matrixU() * Svd.matrixV().transpose()).determinant() < 0.0 ? -1.0 : 1.0;
+  return Eigen::Matrix3d(Svd.matrixU() * Signs * Svd.matrixV().transpose());
 }
 
-double Median_Axis_Off(const std::vector<Turn_Pair>& Pairs, const Eigen::Matrix3d& Rotation) {
-  std::vector<double> Off;
-  for (const Turn_Pair& Pair : Pairs) {
-    const Eigen::Vector3d Left = Pair.Image.normalized();
-    const Eigen::Vector3d Right = Rotation * Pair.Tracker.normalized();
-    Off.push_back(std::atan2(Left.cross(Right).norm(), Left.dot(Right)) * Degrees_Per_Radian);
+double Median_Axis_Residual(const std::vector<Rotation_Pair>& Pairs,
+                            const Eigen::Matrix3d& Rotation_Cam_Tc) {
+  std::vector<double> Residuals;
+  for (const Rotation_Pair& Pair : Pairs) {
+    const Eigen::Vector3d Image_Axis = Pair.Image.normalized();
+    const Eigen::Vector3d Tracker_Axis = Rotation_Cam_Tc * Pair.Tracker.normalized();
+    Residuals.push_back(
+        std::atan2(Image_Axis.cross(Tracker_Axis).norm(), Image_Axis.dot(Tracker_Axis)) *
+        Degrees_Per_Radian);
   }
-  return Median(Off);
+  return Median(Residuals);
 }
 
-// ---- Positions -------------------------------------------------------------------------------
+// ---- Step 3: positions -----------------------------------------------------------------------
 
-// The board's middle in the camera, with R the rotation Cam from Tc and T the trackers' turn:
+// The board's centre in Cam, with s the scale and Position_Tc that of the board's tracker:
 //
-//   Place_Cam = s * R * Place_Tc + R * T * Middle_Tr + Tracker_Cam
+//   Centre_Cam = s * Rotation_Cam_Tc * Position_Tc
+//              + Rotation_Cam_Tc * Rotation_Tc_Tr * Centre_Tr + Tracker_Position_Cam
 //
-// linear in the scale s, the middle in the board tracker's axes and the place of the camera's
-// tracker.
+// It is linear in s, Centre_Tr and Tracker_Position_Cam, the position of the camera's tracker.
 struct Position_Fit {
-  std::vector<double> Off;  // metres, for each row of the motions
+  std::vector<double> Residuals;  // metres, for all rows that are compared
   double Scale = 1, Scale_Deviation = 0;
-  Eigen::Vector3d Middle_Tr;  // in the body's own axes
+  Eigen::Vector3d Centre_Body;  // Centre_Tr in the body's own axes
 };
 
-constexpr Eigen::Index Unknowns = 7;
+constexpr Eigen::Index Unknown_Count = 7;
 
-// Three equations a row, all divided by the row's doubt.
 struct Equations {
   Eigen::MatrixXd Left;
   Eigen::VectorXd Right;
 };
 
-Equations Equations_Of(const Motion& Images, const Motion& Trackers,
-                       const Eigen::Matrix3d& Rotation, const std::vector<std::size_t>& Rows,
-                       const std::vector<double>& Doubts) {
-  Equations Made;
-  Made.Left.resize(static_cast<Eigen::Index>(3 * Rows.size()), Unknowns);
-  Made.Right.resize(Made.Left.rows());
+// Three equations for each of Rows, divided by the row's deviation. A deviation of d gives the row
+// the weight 1 / d^2.
+Equations Position_Equations(const Relative_Poses& Images, const Relative_Poses& Trackers,
+                             const Eigen::Matrix3d& Rotation_Cam_Tc,
+                             const std::vector<std::size_t>& Rows,
+                             const std::vector<double>& Deviations) {
+  Equations System;
+  System.Left.resize(static_cast<Eigen::Index>(3 * Rows.size()), Unknown_Count);
+  System.Right.resize(System.Left.rows());
   for (std::size_t k = 0; k < Rows.size(); ++k) {
     const auto Top = static_cast<Eigen::Index>(3 * k);
     const std::size_t Row = Rows[k];
-    Made.Left.block<3, 1>(Top, 0) = Rotation * Trackers.Places[Row] / Doubts[Row];
-    Made.Left.block<3, 3>(Top, 1) = Rotation * Trackers.Turns[Row].toRotationMatrix() / Doubts[Row];
-    Made.Left.block<3, 3>(Top, 4) = Eigen::Matrix3d::Identity() / Doubts[Row];
-    Made.Right.segment<3>(Top) = Images.Places[Row] / Doubts[Row];
+    const double Deviation = Deviations[Row];
+    System.Left.block<3, 1>(Top, 0) = Rotation_Cam_Tc * Trackers.Positions[Row] / Deviation;
+    System.Left.block<3, 3>(Top, 1) =
+        Rotation_Cam_Tc * Trackers.Rotations[Row].toRotationMatrix() / Deviation;
+    System.Left.block<3, 3>(Top, 4) = Eigen::Matrix3d::Identity() / Deviation;
+    System.Right.segment<3>(Top) = Images.Positions[Row] / Deviation;
   }
-  return Made;
+  return System;
 }
 
-// How far each row is off, metres; Of holds all rows' equations without doubts.
-std::vector<double> Distances_Off(const Equations& Of, const Eigen::VectorXd& Solved) {
-  const Eigen::VectorXd Rest = Of.Left * Solved - Of.Right;
-  std::vector<double> Off;
-  Off.reserve(static_cast<std::size_t>(Rest.size() / 3));
-  for (Eigen::Index Top = 0; Top < Rest.size(); Top += 3) {
-    Off.push_back(Rest.segment<3>(Top).norm());
+// The length of each row's residual vector, metres, for equations with deviations of 1.
+std::vector<double> Position_Residuals(const Equations& Unweighted,
+                                       const Eigen::VectorXd& Solution) {
+  const Eigen::VectorXd Difference = Unweighted.Left * Solution - Unweighted.Right;
+  std::vector<double> Residuals;
+  Residuals.reserve(static_cast<std::size_t>(Difference.size() / 3));
+  for (Eigen::Index Top = 0; Top < Difference.size(); Top += 3) {
+    Residuals.push_back(Difference.segment<3>(Top).norm());
   }
-  return Off;
+  return Residuals;
 }
 
-// Rows whose trackers aren't far beyond the usual distance of each other: a sample that is metres
-// off would pull the fit to itself before its distance could tell on it.
-std::vector<std::size_t> Near_Rows(const Motion& Trackers, const std::vector<std::size_t>& Rows) {
+// The rows whose trackers are not much further apart than usual. A sample that is metres off would
+// pull the unweighted first fit towards itself, so that its residual would not show it.
+std::vector<std::size_t> Near_Rows(const Relative_Poses& Trackers,
+                                   const std::vector<std::size_t>& Rows) {
   std::vector<double> Distances;
   Distances.reserve(Rows.size());
-  for (const std::size_t Row : Rows) Distances.push_back(Trackers.Places[Row].norm());
+  for (const std::size_t Row : Rows) Distances.push_back(Trackers.Positions[Row].norm());
   std::vector<std::size_t> Near;
   if (Rows.empty()) return Near;
   const double Limit = 3.0 * Median(Distances);
@@ -259,305 +282,324 @@ std::vector<std::size_t> Near_Rows(const Motion& Trackers, const std::vector<std
   return Near;
 }
 
-// Fits the rows of Good. Rows that come out far off are doubted in the next round, which lets the
-// majority prevail, and left out of the last.
-std::optional<Position_Fit> Fit_Positions(const Motion& Images, const Motion& Trackers,
-                                          const Eigen::Matrix3d& Rotation,
-                                          const std::vector<std::size_t>& Good) {
-  std::vector<std::size_t> All(Images.Places.size());
-  for (std::size_t i = 0; i < All.size(); ++i) All[i] = i;
-  std::vector<double> Doubts(All.size(), 1.0);
-  const Equations Plain = Equations_Of(Images, Trackers, Rotation, All, Doubts);
-  std::vector<std::size_t> Used = Near_Rows(Trackers, Good);
+// Each round weights the rows by the inverse of their residuals in the round before, so that the
+// majority prevails. The last round leaves outliers out and weights the other rows equally.
+// Residuals are calculated for all rows, but only Inliers are fitted.
+std::optional<Position_Fit> Fit_Positions(const Relative_Poses& Images,
+                                          const Relative_Poses& Trackers,
+                                          const Eigen::Matrix3d& Rotation_Cam_Tc,
+                                          const std::vector<std::size_t>& Inliers) {
+  std::vector<std::size_t> All_Rows(Images.Positions.size());
+  for (std::size_t i = 0; i < All_Rows.size(); ++i) All_Rows[i] = i;
+  std::vector<double> Deviations(All_Rows.size(), 1.0);
+  const Equations Unweighted =
+      Position_Equations(Images, Trackers, Rotation_Cam_Tc, All_Rows, Deviations);
+  std::vector<std::size_t> Fitted = Near_Rows(Trackers, Inliers);
   Position_Fit Fit;
   constexpr int Rounds = 10;
-  constexpr double Least_Off = 1e-4;  // metres; no row is trusted beyond all others
+  constexpr double Least_Residual = 1e-4;  // metres; keeps every weight finite
   for (int Round = 0; Round <= Rounds; ++Round) {
-    if (Used.size() < Fewest_Positions) return std::nullopt;
-    const Equations Made = Equations_Of(Images, Trackers, Rotation, Used, Doubts);
-    const Eigen::ColPivHouseholderQR<Eigen::MatrixXd> Solver(Made.Left);
-    if (Solver.rank() < Unknowns) return std::nullopt;
-    const Eigen::VectorXd Solved = Solver.solve(Made.Right);
-    Fit.Off = Distances_Off(Plain, Solved);
-    Fit.Scale = Solved[0];
-    Fit.Middle_Tr = Solved.segment<3>(1);
-    const auto Free = static_cast<double>(Made.Left.rows() - Unknowns);
-    const double Variance = (Made.Left * Solved - Made.Right).squaredNorm() / Free;
-    const Eigen::MatrixXd Normal = Made.Left.transpose() * Made.Left;
+    if (Fitted.size() < Least_Positions) return std::nullopt;
+    const Equations Weighted =
+        Position_Equations(Images, Trackers, Rotation_Cam_Tc, Fitted, Deviations);
+    const Eigen::ColPivHouseholderQR<Eigen::MatrixXd> Solver(Weighted.Left);
+    if (Solver.rank() < Unknown_Count) return std::nullopt;
+    const Eigen::VectorXd Solution = Solver.solve(Weighted.Right);
+    Fit.Residuals = Position_Residuals(Unweighted, Solution);
+    Fit.Scale = Solution[0];
+    Fit.Centre_Body = Solution.segment<3>(1);
+    const auto Freedom = static_cast<double>(Weighted.Left.rows() - Unknown_Count);
+    const double Variance = (Weighted.Left * Solution - Weighted.Right).squaredNorm() / Freedom;
+    const Eigen::MatrixXd Normal = Weighted.Left.transpose() * Weighted.Left;
     Fit.Scale_Deviation = std::sqrt(Variance * Normal.inverse()(0, 0));
     const bool Is_Last_But_One = Round + 1 == Rounds;
-    const double Limit = std::max(Off_Factor * Median(Fit.Off), Least_Off);
-    for (const std::size_t Row : All) {
-      Doubts[Row] = Is_Last_But_One ? 1.0 : std::sqrt(std::max(Fit.Off[Row], Least_Off));
+    const double Limit = std::max(Outlier_Factor * Median(Fit.Residuals), Least_Residual);
+    for (const std::size_t Row : All_Rows) {
+      Deviations[Row] =
+          Is_Last_But_One ? 1.0 : std::sqrt(std::max(Fit.Residuals[Row], Least_Residual));
     }
     if (!Is_Last_But_One) continue;
-    const auto Too_Far = [&](std::size_t Row) { return Fit.Off[Row] > Limit; };
-    Used.erase(std::remove_if(Used.begin(), Used.end(), Too_Far), Used.end());
+    const auto Is_Outlier = [&](std::size_t Row) { return Fit.Residuals[Row] > Limit; };
+    Fitted.erase(std::remove_if(Fitted.begin(), Fitted.end(), Is_Outlier), Fitted.end());
   }
   return Fit;
 }
 
 // ---- The board on its tracker ----------------------------------------------------------------
 
-// Each row tells how the board is turned on its tracker, and all tell the same but for noise:
+// Each row gives the rotation of the board on its tracker, all the same but for noise:
 //
-//   Rotation_Tr_Chart = Turn^T * Rotation_Cam_Tc^T * Rotation_Cam_Chart
+//   Rotation_Tr_Chart = Rotation_Tc_Tr^T * Rotation_Cam_Tc^T * Rotation_Cam_Chart
 //
-// The mean over the rows of Good, in the body's own axes.
-Eigen::Matrix3d Mean_Rotation_Tr_Chart(const Motion& Images, const Motion& Trackers,
-                                       const Eigen::Matrix3d& Rotation,
-                                       const std::vector<std::size_t>& Good) {
-  const Eigen::Quaterniond Rotation_Tc_Cam(Eigen::Matrix3d(Rotation.transpose()));
+// The mean over the rows of Inliers, in the body's own axes: the normalised sum of the quaternions.
+Eigen::Matrix3d Mean_Rotation_Body_Chart(const Relative_Poses& Images,
+                                         const Relative_Poses& Trackers,
+                                         const Eigen::Matrix3d& Rotation_Cam_Tc,
+                                         const std::vector<std::size_t>& Inliers) {
+  const Eigen::Quaterniond Rotation_Tc_Cam(Eigen::Matrix3d(Rotation_Cam_Tc.transpose()));
   Eigen::Vector4d Sum = Eigen::Vector4d::Zero();
-  for (const std::size_t Row : Good) {
-    const Eigen::Quaterniond One =
-        Trackers.Turns[Row].conjugate() * Rotation_Tc_Cam * Images.Turns[Row];
-    // A quaternion and its negative are one rotation.
-    Sum += Sum.dot(One.coeffs()) < 0.0 ? Eigen::Vector4d(-One.coeffs()) : One.coeffs();
+  for (const std::size_t Row : Inliers) {
+    const Eigen::Quaterniond Rotation =
+        Trackers.Rotations[Row].conjugate() * Rotation_Tc_Cam * Images.Rotations[Row];
+    // A quaternion and its negative are the same rotation.
+    Sum +=
+        Sum.dot(Rotation.coeffs()) < 0.0 ? Eigen::Vector4d(-Rotation.coeffs()) : Rotation.coeffs();
   }
   return Eigen::Quaterniond(Eigen::Vector4d(Sum.normalized())).toRotationMatrix();
 }
 
-// ---- All of it -------------------------------------------------------------------------------
+// ---- The three steps together ----------------------------------------------------------------
 
-Agreement Measure_Reading(const Motion& Images, const Motion& Trackers) {
+Agreement Compare(const Relative_Poses& Images, const Relative_Poses& Trackers) {
   Agreement Measured;
-  Measured.Turns_Off_Deg = Turns_Off(Images, Trackers);
-  Measured.Typical_Turn_Deg = Median(Measured.Turns_Off_Deg);
-  if (Measured.Typical_Turn_Deg > Turn_Limit) return Measured;
-  std::vector<std::size_t> Good;
-  const double Limit = std::max(Off_Factor * Measured.Typical_Turn_Deg, Turn_Floor);
-  for (std::size_t i = 0; i < Measured.Turns_Off_Deg.size(); ++i) {
-    if (Measured.Turns_Off_Deg[i] <= Limit) Good.push_back(i);
+  Measured.Rotation_Residuals_Deg = Rotation_Residuals_Deg(Images, Trackers);
+  Measured.Median_Rotation_Residual_Deg = Median(Measured.Rotation_Residuals_Deg);
+  if (Measured.Median_Rotation_Residual_Deg > Rotation_Limit_Deg) return Measured;
+  std::vector<std::size_t> Inliers;
+  const double Limit =
+      std::max(Outlier_Factor * Measured.Median_Rotation_Residual_Deg, Rotation_Floor_Deg);
+  for (std::size_t i = 0; i < Measured.Rotation_Residuals_Deg.size(); ++i) {
+    if (Measured.Rotation_Residuals_Deg[i] <= Limit) Inliers.push_back(i);
   }
-  const std::vector<Turn_Pair> Pairs = Turn_Pairs(Images, Trackers, Good);
-  const std::optional<Eigen::Matrix3d> Rotation = Rotation_Cam_Tc(Pairs);
-  if (!Rotation) return Measured;
-  Measured.Typical_Axis_Deg = Median_Axis_Off(Pairs, *Rotation);
-  if (*Measured.Typical_Axis_Deg > Axis_Limit) return Measured;
+  const std::vector<Rotation_Pair> Pairs = Rotation_Pairs(Images, Trackers, Inliers);
+  const std::optional<Eigen::Matrix3d> Rotation_Cam_Tc = Fit_Rotation(Pairs);
+  if (!Rotation_Cam_Tc) return Measured;
+  Measured.Median_Axis_Residual_Deg = Median_Axis_Residual(Pairs, *Rotation_Cam_Tc);
+  if (*Measured.Median_Axis_Residual_Deg > Axis_Limit_Deg) return Measured;
   Measured.Rotation_Tr_Chart =
-      Tracker_Axes_Relabelling() * Mean_Rotation_Tr_Chart(Images, Trackers, *Rotation, Good);
-  const std::optional<Position_Fit> Fit = Fit_Positions(Images, Trackers, *Rotation, Good);
+      Tracker_Axes_Relabelling() *
+      Mean_Rotation_Body_Chart(Images, Trackers, *Rotation_Cam_Tc, Inliers);
+  const std::optional<Position_Fit> Fit =
+      Fit_Positions(Images, Trackers, *Rotation_Cam_Tc, Inliers);
   if (!Fit) return Measured;
-  Measured.Positions_Off = Fit->Off;
-  Measured.Typical_Position = Median(Fit->Off);
+  Measured.Position_Residuals = Fit->Residuals;
+  Measured.Median_Position_Residual = Median(Fit->Residuals);
   Measured.Scale = Fit->Scale;
   Measured.Scale_Deviation = Fit->Scale_Deviation;
-  Measured.Middle_Tr = Tracker_Axes_Relabelling() * Fit->Middle_Tr;
+  Measured.Centre_Tr = Tracker_Axes_Relabelling() * Fit->Centre_Body;
   return Measured;
 }
 
-// Whether a fit is good and its scale below 0. With N and M mirrors of the bodies' axes and of
-// Base's, a rotation R is reported as N R M and a position p as M p. Then the board's tracker is at
-// N R M M p = N R p: turned as -N does it, which is a rotation and part of the unknown mount, and
-// reversed. So every such system looks alike, and -1 times a right-handed one.
+// Whether a fit is good and its scale is below 0. With N and M mirrors of the bodies' axes and of
+// Base's, a rotation R is reported as N R M and a position p as M p. Then the position of the
+// board's tracker relative to the camera's is N R M M p = N R p: the true one rotated by -N, which
+// is a rotation and part of the unknown mount, and reversed. So all such systems look the same: the
+// scale is -1 times that of a right-handed one.
 bool Is_Reversed(const Agreement& Measured) {
   return Measured.Is_Good() && Measured.Scale &&
-         *Measured.Scale < -Sure_Sign * Measured.Scale_Deviation;
+         *Measured.Scale < -Sure_Deviations * Measured.Scale_Deviation;
 }
 
 bool Is_Upright(const Agreement& Measured) {
   return Measured.Is_Good() && Measured.Scale &&
-         *Measured.Scale > Sure_Sign * Measured.Scale_Deviation;
+         *Measured.Scale > Sure_Deviations * Measured.Scale_Deviation;
 }
 
-// What positions that fit badly, or with a scale below 0, are mirrored in. A mirror M of positions
-// alone is undone by reading them with M; a mirror of quaternions alone, where R is reported as
-// M R M, by the same, but for a scale below 0.
-void Find_Mirror(const std::vector<Capture_Row>& Rows, const Motion& Images,
-                 const std::vector<std::size_t>& Chosen, Agreement& Into) {
-  if (!Into.Typical_Position) return;
-  struct Try {
-    const Mirror* By;
+// Finds the mirror of positions that fit badly, or of a scale below 0. A mirror M of the positions
+// alone is undone by reading them with M. A mirror of the quaternions alone, where R is reported as
+// M R M, is undone by the same, but with a scale below 0.
+void Find_Mirror(const std::vector<Capture_Row>& Rows, const Relative_Poses& Images,
+                 const std::vector<std::size_t>& Compared, Agreement& Measured) {
+  if (!Measured.Median_Position_Residual) return;
+  struct Attempt {
+    const Mirror* Axes;
     Agreement Fit;
   };
-  std::vector<Try> Tries = {{&No_Mirror, Into}};
-  for (const Mirror& By : Mirrors) {
-    Tries.push_back(
-        {&By, Measure_Reading(Images, Tracker_Motion(Rows, Chosen, As_Documented, By))});
-    if (!Tries.back().Fit.Typical_Position) return;  // those that were left out aren't known
+  std::vector<Attempt> Attempts = {{&No_Mirror, Measured}};
+  for (const Mirror& Axes : Mirrors) {
+    Attempts.push_back(
+        {&Axes, Compare(Images, Tracker_Poses(Rows, Compared, As_Documented, Axes))});
+    if (!Attempts.back().Fit.Median_Position_Residual) return;  // it cannot be ranked
   }
-  std::sort(Tries.begin(), Tries.end(), [](const Try& Left, const Try& Right) {
-    return *Left.Fit.Typical_Position < *Right.Fit.Typical_Position;
+  std::sort(Attempts.begin(), Attempts.end(), [](const Attempt& Left, const Attempt& Right) {
+    return *Left.Fit.Median_Position_Residual < *Right.Fit.Median_Position_Residual;
   });
-  const auto& [By, Fit] = Tries[0];
-  const double Least_Of_Others = std::max(Clearly_Worse * *Fit.Typical_Position, Position_Floor);
-  const bool Is_Clear = By != &No_Mirror && *Tries[1].Fit.Typical_Position > Least_Of_Others;
+  const auto& [Axes, Fit] = Attempts[0];
+  const double Runner_Up_Limit =
+      std::max(Clearly_Worse * *Fit.Median_Position_Residual, Position_Floor);
+  const bool Is_Clear =
+      Axes != &No_Mirror && *Attempts[1].Fit.Median_Position_Residual > Runner_Up_Limit;
   if (Is_Clear && Is_Upright(Fit)) {
-    Into.Hand = Mirrored::Positions;
-    Into.Unmirrored = By->Of_Positions;
+    Measured.Axes = Handedness::Mirrored_Positions;
+    Measured.Correction = Axes->Position_Correction;
   } else if (Is_Clear && Is_Reversed(Fit)) {
-    Into.Hand = Mirrored::Quaternions;
-    Into.Unmirrored = By->Of_Quaternions;
-  } else if (Is_Reversed(Into)) {
-    Into.Hand = Mirrored::Everything;
+    Measured.Axes = Handedness::Mirrored_Quaternions;
+    Measured.Correction = Axes->Quaternion_Correction;
+  } else if (Is_Reversed(Measured)) {
+    Measured.Axes = Handedness::Left;
   }
 }
 
-// What would make samples and images fit, if anything.
-void Find_Better_Reading(const std::vector<Capture_Row>& Rows, const Motion& Images,
-                         const std::vector<std::size_t>& Chosen, Agreement& Into) {
-  // Plain mistakes come before combined ones.
-  constexpr Reading Readings[] = {{false, true, false}, {true, false, false}, {true, true, false},
-                                  {false, false, true}, {false, true, true},  {true, false, true},
-                                  {true, true, true}};
-  for (const Reading& Read : Readings) {
-    const Agreement Measured = Measure_Reading(Images, Tracker_Motion(Rows, Chosen, Read));
-    // Without positions two readings may fit alike, and none is to be recommended.
-    if (!Measured.Is_Good() || !Measured.Typical_Position) continue;
-    Into.Better_Reading = In_Words(Read);
-    if (Is_Reversed(Measured)) Into.Hand = Mirrored::Everything;
+// Finds the convention by which samples and images agree, if there is one.
+void Find_Convention(const std::vector<Capture_Row>& Rows, const Relative_Poses& Images,
+                     const std::vector<std::size_t>& Compared, Agreement& Measured) {
+  // Single mistakes come before combined ones.
+  constexpr Sample_Convention Conventions[] = {
+      {false, true, false}, {true, false, false}, {true, true, false}, {false, false, true},
+      {false, true, true},  {true, false, true},  {true, true, true}};
+  for (const Sample_Convention& Convention : Conventions) {
+    const Agreement Fit = Compare(Images, Tracker_Poses(Rows, Compared, Convention));
+    // Without positions two conventions may fit equally well, and neither can be recommended.
+    if (!Fit.Is_Good() || !Fit.Median_Position_Residual) continue;
+    Measured.Fitting_Convention = In_Words(Convention);
+    if (Is_Reversed(Fit)) Measured.Axes = Handedness::Left;
     return;
   }
 }
 
-std::string How_Far(const Agreement& Measured) {
-  if (Measured.Typical_Turn_Deg > Turn_Limit) {
-    return fmt::format("between two lines, the angles of their turns differ by {:.1f} degrees",
-                       Measured.Typical_Turn_Deg);
+// ---- Findings --------------------------------------------------------------------------------
+
+std::string Disagreement_Text(const Agreement& Measured) {
+  if (Measured.Median_Rotation_Residual_Deg > Rotation_Limit_Deg) {
+    return fmt::format("rotation angles between two lines differ by {:.1f} degrees",
+                       Measured.Median_Rotation_Residual_Deg);
   }
-  if (Measured.Typical_Axis_Deg.value_or(0.0) > Axis_Limit) {
-    return fmt::format("the axes of their turns differ by {:.1f} degrees",
-                       *Measured.Typical_Axis_Deg);
+  if (Measured.Median_Axis_Residual_Deg.value_or(0.0) > Axis_Limit_Deg) {
+    return fmt::format("rotation axes differ by {:.1f} degrees",
+                       *Measured.Median_Axis_Residual_Deg);
   }
-  return fmt::format("positions differ by {:.0f} mm", 1000.0 * *Measured.Typical_Position);
+  return fmt::format("positions differ by {:.0f} mm", 1000.0 * *Measured.Median_Position_Residual);
 }
 
-void Tell_All_Off(const Agreement& Measured, Findings& Told) {
-  const bool Known = !Measured.Better_Reading.empty();
+void Add_Disagreement(const Agreement& Measured, Findings& List) {
+  const bool Is_Known = !Measured.Fitting_Convention.empty();
   std::string What =
-      fmt::format("The trackers didn't move as the images show: {}.", How_Far(Measured));
-  if (Known) What += fmt::format(" They fit if read with {}.", Measured.Better_Reading);
-  Told.Add({"trackers_disagree",
-            Level::Error,
-            What,
-            "",
-            Known
-                ? "Write the samples as docs/conventions.md has them: first the camera's tracker, "
-                  "then the board's, with quaternions w, x, y, z that turn the tracking system's "
-                  "directions into the body's."
-                : "Check that each sample belongs to the moment of its image and to the right "
-                  "tracker, that both trackers sit tight, and that quaternions are w, x, y, z.",
-            {}});
+      fmt::format("The tracker samples disagree with the images: {}.", Disagreement_Text(Measured));
+  if (Is_Known) What += fmt::format(" They agree if read with {}.", Measured.Fitting_Convention);
+  List.Add(
+      {"trackers_disagree",
+       Level::Error,
+       What,
+       "",
+       Is_Known
+           ? "Write the samples as described in docs/conventions.md: first the camera's tracker, "
+             "then the board's, with quaternions w, x, y, z that take directions of the tracking "
+             "system to those of the tracked body."
+           : "Check that each sample was taken at the same moment as its image and by the right "
+             "tracker, that both trackers are firmly mounted, and that quaternions are w, x, y, z.",
+       {}});
 }
 
-void Tell_Rows_Off(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
-                   Findings& Told) {
-  const double Turn_Bound = std::max(Off_Factor * Measured.Typical_Turn_Deg, Turn_Floor);
+void Add_Outliers(const std::vector<Capture_Row>& Rows, const Agreement& Measured, Findings& List) {
+  const double Rotation_Bound =
+      std::max(Outlier_Factor * Measured.Median_Rotation_Residual_Deg, Rotation_Floor_Deg);
   const double Position_Bound =
-      std::max(Off_Factor * Measured.Typical_Position.value_or(0.0), Position_Floor);
+      std::max(Outlier_Factor * Measured.Median_Position_Residual.value_or(0.0), Position_Floor);
   for (std::size_t k = 0; k < Measured.Rows.size(); ++k) {
-    const double Turn = Measured.Turns_Off_Deg[k];
-    const double Position = Measured.Typical_Position ? Measured.Positions_Off[k] : 0.0;
-    if (Turn <= Turn_Bound && Position <= Position_Bound) continue;
+    const double Rotation = Measured.Rotation_Residuals_Deg[k];
+    const double Position =
+        Measured.Median_Position_Residual ? Measured.Position_Residuals[k] : 0.0;
+    if (Rotation <= Rotation_Bound && Position <= Position_Bound) continue;
     const std::size_t Line = Rows[Measured.Rows[k]].Line;
-    std::string Example = fmt::format("Line {} is about {:.1f} degrees", Line, Turn);
-    if (Measured.Typical_Position) Example += fmt::format(" and {:.0f} mm", 1000.0 * Position);
-    Told.Add({"sample_disagrees",
+    std::string Example = fmt::format("Line {} is off by about {:.1f} degrees", Line, Rotation);
+    if (Measured.Median_Position_Residual) {
+      Example += fmt::format(" and {:.0f} mm", 1000.0 * Position);
+    }
+    List.Add({"sample_disagrees",
               Level::Warning,
-              "The trackers didn't move as this line's image shows: a sample is stale, jumped, or "
-              "belongs to another image.",
-              Example + " off.",
-              "Take the line out.",
+              "The samples of this line disagree with its image. One of them is stale, has jumped, "
+              "or belongs to another image.",
+              Example + ".",
+              "Remove the line.",
               {Line}});
   }
 }
 
-void Tell_Hand(const Agreement& Measured, Findings& Told) {
-  if (Measured.Hand == Mirrored::Everything) {
-    Told.Add({"left_handed",
+void Add_Handedness(const Agreement& Measured, Findings& List) {
+  if (Measured.Axes == Handedness::Left) {
+    List.Add({"left_handed",
               Level::Error,
-              "The tracking system's axes are left-handed: the trackers moved as the images show, "
-              "but mirrored.",
+              "The tracking system's axes are left-handed: the samples agree with the images only "
+              "when mirrored.",
               "",
-              "Let the tracking software export right-handed axes (x, y and z as thumb, index and "
-              "middle finger of the right hand). Or write every sample mirrored: negate y of the "
-              "position and x and z of the quaternion.",
+              "Export right-handed axes from the tracking software (x, y and z as thumb, index and "
+              "middle finger of the right hand). Or mirror every sample: negate y of the position "
+              "and x and z of the quaternion.",
               {}});
     return;
   }
-  const bool Is_Of_Positions = Measured.Hand == Mirrored::Positions;
-  Told.Add(
-      {"axis_mirrored",
-       Level::Error,
-       fmt::format("Positions and quaternions of the trackers don't have the same axes: the {} "
-                   "are mirrored. They fit the images if you {} in every {}.",
-                   Is_Of_Positions ? "positions" : "quaternions", Measured.Unmirrored,
-                   Is_Of_Positions ? "position" : "quaternion"),
-       "",
-       "Let the tracking software export positions and quaternions in the same right-handed "
-       "axes, or write the samples so.",
-       {}});
+  const bool Are_Positions = Measured.Axes == Handedness::Mirrored_Positions;
+  List.Add({"axis_mirrored",
+            Level::Error,
+            fmt::format("The positions and quaternions of the trackers are in different axes: the "
+                        "{} are mirrored. They agree with the images if you {} in every {}.",
+                        Are_Positions ? "positions" : "quaternions", Measured.Correction,
+                        Are_Positions ? "position" : "quaternion"),
+            "",
+            "Export positions and quaternions in the same right-handed axes from the tracking "
+            "software, or convert the samples.",
+            {}});
 }
 
-// A metre of the trackers in metres of the board. A reversed scale has been told.
-double Length_Of_A_Metre(const Agreement& Measured) {
-  return Measured.Hand == Mirrored::Everything ? std::abs(*Measured.Scale) : *Measured.Scale;
+// The length of a metre of the trackers in metres of the board. The sign of a reversed scale has a
+// finding of its own.
+double Scale_Size(const Agreement& Measured) {
+  return Measured.Axes == Handedness::Left ? std::abs(*Measured.Scale) : *Measured.Scale;
 }
 
-void Tell_Scale(const Agreement& Measured, Findings& Told) {
+void Add_Scale(const Agreement& Measured, Findings& List) {
   if (Measured.Is_To_Scale()) return;
-  const double Scale = Length_Of_A_Metre(Measured);
-  // Further off it isn't the square that is wrong.
+  const double Scale = Scale_Size(Measured);
+  // No square is mismeasured by more than this.
   const bool May_Be_The_Square = Scale > 0.5 && Scale < 2.0;
-  Told.Add(
-      {"scale",
-       Level::Warning,
-       fmt::format("Board and trackers differ in scale: a metre of the trackers is about {:.3g} "
-                   "m by the board.",
-                   Scale),
-       May_Be_The_Square
-           ? fmt::format("A --square of {:.2f} times the given one would fit.", 1.0 / Scale)
-           : std::string(),
-       "Measure --square over the whole board, and check that positions are in metres.",
-       {}});
+  List.Add({"scale",
+            Level::Warning,
+            fmt::format("Board and trackers differ in scale: a metre of the trackers is about "
+                        "{:.3g} m of the board.",
+                        Scale),
+            May_Be_The_Square
+                ? fmt::format("A --square of {:.2f} times the current one would fit.", 1.0 / Scale)
+                : std::string(),
+            "Measure --square over the whole board, and check that positions are in metres.",
+            {}});
 }
 
 }  // namespace
 
 bool Agreement::Is_To_Scale() const {
   if (!Scale) return true;
-  const double Off = std::abs(Length_Of_A_Metre(*this) - 1.0);
-  return !(Off > std::max(Scale_Limit, 5.0 * Scale_Deviation));
+  const double Difference = std::abs(Scale_Size(*this) - 1.0);
+  return !(Difference > std::max(Scale_Limit, Sure_Deviations * Scale_Deviation));
 }
 
 bool Agreement::Is_Good() const {
-  return Typical_Turn_Deg <= Turn_Limit && Typical_Axis_Deg.value_or(0.0) <= Axis_Limit &&
-         Typical_Position.value_or(0.0) <= Position_Limit;
+  return Median_Rotation_Residual_Deg <= Rotation_Limit_Deg &&
+         Median_Axis_Residual_Deg.value_or(0.0) <= Axis_Limit_Deg &&
+         Median_Position_Residual.value_or(0.0) <= Position_Limit;
 }
 
 std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
                                            const std::vector<Board_Pose>& Poses) {
-  std::vector<std::size_t> Chosen;
-  Motion Images;
+  std::vector<std::size_t> Compared;
+  Relative_Poses Images;
   for (const Board_Pose& Pose : Poses) {
     if (!Has_Rotations(Rows[Pose.Row])) continue;
-    Chosen.push_back(Pose.Row);
-    Images.Turns.push_back(Pose.Rotation_Cam_Chart);
-    Images.Places.push_back(Pose.Middle_Cam);
+    Compared.push_back(Pose.Row);
+    Images.Rotations.push_back(Pose.Rotation_Cam_Chart);
+    Images.Positions.push_back(Pose.Centre_Cam);
   }
-  if (Chosen.size() < Fewest_Compared) return std::nullopt;
-  Agreement Measured = Measure_Reading(Images, Tracker_Motion(Rows, Chosen, As_Documented));
-  Measured.Rows = Chosen;
-  if (!Measured.Is_Good()) Find_Better_Reading(Rows, Images, Chosen, Measured);
-  if (Measured.Better_Reading.empty() && (!Measured.Is_Good() || Is_Reversed(Measured))) {
-    Find_Mirror(Rows, Images, Chosen, Measured);
+  if (Compared.size() < Least_Compared) return std::nullopt;
+  Agreement Measured = Compare(Images, Tracker_Poses(Rows, Compared, As_Documented));
+  Measured.Rows = Compared;
+  if (!Measured.Is_Good()) Find_Convention(Rows, Images, Compared, Measured);
+  if (Measured.Fitting_Convention.empty() && (!Measured.Is_Good() || Is_Reversed(Measured))) {
+    Find_Mirror(Rows, Images, Compared, Measured);
   }
   return Measured;
 }
 
 void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
-                     bool Scale_Is_Told, Findings& Told) {
-  const Mirrored Hand = Scale_Is_Told ? Measured.Hand : Mirrored::Nothing;
-  if (Hand == Mirrored::Positions || Hand == Mirrored::Quaternions) {
-    Tell_Hand(Measured, Told);
+                     bool Is_Distance_Known, Findings& List) {
+  const Handedness Axes = Is_Distance_Known ? Measured.Axes : Handedness::Right;
+  if (Axes == Handedness::Mirrored_Positions || Axes == Handedness::Mirrored_Quaternions) {
+    Add_Handedness(Measured, List);
     return;
   }
-  if (!Measured.Is_Good()) Tell_All_Off(Measured, Told);
-  if (Hand == Mirrored::Everything) Tell_Hand(Measured, Told);
+  if (!Measured.Is_Good()) Add_Disagreement(Measured, List);
+  if (Axes == Handedness::Left) Add_Handedness(Measured, List);
   if (!Measured.Is_Good()) return;
-  Tell_Rows_Off(Rows, Measured, Told);
-  if (Measured.Scale && Scale_Is_Told) Tell_Scale(Measured, Told);
+  Add_Outliers(Rows, Measured, List);
+  if (Measured.Scale && Is_Distance_Known) Add_Scale(Measured, List);
 }
 
 }  // namespace rigsync

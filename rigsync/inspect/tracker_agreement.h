@@ -1,15 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Whether the tracker samples fit the images, without knowing how the trackers are mounted. In
-// every image, with two mounts that are the same throughout,
+// Whether the tracker samples agree with the images, for mounts that are not known but constant. In
+// every image
 //
 //   Transform_Cam_Chart = Transform_Cam_Tc * Transform_Tc_Tr * Transform_Tr_Chart
 //
-// where images tell the left side and samples tell Transform_Tc_Tr, the board's tracker as the
-// camera's sees it. Between two images both turn by the same angle whatever the mounts are, so a
-// bad sample shows at once; one rotation then takes the axes of those turns from one side to the
-// other, and with it positions and one scale can be compared by a linear fit. This judges samples
-// and conventions; it is no calibration, which weighs and averages with care.
+// where the image gives the left side and the samples give Transform_Tc_Tr, the pose of the board's
+// tracker relative to the camera's. This is the equation of robot-world/hand-eye calibration. The
+// samples are compared with it in three steps:
+//
+// 1. Between two images, both sides rotate by the same angle, whatever the mounts are.
+// 2. Rotation_Cam_Tc takes the axes of these rotations from one side to the other (Park and Martin
+//    1994, "Robot sensor calibration: solving AX = XB on the Euclidean group"). It is the rotation
+//    of least squares over all pairs of axes, Wahba's problem (Wahba 1965, "A least squares
+//    estimate of satellite attitude"), by the singular value decomposition of Kabsch (1976, "A
+//    solution for the best rotation to relate two sets of vectors").
+// 3. With that rotation the positions depend linearly on the two unknown offsets and one scale. The
+//    fit is by iteratively reweighted least squares (Holland and Welsch 1977, "Robust regression
+//    using iteratively reweighted least-squares") with the inverse residuals as weights.
+//
+// The result judges samples and conventions. It is not a calibration.
 #ifndef RIGSYNC_INSPECT_TRACKER_AGREEMENT_H
 #define RIGSYNC_INSPECT_TRACKER_AGREEMENT_H
 
@@ -23,39 +33,40 @@
 
 namespace rigsync {
 
-// Axes of the wrong hand in the samples. One mirror of everything shows as a scale below 0,
-// whichever axis it reverses; positions and quaternions that are mirrored against each other fit no
-// scale.
-enum class Mirrored {
-  Nothing,
-  Everything,   // positions and quaternions alike
-  Positions,    // against quaternions
-  Quaternions,  // against positions
+// Of the samples' axes. Left-handed axes show as a scale below 0, whichever axis is mirrored.
+// Positions and quaternions that are mirrored relative to each other do not fit with any scale.
+enum class Handedness {
+  Right,                 // or not known
+  Left,                  // positions and quaternions alike
+  Mirrored_Positions,    // relative to the quaternions
+  Mirrored_Quaternions,  // relative to the positions
 };
 
 struct Agreement {
   std::vector<std::size_t> Rows;  // indices of the rows that were compared
-  // How far each of them is off, and how far half of them are at most: turns by their angles,
-  // degrees, and positions, metres. No positions when the turns leave them open.
-  std::vector<double> Turns_Off_Deg, Positions_Off;
-  double Typical_Turn_Deg = 0;
-  std::optional<double> Typical_Axis_Deg;  // between the axes of the turns
-  std::optional<double> Typical_Position;
-  // What the trackers call a metre, in metres of the board, and its standard deviation.
+  // The residuals of each of them: of rotation angles, degrees, and of positions, metres. There are
+  // none of positions when the rotations do not determine them.
+  std::vector<double> Rotation_Residuals_Deg, Position_Residuals;
+  double Median_Rotation_Residual_Deg = 0;
+  std::optional<double> Median_Axis_Residual_Deg;  // between the axes of the rotations
+  std::optional<double> Median_Position_Residual;
+  // The length of a metre of the trackers in metres of the board, and its standard deviation.
   std::optional<double> Scale;
   double Scale_Deviation = 0;
-  // Where the board sits on its tracker by images and samples: the rotation Tr from Chart and the
-  // board's middle in Tr, metres. Tr has the axes of docs/conventions.md. None when the turns leave
-  // it open.
+  // The pose of the board on its tracker according to images and samples: the rotation, and the
+  // position of the board's centre, metres. docs/conventions.md defines the axes of Tr. None when
+  // the rotations do not determine it.
   std::optional<Eigen::Matrix3d> Rotation_Tr_Chart;
-  std::optional<Eigen::Vector3d> Middle_Tr;
-  std::string Better_Reading;  // how the samples would fit, when they don't as they stand
-  Mirrored Hand = Mirrored::Nothing;
-  std::string Unmirrored;  // what to do to positions or quaternions that are mirrored on their own
+  std::optional<Eigen::Vector3d> Centre_Tr;
+  // The convention by which the samples would agree, in words. Empty when they agree as they are,
+  // or by no convention.
+  std::string Fitting_Convention;
+  Handedness Axes = Handedness::Right;
+  std::string Correction;  // of Mirrored_Positions or Mirrored_Quaternions, in words
 
   bool Is_Good() const;
 
-  // False when a metre of the trackers isn't one of the board, beyond all doubt.
+  // False when a metre of the trackers clearly differs from a metre of the board.
   bool Is_To_Scale() const;
 };
 
@@ -63,11 +74,11 @@ struct Agreement {
 std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
                                            const std::vector<Board_Pose>& Poses);
 
-// Tells of samples that don't fit their image, by line, or of all that don't fit; of axes of the
-// wrong hand; and of a scale that isn't 1. Scale_Is_Told is false when boards were held so that
-// their distance isn't: neither hand nor scale is judged then.
+// Adds samples that disagree with their image, by line, or the disagreement of all samples; axes of
+// the wrong handedness; and a scale that is not 1. Is_Distance_Known is false when the boards were
+// not tilted enough to determine their distance. Neither handedness nor scale is judged then.
 void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
-                     bool Scale_Is_Told, Findings& Told);
+                     bool Is_Distance_Known, Findings& List);
 
 }  // namespace rigsync
 

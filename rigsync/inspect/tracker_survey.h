@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The tracker samples of a capture by themselves: what can't be a sample, what repeats or jumps,
-// and how far the trackers turned.
+// The tracker samples of a capture, judged without its images: invalid samples, samples that repeat
+// or jump, and the range of the trackers' rotations.
 #ifndef RIGSYNC_INSPECT_TRACKER_SURVEY_H
 #define RIGSYNC_INSPECT_TRACKER_SURVEY_H
 
@@ -15,30 +15,28 @@
 
 namespace rigsync {
 
-// Tells, by line, of quaternions without length or far from length 1, of samples that repeat those
-// of the row before, of positions that jump, are 0, or are in the wrong unit. Rows that aren't
-// sound were told of before and are passed over.
-void Check_Samples(const std::vector<Capture_Row>& Rows, Findings& Told);
+// Adds, by line, quaternions of length 0 or far from length 1, samples that repeat those of the
+// previous row, and positions that jump, are exactly 0 or are in the wrong unit. Rows that are not
+// sound have findings of their own and are skipped.
+void Judge_Samples(const std::vector<Capture_Row>& Rows, Findings& List);
 
-// Whether a row's samples can be calculated with: sound, and with two quaternions that have a
-// length.
+// Whether a row is sound and both of its quaternions have a length above 0.
 bool Has_Rotations(const Capture_Row& Row);
 
-struct Turns {
+struct Rotation_Range {
   std::size_t Rows = 0;                  // with rotations
   double Camera_Deg = 0, Board_Deg = 0;  // the largest angle between two samples of the tracker
-  double Relative_Deg = 0;               // of the camera's tracker as the board's sees it
-  // How far the axes of the relative turns are from their main direction, degrees (the angle whose
-  // squared sine is the mean): 0 for turns about one axis, 55 for axes everywhere. None without
-  // turns.
-  std::optional<double> Axes_Apart_Deg;
+  double Relative_Deg = 0;  // the same for the camera's tracker relative to the board's tracker
+  // The spread of the relative rotations' axes, degrees: the angle whose squared sine is the mean
+  // over all axes, measured from their main direction. 0 for rotations about one axis, 55 for axes
+  // in all directions. None without rotations.
+  std::optional<double> Axis_Spread_Deg;
 };
 
-// Of the rows that have rotations; of a long capture, of evenly chosen ones.
-Turns Measure_Turns(const std::vector<Capture_Row>& Rows);
+// Uses the rows that have rotations, and an even choice from them in a long capture.
+Rotation_Range Measure_Rotations(const std::vector<Capture_Row>& Rows);
 
-// What is weak about them.
-void Judge_Turns(const Turns& Measured, Findings& Told);
+void Judge_Rotations(const Rotation_Range& Range, Findings& List);
 
 }  // namespace rigsync
 

@@ -22,61 +22,66 @@ std::string Counted(std::size_t Count, const char* Name) {
   return fmt::format("{} {}{}", Count, Name, Count == 1 ? "" : "s");
 }
 
-std::string File_Text(const Inspection& Made) {
-  const Capture_File& File = Made.File;
-  std::string Text = Made.Inputs.Csv.string() + "\n";
+std::string File_Text(const Inspection& Result) {
+  const Capture_File& File = Result.File;
+  std::string Text = Result.Inputs.Csv.string() + "\n";
   Text += Row_Text("lines",
                    fmt::format("{}: {}, {}", File.Line_Count, Counted(File.Header_Count, "header"),
                                Counted(File.Rows.size(), "data line")));
-  if (!Made.Search) return Text + Row_Text("boards", "not looked for (--no-images)");
-  if (Made.Search->Width > 0) {
+  if (!Result.Search) return Text + Row_Text("boards", "not searched for (--no-images)");
+  if (Result.Search->Width > 0) {
     Text += Row_Text("image size",
-                     fmt::format("{} x {} pixels", Made.Search->Width, Made.Search->Height));
+                     fmt::format("{} x {} pixels", Result.Search->Width, Result.Search->Height));
   }
-  Text += Row_Text("boards", fmt::format("found in {} of {}", Made.Search->Usable(),
+  Text += Row_Text("boards", fmt::format("found in {} of {}", Result.Search->Usable_Count(),
                                          Counted(File.Rows.size(), "data line")));
   return Text;
 }
 
-std::string Map_Text(const Coverage& Covered) {
+std::string Map_Text(const Coverage& Frame_Coverage) {
   std::string Text = fmt::format("\nWhere corners were found: {:.0f} percent of the frame\n",
-                                 100.0 * Covered.Share());
-  for (const std::string& Line : Map_Lines(Covered)) Text += "  " + Line + "\n";
+                                 100.0 * Frame_Coverage.Share());
+  for (const std::string& Line : Map_Lines(Frame_Coverage)) Text += "  " + Line + "\n";
   return Text + Folded("blank: no corners, . in one image, o in two or three, # in more", 2);
 }
 
-std::string Agreement_Text(const Agreement& Agreed) {
-  std::string Text = fmt::format("turns differ by {:.2f} degrees", Agreed.Typical_Turn_Deg);
-  if (Agreed.Typical_Position) {
-    Text += fmt::format(", positions by {:.1f} mm", 1000.0 * *Agreed.Typical_Position);
+std::string Agreement_Text(const Agreement& Measured) {
+  std::string Text =
+      fmt::format("rotations differ by {:.2f} degrees", Measured.Median_Rotation_Residual_Deg);
+  if (Measured.Median_Position_Residual) {
+    Text += fmt::format(", positions by {:.1f} mm", 1000.0 * *Measured.Median_Position_Residual);
   }
   return Text;
 }
 
-std::string Spread_Text(const Inspection& Made) {
+std::string Spread_Text(const Inspection& Result) {
   std::string Text;
-  if (Made.Lens) {
-    Text += Row_Text("lens", fmt::format("fits the boards to {:.2f} pixels", Made.Lens->Rms));
+  if (Result.Lens) {
+    Text += Row_Text("lens", fmt::format("fits the boards to {:.2f} pixels RMS", Result.Lens->Rms));
   }
-  if (Made.Posed) {
-    Text += Row_Text("board tilt", fmt::format("{:.0f} to {:.0f} degrees", Made.Posed->Least_Tilt,
-                                               Made.Posed->Largest_Tilt));
-    Text += Row_Text("board distance",
-                     fmt::format("{:.2f} to {:.2f} m", Made.Posed->Nearest, Made.Posed->Farthest));
+  if (Result.Board_Poses) {
+    Text += Row_Text("board tilt",
+                     fmt::format("{:.0f} to {:.0f} degrees", Result.Board_Poses->Least_Tilt,
+                                 Result.Board_Poses->Largest_Tilt));
+    Text +=
+        Row_Text("board distance", fmt::format("{:.2f} to {:.2f} m", Result.Board_Poses->Nearest,
+                                               Result.Board_Poses->Farthest));
   }
-  if (Made.Turned.Rows > 1) {
+  if (Result.Rotations.Rows > 1) {
     Text += Row_Text("camera tracker",
-                     fmt::format("turned by up to {:.0f} degrees", Made.Turned.Camera_Deg));
+                     fmt::format("rotates by up to {:.0f} degrees", Result.Rotations.Camera_Deg));
     Text += Row_Text("board tracker",
-                     fmt::format("turned by up to {:.0f} degrees", Made.Turned.Board_Deg));
-    std::string Relative = fmt::format("turned by up to {:.0f} degrees", Made.Turned.Relative_Deg);
-    if (Made.Turned.Axes_Apart_Deg) {
-      Relative += fmt::format(", about axes {:.0f} degrees apart", *Made.Turned.Axes_Apart_Deg);
+                     fmt::format("rotates by up to {:.0f} degrees", Result.Rotations.Board_Deg));
+    std::string Relative =
+        fmt::format("rotates by up to {:.0f} degrees", Result.Rotations.Relative_Deg);
+    if (Result.Rotations.Axis_Spread_Deg) {
+      Relative += fmt::format(", axes spread by {:.0f} degrees", *Result.Rotations.Axis_Spread_Deg);
     }
-    Text += Row_Text("one to the other", Relative);
+    Text += Row_Text("camera to board", Relative);
   }
-  if (Made.Agreed) Text += Row_Text("to the images", Agreement_Text(*Made.Agreed));
-  return Text.empty() ? Text : "\nHow the capture is spread, about\n" + Text;
+  if (Result.Tracker_Agreement)
+    Text += Row_Text("against images", Agreement_Text(*Result.Tracker_Agreement));
+  return Text.empty() ? Text : "\nApproximate spread of the capture\n" + Text;
 }
 
 Style Style_Of(Level Severity) {
@@ -100,34 +105,34 @@ std::string Finding_Text(const Finding& One, bool Colour) {
   return Text + Folded("What to do: " + One.Advice, 4);
 }
 
-std::string Verdict_Text(const Findings& Told, bool Colour) {
-  const std::size_t Errors = Told.Count(Level::Error), Warnings = Told.Count(Level::Warning);
-  switch (Told.Gravest()) {
+std::string Verdict_Text(const Findings& List, bool Colour) {
+  const std::size_t Errors = List.Count(Level::Error), Warnings = List.Count(Level::Warning);
+  switch (List.Gravest()) {
     case Level::Note:
       return "\n" + Painted(Style::Good, "Clean:", Colour) +
-             " nothing speaks against calibrating this capture.\n";
+             " the capture is ready to be calibrated.\n";
     case Level::Warning:
       return "\n" + Painted(Style::Warning, Counted(Warnings, "warning") + ":", Colour) +
-             " the capture can be calibrated, but look at the findings first.\n";
+             " the capture can be calibrated, but check the findings first.\n";
     case Level::Error:
       break;
   }
   std::string Counts = Counted(Errors, "error");
   if (Warnings > 0) Counts += fmt::format(" and {}", Counted(Warnings, "warning"));
   return "\n" + Painted(Style::Bad, "Unusable:", Colour) + " " + Counts +
-         "; put the errors right before calibrating.\n";
+         "; correct the errors before calibrating.\n";
 }
 
 }  // namespace
 
-std::string Report_Text(const Inspection& Made, bool Colour) {
-  std::string Text = File_Text(Made);
-  if (Made.Covered) Text += Map_Text(*Made.Covered);
-  Text += Spread_Text(Made);
-  const std::vector<Finding> Sorted = Made.Told.Sorted();
+std::string Inspection_Text(const Inspection& Result, bool Colour) {
+  std::string Text = File_Text(Result);
+  if (Result.Frame_Coverage) Text += Map_Text(*Result.Frame_Coverage);
+  Text += Spread_Text(Result);
+  const std::vector<Finding> Sorted = Result.All_Findings.Sorted();
   if (!Sorted.empty()) Text += "\nFindings\n";
   for (const Finding& One : Sorted) Text += Finding_Text(One, Colour);
-  return Text + Verdict_Text(Made.Told, Colour);
+  return Text + Verdict_Text(Result.All_Findings, Colour);
 }
 
 }  // namespace rigsync

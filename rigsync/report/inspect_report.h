@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What 'rigsync inspect' says, as text for a person and as JSON for a program. docs/inspect.md
-// describes both.
+// What 'rigsync inspect' prints for a person. docs/inspect.md describes it.
 #ifndef RIGSYNC_REPORT_INSPECT_REPORT_H
 #define RIGSYNC_REPORT_INSPECT_REPORT_H
 
@@ -11,8 +10,8 @@
 
 namespace rigsync {
 
-// The report, at most Terminal_Width wide but for paths.
-std::string Report_Text(const Inspection& Made, bool Colour);
+// At most Terminal_Width wide, except for lines with paths.
+std::string Inspection_Text(const Inspection& Result, bool Colour);
 
 }  // namespace rigsync
 

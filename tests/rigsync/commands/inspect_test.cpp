@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync inspect' as a person runs it: on a good capture, on copies that hold one trouble each,
-// and on captures that were taken badly.
+// 'rigsync inspect' as a user runs it: on a good capture, on copies with one fault each, and on
+// captures that were taken badly.
 #include "rigsync/system/quiet_output.h"
 #include "rigsync/system/text.h"
 #include "tests/rigsync/support/program.h"
@@ -46,7 +46,7 @@ std::vector<std::string> Inspect_Arguments(const fs::path& Csv,
   return Arguments;
 }
 
-struct Report {
+struct Inspection_Report {
   int Status = -1;
   nlohmann::json Json;
   std::map<std::string, Lines> Found;  // by id
@@ -59,21 +59,21 @@ struct Report {
   }
 };
 
-Report Inspect_Json(std::vector<std::string> Arguments) {
+Inspection_Report Inspect_Json(std::vector<std::string> Arguments) {
   Arguments.push_back("--json");
   const Finished Result = Rigsync(Arguments);
   EXPECT_EQ(Result.Error, "");
-  Report Made;
-  Made.Status = Result.Status;
-  Made.Json = nlohmann::json::parse(Result.Output);
-  for (const nlohmann::json& One : Made.Json["findings"]) {
-    Made.Found[One["id"]] = One["lines"].get<Lines>();
+  Inspection_Report Report;
+  Report.Status = Result.Status;
+  Report.Json = nlohmann::json::parse(Result.Output);
+  for (const nlohmann::json& One : Report.Json["findings"]) {
+    Report.Found[One["id"]] = One["lines"].get<Lines>();
   }
-  return Made;
+  return Report;
 }
 
-// The capture's CSV with images by absolute paths and what else Changed does to a row. Data lines
-// begin with line 1. Its 14 images of a symmetric board are few_boards and board_symmetric.
+// The capture's CSV with absolute image paths and the changes that Changed makes to each row. It
+// has no header line. Its 14 images of a symmetric board give few_boards and board_symmetric.
 fs::path Changed_Csv(const Scratch_Folder& Scratch, const Change& Changed) {
   const fs::path Csv = Scratch.Path() / "changed.csv";
   Rewrite_Csv(Csv, [&](std::size_t Index, Fields& Row) {
@@ -83,9 +83,9 @@ fs::path Changed_Csv(const Scratch_Folder& Scratch, const Change& Changed) {
   return Csv;
 }
 
-// What is found beyond what the capture has anyway.
-std::map<std::string, Lines> News(const Report& Made) {
-  std::map<std::string, Lines> Found = Made.Found;
+// The findings that the unchanged capture does not have.
+std::map<std::string, Lines> News(const Inspection_Report& Report) {
+  std::map<std::string, Lines> Found = Report.Found;
   EXPECT_EQ(Found.erase("few_boards"), 1u);
   EXPECT_EQ(Found.erase("board_symmetric"), 1u);
   return Found;
@@ -93,9 +93,9 @@ std::map<std::string, Lines> News(const Report& Made) {
 
 std::map<std::string, Lines> News_Of(const Change& Changed) {
   const Scratch_Folder Scratch;
-  const Report Made = Inspect_Json(Inspect_Arguments(Changed_Csv(Scratch, Changed)));
-  EXPECT_EQ(Made.Status, 1);
-  return News(Made);
+  const Inspection_Report Report = Inspect_Json(Inspect_Arguments(Changed_Csv(Scratch, Changed)));
+  EXPECT_EQ(Report.Status, 1);
+  return News(Report);
 }
 
 // Captures that are simulated once for all tests of this file.
@@ -127,48 +127,48 @@ TEST_F(Inspect, AGoodCaptureIsCleanAndShownWhole) {
   const Finished Result = Rigsync(Good());
   EXPECT_EQ(Result.Status, 0);
   EXPECT_EQ(Result.Error, "");
-  EXPECT_THAT(Result.Output,
-              AllOf(HasSubstr("lines             21: 1 header, 20 data lines\n"),
-                    HasSubstr("image size        960 x 540 pixels\n"),
-                    HasSubstr("boards            found in 20 of 20 data lines\n"),
-                    HasSubstr("Where corners were found: "), HasSubstr("board tilt  "),
-                    HasSubstr("board distance  "), HasSubstr("to the images     turns differ by "),
-                    HasSubstr("\nClean: nothing speaks against calibrating this capture.\n"),
-                    Not(HasSubstr("Findings")), Not(HasSubstr("\x1b"))));
+  EXPECT_THAT(Result.Output, AllOf(HasSubstr("lines             21: 1 header, 20 data lines\n"),
+                                   HasSubstr("image size        960 x 540 pixels\n"),
+                                   HasSubstr("boards            found in 20 of 20 data lines\n"),
+                                   HasSubstr("Where corners were found: "), HasSubstr("board tilt  "),
+                                   HasSubstr("board distance  "),
+                                   HasSubstr("against images    rotations differ by "),
+                                   HasSubstr("\nClean: the capture is ready to be calibrated.\n"),
+                                   Not(HasSubstr("Findings")), Not(HasSubstr("\x1b"))));
 }
 
-TEST_F(Inspect, TheJsonReportFollowsItsSchemaAndTellsTheSame) {
-  const Report Made = Inspect_Json(Good());
-  EXPECT_EQ(Made.Status, 0);
-  EXPECT_EQ(Made.Json["format"], "rigsync-inspection");
-  EXPECT_EQ(Made.Json["status"], "clean");
-  EXPECT_EQ(Made.Json["file"], (nlohmann::json{{"lines", 21}, {"headers", 1}, {"data_lines", 20}}));
-  EXPECT_EQ(Made.Json["inputs"]["board"], (std::vector<int>{11, 8}));
-  EXPECT_EQ(Made.Json["inputs"]["square_m"], 0.03);
-  EXPECT_EQ(Made.Json["boards"]["found"], 20);
-  EXPECT_EQ(Made.Json["boards"]["image_size"], (std::vector<int>{960, 540}));
-  EXPECT_EQ(Made.Json["rows"].size(), 20u);
-  EXPECT_EQ(Made.Json["rows"][0]["line"], 2);
-  EXPECT_EQ(Made.Json["rows"][0]["state"], "board_found");
-  // The simulator's lens and its poses: what a quick fit says of them is close.
-  EXPECT_NEAR(Made.Json["boards"]["norm_fx"], 1.1, 0.005);
-  EXPECT_GT(Made.Json["poses"]["tilt_deg"][1], 39.0);
-  EXPECT_LT(Made.Json["poses"]["tilt_deg"][1], 46.0);
-  EXPECT_NEAR(Made.Json["agreement"]["scale"], 1.0, 0.005);
+TEST_F(Inspect, TheJsonReportHasTheSameContent) {
+  const Inspection_Report Report = Inspect_Json(Good());
+  EXPECT_EQ(Report.Status, 0);
+  EXPECT_EQ(Report.Json["format"], "rigsync-inspection");
+  EXPECT_EQ(Report.Json["status"], "clean");
+  EXPECT_EQ(Report.Json["file"],
+            (nlohmann::json{{"lines", 21}, {"headers", 1}, {"data_lines", 20}}));
+  EXPECT_EQ(Report.Json["inputs"]["board"], (std::vector<int>{11, 8}));
+  EXPECT_EQ(Report.Json["inputs"]["square_m"], 0.03);
+  EXPECT_EQ(Report.Json["boards"]["found"], 20);
+  EXPECT_EQ(Report.Json["boards"]["image_size"], (std::vector<int>{960, 540}));
+  EXPECT_EQ(Report.Json["rows"].size(), 20u);
+  EXPECT_EQ(Report.Json["rows"][0]["line"], 2);
+  EXPECT_EQ(Report.Json["rows"][0]["state"], "board_found");
+  // The fit is close to the simulator's lens and poses.
+  EXPECT_NEAR(Report.Json["boards"]["norm_fx"], 1.1, 0.005);
+  EXPECT_GT(Report.Json["poses"]["tilt_deg"][1], 39.0);
+  EXPECT_LT(Report.Json["poses"]["tilt_deg"][1], 46.0);
+  EXPECT_NEAR(Report.Json["agreement"]["scale"], 1.0, 0.005);
 
   int Cells = 0, Seen = 0;
-  for (const nlohmann::json& Row : Made.Json["coverage"]["images_by_cell"]) {
+  for (const nlohmann::json& Row : Report.Json["coverage"]["images_by_cell"]) {
     for (const int Count : Row) {
       ++Cells;
       Seen += Count > 0 ? 1 : 0;
     }
   }
   EXPECT_EQ(Cells, 144);
-  EXPECT_NEAR(Made.Json["coverage"]["share"], Seen / 144.0, 1e-12);
+  EXPECT_NEAR(Report.Json["coverage"]["share"], Seen / 144.0, 1e-12);
 }
 
-// Every report of these captures, valid by the schema that docs/ keeps.
-TEST_F(Inspect, EveryReportIsValidByTheSchema) {
+TEST_F(Inspect, EveryReportIsValidAgainstTheSchema) {
   const Scratch_Folder Folder;
   const auto Check = [&](std::vector<std::string> Arguments) {
     Arguments.push_back("--json");
@@ -187,7 +187,7 @@ TEST_F(Inspect, EveryReportIsValidByTheSchema) {
   })));
 }
 
-TEST_F(Inspect, EachKindOfTroubleIsFoundAtItsLine) {
+TEST_F(Inspect, EachKindOfFaultIsFoundAtItsLine) {
   using Found = std::map<std::string, Lines>;
   EXPECT_EQ(News_Of([](std::size_t, Fields&) {}), Found{});
   EXPECT_EQ(News_Of([](std::size_t Index, Fields& Row) {
@@ -225,7 +225,7 @@ TEST_F(Inspect, AStaleSampleIsFoundTwiceByItsRepetitionAndByItsImage) {
   EXPECT_EQ(Found, (std::map<std::string, Lines>{{"board_stale", {7}}, {"sample_disagrees", {7}}}));
 }
 
-TEST_F(Inspect, TroubleWithImagesIsFoundAtItsLine) {
+TEST_F(Inspect, FaultsOfImagesAreFoundAtTheirLine) {
   const Scratch_Folder Folder;
   const fs::path Broken = Folder.Write("broken.png", "no image at all");
   const fs::path Small = Folder.Path() / "small.png", Blank = Folder.Path() / "blank.png";
@@ -243,21 +243,21 @@ TEST_F(Inspect, TroubleWithImagesIsFoundAtItsLine) {
     if (Index == 8) Row[1] = "";
     if (Index == 9) Row[1] = " " + Row[1];
   });
-  Report Made = Inspect_Json(Inspect_Arguments(Csv));
-  EXPECT_EQ(Made.Status, 2);
-  EXPECT_THAT(Made.Found, AllOf(Contains(Pair("image_missing", Lines{3, 10})),
-                                Contains(Pair("image_not_a_file", Lines{4})),
-                                Contains(Pair("image_unreadable", Lines{5})),
-                                Contains(Pair("image_size", Lines{6})),
-                                Contains(Pair("board_not_found", Lines{6, 7})),
-                                Contains(Pair("image_repeated", Lines{8})),
-                                Contains(Pair("image_path_empty", Lines{9})),
-                                Contains(Pair("sample_disagrees", Lines{8})),
-                                Contains(Pair("too_few_boards", Lines{}))));
-  EXPECT_EQ(Made.Json["status"], "unusable");
-  EXPECT_EQ(Made.Json["boards"]["found"], 7);
+  Inspection_Report Report = Inspect_Json(Inspect_Arguments(Csv));
+  EXPECT_EQ(Report.Status, 2);
+  EXPECT_THAT(Report.Found, AllOf(Contains(Pair("image_missing", Lines{3, 10})),
+                                  Contains(Pair("image_not_a_file", Lines{4})),
+                                  Contains(Pair("image_unreadable", Lines{5})),
+                                  Contains(Pair("image_size", Lines{6})),
+                                  Contains(Pair("board_not_found", Lines{6, 7})),
+                                  Contains(Pair("image_repeated", Lines{8})),
+                                  Contains(Pair("image_path_empty", Lines{9})),
+                                  Contains(Pair("sample_disagrees", Lines{8})),
+                                  Contains(Pair("too_few_boards", Lines{}))));
+  EXPECT_EQ(Report.Json["status"], "unusable");
+  EXPECT_EQ(Report.Json["boards"]["found"], 7);
   std::vector<std::string> States;
-  for (const nlohmann::json& Row : Made.Json["rows"]) States.push_back(Row["state"]);
+  for (const nlohmann::json& Row : Report.Json["rows"]) States.push_back(Row["state"]);
   EXPECT_THAT(States, ElementsAre("board_found", "board_found", "missing", "missing", "unreadable",
                                   "no_board", "no_board", "board_found", "missing", "missing",
                                   "board_found", "board_found", "board_found", "board_found"));
@@ -273,14 +273,14 @@ TEST_F(Inspect, AnImageOfAnotherSizeCountsAsTheLibraryCountsIt) {
     cv::imwrite(Wide.string(), Larger);
     Row[1] = Wide.string();
   });
-  const Report Made = Inspect_Json(Inspect_Arguments(Csv));
-  EXPECT_EQ(News(Made), (std::map<std::string, Lines>{{"image_size", {5}}}));
-  EXPECT_EQ(Made.Json["boards"]["found"], 14);
-  EXPECT_EQ(Made.Json["rows"][4]["state"], "other_size");
-  EXPECT_THAT(Made.Text("image_size", "example"), HasSubstr("680 x 480"));
+  const Inspection_Report Report = Inspect_Json(Inspect_Arguments(Csv));
+  EXPECT_EQ(News(Report), (std::map<std::string, Lines>{{"image_size", {5}}}));
+  EXPECT_EQ(Report.Json["boards"]["found"], 14);
+  EXPECT_EQ(Report.Json["rows"][4]["state"], "other_size");
+  EXPECT_THAT(Report.Text("image_size", "example"), HasSubstr("680 x 480"));
 }
 
-// A copy of the image with its columns pushed up and down in waves: a board that is no plane.
+// A copy of the image with its columns shifted up and down in waves, as if the board were bent.
 void Write_Wavy(const fs::path& From, const fs::path& To, double Amplitude, double Phase) {
   const cv::Mat Flat = cv::imread(From.string());
   cv::Mat X(Flat.size(), CV_32F), Y(Flat.size(), CV_32F), Wavy;
@@ -294,7 +294,7 @@ void Write_Wavy(const fs::path& From, const fs::path& To, double Amplitude, doub
   cv::imwrite(To.string(), Wavy);
 }
 
-TEST_F(Inspect, ABentBoardIsNamedAndManyMakeTheCaptureUnusable) {
+TEST_F(Inspect, ABentBoardIsReportedAndManyMakeTheCaptureUnusable) {
   const Scratch_Folder Folder;
   const auto With = [&](std::size_t Step) {
     return Inspect_Json(Inspect_Arguments(Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {
@@ -304,16 +304,16 @@ TEST_F(Inspect, ABentBoardIsNamedAndManyMakeTheCaptureUnusable) {
       Row[1] = Copy.string();
     })));
   };
-  const Report One = With(14);
+  const Inspection_Report One = With(14);
   EXPECT_THAT(One.Found, Contains(Pair("board_fits_badly", Lines{4})));
   EXPECT_THAT(One.Found, Not(Contains(Key("board_not_found"))));
-  const Report All = With(1);
+  const Inspection_Report All = With(1);
   EXPECT_EQ(All.Status, 2);
   EXPECT_THAT(All.Found, Contains(Key("lens_fits_badly")));
   EXPECT_GT(All.Json["boards"]["lens_rms_px"], 1.5);
 }
 
-TEST_F(Inspect, AnImageThatTheDecoderRefusesIsAnError) {
+TEST_F(Inspect, AnImageForWhichTheDecoderThrowsIsAnError) {
   const Scratch_Folder Folder;
   const fs::path Large = Folder.Path() / "large.png";
   cv::imwrite(Large.string(), cv::Mat(500, 700, CV_8UC3, cv::Scalar::all(128)));
@@ -326,7 +326,7 @@ TEST_F(Inspect, AnImageThatTheDecoderRefusesIsAnError) {
   }
   const Finished Result = Run_Program("/usr/bin/env", Words);
   EXPECT_EQ(Result.Status, 2);
-  EXPECT_THAT(Result.Output, AllOf(HasSubstr("  error, line 6\n    The image decoder refuses"),
+  EXPECT_THAT(Result.Output, AllOf(HasSubstr("  error, line 6\n    The image decoder throws"),
                                    HasSubstr("found in 13 of 14")));
 }
 
@@ -353,16 +353,16 @@ TEST_F(Inspect, AMissingImageComesWithAHintWhereItCouldBe) {
 
 TEST_F(Inspect, ErrorsMakeTheCaptureUnusable) {
   const Scratch_Folder Folder;
-  const auto Made = [&](const Change& Changed) {
+  const auto Inspected = [&](const Change& Changed) {
     return Inspect_Json(Inspect_Arguments(Changed_Csv(Folder, Changed)));
   };
-  const Report Not_Finite = Made([](std::size_t Index, Fields& Row) {
+  const Inspection_Report Not_Finite = Inspected([](std::size_t Index, Fields& Row) {
     if (Index == 6) Row[3] = "inf";
   });
   EXPECT_EQ(Not_Finite.Status, 2);
   EXPECT_EQ(News(Not_Finite), (std::map<std::string, Lines>{{"not_finite", {7}}}));
 
-  const Report Millimetres = Made([](std::size_t, Fields& Row) {
+  const Inspection_Report Millimetres = Inspected([](std::size_t, Fields& Row) {
     for (const std::size_t k : {2u, 3u, 4u, 9u, 10u, 11u}) {
       Row[k] = std::to_string(1000.0 * std::stod(Row[k]));
     }
@@ -370,7 +370,7 @@ TEST_F(Inspect, ErrorsMakeTheCaptureUnusable) {
   EXPECT_EQ(Millimetres.Status, 2);
   EXPECT_THAT(News(Millimetres), ElementsAre(Key("scale"), Key("wrong_unit")));
 
-  const Report Attitudes = Made([](std::size_t, Fields& Row) {
+  const Inspection_Report Attitudes = Inspected([](std::size_t, Fields& Row) {
     for (const std::size_t k : {6u, 7u, 8u, 13u, 14u, 15u}) {
       Row[k] = Row[k][0] == '-' ? Row[k].substr(1) : "-" + Row[k];
     }
@@ -379,8 +379,8 @@ TEST_F(Inspect, ErrorsMakeTheCaptureUnusable) {
   EXPECT_THAT(News(Attitudes), ElementsAre(Key("trackers_disagree")));
   EXPECT_THAT(Attitudes.Text("trackers_disagree", "what"), HasSubstr("negate x, y and z"));
 
-  // Of a left-handed tracking system.
-  const Report Mirrored = Made([](std::size_t, Fields& Row) {
+  // From a left-handed tracking system.
+  const Inspection_Report Mirrored = Inspected([](std::size_t, Fields& Row) {
     for (const std::size_t k : {3u, 6u, 8u, 10u, 13u, 15u}) {
       Row[k] = std::to_string(-std::stod(Row[k]));
     }
@@ -389,7 +389,7 @@ TEST_F(Inspect, ErrorsMakeTheCaptureUnusable) {
   EXPECT_THAT(News(Mirrored), ElementsAre(Key("left_handed")));
   EXPECT_THAT(Mirrored.Text("left_handed", "advice"), HasSubstr("right-handed"));
   EXPECT_NEAR(Mirrored.Json["agreement"]["scale"], -1.0, 0.02);
-  const Report Positions = Made([](std::size_t, Fields& Row) {
+  const Inspection_Report Positions = Inspected([](std::size_t, Fields& Row) {
     for (const std::size_t k : {3u, 10u}) Row[k] = std::to_string(-std::stod(Row[k]));
   });
   EXPECT_EQ(Positions.Status, 2);
@@ -398,7 +398,7 @@ TEST_F(Inspect, ErrorsMakeTheCaptureUnusable) {
 
   fs::create_directory(Folder.Path() / "up");
   fs::copy_file(Capture_File("images") / "0001.png", Folder.Path() / "0001.png");
-  const Report Climbing = Made([](std::size_t Index, Fields& Row) {
+  const Inspection_Report Climbing = Inspected([](std::size_t Index, Fields& Row) {
     if (Index == 0) Row[1] = "up/../0001.png";
   });
   EXPECT_EQ(Climbing.Status, 2);
@@ -421,44 +421,45 @@ TEST_F(Inspect, ElevenBoardsAreUnusableAndTwelveAreFew) {
   EXPECT_THAT(With(12).Found, Contains(Key("few_boards")));
 }
 
-TEST_F(Inspect, TheWrongBoardIsFoundInNoImage) {
-  const Report Made = Inspect_Json(
+TEST_F(Inspect, AWrongBoardIsFoundInNoImage) {
+  const Inspection_Report Report = Inspect_Json(
       {"inspect", Capture_File("capture.csv").string(), "--board", "9x6", "--square", "30mm"});
-  EXPECT_EQ(Made.Status, 2);
-  EXPECT_EQ(Made.Json["boards"]["found"], 0);
-  EXPECT_TRUE(Made.Json["coverage"].is_null());
-  EXPECT_THAT(Made.Text("board_not_found", "advice"), HasSubstr("--board"));
+  EXPECT_EQ(Report.Status, 2);
+  EXPECT_EQ(Report.Json["boards"]["found"], 0);
+  EXPECT_TRUE(Report.Json["coverage"].is_null());
+  EXPECT_THAT(Report.Text("board_not_found", "advice"), HasSubstr("--board"));
 }
 
-TEST_F(Inspect, AMisprintedSquareIsToldByTheTrackers) {
+TEST_F(Inspect, AMisprintedSquareShowsAgainstTheTrackers) {
   std::vector<std::string> Arguments = Good();
   Arguments.insert(Arguments.end(), {"--square", "31.5mm"});
-  const Report Made = Inspect_Json(Arguments);
-  EXPECT_EQ(Made.Found, (std::map<std::string, Lines>{{"scale", {}}}));
-  EXPECT_THAT(Made.Text("scale", "what"), HasSubstr("1.05 m by the board"));
+  const Inspection_Report Report = Inspect_Json(Arguments);
+  EXPECT_EQ(Report.Found, (std::map<std::string, Lines>{{"scale", {}}}));
+  EXPECT_THAT(Report.Text("scale", "what"), HasSubstr("1.05 m of the board"));
 }
 
-TEST_F(Inspect, SwappedCountsShowAgainstTheEstimateAndWithoutOneNowhere) {
+TEST_F(Inspect, SwappedCountsShowOnlyAgainstAnEstimate) {
   std::vector<std::string> Swapped = Good();
   Swapped.insert(Swapped.end(), {"--board", "8x11"});
-  const Report Made = Inspect_Json(Swapped);
-  EXPECT_EQ(Made.Status, 2);
-  EXPECT_THAT(Made.Found, ElementsAre(Pair("board_turned", IsEmpty())));
-  EXPECT_THAT(Made.Text("board_turned", "what"), HasSubstr("swapped, 8x11 for 11x8"));
-  const Report Without =
+  const Inspection_Report Report = Inspect_Json(Swapped);
+  EXPECT_EQ(Report.Status, 2);
+  EXPECT_THAT(Report.Found, ElementsAre(Pair("board_turned", IsEmpty())));
+  EXPECT_THAT(Report.Text("board_turned", "what"),
+              HasSubstr("Swapped counts in --board, 8x11 for 11x8,"));
+  const Inspection_Report Without =
       Inspect_Json({"inspect", Good()[1], "--board", "8x11", "--square", "30mm"});
   EXPECT_EQ(Without.Status, 0);
   EXPECT_TRUE(Without.Found.empty());
   EXPECT_TRUE(Without.Json["inputs"]["board_euler_deg"].is_null());
 }
 
-TEST_F(Inspect, AnEstimateThatIsOffIsToldWithWhatIsMeasured) {
+TEST_F(Inspect, AWrongEstimateIsReportedWithTheMeasuredValues) {
   const auto With = [](Fields Flags) {
     Flags.insert(Flags.begin(), {"inspect", Good()[1], "--config", Good()[3]});
     return Inspect_Json(Flags);
   };
   // The simulator's board sits at 12,-20,8 degrees and -170, 50, 40 mm.
-  const Report Turned = With({"--board-euler", "12,-23,8"});
+  const Inspection_Report Turned = With({"--board-euler", "12,-23,8"});
   EXPECT_EQ(Turned.Status, 2);
   EXPECT_THAT(Turned.Found, ElementsAre(Pair("board_euler", IsEmpty())));
   EXPECT_EQ(Turned.Json["inputs"]["board_euler_deg"], (std::vector<double>{12, -23, 8}));
@@ -471,14 +472,14 @@ TEST_F(Inspect, AnEstimateThatIsOffIsToldWithWhatIsMeasured) {
   EXPECT_NEAR(std::stod(Angles[2]), -20.0, Angle_Tolerance_Deg);
   EXPECT_NEAR(std::stod(Angles[3]), 8.0, Angle_Tolerance_Deg);
 
-  const Report Moved = With({"--board-offset", "170mm,50mm,40mm"});
+  const Inspection_Report Moved = With({"--board-offset", "170mm,50mm,40mm"});
   EXPECT_EQ(Moved.Status, 1);
   EXPECT_THAT(Moved.Found, ElementsAre(Pair("board_offset", IsEmpty())));
   EXPECT_EQ(Moved.Json["inputs"]["board_offset_m"], (std::vector<double>{0.17, 0.05, 0.04}));
-  EXPECT_THAT(Moved.Text("board_offset", "what"), HasSubstr("340 mm off"));
+  EXPECT_THAT(Moved.Text("board_offset", "what"), HasSubstr("340 mm from --board-offset"));
 }
 
-TEST_F(Inspect, EachWayOfMovingBadlyIsTold) {
+TEST_F(Inspect, EachPoorSpreadOfPosesIsReported) {
   const auto Found = [](const std::string& Spread) {
     return Inspect_Json(
                Simulated(Spread, {"--spread", Spread, "--images", "20", "--size", "960x540"}))
@@ -518,16 +519,16 @@ TEST_F(Inspect, TheMapShowsWhichHalfOfTheFrameWasUsed) {
 }
 
 TEST_F(Inspect, WithoutImagesOnlyTheFileIsChecked) {
-  const Report Made =
+  const Inspection_Report Report =
       Inspect_Json({"inspect", Capture_File("capture.csv").string(), "--no-images"});
-  EXPECT_EQ(Made.Status, 0);
-  EXPECT_EQ(Made.Found, (std::map<std::string, Lines>{}));
-  EXPECT_TRUE(Made.Json["boards"].is_null());
-  EXPECT_TRUE(Made.Json["inputs"]["board"].is_null());
-  EXPECT_TRUE(Made.Json["rows"][0]["state"].is_null());
-  EXPECT_GT(Made.Json["turns"]["camera_deg"], 10.0);
+  EXPECT_EQ(Report.Status, 0);
+  EXPECT_EQ(Report.Found, (std::map<std::string, Lines>{}));
+  EXPECT_TRUE(Report.Json["boards"].is_null());
+  EXPECT_TRUE(Report.Json["inputs"]["board"].is_null());
+  EXPECT_TRUE(Report.Json["rows"][0]["state"].is_null());
+  EXPECT_GT(Report.Json["turns"]["camera_deg"], 10.0);
   const Finished Text = Rigsync({"inspect", Capture_File("capture.csv").string(), "--no-images"});
-  EXPECT_THAT(Text.Output, HasSubstr("not looked for (--no-images)"));
+  EXPECT_THAT(Text.Output, HasSubstr("not searched for (--no-images)"));
 }
 
 TEST_F(Inspect, RelativePathsStartAtTheCsvsFolderOrAtImageRoot) {
@@ -535,13 +536,13 @@ TEST_F(Inspect, RelativePathsStartAtTheCsvsFolderOrAtImageRoot) {
   const fs::path Csv = Folder.Path() / "elsewhere.csv";
   Rewrite_Csv(Csv, [](std::size_t, Fields&) {});
   EXPECT_EQ(Inspect_Json(Inspect_Arguments(Csv, {"--no-images"})).Found.count("image_missing"), 1u);
-  const Report Made =
+  const Inspection_Report Report =
       Inspect_Json(Inspect_Arguments(Csv, {"--image-root", Capture_File("images").parent_path()}));
-  EXPECT_EQ(Made.Found.count("image_missing"), 0u);
-  EXPECT_EQ(Made.Json["boards"]["found"], 14);
-  // Told without the dots that were typed.
+  EXPECT_EQ(Report.Found.count("image_missing"), 0u);
+  EXPECT_EQ(Report.Json["boards"]["found"], 14);
+  // Printed without the dots that were typed.
   const fs::path Images = Capture_File("images");
-  const Report Dotted = Inspect_Json(
+  const Inspection_Report Dotted = Inspect_Json(
       Inspect_Arguments(Csv, {"--no-images", "--image-root", Images.string() + "/../images"}));
   EXPECT_EQ(Dotted.Json["inputs"]["image_root"], Images.string());
   EXPECT_THAT(Dotted.Text("image_missing", "advice"),
@@ -553,7 +554,7 @@ TEST_F(Inspect, RelativePathsStartAtTheCsvsFolderOrAtImageRoot) {
             1);
 }
 
-TEST_F(Inspect, FindingsAreSortedByLineAndSummedUp) {
+TEST_F(Inspect, FindingsAreSortedByLineAndCombined) {
   const Scratch_Folder Folder;
   const fs::path Csv = Changed_Csv(Folder, [](std::size_t Index, Fields& Row) {
     if (Index >= 3) Row[0] = "x";
@@ -577,7 +578,7 @@ TEST_F(Inspect, TwoThousandBadLinesStayAShortReport) {
   EXPECT_THAT(Result.Output, HasSubstr("lines 1, 3, 5, 7, 9, 11, 13, 15 and 992 more"));
 }
 
-TEST_F(Inspect, EverythingFitsATerminalButForPaths) {
+TEST_F(Inspect, EverythingButPathsFitsATerminal) {
   const Scratch_Folder Folder;
   const fs::path Csv = Changed_Csv(Folder, [](std::size_t Index, Fields& Row) {
     if (Index % 2 == 0) Row[0] = "x";
@@ -597,13 +598,13 @@ TEST_F(Inspect, EverythingFitsATerminalButForPaths) {
   }
 }
 
-TEST_F(Inspect, ATerminalSeesProgressAndColoursAndNobodyElseDoes) {
+TEST_F(Inspect, OnlyATerminalGetsProgressAndColours) {
   const Terminal_Run Shown = Rigsync_On_Terminal(Inspect_Arguments(Capture_File("capture.csv")));
   EXPECT_EQ(Shown.Status, 1);
   EXPECT_THAT(Shown.Shown,
-              AllOf(HasSubstr("\rLooking for boards: 12 of 14"), HasSubstr("\x1b[33m")));
-  // Overwritten, so that the report stands alone at the end.
-  EXPECT_THAT(Shown.Lines(), Not(Contains(HasSubstr("Looking for boards"))));
+              AllOf(HasSubstr("\rSearching for boards: 12 of 14"), HasSubstr("\x1b[33m")));
+  // The progress is overwritten, so only the report remains.
+  EXPECT_THAT(Shown.Lines(), Not(Contains(HasSubstr("Searching for boards"))));
   EXPECT_THAT(Shown.Lines(), Contains(HasSubstr("  warning, whole capture")));
   const Terminal_Run Plain =
       Rigsync_On_Terminal(Inspect_Arguments(Capture_File("capture.csv")), {"NO_COLOR=1"});
@@ -611,7 +612,7 @@ TEST_F(Inspect, ATerminalSeesProgressAndColoursAndNobodyElseDoes) {
   EXPECT_EQ(Rigsync(Inspect_Arguments(Capture_File("capture.csv"))).Error, "");
 }
 
-TEST_F(Inspect, DecodersComplaintsStayOffTheTerminal) {
+TEST_F(Inspect, WarningsOfDecodersAreNotPrinted) {
   if (!rigsync::Quiets_Standard_Error()) GTEST_SKIP() << "a sanitizer reports on standard error";
   const Scratch_Folder Folder;
   const fs::path Cut = Folder.Path() / "cut.png";
@@ -628,9 +629,9 @@ TEST_F(Inspect, DecodersComplaintsStayOffTheTerminal) {
 
 TEST_F(Inspect, AnEmptyFileIsUnusable) {
   const Scratch_Folder Folder;
-  const Report Made = Inspect_Json(Inspect_Arguments(Folder.Write("empty.csv", "")));
-  EXPECT_EQ(Made.Status, 2);
-  EXPECT_THAT(Made.Found, ElementsAre(Key("no_images")));
+  const Inspection_Report Report = Inspect_Json(Inspect_Arguments(Folder.Write("empty.csv", "")));
+  EXPECT_EQ(Report.Status, 2);
+  EXPECT_THAT(Report.Found, ElementsAre(Key("no_images")));
 }
 
 }  // namespace

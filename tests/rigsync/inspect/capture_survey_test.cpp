@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How good a capture is, from corners and poses that are made by hand.
+// Coverage, poses and counts of a capture, from corners and poses made by hand.
 #include "rigsync/inspect/capture_survey.h"
 #include "rigsync/geometry/angle.h"
 
@@ -18,16 +18,18 @@ using rigsync::Level;
 using testing::AllOf;
 using testing::HasSubstr;
 
-std::string Id_Of(const Findings& Told) {
-  return Told.Sorted().empty() ? "" : Told.Sorted()[0].Id;
+std::string Id_Of(const Findings& List) {
+  return List.Sorted().empty() ? "" : List.Sorted()[0].Id;
 }
 
-// One image a list of corners, in a frame of 160 by 90: a cell is 10 by 10 pixels.
+// One image for each list of corners, in a frame of 160 by 90: a cell is 10 by 10 pixels.
 Board_Search Corners_At(std::vector<std::vector<std::array<float, 2>>> Corners) {
   Board_Search Search;
   Search.Width = 160;
   Search.Height = 90;
-  Search.Corners = std::move(Corners);
+  for (std::vector<std::array<float, 2>>& Image : Corners) {
+    Search.Images.push_back({rigsync::Image_State::Board_Found, 160, 90, std::move(Image)});
+  }
   return Search;
 }
 
@@ -76,7 +78,7 @@ TEST(Coverage, TheMapMarksOneTwoToThreeAndMoreImages) {
   EXPECT_EQ(Lines[10], Lines[0]);
 }
 
-// Every cell but those where Is_Empty says so.
+// All cells are covered except those for which Is_Empty is true.
 Coverage Full_But(const std::function<bool(int Row, int Col)>& Is_Empty) {
   Coverage Measured{16, 9, {}};
   for (int r = 0; r < 9; ++r) {
@@ -86,39 +88,39 @@ Coverage Full_But(const std::function<bool(int Row, int Col)>& Is_Empty) {
 }
 
 TEST(Coverage, AnEmptyPartIsNamed) {
-  Findings Told;
-  rigsync::Judge_Coverage(Full_But([](int r, int c) { return r < 3 && c < 5; }), Told);
-  ASSERT_EQ(Id_Of(Told), "coverage");
-  EXPECT_THAT(Told.Sorted()[0].What, AllOf(HasSubstr("in: upper left."), HasSubstr("90 percent")));
+  Findings List;
+  rigsync::Judge_Coverage(Full_But([](int r, int c) { return r < 3 && c < 5; }), List);
+  ASSERT_EQ(Id_Of(List), "coverage");
+  EXPECT_THAT(List.Sorted()[0].What, AllOf(HasSubstr("in: upper left."), HasSubstr("90 percent")));
 }
 
 TEST(Coverage, AnEmptyHalfNamesItsParts) {
-  Findings Told;
-  rigsync::Judge_Coverage(Full_But([](int, int c) { return c >= 8; }), Told);
-  EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("in: upper right, right, lower right."));
-  EXPECT_EQ(Told.Gravest(), Level::Warning);
+  Findings List;
+  rigsync::Judge_Coverage(Full_But([](int, int c) { return c >= 8; }), List);
+  EXPECT_THAT(List.Sorted()[0].What, HasSubstr("in: upper right, right, lower right."));
+  EXPECT_EQ(List.Gravest(), Level::Warning);
 }
 
 TEST(Coverage, HalfOfTheCellsAreEnoughWhenTheyAreEverywhere) {
-  Findings Told;
-  rigsync::Judge_Coverage(Full_But([](int r, int c) { return (r + c) % 2 != 0; }), Told);
-  EXPECT_EQ(Id_Of(Told), "");
-  rigsync::Judge_Coverage(Full_But([](int r, int c) { return (r + c) % 3 != 0; }), Told);
-  EXPECT_EQ(Id_Of(Told), "coverage");
+  Findings List;
+  rigsync::Judge_Coverage(Full_But([](int r, int c) { return (r + c) % 2 != 0; }), List);
+  EXPECT_EQ(Id_Of(List), "");
+  rigsync::Judge_Coverage(Full_But([](int r, int c) { return (r + c) % 3 != 0; }), List);
+  EXPECT_EQ(Id_Of(List), "coverage");
 }
 
 Board_Pose Posed(const Eigen::Vector3d& Axis, double Tilt_Deg, double Distance) {
   Board_Pose Pose;
   Pose.Rotation_Cam_Chart =
       Eigen::AngleAxisd(Tilt_Deg / rigsync::Degrees_Per_Radian, Axis.normalized());
-  Pose.Middle_Cam = {0, 0, Distance};
+  Pose.Centre_Cam = {0, 0, Distance};
   return Pose;
 }
 
 const Eigen::Vector3d X = Eigen::Vector3d::UnitX(), Y = Eigen::Vector3d::UnitY(),
                       Z = Eigen::Vector3d::UnitZ();
 
-TEST(BoardPoses, TiltIsAgainstTheImageAndRollIsNone) {
+TEST(BoardPoses, TiltIsAgainstTheImagePlaneAndRollIsNoTilt) {
   const auto Spread = rigsync::Measure_Poses(
       {Posed(X, 20, 1.0), Posed(Y, -40, 2.0), Posed(Z, 90, 1.5), Posed(X, 0, 1.5)});
   ASSERT_TRUE(Spread);
@@ -133,14 +135,14 @@ TEST(BoardPoses, TiltIsAgainstTheImageAndRollIsNone) {
 }
 
 std::vector<std::string> Judged(const std::vector<Board_Pose>& Poses) {
-  Findings Told;
-  rigsync::Judge_Poses(*rigsync::Measure_Poses(Poses), Told);
+  Findings List;
+  rigsync::Judge_Poses(*rigsync::Measure_Poses(Poses), List);
   std::vector<std::string> Ids;
-  for (const rigsync::Finding& One : Told.Sorted()) Ids.push_back(One.Id);
+  for (const rigsync::Finding& One : List.Sorted()) Ids.push_back(One.Id);
   return Ids;
 }
 
-TEST(BoardPoses, EachWeaknessIsToldAloneAtItsLimit) {
+TEST(BoardPoses, EachWeaknessIsReportedAloneAtItsLimit) {
   using Ids = std::vector<std::string>;
   // Two boards about x and two about y: the root mean square is the tilt divided by root 2.
   const auto Tilted = [](double About_X, double About_Y, double Far) {
@@ -157,9 +159,9 @@ TEST(BoardPoses, EachWeaknessIsToldAloneAtItsLimit) {
 
 TEST(BoardCount, ItsLimitsAreTwelveTwentyAndSixty) {
   const auto Judge = [](std::size_t Usable) {
-    Findings Told;
-    rigsync::Judge_Board_Count(Usable, 70, Told);
-    return Id_Of(Told);
+    Findings List;
+    rigsync::Judge_Board_Count(Usable, 70, List);
+    return Id_Of(List);
   };
   EXPECT_EQ(Judge(0), "too_few_boards");
   EXPECT_EQ(Judge(11), "too_few_boards");
@@ -172,9 +174,9 @@ TEST(BoardCount, ItsLimitsAreTwelveTwentyAndSixty) {
 
 TEST(BoardCount, WithoutASearchTheFilesImagesCount) {
   const auto Judge = [](std::size_t Rows) {
-    Findings Told;
-    rigsync::Judge_Image_Count(Rows, Told);
-    return Id_Of(Told);
+    Findings List;
+    rigsync::Judge_Image_Count(Rows, List);
+    return Id_Of(List);
   };
   EXPECT_EQ(Judge(0), "no_images");
   EXPECT_EQ(Judge(11), "too_few_images");
@@ -183,10 +185,10 @@ TEST(BoardCount, WithoutASearchTheFilesImagesCount) {
 
 TEST(BoardShape, ABoardThatLooksTheSameUpsideDownIsNoted) {
   const auto Judge = [](int Cols, int Rows) {
-    Findings Told;
-    rigsync::Judge_Board_Shape({Cols, Rows}, Told);
-    EXPECT_EQ(Told.Gravest(), Level::Note);
-    return Id_Of(Told);
+    Findings List;
+    rigsync::Judge_Board_Shape({Cols, Rows}, List);
+    EXPECT_EQ(List.Gravest(), Level::Note);
+    return Id_Of(List);
   };
   EXPECT_EQ(Judge(11, 8), "");
   EXPECT_EQ(Judge(8, 11), "");

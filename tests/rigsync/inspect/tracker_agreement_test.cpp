@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Samples against images on the simulator's plans: its rows and its true board poses, no image
-// drawn. What is changed is what a stage gets wrong.
+// Samples against images on the simulator's plans: its rows and its true board poses, without drawn
+// images. The tests change what goes wrong on a stage.
 #include "rigsync/inspect/tracker_agreement.h"
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/capture/tracker_sample.h"
@@ -31,9 +31,9 @@ struct Compared {
 
   Agreement Measure() const { return rigsync::Measure_Agreement(Rows, Poses).value(); }
   Findings Judge() const {
-    Findings Told;
-    rigsync::Judge_Agreement(Rows, Measure(), true, Told);
-    return Told;
+    Findings List;
+    rigsync::Judge_Agreement(Rows, Measure(), true, List);
+    return List;
   }
 };
 
@@ -52,49 +52,49 @@ simulate::Options Noisy() {
 
 Compared Planned(const simulate::Options& Options = Noisy()) {
   const simulate::Plan Plan = simulate::Make_Plan(Options);
-  const Eigen::Vector3d Middle_Chart(0.5 * (Options.Board_Cols - 1) * Options.Square_Size,
+  const Eigen::Vector3d Centre_Chart(0.5 * (Options.Board_Cols - 1) * Options.Square_Size,
                                      0.5 * (Options.Board_Rows - 1) * Options.Square_Size, 0.0);
-  Compared Made;
+  Compared Capture;
   for (const simulate::Image_Truth& Image : Plan.Images) {
     Capture_Row Row;
-    Row.Line = Made.Rows.size() + 2;
+    Row.Line = Capture.Rows.size() + 2;
     Row.Is_Sound = true;
     Row.Camera = As_Written(Image.Tc);
     Row.Board = As_Written(Image.Tr);
     Board_Pose Pose;
-    Pose.Row = Made.Rows.size();
+    Pose.Row = Capture.Rows.size();
     Pose.Rotation_Cam_Chart =
         Eigen::Quaterniond(Eigen::Matrix3d(Image.Transform_Cam_Chart.topLeftCorner<3, 3>()));
-    Pose.Middle_Cam = Image.Transform_Cam_Chart.topLeftCorner<3, 3>() * Middle_Chart +
+    Pose.Centre_Cam = Image.Transform_Cam_Chart.topLeftCorner<3, 3>() * Centre_Chart +
                       Image.Transform_Cam_Chart.topRightCorner<3, 1>();
-    Made.Rows.push_back(Row);
-    Made.Poses.push_back(Pose);
+    Capture.Rows.push_back(Row);
+    Capture.Poses.push_back(Pose);
   }
-  return Made;
+  return Capture;
 }
 
-void For_Samples(Compared& Of, const std::function<void(Tracker_Sample&)>& Change) {
-  for (Capture_Row& Row : Of.Rows) {
+void For_Samples(Compared& Capture, const std::function<void(Tracker_Sample&)>& Change) {
+  for (Capture_Row& Row : Capture.Rows) {
     Change(Row.Camera);
     Change(Row.Board);
   }
 }
 
-TEST(TrackerAgreement, SamplesOfARigFitItsImagesWhateverTheMountsAre) {
+TEST(TrackerAgreement, SamplesOfARigAgreeWithItsImagesWhateverTheMountsAre) {
   simulate::Options Options;
   Options.Camera_Mount_Euler_Deg = {170.0, -60.0, 100.0};
   Options.Board_Mount_Offset = {0.4, -0.3, 0.2};
   const Agreement Measured = Planned(Options).Measure();
   EXPECT_TRUE(Measured.Is_Good());
   EXPECT_EQ(Measured.Rows.size(), 24u);
-  // Nothing but rounding is left: no noise, and true poses.
-  EXPECT_LE(Measured.Typical_Turn_Deg, 1e-4);
-  EXPECT_LE(*Measured.Typical_Axis_Deg, 1e-4);
-  EXPECT_LE(*Measured.Typical_Position, 1e-9);
+  // Poses are true and samples without noise, so only rounding remains.
+  EXPECT_LE(Measured.Median_Rotation_Residual_Deg, 1e-4);
+  EXPECT_LE(*Measured.Median_Axis_Residual_Deg, 1e-4);
+  EXPECT_LE(*Measured.Median_Position_Residual, 1e-9);
   EXPECT_NEAR(*Measured.Scale, 1.0, 1e-9);
 }
 
-TEST(TrackerAgreement, TellsWhereTheBoardSitsOnItsTracker) {
+TEST(TrackerAgreement, FindsThePoseOfTheBoardOnItsTracker) {
   simulate::Options Options;
   Options.Camera_Mount_Euler_Deg = {170.0, -60.0, 100.0};
   Options.Board_Mount_Euler_Deg = {100.0, 35.0, -140.0};
@@ -102,16 +102,16 @@ TEST(TrackerAgreement, TellsWhereTheBoardSitsOnItsTracker) {
   const Agreement Measured = Planned(Options).Measure();
   const Eigen::Matrix4d Transform_Tr_Chart =
       simulate::Make_Plan(Options).Transform_Chart_Tr.inverse();
-  ASSERT_TRUE(Measured.Rotation_Tr_Chart && Measured.Middle_Tr);
+  ASSERT_TRUE(Measured.Rotation_Tr_Chart && Measured.Centre_Tr);
   const Eigen::Matrix3d Rotation = Transform_Tr_Chart.topLeftCorner<3, 3>();
   EXPECT_LE((*Measured.Rotation_Tr_Chart - Rotation).cwiseAbs().maxCoeff(), 1e-8);
   // 11 by 8 corners of 30 mm.
-  const Eigen::Vector3d Middle =
+  const Eigen::Vector3d Centre =
       Rotation * Eigen::Vector3d(0.15, 0.105, 0.0) + Transform_Tr_Chart.topRightCorner<3, 1>();
-  EXPECT_LE((*Measured.Middle_Tr - Middle).norm(), 1e-8);
+  EXPECT_LE((*Measured.Centre_Tr - Centre).norm(), 1e-8);
 }
 
-TEST(TrackerAgreement, AGoodCaptureWithNoiseIsNotTalkedAbout) {
+TEST(TrackerAgreement, AGoodCaptureWithNoiseHasNoFindings) {
   for (unsigned Seed = 1; Seed <= 8; ++Seed) {
     SCOPED_TRACE(Seed);
     simulate::Options Options = Noisy();
@@ -120,7 +120,7 @@ TEST(TrackerAgreement, AGoodCaptureWithNoiseIsNotTalkedAbout) {
   }
 }
 
-TEST(TrackerAgreement, StaleAndJumpedRowsAreNamedByLineAndNoOthers) {
+TEST(TrackerAgreement, StaleAndJumpedRowsAreReportedByLineAndNoOthers) {
   simulate::Options Options = Noisy();
   Options.Image_Count = 40;
   Options.Stale_Count = 3;
@@ -130,100 +130,101 @@ TEST(TrackerAgreement, StaleAndJumpedRowsAreNamedByLineAndNoOthers) {
   for (std::size_t i = 0; i < Plan.Images.size(); ++i) {
     if (Plan.Images[i].Kind != simulate::Row_Kind::Good) Bad.push_back(i + 2);
   }
-  const Findings Told = Planned(Options).Judge();
-  ASSERT_EQ(Told.Sorted().size(), 1u);
-  EXPECT_EQ(Told.Sorted()[0].Id, "sample_disagrees");
-  EXPECT_EQ(Told.Sorted()[0].Severity, Level::Warning);
-  EXPECT_EQ(Told.Sorted()[0].Lines, Bad);
+  const Findings List = Planned(Options).Judge();
+  ASSERT_EQ(List.Sorted().size(), 1u);
+  EXPECT_EQ(List.Sorted()[0].Id, "sample_disagrees");
+  EXPECT_EQ(List.Sorted()[0].Severity, Level::Warning);
+  EXPECT_EQ(List.Sorted()[0].Lines, Bad);
 }
 
-TEST(TrackerAgreement, APositionAloneThatIsOffIsFound) {
-  Compared Made = Planned();
-  Made.Rows[3].Camera.Position[0] += 0.08;
-  Made.Rows[9].Board.Position[2] += 30.0;  // would pull a plain fit to itself
-  const Findings Told = Made.Judge();
-  ASSERT_EQ(Told.Sorted().size(), 1u);
-  EXPECT_THAT(Told.Sorted()[0].Lines, ElementsAre(5, 11));
+TEST(TrackerAgreement, AWrongPositionAloneIsFound) {
+  Compared Capture = Planned();
+  Capture.Rows[3].Camera.Position[0] += 0.08;
+  Capture.Rows[9].Board.Position[2] += 30.0;  // would pull a plain fit to itself
+  const Findings List = Capture.Judge();
+  ASSERT_EQ(List.Sorted().size(), 1u);
+  EXPECT_THAT(List.Sorted()[0].Lines, ElementsAre(5, 11));
 }
 
-TEST(TrackerAgreement, AQuarterOfTheRowsMayBeOffTogether) {
-  Compared Made = Planned();
+TEST(TrackerAgreement, AQuarterOfTheRowsMayBeWrongInTheSameWay) {
+  Compared Capture = Planned();
   for (std::size_t i = 0; i < 6; ++i) {
-    Made.Rows[4 * i].Camera.Position[0] += 0.3;
-    Made.Rows[4 * i].Camera.Position[2] += 0.2;
+    Capture.Rows[4 * i].Camera.Position[0] += 0.3;
+    Capture.Rows[4 * i].Camera.Position[2] += 0.2;
   }
-  const Findings Told = Made.Judge();
-  ASSERT_EQ(Told.Sorted().size(), 1u);
-  EXPECT_EQ(Told.Sorted()[0].Lines, (Lines{2, 6, 10, 14, 18, 22}));
+  const Findings List = Capture.Judge();
+  ASSERT_EQ(List.Sorted().size(), 1u);
+  EXPECT_EQ(List.Sorted()[0].Lines, (Lines{2, 6, 10, 14, 18, 22}));
 }
 
-// What is said of a capture whose samples don't fit at all.
-std::string All_Off(const Compared& Made) {
-  const Findings Told = Made.Judge();
-  if (Told.Sorted().size() != 1 || Told.Sorted()[0].Id != "trackers_disagree") return "";
-  EXPECT_EQ(Told.Gravest(), Level::Error);
-  return Told.Sorted()[0].What;
+// The finding's text for a capture whose samples all disagree.
+std::string Disagreement(const Compared& Capture) {
+  const Findings List = Capture.Judge();
+  if (List.Sorted().size() != 1 || List.Sorted()[0].Id != "trackers_disagree") return "";
+  EXPECT_EQ(List.Gravest(), Level::Error);
+  return List.Sorted()[0].What;
 }
 
 TEST(TrackerAgreement, AttitudesAreRecognised) {
-  Compared Made = Planned();
-  For_Samples(Made, [](Tracker_Sample& Sample) {
+  Compared Capture = Planned();
+  For_Samples(Capture, [](Tracker_Sample& Sample) {
     for (std::size_t k = 1; k < 4; ++k) Sample.Quaternion[k] *= -1;
   });
-  EXPECT_THAT(All_Off(Made), HasSubstr("read with quaternions as the trackers' attitudes"));
+  EXPECT_THAT(Disagreement(Capture), HasSubstr("read with quaternions as the trackers' attitudes"));
 }
 
 TEST(TrackerAgreement, TheOrderXyzwIsRecognised) {
-  Compared Made = Planned();
+  Compared Capture = Planned();
   const auto Put_W_Last = [](Tracker_Sample& Sample) {
     std::rotate(Sample.Quaternion.begin(), Sample.Quaternion.begin() + 1, Sample.Quaternion.end());
   };
-  For_Samples(Made, Put_W_Last);
-  EXPECT_THAT(All_Off(Made), HasSubstr("read with quaternions in the order x, y, z, w."));
-  // With attitudes written x, y, z, w even the turns fit; positions tell.
-  For_Samples(Made, [](Tracker_Sample& Sample) {
+  For_Samples(Capture, Put_W_Last);
+  EXPECT_THAT(Disagreement(Capture), HasSubstr("read with quaternions in the order x, y, z, w."));
+  // With attitudes written x, y, z, w even the rotations agree; positions decide.
+  For_Samples(Capture, [](Tracker_Sample& Sample) {
     for (std::size_t k = 0; k < 3; ++k) Sample.Quaternion[k] *= -1;
   });
-  EXPECT_LE(Made.Measure().Typical_Turn_Deg, 0.2);
-  EXPECT_THAT(All_Off(Made), HasSubstr("x, y, z, w, and quaternions as the trackers' attitudes"));
+  EXPECT_LE(Capture.Measure().Median_Rotation_Residual_Deg, 0.2);
+  EXPECT_THAT(Disagreement(Capture),
+              HasSubstr("x, y, z, w, and quaternions as the trackers' attitudes"));
 }
 
-TEST(TrackerAgreement, NoReadingIsNamedWherePositionsCantTellTwoApart) {
-  Compared Made = Planned();
-  For_Samples(Made, [](Tracker_Sample& Sample) {
+TEST(TrackerAgreement, NoConventionIsNamedWithoutPositionsThatDecide) {
+  Compared Capture = Planned();
+  For_Samples(Capture, [](Tracker_Sample& Sample) {
     std::rotate(Sample.Quaternion.begin(), Sample.Quaternion.begin() + 1, Sample.Quaternion.end());
   });
-  // Eight rows give positions; with seven, attitudes would explain the turns as well.
-  Made.Poses.resize(8);
-  EXPECT_THAT(All_Off(Made), HasSubstr("read with quaternions in the order x, y, z, w."));
-  Made.Poses.resize(7);
-  EXPECT_THAT(All_Off(Made), testing::Not(testing::AnyOf(HasSubstr("read with"), "")));
+  // Eight rows determine positions. With seven, attitudes explain the rotations as well.
+  Capture.Poses.resize(8);
+  EXPECT_THAT(Disagreement(Capture), HasSubstr("read with quaternions in the order x, y, z, w."));
+  Capture.Poses.resize(7);
+  EXPECT_THAT(Disagreement(Capture), testing::Not(testing::AnyOf(HasSubstr("read with"), "")));
 }
 
 TEST(TrackerAgreement, ExchangedTrackersAreRecognised) {
-  Compared Made = Planned();
-  for (Capture_Row& Row : Made.Rows) std::swap(Row.Camera, Row.Board);
-  // Every turn has its angle still; the axes tell.
-  EXPECT_LE(Made.Measure().Typical_Turn_Deg, 0.2);
-  EXPECT_THAT(All_Off(Made), HasSubstr("read with camera and board trackers exchanged"));
+  Compared Capture = Planned();
+  for (Capture_Row& Row : Capture.Rows) std::swap(Row.Camera, Row.Board);
+  // Every rotation keeps its angle; the axes decide.
+  EXPECT_LE(Capture.Measure().Median_Rotation_Residual_Deg, 0.2);
+  EXPECT_THAT(Disagreement(Capture), HasSubstr("read with camera and board trackers exchanged"));
 }
 
-TEST(TrackerAgreement, SamplesOfTheNextImageFitNoReading) {
-  Compared Made = Planned();
-  std::vector<Capture_Row> Moved = Made.Rows;
+TEST(TrackerAgreement, SamplesOfTheNextImageFitNoConvention) {
+  Compared Capture = Planned();
+  std::vector<Capture_Row> Moved = Capture.Rows;
   std::rotate(Moved.begin(), Moved.begin() + 1, Moved.end());
-  Made.Rows = Moved;
-  EXPECT_THAT(All_Off(Made), testing::Not(testing::AnyOf(HasSubstr("read with"), "")));
+  Capture.Rows = Moved;
+  EXPECT_THAT(Disagreement(Capture), testing::Not(testing::AnyOf(HasSubstr("read with"), "")));
 }
 
-TEST(TrackerAgreement, AScaleIsToldFromThreePercentOn) {
+TEST(TrackerAgreement, AScaleIsReportedFromThreePercentOn) {
   const auto Scaled = [](double Factor) {
-    Compared Made = Planned();
-    For_Samples(Made, [&](Tracker_Sample& Sample) {
+    Compared Capture = Planned();
+    For_Samples(Capture, [&](Tracker_Sample& Sample) {
       for (double& Value : Sample.Position) Value *= Factor;
     });
-    const Findings Told = Made.Judge();
-    return Told.Sorted().empty() ? "" : Told.Sorted()[0].Id;
+    const Findings List = Capture.Judge();
+    return List.Sorted().empty() ? "" : List.Sorted()[0].Id;
   };
   EXPECT_EQ(Scaled(1.02), "");
   EXPECT_EQ(Scaled(1.04), "scale");
@@ -232,27 +233,27 @@ TEST(TrackerAgreement, AScaleIsToldFromThreePercentOn) {
   EXPECT_EQ(Scaled(1000.0), "scale");
 }
 
-TEST(TrackerAgreement, AScaleThatASquareMayHaveNamesTheSquareThatFits) {
+TEST(TrackerAgreement, AScaleThatAWrongSquareExplainsNamesTheSquareThatFits) {
   const auto Example = [](double Factor) {
-    Compared Made = Planned();
-    For_Samples(Made, [&](Tracker_Sample& Sample) {
+    Compared Capture = Planned();
+    For_Samples(Capture, [&](Tracker_Sample& Sample) {
       for (double& Value : Sample.Position) Value *= Factor;
     });
-    const Findings Told = Made.Judge();
-    return Told.Sorted().empty() ? "nothing told" : Told.Sorted()[0].Example;
+    const Findings List = Capture.Judge();
+    return List.Sorted().empty() ? "no finding" : List.Sorted()[0].Example;
   };
-  // Trackers whose metre is too long make the board look as if its squares were larger.
-  EXPECT_EQ(Example(1.2), "A --square of 1.20 times the given one would fit.");
-  EXPECT_EQ(Example(0.8), "A --square of 0.80 times the given one would fit.");
+  // If the trackers' metre is too long, the board's squares seem larger.
+  EXPECT_EQ(Example(1.2), "A --square of 1.20 times the current one would fit.");
+  EXPECT_EQ(Example(0.8), "A --square of 0.80 times the current one would fit.");
   EXPECT_EQ(Example(2.1), "");
   EXPECT_EQ(Example(0.48), "");
 }
 
-// ---- Axes of the wrong hand ------------------------------------------------------------------
+// ---- Handedness ------------------------------------------------------------------------------
 
 struct Mirror {
   Eigen::Matrix3d Axes;
-  std::string Of_Positions, Of_Quaternions;  // what undoes it
+  std::string Position_Correction, Quaternion_Correction;  // what corrects it
 };
 
 std::vector<Mirror> Mirrors() {
@@ -276,159 +277,166 @@ void Mirror_Position(Tracker_Sample& Sample, const Eigen::Matrix3d& Axes) {
   for (std::size_t k = 0; k < 3; ++k) Sample.Position[k] = Position[static_cast<Eigen::Index>(k)];
 }
 
-// By the rotation's matrix, whatever that does to the four numbers.
-void Mirror_Quaternion(Tracker_Sample& Sample, const Eigen::Matrix3d& Of_Body,
-                       const Eigen::Matrix3d& Of_Base) {
+// Mirrors the rotation's matrix, whatever that changes in the four numbers.
+void Mirror_Quaternion(Tracker_Sample& Sample, const Eigen::Matrix3d& Body,
+                       const Eigen::Matrix3d& Base) {
   const std::array<double, 4>& Q = Sample.Quaternion;
-  const Eigen::Quaterniond Written(Q[0], Q[1], Q[2], Q[3]);
-  const Eigen::Quaterniond Made(
-      Eigen::Matrix3d(Of_Body * Written.normalized().toRotationMatrix() * Of_Base.transpose()));
-  Sample.Quaternion = {Made.w(), Made.x(), Made.y(), Made.z()};
+  const Eigen::Quaterniond Rotation(Q[0], Q[1], Q[2], Q[3]);
+  const Eigen::Quaterniond Mirrored(
+      Eigen::Matrix3d(Body * Rotation.normalized().toRotationMatrix() * Base.transpose()));
+  Sample.Quaternion = {Mirrored.w(), Mirrored.x(), Mirrored.y(), Mirrored.z()};
 }
 
-// The same capture by a tracking system that rides on the camera: only the board's tracker moves.
-void Ride_On_The_Camera(Compared& Of) {
-  for (Capture_Row& Row : Of.Rows) {
+// The same capture by a tracking system that is mounted on the camera: only the board's tracker
+// moves.
+void Ride_On_The_Camera(Compared& Capture) {
+  for (Capture_Row& Row : Capture.Rows) {
     const auto Rotation = [](const Tracker_Sample& Sample) {
       const std::array<double, 4>& Q = Sample.Quaternion;
       return Eigen::Quaterniond(Q[0], Q[1], Q[2], Q[3]).normalized();
     };
     const Eigen::Quaterniond Rotation_Tc_Base = Rotation(Row.Camera);
-    const Eigen::Vector3d Place = Rotation_Tc_Base * (Eigen::Vector3d(Row.Board.Position.data()) -
-                                                      Eigen::Vector3d(Row.Camera.Position.data()));
-    const Eigen::Quaterniond Turn = Rotation(Row.Board) * Rotation_Tc_Base.conjugate();
+    const Eigen::Vector3d Position =
+        Rotation_Tc_Base *
+        (Eigen::Vector3d(Row.Board.Position.data()) - Eigen::Vector3d(Row.Camera.Position.data()));
+    const Eigen::Quaterniond Rotation_Tr_Tc = Rotation(Row.Board) * Rotation_Tc_Base.conjugate();
     Row.Camera = {{0, 0, 0}, {1, 0, 0, 0}};
-    Row.Board = {{Place.x(), Place.y(), Place.z()}, {Turn.w(), Turn.x(), Turn.y(), Turn.z()}};
+    Row.Board = {{Position.x(), Position.y(), Position.z()},
+                 {Rotation_Tr_Tc.w(), Rotation_Tr_Tc.x(), Rotation_Tr_Tc.y(), Rotation_Tr_Tc.z()}};
   }
 }
 
-// Without noise and with noise, and with the worst that a stage's trackers have; from a tracking
-// system that stands, and from one on the camera.
+// Without noise, with noise, and with the worst noise of a stage's trackers; from a tracking system
+// that does not move, and from one on the camera.
 std::vector<Compared> Captures() {
-  std::vector<Compared> Made;
+  std::vector<Compared> Capture;
   for (unsigned Seed = 1; Seed <= 4; ++Seed) {
     for (const double Noise : {0.0, 1.0, 10.0}) {
       simulate::Options Options;
       Options.Seed = Seed;
       Options.Position_Noise_Mm = 0.3 * Noise;
       Options.Rotation_Noise_Deg = 0.05 * Noise;
-      Made.push_back(Planned(Options));
-      Made.push_back(Planned(Options));
-      Ride_On_The_Camera(Made.back());
+      Capture.push_back(Planned(Options));
+      Capture.push_back(Planned(Options));
+      Ride_On_The_Camera(Capture.back());
     }
   }
-  return Made;
+  return Capture;
 }
 
-std::string Ids(const Findings& Told) {
+std::string Ids(const Findings& List) {
   std::string Text;
-  for (const rigsync::Finding& One : Told.Sorted()) Text += (Text.empty() ? "" : " ") + One.Id;
+  for (const rigsync::Finding& One : List.Sorted()) Text += (Text.empty() ? "" : " ") + One.Id;
   return Text;
 }
 
-TEST(TrackerAgreement, AMirroredTrackingSystemIsToldWhicheverAxesAreMirrored) {
+TEST(TrackerAgreement, AMirroredTrackingSystemIsReportedWhicheverAxesAreMirrored) {
   const Eigen::Matrix3d All_Reversed = -Eigen::Matrix3d::Identity();
   std::vector<Eigen::Matrix3d> Axes = {All_Reversed};
-  for (const Mirror& By : Mirrors()) Axes.push_back(By.Axes);
+  for (const Mirror& Axes_Mirror : Mirrors()) Axes.push_back(Axes_Mirror.Axes);
   for (const Compared& Good : Captures()) {
     for (const Eigen::Matrix3d& Base : Axes) {
       SCOPED_TRACE(Base);
-      Compared Made = Good;
-      // The bodies' axes may be mirrored in another way than Base's.
+      Compared Capture = Good;
+      // The bodies' axes may be mirrored differently from Base's.
       for (const Eigen::Matrix3d& Body : {Base, All_Reversed}) {
-        Made = Good;
-        For_Samples(Made, [&](Tracker_Sample& Sample) {
+        Capture = Good;
+        For_Samples(Capture, [&](Tracker_Sample& Sample) {
           Mirror_Position(Sample, Base);
           Mirror_Quaternion(Sample, Body, Base);
         });
-        const Findings Told = Made.Judge();
-        EXPECT_EQ(Ids(Told), "left_handed");
-        EXPECT_EQ(Told.Gravest(), Level::Error);
+        const Findings List = Capture.Judge();
+        EXPECT_EQ(Ids(List), "left_handed");
+        EXPECT_EQ(List.Gravest(), Level::Error);
       }
     }
   }
 }
 
-TEST(TrackerAgreement, WhatIsAdvisedAgainstMirroredAxesMakesThemRight) {
-  for (const Mirror& By : Mirrors()) {
-    Compared Made = Planned();
-    For_Samples(Made, [&](Tracker_Sample& Sample) {
-      Mirror_Position(Sample, By.Axes);
-      Mirror_Quaternion(Sample, By.Axes, By.Axes);
+TEST(TrackerAgreement, TheAdviceForMirroredAxesCorrectsThem) {
+  for (const Mirror& Axes_Mirror : Mirrors()) {
+    Compared Capture = Planned();
+    For_Samples(Capture, [&](Tracker_Sample& Sample) {
+      Mirror_Position(Sample, Axes_Mirror.Axes);
+      Mirror_Quaternion(Sample, Axes_Mirror.Axes, Axes_Mirror.Axes);
     });
-    const Findings Told = Made.Judge();
-    ASSERT_EQ(Ids(Told), "left_handed");
-    EXPECT_THAT(Told.Sorted()[0].Advice,
+    const Findings List = Capture.Judge();
+    ASSERT_EQ(Ids(List), "left_handed");
+    EXPECT_THAT(List.Sorted()[0].Advice,
                 HasSubstr("negate y of the position and x and z of the quaternion"));
-    For_Samples(Made, [](Tracker_Sample& Sample) {
+    For_Samples(Capture, [](Tracker_Sample& Sample) {
       Sample.Position[1] *= -1;
       Sample.Quaternion[1] *= -1;
       Sample.Quaternion[3] *= -1;
     });
-    EXPECT_EQ(Ids(Made.Judge()), "");
+    EXPECT_EQ(Ids(Capture.Judge()), "");
   }
 }
 
-TEST(TrackerAgreement, PositionsThatAreMirroredOnTheirOwnAreToldWithTheirAxis) {
+TEST(TrackerAgreement, MirroredPositionsAreReportedWithTheirAxis) {
   for (const Compared& Good : Captures()) {
-    for (const Mirror& By : Mirrors()) {
-      Compared Made = Good;
-      For_Samples(Made, [&](Tracker_Sample& Sample) { Mirror_Position(Sample, By.Axes); });
-      const Findings Told = Made.Judge();
-      ASSERT_EQ(Ids(Told), "axis_mirrored") << By.Of_Positions;
-      EXPECT_EQ(Told.Gravest(), Level::Error);
-      EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("They fit the images if you " + By.Of_Positions +
-                                                   " in every position."));
+    for (const Mirror& Axes_Mirror : Mirrors()) {
+      Compared Capture = Good;
+      For_Samples(Capture,
+                  [&](Tracker_Sample& Sample) { Mirror_Position(Sample, Axes_Mirror.Axes); });
+      const Findings List = Capture.Judge();
+      ASSERT_EQ(Ids(List), "axis_mirrored") << Axes_Mirror.Position_Correction;
+      EXPECT_EQ(List.Gravest(), Level::Error);
+      EXPECT_THAT(List.Sorted()[0].What,
+                  HasSubstr("They agree with the images if you " + Axes_Mirror.Position_Correction +
+                            " in every position."));
     }
   }
 }
 
-TEST(TrackerAgreement, QuaternionsThatAreMirroredOnTheirOwnAreToldWithTheirAxis) {
+TEST(TrackerAgreement, MirroredQuaternionsAreReportedWithTheirAxis) {
   for (const Compared& Good : Captures()) {
-    for (const Mirror& By : Mirrors()) {
-      Compared Made = Good;
-      For_Samples(Made,
-                  [&](Tracker_Sample& Sample) { Mirror_Quaternion(Sample, By.Axes, By.Axes); });
-      const Findings Told = Made.Judge();
-      ASSERT_EQ(Ids(Told), "axis_mirrored") << By.Of_Quaternions;
-      EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("They fit the images if you " +
-                                                   By.Of_Quaternions + " in every quaternion."));
+    for (const Mirror& Axes_Mirror : Mirrors()) {
+      Compared Capture = Good;
+      For_Samples(Capture, [&](Tracker_Sample& Sample) {
+        Mirror_Quaternion(Sample, Axes_Mirror.Axes, Axes_Mirror.Axes);
+      });
+      const Findings List = Capture.Judge();
+      ASSERT_EQ(Ids(List), "axis_mirrored") << Axes_Mirror.Quaternion_Correction;
+      EXPECT_THAT(List.Sorted()[0].What,
+                  HasSubstr("They agree with the images if you " +
+                            Axes_Mirror.Quaternion_Correction + " in every quaternion."));
     }
   }
 }
 
-TEST(TrackerAgreement, AttitudesOfAMirroredSystemAreToldAsBoth) {
-  Compared Made = Planned();
-  For_Samples(Made, [](Tracker_Sample& Sample) {
+TEST(TrackerAgreement, AttitudesOfAMirroredSystemAreReportedAsBoth) {
+  Compared Capture = Planned();
+  For_Samples(Capture, [](Tracker_Sample& Sample) {
     Sample.Position[2] *= -1;
     Sample.Quaternion[3] *= -1;  // and x and y for the mirror, all three for the attitude
   });
-  const Findings Told = Made.Judge();
-  EXPECT_EQ(Ids(Told), "trackers_disagree left_handed");
-  EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("quaternions as the trackers' attitudes"));
+  const Findings List = Capture.Judge();
+  EXPECT_EQ(Ids(List), "trackers_disagree left_handed");
+  EXPECT_THAT(List.Sorted()[0].What, HasSubstr("quaternions as the trackers' attitudes"));
 }
 
-TEST(TrackerAgreement, OfAMirroredSystemRowsAndScaleAreToldToo) {
-  Compared Made = Planned({});  // without noise
-  Made.Rows[3].Camera.Position[0] += 0.08;
-  For_Samples(Made, [](Tracker_Sample& Sample) {
+TEST(TrackerAgreement, RowsAndScaleOfAMirroredSystemAreReportedToo) {
+  Compared Capture = Planned({});  // without noise
+  Capture.Rows[3].Camera.Position[0] += 0.08;
+  For_Samples(Capture, [](Tracker_Sample& Sample) {
     for (double& Value : Sample.Position) Value *= -1.1;
   });
-  const Findings Told = Made.Judge();
-  EXPECT_EQ(Ids(Told), "sample_disagrees left_handed scale");
-  EXPECT_THAT(Told.Sorted()[0].Lines, ElementsAre(5));
-  EXPECT_THAT(Told.Sorted()[2].What, HasSubstr("about 0.909 m by the board"));
+  const Findings List = Capture.Judge();
+  EXPECT_EQ(Ids(List), "sample_disagrees left_handed scale");
+  EXPECT_THAT(List.Sorted()[0].Lines, ElementsAre(5));
+  EXPECT_THAT(List.Sorted()[2].What, HasSubstr("about 0.909 m of the board"));
 }
 
-TEST(TrackerAgreement, WithoutTiltedBoardsTheHandIsNotJudged) {
-  Compared Made = Planned();
-  For_Samples(Made, [](Tracker_Sample& Sample) { Sample.Position[0] *= -1; });
-  Findings Told;
-  rigsync::Judge_Agreement(Made.Rows, Made.Measure(), false, Told);
-  EXPECT_EQ(Ids(Told), "trackers_disagree");
+TEST(TrackerAgreement, WithoutTiltedBoardsHandednessIsNotJudged) {
+  Compared Capture = Planned();
+  For_Samples(Capture, [](Tracker_Sample& Sample) { Sample.Position[0] *= -1; });
+  Findings List;
+  rigsync::Judge_Agreement(Capture.Rows, Capture.Measure(), false, List);
+  EXPECT_EQ(Ids(List), "trackers_disagree");
 }
 
-TEST(TrackerAgreement, ACaptureThatIsNotMirroredNeverGetsThatTold) {
+TEST(TrackerAgreement, ACaptureThatIsNotMirroredIsNeverReportedAsMirrored) {
   for (const auto Spread :
        {simulate::Spread::Good, simulate::Spread::Frontal, simulate::Spread::Centred,
         simulate::Spread::One_Axis, simulate::Spread::Same_Pose}) {
@@ -441,43 +449,41 @@ TEST(TrackerAgreement, ACaptureThatIsNotMirroredNeverGetsThatTold) {
         Options.Rotation_Noise_Deg = 0.05 * Noise;
         Options.Stale_Count = Options.Jump_Count = static_cast<int>(Seed % 4);
         SCOPED_TRACE(testing::Message() << static_cast<int>(Spread) << " " << Seed << " " << Noise);
-        Compared Made = Planned(Options);
-        EXPECT_EQ(Made.Measure().Hand, rigsync::Mirrored::Nothing);
-        Ride_On_The_Camera(Made);
-        EXPECT_EQ(Made.Measure().Hand, rigsync::Mirrored::Nothing);
-        // Nor do samples that are wrong in another way.
-        std::rotate(Made.Rows.begin(), Made.Rows.begin() + 1, Made.Rows.end());
-        EXPECT_EQ(Made.Measure().Hand, rigsync::Mirrored::Nothing);
+        Compared Capture = Planned(Options);
+        EXPECT_EQ(Capture.Measure().Axes, rigsync::Handedness::Right);
+        Ride_On_The_Camera(Capture);
+        EXPECT_EQ(Capture.Measure().Axes, rigsync::Handedness::Right);
+        // Nor are samples that are wrong in another way.
+        std::rotate(Capture.Rows.begin(), Capture.Rows.begin() + 1, Capture.Rows.end());
+        EXPECT_EQ(Capture.Measure().Axes, rigsync::Handedness::Right);
       }
     }
   }
 }
 
-// Seen from a camera that stands, a board that stays in the plane z = 0 of Base: with y negated
-// positions fit, and turned half about y, which is x mirrored in the quaternions, they fit as well.
+// For a camera that does not move and a board in the plane z = 0 of Base, positions fit with y
+// negated. They fit as well rotated by 180 degrees about y, which is x mirrored in the quaternions.
 TEST(TrackerAgreement, NoMirrorIsNamedWhereTwoFit) {
   for (const bool Has_Noise : {false, true}) {
     const simulate::Options Options = Has_Noise ? Noisy() : simulate::Options();
     const simulate::Plan Plan = simulate::Make_Plan(Options);
-    Eigen::Matrix3d Relabelled;  // the body's axes to those of Tc
-    Relabelled << -1, 0, 0, 0, 0, -1, 0, -1, 0;
     const Eigen::Matrix3d Rotation_Cam_Base =
-        Plan.Transform_Cam_Tc.topLeftCorner<3, 3>() * Relabelled;
-    Compared Made = Planned(Options);
-    Ride_On_The_Camera(Made);
-    for (std::size_t i = 0; i < Made.Rows.size(); ++i) {
-      double& Z = Made.Rows[i].Board.Position[2];
-      Made.Poses[i].Middle_Cam -= Rotation_Cam_Base * Eigen::Vector3d(0, 0, Z);
+        Plan.Transform_Cam_Tc.topLeftCorner<3, 3>() * rigsync::Tracker_Axes_Relabelling();
+    Compared Capture = Planned(Options);
+    Ride_On_The_Camera(Capture);
+    for (std::size_t i = 0; i < Capture.Rows.size(); ++i) {
+      double& Z = Capture.Rows[i].Board.Position[2];
+      Capture.Poses[i].Centre_Cam -= Rotation_Cam_Base * Eigen::Vector3d(0, 0, Z);
       Z = 0;
     }
-    EXPECT_EQ(Ids(Made.Judge()), "");
-    For_Samples(Made, [](Tracker_Sample& Sample) { Sample.Position[1] *= -1; });
-    EXPECT_EQ(Ids(Made.Judge()), "trackers_disagree");
+    EXPECT_EQ(Ids(Capture.Judge()), "");
+    For_Samples(Capture, [](Tracker_Sample& Sample) { Sample.Position[1] *= -1; });
+    EXPECT_EQ(Ids(Capture.Judge()), "trackers_disagree");
   }
 }
 
-// Turns fit and positions don't, so that every mirror is tried.
-TEST(TrackerAgreement, PositionsThatAreWrongInAnotherWayAreNotCalledMirrored) {
+// Rotations agree and positions do not, so every mirror is tried.
+TEST(TrackerAgreement, PositionsThatAreWrongInAnotherWayAreNotReportedAsMirrored) {
   for (unsigned Seed = 1; Seed <= 8; ++Seed) {
     SCOPED_TRACE(Seed);
     simulate::Options Options = Noisy();
@@ -492,38 +498,38 @@ TEST(TrackerAgreement, PositionsThatAreWrongInAnotherWayAreNotCalledMirrored) {
     Options.Position_Noise_Mm = 45.0;
     Compared Jumping = Planned(Options);
     EXPECT_EQ(Ids(Jumping.Judge()), "trackers_disagree");
-    // Unmirrored they wouldn't fit either.
+    // They would not fit without the mirror either.
     For_Samples(Jumping, [](Tracker_Sample& Sample) { Sample.Position[1] *= -1; });
     EXPECT_EQ(Ids(Jumping.Judge()), "trackers_disagree");
   }
 }
 
 TEST(TrackerAgreement, WithoutTiltedBoardsTheScaleIsNotJudged) {
-  Compared Made = Planned();
-  For_Samples(Made, [](Tracker_Sample& Sample) {
+  Compared Capture = Planned();
+  For_Samples(Capture, [](Tracker_Sample& Sample) {
     for (double& Value : Sample.Position) Value *= 1.1;
   });
-  Findings Told;
-  rigsync::Judge_Agreement(Made.Rows, Made.Measure(), false, Told);
-  EXPECT_TRUE(Told.Sorted().empty());
+  Findings List;
+  rigsync::Judge_Agreement(Capture.Rows, Capture.Measure(), false, List);
+  EXPECT_TRUE(List.Sorted().empty());
 }
 
-TEST(TrackerAgreement, TurnsAboutOneAxisLeavePositionsOpen) {
+TEST(TrackerAgreement, RotationsAboutOneAxisDoNotDeterminePositions) {
   simulate::Options Options = Noisy();
   Options.Pose_Spread = simulate::Spread::One_Axis;
   const Agreement Measured = Planned(Options).Measure();
   EXPECT_TRUE(Measured.Is_Good());
-  EXPECT_FALSE(Measured.Typical_Position);
+  EXPECT_FALSE(Measured.Median_Position_Residual);
   EXPECT_FALSE(Measured.Scale);
 }
 
 TEST(TrackerAgreement, ThreeRowsAreTooFewToCompare) {
-  Compared Made = Planned();
-  Made.Poses.resize(3);
-  EXPECT_FALSE(rigsync::Measure_Agreement(Made.Rows, Made.Poses));
-  Made = Planned();
-  Made.Poses.resize(4);
-  EXPECT_TRUE(rigsync::Measure_Agreement(Made.Rows, Made.Poses));
+  Compared Capture = Planned();
+  Capture.Poses.resize(3);
+  EXPECT_FALSE(rigsync::Measure_Agreement(Capture.Rows, Capture.Poses));
+  Capture = Planned();
+  Capture.Poses.resize(4);
+  EXPECT_TRUE(rigsync::Measure_Agreement(Capture.Rows, Capture.Poses));
 }
 
 }  // namespace

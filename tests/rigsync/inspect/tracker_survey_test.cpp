@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tracker samples by themselves: made by hand, so that each trouble stands alone.
+// Tracker samples without images, made by hand so that each fault is on its own.
 #include "rigsync/inspect/tracker_survey.h"
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/geometry/angle.h"
@@ -46,19 +46,19 @@ std::vector<Capture_Row> Walk() {
 }
 
 std::map<std::string, Lines> Check(const std::vector<Capture_Row>& Rows, Findings* Out = nullptr) {
-  Findings Told;
-  rigsync::Check_Samples(Rows, Told);
+  Findings List;
+  rigsync::Judge_Samples(Rows, List);
   std::map<std::string, Lines> Found;
-  for (const Finding& One : Told.Sorted()) Found[One.Id] = One.Lines;
-  if (Out != nullptr) *Out = Told;
+  for (const Finding& One : List.Sorted()) Found[One.Id] = One.Lines;
+  if (Out != nullptr) *Out = List;
   return Found;
 }
 
-TEST(TrackerSurvey, AQuietWalkIsNotTalkedAbout) {
+TEST(TrackerSurvey, AGoodCaptureHasNoFindings) {
   EXPECT_THAT(Check(Walk()), IsEmpty());
 }
 
-TEST(TrackerSurvey, QuaternionsWithoutLengthAreToldForEachTracker) {
+TEST(TrackerSurvey, QuaternionsOfLengthZeroAreReportedForEachTracker) {
   std::vector<Capture_Row> Rows = Walk();
   Rows[3].Camera.Quaternion = {0, 0, 0, 0};
   Rows[5].Board.Quaternion = {0, -0.0, 0, 0};
@@ -69,7 +69,7 @@ TEST(TrackerSurvey, QuaternionsWithoutLengthAreToldForEachTracker) {
   EXPECT_TRUE(rigsync::Has_Rotations(Rows[4]));
 }
 
-TEST(TrackerSurvey, ALengthBeyondAHundredthOffOneIsToldAndARoundedOneIsNot) {
+TEST(TrackerSurvey, ALengthIsReportedWhenItIsOffByMoreThanAHundredth) {
   std::vector<Capture_Row> Rows = Walk();
   Rows[2].Camera.Quaternion = {1.011, 0, 0, 0};
   Rows[3].Camera.Quaternion = {0.989, 0, 0, 0};
@@ -88,7 +88,7 @@ TEST(TrackerSurvey, ARepeatedSampleIsStaleInTheLaterLine) {
               ElementsAre(Pair("board_stale", Lines{9, 10}), Pair("camera_stale", Lines{6})));
 }
 
-TEST(TrackerSurvey, ASampleThatOnlySharesItsPositionIsNotStale) {
+TEST(TrackerSurvey, ASampleThatRepeatsOnlyThePositionIsNotStale) {
   std::vector<Capture_Row> Rows = Walk();
   Rows[4].Camera.Position = Rows[3].Camera.Position;
   EXPECT_THAT(Check(Rows), IsEmpty());
@@ -97,15 +97,15 @@ TEST(TrackerSurvey, ASampleThatOnlySharesItsPositionIsNotStale) {
 TEST(TrackerSurvey, ATrackerThatNeverMovesIsANoteAndTwoAreAnError) {
   std::vector<Capture_Row> Rows = Walk();
   for (Capture_Row& Row : Rows) Row.Board = Rows[0].Board;
-  Findings Told;
-  EXPECT_THAT(Check(Rows, &Told), ElementsAre(Pair("board_fixed", Lines{})));
-  EXPECT_EQ(Told.Gravest(), Level::Note);
+  Findings List;
+  EXPECT_THAT(Check(Rows, &List), ElementsAre(Pair("board_fixed", Lines{})));
+  EXPECT_EQ(List.Gravest(), Level::Note);
   for (Capture_Row& Row : Rows) Row.Camera = Rows[0].Camera;
-  EXPECT_THAT(Check(Rows, &Told), Contains(Key("trackers_fixed")));
-  EXPECT_EQ(Told.Gravest(), Level::Error);
+  EXPECT_THAT(Check(Rows, &List), Contains(Key("trackers_fixed")));
+  EXPECT_EQ(List.Gravest(), Level::Error);
 }
 
-TEST(TrackerSurvey, APositionOfZeroIsALostTargetUnlessItIsAlwaysThere) {
+TEST(TrackerSurvey, APositionOfZeroIsALostTargetUnlessEveryRowHasIt) {
   std::vector<Capture_Row> Rows = Walk();
   Rows[6].Camera.Position = {0, 0, 0};
   EXPECT_THAT(Check(Rows), ElementsAre(Pair("camera_at_origin", Lines{8})));
@@ -114,7 +114,7 @@ TEST(TrackerSurvey, APositionOfZeroIsALostTargetUnlessItIsAlwaysThere) {
 }
 
 TEST(TrackerSurvey, AJumpIsOneMetreAndSixTimesTheUsualDistanceAway) {
-  // The camera's walk of 0.9 m has half of its rows within 0.3 m of the middle, so 1.8 m is the
+  // The camera's walk of 0.9 m has half of its rows within 0.3 m of the median, so 1.8 m is the
   // limit; the board's rows lie within 3 mm, so the floor of 1 m is.
   std::vector<Capture_Row> Rows = Walk();
   Rows[2].Camera.Position[1] += 1.5;
@@ -122,10 +122,10 @@ TEST(TrackerSurvey, AJumpIsOneMetreAndSixTimesTheUsualDistanceAway) {
   EXPECT_THAT(Check(Rows), IsEmpty());
   Rows[2].Camera.Position[1] += 0.5;
   Rows[5].Board.Position[2] += 0.1;
-  Findings Told;
-  EXPECT_THAT(Check(Rows, &Told),
+  Findings List;
+  EXPECT_THAT(Check(Rows, &List),
               ElementsAre(Pair("board_jump", Lines{7}), Pair("camera_jump", Lines{4})));
-  EXPECT_EQ(Told.Gravest(), Level::Warning);
+  EXPECT_EQ(List.Gravest(), Level::Warning);
 }
 
 TEST(TrackerSurvey, MillimetresAreAnErrorWhereverTheOriginIs) {
@@ -134,41 +134,41 @@ TEST(TrackerSurvey, MillimetresAreAnErrorWhereverTheOriginIs) {
     Row.Camera.Position[0] += 500;  // far from the origin, but in metres
     Row.Board.Position[0] += 500;
   }
-  // 3 cm that would be a jump of 30 m, which is not what is wrong.
+  // 3 cm, which in the wrong unit look like a jump of 30 m.
   Rows[9].Board.Position[1] += 0.03;
   EXPECT_THAT(Check(Rows), IsEmpty());
   for (Capture_Row& Row : Rows) {
     for (double& Value : Row.Camera.Position) Value *= 1000;
     for (double& Value : Row.Board.Position) Value *= 1000;
   }
-  Findings Told;
-  EXPECT_THAT(Check(Rows, &Told), ElementsAre(Pair("wrong_unit", Lines{})));
-  EXPECT_EQ(Told.Gravest(), Level::Error);
-  EXPECT_THAT(Told.Sorted()[0].What, HasSubstr("millimetres"));
+  Findings List;
+  EXPECT_THAT(Check(Rows, &List), ElementsAre(Pair("wrong_unit", Lines{})));
+  EXPECT_EQ(List.Gravest(), Level::Error);
+  EXPECT_THAT(List.Sorted()[0].What, HasSubstr("millimetres"));
 }
 
-TEST(TrackerSurvey, RowsThatAreNotSoundArePassedOver) {
+TEST(TrackerSurvey, RowsThatAreNotSoundAreSkipped) {
   std::vector<Capture_Row> Rows = Walk();
   Rows[4].Is_Sound = false;
   Rows[4].Camera = {{0, 0, 900}, {0, 0, 0, 0}};
   EXPECT_THAT(Check(Rows), IsEmpty());
-  EXPECT_EQ(rigsync::Measure_Turns(Rows).Rows, 9u);
+  EXPECT_EQ(rigsync::Measure_Rotations(Rows).Rows, 9u);
 }
 
-TEST(TrackerSurvey, TurnsAreTheLargestAnglesBetweenTwoRows) {
-  const rigsync::Turns Measured = rigsync::Measure_Turns(Walk());
+TEST(TrackerSurvey, RotationsAreTheLargestAnglesBetweenTwoRows) {
+  const rigsync::Rotation_Range Measured = rigsync::Measure_Rotations(Walk());
   EXPECT_EQ(Measured.Rows, 10u);
   EXPECT_NEAR(Measured.Camera_Deg, 9.0, 1e-6);
   EXPECT_NEAR(Measured.Board_Deg, 90.0, 1e-6);
 }
 
 std::string Judged(const std::vector<Capture_Row>& Rows) {
-  Findings Told;
-  rigsync::Judge_Turns(rigsync::Measure_Turns(Rows), Told);
-  return Told.Sorted().empty() ? "" : Told.Sorted()[0].Id;
+  Findings List;
+  rigsync::Judge_Rotations(rigsync::Measure_Rotations(Rows), List);
+  return List.Sorted().empty() ? "" : List.Sorted()[0].Id;
 }
 
-TEST(TrackerSurvey, TurnsBelowThirtyDegreesAreTooSmall) {
+TEST(TrackerSurvey, RotationsBelowThirtyDegreesAreTooSmall) {
   std::vector<Capture_Row> Rows = Walk();
   const auto Turn_To = [&](double Widest) {
     for (std::size_t i = 0; i < Rows.size(); ++i) {
@@ -177,28 +177,29 @@ TEST(TrackerSurvey, TurnsBelowThirtyDegreesAreTooSmall) {
       Rows[i].Board.Quaternion = Turned(Axis, i == 0 ? 0.0 : i == 2 ? Widest : 10.0);
     }
   };
-  // The widest turn is from about x by Widest to about y by 10 degrees; these add up to 29 and 31.
+  // The largest rotation is between Widest about x and 10 degrees about y, together 29 and 31
+  // degrees.
   Turn_To(27.2);
-  EXPECT_LT(rigsync::Measure_Turns(Rows).Relative_Deg, 30.0);
+  EXPECT_LT(rigsync::Measure_Rotations(Rows).Relative_Deg, 30.0);
   EXPECT_EQ(Judged(Rows), "turns_too_small");
   Turn_To(31.0);
-  EXPECT_GT(rigsync::Measure_Turns(Rows).Relative_Deg, 30.0);
+  EXPECT_GT(rigsync::Measure_Rotations(Rows).Relative_Deg, 30.0);
   EXPECT_EQ(Judged(Rows), "");
 }
 
-TEST(TrackerSurvey, TurnsAboutOneAxisAreToldHoweverTheBaseIsTurned) {
+TEST(TrackerSurvey, RotationsAboutOneAxisAreReportedWhateverTheAxisIs) {
   std::vector<Capture_Row> Rows = Walk();
   const Eigen::Vector3d Axis(1, 2, -3);
   for (std::size_t i = 0; i < Rows.size(); ++i) {
     Rows[i].Camera.Quaternion = {1, 0, 0, 0};
     Rows[i].Board.Quaternion = Turned(Axis, 9.0 * static_cast<double>(i));
   }
-  EXPECT_NEAR(*rigsync::Measure_Turns(Rows).Axes_Apart_Deg, 0.0, 1e-4);
+  EXPECT_NEAR(*rigsync::Measure_Rotations(Rows).Axis_Spread_Deg, 0.0, 1e-4);
   EXPECT_EQ(Judged(Rows), "turns_about_one_axis");
   for (std::size_t i = 0; i < Rows.size(); i += 2) {
     Rows[i].Board.Quaternion = Turned({3, 0, 1}, 8.0 * static_cast<double>(i));
   }
-  EXPECT_GT(*rigsync::Measure_Turns(Rows).Axes_Apart_Deg, 15.0);
+  EXPECT_GT(*rigsync::Measure_Rotations(Rows).Axis_Spread_Deg, 15.0);
   EXPECT_EQ(Judged(Rows), "");
 }
 
