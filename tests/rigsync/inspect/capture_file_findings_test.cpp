@@ -184,7 +184,7 @@ TEST(CaptureFileFindings, TheLineAfterAByteOrderMarkIsJudgedLikeAnyOther) {
 }
 
 TEST(CaptureFileFindings, OfUtf16OnlyTheEncodingIsJudged) {
-  for (const std::string& Mark : {"\xff\xfe", "\xfe\xff"}) {
+  for (const std::string Mark : {"\xff\xfe", "\xfe\xff"}) {
     const Judgement Result = Judge(Mark + "time,image,x\r\n\n" + Line_With("nan"));
     EXPECT_THAT(Result.Lines_By_Id(), ElementsAre(Pair("not_utf8", Lines{1})));
     EXPECT_EQ(Result.Get("not_utf8").Severity, Level::Error);
