@@ -56,7 +56,7 @@ int Call_Library(Calibration_Result& Result) {
 
 // The message for a user who interrupts the run, on a line of its own whatever the terminal shows.
 std::string Interruption_Text(const Calibration_Result& Result, Progress_Kind Kind) {
-  const char* const Line_End = Kind == Progress_Kind::Line ? Line_Off : "";
+  const char* const Line_End = Kind == Progress_Kind::Line ? Clear_Line : "";
   return Line_End +
          Folded(
              "rigsync: interrupted; no result was written. The run log shows how far the run got; "

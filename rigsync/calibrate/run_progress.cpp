@@ -195,7 +195,7 @@ struct Progress::Follower {
   void Show() {
     std::string Text = Progress_Text(Reader.Report(), Image_Count);
     if (const auto Seconds = Estimate.Remaining(Reader.Report(), Output.Seconds())) {
-      Text += ", " + Time_Text(*Seconds) + " left";
+      Text += ", " + Duration_Text(*Seconds) + " left";
     }
     Output.Show(Text);
   }

@@ -129,7 +129,7 @@ void Report_Exception(const Calibration_Result& Result) {
 void Report_Result(const Calibration_Result& Result, const fs::path& Out) {
   if (!Result.Code) return Report_Exception(Result);
   Print(Result_Text(Result, Written_Reprojections(Result.Run_Folder, Result.Images),
-                    Out / "result.json", Colour_On(stdout)));
+                    Out / "result.json", Uses_Colour(stdout)));
   if (Has_Misleading_Code(Result)) {
     Warn(
         fmt::format("the code is {}, but the result holds NaN or infinite numbers and must not be "

@@ -76,7 +76,7 @@ void Print_One(const Code_Advice& Advice, bool Colour) {
 }
 
 int Print_Codes(const Codes_Arguments& Arguments) {
-  const bool Colour = Colour_On(stdout);
+  const bool Colour = Uses_Colour(stdout);
   if (Arguments.Code) {
     const Code_Advice& Advice = Code_Named(*Arguments.Code);
     if (Arguments.Prints_Json) {

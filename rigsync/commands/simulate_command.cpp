@@ -376,7 +376,7 @@ std::uintmax_t Needed_Bytes(const simulate::Options& Options) {
 
 // What an interrupted run prints last, on a line of its own.
 std::string Interrupted(const fs::path& Directory, Progress_Kind Kind) {
-  return (Kind == Progress_Kind::Line ? Line_Off : "") +
+  return (Kind == Progress_Kind::Line ? Clear_Line : "") +
          Folded("rigsync: interrupted; what is written so far is not a complete capture:", 0) +
          "  " + Directory.string() + "\n";
 }
@@ -389,7 +389,7 @@ void Write_Files(const simulate::Plan& Capture, const fs::path& Directory, Progr
     const double Left =
         Progress.Seconds() / static_cast<double>(Done) * static_cast<double>(All - Done);
     Progress.Show(
-        fmt::format("Rendering photographs: {} of {}, {} left", Done, All, Time_Text(Left)));
+        fmt::format("Rendering photographs: {} of {}, {} left", Done, All, Duration_Text(Left)));
   });
   Write_Stage_File(Directory / "stage.json", Settings_Of(Capture));
 }
@@ -423,7 +423,7 @@ int Simulate(const Simulate_Arguments& Arguments) {
   fmt::print("  truth            {}\n", (Directory / "truth.json").string());
   fmt::print("  board, estimate  {}\n", (Directory / "stage.json").string());
   fmt::print("Calibrate it with\n  rigsync calibrate {}{}--config {} --out RESULT_DIR\n",
-             Shell_Word((Directory / "capture.csv").string()), Command_Goes_On(4),
+             Shell_Word((Directory / "capture.csv").string()), Line_Continuation(4),
              Shell_Word((Directory / "stage.json").string()));
   return Exit_Success;
 }

@@ -33,11 +33,11 @@ std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
   std::string Text = Folded("To check the capture line by line, run", 2);
   Text += fmt::format("    rigsync inspect {} --board {}x{} --square {}", Shell_Word(Csv.string()),
                       Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size);
-  Text += Command_Goes_On(6) + fmt::format("--board-euler {} --board-offset {}",
+  Text += Line_Continuation(6) + fmt::format("--board-euler {} --board-offset {}",
                                            fmt::join(Inputs.Board_Euler_Deg, ","),
                                            fmt::join(Inputs.Board_Offset, ","));
   if (Image_Root != Csv.parent_path()) {
-    Text += Command_Goes_On(6) + "--image-root " + Shell_Word(Image_Root.string());
+    Text += Line_Continuation(6) + "--image-root " + Shell_Word(Image_Root.string());
   }
   return Text + "\n";
 }

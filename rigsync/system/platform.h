@@ -88,7 +88,7 @@ std::string Shell_Word(const std::string& Text);
 
 // What stands between two words of a printed command that goes on in another line, with Indent
 // blanks in front. On Windows, whose shells have no common sign for it, the line just goes on.
-std::string Command_Goes_On(std::size_t Indent);
+std::string Line_Continuation(std::size_t Indent);
 
 }  // namespace rigsync
 

@@ -209,7 +209,7 @@ std::string Shell_Word(const std::string& Text) {
   return '"' + Text + '"';
 }
 
-std::string Command_Goes_On(std::size_t /*Indent*/) {
+std::string Line_Continuation(std::size_t /*Indent*/) {
   return " ";
 }
 

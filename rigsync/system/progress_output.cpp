@@ -19,7 +19,7 @@ constexpr double Plain_Interval_Seconds = 10.0;
 
 }  // namespace
 
-std::string Time_Text(double Seconds) {
+std::string Duration_Text(double Seconds) {
   constexpr double Few = 7.5, Minutes_From = 90.0, Minute = 60.0, Step = 5.0;
   if (!(Seconds >= Few)) return "a few seconds";
   if (Seconds < Minutes_From)
@@ -37,7 +37,7 @@ Progress_Output::Progress_Output(Progress_Kind Wanted) : Kind(Wanted), Began(Clo
 }
 
 Progress_Output::~Progress_Output() {
-  if (Kind == Progress_Kind::Line) Say(Line_Off);
+  if (Kind == Progress_Kind::Line) Say(Clear_Line);
   if (Output >= 0) Close(Output);
 }
 

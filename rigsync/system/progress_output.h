@@ -10,7 +10,7 @@
 namespace rigsync {
 
 // "a few seconds", "about 25 s", "about 3 min": rounded, since it is an estimate.
-std::string Time_Text(double Seconds);
+std::string Duration_Text(double Seconds);
 
 enum class Progress_Kind { None, Plain, Line };
 
@@ -18,7 +18,7 @@ enum class Progress_Kind { None, Plain, Line };
 Progress_Kind Kind_Of_Progress(bool Quiet);
 
 // Takes the line off a terminal.
-constexpr const char* Line_Off = "\r\x1b[K";
+constexpr const char* Clear_Line = "\r\x1b[K";
 
 // Where progress is told: what standard error is when one of these is made. It never waits for a
 // reader.

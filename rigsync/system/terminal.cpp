@@ -34,7 +34,7 @@ bool Is_Set(const char* Variable) {
 
 }  // namespace
 
-bool Colour_On(std::FILE* Stream) {
+bool Uses_Colour(std::FILE* Stream) {
   return Is_Terminal(Stream) && !Is_Set("NO_COLOR") && Terminal_Takes_Colours(Stream);
 }
 

@@ -14,7 +14,7 @@ namespace rigsync {
 
 // True for a terminal that understands colours, unless the environment has NO_COLOR set to anything
 // but the empty text.
-bool Colour_On(std::FILE* Stream);
+bool Uses_Colour(std::FILE* Stream);
 
 enum class Style { Good, Warning, Bad, Strong, Faint };
 

@@ -75,7 +75,7 @@ TEST(Terminal, ATerminalHasColoursUnlessTheEnvironmentForbidsThem) {
                                     << (One.No_Color ? One.No_Color : "no NO_COLOR"));
     const Environment Term("TERM", One.Term);
     const Environment No_Color("NO_COLOR", One.No_Color);
-    EXPECT_EQ(rigsync::Colour_On(Terminal.Stream), One.On);
+    EXPECT_EQ(rigsync::Uses_Colour(Terminal.Stream), One.On);
   }
 }
 
@@ -85,7 +85,7 @@ TEST(Terminal, AFileHasNoColours) {
   std::FILE* const File = std::tmpfile();
   ASSERT_NE(File, nullptr);
   EXPECT_FALSE(rigsync::Is_Terminal(File));
-  EXPECT_FALSE(rigsync::Colour_On(File));
+  EXPECT_FALSE(rigsync::Uses_Colour(File));
   std::fclose(File);
 }
 
