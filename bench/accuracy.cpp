@@ -90,7 +90,7 @@ struct Boards {
 };
 
 Boards Solve_Boards(const simulate::Plan& Plan, const fs::path& Folder) {
-  const simulate::Options& Options = Plan.Given;
+  const simulate::Options& Options = Plan.Settings;
   const rigsync::Board_Size Board = {Options.Board_Cols, Options.Board_Rows};
   const cv::Size Image_Size(Options.Width, Options.Height);
   std::vector<cv::Point3f> Corners_Chart;
@@ -166,10 +166,10 @@ Solved Solve_By_Library(const simulate::Plan& Plan, const fs::path& Folder) {
   // there.
   const Muted_Output Mute;
   Result.Code =
-      Calibration((Folder / "capture.csv").string(), Plan.Given.Board_Cols, Plan.Given.Board_Rows,
-                  Plan.Given.Square_Size, {Euler.x(), Euler.y(), Euler.z()},
-                  {Offset.x(), Offset.y(), Offset.z()}, Image_Size, Norm_Fxy, Norm_Cxy, Distortion,
-                  Flat, (Folder / "nowhere").string());
+      Calibration((Folder / "capture.csv").string(), Plan.Settings.Board_Cols,
+                  Plan.Settings.Board_Rows, Plan.Settings.Square_Size,
+                  {Euler.x(), Euler.y(), Euler.z()}, {Offset.x(), Offset.y(), Offset.z()},
+                  Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Flat, (Folder / "nowhere").string());
   if (Flat.size() != 16) return Result;
   Eigen::Matrix4d Pose;
   for (int r = 0; r < 4; ++r) {
@@ -212,11 +212,11 @@ std::map<std::string, Solved> Solve_By_Peers(const simulate::Plan& Plan, const B
   return All;
 }
 
-void Print(const Point& At, unsigned Seed, const std::string& Solver, const Solved& Result,
+void Print(const Point& Sweep_Point, unsigned Seed, const std::string& Solver, const Solved& Result,
            const Eigen::Matrix4d& Truth) {
   if (!Result.Transform_Cam_Tc) {
-    std::printf("%s,%g,%u,%s,,,%d\n", At.Sweep.c_str(), At.Value, Seed, Solver.c_str(),
-                Result.Code);
+    std::printf("%s,%g,%u,%s,,,%d\n", Sweep_Point.Sweep.c_str(), Sweep_Point.Value, Seed,
+                Solver.c_str(), Result.Code);
     return;
   }
   const Eigen::Matrix4d Difference = Truth.inverse() * *Result.Transform_Cam_Tc;
@@ -225,8 +225,8 @@ void Print(const Point& At, unsigned Seed, const std::string& Solver, const Solv
   const double Degrees =
       Eigen::AngleAxisd(Eigen::Matrix3d(Difference.topLeftCorner<3, 3>())).angle() *
       rigsync::Degrees_Per_Radian;
-  std::printf("%s,%g,%u,%s,%.6f,%.6f,%d\n", At.Sweep.c_str(), At.Value, Seed, Solver.c_str(),
-              Millimetres, Degrees, Result.Code);
+  std::printf("%s,%g,%u,%s,%.6f,%.6f,%d\n", Sweep_Point.Sweep.c_str(), Sweep_Point.Value, Seed,
+              Solver.c_str(), Millimetres, Degrees, Result.Code);
 }
 
 // Photographs don't depend on what trackers and host add, so that one set serves most points.
@@ -234,13 +234,13 @@ class Photographs {
  public:
   explicit Photographs(fs::path Parent) : Folder(std::move(Parent)) {}
 
-  const Boards& Of(const simulate::Plan& Plan) {
-    const auto Key = std::make_pair(Plan.Given.Seed, Plan.Given.Image_Count);
-    if (Drawn != Key) {
+  const Boards& Draw(const simulate::Plan& Plan) {
+    const auto Key = std::make_pair(Plan.Settings.Seed, Plan.Settings.Image_Count);
+    if (Drawn_Key != Key) {
       fs::remove_all(Folder);
       simulate::Write_Capture(Plan, Folder);
       Found = Solve_Boards(Plan, Folder);
-      Drawn = Key;
+      Drawn_Key = Key;
     }
     simulate::Write_Tables(Plan, Folder);
     return Found;
@@ -248,24 +248,25 @@ class Photographs {
 
  private:
   const fs::path Folder;
-  std::pair<unsigned, int> Drawn{0, 0};
+  std::pair<unsigned, int> Drawn_Key{0, 0};
   Boards Found;
 };
 
 void Measure(unsigned Seeds) {
   const fs::path Folder =
       fs::temp_directory_path() / ("rigsync_accuracy_" + std::to_string(getpid()));
-  Photographs Drawn(Folder);
+  Photographs Store(Folder);
   std::printf("sweep,value,seed,solver,millimetres,degrees,code\n");
   for (unsigned Seed = 1; Seed <= Seeds; ++Seed) {
-    for (const Point& At : Points()) {
+    for (const Point& Sweep_Point : Points()) {
       simulate::Options Options = Usual_Options(Seed);
-      At.Set(Options);
+      Sweep_Point.Set(Options);
       const simulate::Plan Plan = simulate::Make_Plan(Options);
-      const Boards& Found = Drawn.Of(Plan);
-      Print(At, Seed, "rigsync_core", Solve_By_Library(Plan, Folder), Plan.Transform_Cam_Tc);
+      const Boards& Found = Store.Draw(Plan);
+      Print(Sweep_Point, Seed, "rigsync_core", Solve_By_Library(Plan, Folder),
+            Plan.Transform_Cam_Tc);
       for (const auto& [Name, Result] : Solve_By_Peers(Plan, Found)) {
-        Print(At, Seed, Name, Result, Plan.Transform_Cam_Tc);
+        Print(Sweep_Point, Seed, Name, Result, Plan.Transform_Cam_Tc);
       }
       std::fflush(stdout);
     }

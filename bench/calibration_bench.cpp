@@ -45,22 +45,22 @@ struct Capture {
   Bare_Job Bare;
 };
 
-void Calibrate(const Capture& Given) {
+void Calibrate(const Capture& Job) {
   const Muted_Output Mute;
-  const simulate::Plan& Plan = Given.Plan;
+  const simulate::Plan& Plan = Job.Plan;
   const auto As_Vector = [](const Eigen::Vector3d& Three) {
     return std::vector<double>{Three.x(), Three.y(), Three.z()};
   };
   std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc;
   const int Code = Calibration(
-      (Given.Folder / "capture.csv").string(), Plan.Given.Board_Cols, Plan.Given.Board_Rows,
-      Plan.Given.Square_Size, As_Vector(Plan.Chart_Euler_Deg), As_Vector(Plan.Chart_Translation),
-      Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc, Given.Output.string());
+      (Job.Folder / "capture.csv").string(), Plan.Settings.Board_Cols, Plan.Settings.Board_Rows,
+      Plan.Settings.Square_Size, As_Vector(Plan.Chart_Euler_Deg), As_Vector(Plan.Chart_Translation),
+      Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc, Job.Output.string());
   if (Code != 0) throw std::runtime_error("Calibration returned " + std::to_string(Code));
 }
 
 Capture Make_Capture(const cv::Size& Size, int Image_Count, const std::filesystem::path& Root) {
-  Capture Made;
+  Capture Result;
   simulate::Options Options;
   Options.Width = Size.width;
   Options.Height = Size.height;
@@ -68,20 +68,20 @@ Capture Make_Capture(const cv::Size& Size, int Image_Count, const std::filesyste
   Options.Position_Noise_Mm = 0.3;
   Options.Rotation_Noise_Deg = 0.03;
   Options.Paths = simulate::Path_Form::Backslash;
-  Made.Plan = simulate::Make_Plan(Options);
-  Made.Folder = Root / (std::to_string(Size.width) + "x" + std::to_string(Size.height));
-  Made.Output = Made.Folder / "calibration";
-  simulate::Write_Capture(Made.Plan, Made.Folder);
-  std::filesystem::create_directory(Made.Output);
-  Made.Bare.Output = Made.Folder / "bare";
-  std::filesystem::create_directory(Made.Bare.Output);
-  Made.Bare.Board = cv::Size(Options.Board_Cols, Options.Board_Rows);
-  Made.Bare.Square_Size = Options.Square_Size;
-  Made.Bare.Paths = Image_Paths(Made.Folder / "capture.csv");
-  Calibrate(Made);  // once for which images it annotates, and to warm the file cache
-  Made.Bare.Annotated = Annotated_Paths(Made.Output, Made.Bare.Paths);
-  if (Made.Bare.Annotated.empty()) throw std::runtime_error("no annotated image found");
-  return Made;
+  Result.Plan = simulate::Make_Plan(Options);
+  Result.Folder = Root / (std::to_string(Size.width) + "x" + std::to_string(Size.height));
+  Result.Output = Result.Folder / "calibration";
+  simulate::Write_Capture(Result.Plan, Result.Folder);
+  std::filesystem::create_directory(Result.Output);
+  Result.Bare.Output = Result.Folder / "bare";
+  std::filesystem::create_directory(Result.Bare.Output);
+  Result.Bare.Board = cv::Size(Options.Board_Cols, Options.Board_Rows);
+  Result.Bare.Square_Size = Options.Square_Size;
+  Result.Bare.Paths = Image_Paths(Result.Folder / "capture.csv");
+  Calibrate(Result);  // once for which images it annotates, and to warm the file cache
+  Result.Bare.Annotated = Annotated_Paths(Result.Output, Result.Bare.Paths);
+  if (Result.Bare.Annotated.empty()) throw std::runtime_error("no annotated image found");
+  return Result;
 }
 
 template <typename Function>
@@ -93,12 +93,12 @@ double Seconds_Of(const Function& Call) {
 
 // One iteration is a bare round and a Calibration, back to back, so that both see the same machine.
 // The fastest of each go into the counters.
-void Compare(benchmark::State& State, const Capture& Given, double& Worst_Ratio) {
+void Compare(benchmark::State& State, const Capture& Job, double& Worst_Ratio) {
   double Fastest = std::numeric_limits<double>::infinity();
   double Fastest_Bare = std::numeric_limits<double>::infinity();
   while (State.KeepRunning()) {
-    const double Bare = Seconds_Of([&] { Call_Bare(Given.Bare); });
-    const double Whole = Seconds_Of([&] { Calibrate(Given); });
+    const double Bare = Seconds_Of([&] { Call_Bare(Job.Bare); });
+    const double Whole = Seconds_Of([&] { Calibrate(Job); });
     Fastest_Bare = std::min(Fastest_Bare, Bare);
     Fastest = std::min(Fastest, Whole);
     State.SetIterationTime(Whole);
@@ -106,15 +106,15 @@ void Compare(benchmark::State& State, const Capture& Given, double& Worst_Ratio)
   State.counters["calibration_s"] = Fastest;
   State.counters["bare_s"] = Fastest_Bare;
   State.counters["ratio"] = Fastest / Fastest_Bare;
-  State.counters["annotated"] = static_cast<double>(Given.Bare.Annotated.size());
+  State.counters["annotated"] = static_cast<double>(Job.Bare.Annotated.size());
   Worst_Ratio = std::max(Worst_Ratio, Fastest / Fastest_Bare);
 }
 
-// The whole number of at least 1 that Text begins with; Rest is what stands behind it.
+// The whole number of at least 1 that Text begins with; Rest is the text after it.
 int Read_Count(const std::string& Text, std::string& Rest) {
   char* End = nullptr;
   const long Value = std::strtol(Text.c_str(), &End, 10);
-  if (Value < 1 || Value > 100000) throw std::invalid_argument("'" + Text + "' is no count");
+  if (Value < 1 || Value > 100000) throw std::invalid_argument("'" + Text + "' isn't a count");
   Rest = End;
   return static_cast<int>(Value);
 }
@@ -122,40 +122,40 @@ int Read_Count(const std::string& Text, std::string& Rest) {
 cv::Size Read_Size(const std::string& Text) {
   std::string Rest;
   const int Width = Read_Count(Text, Rest);
-  if (Rest.empty() || Rest[0] != 'x') throw std::invalid_argument("'" + Text + "' is no size");
+  if (Rest.empty() || Rest[0] != 'x') throw std::invalid_argument("'" + Text + "' isn't a size");
   const int Height = Read_Count(std::string(Rest, 1), Rest);
-  if (!Rest.empty()) throw std::invalid_argument("'" + Text + "' is no size");
+  if (!Rest.empty()) throw std::invalid_argument("'" + Text + "' isn't a size");
   return {Width, Height};
 }
 
 // The command line without Google Benchmark's own flags.
 Task Read_Task(const std::vector<std::string>& Words) {
-  Task Asked;
-  if (Words.empty()) return Asked;
+  Task Result;
+  if (Words.empty()) return Result;
   if (Words.size() < 3) throw std::invalid_argument("expected images, repetitions and sizes");
   std::string Rest;
-  Asked.Image_Count = Read_Count(Words[0], Rest);
-  Asked.Repetitions = Read_Count(Words[1], Rest);
-  Asked.Sizes.clear();
-  for (std::size_t i = 2; i < Words.size(); ++i) Asked.Sizes.push_back(Read_Size(Words[i]));
-  return Asked;
+  Result.Image_Count = Read_Count(Words[0], Rest);
+  Result.Repetitions = Read_Count(Words[1], Rest);
+  Result.Sizes.clear();
+  for (std::size_t i = 2; i < Words.size(); ++i) Result.Sizes.push_back(Read_Size(Words[i]));
+  return Result;
 }
 
 // The largest ratio of all sizes.
-double Measure(const Task& Asked) {
+double Measure(const Task& Settings) {
   const std::filesystem::path Root =
       std::filesystem::temp_directory_path() / ("rigsync_bench_" + std::to_string(getpid()));
   double Worst_Ratio = 0.0;
   std::vector<Capture> Captures;
-  Captures.reserve(Asked.Sizes.size());
-  for (const cv::Size& Size : Asked.Sizes) {
-    Captures.push_back(Make_Capture(Size, Asked.Image_Count, Root));
-    const Capture& Given = Captures.back();
+  Captures.reserve(Settings.Sizes.size());
+  for (const cv::Size& Size : Settings.Sizes) {
+    Captures.push_back(Make_Capture(Size, Settings.Image_Count, Root));
+    const Capture& Job = Captures.back();
     benchmark::RegisterBenchmark(
         ("Calibration/" + std::to_string(Size.width) + "x" + std::to_string(Size.height)).c_str(),
-        [&Given, &Worst_Ratio](benchmark::State& State) { Compare(State, Given, Worst_Ratio); })
+        [&Job, &Worst_Ratio](benchmark::State& State) { Compare(State, Job, Worst_Ratio); })
         ->UseManualTime()
-        ->Iterations(Asked.Repetitions)
+        ->Iterations(Settings.Repetitions)
         ->Unit(benchmark::kMillisecond);
   }
   benchmark::RunSpecifiedBenchmarks();

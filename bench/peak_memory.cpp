@@ -26,9 +26,9 @@ constexpr int Width = 1920, Height = 1080;
 // Peak resident memory of one calibration, MiB.
 double Peak_Of_Calibration(const std::filesystem::path& Csv, const simulate::Plan& Plan,
                            const std::filesystem::path& Output) {
-  const simulate::Options& Given = Plan.Given;
+  const simulate::Options& Settings = Plan.Settings;
   const Calibration_Run Run =
-      Run_In_Child({Csv, Given.Board_Cols, Given.Board_Rows, Given.Square_Size,
+      Run_In_Child({Csv, Settings.Board_Cols, Settings.Board_Rows, Settings.Square_Size,
                     Plan.Chart_Euler_Deg, Plan.Chart_Translation, Output});
   if (Run.Code != 0) throw std::runtime_error("the calibration didn't return 0");
   return Run.Peak_MiB;

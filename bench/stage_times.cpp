@@ -39,14 +39,14 @@ constexpr const char* Compiler = "gcc " __VERSION__;
 #endif
 
 // A stage lasts from the first line that begins so, behind the stage before it, to the next stage.
-struct Stage {
+struct Logged_Stage {
   const char* Name;
   const char* First_Line;
 };
 
 // In the order of a run. A stage that ends before the driver logs anything ends with the first line
 // behind it.
-constexpr Stage Stages[] = {
+constexpr Logged_Stage Stages[] = {
     {"begin", "Version : "},
     {"csv", "Start to read the csv file."},
     {"search", "Start to Detect Corner."},
@@ -66,14 +66,14 @@ class Stage_Clock {
   void Take_Line(const std::string& Line) {
     const auto Now = Clock::now();
     const std::string Message = Line.substr(Line.find('\t') + 1);
-    if (Begun < Stage_Count && Message.rfind(Stages[Begun].First_Line, 0) == 0) {
-      Starts[Begun++] = Now;
+    if (Stages_Begun < Stage_Count && Message.rfind(Stages[Stages_Begun].First_Line, 0) == 0) {
+      Starts[Stages_Begun++] = Now;
     }
-    if (Begun > 0) ++Lines[Begun - 1];
+    if (Stages_Begun > 0) ++Lines[Stages_Begun - 1];
     End = Now;
   }
 
-  bool Is_Whole() const { return Begun == Stage_Count; }
+  bool Is_Whole() const { return Stages_Begun == Stage_Count; }
 
   // Stages that share a name come one after the other and are printed as one.
   void Print() const {
@@ -97,7 +97,7 @@ class Stage_Clock {
     return std::chrono::duration<double>(To - From).count();
   }
 
-  std::size_t Begun = 0;
+  std::size_t Stages_Begun = 0;
   Clock::time_point Starts[Stage_Count], End;
   std::size_t Lines[Stage_Count] = {};
 };
@@ -106,7 +106,7 @@ class Stage_Clock {
 // standard output as it would have without.
 class Stamped_Output : public std::streambuf {
  public:
-  explicit Stamped_Output(Stage_Clock& Taker) : Timer(Taker) {}
+  explicit Stamped_Output(Stage_Clock& Shared_Timer) : Timer(Shared_Timer) {}
 
  protected:
   std::streamsize xsputn(const char* Characters, std::streamsize Count) override {

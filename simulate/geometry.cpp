@@ -36,11 +36,11 @@ Eigen::Matrix3d Rotation_Z(double Angle) {
   return Rotation;
 }
 
-Eigen::Matrix3d Rotation_Of(const Eigen::Vector3d& Turn) {
-  const double Angle = Turn.norm();
+Eigen::Matrix3d Rotation_From_Vector(const Eigen::Vector3d& Rotation_Vector) {
+  const double Angle = Rotation_Vector.norm();
   if (!(Angle > 0.0)) return Eigen::Matrix3d::Identity();
   // Rodrigues: I + sin(a) K + (1 - cos(a)) K^2 with K the cross product by the unit axis.
-  const Eigen::Vector3d Axis = Turn / Angle;
+  const Eigen::Vector3d Axis = Rotation_Vector / Angle;
   Eigen::Matrix3d Cross;
   Cross << 0, -Axis.z(), Axis.y(),  //
       Axis.z(), 0, -Axis.x(),       //
@@ -63,21 +63,21 @@ Eigen::Matrix4d Pose_From_Euler(const Eigen::Vector3d& Euler_Deg, const Eigen::V
 }
 
 Eigen::Matrix4d Rigid_Inverse(const Eigen::Matrix4d& Pose) {
-  const Eigen::Matrix3d Back = Pose.topLeftCorner<3, 3>().transpose();
-  return Pose_From(Back, -(Back * Pose.topRightCorner<3, 1>()));
+  const Eigen::Matrix3d Inverse_Rotation = Pose.topLeftCorner<3, 3>().transpose();
+  return Pose_From(Inverse_Rotation, -(Inverse_Rotation * Pose.topRightCorner<3, 1>()));
 }
 
-Eigen::Vector2d Project(const Lens& Through, const Eigen::Vector3d& Point_Cam) {
+Eigen::Vector2d Project(const Lens& Model, const Eigen::Vector3d& Point_Cam) {
   const double X = Point_Cam.x() / Point_Cam.z(), Y = Point_Cam.y() / Point_Cam.z();
   const double Square = X * X + Y * Y;
-  const double Gain = 1.0 + Square * (Through.K1 + Square * Through.K2);
-  return {Through.Fx * X * Gain + Through.Cx, Through.Fy * Y * Gain + Through.Cy};
+  const double Gain = 1.0 + Square * (Model.K1 + Square * Model.K2);
+  return {Model.Fx * X * Gain + Model.Cx, Model.Fy * Y * Gain + Model.Cy};
 }
 
-double Fold_Radius(const Lens& Through) {
+double Fold_Radius(const Lens& Model) {
   // The drawn radius r + K1 r^3 + K2 r^5 grows while 1 + 3 K1 s + 5 K2 s^2 > 0, s = r^2. The fold
   // is the smaller positive root, in the form that keeps its digits when K2 is near 0.
-  const double Half_B = 1.5 * Through.K1, A = 5.0 * Through.K2;
+  const double Half_B = 1.5 * Model.K1, A = 5.0 * Model.K2;
   const double Discriminant = Half_B * Half_B - A;
   if (Discriminant < 0.0) return std::numeric_limits<double>::infinity();
   const double Denominator = -Half_B + std::sqrt(Discriminant);
@@ -85,11 +85,9 @@ double Fold_Radius(const Lens& Through) {
   return std::sqrt(1.0 / Denominator);
 }
 
-double Undistorted_Radius(const Lens& Through, double Distorted, double Fold, double Start) {
-  const auto Drawn = [&](double R) {
-    return R * (1.0 + R * R * (Through.K1 + R * R * Through.K2));
-  };
-  if (std::isfinite(Fold) && !(Distorted < Drawn(Fold))) {
+double Undistorted_Radius(const Lens& Model, double Distorted, double Fold, double Start) {
+  const auto Distort = [&](double R) { return R * (1.0 + R * R * (Model.K1 + R * R * Model.K2)); };
+  if (std::isfinite(Fold) && !(Distorted < Distort(Fold))) {
     return std::numeric_limits<double>::quiet_NaN();
   }
   // Newton's steps inside a bracket that every step narrows; a step that leaves it is replaced by
@@ -97,16 +95,16 @@ double Undistorted_Radius(const Lens& Through, double Distorted, double Fold, do
   double Low = 0.0, High = Fold;
   double Radius = Start < Fold ? Start : 0.5 * Fold;
   for (int Step = 0; Step < 100; ++Step) {
-    const double Miss = Drawn(Radius) - Distorted;
-    (Miss > 0.0 ? High : Low) = Radius;
+    const double Residual = Distort(Radius) - Distorted;
+    (Residual > 0.0 ? High : Low) = Radius;
     const double Square = Radius * Radius;
-    double Next = Radius - Miss / (1.0 + Square * (3.0 * Through.K1 + Square * 5.0 * Through.K2));
+    double Next = Radius - Residual / (1.0 + Square * (3.0 * Model.K1 + Square * 5.0 * Model.K2));
     if (!(Next >= Low && Next <= High)) {
       Next = std::isfinite(High) ? 0.5 * (Low + High) : 2.0 * Radius + 1.0;
     }
-    const double Moved = std::abs(Next - Radius);
+    const double Change = std::abs(Next - Radius);
     Radius = Next;
-    if (Moved <= 1e-13) break;
+    if (Change <= 1e-13) break;
   }
   return Radius;
 }

@@ -23,7 +23,7 @@ Eigen::Matrix3d Rotation_Y(double Angle);
 Eigen::Matrix3d Rotation_Z(double Angle);
 
 // The rotation whose axis is Turn's direction and whose angle is its length.
-Eigen::Matrix3d Rotation_Of(const Eigen::Vector3d& Turn);
+Eigen::Matrix3d Rotation_From_Vector(const Eigen::Vector3d& Rotation_Vector);
 
 // A pose with rotation Rx * Ry * Rz, angles in degrees, and a translation in metres.
 Eigen::Matrix4d Pose_From_Euler(const Eigen::Vector3d& Euler_Deg, const Eigen::Vector3d& Offset);
@@ -34,15 +34,15 @@ Eigen::Matrix4d Pose_From(const Eigen::Matrix3d& Rotation, const Eigen::Vector3d
 Eigen::Matrix4d Rigid_Inverse(const Eigen::Matrix4d& Pose);
 
 // Where the lens draws a point in front of the camera, pixels.
-Eigen::Vector2d Project(const Lens& Through, const Eigen::Vector3d& Point_Cam);
+Eigen::Vector2d Project(const Lens& Model, const Eigen::Vector3d& Point_Cam);
 
 // The distance from the optical axis, in units of the focal length before distortion, up to which
 // farther points are drawn farther out. Infinite for a lens that never folds back.
-double Fold_Radius(const Lens& Through);
+double Fold_Radius(const Lens& Model);
 
 // The undistorted radius that the lens draws at radius Distorted, or NaN beyond the fold. Start is
 // a guess; any value at or above 0 will do.
-double Undistorted_Radius(const Lens& Through, double Distorted, double Fold, double Start);
+double Undistorted_Radius(const Lens& Model, double Distorted, double Fold, double Start);
 
 }  // namespace simulate
 

@@ -90,21 +90,21 @@ void Check_Options(const Options& Given) {
   }
 }
 
-Lens Lens_In_Pixels(const Options& Given) {
+Lens Lens_In_Pixels(const Options& Settings) {
   Lens Pixels;
-  Pixels.Fx = Given.Norm_Fx * Given.Width;
-  Pixels.Fy = Given.Norm_Fy > 0.0 ? Given.Norm_Fy * Given.Height : Pixels.Fx;
-  Pixels.Cx = Given.Norm_Cx * Given.Width;
-  Pixels.Cy = Given.Norm_Cy * Given.Height;
-  Pixels.K1 = Given.K1;
-  Pixels.K2 = Given.K2;
+  Pixels.Fx = Settings.Norm_Fx * Settings.Width;
+  Pixels.Fy = Settings.Norm_Fy > 0.0 ? Settings.Norm_Fy * Settings.Height : Pixels.Fx;
+  Pixels.Cx = Settings.Norm_Cx * Settings.Width;
+  Pixels.Cy = Settings.Norm_Cy * Settings.Height;
+  Pixels.K1 = Settings.K1;
+  Pixels.K2 = Settings.K2;
   return Pixels;
 }
 
 // ---- Where the board is ----------------------------------------------------------------------
 
 // What a recipe asks of one image.
-struct Wish {
+struct Pose_Recipe {
   double Tilt_Deg = 0;            // between the board's normal and the view direction
   double Tilt_Direction_Deg = 0;  // of the tilt's axis: 0 along the camera's x, 90 along its y
   double Roll_Deg = 0;            // of the board in its own plane, before the tilt
@@ -113,9 +113,11 @@ struct Wish {
 };
 
 // Points all around the edge of the board's white margin, which is one square wide.
-std::vector<Eigen::Vector3d> Board_Outline(const Options& Given) {
-  const double Left = -2.0 * Given.Square_Size, Right = (Given.Board_Cols + 1) * Given.Square_Size;
-  const double Top = -2.0 * Given.Square_Size, Bottom = (Given.Board_Rows + 1) * Given.Square_Size;
+std::vector<Eigen::Vector3d> Board_Outline(const Options& Settings) {
+  const double Left = -2.0 * Settings.Square_Size,
+               Right = (Settings.Board_Cols + 1) * Settings.Square_Size;
+  const double Top = -2.0 * Settings.Square_Size,
+               Bottom = (Settings.Board_Rows + 1) * Settings.Square_Size;
   // A straight edge is drawn as a curve, which eight points a side follow closely enough.
   constexpr int Steps = 8;
   std::vector<Eigen::Vector3d> Outline;
@@ -135,49 +137,49 @@ Eigen::Vector3d Transformed(const Eigen::Matrix4d& Pose, const Eigen::Vector3d& 
 }
 
 // Pixels that stay free on all sides of the frame.
-double Frame_Margin(const Options& Given) {
-  return 1.0 + 0.01 * std::min(Given.Width, Given.Height);
+double Frame_Margin(const Options& Settings) {
+  return 1.0 + 0.01 * std::min(Settings.Width, Settings.Height);
 }
 
 // Pushes the board to the wished place and distance. The projection isn't linear, so this walks:
 // draw the outline, scale the distance and shift the board by what its bounding box is off.
 // False when the walk leaves what the lens can draw.
 bool Place_Board(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
-                 const Eigen::Matrix3d& Rotation_Cam_Chart, const Wish& Wanted,
+                 const Eigen::Matrix3d& Rotation_Cam_Chart, const Pose_Recipe& Recipe,
                  Eigen::Matrix4d& Transform_Cam_Chart) {
-  const Options& Given = Capture.Given;
-  const Lens& Through = Capture.True_Lens;
-  const double Fold = Fold_Radius(Through);
-  const Eigen::Vector2d Focal(Through.Fx, Through.Fy);
-  const double Margin = Frame_Margin(Given);
+  const Options& Settings = Capture.Settings;
+  const Lens& Model = Capture.True_Lens;
+  const double Fold = Fold_Radius(Model);
+  const Eigen::Vector2d Focal(Model.Fx, Model.Fy);
+  const double Margin = Frame_Margin(Settings);
   const Eigen::Vector2d Corner(Margin, Margin);
-  const Eigen::Vector2d Room(Given.Width - 1 - 2 * Margin, Given.Height - 1 - 2 * Margin);
-  const Eigen::Vector3d Middle_Chart((Given.Board_Cols - 1) * Given.Square_Size / 2,
-                                     (Given.Board_Rows - 1) * Given.Square_Size / 2, 0);
-  const double Board_Width = (Given.Board_Cols + 3) * Given.Square_Size;
+  const Eigen::Vector2d Room(Settings.Width - 1 - 2 * Margin, Settings.Height - 1 - 2 * Margin);
+  const Eigen::Vector3d Centre_Chart((Settings.Board_Cols - 1) * Settings.Square_Size / 2,
+                                     (Settings.Board_Rows - 1) * Settings.Square_Size / 2, 0);
+  const double Board_Width = (Settings.Board_Cols + 3) * Settings.Square_Size;
 
-  Eigen::Vector3d Middle_Cam(0, 0, 2.0 * Board_Width * std::max(Given.Norm_Fx, 0.5));
+  Eigen::Vector3d Centre_Cam(0, 0, 2.0 * Board_Width * std::max(Settings.Norm_Fx, 0.5));
   constexpr int Most_Steps = 60;
   for (int Step = 0; Step < Most_Steps; ++Step) {
     Transform_Cam_Chart =
-        Pose_From(Rotation_Cam_Chart, Middle_Cam - Rotation_Cam_Chart * Middle_Chart);
+        Pose_From(Rotation_Cam_Chart, Centre_Cam - Rotation_Cam_Chart * Centre_Chart);
     Eigen::Vector2d Low(1e300, 1e300), High(-1e300, -1e300);
     for (const Eigen::Vector3d& Edge_Chart : Outline) {
       const Eigen::Vector3d Edge_Cam = Transformed(Transform_Cam_Chart, Edge_Chart);
-      if (!(Edge_Cam.z() > 0.1 * Middle_Cam.z())) return false;
+      if (!(Edge_Cam.z() > 0.1 * Centre_Cam.z())) return false;
       if (!(Edge_Cam.head<2>().norm() < 0.98 * Fold * Edge_Cam.z())) return false;
-      const Eigen::Vector2d Drawn = Project(Through, Edge_Cam);
-      Low = Low.cwiseMin(Drawn);
-      High = High.cwiseMax(Drawn);
+      const Eigen::Vector2d Pixel = Project(Model, Edge_Cam);
+      Low = Low.cwiseMin(Pixel);
+      High = High.cwiseMax(Pixel);
     }
     const Eigen::Vector2d Span = High - Low;
     const Eigen::Vector2d Goal =
-        Corner + Span / 2 + (0.5 * (Wanted.Place.array() + 1.0) * (Room - Span).array()).matrix();
-    const Eigen::Vector2d Off = Goal - (Low + High) / 2;
-    const double Stretch = Span.cwiseQuotient(Room).maxCoeff() / Wanted.Fill;
-    if (std::abs(Stretch - 1.0) < 1e-3 && Off.norm() < 0.05 * Margin) return true;
-    Middle_Cam.head<2>() += Off.cwiseQuotient(Focal) * Middle_Cam.z();
-    Middle_Cam *= std::clamp(Stretch, 0.5, 2.0);
+        Corner + Span / 2 + (0.5 * (Recipe.Place.array() + 1.0) * (Room - Span).array()).matrix();
+    const Eigen::Vector2d Correction = Goal - (Low + High) / 2;
+    const double Stretch = Span.cwiseQuotient(Room).maxCoeff() / Recipe.Fill;
+    if (std::abs(Stretch - 1.0) < 1e-3 && Correction.norm() < 0.05 * Margin) return true;
+    Centre_Cam.head<2>() += Correction.cwiseQuotient(Focal) * Centre_Cam.z();
+    Centre_Cam *= std::clamp(Stretch, 0.5, 2.0);
   }
   return false;
 }
@@ -188,15 +190,15 @@ bool Place_Board(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outlin
 // found, which begins at the top.
 enum class First_Corner { Unique, Upper_Row, Topmost };
 
-First_Corner First_Corner_Of(const Options& Given) {
-  const bool Even_Cols = Given.Board_Cols % 2 == 0, Even_Rows = Given.Board_Rows % 2 == 0;
+First_Corner First_Corner_Of(const Options& Settings) {
+  const bool Even_Cols = Settings.Board_Cols % 2 == 0, Even_Rows = Settings.Board_Rows % 2 == 0;
   if (Even_Cols != Even_Rows) return First_Corner::Unique;
-  if (Even_Cols && Given.Board_Cols != Given.Board_Rows) return First_Corner::Upper_Row;
+  if (Even_Cols && Settings.Board_Cols != Settings.Board_Rows) return First_Corner::Upper_Row;
   return First_Corner::Topmost;
 }
 
 // Squeezes a roll into the angles at which the board's first corner is the one that is taken.
-double Told_Apart(First_Corner First, double Roll_Deg) {
+double Limit_Roll(First_Corner First, double Roll_Deg) {
   switch (First) {
     case First_Corner::Upper_Row:
       return 70.0 * std::sin(Radians(Roll_Deg));
@@ -209,13 +211,13 @@ double Told_Apart(First_Corner First, double Roll_Deg) {
 }
 
 // Whether the first corner is the one that is taken, by at least a square.
-bool Is_Told_Apart(const Options& Given, const std::vector<Eigen::Vector2d>& Corners,
-                   double Smallest_Square) {
-  const auto Cols = static_cast<size_t>(Given.Board_Cols);
+bool Starts_At_First_Corner(const Options& Settings, const std::vector<Eigen::Vector2d>& Corners,
+                            double Smallest_Square) {
+  const auto Cols = static_cast<size_t>(Settings.Board_Cols);
   const double Highest = Corners.front().y() + Smallest_Square;
   const Eigen::Vector2d& Row_End = Corners[Cols - 1];
   const Eigen::Vector2d& Column_End = Corners[Corners.size() - Cols];
-  switch (First_Corner_Of(Given)) {
+  switch (First_Corner_Of(Settings)) {
     case First_Corner::Upper_Row:
       return Highest <= Column_End.y();
     case First_Corner::Topmost:
@@ -228,130 +230,132 @@ bool Is_Told_Apart(const Options& Given, const std::vector<Eigen::Vector2d>& Cor
 
 // Whether an operator would keep this image: the board in the frame with its margin, not seen too
 // flatly, its squares large enough to be told apart.
-bool Is_Usable(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
-               const Eigen::Matrix4d& Transform_Cam_Chart, double Smallest_Square) {
-  const Options& Given = Capture.Given;
-  const double Margin = 0.9 * Frame_Margin(Given);
+bool Is_Worth_Keeping(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
+                      const Eigen::Matrix4d& Transform_Cam_Chart, double Smallest_Square) {
+  const Options& Settings = Capture.Settings;
+  const double Margin = 0.9 * Frame_Margin(Settings);
   // Beyond 60 degrees between a line of sight and the board's normal, squares shrink to half.
   const double Flattest_Cosine = std::cos(Radians(60.0));
   const Eigen::Vector3d Normal_Cam = Transform_Cam_Chart.block<3, 1>(0, 2);
   for (const Eigen::Vector3d& Edge_Chart : Outline) {
     const Eigen::Vector3d Edge_Cam = Transformed(Transform_Cam_Chart, Edge_Chart);
     if (!(Normal_Cam.dot(Edge_Cam.normalized()) > Flattest_Cosine)) return false;
-    const Eigen::Vector2d Drawn = Project(Capture.True_Lens, Edge_Cam);
-    if (!(Drawn.minCoeff() >= Margin && Drawn.x() <= Given.Width - 1 - Margin &&
-          Drawn.y() <= Given.Height - 1 - Margin)) {
+    const Eigen::Vector2d Pixel = Project(Capture.True_Lens, Edge_Cam);
+    if (!(Pixel.minCoeff() >= Margin && Pixel.x() <= Settings.Width - 1 - Margin &&
+          Pixel.y() <= Settings.Height - 1 - Margin)) {
       return false;
     }
   }
   Image_Truth Image;
   Image.Transform_Cam_Chart = Transform_Cam_Chart;
   const std::vector<Eigen::Vector2d> Corners = Project_Board(Capture, Image);
-  const auto Cols = static_cast<size_t>(Given.Board_Cols);
+  const auto Cols = static_cast<size_t>(Settings.Board_Cols);
   for (size_t i = 0; i < Corners.size(); ++i) {
     const bool Ends_Row = (i + 1) % Cols == 0, Ends_Column = i + Cols >= Corners.size();
     if (!Ends_Row && !((Corners[i + 1] - Corners[i]).norm() >= Smallest_Square)) return false;
     if (!Ends_Column && !((Corners[i + Cols] - Corners[i]).norm() >= Smallest_Square)) return false;
   }
-  return Is_Told_Apart(Given, Corners, Smallest_Square);
+  return Starts_At_First_Corner(Settings, Corners, Smallest_Square);
 }
 
 // The good operator's images come in sixes: two steep, two in corners of the frame, one near, one
 // anywhere. Number is the image's place among them, before the order is shuffled.
-Wish Draw_Good_Wish(Random& Draw, int Number, int Count) {
+Pose_Recipe Draw_Good_Recipe(Random& Generator, int Number, int Count) {
   const int Six = Number / 6, In_Six = Number % 6;
-  Wish Wanted;
+  Pose_Recipe Recipe;
   // Rolls go once around over the whole capture, in a stride that shares no factor with it.
   const double Slot = std::fmod(Number * 0.61803398874989485, 1.0);
-  Wanted.Roll_Deg = 360.0 * Slot + Draw.Between(-0.5, 0.5) * 360.0 / std::max(Count, 1);
-  Wanted.Tilt_Direction_Deg = Draw.Between(0.0, 360.0);
+  Recipe.Roll_Deg = 360.0 * Slot + Generator.Between(-0.5, 0.5) * 360.0 / std::max(Count, 1);
+  Recipe.Tilt_Direction_Deg = Generator.Between(0.0, 360.0);
   switch (In_Six) {
     case 0:
     case 1: {
       // Steep, about x and y in turn and to both sides.
-      const int Turn = 2 * Six + In_Six;
-      Wanted.Tilt_Direction_Deg = 90.0 * (Turn % 4) + Draw.Between(-10.0, 10.0);
-      Wanted.Tilt_Deg = Draw.Between(39.0, 45.0);
-      Wanted.Place = {Draw.Between(-0.5, 0.5), Draw.Between(-0.5, 0.5)};
-      Wanted.Fill = Draw.Between(0.75, 0.97);
+      const int Steep_Number = 2 * Six + In_Six;
+      Recipe.Tilt_Direction_Deg = 90.0 * (Steep_Number % 4) + Generator.Between(-10.0, 10.0);
+      Recipe.Tilt_Deg = Generator.Between(39.0, 45.0);
+      Recipe.Place = {Generator.Between(-0.5, 0.5), Generator.Between(-0.5, 0.5)};
+      Recipe.Fill = Generator.Between(0.75, 0.97);
       break;
     }
     case 2:
     case 3: {
       // In the corners in turn, rolled so that a corner of the board points there.
-      const int Turn = 2 * Six + In_Six - 2;
-      const int Round = Turn / 4;
-      Wanted.Tilt_Deg = Draw.Between(5.0, 25.0);
-      Wanted.Roll_Deg = 90.0 * (Turn + Round) + Draw.Between(-15.0, 15.0);
-      Wanted.Place = {Turn % 2 == 0 ? -1.0 : 1.0, Turn / 2 % 2 == 0 ? -1.0 : 1.0};
-      Wanted.Fill = Draw.Between(0.5, 0.65);
+      const int Corner_Number = 2 * Six + In_Six - 2;
+      const int Round = Corner_Number / 4;
+      Recipe.Tilt_Deg = Generator.Between(5.0, 25.0);
+      Recipe.Roll_Deg = 90.0 * (Corner_Number + Round) + Generator.Between(-15.0, 15.0);
+      Recipe.Place = {Corner_Number % 2 == 0 ? -1.0 : 1.0, Corner_Number / 2 % 2 == 0 ? -1.0 : 1.0};
+      Recipe.Fill = Generator.Between(0.5, 0.65);
       break;
     }
     case 4:
-      Wanted.Tilt_Deg = Draw.Between(0.0, 25.0);
-      Wanted.Place = {Draw.Between(-1.0, 1.0), Draw.Between(-1.0, 1.0)};
-      Wanted.Fill = Draw.Between(0.9, 0.98);
+      Recipe.Tilt_Deg = Generator.Between(0.0, 25.0);
+      Recipe.Place = {Generator.Between(-1.0, 1.0), Generator.Between(-1.0, 1.0)};
+      Recipe.Fill = Generator.Between(0.9, 0.98);
       break;
     default:
-      Wanted.Tilt_Deg = Draw.Between(10.0, 40.0);
-      Wanted.Place = {Draw.Between(-1.0, 1.0), Draw.Between(-1.0, 1.0)};
-      Wanted.Fill = Draw.Between(0.55, 0.8);
+      Recipe.Tilt_Deg = Generator.Between(10.0, 40.0);
+      Recipe.Place = {Generator.Between(-1.0, 1.0), Generator.Between(-1.0, 1.0)};
+      Recipe.Fill = Generator.Between(0.55, 0.8);
       break;
   }
-  return Wanted;
+  return Recipe;
 }
 
-Wish Draw_Wish(Random& Draw, Spread Manner, int Number, int Count) {
-  Wish Wanted = Draw_Good_Wish(Draw, Number, Count);
-  switch (Manner) {
+Pose_Recipe Draw_Recipe(Random& Generator, Spread Pose_Spread, int Number, int Count) {
+  Pose_Recipe Recipe = Draw_Good_Recipe(Generator, Number, Count);
+  switch (Pose_Spread) {
     case Spread::Good:
       break;
     case Spread::Frontal:
-      Wanted.Tilt_Deg = Draw.Between(0.0, 4.0);
+      Recipe.Tilt_Deg = Generator.Between(0.0, 4.0);
       break;
     case Spread::Centred:
-      Wanted.Place = {Draw.Between(-0.05, 0.05), Draw.Between(-0.05, 0.05)};
-      Wanted.Fill = Draw.Between(0.5, 0.7);
+      Recipe.Place = {Generator.Between(-0.05, 0.05), Generator.Between(-0.05, 0.05)};
+      Recipe.Fill = Generator.Between(0.5, 0.7);
       break;
     case Spread::One_Axis:
-      Wanted.Tilt_Direction_Deg = Number % 2 == 0 ? 90.0 : 270.0;
-      Wanted.Roll_Deg = 0.0;
+      Recipe.Tilt_Direction_Deg = Number % 2 == 0 ? 90.0 : 270.0;
+      Recipe.Roll_Deg = 0.0;
       break;
     case Spread::Same_Pose:
-      Wanted.Tilt_Deg = 15.0 + Draw.Between(-0.3, 0.3);
-      Wanted.Tilt_Direction_Deg = 40.0;
-      Wanted.Roll_Deg = Draw.Between(-0.3, 0.3);
-      Wanted.Place = {Draw.Between(-0.02, 0.02), Draw.Between(-0.02, 0.02)};
-      Wanted.Fill = 0.75 + Draw.Between(-0.003, 0.003);
+      Recipe.Tilt_Deg = 15.0 + Generator.Between(-0.3, 0.3);
+      Recipe.Tilt_Direction_Deg = 40.0;
+      Recipe.Roll_Deg = Generator.Between(-0.3, 0.3);
+      Recipe.Place = {Generator.Between(-0.02, 0.02), Generator.Between(-0.02, 0.02)};
+      Recipe.Fill = 0.75 + Generator.Between(-0.003, 0.003);
       break;
   }
-  return Wanted;
+  return Recipe;
 }
 
 // Draws until an image is usable. What is asked for grows milder with every try, so that a lens or
 // a frame that leaves little room gets the best that it can have.
 Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
-                                Random& Draw, int Number) {
-  const Options& Given = Capture.Given;
+                                Random& Generator, int Number) {
+  const Options& Settings = Capture.Settings;
   // Squares below about 12 pixels in an image reduced to 720 across aren't found reliably.
-  const double Wanted_Square = std::max(Given.Width / 60.0, 13.0);
+  const double Square_Goal = std::max(Settings.Width / 60.0, 13.0);
   constexpr int Most_Tries = 60;
   for (int Try = 0; Try < Most_Tries; ++Try) {
-    Wish Wanted = Draw_Wish(Draw, Given.Pose_Spread, Number, Given.Image_Count);
-    const double Milder = 1.0 - static_cast<double>(Try) / Most_Tries;
-    const double Mildly = Try < 10 ? 1.0 : Milder;
-    Wanted.Tilt_Deg *= Mildly;
-    Wanted.Place *= Mildly;
-    Wanted.Fill = Try < 5 ? Wanted.Fill : std::max(Wanted.Fill, 0.95 * (1.0 - Milder * Milder));
-    Wanted.Roll_Deg = Told_Apart(First_Corner_Of(Given), Wanted.Roll_Deg);
-    const double Direction = Radians(Wanted.Tilt_Direction_Deg);
-    const Eigen::Vector3d Tilt(Radians(Wanted.Tilt_Deg) * std::cos(Direction),
-                               Radians(Wanted.Tilt_Deg) * std::sin(Direction), 0.0);
+    Pose_Recipe Recipe = Draw_Recipe(Generator, Settings.Pose_Spread, Number, Settings.Image_Count);
+    const double Remaining = 1.0 - static_cast<double>(Try) / Most_Tries;
+    const double Strength = Try < 10 ? 1.0 : Remaining;
+    Recipe.Tilt_Deg *= Strength;
+    Recipe.Place *= Strength;
+    Recipe.Fill =
+        Try < 5 ? Recipe.Fill : std::max(Recipe.Fill, 0.95 * (1.0 - Remaining * Remaining));
+    Recipe.Roll_Deg = Limit_Roll(First_Corner_Of(Settings), Recipe.Roll_Deg);
+    const double Direction = Radians(Recipe.Tilt_Direction_Deg);
+    const Eigen::Vector3d Tilt(Radians(Recipe.Tilt_Deg) * std::cos(Direction),
+                               Radians(Recipe.Tilt_Deg) * std::sin(Direction), 0.0);
     const Eigen::Matrix3d Rotation_Cam_Chart =
-        Rotation_Of(Tilt) * Rotation_Z(Radians(Wanted.Roll_Deg));
+        Rotation_From_Vector(Tilt) * Rotation_Z(Radians(Recipe.Roll_Deg));
     Eigen::Matrix4d Transform_Cam_Chart;
-    if (Place_Board(Capture, Outline, Rotation_Cam_Chart, Wanted, Transform_Cam_Chart) &&
-        Is_Usable(Capture, Outline, Transform_Cam_Chart, Wanted_Square * Mildly * Mildly)) {
+    if (Place_Board(Capture, Outline, Rotation_Cam_Chart, Recipe, Transform_Cam_Chart) &&
+        Is_Worth_Keeping(Capture, Outline, Transform_Cam_Chart,
+                         Square_Goal * Strength * Strength)) {
       return Transform_Cam_Chart;
     }
   }
@@ -363,21 +367,23 @@ Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Ve
 
 // Base is drawn with x to the right, y ahead and z up, and the camera upright in it before it is
 // turned: its x stays, its y points down, its z ahead.
-Eigen::Matrix4d Draw_Camera_Pose(Random& Draw, Spread Manner) {
+Eigen::Matrix4d Draw_Camera_Pose(Random& Generator, Spread Pose_Spread) {
   Eigen::Matrix3d Upright;
   Upright << 1, 0, 0,  //
       0, 0, 1,         //
       0, -1, 0;
-  const double Yaw = Radians(Draw.Between(-40.0, 40.0));
-  const double Pitch = Radians(Draw.Between(-25.0, 25.0));
-  const double Roll = Radians(Draw.Between(-20.0, 20.0));
-  const double X = Draw.Between(-1.2, 1.2), Y = Draw.Between(-0.8, 0.8);
-  const double Z = Draw.Between(0.9, 1.9);
+  const double Yaw = Radians(Generator.Between(-40.0, 40.0));
+  const double Pitch = Radians(Generator.Between(-25.0, 25.0));
+  const double Roll = Radians(Generator.Between(-20.0, 20.0));
+  const double X = Generator.Between(-1.2, 1.2), Y = Generator.Between(-0.8, 0.8);
+  const double Z = Generator.Between(0.9, 1.9);
   // The operator who repeats one pose hardly moves the camera either.
-  const double Moves = Manner == Spread::Same_Pose ? 0.005 : 1.0;
-  const Eigen::Matrix3d Rotation_Base_Cam =
-      Rotation_Z(Moves * Yaw) * Rotation_X(Moves * Pitch) * Rotation_Y(Moves * Roll) * Upright;
-  return Pose_From(Rotation_Base_Cam, {Moves * X, Moves * Y, 1.4 + Moves * (Z - 1.4)});
+  const double Motion_Scale = Pose_Spread == Spread::Same_Pose ? 0.005 : 1.0;
+  const Eigen::Matrix3d Rotation_Base_Cam = Rotation_Z(Motion_Scale * Yaw) *
+                                            Rotation_X(Motion_Scale * Pitch) *
+                                            Rotation_Y(Motion_Scale * Roll) * Upright;
+  return Pose_From(Rotation_Base_Cam,
+                   {Motion_Scale * X, Motion_Scale * Y, 1.4 + Motion_Scale * (Z - 1.4)});
 }
 
 // ---- What the trackers say -------------------------------------------------------------------
@@ -390,66 +396,68 @@ Eigen::Quaterniond Reported_Rotation(const Eigen::Matrix3d& Rotation_Body_Base) 
 }
 
 // Turns a body by a rotation vector in its own axes, radians, and moves it in Base, metres.
-Sample Moved(const Sample& From, const Eigen::Vector3d& Shift, const Eigen::Vector3d& Turn) {
+Sample Moved(const Sample& From, const Eigen::Vector3d& Shift,
+             const Eigen::Vector3d& Rotation_Vector) {
   Sample To;
   To.Position = From.Position + Shift;
   // The quaternion turns Base directions into body directions, so a turn in body axes comes last.
   const Eigen::Matrix3d Rotation_Body_Base =
-      Rotation_Of(Turn) * From.Rotation.normalized().toRotationMatrix();
+      Rotation_From_Vector(Rotation_Vector) * From.Rotation.normalized().toRotationMatrix();
   To.Rotation = Reported_Rotation(Rotation_Body_Base);
   return To;
 }
 
-Sample With_Noise(const Options& Given, const Sample& From, Random& Draw) {
-  const Eigen::Vector3d Shift = Given.Position_Noise_Mm * 1e-3 * Draw.Gaussian_Vector();
-  const Eigen::Vector3d Turn = Radians(Given.Rotation_Noise_Deg) * Draw.Gaussian_Vector();
-  return Moved(From, Shift, Turn);
+Sample With_Noise(const Options& Settings, const Sample& From, Random& Generator) {
+  const Eigen::Vector3d Shift = Settings.Position_Noise_Mm * 1e-3 * Generator.Gaussian_Vector();
+  const Eigen::Vector3d Rotation_Vector =
+      Radians(Settings.Rotation_Noise_Deg) * Generator.Gaussian_Vector();
+  return Moved(From, Shift, Rotation_Vector);
 }
 
 // Deals the bad kinds to rows, each row getting one at most. Row 0 has no row before it that a
 // stale sample could repeat, so stale rows are dealt first, from the others.
-std::vector<Row_Kind> Deal_Kinds(const Options& Given) {
-  Random Draw(Given.Seed, Bad_Rows);
-  std::vector<Row_Kind> Kinds(static_cast<size_t>(Given.Image_Count), Row_Kind::Good);
+std::vector<Row_Kind> Deal_Kinds(const Options& Settings) {
+  Random Generator(Settings.Seed, Bad_Rows);
+  std::vector<Row_Kind> Kinds(static_cast<size_t>(Settings.Image_Count), Row_Kind::Good);
   std::vector<int> Rows;
-  for (int i = 1; i < Given.Image_Count; ++i) Rows.push_back(i);
+  for (int i = 1; i < Settings.Image_Count; ++i) Rows.push_back(i);
   const auto Deal = [&](Row_Kind Kind, int Count) {
     for (int k = 0; k < Count; ++k) {
-      const auto Taken = Rows.begin() + Draw.Index(static_cast<int>(Rows.size()));
-      Kinds[static_cast<size_t>(*Taken)] = Kind;
-      Rows.erase(Taken);
+      const auto Row = Rows.begin() + Generator.Index(static_cast<int>(Rows.size()));
+      Kinds[static_cast<size_t>(*Row)] = Kind;
+      Rows.erase(Row);
     }
   };
-  Deal(Row_Kind::Stale, Given.Stale_Count);
-  if (Given.Image_Count > 0) Rows.push_back(0);
-  Deal(Row_Kind::Jumped, Given.Jump_Count);
-  Deal(Row_Kind::Missing_Image, Given.Missing_Count);
-  Deal(Row_Kind::Blank_Image, Given.Blank_Count);
-  Deal(Row_Kind::Truncated_Image, Given.Truncated_Count);
+  Deal(Row_Kind::Stale, Settings.Stale_Count);
+  if (Settings.Image_Count > 0) Rows.push_back(0);
+  Deal(Row_Kind::Jumped, Settings.Jump_Count);
+  Deal(Row_Kind::Missing_Image, Settings.Missing_Count);
+  Deal(Row_Kind::Blank_Image, Settings.Blank_Count);
+  Deal(Row_Kind::Truncated_Image, Settings.Truncated_Count);
   return Kinds;
 }
 
 // Where the camera's tracker has come since the row before, when its sample is to be stale by as
 // much as was asked for.
-Eigen::Matrix4d Moved_On(const Options& Given, const Eigen::Matrix4d& Transform_Base_Tc,
-                         Random& Draw) {
-  const Eigen::Vector3d Shift = Given.Stale_Mm * 1e-3 * Draw.Direction();
-  const Eigen::Vector3d Turn = Radians(Given.Stale_Deg) * Draw.Direction();
+Eigen::Matrix4d Pose_After_Move(const Options& Settings, const Eigen::Matrix4d& Transform_Base_Tc,
+                                Random& Generator) {
+  const Eigen::Vector3d Shift = Settings.Stale_Mm * 1e-3 * Generator.Direction();
+  const Eigen::Vector3d Rotation_Vector = Radians(Settings.Stale_Deg) * Generator.Direction();
   const Eigen::Matrix3d Rotation_Base_Tc =
-      Transform_Base_Tc.topLeftCorner<3, 3>() * Rotation_Of(Turn);
+      Transform_Base_Tc.topLeftCorner<3, 3>() * Rotation_From_Vector(Rotation_Vector);
   return Pose_From(Rotation_Base_Tc, Transform_Base_Tc.topRightCorner<3, 1>() + Shift);
 }
 
 // What the trackers of bad rows reported.
 void Spoil_Samples(Plan& Capture) {
-  const Options& Given = Capture.Given;
-  Random Draw(Given.Seed, Jumps);
+  const Options& Settings = Capture.Settings;
+  Random Generator(Settings.Seed, Jumps);
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
     Image_Truth& Image = Capture.Images[i];
-    const Eigen::Vector3d Shift = Given.Jump_Mm * 1e-3 * Draw.Direction();
-    const Eigen::Vector3d Turn = Radians(Given.Jump_Deg) * Draw.Direction();
+    const Eigen::Vector3d Shift = Settings.Jump_Mm * 1e-3 * Generator.Direction();
+    const Eigen::Vector3d Rotation_Vector = Radians(Settings.Jump_Deg) * Generator.Direction();
     if (Image.Kind == Row_Kind::Stale) Image.Tc = Capture.Images[i - 1].Tc;
-    if (Image.Kind == Row_Kind::Jumped) Image.Tc = Moved(Image.Tc, Shift, Turn);
+    if (Image.Kind == Row_Kind::Jumped) Image.Tc = Moved(Image.Tc, Shift, Rotation_Vector);
   }
 }
 
@@ -490,56 +498,57 @@ Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker) {
   return Reported;
 }
 
-Plan Make_Plan(const Options& Given) {
-  Check_Options(Given);
+Plan Make_Plan(const Options& Settings) {
+  Check_Options(Settings);
   Plan Capture;
-  Capture.Given = Given;
-  Capture.True_Lens = Lens_In_Pixels(Given);
+  Capture.Settings = Settings;
+  Capture.True_Lens = Lens_In_Pixels(Settings);
   Capture.Transform_Cam_Tc =
-      Pose_From_Euler(Given.Camera_Mount_Euler_Deg, Given.Camera_Mount_Offset);
+      Pose_From_Euler(Settings.Camera_Mount_Euler_Deg, Settings.Camera_Mount_Offset);
   const Eigen::Matrix4d Transform_Tr_Chart =
-      Pose_From_Euler(Given.Board_Mount_Euler_Deg, Given.Board_Mount_Offset);
+      Pose_From_Euler(Settings.Board_Mount_Euler_Deg, Settings.Board_Mount_Offset);
   Capture.Transform_Chart_Tr = Rigid_Inverse(Transform_Tr_Chart);
 
   // The host's estimate is off by the full error on every axis, to a side that is drawn.
-  Random Estimate(Given.Seed, Host_Estimate);
+  Random Estimate(Settings.Seed, Host_Estimate);
   for (int Axis = 0; Axis < 3; ++Axis) {
-    const double Turn_Side = Estimate.Unit() < 0.5 ? -1.0 : 1.0;
-    const double Shift_Side = Estimate.Unit() < 0.5 ? -1.0 : 1.0;
+    const double Angle_Sign = Estimate.Unit() < 0.5 ? -1.0 : 1.0;
+    const double Offset_Sign = Estimate.Unit() < 0.5 ? -1.0 : 1.0;
     Capture.Chart_Euler_Deg[Axis] =
-        Given.Board_Mount_Euler_Deg[Axis] + Turn_Side * Given.Estimate_Error_Deg;
+        Settings.Board_Mount_Euler_Deg[Axis] + Angle_Sign * Settings.Estimate_Error_Deg;
     Capture.Chart_Translation[Axis] =
-        Given.Board_Mount_Offset[Axis] + Shift_Side * Given.Estimate_Error_Mm * 1e-3;
+        Settings.Board_Mount_Offset[Axis] + Offset_Sign * Settings.Estimate_Error_Mm * 1e-3;
   }
 
   // The recipes are numbered; a shuffle keeps their order out of the capture.
-  Random Board(Given.Seed, Board_Poses), Camera(Given.Seed, Camera_Poses),
-      Noise(Given.Seed, Tracker_Noise);
-  std::vector<int> Numbers(static_cast<size_t>(Given.Image_Count));
+  Random Board(Settings.Seed, Board_Poses), Camera(Settings.Seed, Camera_Poses),
+      Noise(Settings.Seed, Tracker_Noise);
+  std::vector<int> Numbers(static_cast<size_t>(Settings.Image_Count));
   std::iota(Numbers.begin(), Numbers.end(), 0);
-  for (int i = Given.Image_Count - 1; i > 0; --i) {
+  for (int i = Settings.Image_Count - 1; i > 0; --i) {
     std::swap(Numbers[static_cast<size_t>(i)], Numbers[static_cast<size_t>(Board.Index(i + 1))]);
   }
 
-  const std::vector<Row_Kind> Kinds = Deal_Kinds(Given);
-  Random Stale(Given.Seed, Stale_Moves);
-  const std::vector<Eigen::Vector3d> Outline = Board_Outline(Given);
-  for (int i = 0; i < Given.Image_Count; ++i) {
+  const std::vector<Row_Kind> Kinds = Deal_Kinds(Settings);
+  Random Stale(Settings.Seed, Stale_Moves);
+  const std::vector<Eigen::Vector3d> Outline = Board_Outline(Settings);
+  for (int i = 0; i < Settings.Image_Count; ++i) {
     Image_Truth Image;
     Image.Kind = Kinds[static_cast<size_t>(i)];
-    Image.Name = Image_Name_Of(i + 1, Given.Image_Format);
+    Image.Name = Image_Name_Of(i + 1, Settings.Image_Format);
     Image.Transform_Cam_Chart =
         Draw_Board_Pose(Capture, Outline, Board, Numbers[static_cast<size_t>(i)]);
-    Eigen::Matrix4d Transform_Base_Cam = Draw_Camera_Pose(Camera, Given.Pose_Spread);
+    Eigen::Matrix4d Transform_Base_Cam = Draw_Camera_Pose(Camera, Settings.Pose_Spread);
     if (Image.Kind == Row_Kind::Stale) {
-      Transform_Base_Cam = Moved_On(Given, Capture.Images.back().Transform_Base_Tc, Stale) *
-                           Rigid_Inverse(Capture.Transform_Cam_Tc);
+      Transform_Base_Cam =
+          Pose_After_Move(Settings, Capture.Images.back().Transform_Base_Tc, Stale) *
+          Rigid_Inverse(Capture.Transform_Cam_Tc);
     }
     Image.Transform_Base_Tc = Transform_Base_Cam * Capture.Transform_Cam_Tc;
     Image.Transform_Base_Tr =
         Transform_Base_Cam * Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr;
-    Image.Tc = With_Noise(Given, Make_Sample(Image.Transform_Base_Tc), Noise);
-    Image.Tr = With_Noise(Given, Make_Sample(Image.Transform_Base_Tr), Noise);
+    Image.Tc = With_Noise(Settings, Make_Sample(Image.Transform_Base_Tc), Noise);
+    Image.Tr = With_Noise(Settings, Make_Sample(Image.Transform_Base_Tr), Noise);
     Capture.Images.push_back(Image);
   }
   Spoil_Samples(Capture);
@@ -547,11 +556,11 @@ Plan Make_Plan(const Options& Given) {
 }
 
 std::vector<Eigen::Vector2d> Project_Board(const Plan& Capture, const Image_Truth& Image) {
-  const Options& Given = Capture.Given;
+  const Options& Settings = Capture.Settings;
   std::vector<Eigen::Vector2d> Corners;
-  for (int r = 0; r < Given.Board_Rows; ++r) {
-    for (int c = 0; c < Given.Board_Cols; ++c) {
-      const Eigen::Vector3d Corner_Chart(c * Given.Square_Size, r * Given.Square_Size, 0);
+  for (int r = 0; r < Settings.Board_Rows; ++r) {
+    for (int c = 0; c < Settings.Board_Cols; ++c) {
+      const Eigen::Vector3d Corner_Chart(c * Settings.Square_Size, r * Settings.Square_Size, 0);
       const Eigen::Vector3d Corner_Cam = Transformed(Image.Transform_Cam_Chart, Corner_Chart);
       Corners.push_back(Project(Capture.True_Lens, Corner_Cam));
     }

@@ -46,9 +46,9 @@ class Random {
 
   // A direction, all equally likely.
   Eigen::Vector3d Direction() {
-    Eigen::Vector3d Drawn = Gaussian_Vector();
-    while (!(Drawn.norm() > 1e-6)) Drawn = Gaussian_Vector();
-    return Drawn.normalized();
+    Eigen::Vector3d Vector = Gaussian_Vector();
+    while (!(Vector.norm() > 1e-6)) Vector = Gaussian_Vector();
+    return Vector.normalized();
   }
 
  private:

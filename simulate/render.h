@@ -15,7 +15,7 @@ namespace simulate {
 
 // Where every pixel of a lens looks: x and y of its ray at depth 1, undistorted (CV_32FC2). NaN
 // where the lens shows nothing because its model folds back.
-cv::Mat Make_Pixel_Rays(const Lens& Through, int Width, int Height);
+cv::Mat Make_Pixel_Rays(const Lens& Model, int Width, int Height);
 
 // The photograph of entry Index of Capture.Images, CV_8UC3: a board, or a flat grey picture for a
 // blank image. Rays are those of the plan's lens and size. The same plan gives the same pixels on

@@ -114,7 +114,7 @@ struct Image_Truth {
 
 // Everything that is known about a capture before a pixel is drawn.
 struct Plan {
-  Options Given;
+  Options Settings;
   Lens True_Lens;
   Eigen::Matrix4d Transform_Cam_Tc;
   Eigen::Matrix4d Transform_Chart_Tr;

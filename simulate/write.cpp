@@ -44,8 +44,8 @@ const char* Kind_Name(Row_Kind Kind) {
   return "";
 }
 
-const char* Spread_Name(Spread Manner) {
-  switch (Manner) {
+const char* Spread_Name(Spread Pose_Spread) {
+  switch (Pose_Spread) {
     case Spread::Good:
       return "good";
     case Spread::Frontal:
@@ -78,7 +78,7 @@ const char* Path_Form_Name(Path_Form Form) {
 
 // The image's path as the CSV holds it.
 std::string Path_In_Csv(const Plan& Capture, const Image_Truth& Image, const fs::path& Directory) {
-  switch (Capture.Given.Paths) {
+  switch (Capture.Settings.Paths) {
     case Path_Form::Relative:
       return "images/" + Image.Name;
     case Path_Form::Name_Only:
@@ -118,7 +118,7 @@ void Write_Text(const fs::path& File, const std::string& Text) {
 // ---- Tables ----------------------------------------------------------------------------------
 
 int Csv_Line(const Plan& Capture, size_t Index) {
-  return static_cast<int>(Index) + (Capture.Given.Header ? 2 : 1);
+  return static_cast<int>(Index) + (Capture.Settings.Header ? 2 : 1);
 }
 
 void Put_Sample(std::ostream& Out, const Sample& Reported) {
@@ -134,7 +134,7 @@ std::string Csv_Text(const Plan& Capture, const fs::path& Directory) {
   Out.imbue(std::locale::classic());
   // 17 significant digits bring every double back.
   Out << std::setprecision(std::numeric_limits<double>::max_digits10);
-  if (Capture.Given.Header) {
+  if (Capture.Settings.Header) {
     Out << "Time,Image,Tc_X,Tc_Y,Tc_Z,Tc_Qw,Tc_Qx,Tc_Qy,Tc_Qz,"
            "Tr_X,Tr_Y,Tr_Z,Tr_Qw,Tr_Qx,Tr_Qy,Tr_Qz\n";
   }
@@ -165,50 +165,50 @@ Json Triple(const Eigen::Vector3d& Values) {
   return {Values.x(), Values.y(), Values.z()};
 }
 
-Json Options_As_Json(const Options& Given) {
-  return {{"seed", Given.Seed},
-          {"image_count", Given.Image_Count},
-          {"width", Given.Width},
-          {"height", Given.Height},
-          {"board_cols", Given.Board_Cols},
-          {"board_rows", Given.Board_Rows},
-          {"square_size_m", Given.Square_Size},
-          {"norm_fx", Given.Norm_Fx},
-          {"norm_fy", Given.Norm_Fy},
-          {"norm_cx", Given.Norm_Cx},
-          {"norm_cy", Given.Norm_Cy},
-          {"k1", Given.K1},
-          {"k2", Given.K2},
-          {"camera_mount_euler_deg", Triple(Given.Camera_Mount_Euler_Deg)},
-          {"camera_mount_offset_m", Triple(Given.Camera_Mount_Offset)},
-          {"board_mount_euler_deg", Triple(Given.Board_Mount_Euler_Deg)},
-          {"board_mount_offset_m", Triple(Given.Board_Mount_Offset)},
-          {"position_noise_mm", Given.Position_Noise_Mm},
-          {"rotation_noise_deg", Given.Rotation_Noise_Deg},
-          {"stale_count", Given.Stale_Count},
-          {"stale_mm", Given.Stale_Mm},
-          {"stale_deg", Given.Stale_Deg},
-          {"jump_count", Given.Jump_Count},
-          {"jump_mm", Given.Jump_Mm},
-          {"jump_deg", Given.Jump_Deg},
-          {"missing_count", Given.Missing_Count},
-          {"blank_count", Given.Blank_Count},
-          {"truncated_count", Given.Truncated_Count},
-          {"estimate_error_deg", Given.Estimate_Error_Deg},
-          {"estimate_error_mm", Given.Estimate_Error_Mm},
-          {"pose_spread", Spread_Name(Given.Pose_Spread)},
-          {"blur_pixels", Given.Blur_Pixels},
-          {"sensor_noise", Given.Sensor_Noise},
-          {"lighting_gradient", Given.Lighting_Gradient},
-          {"image_format", Given.Image_Format},
-          {"jpeg_quality", Given.Jpeg_Quality},
-          {"paths", Path_Form_Name(Given.Paths)},
-          {"header", Given.Header}};
+Json Options_As_Json(const Options& Settings) {
+  return {{"seed", Settings.Seed},
+          {"image_count", Settings.Image_Count},
+          {"width", Settings.Width},
+          {"height", Settings.Height},
+          {"board_cols", Settings.Board_Cols},
+          {"board_rows", Settings.Board_Rows},
+          {"square_size_m", Settings.Square_Size},
+          {"norm_fx", Settings.Norm_Fx},
+          {"norm_fy", Settings.Norm_Fy},
+          {"norm_cx", Settings.Norm_Cx},
+          {"norm_cy", Settings.Norm_Cy},
+          {"k1", Settings.K1},
+          {"k2", Settings.K2},
+          {"camera_mount_euler_deg", Triple(Settings.Camera_Mount_Euler_Deg)},
+          {"camera_mount_offset_m", Triple(Settings.Camera_Mount_Offset)},
+          {"board_mount_euler_deg", Triple(Settings.Board_Mount_Euler_Deg)},
+          {"board_mount_offset_m", Triple(Settings.Board_Mount_Offset)},
+          {"position_noise_mm", Settings.Position_Noise_Mm},
+          {"rotation_noise_deg", Settings.Rotation_Noise_Deg},
+          {"stale_count", Settings.Stale_Count},
+          {"stale_mm", Settings.Stale_Mm},
+          {"stale_deg", Settings.Stale_Deg},
+          {"jump_count", Settings.Jump_Count},
+          {"jump_mm", Settings.Jump_Mm},
+          {"jump_deg", Settings.Jump_Deg},
+          {"missing_count", Settings.Missing_Count},
+          {"blank_count", Settings.Blank_Count},
+          {"truncated_count", Settings.Truncated_Count},
+          {"estimate_error_deg", Settings.Estimate_Error_Deg},
+          {"estimate_error_mm", Settings.Estimate_Error_Mm},
+          {"pose_spread", Spread_Name(Settings.Pose_Spread)},
+          {"blur_pixels", Settings.Blur_Pixels},
+          {"sensor_noise", Settings.Sensor_Noise},
+          {"lighting_gradient", Settings.Lighting_Gradient},
+          {"image_format", Settings.Image_Format},
+          {"jpeg_quality", Settings.Jpeg_Quality},
+          {"paths", Path_Form_Name(Settings.Paths)},
+          {"header", Settings.Header}};
 }
 
 Json Truth_As_Json(const Plan& Capture) {
-  const Options& Given = Capture.Given;
-  const Lens& Through = Capture.True_Lens;
+  const Options& Settings = Capture.Settings;
+  const Lens& Model = Capture.True_Lens;
   Json Images = Json::array();
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
     const Image_Truth& Image = Capture.Images[i];
@@ -218,26 +218,27 @@ Json Truth_As_Json(const Plan& Capture) {
                       {"Transform_Cam_Chart", Flat(Image.Transform_Cam_Chart)}});
   }
   return {{"format_version", Format_Version},
-          {"options", Options_As_Json(Given)},
+          {"options", Options_As_Json(Settings)},
           {"lens_pixels",
-           {{"fx", Through.Fx},
-            {"fy", Through.Fy},
-            {"cx", Through.Cx},
-            {"cy", Through.Cy},
-            {"k1", Through.K1},
-            {"k2", Through.K2}}},
+           {{"fx", Model.Fx},
+            {"fy", Model.Fy},
+            {"cx", Model.Cx},
+            {"cy", Model.Cy},
+            {"k1", Model.K1},
+            {"k2", Model.K2}}},
           {"lens_normalised",
-           {{"fx", Through.Fx / Given.Width},
-            {"fy", Through.Fy / Given.Height},
-            {"cx", Through.Cx / Given.Width},
-            {"cy", Through.Cy / Given.Height}}},
+           {{"fx", Model.Fx / Settings.Width},
+            {"fy", Model.Fy / Settings.Height},
+            {"cx", Model.Cx / Settings.Width},
+            {"cy", Model.Cy / Settings.Height}}},
           {"Transform_Cam_Tc", Flat(Capture.Transform_Cam_Tc)},
           {"Transform_Chart_Tr", Flat(Capture.Transform_Chart_Tr)},
           {"host_estimate",
            {{"chart_euler_deg", Triple(Capture.Chart_Euler_Deg)},
             {"chart_translation_m", Triple(Capture.Chart_Translation)}}},
           {"noise",
-           {{"position_mm", Given.Position_Noise_Mm}, {"rotation_deg", Given.Rotation_Noise_Deg}}},
+           {{"position_mm", Settings.Position_Noise_Mm},
+            {"rotation_deg", Settings.Rotation_Noise_Deg}}},
           {"images", Images}};
 }
 
@@ -266,36 +267,36 @@ Row_Kind Kind_In(const std::string& Name) {
 
 Truth Truth_In(const Json& File) {
   if (File.at("format_version") != Format_Version) throw std::runtime_error("another format");
-  Truth Told;
-  const Json& Given = File.at("options");
-  Told.Seed = Given.at("seed");
-  Told.Width = Given.at("width");
-  Told.Height = Given.at("height");
-  Told.Board_Cols = Given.at("board_cols");
-  Told.Board_Rows = Given.at("board_rows");
-  Told.Square_Size = Given.at("square_size_m");
-  const Json& Through = File.at("lens_pixels");
-  Told.True_Lens.Fx = Through.at("fx");
-  Told.True_Lens.Fy = Through.at("fy");
-  Told.True_Lens.Cx = Through.at("cx");
-  Told.True_Lens.Cy = Through.at("cy");
-  Told.True_Lens.K1 = Through.at("k1");
-  Told.True_Lens.K2 = Through.at("k2");
-  Told.Transform_Cam_Tc = Pose_In(File.at("Transform_Cam_Tc"));
-  Told.Transform_Chart_Tr = Pose_In(File.at("Transform_Chart_Tr"));
-  Told.Chart_Euler_Deg = Triple_In(File.at("host_estimate").at("chart_euler_deg"));
-  Told.Chart_Translation = Triple_In(File.at("host_estimate").at("chart_translation_m"));
-  Told.Position_Noise_Mm = File.at("noise").at("position_mm");
-  Told.Rotation_Noise_Deg = File.at("noise").at("rotation_deg");
+  Truth Result;
+  const Json& Settings = File.at("options");
+  Result.Seed = Settings.at("seed");
+  Result.Width = Settings.at("width");
+  Result.Height = Settings.at("height");
+  Result.Board_Cols = Settings.at("board_cols");
+  Result.Board_Rows = Settings.at("board_rows");
+  Result.Square_Size = Settings.at("square_size_m");
+  const Json& Lens_Pixels = File.at("lens_pixels");
+  Result.True_Lens.Fx = Lens_Pixels.at("fx");
+  Result.True_Lens.Fy = Lens_Pixels.at("fy");
+  Result.True_Lens.Cx = Lens_Pixels.at("cx");
+  Result.True_Lens.Cy = Lens_Pixels.at("cy");
+  Result.True_Lens.K1 = Lens_Pixels.at("k1");
+  Result.True_Lens.K2 = Lens_Pixels.at("k2");
+  Result.Transform_Cam_Tc = Pose_In(File.at("Transform_Cam_Tc"));
+  Result.Transform_Chart_Tr = Pose_In(File.at("Transform_Chart_Tr"));
+  Result.Chart_Euler_Deg = Triple_In(File.at("host_estimate").at("chart_euler_deg"));
+  Result.Chart_Translation = Triple_In(File.at("host_estimate").at("chart_translation_m"));
+  Result.Position_Noise_Mm = File.at("noise").at("position_mm");
+  Result.Rotation_Noise_Deg = File.at("noise").at("rotation_deg");
   for (const Json& Image : File.at("images")) {
     Row_Truth Row;
     Row.Name = Image.at("name");
     Row.Kind = Kind_In(Image.at("kind"));
     Row.Csv_Line = Image.at("csv_line");
     Row.Transform_Cam_Chart = Pose_In(Image.at("Transform_Cam_Chart"));
-    Told.Rows.push_back(Row);
+    Result.Rows.push_back(Row);
   }
-  return Told;
+  return Result;
 }
 
 // ---- Photographs -----------------------------------------------------------------------------
@@ -312,10 +313,11 @@ void Write_Photograph(const Plan& Capture, size_t Index, const cv::Mat& Rays,
   Make_Folder(File.parent_path());
   // No PNG level is asked for: OpenCV then takes the fastest one with a single row filter, three
   // times as fast as the same level asked for by number, and noise packs no better otherwise.
-  const std::vector<int> Settings = {cv::IMWRITE_JPEG_QUALITY, Capture.Given.Jpeg_Quality};
+  const std::vector<int> Encoder_Settings = {cv::IMWRITE_JPEG_QUALITY,
+                                             Capture.Settings.Jpeg_Quality};
   std::vector<uchar> Encoded;
-  if (!cv::imencode("." + Capture.Given.Image_Format, Render_Photograph(Capture, Index, Rays),
-                    Encoded, Settings)) {
+  if (!cv::imencode("." + Capture.Settings.Image_Format, Render_Photograph(Capture, Index, Rays),
+                    Encoded, Encoder_Settings)) {
     throw std::runtime_error("simulate: can't encode " + File.string());
   }
   const bool Cut = Image.Kind == Row_Kind::Truncated_Image;
@@ -336,7 +338,7 @@ void Write_Capture(const Plan& Capture, const fs::path& Directory,
                    const Render_Progress& Progress) {
   Write_Tables(Capture, Directory);
   const cv::Mat Rays =
-      Make_Pixel_Rays(Capture.True_Lens, Capture.Given.Width, Capture.Given.Height);
+      Make_Pixel_Rays(Capture.True_Lens, Capture.Settings.Width, Capture.Settings.Height);
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
     Write_Photograph(Capture, i, Rays, Image_File(Capture, Capture.Images[i], Directory));
     if (Progress) Progress(i + 1, Capture.Images.size());

@@ -337,7 +337,7 @@ void Add_File_Flags(Simulator_Flags& Flags) {
 
 // What an operator would know of this stage before the calibration.
 Stage_Settings Settings_Of(const simulate::Plan& Capture) {
-  const simulate::Options& Options = Capture.Given;
+  const simulate::Options& Options = Capture.Settings;
   return {{"board", fmt::format("{}x{}", Options.Board_Cols, Options.Board_Rows)},
           {"square", fmt::format("{}", Options.Square_Size)},
           {"board-euler", Comma_List(List(Capture.Chart_Euler_Deg))},

@@ -15,7 +15,7 @@
 inline std::vector<cv::Point2d> Opencv_Project(const simulate::Plan& Capture,
                                                const simulate::Image_Truth& Image,
                                                const std::vector<cv::Point2d>& Squares) {
-  const double Size = Capture.Given.Square_Size;
+  const double Size = Capture.Settings.Square_Size;
   std::vector<cv::Point3d> Points_Chart;
   for (const cv::Point2d& Point : Squares) {
     Points_Chart.emplace_back(Point.x * Size, Point.y * Size, 0.0);
@@ -27,9 +27,9 @@ inline std::vector<cv::Point2d> Opencv_Project(const simulate::Plan& Capture,
   }
   cv::Mat Rotation_Vector;
   cv::Rodrigues(Rotation, Rotation_Vector);
-  const simulate::Lens& Through = Capture.True_Lens;
-  const cv::Matx33d Camera_Matrix(Through.Fx, 0, Through.Cx, 0, Through.Fy, Through.Cy, 0, 0, 1);
-  const cv::Vec<double, 5> Distortion(Through.K1, Through.K2, 0, 0, 0);
+  const simulate::Lens& Model = Capture.True_Lens;
+  const cv::Matx33d Camera_Matrix(Model.Fx, 0, Model.Cx, 0, Model.Fy, Model.Cy, 0, 0, 1);
+  const cv::Vec<double, 5> Distortion(Model.K1, Model.K2, 0, 0, 0);
   std::vector<cv::Point2d> Drawn;
   cv::projectPoints(Points_Chart, Rotation_Vector, cv::Vec3d(Pose(0, 3), Pose(1, 3), Pose(2, 3)),
                     Camera_Matrix, Distortion, Drawn);

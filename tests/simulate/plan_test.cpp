@@ -34,11 +34,11 @@ constexpr double Degrees = 180.0 / 3.14159265358979323846;
 constexpr double Pose_Tolerance = 1e-13;
 
 Options Small_Capture(unsigned Seed = 1) {
-  Options Given;
-  Given.Seed = Seed;
-  Given.Width = 640;
-  Given.Height = 480;
-  return Given;
+  Options Settings;
+  Settings.Seed = Seed;
+  Settings.Width = 640;
+  Settings.Height = 480;
+  return Settings;
 }
 
 int Count_Of(const Plan& Capture, Row_Kind Kind) {
@@ -96,14 +96,14 @@ Lie Lie_Of(const Image_Truth& Image) {
           std::atan2(T(1, 0) - T(0, 1), T(0, 0) + T(1, 1)) * Degrees};
 }
 
-double Largest(const Plan& Capture, const std::function<double(const Image_Truth&)>& Of) {
+double Largest(const Plan& Capture, const std::function<double(const Image_Truth&)>& Measure) {
   double Value = -std::numeric_limits<double>::infinity();
-  for (const Image_Truth& Image : Capture.Images) Value = std::max(Value, Of(Image));
+  for (const Image_Truth& Image : Capture.Images) Value = std::max(Value, Measure(Image));
   return Value;
 }
 
-double Smallest(const Plan& Capture, const std::function<double(const Image_Truth&)>& Of) {
-  return -Largest(Capture, [&](const Image_Truth& Image) { return -Of(Image); });
+double Smallest(const Plan& Capture, const std::function<double(const Image_Truth&)>& Measure) {
+  return -Largest(Capture, [&](const Image_Truth& Image) { return -Measure(Image); });
 }
 
 // The names of the options that are refused; none when all are met.
@@ -124,14 +124,14 @@ std::vector<std::string> Refused_Names(const Options& Given) {
 // ---- One seed, one capture -------------------------------------------------------------------
 
 TEST(MakePlan, DrawsTheSamePlanFromTheSameSeed) {
-  Options Given = Small_Capture(7);
-  Given.Position_Noise_Mm = 0.5;
-  Given.Rotation_Noise_Deg = 0.1;
-  Given.Stale_Count = 2;
-  Given.Jump_Count = 3;
-  Given.Blank_Count = 2;
-  Given.Estimate_Error_Deg = 1.0;
-  const Plan First = Make_Plan(Given), Second = Make_Plan(Given);
+  Options Settings = Small_Capture(7);
+  Settings.Position_Noise_Mm = 0.5;
+  Settings.Rotation_Noise_Deg = 0.1;
+  Settings.Stale_Count = 2;
+  Settings.Jump_Count = 3;
+  Settings.Blank_Count = 2;
+  Settings.Estimate_Error_Deg = 1.0;
+  const Plan First = Make_Plan(Settings), Second = Make_Plan(Settings);
   ASSERT_EQ(First.Images.size(), 24u);
   ASSERT_EQ(Second.Images.size(), 24u);
   EXPECT_EQ(First.Transform_Cam_Tc, Second.Transform_Cam_Tc);
@@ -158,16 +158,16 @@ TEST(MakePlan, DrawsOtherPosesFromAnotherSeed) {
 
 TEST(MakePlan, KeepsTheTruePosesWhenNoiseAndBadRowsAreAskedFor) {
   const Plan Clean = Make_Plan(Small_Capture(3));
-  Options Given = Small_Capture(3);
-  Given.Position_Noise_Mm = 1.0;
-  Given.Rotation_Noise_Deg = 0.2;
-  Given.Stale_Count = 3;
-  Given.Jump_Count = 3;
-  Given.Missing_Count = 2;
-  Given.Blank_Count = 2;
-  Given.Truncated_Count = 2;
-  Given.Estimate_Error_Mm = 5.0;
-  const Plan Dirty = Make_Plan(Given);
+  Options Settings = Small_Capture(3);
+  Settings.Position_Noise_Mm = 1.0;
+  Settings.Rotation_Noise_Deg = 0.2;
+  Settings.Stale_Count = 3;
+  Settings.Jump_Count = 3;
+  Settings.Missing_Count = 2;
+  Settings.Blank_Count = 2;
+  Settings.Truncated_Count = 2;
+  Settings.Estimate_Error_Mm = 5.0;
+  const Plan Dirty = Make_Plan(Settings);
   for (size_t i = 0; i < Clean.Images.size(); ++i) {
     // In a stale row the camera has come from the row before; what it sees stays.
     EXPECT_EQ(Same_Truth(Clean.Images[i], Dirty.Images[i]), Dirty.Images[i].Kind != Row_Kind::Stale)
@@ -177,17 +177,17 @@ TEST(MakePlan, KeepsTheTruePosesWhenNoiseAndBadRowsAreAskedFor) {
 }
 
 TEST(MakePlan, NamesImagesByTheirNumberAndFormat) {
-  Options Given = Small_Capture();
-  Given.Image_Format = "jpg";
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Image_Format = "jpg";
+  const Plan Capture = Make_Plan(Settings);
   EXPECT_EQ(Capture.Images.front().Name, "0001.jpg");
   EXPECT_EQ(Capture.Images.back().Name, "0024.jpg");
 }
 
 TEST(MakePlan, MakesAnEmptyCaptureOfNoImages) {
-  Options Given = Small_Capture();
-  Given.Image_Count = 0;
-  EXPECT_TRUE(Make_Plan(Given).Images.empty());
+  Options Settings = Small_Capture();
+  Settings.Image_Count = 0;
+  EXPECT_TRUE(Make_Plan(Settings).Images.empty());
 }
 
 // ---- Conventions, worked by hand -------------------------------------------------------------
@@ -231,12 +231,12 @@ TEST(MakeSample, HoldsAThirdOfATurnAboutTheDiagonal) {
 // Rz(90) takes x to y and y to -x; Rx(90) then takes y to z and z to -y. So Rx * Rz takes x to z,
 // y to -x and z to -y. Ry(90) takes x to -z and z to x.
 TEST(MakePlan, BuildsMountsAsRxTimesRyTimesRz) {
-  Options Given = Small_Capture();
-  Given.Camera_Mount_Euler_Deg = {90, 0, 90};
-  Given.Camera_Mount_Offset = {0.1, 0.2, 0.3};
-  Given.Board_Mount_Euler_Deg = {0, 90, 0};
-  Given.Board_Mount_Offset = {0.4, 0.5, 0.6};
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Camera_Mount_Euler_Deg = {90, 0, 90};
+  Settings.Camera_Mount_Offset = {0.1, 0.2, 0.3};
+  Settings.Board_Mount_Euler_Deg = {0, 90, 0};
+  Settings.Board_Mount_Offset = {0.4, 0.5, 0.6};
+  const Plan Capture = Make_Plan(Settings);
   EXPECT_TRUE(Capture.Transform_Cam_Tc.isApprox(
       Pose({0, 0, 1}, {-1, 0, 0}, {0, -1, 0}, {0.1, 0.2, 0.3}), 1e-15));
   // Transform_Tr_Chart takes Chart x to Tr -z and Chart z to Tr x, its origin to the offset. The
@@ -250,10 +250,10 @@ TEST(MakePlan, BuildsMountsAsRxTimesRyTimesRz) {
 // order x goes to y, y and z; y to -x, z and -y; z to z, x and x. The other orders of Rx and Ry
 // take x elsewhere.
 TEST(MakePlan, TurnsAboutXLast) {
-  Options Given = Small_Capture();
-  Given.Camera_Mount_Euler_Deg = {90, 90, 90};
-  Given.Camera_Mount_Offset = {0, 0, 0};
-  EXPECT_TRUE(Make_Plan(Given).Transform_Cam_Tc.isApprox(
+  Options Settings = Small_Capture();
+  Settings.Camera_Mount_Euler_Deg = {90, 90, 90};
+  Settings.Camera_Mount_Offset = {0, 0, 0};
+  EXPECT_TRUE(Make_Plan(Settings).Transform_Cam_Tc.isApprox(
       Pose({0, 0, 1}, {0, -1, 0}, {1, 0, 0}, {0, 0, 0}), 1e-15));
 }
 
@@ -274,10 +274,10 @@ TEST(MakePlan, ClosesTheChainFromCameraToItsTrackerInEveryRow) {
 }
 
 TEST(MakePlan, DrawsRigidPosesAndUnitQuaternions) {
-  Options Given = Small_Capture();
-  Given.Rotation_Noise_Deg = 0.5;
-  Given.Jump_Count = 5;
-  for (const Image_Truth& Image : Make_Plan(Given).Images) {
+  Options Settings = Small_Capture();
+  Settings.Rotation_Noise_Deg = 0.5;
+  Settings.Jump_Count = 5;
+  for (const Image_Truth& Image : Make_Plan(Settings).Images) {
     SCOPED_TRACE(Image.Name);
     for (const Eigen::Matrix4d* Held :
          {&Image.Transform_Cam_Chart, &Image.Transform_Base_Tc, &Image.Transform_Base_Tr}) {
@@ -294,13 +294,13 @@ TEST(MakePlan, DrawsRigidPosesAndUnitQuaternions) {
 
 TEST(ProjectBoard, AgreesWithOpencvsCameraModel) {
   for (const double K1 : {-0.25, -0.09, 0.0, 0.12}) {
-    Options Given = Small_Capture(4);
-    Given.K1 = K1;
-    Given.Norm_Fy = 1.3;  // not square pixels
-    const Plan Capture = Make_Plan(Given);
+    Options Settings = Small_Capture(4);
+    Settings.K1 = K1;
+    Settings.Norm_Fy = 1.3;  // not square pixels
+    const Plan Capture = Make_Plan(Settings);
     std::vector<cv::Point2d> Squares;
-    for (int r = 0; r < Given.Board_Rows; ++r) {
-      for (int c = 0; c < Given.Board_Cols; ++c) Squares.emplace_back(c, r);
+    for (int r = 0; r < Settings.Board_Rows; ++r) {
+      for (int c = 0; c < Settings.Board_Cols; ++c) Squares.emplace_back(c, r);
     }
     for (const Image_Truth& Image : Capture.Images) {
       SCOPED_TRACE(Image.Name);
@@ -318,16 +318,16 @@ TEST(ProjectBoard, AgreesWithOpencvsCameraModel) {
 }
 
 TEST(MakePlan, TurnsTheNormalisedLensIntoPixels) {
-  Options Given = Small_Capture();
-  Given.Norm_Fx = 1.25;
-  Given.Norm_Cx = 0.5;
-  Given.Norm_Cy = 0.25;
-  EXPECT_EQ(Make_Plan(Given).True_Lens.Fx, 800.0);
-  EXPECT_EQ(Make_Plan(Given).True_Lens.Fy, 800.0) << "square pixels";
-  EXPECT_EQ(Make_Plan(Given).True_Lens.Cx, 320.0);
-  EXPECT_EQ(Make_Plan(Given).True_Lens.Cy, 120.0);
-  Given.Norm_Fy = 1.5;
-  EXPECT_EQ(Make_Plan(Given).True_Lens.Fy, 720.0);
+  Options Settings = Small_Capture();
+  Settings.Norm_Fx = 1.25;
+  Settings.Norm_Cx = 0.5;
+  Settings.Norm_Cy = 0.25;
+  EXPECT_EQ(Make_Plan(Settings).True_Lens.Fx, 800.0);
+  EXPECT_EQ(Make_Plan(Settings).True_Lens.Fy, 800.0) << "square pixels";
+  EXPECT_EQ(Make_Plan(Settings).True_Lens.Cx, 320.0);
+  EXPECT_EQ(Make_Plan(Settings).True_Lens.Cy, 120.0);
+  Settings.Norm_Fy = 1.5;
+  EXPECT_EQ(Make_Plan(Settings).True_Lens.Fy, 720.0);
 }
 
 // ---- Spreads ---------------------------------------------------------------------------------
@@ -335,9 +335,9 @@ TEST(MakePlan, TurnsTheNormalisedLensIntoPixels) {
 TEST(MakePlan, SpreadsGoodPosesOverTiltsRollsPlacesAndDistances) {
   for (unsigned Seed = 1; Seed <= 5; ++Seed) {
     SCOPED_TRACE(Seed);
-    Options Given;
-    Given.Seed = Seed;
-    const Plan Capture = Make_Plan(Given);
+    Options Settings;
+    Settings.Seed = Seed;
+    const Plan Capture = Make_Plan(Settings);
 
     const auto About_X = [](const Image_Truth& Image) { return Lie_Of(Image).About_X_Deg; };
     const auto About_Y = [](const Image_Truth& Image) { return Lie_Of(Image).About_Y_Deg; };
@@ -359,9 +359,9 @@ TEST(MakePlan, SpreadsGoodPosesOverTiltsRollsPlacesAndDistances) {
 
     // In each corner of the frame some inner corner comes as near as the board's own two outer
     // squares allow: within a seventh of the frame's diagonal.
-    const double Diagonal = std::hypot(Given.Width, Given.Height);
-    for (const double X : {0.0, Given.Width - 1.0}) {
-      for (const double Y : {0.0, Given.Height - 1.0}) {
+    const double Diagonal = std::hypot(Settings.Width, Settings.Height);
+    for (const double X : {0.0, Settings.Width - 1.0}) {
+      for (const double Y : {0.0, Settings.Height - 1.0}) {
         const double Nearest = Smallest(Capture, [&](const Image_Truth& Image) {
           double Distance = Diagonal;
           for (const Eigen::Vector2d& Corner : simulate::Project_Board(Capture, Image)) {
@@ -405,27 +405,27 @@ TEST(MakePlan, KeepsTheBoardAndItsMarginInsideTheFrame) {
       for (unsigned Seed = 1; Seed <= 3; ++Seed) {
         SCOPED_TRACE(testing::Message() << Size[0] << "x" << Size[1] << " seed " << Seed
                                         << " spread " << static_cast<int>(Manner));
-        Options Given;
-        Given.Seed = Seed;
-        Given.Width = Size[0];
-        Given.Height = Size[1];
-        Given.Pose_Spread = Manner;
-        const Plan Capture = Make_Plan(Given);
+        Options Settings;
+        Settings.Seed = Seed;
+        Settings.Width = Size[0];
+        Settings.Height = Size[1];
+        Settings.Pose_Spread = Manner;
+        const Plan Capture = Make_Plan(Settings);
         // The white margin's edge, one square outside the outer squares, with points dense enough
         // that a bent edge can't pass between them.
         std::vector<cv::Point2d> Edge;
-        const double Right = Given.Board_Cols + 1.0, Bottom = Given.Board_Rows + 1.0;
+        const double Right = Settings.Board_Cols + 1.0, Bottom = Settings.Board_Rows + 1.0;
         for (int k = 0; k <= 60; ++k) {
           const double Across = -2.0 + (Right + 2.0) * k / 60.0;
           const double Down = -2.0 + (Bottom + 2.0) * k / 60.0;
           Edge.insert(Edge.end(), {{Across, -2.0}, {Across, Bottom}, {-2.0, Down}, {Right, Down}});
         }
         for (const Image_Truth& Image : Capture.Images) {
-          for (const cv::Point2d& Drawn : Opencv_Project(Capture, Image, Edge)) {
-            ASSERT_GE(Drawn.x, 0.0) << Image.Name;
-            ASSERT_GE(Drawn.y, 0.0) << Image.Name;
-            ASSERT_LE(Drawn.x, Given.Width - 1.0) << Image.Name;
-            ASSERT_LE(Drawn.y, Given.Height - 1.0) << Image.Name;
+          for (const cv::Point2d& Pixel : Opencv_Project(Capture, Image, Edge)) {
+            ASSERT_GE(Pixel.x, 0.0) << Image.Name;
+            ASSERT_GE(Pixel.y, 0.0) << Image.Name;
+            ASSERT_LE(Pixel.x, Settings.Width - 1.0) << Image.Name;
+            ASSERT_LE(Pixel.y, Settings.Height - 1.0) << Image.Name;
           }
         }
       }
@@ -434,33 +434,33 @@ TEST(MakePlan, KeepsTheBoardAndItsMarginInsideTheFrame) {
 }
 
 TEST(MakePlan, KeepsFrontalPosesNearlySquareToTheCamera) {
-  Options Given = Small_Capture();
-  Given.Pose_Spread = Spread::Frontal;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Pose_Spread = Spread::Frontal;
+  const Plan Capture = Make_Plan(Settings);
   for (const Image_Truth& Image : Capture.Images) {
     EXPECT_LT(std::acos(Image.Transform_Cam_Chart(2, 2)) * Degrees, 4.5) << Image.Name;
   }
 }
 
 TEST(MakePlan, KeepsCentredPosesInTheMiddleOfTheFrame) {
-  Options Given = Small_Capture();
-  Given.Pose_Spread = Spread::Centred;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Pose_Spread = Spread::Centred;
+  const Plan Capture = Make_Plan(Settings);
   for (const Image_Truth& Image : Capture.Images) {
     Eigen::Vector2d Sum(0, 0);
     const std::vector<Eigen::Vector2d> Corners = simulate::Project_Board(Capture, Image);
     for (const Eigen::Vector2d& Corner : Corners) Sum += Corner;
-    const Eigen::Vector2d Middle = Sum / static_cast<double>(Corners.size());
+    const Eigen::Vector2d Centre = Sum / static_cast<double>(Corners.size());
     // Corners crowd towards the far side of a tilted board, which shifts their mean a little.
-    EXPECT_LT(std::abs(Middle.x() - 320.0), 0.1 * Given.Width) << Image.Name;
-    EXPECT_LT(std::abs(Middle.y() - 240.0), 0.1 * Given.Height) << Image.Name;
+    EXPECT_LT(std::abs(Centre.x() - 320.0), 0.1 * Settings.Width) << Image.Name;
+    EXPECT_LT(std::abs(Centre.y() - 240.0), 0.1 * Settings.Height) << Image.Name;
   }
 }
 
 TEST(MakePlan, TiltsOneAxisPosesAboutTheVerticalAlone) {
-  Options Given = Small_Capture();
-  Given.Pose_Spread = Spread::One_Axis;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Pose_Spread = Spread::One_Axis;
+  const Plan Capture = Make_Plan(Settings);
   for (const Image_Truth& Image : Capture.Images) {
     EXPECT_LT(std::abs(Lie_Of(Image).About_X_Deg), 1e-9) << Image.Name;
     EXPECT_LT(std::abs(Lie_Of(Image).Roll_Deg), 1e-9) << Image.Name;
@@ -471,9 +471,9 @@ TEST(MakePlan, TiltsOneAxisPosesAboutTheVerticalAlone) {
 }
 
 TEST(MakePlan, RepeatsNearlyTheSamePoseWhenAsked) {
-  Options Given = Small_Capture();
-  Given.Pose_Spread = Spread::Same_Pose;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Pose_Spread = Spread::Same_Pose;
+  const Plan Capture = Make_Plan(Settings);
   for (const auto Held : {&Image_Truth::Transform_Cam_Chart, &Image_Truth::Transform_Base_Tc,
                           &Image_Truth::Transform_Base_Tr}) {
     for (const Image_Truth& Image : Capture.Images) {
@@ -489,14 +489,14 @@ TEST(MakePlan, RepeatsNearlyTheSamePoseWhenAsked) {
 TEST(MakePlan, DealsAsManyBadRowsOfEachKindAsAskedFor) {
   for (unsigned Seed = 1; Seed <= 20; ++Seed) {
     SCOPED_TRACE(Seed);
-    Options Given = Small_Capture(Seed);
-    Given.Image_Count = 16;
-    Given.Stale_Count = 5;
-    Given.Jump_Count = 4;
-    Given.Missing_Count = 3;
-    Given.Blank_Count = 2;
-    Given.Truncated_Count = 1;
-    const Plan Capture = Make_Plan(Given);
+    Options Settings = Small_Capture(Seed);
+    Settings.Image_Count = 16;
+    Settings.Stale_Count = 5;
+    Settings.Jump_Count = 4;
+    Settings.Missing_Count = 3;
+    Settings.Blank_Count = 2;
+    Settings.Truncated_Count = 1;
+    const Plan Capture = Make_Plan(Settings);
     // A row has one kind, so counts that all come out show that no row was dealt twice.
     EXPECT_EQ(Count_Of(Capture, Row_Kind::Stale), 5);
     EXPECT_EQ(Count_Of(Capture, Row_Kind::Jumped), 4);
@@ -509,23 +509,23 @@ TEST(MakePlan, DealsAsManyBadRowsOfEachKindAsAskedFor) {
 }
 
 TEST(MakePlan, DealsAllRowsWhenAllAreToBeBad) {
-  Options Given = Small_Capture();
-  Given.Image_Count = 12;
-  Given.Stale_Count = 11;
-  Given.Missing_Count = 1;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Image_Count = 12;
+  Settings.Stale_Count = 11;
+  Settings.Missing_Count = 1;
+  const Plan Capture = Make_Plan(Settings);
   EXPECT_EQ(Capture.Images.front().Kind, Row_Kind::Missing_Image);
   EXPECT_EQ(Count_Of(Capture, Row_Kind::Stale), 11);
 }
 
 TEST(MakePlan, RepeatsTheCameraSampleOfTheRowBeforeInAStaleRow) {
-  Options Given = Small_Capture();
-  Given.Position_Noise_Mm = 0.3;
-  Given.Rotation_Noise_Deg = 0.05;
-  const Plan Without = Make_Plan(Given);
-  Given.Stale_Count = 9;
-  Given.Jump_Count = 4;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Position_Noise_Mm = 0.3;
+  Settings.Rotation_Noise_Deg = 0.05;
+  const Plan Without = Make_Plan(Settings);
+  Settings.Stale_Count = 9;
+  Settings.Jump_Count = 4;
+  const Plan Capture = Make_Plan(Settings);
   for (size_t i = 1; i < Capture.Images.size(); ++i) {
     SCOPED_TRACE(i);
     const bool Repeats = Same_Sample(Capture.Images[i].Tc, Capture.Images[i - 1].Tc);
@@ -538,11 +538,11 @@ TEST(MakePlan, RepeatsTheCameraSampleOfTheRowBeforeInAStaleRow) {
 }
 
 TEST(MakePlan, MovesTheCameraOnByWhatWasAskedForBeforeAStaleRow) {
-  Options Given = Small_Capture();
-  Given.Stale_Count = 6;
-  Given.Stale_Mm = 41.0;
-  Given.Stale_Deg = 3.5;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Stale_Count = 6;
+  Settings.Stale_Mm = 41.0;
+  Settings.Stale_Deg = 3.5;
+  const Plan Capture = Make_Plan(Settings);
   for (size_t i = 1; i < Capture.Images.size(); ++i) {
     SCOPED_TRACE(i);
     if (Capture.Images[i].Kind != Row_Kind::Stale) continue;
@@ -554,11 +554,11 @@ TEST(MakePlan, MovesTheCameraOnByWhatWasAskedForBeforeAStaleRow) {
 }
 
 TEST(MakePlan, MovesAndTurnsAJumpedRowByWhatWasAskedFor) {
-  Options Given = Small_Capture();
-  Given.Jump_Count = 10;
-  Given.Jump_Mm = 63.0;
-  Given.Jump_Deg = 7.5;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Jump_Count = 10;
+  Settings.Jump_Mm = 63.0;
+  Settings.Jump_Deg = 7.5;
+  const Plan Capture = Make_Plan(Settings);
   std::set<double> Directions;
   for (const Image_Truth& Image : Capture.Images) {
     SCOPED_TRACE(Image.Name);
@@ -576,12 +576,12 @@ TEST(MakePlan, MovesAndTurnsAJumpedRowByWhatWasAskedFor) {
 // With n draws of a normal deviate the mean lies within 4 sigma / sqrt(n) and the standard
 // deviation within 4 sigma / sqrt(2 n), but for one draw in some ten thousand; the seed is fixed.
 TEST(MakePlan, ScattersSamplesByTheNoiseAskedForOnEveryAxis) {
-  Options Given = Small_Capture();
-  Given.Image_Count = 1000;
-  Given.Pose_Spread = Spread::Frontal;
-  Given.Position_Noise_Mm = 0.7;
-  Given.Rotation_Noise_Deg = 0.25;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Small_Capture();
+  Settings.Image_Count = 1000;
+  Settings.Pose_Spread = Spread::Frontal;
+  Settings.Position_Noise_Mm = 0.7;
+  Settings.Rotation_Noise_Deg = 0.25;
+  const Plan Capture = Make_Plan(Settings);
   const double Count = 1000.0;
   const auto Check = [&](const std::vector<double>& Values, double Deviation) {
     double Sum = 0.0, Squares = 0.0;
@@ -620,13 +620,13 @@ TEST(MakePlan, ScattersSamplesByTheNoiseAskedForOnEveryAxis) {
 TEST(MakePlan, PutsTheHostsEstimateOffByTheErrorOnEveryAxis) {
   std::set<bool> Sides;
   for (unsigned Seed = 1; Seed <= 8; ++Seed) {
-    Options Given = Small_Capture(Seed);
-    Given.Estimate_Error_Deg = 1.5;
-    Given.Estimate_Error_Mm = 4.0;
-    const Plan Capture = Make_Plan(Given);
+    Options Settings = Small_Capture(Seed);
+    Settings.Estimate_Error_Deg = 1.5;
+    Settings.Estimate_Error_Mm = 4.0;
+    const Plan Capture = Make_Plan(Settings);
     for (int Axis = 0; Axis < 3; ++Axis) {
-      const double Turn_Deg = Capture.Chart_Euler_Deg[Axis] - Given.Board_Mount_Euler_Deg[Axis];
-      const double Shift = Capture.Chart_Translation[Axis] - Given.Board_Mount_Offset[Axis];
+      const double Turn_Deg = Capture.Chart_Euler_Deg[Axis] - Settings.Board_Mount_Euler_Deg[Axis];
+      const double Shift = Capture.Chart_Translation[Axis] - Settings.Board_Mount_Offset[Axis];
       EXPECT_NEAR(std::abs(Turn_Deg), 1.5, 1e-13);
       EXPECT_NEAR(std::abs(Shift), 0.004, 1e-16);
       Sides.insert(Turn_Deg > 0.0);

@@ -26,23 +26,23 @@ using simulate::Plan;
 using simulate::Render_Photograph;
 
 Options Capture_Of(int Width, int Height, unsigned Seed = 1) {
-  Options Given;
-  Given.Seed = Seed;
-  Given.Width = Width;
-  Given.Height = Height;
-  return Given;
+  Options Settings;
+  Settings.Seed = Seed;
+  Settings.Width = Width;
+  Settings.Height = Height;
+  return Settings;
 }
 
 // A capture without anything that keeps a pixel from showing the area that it covers.
-Options Bare(Options Given) {
-  Given.Sensor_Noise = 0.0;
-  Given.Blur_Pixels = 0.0;
-  Given.Lighting_Gradient = 0.0;
-  return Given;
+Options Bare(Options Settings) {
+  Settings.Sensor_Noise = 0.0;
+  Settings.Blur_Pixels = 0.0;
+  Settings.Lighting_Gradient = 0.0;
+  return Settings;
 }
 
 cv::Mat Rays_Of(const Plan& Capture) {
-  return Make_Pixel_Rays(Capture.True_Lens, Capture.Given.Width, Capture.Given.Height);
+  return Make_Pixel_Rays(Capture.True_Lens, Capture.Settings.Width, Capture.Settings.Height);
 }
 
 bool Same_Pixels(const cv::Mat& A, const cv::Mat& B) {
@@ -51,8 +51,8 @@ bool Same_Pixels(const cv::Mat& A, const cv::Mat& B) {
 
 std::vector<cv::Point2d> True_Corners(const Plan& Capture, const Image_Truth& Image) {
   std::vector<cv::Point2d> Squares;
-  for (int r = 0; r < Capture.Given.Board_Rows; ++r) {
-    for (int c = 0; c < Capture.Given.Board_Cols; ++c) Squares.emplace_back(c, r);
+  for (int r = 0; r < Capture.Settings.Board_Rows; ++r) {
+    for (int c = 0; c < Capture.Settings.Board_Cols; ++c) Squares.emplace_back(c, r);
   }
   return Opencv_Project(Capture, Image, Squares);
 }
@@ -124,23 +124,23 @@ void Add_Area(const std::vector<cv::Point2d>& Polygon, cv::Mat& Areas) {
 }
 
 // The board as a detector looks for it in large images: in a copy 720 wide, and refined in full.
-bool Find_Corners(const Options& Given, const cv::Mat& Photograph,
+bool Find_Corners(const Options& Settings, const cv::Mat& Photograph,
                   std::vector<cv::Point2f>& Corners) {
-  const float Scale = Given.Width >= 1440 ? static_cast<float>(Given.Width / 720.0) : 1.0f;
+  const float Scale = Settings.Width >= 1440 ? static_cast<float>(Settings.Width / 720.0) : 1.0f;
   const int Window = Scale > 1.0f ? std::min(static_cast<int>(std::lround(Scale * 3.0f)), 15) : 3;
   cv::Mat Grey, Reduced;
   cv::cvtColor(Photograph, Grey, cv::COLOR_BGR2GRAY);
   Reduced = Grey;
   if (Scale > 1.0f) {
-    const cv::Size Small(720,
-                         static_cast<int>(std::lround(static_cast<float>(Given.Height) / Scale)));
+    const cv::Size Small(
+        720, static_cast<int>(std::lround(static_cast<float>(Settings.Height) / Scale)));
     cv::resize(Photograph, Reduced, Small, 0, 0, cv::INTER_LINEAR);
     cv::cvtColor(Reduced, Reduced, cv::COLOR_BGR2GRAY);
   }
   const int Flags =
       cv::CALIB_CB_ADAPTIVE_THRESH | cv::CALIB_CB_NORMALIZE_IMAGE | cv::CALIB_CB_FAST_CHECK;
-  if (!cv::findChessboardCorners(Reduced, cv::Size(Given.Board_Cols, Given.Board_Rows), Corners,
-                                 Flags)) {
+  if (!cv::findChessboardCorners(Reduced, cv::Size(Settings.Board_Cols, Settings.Board_Rows),
+                                 Corners, Flags)) {
     return false;
   }
   for (cv::Point2f& Corner : Corners) Corner *= Scale;
@@ -196,12 +196,12 @@ struct Misses {
 // ---- Same seed, same pixels ------------------------------------------------------------------
 
 TEST(RenderPhotograph, DrawsTheSamePixelsFromTheSameSeedAndOthersFromAnother) {
-  Options Given = Capture_Of(320, 240, 5);
-  Given.Image_Count = 3;
-  Given.Blank_Count = 1;
-  const Plan First = Make_Plan(Given), Second = Make_Plan(Given);
-  Given.Seed = 6;
-  const Plan Other = Make_Plan(Given);
+  Options Settings = Capture_Of(320, 240, 5);
+  Settings.Image_Count = 3;
+  Settings.Blank_Count = 1;
+  const Plan First = Make_Plan(Settings), Second = Make_Plan(Settings);
+  Settings.Seed = 6;
+  const Plan Other = Make_Plan(Settings);
   const cv::Mat Rays = Rays_Of(First);
   for (size_t i = 0; i < 3; ++i) {
     const cv::Mat Photograph = Render_Photograph(First, i, Rays);
@@ -212,12 +212,12 @@ TEST(RenderPhotograph, DrawsTheSamePixelsFromTheSameSeedAndOthersFromAnother) {
 }
 
 TEST(RenderPhotograph, ScattersNoiseByTheSeedAndTheImage) {
-  Options Given = Capture_Of(64, 48, 1);
-  Given.Image_Count = Given.Blank_Count = 2;
-  Given.Lighting_Gradient = 0.0;
-  const Plan First = Make_Plan(Given);
-  Given.Seed = 2;
-  const Plan Other = Make_Plan(Given);
+  Options Settings = Capture_Of(64, 48, 1);
+  Settings.Image_Count = Settings.Blank_Count = 2;
+  Settings.Lighting_Gradient = 0.0;
+  const Plan First = Make_Plan(Settings);
+  Settings.Seed = 2;
+  const Plan Other = Make_Plan(Settings);
   const cv::Mat Rays = Rays_Of(First);
   const cv::Mat Noise = Render_Photograph(First, 0, Rays);
   EXPECT_FALSE(Same_Pixels(Noise, Render_Photograph(First, 1, Rays)));
@@ -231,9 +231,9 @@ TEST(RenderPhotograph, ScattersNoiseByTheSeedAndTheImage) {
 }
 
 TEST(RenderPhotograph, DrawsTheSamePixelsWithAnyNumberOfThreads) {
-  Options Given = Capture_Of(640, 480);
-  Given.Image_Count = 2;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Capture_Of(640, 480);
+  Settings.Image_Count = 2;
+  const Plan Capture = Make_Plan(Settings);
   const int Threads = cv::getNumThreads();
   cv::setNumThreads(2);
   const cv::Mat Shared_Rays = Rays_Of(Capture);
@@ -249,12 +249,12 @@ TEST(RenderPhotograph, DrawsTheSamePixelsWithAnyNumberOfThreads) {
 // ---- Geometry --------------------------------------------------------------------------------
 
 TEST(MakePixelRays, LooksWhereOpencvDrawsFrom) {
-  Options Given = Capture_Of(320, 240);
-  Given.K1 = -0.3;
-  Given.K2 = 0.12;
-  Given.Norm_Fy = 1.5;
-  const simulate::Lens Through = Make_Plan(Given).True_Lens;
-  const cv::Mat Rays = Make_Pixel_Rays(Through, Given.Width, Given.Height);
+  Options Settings = Capture_Of(320, 240);
+  Settings.K1 = -0.3;
+  Settings.K2 = 0.12;
+  Settings.Norm_Fy = 1.5;
+  const simulate::Lens Model = Make_Plan(Settings).True_Lens;
+  const cv::Mat Rays = Make_Pixel_Rays(Model, Settings.Width, Settings.Height);
   std::vector<cv::Point3d> Looks;
   for (int j = 0; j < Rays.rows; ++j) {
     for (int i = 0; i < Rays.cols; ++i) {
@@ -264,8 +264,8 @@ TEST(MakePixelRays, LooksWhereOpencvDrawsFrom) {
   }
   std::vector<cv::Point2d> Drawn;
   cv::projectPoints(Looks, cv::Vec3d(0, 0, 0), cv::Vec3d(0, 0, 0),
-                    cv::Matx33d(Through.Fx, 0, Through.Cx, 0, Through.Fy, Through.Cy, 0, 0, 1),
-                    cv::Vec<double, 5>(Through.K1, Through.K2, 0, 0, 0), Drawn);
+                    cv::Matx33d(Model.Fx, 0, Model.Cx, 0, Model.Fy, Model.Cy, 0, 0, 1),
+                    cv::Vec<double, 5>(Model.K1, Model.K2, 0, 0, 0), Drawn);
   // Rays are floats below 1: half a step is 3e-8, at a focal length of 360 pixels 1.1e-5.
   constexpr double Float_Pixels = 2e-5;
   for (int k = 0; k < static_cast<int>(Drawn.size()); ++k) {
@@ -277,9 +277,9 @@ TEST(MakePixelRays, LooksWhereOpencvDrawsFrom) {
 }
 
 TEST(MakePixelRays, SeesNothingWhereTheLensFoldsBack) {
-  simulate::Lens Through{200.0, 200.0, 160.0, 120.0, -0.8, 0.0};
+  simulate::Lens Model{200.0, 200.0, 160.0, 120.0, -0.8, 0.0};
   // r - 0.8 r^3 is largest at r = sqrt(1 / 2.4) = 0.6455, drawn at 0.4303: 86.07 pixels out.
-  const cv::Mat Rays = Make_Pixel_Rays(Through, 320, 240);
+  const cv::Mat Rays = Make_Pixel_Rays(Model, 320, 240);
   for (int i = 0; i < 320; ++i) {
     EXPECT_EQ(std::isnan(Rays.at<cv::Vec2f>(120, i)[0]), std::abs(i - 160) > 86) << i;
   }
@@ -289,21 +289,22 @@ TEST(MakePixelRays, SeesNothingWhereTheLensFoldsBack) {
 // the projected squares to the pixel. Bent edges are polygons of 24 steps a side, off by less than
 // 1e-4 pixels.
 TEST(RenderPhotograph, ShowsInEveryPixelTheAreaOfTheSquaresInIt) {
-  Options Given = Bare(Capture_Of(320, 240, 2));
-  Given.Board_Cols = 6;
-  Given.Board_Rows = 5;
-  Given.Image_Count = 6;
-  Given.K1 = -0.3;
-  Given.K2 = 0.12;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Bare(Capture_Of(320, 240, 2));
+  Settings.Board_Cols = 6;
+  Settings.Board_Rows = 5;
+  Settings.Image_Count = 6;
+  Settings.K1 = -0.3;
+  Settings.K2 = 0.12;
+  const Plan Capture = Make_Plan(Settings);
   const cv::Mat Rays = Rays_Of(Capture);
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
     SCOPED_TRACE(i);
     const Image_Truth& Image = Capture.Images[i];
-    cv::Mat White = cv::Mat::zeros(Given.Height, Given.Width, CV_64F), Black = White.clone();
-    for (int r = -2; r <= Given.Board_Rows; ++r) {
-      for (int c = -2; c <= Given.Board_Cols; ++c) {
-        const bool Margin = r == -2 || c == -2 || r == Given.Board_Rows || c == Given.Board_Cols;
+    cv::Mat White = cv::Mat::zeros(Settings.Height, Settings.Width, CV_64F), Black = White.clone();
+    for (int r = -2; r <= Settings.Board_Rows; ++r) {
+      for (int c = -2; c <= Settings.Board_Cols; ++c) {
+        const bool Margin =
+            r == -2 || c == -2 || r == Settings.Board_Rows || c == Settings.Board_Cols;
         // The square up and left of the first inner corner, (-1, -1), is black.
         const bool Is_Black = !Margin && (r + c) % 2 == 0;
         Add_Area(Outline(Capture, Image, c, r, c + 1, r + 1), Is_Black ? Black : White);
@@ -312,8 +313,8 @@ TEST(RenderPhotograph, ShowsInEveryPixelTheAreaOfTheSquaresInIt) {
     const cv::Mat Photograph = Render_Photograph(Capture, i, Rays);
     // The print's levels, from pixels that show nothing else.
     double White_Level = -1, Black_Level = -1;
-    for (int k = 0; k < Given.Width * Given.Height; ++k) {
-      const int Row = k / Given.Width, Column = k % Given.Width;
+    for (int k = 0; k < Settings.Width * Settings.Height; ++k) {
+      const int Row = k / Settings.Width, Column = k % Settings.Width;
       const double Level = Photograph.at<cv::Vec3b>(Row, Column)[0];
       if (White.at<double>(Row, Column) > 1.0 - 1e-9) White_Level = Level;
       if (Black.at<double>(Row, Column) > 1.0 - 1e-9) Black_Level = Level;
@@ -331,14 +332,14 @@ TEST(RenderPhotograph, ShowsInEveryPixelTheAreaOfTheSquaresInIt) {
     const double Edge_Tolerance = 1.3;
     const double Corner_Tolerance = Edge_Tolerance + 8.0 / 64.0 / 4.0 * (White_Level - Black_Level);
     std::vector<cv::Point2d> Squares_Corners;
-    for (int r = -1; r <= Given.Board_Rows; ++r) {
-      for (int c = -1; c <= Given.Board_Cols; ++c) Squares_Corners.emplace_back(c, r);
+    for (int r = -1; r <= Settings.Board_Rows; ++r) {
+      for (int c = -1; c <= Settings.Board_Cols; ++c) Squares_Corners.emplace_back(c, r);
     }
     const std::vector<cv::Point2d> Corners = Opencv_Project(Capture, Image, Squares_Corners);
     int Mixed = 0;
     double Sum = 0.0;
-    for (int Row = 0; Row < Given.Height; ++Row) {
-      for (int Column = 0; Column < Given.Width; ++Column) {
+    for (int Row = 0; Row < Settings.Height; ++Row) {
+      for (int Column = 0; Column < Settings.Width; ++Column) {
         const double W = White.at<double>(Row, Column), B = Black.at<double>(Row, Column);
         if (W + B < 1.0 - 1e-6) continue;  // background shows, whose level isn't known
         const cv::Vec3b Seen = Photograph.at<cv::Vec3b>(Row, Column);
@@ -374,13 +375,13 @@ TEST(RenderPhotograph, PutsCornersWhereTheLensDrawsThem) {
   constexpr double Mean_Miss = 0.0043;
   for (const double K1 : {-0.3, -0.09, 0.0}) {
     SCOPED_TRACE(K1);
-    Options Given = Capture_Of(800, 600, 3);
-    Given.Image_Count = 8;
-    Given.Sensor_Noise = 0.0;
-    Given.Lighting_Gradient = 0.0;
-    Given.K1 = K1;
-    Given.K2 = K1 == 0.0 ? 0.0 : 0.03;
-    const Plan Capture = Make_Plan(Given);
+    Options Settings = Capture_Of(800, 600, 3);
+    Settings.Image_Count = 8;
+    Settings.Sensor_Noise = 0.0;
+    Settings.Lighting_Gradient = 0.0;
+    Settings.K1 = K1;
+    Settings.K2 = K1 == 0.0 ? 0.0 : 0.03;
+    const Plan Capture = Make_Plan(Settings);
     const cv::Mat Rays = Rays_Of(Capture);
     Misses Missed;
     for (size_t i = 0; i < Capture.Images.size(); ++i) {
@@ -409,14 +410,14 @@ double Bias_Of(size_t Count) {
   return 4.0 * Mean_Found_Miss / std::sqrt(static_cast<double>(Count));
 }
 
-void Expect_Found(const Options& Given) {
-  const Plan Capture = Make_Plan(Given);
+void Expect_Found(const Options& Settings) {
+  const Plan Capture = Make_Plan(Settings);
   const cv::Mat Rays = Rays_Of(Capture);
   Misses Missed;
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
     SCOPED_TRACE(Capture.Images[i].Name);
     std::vector<cv::Point2f> Found;
-    ASSERT_TRUE(Find_Corners(Given, Render_Photograph(Capture, i, Rays), Found));
+    ASSERT_TRUE(Find_Corners(Settings, Render_Photograph(Capture, i, Rays), Found));
     const std::vector<cv::Point2d> True = True_Corners(Capture, Capture.Images[i]);
     ASSERT_EQ(Found.size(), True.size());
     for (size_t k = 0; k < True.size(); ++k) Missed.Add(cv::Point2d(Found[k]) - True[k]);
@@ -439,61 +440,61 @@ TEST(RenderPhotograph, LetsOpencvFindEveryCornerInOrderAtOrdinarySizes) {
 }
 
 TEST(RenderPhotograph, LetsOpencvFindEveryCornerInReducedLargeImages) {
-  Options Given = Capture_Of(1920, 1080, 6);
-  Given.Image_Count = 8;
-  Expect_Found(Given);
-  Given = Capture_Of(3840, 2160, 7);
-  Given.Image_Count = 1;
-  Expect_Found(Given);
+  Options Settings = Capture_Of(1920, 1080, 6);
+  Settings.Image_Count = 8;
+  Expect_Found(Settings);
+  Settings = Capture_Of(3840, 2160, 7);
+  Settings.Image_Count = 1;
+  Expect_Found(Settings);
 }
 
 TEST(RenderPhotograph, LetsOpencvFindEveryCornerThroughABentLens) {
-  Options Given = Capture_Of(800, 600, 8);
-  Given.K1 = -0.3;
-  Given.K2 = 0.1;
-  Given.Norm_Fx = 0.9;
-  Expect_Found(Given);
-  Given.K1 = 0.15;
-  Given.K2 = -0.02;
-  Expect_Found(Given);
+  Options Settings = Capture_Of(800, 600, 8);
+  Settings.K1 = -0.3;
+  Settings.K2 = 0.1;
+  Settings.Norm_Fx = 0.9;
+  Expect_Found(Settings);
+  Settings.K1 = 0.15;
+  Settings.K2 = -0.02;
+  Expect_Found(Settings);
 }
 
 TEST(RenderPhotograph, LetsOpencvFindOtherBoardsFromTheirFirstCorner) {
   const int Boards[][2] = {{9, 6}, {6, 9}, {5, 4}, {4, 3}, {8, 6}, {9, 7}};
   for (const auto& Board : Boards) {
     SCOPED_TRACE(testing::PrintToString(Board));
-    Options Given = Capture_Of(640, 480, 9);
-    Given.Image_Count = 8;
-    Given.Board_Cols = Board[0];
-    Given.Board_Rows = Board[1];
-    Expect_Found(Given);
+    Options Settings = Capture_Of(640, 480, 9);
+    Settings.Image_Count = 8;
+    Settings.Board_Cols = Board[0];
+    Settings.Board_Rows = Board[1];
+    Expect_Found(Settings);
   }
 }
 
 // ---- Light -----------------------------------------------------------------------------------
 
 TEST(RenderPhotograph, ShowsNoBoardInABlankImage) {
-  Options Given = Capture_Of(640, 480);
-  Given.Image_Count = 1;
-  Given.Blank_Count = 1;
-  Given.Sensor_Noise = 0.0;
-  Given.Lighting_Gradient = 0.0;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Capture_Of(640, 480);
+  Settings.Image_Count = 1;
+  Settings.Blank_Count = 1;
+  Settings.Sensor_Noise = 0.0;
+  Settings.Lighting_Gradient = 0.0;
+  const Plan Capture = Make_Plan(Settings);
   const cv::Mat Flat = Render_Photograph(Capture, 0, Rays_Of(Capture));
   EXPECT_TRUE(Same_Pixels(Flat, cv::Mat(480, 640, CV_8UC3, cv::Scalar::all(128))));
   std::vector<cv::Point2f> Found;
-  EXPECT_FALSE(Find_Corners(Given, Flat, Found));
+  EXPECT_FALSE(Find_Corners(Settings, Flat, Found));
 }
 
 TEST(RenderPhotograph, ScattersGreyLevelsByTheSensorsNoise) {
   for (const double Noise : {1.0, 2.0, 6.0}) {
     SCOPED_TRACE(Noise);
-    Options Given = Capture_Of(640, 480);
-    Given.Image_Count = 1;
-    Given.Blank_Count = 1;
-    Given.Sensor_Noise = Noise;
-    Given.Lighting_Gradient = 0.0;
-    const Plan Capture = Make_Plan(Given);
+    Options Settings = Capture_Of(640, 480);
+    Settings.Image_Count = 1;
+    Settings.Blank_Count = 1;
+    Settings.Sensor_Noise = Noise;
+    Settings.Lighting_Gradient = 0.0;
+    const Plan Capture = Make_Plan(Settings);
     cv::Scalar Mean, Deviation;
     cv::meanStdDev(Render_Photograph(Capture, 0, Rays_Of(Capture)), Mean, Deviation);
     // Rounding adds the variance of an even spread over one level, 1 / 12. With 307200 pixels the
@@ -510,12 +511,12 @@ TEST(RenderPhotograph, ScattersGreyLevelsByTheSensorsNoise) {
 TEST(RenderPhotograph, DimsTheFrameFromOneCornerToTheOpposite) {
   for (unsigned Seed = 1; Seed <= 6; ++Seed) {
     SCOPED_TRACE(Seed);
-    Options Given = Capture_Of(320, 240, Seed);
-    Given.Image_Count = 1;
-    Given.Blank_Count = 1;
-    Given.Sensor_Noise = 0.0;
-    Given.Lighting_Gradient = 0.5;
-    const Plan Capture = Make_Plan(Given);
+    Options Settings = Capture_Of(320, 240, Seed);
+    Settings.Image_Count = 1;
+    Settings.Blank_Count = 1;
+    Settings.Sensor_Noise = 0.0;
+    Settings.Lighting_Gradient = 0.5;
+    const Plan Capture = Make_Plan(Settings);
     const cv::Mat Flat = Render_Photograph(Capture, 0, Rays_Of(Capture));
     const int Corners[] = {Flat.at<cv::Vec3b>(0, 0)[0], Flat.at<cv::Vec3b>(0, 319)[0],
                            Flat.at<cv::Vec3b>(239, 319)[0], Flat.at<cv::Vec3b>(239, 0)[0]};
@@ -528,16 +529,17 @@ TEST(RenderPhotograph, DimsTheFrameFromOneCornerToTheOpposite) {
 }
 
 TEST(RenderPhotograph, KeepsTheBackgroundDarkerThanTheWhiteMarginAndUneven) {
-  Options Given = Bare(Capture_Of(640, 480, 10));
-  Given.Image_Count = 12;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Bare(Capture_Of(640, 480, 10));
+  Settings.Image_Count = 12;
+  const Plan Capture = Make_Plan(Settings);
   const cv::Mat Rays = Rays_Of(Capture);
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
     SCOPED_TRACE(i);
     const Image_Truth& Image = Capture.Images[i];
-    cv::Mat Board = cv::Mat::zeros(Given.Height, Given.Width, CV_64F), Margin = Board.clone();
-    Add_Area(Outline(Capture, Image, -2, -2, Given.Board_Cols + 1, Given.Board_Rows + 1), Board);
-    Add_Area(Outline(Capture, Image, -2, -2, Given.Board_Cols + 1, -1), Margin);
+    cv::Mat Board = cv::Mat::zeros(Settings.Height, Settings.Width, CV_64F), Margin = Board.clone();
+    Add_Area(Outline(Capture, Image, -2, -2, Settings.Board_Cols + 1, Settings.Board_Rows + 1),
+             Board);
+    Add_Area(Outline(Capture, Image, -2, -2, Settings.Board_Cols + 1, -1), Margin);
     cv::Mat Grey;
     cv::cvtColor(Render_Photograph(Capture, i, Rays), Grey, cv::COLOR_BGR2GRAY);
     double Darkest_Margin = 0, Brightest_Room = 0, Darkest_Room = 0;
@@ -555,24 +557,24 @@ TEST(RenderPhotograph, BlursEdgesByTheOpticsDeviation) {
   // within 0.1.
   for (const double Blur : {0.7, 1.5}) {
     SCOPED_TRACE(Blur);
-    Options Given = Bare(Capture_Of(640, 480));
-    Given.Image_Count = 1;
-    Given.Board_Cols = 3;
-    Given.Board_Rows = 4;
-    Given.Blur_Pixels = Blur;
-    Given.K1 = Given.K2 = 0.0;
-    Plan Capture = Make_Plan(Given);
+    Options Settings = Bare(Capture_Of(640, 480));
+    Settings.Image_Count = 1;
+    Settings.Board_Cols = 3;
+    Settings.Board_Rows = 4;
+    Settings.Blur_Pixels = Blur;
+    Settings.K1 = Settings.K2 = 0.0;
+    Plan Capture = Make_Plan(Settings);
     // The board square to the camera, a square 64 pixels wide.
     Image_Truth& Image = Capture.Images[0];
     Image.Transform_Cam_Chart.setIdentity();
     Image.Transform_Cam_Chart(0, 3) = -0.0123;
     Image.Transform_Cam_Chart(1, 3) = -0.045;
-    Image.Transform_Cam_Chart(2, 3) = Capture.True_Lens.Fx * Given.Square_Size / 64.0;
+    Image.Transform_Cam_Chart(2, 3) = Capture.True_Lens.Fx * Settings.Square_Size / 64.0;
     cv::Mat Grey;
     cv::cvtColor(Render_Photograph(Capture, 0, Rays_Of(Capture)), Grey, cv::COLOR_BGR2GRAY);
-    const std::vector<cv::Point2d> Middle_Of_Edge = Opencv_Project(Capture, Image, {{1.0, 0.5}});
-    const int Row = static_cast<int>(std::lround(Middle_Of_Edge[0].y));
-    const int Column = static_cast<int>(std::lround(Middle_Of_Edge[0].x));
+    const std::vector<cv::Point2d> Edge_Centre = Opencv_Project(Capture, Image, {{1.0, 0.5}});
+    const int Row = static_cast<int>(std::lround(Edge_Centre[0].y));
+    const int Column = static_cast<int>(std::lround(Edge_Centre[0].x));
     double Sum = 0, Moment = 0, Square = 0;
     for (int i = Column - 8; i < Column + 8; ++i) {
       const double Step = Grey.at<uchar>(Row, i + 1) - Grey.at<uchar>(Row, i);
@@ -582,7 +584,7 @@ TEST(RenderPhotograph, BlursEdgesByTheOpticsDeviation) {
       Square += Step * At * At;
     }
     const double Mean = Moment / Sum;
-    EXPECT_NEAR(Mean, Middle_Of_Edge[0].x, 0.02);
+    EXPECT_NEAR(Mean, Edge_Centre[0].x, 0.02);
     EXPECT_NEAR(Square / Sum - Mean * Mean, Blur * Blur + 1.0 / 12.0, 0.1);
   }
 }

@@ -30,16 +30,16 @@ using simulate::Plan;
 using simulate::Row_Kind;
 
 Options Tiny_Capture() {
-  Options Given;
-  Given.Seed = 11;
-  Given.Width = 160;
-  Given.Height = 120;
-  Given.Image_Count = 8;
-  Given.Board_Cols = 5;
-  Given.Board_Rows = 4;
-  Given.Position_Noise_Mm = 0.4;
-  Given.Rotation_Noise_Deg = 0.03;
-  return Given;
+  Options Settings;
+  Settings.Seed = 11;
+  Settings.Width = 160;
+  Settings.Height = 120;
+  Settings.Image_Count = 8;
+  Settings.Board_Cols = 5;
+  Settings.Board_Rows = 4;
+  Settings.Position_Noise_Mm = 0.4;
+  Settings.Rotation_Noise_Deg = 0.03;
+  return Settings;
 }
 
 std::string Bytes_Of(const fs::path& File) {
@@ -83,10 +83,10 @@ size_t Index_Of(const Plan& Capture, Row_Kind Kind) {
 
 TEST(WriteTables, WritesRowsThatReadBackAsTheSamplesToTheBit) {
   const Scratch_Folder Folder;
-  Options Given = Tiny_Capture();
-  Given.Stale_Count = 2;
-  Given.Jump_Count = 2;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Tiny_Capture();
+  Settings.Stale_Count = 2;
+  Settings.Jump_Count = 2;
+  const Plan Capture = Make_Plan(Settings);
   simulate::Write_Tables(Capture, Folder.Path());
   const std::vector<std::string> Lines = Lines_Of(Folder.Path() / "capture.csv");
   ASSERT_EQ(Lines.size(), 1 + Capture.Images.size());
@@ -117,9 +117,9 @@ TEST(WriteTables, WritesRowsThatReadBackAsTheSamplesToTheBit) {
 
 TEST(WriteTables, StartsWithTheFirstRowWhenNoHeaderIsWanted) {
   const Scratch_Folder Folder;
-  Options Given = Tiny_Capture();
-  Given.Header = false;
-  simulate::Write_Tables(Make_Plan(Given), Folder.Path());
+  Options Settings = Tiny_Capture();
+  Settings.Header = false;
+  simulate::Write_Tables(Make_Plan(Settings), Folder.Path());
   const std::vector<std::string> Lines = Lines_Of(Folder.Path() / "capture.csv");
   ASSERT_EQ(Lines.size(), 8u);
   EXPECT_THAT(Fields_Of(Lines[0])[1], testing::EndsWith("0001.png"));
@@ -136,10 +136,11 @@ TEST(WriteTables, WritesNoPhotographs) {
 
 TEST(WriteTables, RefusesAFolderWhoseNameWouldSplitACsvField) {
   const Scratch_Folder Folder;
-  Options Given = Tiny_Capture();
-  EXPECT_THROW(simulate::Write_Tables(Make_Plan(Given), Folder.Path() / "a,b"), std::runtime_error);
-  Given.Paths = Path_Form::Relative;
-  EXPECT_NO_THROW(simulate::Write_Tables(Make_Plan(Given), Folder.Path() / "a,b"));
+  Options Settings = Tiny_Capture();
+  EXPECT_THROW(simulate::Write_Tables(Make_Plan(Settings), Folder.Path() / "a,b"),
+               std::runtime_error);
+  Settings.Paths = Path_Form::Relative;
+  EXPECT_NO_THROW(simulate::Write_Tables(Make_Plan(Settings), Folder.Path() / "a,b"));
 }
 
 // ---- Paths -----------------------------------------------------------------------------------
@@ -160,10 +161,10 @@ TEST(WriteCapture, PutsEachPhotographWhereItsRowSaysInEveryPathForm) {
   for (const auto& Case : Cases) {
     SCOPED_TRACE(Case.In_Csv);
     const Scratch_Folder Folder;
-    Options Given = Tiny_Capture();
-    Given.Image_Count = 3;
-    Given.Paths = Case.Form;
-    simulate::Write_Capture(Make_Plan(Given), Folder.Path());
+    Options Settings = Tiny_Capture();
+    Settings.Image_Count = 3;
+    Settings.Paths = Case.Form;
+    simulate::Write_Capture(Make_Plan(Settings), Folder.Path());
     const std::vector<std::string> Lines = Lines_Of(Folder.Path() / "capture.csv");
     std::string In_Csv = Case.In_Csv;
     if (In_Csv.substr(0, 2) == "<>") In_Csv.replace(0, 2, Folder.String());
@@ -178,10 +179,10 @@ TEST(WriteCapture, PutsEachPhotographWhereItsRowSaysInEveryPathForm) {
 
 TEST(WriteCapture, WritesAbsolutePathsWhenTheFolderIsGivenRelative) {
   const Scratch_Folder Folder;
-  Options Given = Tiny_Capture();
-  Given.Image_Count = 1;
+  Options Settings = Tiny_Capture();
+  Settings.Image_Count = 1;
   const fs::path Relative = fs::relative(Folder.Path()) / "capture";
-  simulate::Write_Capture(Make_Plan(Given), Relative);
+  simulate::Write_Capture(Make_Plan(Settings), Relative);
   const std::string In_Csv = Fields_Of(Lines_Of(Folder.Path() / "capture" / "capture.csv")[1])[1];
   EXPECT_TRUE(fs::path(In_Csv).is_absolute());
   EXPECT_TRUE(fs::is_regular_file(In_Csv));
@@ -193,9 +194,9 @@ TEST(WriteCapture, WritesColourPhotographsOfTheSizeAskedFor) {
   for (const std::string Format : {"png", "jpg"}) {
     SCOPED_TRACE(Format);
     const Scratch_Folder Folder;
-    Options Given = Tiny_Capture();
-    Given.Image_Format = Format;
-    simulate::Write_Capture(Make_Plan(Given), Folder.Path());
+    Options Settings = Tiny_Capture();
+    Settings.Image_Format = Format;
+    simulate::Write_Capture(Make_Plan(Settings), Folder.Path());
     for (int i = 1; i <= 8; ++i) {
       const fs::path File = Folder.Path() / "images" / ("000" + std::to_string(i) + "." + Format);
       const cv::Mat Photograph = cv::imread(File.string(), cv::IMREAD_UNCHANGED);
@@ -211,13 +212,13 @@ TEST(WriteCapture, WritesColourPhotographsOfTheSizeAskedFor) {
 
 TEST(WriteCapture, PacksJpegsByTheQualityAskedFor) {
   const Scratch_Folder Folder;
-  Options Given = Tiny_Capture();
-  Given.Image_Count = 1;
-  Given.Image_Format = "jpg";
-  Given.Jpeg_Quality = 95;
-  simulate::Write_Capture(Make_Plan(Given), Folder.Path() / "fine");
-  Given.Jpeg_Quality = 20;
-  simulate::Write_Capture(Make_Plan(Given), Folder.Path() / "coarse");
+  Options Settings = Tiny_Capture();
+  Settings.Image_Count = 1;
+  Settings.Image_Format = "jpg";
+  Settings.Jpeg_Quality = 95;
+  simulate::Write_Capture(Make_Plan(Settings), Folder.Path() / "fine");
+  Settings.Jpeg_Quality = 20;
+  simulate::Write_Capture(Make_Plan(Settings), Folder.Path() / "coarse");
   EXPECT_LT(2 * fs::file_size(Folder.Path() / "coarse" / "images" / "0001.jpg"),
             fs::file_size(Folder.Path() / "fine" / "images" / "0001.jpg"));
 }
@@ -226,14 +227,14 @@ TEST(WriteCapture, LeavesOutMissingCutsTruncatedAndBlanksBlankImages) {
   for (const std::string Format : {"png", "jpg"}) {
     SCOPED_TRACE(Format);
     const Scratch_Folder Whole, Spoilt;
-    Options Given = Tiny_Capture();
-    Given.Image_Format = Format;
-    simulate::Write_Capture(Make_Plan(Given), Whole.Path());
-    simulate::Write_Capture(Make_Plan(Given), Spoilt.Path());
-    Given.Missing_Count = 1;
-    Given.Blank_Count = 1;
-    Given.Truncated_Count = 1;
-    const Plan Capture = Make_Plan(Given);
+    Options Settings = Tiny_Capture();
+    Settings.Image_Format = Format;
+    simulate::Write_Capture(Make_Plan(Settings), Whole.Path());
+    simulate::Write_Capture(Make_Plan(Settings), Spoilt.Path());
+    Settings.Missing_Count = 1;
+    Settings.Blank_Count = 1;
+    Settings.Truncated_Count = 1;
+    const Plan Capture = Make_Plan(Settings);
     // Written over a whole capture: the missing photograph has to go.
     simulate::Write_Capture(Capture, Spoilt.Path());
     for (const Image_Truth& Image : Capture.Images) {
@@ -267,9 +268,9 @@ TEST(WriteCapture, LeavesOutMissingCutsTruncatedAndBlanksBlankImages) {
 
 TEST(WriteCapture, ThrowsWhenAFileCantBeWritten) {
   const Scratch_Folder Folder;
-  Options Given = Tiny_Capture();
-  Given.Image_Count = 1;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Tiny_Capture();
+  Settings.Image_Count = 1;
+  const Plan Capture = Make_Plan(Settings);
   Folder.Write("file", "in the way");
   EXPECT_THROW(simulate::Write_Capture(Capture, Folder.Path() / "file"), std::runtime_error);
   EXPECT_THROW(simulate::Write_Tables(Capture, Folder.Path() / "file" / "in"), std::runtime_error);
@@ -285,53 +286,53 @@ TEST(WriteCapture, ThrowsWhenAFileCantBeWritten) {
 
 TEST(ReadTruth, GivesBackWhatWentIntoTheCapture) {
   const Scratch_Folder Folder;
-  Options Given = Tiny_Capture();
-  Given.Seed = 4000000000u;
-  Given.Stale_Count = Given.Jump_Count = Given.Missing_Count = 1;
-  Given.Blank_Count = Given.Truncated_Count = 1;
-  Given.Estimate_Error_Deg = 0.7;
-  Given.Estimate_Error_Mm = 3.0;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Tiny_Capture();
+  Settings.Seed = 4000000000u;
+  Settings.Stale_Count = Settings.Jump_Count = Settings.Missing_Count = 1;
+  Settings.Blank_Count = Settings.Truncated_Count = 1;
+  Settings.Estimate_Error_Deg = 0.7;
+  Settings.Estimate_Error_Mm = 3.0;
+  const Plan Capture = Make_Plan(Settings);
   simulate::Write_Tables(Capture, Folder.Path());
-  const simulate::Truth Told = simulate::Read_Truth(Folder.Path() / "truth.json");
-  EXPECT_EQ(Told.Seed, 4000000000u);
-  EXPECT_EQ(Told.Width, 160);
-  EXPECT_EQ(Told.Height, 120);
-  EXPECT_EQ(Told.Board_Cols, 5);
-  EXPECT_EQ(Told.Board_Rows, 4);
-  EXPECT_EQ(Told.Square_Size, 0.03);
-  EXPECT_EQ(Told.True_Lens.Fx, Capture.True_Lens.Fx);
-  EXPECT_EQ(Told.True_Lens.Fy, Capture.True_Lens.Fy);
-  EXPECT_EQ(Told.True_Lens.Cx, Capture.True_Lens.Cx);
-  EXPECT_EQ(Told.True_Lens.Cy, Capture.True_Lens.Cy);
-  EXPECT_EQ(Told.True_Lens.K1, -0.09);
-  EXPECT_EQ(Told.True_Lens.K2, 0.03);
-  EXPECT_EQ(Told.Transform_Cam_Tc, Capture.Transform_Cam_Tc);
-  EXPECT_EQ(Told.Transform_Chart_Tr, Capture.Transform_Chart_Tr);
-  EXPECT_EQ(Told.Chart_Euler_Deg, Capture.Chart_Euler_Deg);
-  EXPECT_EQ(Told.Chart_Translation, Capture.Chart_Translation);
-  EXPECT_EQ(Told.Position_Noise_Mm, 0.4);
-  EXPECT_EQ(Told.Rotation_Noise_Deg, 0.03);
-  ASSERT_EQ(Told.Rows.size(), Capture.Images.size());
+  const simulate::Truth Result = simulate::Read_Truth(Folder.Path() / "truth.json");
+  EXPECT_EQ(Result.Seed, 4000000000u);
+  EXPECT_EQ(Result.Width, 160);
+  EXPECT_EQ(Result.Height, 120);
+  EXPECT_EQ(Result.Board_Cols, 5);
+  EXPECT_EQ(Result.Board_Rows, 4);
+  EXPECT_EQ(Result.Square_Size, 0.03);
+  EXPECT_EQ(Result.True_Lens.Fx, Capture.True_Lens.Fx);
+  EXPECT_EQ(Result.True_Lens.Fy, Capture.True_Lens.Fy);
+  EXPECT_EQ(Result.True_Lens.Cx, Capture.True_Lens.Cx);
+  EXPECT_EQ(Result.True_Lens.Cy, Capture.True_Lens.Cy);
+  EXPECT_EQ(Result.True_Lens.K1, -0.09);
+  EXPECT_EQ(Result.True_Lens.K2, 0.03);
+  EXPECT_EQ(Result.Transform_Cam_Tc, Capture.Transform_Cam_Tc);
+  EXPECT_EQ(Result.Transform_Chart_Tr, Capture.Transform_Chart_Tr);
+  EXPECT_EQ(Result.Chart_Euler_Deg, Capture.Chart_Euler_Deg);
+  EXPECT_EQ(Result.Chart_Translation, Capture.Chart_Translation);
+  EXPECT_EQ(Result.Position_Noise_Mm, 0.4);
+  EXPECT_EQ(Result.Rotation_Noise_Deg, 0.03);
+  ASSERT_EQ(Result.Rows.size(), Capture.Images.size());
   const std::vector<std::string> Lines = Lines_Of(Folder.Path() / "capture.csv");
-  for (size_t i = 0; i < Told.Rows.size(); ++i) {
+  for (size_t i = 0; i < Result.Rows.size(); ++i) {
     SCOPED_TRACE(i);
-    EXPECT_EQ(Told.Rows[i].Name, Capture.Images[i].Name);
-    EXPECT_EQ(Told.Rows[i].Kind, Capture.Images[i].Kind);
-    EXPECT_EQ(Told.Rows[i].Transform_Cam_Chart, Capture.Images[i].Transform_Cam_Chart);
-    const size_t Line = static_cast<size_t>(Told.Rows[i].Csv_Line);
+    EXPECT_EQ(Result.Rows[i].Name, Capture.Images[i].Name);
+    EXPECT_EQ(Result.Rows[i].Kind, Capture.Images[i].Kind);
+    EXPECT_EQ(Result.Rows[i].Transform_Cam_Chart, Capture.Images[i].Transform_Cam_Chart);
+    const size_t Line = static_cast<size_t>(Result.Rows[i].Csv_Line);
     ASSERT_LE(Line, Lines.size());
-    EXPECT_THAT(Fields_Of(Lines[Line - 1])[1], testing::EndsWith(Told.Rows[i].Name));
+    EXPECT_THAT(Fields_Of(Lines[Line - 1])[1], testing::EndsWith(Result.Rows[i].Name));
   }
 }
 
 TEST(WriteTables, TellsOptionsLensAndKindsInTruthJson) {
   const Scratch_Folder Folder;
-  Options Given = Tiny_Capture();
-  Given.Stale_Count = 1;
-  Given.Paths = Path_Form::Name_Only;
-  Given.Pose_Spread = simulate::Spread::Frontal;
-  const Plan Capture = Make_Plan(Given);
+  Options Settings = Tiny_Capture();
+  Settings.Stale_Count = 1;
+  Settings.Paths = Path_Form::Name_Only;
+  Settings.Pose_Spread = simulate::Spread::Frontal;
+  const Plan Capture = Make_Plan(Settings);
   simulate::Write_Tables(Capture, Folder.Path());
   const auto File = nlohmann::json::parse(Bytes_Of(Folder.Path() / "truth.json"));
   EXPECT_EQ(File.at("format_version"), 1);

@@ -55,9 +55,9 @@ simulate::Options Small_Capture() {
 Run_Input Describe(const simulate::Plan& Plan, const Scratch_Folder& Folder) {
   Run_Input Input;
   Input.Csv_Path = (Folder.Path() / "capture.csv").string();
-  Input.Board_Cols = Plan.Given.Board_Cols;
-  Input.Board_Rows = Plan.Given.Board_Rows;
-  Input.Square_Size = Plan.Given.Square_Size;
+  Input.Board_Cols = Plan.Settings.Board_Cols;
+  Input.Board_Rows = Plan.Settings.Board_Rows;
+  Input.Square_Size = Plan.Settings.Square_Size;
   Input.Chart_Euler_Deg = As_Vector(Plan.Chart_Euler_Deg);
   Input.Chart_Translation = As_Vector(Plan.Chart_Translation);
   Input.Output_Dir = (Folder.Path() / "output").string();

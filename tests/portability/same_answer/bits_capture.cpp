@@ -49,8 +49,8 @@ simulate::Options Small_Capture() {
 
 void Write_Arguments(const simulate::Plan& Plan, const std::filesystem::path& Folder) {
   std::ofstream File(Folder / "arguments.txt");
-  File << Plan.Given.Board_Cols << ' ' << Plan.Given.Board_Rows << ' ' << Plan.Given.Square_Size
-       << '\n';
+  File << Plan.Settings.Board_Cols << ' ' << Plan.Settings.Board_Rows << ' '
+       << Plan.Settings.Square_Size << '\n';
   for (const Eigen::Vector3d& Three : {Plan.Chart_Euler_Deg, Plan.Chart_Translation}) {
     File << Three.x() << ' ' << Three.y() << ' ' << Three.z() << '\n';
   }
