@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The calibration sequence, one for both exported overloads. It owns every list and matrix of a
-// run as locals, calls the stages in a fixed order and leaves with the first code that isn't 0.
-// Nothing is caught here: what a stage or OpenCV throws reaches the host and no log.
+// The calibration sequence, one for both exported overloads. It holds every list and matrix of a
+// run as locals, calls the stages in a fixed order and returns the first code that is not 0.
+// It catches no exceptions: what a stage or OpenCV throws reaches the host and is not logged.
 #include "core/calibration.h"
 
 #include "core/base/error_catalog.h"
@@ -25,25 +25,25 @@
 
 namespace {
 
-// RMS error of the lens solve above which a run fails, pixels of the full image.
+// A run fails when the RMS error of the lens solve is above this, pixels of the full image.
 constexpr float Camera_Rms_Limit = 1.5f;
 
-// 12 and 18 pixels on an image 1080 high, as fractions of the height. float, like the error that
-// they judge: compared in double, a value on the limit would change sides.
+// 12 and 18 pixels on an image 1080 high, as fractions of the height. They are float, like the
+// error that they are compared with: in double, a value on the limit would change sides.
 constexpr float Reproj_Warning_Limit = 0.011111111f;
 constexpr float Reproj_Fail_Limit = 0.016666668f;
 static_assert(Reproj_Warning_Limit == 12.0f / 1080.0f, "in single precision");
 static_assert(Reproj_Fail_Limit == 18.0f / 1080.0f, "in single precision");
 
-// Translation spread on the worst axis, metres. float, like the spread.
+// Limits of the translation spread on the worst axis, metres. They are float, like the spread.
 constexpr float T_STD_Warning_Limit = 0.01f;
 constexpr float T_STD_Fail_Limit = 0.015f;
 
-// Capacities are hints for growth, not limits.
+// Initial capacities of the lists, not limits.
 constexpr std::size_t Raw_Data_Reserve = 3000;
 constexpr std::size_t Image_List_Reserve = 5000;
 
-// What the second overload takes and gives besides.
+// The additional inputs and outputs of the second overload.
 struct Lens_Outputs {
   double Sensor_Width_mm;
   double Sensor_Height_mm;
@@ -52,7 +52,7 @@ struct Lens_Outputs {
 };
 
 // Appends the solved lens to the host's vectors and logs it. The normalised values are logged from
-// the front of the vectors: in vectors that weren't empty, the old values show.
+// the front of the vectors: if a vector was not empty, its old values are logged.
 void Deliver_Lens(const std::string& Log_Path, cv::Size Solved_Image_Size,
                   const cv::Mat& Camera_Matrix, const cv::Mat& Solved_Distortion,
                   std::vector<double>& Image_Size, std::vector<double>& Norm_Fxy,
@@ -81,14 +81,14 @@ void Deliver_Lens(const std::string& Log_Path, cv::Size Solved_Image_Size,
   Write_Log(Log_Path, Coefficients);
 }
 
-// The lens as angles and as a focal length:
+// The lens as fields of view and as a focal length in millimetres:
 //
 //   FoV             = 2 * atan(1 / (2 * Norm_Fxy)), degrees
 //   Focal_Length_mm = pixel pitch * focal length in pixels, on the axis with the smaller pitch,
 //                     y where they are equal
 //
 // Norm_Fxy and the logged focal length are read from the front of the host's vectors; the focal
-// length itself comes from the solve. Nothing checks the sensor: a size of 0 gives 0.
+// length itself comes from the solve. The sensor size is not checked: a size of 0 gives 0.
 void Deliver_Lens_Outputs(const std::string& Log_Path, cv::Size Solved_Image_Size,
                           const cv::Mat& Camera_Matrix, const std::vector<double>& Norm_Fxy,
                           const Lens_Outputs& Outputs) {
@@ -149,7 +149,7 @@ int Run_Calibration(const std::string& Csv_Path, int Board_Cols, int Board_Rows,
   }
   Write_Log(Log_Path, "Read the csv file successfully.");
 
-  // The lens, which the host keeps whatever comes later. The int and the bool are unread.
+  // The lens, which the host receives even if a later stage fails. The int and the bool are unused.
   if (const int Code = Detect_Corner_And_Calibrate(
           Log_Path, Camera_Rms, Solved_Image_Size, Camera_Matrix, Solved_Distortion, Rvecs, Tvecs,
           Image_name, Raw_Data_all, Board_Index_all, Board_Index, ImageCoordinate, Board_Cols,
@@ -163,8 +163,8 @@ int Run_Calibration(const std::string& Csv_Path, int Board_Cols, int Board_Rows,
     Deliver_Lens_Outputs(Log_Path, Solved_Image_Size, Camera_Matrix, Norm_Fxy, *Outputs);
   }
 
-  // First pass, with the host's board estimate. It gives the filter its poses and its mean; the
-  // error that it measures is only logged.
+  // First pass, with the host's board estimate. It gives the filter the poses and their mean; its
+  // reprojection error is only logged.
   std::vector<Eigen::Matrix4d> Transform_Base_Tc_all, Transform_Tr_Base_all,
       Transform_Cam_Chart_all;
   Transform_Base_Tc_all.reserve(Image_List_Reserve);
@@ -205,8 +205,9 @@ int Run_Calibration(const std::string& Csv_Path, int Board_Cols, int Board_Rows,
     return Code;
   }
 
-  // Refinement: outliers leave, the board's place is re-estimated with the mean of the first pass,
-  // and mount and error are measured again. The driver logs nothing around these four.
+  // Second pass: the outliers are removed, the board's mount is re-estimated with the mean of the
+  // first pass, and camera mount and error are computed again. The driver logs nothing around these
+  // four calls.
   if (const int Code = RT_Filt_Outlier(Log_Path, Transform_Cam_Tc_all, Mean_Transform_Cam_Tc,
                                        ImageCoordinate, Image_name, Transform_Tr_Base_all,
                                        Transform_Base_Tc_all, Transform_Cam_Chart_all);
@@ -235,7 +236,7 @@ int Run_Calibration(const std::string& Csv_Path, int Board_Cols, int Board_Rows,
     return Code;
   }
 
-  // Delivered before it is judged: a host that gets 6, 14 or 99 still finds the result.
+  // Filled before the verdict: a host that receives 6, 14 or 99 still gets the result.
   for (int r = 0; r < 4; ++r) {
     for (int c = 0; c < 4; ++c) Transform_Cam_Tc.push_back(Mean_Transform_Cam_Tc(r, c));
   }

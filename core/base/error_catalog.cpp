@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The texts stand as hosts and log readers know them: the misspelt word of code 5 and the missing
-// full stop of code 12 are part of them.
+// Hosts and log readers rely on these texts as they are, including the misspelt word of code 5 and
+// the missing full stop of code 12.
 #include "core/base/error_catalog.h"
 
-// Where there is no memory for these, there is none for a run either.
+// An allocation failure while these are built at load time is not handled.
 // NOLINTNEXTLINE(cert-err58-cpp)
 const std::map<int, std::string> Error_Table = {
     {0, "No error"},

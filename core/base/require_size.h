@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The one check on vectors that come from outside. It stands where a vector is first read and
-// nowhere earlier, so that everything a call logs and fills up to there is as for a whole vector.
+// The size check of vectors that come from the host. It is called where a vector is first read and
+// not earlier, so what a call logs and fills before that point does not depend on the size.
 #ifndef RIGSYNC_CORE_BASE_REQUIRE_SIZE_H
 #define RIGSYNC_CORE_BASE_REQUIRE_SIZE_H
 

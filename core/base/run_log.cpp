@@ -13,7 +13,7 @@ constexpr char Separator = '\\';
 constexpr char Separator = '/';
 #endif
 
-// The platforms' thread-safe conversions: std::localtime shares one buffer between threads.
+// Uses the platform's thread-safe conversion: std::localtime shares one buffer between threads.
 std::tm Local_Time(std::time_t Now) {
   std::tm Local{};
 #if defined(_WIN32)
@@ -39,8 +39,8 @@ void Make_Log_Path(std::string& Log_Path, std::string Output_Dir) {
 }
 
 void Write_Log(const std::string& Log_Path, std::string Message) {
-  // One text, so that file and standard output agree and a line reaches the file in one write:
-  // calls that share a file then don't cut each other's lines.
+  // The line is built once, so that file and standard output agree and the line reaches the file in
+  // one write: calls that share a file then do not split each other's lines.
   const std::string Line = Time_Text("now") + '\t' + Message;
   std::ofstream File(Log_Path, std::ios::out | std::ios::app);
   File << Line + '\n';

@@ -15,17 +15,17 @@
 
 namespace {
 
-// The fewest usable images that a lens is solved on.
+// The smallest number of usable images for a lens solve.
 constexpr int Useful_Image_Limit = 12;
 
-// Finds and refines the board in one image. Corners come in full-image pixels and in the order of
-// the board model. The two grey images and the reduced one are the caller's, so that their memory
-// serves the whole capture.
+// Finds and refines the board in one image. Corners are in full-image pixels and in the order of
+// the board model. The two grey images and the reduced one belong to the caller, so that their
+// memory is reused for the whole capture.
 bool Find_Corners(const cv::Mat& Image, const Detection_Plan& Plan, cv::Size Board,
                   const cv::TermCriteria& Corner_Term, cv::Mat& Reduced, cv::Mat& Reduced_Grey,
                   cv::Mat& Grey, std::vector<cv::Point2f>& Corners) {
   if (Plan.Reduces) {
-    // The factors have no effect beside a target size.
+    // The scale factors have no effect when a target size is given.
     cv::resize(Image, Reduced, Plan.Reduced_Size, 1.0, 0.0, cv::INTER_LINEAR);
   } else {
     Reduced = Image;
@@ -46,8 +46,9 @@ bool Find_Corners(const cv::Mat& Image, const Detection_Plan& Plan, cv::Size Boa
   return true;
 }
 
-// Walks the capture and appends the corners of every image that shows the board. Returns one flag
-// per entry of Image_name. One image is held at a time, and all are gone on return.
+// Reads the images of the capture and appends the corners of every image that shows the board.
+// Returns one flag per entry of Image_name. One image is held in memory at a time, and none after
+// the return.
 std::vector<bool> Detect_Corners(const std::string& Log_Path, cv::Size& Image_Size,
                                  const std::vector<std::string>& Image_name,
                                  std::vector<std::vector<cv::Point3f>>& Board_Index_all,
@@ -62,8 +63,8 @@ std::vector<bool> Detect_Corners(const std::string& Log_Path, cv::Size& Image_Si
     try {
       Image = cv::imread(Image_name[i], cv::IMREAD_COLOR);
     } catch (const cv::Exception&) {
-      // Image keeps the previous photograph, which is then searched under this name. Meant:
-      // a decoder that throws is treated as one that read nothing new.
+      // Image keeps the previous photograph, which is then searched under this name. This is
+      // intended: an exception of the decoder is treated as if nothing new was read.
     }
     if (Image.empty()) {
       Write_Log(Log_Path, Image_name[i] + " Not exist!");
@@ -84,7 +85,7 @@ std::vector<bool> Detect_Corners(const std::string& Log_Path, cv::Size& Image_Si
   return Usable;
 }
 
-// Erases the images that aren't usable, from the last to the first, and counts the others.
+// Erases the images that are not usable, from the last to the first, and counts the others.
 int Keep_Usable(const std::vector<bool>& Usable, std::vector<std::string>& Image_name,
                 std::vector<std::vector<double>>& Raw_Data_all) {
   int Count = 0;
@@ -99,7 +100,7 @@ int Keep_Usable(const std::vector<bool>& Usable, std::vector<std::string>& Image
   return Count;
 }
 
-// Image by image: path, the numbers of its row, its corners.
+// Logs for each image its path, the numbers of its row, and its corners.
 void Log_Raw_Data(const std::string& Log_Path, const std::vector<std::string>& Image_name,
                   const std::vector<std::vector<double>>& Raw_Data_all,
                   const std::vector<std::vector<cv::Point2f>>& ImageCoordinate) {
@@ -114,7 +115,7 @@ void Log_Raw_Data(const std::string& Log_Path, const std::vector<std::string>& I
       Numbers += std::to_string(Raw_Data_all[i][k]);
     }
     Write_Log(Log_Path, Numbers);
-    // A positive detection has as many corners as the board.
+    // A successful detection has as many corners as the board.
     for (const cv::Point2f& Corner : ImageCoordinate[i]) {
       Write_Log(Log_Path, std::to_string(Corner.x) + " " + std::to_string(Corner.y));
     }
@@ -159,7 +160,7 @@ int Detect_Corner_And_Calibrate(std::string Log_Path, double& Camera_Rms, cv::Si
   Log_Raw_Data(Log_Path, Image_name, Raw_Data_all, ImageCoordinate);
 
   // k1 and k2 are solved; p1, p2 and k3 stay at their start value of 0. Standard deviations and
-  // per-view errors aren't asked for: the solve is the same to the bit without them.
+  // per-view errors are not requested: the solve is bit-identical without them.
   Write_Log(Log_Path, "Camera calibration start.");
   Camera_Rms = cv::calibrateCamera(Board_Index_all, ImageCoordinate, Image_Size, Camera_Matrix,
                                    Distortion, Rvecs, Tvecs, cv::noArray(), cv::noArray(),
@@ -176,7 +177,7 @@ int Detect_Corner_And_Calibrate(std::string Log_Path, double& Camera_Rms, cv::Si
 
 int Judge_Camera_Rms(const std::string& Log_Path, double Camera_Rms, float Camera_Rms_Limit) {
   if (Camera_Rms > static_cast<double>(Camera_Rms_Limit)) {
-    // The blank in front and the misspelt word are part of the text.
+    // The leading space and the misspelt word are part of the text.
     Write_Log(Log_Path, " Camera calibration failed, reporjection too large. (> " +
                             std::to_string(Camera_Rms_Limit) + " pixel)");
     Write_Log(Log_Path, "Error code 5: " + Error_Text(5));

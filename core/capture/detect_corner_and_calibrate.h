@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// From image paths to chessboard corners and a solved lens. The board is looked for on a reduced
-// copy of each image and refined on the full one; images without a board leave all lists. The
-// lens model is k1 and k2 with free focal lengths and principal point.
+// From image paths to chessboard corners and a solved lens. The board is searched on a reduced copy
+// of each image and refined on the full one; images without a board are removed from all lists. The
+// lens model has k1 and k2 with free focal lengths and principal point.
 #ifndef RIGSYNC_CORE_CAPTURE_DETECT_CORNER_AND_CALIBRATE_H
 #define RIGSYNC_CORE_CAPTURE_DETECT_CORNER_AND_CALIBRATE_H
 
@@ -19,29 +19,32 @@ struct Detection_Plan {
   int Window_Half_Size;   // of the sub-pixel refinement, full-image pixels, at most 15
 };
 
-// Width alone decides: from 1440 on, images are reduced to 720 pixels in width, below they are
-// searched as they are. The height of a portrait image doesn't matter. Scale and target size are
-// computed in single precision.
+// Only the width decides: images of width 1440 or more are reduced to a width of 720 pixels,
+// smaller ones are searched at full size. The height does not matter, not even for portrait images.
+// Scale and target size are computed in single precision.
 Detection_Plan Plan_Detection(cv::Size Image_Size);
 
-// Finds the board in every image, keeps the images where that works, solves the lens on them.
+// Finds the board in every image, keeps the images in which it was found, and solves the lens on
+// them.
 //
-// Reads      Image_name (paths as they stand), Raw_Data_all (entry i from the same image),
-//            Board_Index. The unnamed int and bool are part of the argument list and unread.
-// Fills      Image_name and Raw_Data_all, reduced to the usable images, order kept;
+// Reads      Image_name (paths as given), Raw_Data_all (entry i from the same image),
+//            Board_Index. The unnamed int and bool are unused.
+// Fills      Image_name and Raw_Data_all, reduced to the usable images in the same order;
 //            ImageCoordinate (corners in full-image pixels) and Board_Index_all, appended, one
-//            entry per usable image. Image_Size, if it is 0 wide, from the first image that
-//            opens; later images of another size are treated as if they had it.
+//            entry per usable image. Image_Size, if its width is 0, from the first image that
+//            can be read; later images of another size are treated as if they had this size.
 //            Camera_Matrix 3 x 3, Distortion k1, k2, p1, p2, k3 with the last three 0, Rvecs and
 //            Tvecs one row of three doubles per image (board in camera, Rodrigues form and
 //            metres), Camera_Rms in pixels.
 // Precision  detection scale in float; lens in double.
-// Returns    0; 4 below 12 usable images, lists reduced and nothing solved; 5 when Camera_Rms is
-//            above the limit, outputs holding the rejected solve.
-// Logs       a line per image, the raw data of the usable images, the lens; failures as told.
-// Throws     cv::Exception from any OpenCV call but cv::imread. One from cv::imread is dropped and
-//            leaves the previous image in place: it is searched again, under the new name.
-//            std::invalid_argument for a row of Raw_Data_all below 15 numbers, when it is logged.
+// Returns    0; 4 for fewer than 12 usable images, with the lists reduced and nothing solved;
+//            5 when Camera_Rms is above the limit, with the rejected solve in the outputs.
+// Logs       a line per image, the raw data of the usable images, the lens; for code 4 its two
+//            lines, for code 5 those of Judge_Camera_Rms.
+// Throws     cv::Exception from any OpenCV call except cv::imread. An exception of cv::imread is
+//            dropped and leaves the previous image in place, which is searched again under the new
+//            name. std::invalid_argument when a row of Raw_Data_all with fewer than 15 numbers is
+//            logged.
 int Detect_Corner_And_Calibrate(std::string Log_Path, double& Camera_Rms, cv::Size& Image_Size,
                                 cv::Mat& Camera_Matrix, cv::Mat& Distortion, cv::Mat& Rvecs,
                                 cv::Mat& Tvecs, std::vector<std::string>& Image_name,
@@ -53,7 +56,8 @@ int Detect_Corner_And_Calibrate(std::string Log_Path, double& Camera_Rms, cv::Si
                                 cv::TermCriteria& Corner_Term, float Camera_Rms_Limit,
                                 bool /*Show_Corners*/);
 
-// The lens verdict. Compared in double, the limit widened: an error equal to the limit passes.
+// The verdict on the lens. The limit is widened and compared in double; an error equal to the limit
+// passes.
 //
 // Returns    0, or 5 when Camera_Rms is above Camera_Rms_Limit.
 // Logs       "Camera calibration successful.", or for code 5 its two lines.

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int Field_Count = 16;
 constexpr int Image_Field = 1;
-constexpr std::size_t List_Reserve = 5000;  // a hint; longer files are read in full
+constexpr std::size_t List_Reserve = 5000;  // initial capacity; longer files are read in full
 
 }  // namespace
 
@@ -32,8 +32,8 @@ int Read_Raw_Data(std::string Log_Path, std::string Csv_Path, std::vector<std::s
   while (std::getline(File, Line)) {
     if (!Line.empty() && Line[0] == 'T') continue;
 
-    // One string takes all fields: behind the end of a line it keeps the last field, which is how
-    // a short line comes to repeat it.
+    // One string is used for all fields. After the end of the line it keeps the last field, so a
+    // short line repeats its last field.
     std::istringstream Fields(Line);
     std::string Field;
     for (int i = 0; i < Field_Count; ++i) {
@@ -41,7 +41,7 @@ int Read_Raw_Data(std::string Log_Path, std::string Csv_Path, std::vector<std::s
       if (i == Image_Field) {
         Image_name.push_back(Field);
       } else {
-        // What is no number counts as 0, or as the number in front of it.
+        // Text counts as 0, or as the number that it begins with.
         // NOLINTNEXTLINE(cert-err34-c)
         Row.push_back(std::atof(Field.c_str()));
       }

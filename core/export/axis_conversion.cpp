@@ -7,7 +7,7 @@
 
 namespace {
 
-// A table above as a matrix: it is written by rows, and Eigen stores by columns.
+// One of the header's tables as a matrix. The tables are written by rows; Eigen stores by columns.
 Eigen::Matrix4d Axes(const double (&Rows)[4][4]) {
   Eigen::Matrix4d Matrix;
   for (int r = 0; r < 4; ++r) {
@@ -19,8 +19,8 @@ Eigen::Matrix4d Axes(const double (&Rows)[4][4]) {
 }  // namespace
 
 int Change_Hand(std::string /*Log_Path*/, Eigen::Matrix4d Pose, Eigen::Matrix4d& Flipped) {
-  // Two full products, the left one first. Negating six elements would leave NaN and infinity
-  // where they are; the products spread them over their row and column.
+  // Two full products, the left one first. Negating six elements instead would not spread NaN and
+  // infinity over their row and column as the products do.
   const Eigen::Matrix4d Left_Flipped = Axes(Hand_Flip) * Pose;
   Flipped = Left_Flipped * Axes(Hand_Flip);
   return 0;
@@ -68,7 +68,7 @@ int Cam_Tc_To_AX(std::string Log_Path, Eigen::Matrix4d Transform_Cam_Tc,
 }
 
 Eigen::Vector3f Scale_To_Cm(Eigen::Vector3f Translation) {
-  // float on purpose: the exported numbers carry the rounding of a single-precision product.
+  // float is intended: the exported numbers have the rounding of a single-precision product.
   constexpr float Cm_Per_Metre = 100.0f;
   return {Translation.x() * Cm_Per_Metre, Translation.y() * Cm_Per_Metre,
           Translation.z() * Cm_Per_Metre};

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // From Transform_Cam_Tc, in OpenCV's axes and metres, to Transform_Tc_Cam in an engine's axes.
-// Every conversion turns the direction round: the engines ask where the camera is as seen from
-// its tracker. Double precision throughout; only Scale_To_Cm is single.
+// Every conversion inverts the transform: the engines need the pose of the camera in the frame of
+// its tracker. Everything is in double precision except Scale_To_Cm.
 //
-// The four conversions look alike and are not: each multiplies other matrices in another order,
-// and the general inverse, which sees the last row too, makes the order part of the digits. They
-// are not to be unified.
+// The four conversions look similar but differ: each multiplies different matrices in a different
+// order. The general inverse also reads the last row, so the order affects the last digits. Do not
+// unify them.
 #ifndef RIGSYNC_CORE_EXPORT_AXIS_CONVERSION_H
 #define RIGSYNC_CORE_EXPORT_AXIS_CONVERSION_H
 
@@ -14,8 +14,8 @@
 
 #include <string>
 
-// The axis matrices, by rows. A product with one of them moves and negates elements and changes
-// no magnitude. Hand_Flip mirrors z, determinant -1; the others are proper rotations.
+// The axis matrices, by rows. A product with one of them moves and negates elements and keeps their
+// magnitudes. Hand_Flip mirrors z and has determinant -1; the others are proper rotations.
 inline constexpr double Hand_Flip[4][4] = {
     {1, 0, 0, 0},
     {0, 1, 0, 0},
@@ -65,13 +65,12 @@ inline constexpr double AX_Outer[4][4] = {
     {0, 0, 0, 1},
 };
 
-// The pose as seen with the z axis of both its frames reversed, which takes a right-handed pose
-// to a left-handed one and back:
+// Changes the handedness of a pose by reversing the z axis of both its frames:
 //
 //   Flipped = Hand_Flip * Pose * Hand_Flip
 //
-// Elements (0,2), (1,2), (2,0), (2,1), (2,3) and (3,2) change sign; (2,2) does so twice.
-// Returns    0, always.
+// Elements (0,2), (1,2), (2,0), (2,1), (2,3) and (3,2) change sign; (2,2) changes sign twice.
+// Returns    always 0.
 int Change_Hand(std::string Log_Path, Eigen::Matrix4d Pose, Eigen::Matrix4d& Flipped);
 
 // For Unreal Engine 4, left-handed:
@@ -79,9 +78,9 @@ int Change_Hand(std::string Log_Path, Eigen::Matrix4d Pose, Eigen::Matrix4d& Fli
 //   Transform_Tc_Cam_UE4 = UE4_Outer * inverse(UE4_Inner * Change_Hand(Transform_Cam_Tc))
 //
 // The camera's x is along the view, y right, z up. The tracker's x is -y of Tc, y is x, z is -z.
-// A singular pose isn't noticed: the inverse divides by 0 and the values are not finite.
+// A singular pose is not detected: the inverse divides by 0 and the values are not finite.
 //
-// Returns    0, always.
+// Returns    always 0.
 // Logs       "I Change Hand." after the hand change and "I Transform_Tc_UE4Cam." after the inverse.
 int Cam_Tc_To_UE4(std::string Log_Path, Eigen::Matrix4d Transform_Cam_Tc,
                   Eigen::Matrix4d& Transform_Tc_Cam_UE4);
@@ -91,19 +90,20 @@ int Cam_Tc_To_UE4(std::string Log_Path, Eigen::Matrix4d Transform_Cam_Tc,
 //   Transform_Tc_Cam_UE5 = inverse(Transform_Cam_Tc * UE5_Inner)
 //
 // The camera keeps OpenCV's axes: x right, y down, z along the view. The tracker's x is x of Tc,
-// y is z, z is -y. It alone multiplies on the right, and nothing follows the inverse.
+// y is z, z is -y. Only this conversion multiplies on the right, and only here the inverse is the
+// last step.
 //
-// Returns    0, always, also for a singular pose.
+// Returns    always 0, even for a singular pose.
 int Cam_Tc_To_UE5(std::string Log_Path, Eigen::Matrix4d Transform_Cam_Tc,
                   Eigen::Matrix4d& Transform_Tc_Cam_UE5);
 
-// For Unreal Engine 5 in the other axes, right-handed:
+// For Unreal Engine 5 with the other axes, right-handed:
 //
 //   Transform_Tc_Cam_UE5 = ExportxN_Outer * inverse(ExportxN_Inner * Transform_Cam_Tc)
 //
 // The camera's x is up, y along the view, z left. The tracker's x is -z of Tc, y is -y, z is -x.
 //
-// Returns    0, always, also for a singular pose.
+// Returns    always 0, even for a singular pose.
 int Cam_Tc_To_UE5_ExportxN(std::string Log_Path, Eigen::Matrix4d Transform_Cam_Tc,
                            Eigen::Matrix4d& Transform_Tc_Cam_UE5);
 
@@ -113,11 +113,11 @@ int Cam_Tc_To_UE5_ExportxN(std::string Log_Path, Eigen::Matrix4d Transform_Cam_T
 //
 // The camera's x is right, y up, z along the view. The tracker's x is x of Tc, y is -z, z is -y.
 //
-// Returns    0, or what Change_Hand returns; 0 also for a singular pose.
+// Returns    what Change_Hand returns; 0 even for a singular pose.
 int Cam_Tc_To_AX(std::string Log_Path, Eigen::Matrix4d Transform_Cam_Tc,
                  Eigen::Matrix4d& Transform_Tc_Cam_AX);
 
-// Metres to centimetres, each element times 100.0f in single precision: 0.3 m, narrowed, becomes
+// Metres to centimetres: each element times 100.0f in single precision. 0.3 m, narrowed, gives
 // 30.000001907348633 cm.
 Eigen::Vector3f Scale_To_Cm(Eigen::Vector3f Translation);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The Aximmetry export: the lens as a field of view and a centre shift, then angles and
-// centimetres. It can't fail: a gimbal lock is a value here.
+// centimetres. It always returns 0: gimbal lock gives a result here.
 #include <cmath>
 
 #include "core/base/require_size.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-// FoVX = 2 * atan(1 / (2 * fx / width)), in degrees through the short pi, all in double. A focal
+// FoVX = 2 * atan(1 / (2 * fx / width)), converted to degrees with Pi_Short, all in double. A focal
 // length of 0 gives 180.
 double Horizontal_FoV_Deg(double Norm_Fx) {
   const double Half_Width = 1.0 / (Norm_Fx + Norm_Fx);
@@ -22,7 +22,7 @@ double Horizontal_FoV_Deg(double Norm_Fx) {
   return (Half_FoV_Rad + Half_FoV_Rad) / Pi_Short * 180.0;
 }
 
-// The lens lines and the lens results, which are delivered before the transform is looked at.
+// Logs and fills the lens results, before the transform is read.
 void Export_Lens(const std::string& Log_Path, const std::vector<double>& Norm_Fxy,
                  const std::vector<double>& Norm_Cxy, std::vector<double>& FoVX,
                  std::vector<double>& AximmetryCxy) {
@@ -33,10 +33,11 @@ void Export_Lens(const std::string& Log_Path, const std::vector<double>& Norm_Fx
 
   FoVX.push_back(Horizontal_FoV_Deg(Norm_Fxy[0]));
   AximmetryCxy.push_back(Norm_Cxy[0] - 0.5);
-  // y runs up. A sign change, not 0.5 - cy: a centred principal point gives -0.0.
+  // y points up. The sign is changed instead of computing 0.5 - cy: a centred principal point gives
+  // -0.0.
   AximmetryCxy.push_back(-(Norm_Cxy[1] - 0.5));
 
-  // The front of the vectors, whether or not these values stand there.
+  // Logs the front of the vectors, even if they held other values before the call.
   Write_Log(Log_Path, "FoVX : " + Number_Row(FoVX, 1));
   Write_Log(Log_Path, "AximmetryCxy : " + Number_Row(AximmetryCxy, 2));
 }
@@ -62,7 +63,7 @@ int CamAxisToAximmetry(std::vector<double> Norm_Fxy, std::vector<double> Norm_Cx
   if (const int Code = Quat_To_Euler_AX(Log_Path, Quat_Tc_Cam, Euler_Deg); Code != 0) return Code;
   Euler_Deg = -Euler_Deg;
 
-  // y and z point the other way in the engine's field, so they are negated once more here.
+  // y and z have the opposite direction in the engine's fields, so they are negated again here.
   const Eigen::Vector3f Translation_Tc_Cam(static_cast<float>(Transform_Tc_Cam(0, 3)),
                                            -static_cast<float>(Transform_Tc_Cam(1, 3)),
                                            -static_cast<float>(Transform_Tc_Cam(2, 3)));
@@ -72,7 +73,7 @@ int CamAxisToAximmetry(std::vector<double> Norm_Fxy, std::vector<double> Norm_Cx
     Rot_Tc_Cam_AX_Euler.push_back(static_cast<double>(Euler_Deg[i]));
     Trans_Tc_Cam_AX_cm.push_back(static_cast<double>(Translation_Cm[i]));
   }
-  // No "successful" line follows, unlike in the other exports: the translation line is the last.
+  // Unlike in the other exports, no "successful" line follows: the translation line is the last.
   Write_Log(Log_Path, "Rot_Tc_Cam_AX_Euler : " + Number_Row(Euler_Deg) + " deg");
   Write_Log(Log_Path, "Trans_Tc_Cam_AX_cm : " + Number_Row(Translation_Cm) + " cm");
   return 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The Unreal Engine 4 export: angles and centimetres, in single precision, and the only export
-// that can refuse a transform.
+// The Unreal Engine 4 export: angles and centimetres, in single precision. It is the only export
+// that can reject a transform.
 
 #include "core/base/run_log.h"
 #include "core/export/axis_conversion.h"

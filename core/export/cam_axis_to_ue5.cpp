@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The two Unreal Engine 5 exports: a quaternion and centimetres, in double precision from start
-// to end. They differ in their axes, and in the log by their first and last own line alone.
+// The two Unreal Engine 5 exports: a quaternion and centimetres, in double precision throughout.
+// They differ in their axes; their logs differ only in the start line and the end line.
 #include "core/base/run_log.h"
 #include "core/export/axis_conversion.h"
 #include "core/export/export_call.h"
@@ -9,9 +9,9 @@
 
 namespace {
 
-// The call of the given name, with the given conversion. Both write the label
-// "Transform_Tc_Cam_UE5", and the result lines carry no name of the call either: tools that read
-// run logs find the same texts for both.
+// Runs the export of this name with this conversion. Both exports log the label
+// "Transform_Tc_Cam_UE5" and result lines without the export's name: tools that read run logs find
+// the same texts for both.
 int Export_To_UE5(const std::string& Export_Name, Axis_Conversion Convert,
                   const std::vector<double>& Transform_Cam_Tc, std::vector<double>& Quat_Tc_Cam,
                   std::vector<double>& Trans_Tc_Cam_cm, const std::string& Output_Dir) {
@@ -31,8 +31,8 @@ int Export_To_UE5(const std::string& Export_Name, Axis_Conversion Convert,
   Quat_Tc_Cam.push_back(Quat.w());
   for (int r = 0; r < 3; ++r) Trans_Tc_Cam_cm.push_back(Transform_Tc_Cam(r, 3) * 100.0);
 
-  // The front of the vectors, not the values above: a host that passes a vector with values in it
-  // finds those in the log. That is how the lines are settled.
+  // The front of the vectors is logged, not the values above: if a host passes a vector with values
+  // in it, those are logged. Readers of run logs rely on this.
   Write_Log(Log_Path, "UE5 Quat_Tc_Cam (xyzw): " + Number_Row(Quat_Tc_Cam, 4));
   Write_Log(Log_Path, "UE5 Trans_Tc_Cam_cm (xyz): " + Number_Row(Trans_Tc_Cam_cm, 3) + " cm");
   Write_Log(Log_Path, Export_Name + " successful.");

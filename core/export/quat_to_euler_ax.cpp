@@ -8,8 +8,8 @@
 
 namespace {
 
-// The sine of element 0's angle beyond which it counts as 90 degrees. double, and the float that
-// it judges is widened: no float equals it, so the bound itself never occurs.
+// The sine of element 0's angle above which the angle counts as 90 degrees. It is a double, and the
+// float that is compared with it is widened: no float equals it, so the limit itself never occurs.
 constexpr double AX_Gimbal_Limit = 0.9999987;
 
 }  // namespace
@@ -23,7 +23,7 @@ int Quat_To_Euler_AX(std::string Log_Path, Eigen::Quaterniond Quat, Eigen::Vecto
   const float Half_Sine = W * X - Z * Y;
   const float Sine = Half_Sine + Half_Sine;
 
-  // Plain single-precision products: there is no pow here.
+  // Single-precision products, without pow.
   const float WY = Y * W;
   const float YY = Y * Y;
   const float ZX = Z * X;
@@ -32,7 +32,7 @@ int Quat_To_Euler_AX(std::string Log_Path, Eigen::Quaterniond Quat, Eigen::Vecto
   const bool At_Plus_90 = static_cast<double>(Sine) > AX_Gimbal_Limit;
   const bool At_Minus_90 = -AX_Gimbal_Limit > static_cast<double>(Sine);
   if (At_Plus_90 || At_Minus_90) {
-    // The text ends without colon or number, and no catalog line follows: nothing has failed.
+    // The text has no colon or number, and no error line follows: this is not a failure.
     Write_Log(Log_Path, "Encountered Gimbal lock");
     const float Numerator_Half = ZX - WY;
     const float Squares = YY + ZZ;
@@ -49,7 +49,7 @@ int Quat_To_Euler_AX(std::string Log_Path, Eigen::Quaterniond Quat, Eigen::Vecto
   const float Y_Turn_Deg =
       atan2f(Y_Numerator_Half + Y_Numerator_Half, 1.0f - (Y_Squares + Y_Squares)) * Degree_Factor;
 
-  // asinf in single precision; from there to degrees in double, through the short pi.
+  // asinf in single precision, then conversion to degrees in double, with Pi_Short.
   const double X_Turn_Rad = static_cast<double>(-asinf(Sine));
   const float X_Turn_Deg = static_cast<float>(X_Turn_Rad / Pi_Short * 180.0);
 

@@ -9,15 +9,16 @@
 
 namespace {
 
-// Half the sine of the pitch from which on no angles are given. The bound itself still gives
-// angles; the next float beyond it, 0x3EFFFFF0, doesn't. float, like the value that it judges.
+// Half the sine of the pitch above which the export reports gimbal lock. The limit itself still
+// gives angles; the next float above it, 0x3EFFFFF0, does not. It is a float, like the value that
+// is compared with it.
 constexpr float UE4_Gimbal_Limit = 0.4999995f;
 static_assert(static_cast<double>(UE4_Gimbal_Limit) == 0.4999994933605194091796875,
               "the bound's bits are 0x3EFFFFEF");
 
 int Report_Gimbal_Lock(const std::string& Log_Path, float SingularityTest, float X, float Y,
                        float Z) {
-  // The first line ends in its blank: the numbers stand in the lines below.
+  // The first line ends in a space: the numbers are in the lines after it.
   Write_Log(Log_Path, "Encountered Gimbal lock : ");
   Write_Log(Log_Path, "SingularityTest : " + std::to_string(SingularityTest));
   Write_Log(Log_Path, "x : " + std::to_string(X) + ", y : " + std::to_string(Y) +
@@ -39,7 +40,7 @@ int Quat_To_Euler_UE4(std::string Log_Path, Eigen::Quaterniond Quat, Eigen::Vect
   const float Yaw_Half = W * Z + Y * X;
   const float Yaw_Numerator = Yaw_Half + Yaw_Half;
 
-  // pow in double on narrowed values. A float's square fits a double, so these are exact.
+  // pow in double on narrowed values. The square of a float is exact in a double.
   const double Y2 = std::pow(static_cast<double>(Y), 2.0);
   const double Z2 = std::pow(static_cast<double>(Z), 2.0);
   const double Yaw_Squares = Z2 + Y2;
@@ -52,7 +53,7 @@ int Quat_To_Euler_UE4(std::string Log_Path, Eigen::Quaterniond Quat, Eigen::Vect
   const float Pitch_Deg = asinf(SingularityTest + SingularityTest) * Degree_Factor;
   const float Yaw_Deg = atan2f(Yaw_Numerator, Yaw_Denominator) * Degree_Factor;
 
-  // Roll goes through double, and its denominator, unlike the yaw's, isn't narrowed.
+  // Roll is computed in double, and unlike the denominator of yaw its denominator is not narrowed.
   const double X2 = std::pow(static_cast<double>(X), 2.0);
   const float Roll_Product = (Z * Y + W * X) * -2.0f;
   const double Roll_Numerator = static_cast<double>(Roll_Product);

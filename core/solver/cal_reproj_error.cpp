@@ -15,19 +15,19 @@ namespace {
 
 constexpr int Disc_Radius = 8;  // pixels
 
-// A filled disc about a point whose coordinates are cut, not rounded, to whole pixels.
+// A filled disc around a point whose coordinates are truncated, not rounded, to whole pixels.
 void Draw_Disc(cv::Mat& Image, const cv::Point2f& Centre, const cv::Scalar& Colour) {
   cv::circle(Image, cv::Point(static_cast<int>(Centre.x), static_cast<int>(Centre.y)), Disc_Radius,
              Colour, cv::FILLED, cv::LINE_8, 0);
 }
 
-// Whether a point lies strictly inside the image. NaN lies outside.
+// Whether a point lies strictly inside the image. A NaN value counts as outside.
 bool Is_Inside(const cv::Mat& Image, const cv::Point2f& Point) {
   return Point.x > 0 && Point.x < static_cast<float>(Image.cols) && Point.y > 0 &&
          Point.y < static_cast<float>(Image.rows);
 }
 
-// Found corners red, projected ones blue over them, one corner after the other.
+// Draws found corners in red and projected ones in blue over them, one corner after the other.
 void Draw_Corners(cv::Mat& Image, const std::vector<cv::Point2f>& Found,
                   const std::vector<cv::Point2f>& Projected) {
   const cv::Scalar Found_Red(20, 20, 200, 0), Projected_Blue(200, 20, 20, 0);  // BGR
@@ -37,13 +37,14 @@ void Draw_Corners(cv::Mat& Image, const std::vector<cv::Point2f>& Found,
   }
 }
 
-// Only a backslash ends the folder, on every platform: hosts have always written their paths so.
+// Only a backslash separates the folder from the name, on every platform: hosts write their paths
+// this way.
 std::string File_Name(const std::string& Path) {
   return Path.substr(Path.rfind('\\') + 1);
 }
 
 // Mean distance of one image's corners: differences in float, each distance in double, and the sum
-// narrowed to float after each.
+// narrowed to float after each addition.
 float Mean_Distance(const std::vector<cv::Point2f>& Found,
                     const std::vector<cv::Point2f>& Projected) {
   float Sum = 0.0f;
@@ -77,7 +78,7 @@ int Cal_Reproj_Error(std::string Log_Path, float& Reproj_Error,
   std::vector<cv::Point2f> Projected;
   const Eigen::Matrix4d Transform_Tr_Chart = Transform_Chart_Tr.inverse();
   for (std::size_t i = 0; i < ImageCoordinate.size(); ++i) {
-    // The board's pose from the tracker samples alone.
+    // The board's pose, predicted from the tracker samples and both mounts.
     const Eigen::Matrix4d Transform_Tc_Base = Transform_Base_Tc_all[i].inverse();
     const Eigen::Matrix4d Transform_Base_Tr = Transform_Tr_Base_all[i].inverse();
     const Eigen::Matrix4d Transform_Cam_Base = Mean_Transform_Cam_Tc * Transform_Tc_Base;

@@ -24,7 +24,7 @@ int Calculate_Transform_Cam_Tc(std::string Log_Path, Eigen::Matrix4d& Mean_Trans
 
   Eigen::Vector3f Translation_Sum = Eigen::Vector3f::Zero();
   for (std::size_t i = 0; i < Transform_Cam_Chart_all.size(); ++i) {
-    // Each product is complete before the next one starts, so that the digits don't depend on
+    // Each product is complete before the next one starts, so that the digits do not depend on
     // how an expression is evaluated.
     const Eigen::Matrix4d Transform_Cam_Tr = Transform_Cam_Chart_all[i] * Transform_Chart_Tr;
     const Eigen::Matrix4d Transform_Cam_Base = Transform_Cam_Tr * Transform_Tr_Base_all[i];

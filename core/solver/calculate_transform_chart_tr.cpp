@@ -28,7 +28,7 @@ int Calculate_Transform_Chart_Tr(std::string Log_Path, Eigen::Matrix4d& Mean_Tra
   std::vector<Eigen::Vector4f> Quaternion_Chart_Tr_all;
   Eigen::Vector3f Translation_Sum = Eigen::Vector3f::Zero();
   for (std::size_t i = 0; i < Transform_Cam_Chart_all.size(); ++i) {
-    // The general inverse throughout: a transposed rotation block would give other digits.
+    // The general inverse is used throughout: a transposed rotation block would give other digits.
     const Eigen::Matrix4d Transform_Chart_Cam = Transform_Cam_Chart_all[i].inverse();
     const Eigen::Matrix4d Transform_Chart_Tc = Transform_Chart_Cam * Mean_Transform_Cam_Tc;
     const Eigen::Matrix4d Transform_Tc_Base = Transform_Base_Tc_all[i].inverse();

@@ -9,10 +9,10 @@
 namespace {
 
 // Root mean square deviation of the samples from the mean on one axis, metres. Differences, sums
-// and roots in float, squares in double: all of it in double would give other digits.
+// and roots are in float, squares in double: double throughout would give other digits.
 //
-// One axis at a time: where a loop carries the three sums side by side, gcc 12 vectorises it at -O3
-// and drops the narrowing between the additions of two samples.
+// One axis at a time: gcc 12 at -O3 vectorises a loop that computes the three sums side by side,
+// and then drops the narrowing between the additions of two samples.
 float Axis_Spread(const std::vector<Eigen::Vector3f>& Translation_Cam_Tc_all, int Axis,
                   float Mean_Translation) {
   float Square_Sum = 0.0f;
@@ -52,8 +52,8 @@ int Evaluate_Result(std::string Log_Path, float Norm_Reproj_Error, float Reproj_
   Max_T_STD = T_STD(2) > Max_T_STD ? T_STD(2) : Max_T_STD;
   Write_Log(Log_Path, "Max T_STD : " + std::to_string(Max_T_STD) + " meter.");
 
-  // The translation spread is judged fully before the reprojection error is looked at, so its
-  // warning hides a reprojection failure.
+  // The translation spread is judged before the reprojection error, so a warning about the spread
+  // hides a failure of the reprojection error.
   if (Max_T_STD > T_STD_Fail_Limit) {
     Write_Log(Log_Path, "T_STD too large. ( " + Exceeds(Max_T_STD, T_STD_Fail_Limit));
     Write_Log(Log_Path, "Error code 6: " + Error_Text(6));

@@ -9,17 +9,17 @@
 #include <string>
 #include <vector>
 
-// Judges T_STD, the spread of the per-image translations about the mean, by its largest axis, and
-// then the reprojection error. T_STD is judged fully first, so a warning about it hides a failed
-// reprojection. Every comparison is strict: a value on a limit passes it.
+// Judges T_STD, the spread of the per-image translations about the mean on the worst axis, and then
+// the reprojection error. T_STD is judged first, so a warning about it hides a failure of the
+// reprojection error. Every comparison is strict: a value equal to a limit passes.
 //
-// Reads      Norm_Reproj_Error as a fraction of the image height; of Mean_Transform_Cam_Tc the
-//            translation; Translation_Cam_Tc_all of the second solve. An empty list gives NaN,
-//            which passes every test; the outlier filter leaves at least 5 images.
+// Reads      Norm_Reproj_Error as a fraction of the image height; the translation of
+//            Mean_Transform_Cam_Tc; Translation_Cam_Tc_all of the second pass. An empty list gives
+//            NaN, which passes every comparison; the outlier filter keeps at least 5 images.
 // Units      metres; fractions of the image height.
 // Precision  float, with squares and their additions in double.
 // Returns    0; 6 or 14 for a failure; 99 for a usable result that should be measured again.
-// Logs       the three values; for a verdict its two lines.
+// Logs       the three values; for a code other than 0 two more lines.
 int Evaluate_Result(std::string Log_Path, float Norm_Reproj_Error, float Reproj_Warning_Limit,
                     float Reproj_Fail_Limit, Eigen::Matrix4d Mean_Transform_Cam_Tc,
                     std::vector<Eigen::Vector3f> Translation_Cam_Tc_all, float T_STD_Warning_Limit,

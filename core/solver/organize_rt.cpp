@@ -14,7 +14,7 @@
 
 namespace {
 
-// Rx * Ry * Rz as a product of quaternions, first angle outermost, without normalising.
+// Rx * Ry * Rz as a product of quaternions, without normalisation.
 Eigen::Matrix3d Rotation_From_Angles(double X_Rad, double Y_Rad, double Z_Rad) {
   const Eigen::Quaterniond Qx(Eigen::AngleAxisd(X_Rad, Eigen::Vector3d::UnitX()));
   const Eigen::Quaterniond Qy(Eigen::AngleAxisd(Y_Rad, Eigen::Vector3d::UnitY()));
@@ -38,8 +38,8 @@ Eigen::Matrix4d Make_Pose(const std::string& Log_Path, const Eigen::Matrix3d& Ro
 }
 
 // The pose of one tracked body, from a row's position and its quaternion w, x, y, z. The vector
-// part is negated, which transposes the rotation; the position is taken as it is. Eigen leaves a
-// quaternion alone whose squares don't sum to more than 0.
+// part is negated, which transposes the rotation; the position is used as given. Eigen does not
+// normalise a quaternion whose squared norm is not above 0.
 Eigen::Matrix4d Tracker_Pose(const std::string& Log_Path, const std::vector<double>& Row,
                              std::size_t Position, std::size_t Quaternion) {
   Eigen::Quaterniond Rotation(Row[Quaternion], -Row[Quaternion + 1], -Row[Quaternion + 2],
@@ -49,8 +49,8 @@ Eigen::Matrix4d Tracker_Pose(const std::string& Log_Path, const std::vector<doub
                    Row[Position + 2]);
 }
 
-// Where each sample stands in a row of Raw_Data_all. Element 0 is a value per line that nothing
-// reads.
+// The first element of each sample's parts in a row of Raw_Data_all. Element 0 of a row is not
+// read.
 constexpr std::size_t Tc_Position = 1;
 constexpr std::size_t Tc_Quaternion = 4;
 constexpr std::size_t Tr_Position = 8;
@@ -64,7 +64,7 @@ int OrganizeRT(std::string Log_Path, std::vector<Eigen::Matrix4d>& Transform_Bas
                std::vector<Eigen::Matrix4d>& Transform_Cam_Chart_all, cv::Mat Rvecs, cv::Mat Tvecs,
                std::vector<double> Chart_Euler_Deg, std::vector<double> Chart_Translation,
                std::vector<std::vector<double>> Raw_Data_all) {
-  // The host states where the board sits as seen from its tracker; the chain wants the inverse.
+  // The host passes the pose of the board in the frame of its tracker; the chain needs the inverse.
   Require_Size("Chart_Euler_Deg", 3, Chart_Euler_Deg.size());
   const Eigen::Matrix3d Rotation_Tr_Chart = Rotation_From_Angles(
       Radians(Chart_Euler_Deg[0]), Radians(Chart_Euler_Deg[1]), Radians(Chart_Euler_Deg[2]));

@@ -22,7 +22,7 @@ Eigen::Vector4d Calculate_Mean_Quaternion(std::string /*Log_Path*/,
   const Eigen::JacobiSVD<Eigen::MatrixXf> Svd(Decomposed,
                                               Eigen::ComputeThinU | Eigen::ComputeThinV);
   if (Svd.info() != Eigen::Success) {
-    // Non-finite samples stop the decomposition before it has written U.
+    // With non-finite samples the decomposition stops before it writes U.
     return Eigen::Vector4d::Constant(std::numeric_limits<double>::quiet_NaN());
   }
   // Singular values are sorted in decreasing order, so column 0 is the dominant one.

@@ -13,11 +13,11 @@
 
 namespace {
 
-// Largest accepted angle between rotation axes, degrees, whatever the spread.
+// Largest accepted angle between rotation axes, degrees. It does not depend on the spread.
 constexpr float Rotation_Limit_Deg = 0.5f;
 // Largest accepted translation deviation, as a multiple of the spread on its axis.
 constexpr float Translation_Limit_Factor = 1.3f;
-// The fewest images that may remain.
+// The smallest number of images that may remain.
 constexpr std::size_t Remaining_Limit = 5;
 
 // The axis of a pose's rotation, a 3 by 1 vector of unit length.
@@ -25,7 +25,7 @@ int Rotation_Direction(const std::string& Log_Path, const Eigen::Matrix4d& Pose,
                        cv::Mat& Direction) {
   Eigen::Matrix3d Rotation_Block;
   if (const int Code = Get_Rotation_Block(Log_Path, Pose, Rotation_Block); Code != 0) return Code;
-  // Eigen's columns read as OpenCV's rows, so the wrapped matrix is the transpose.
+  // OpenCV reads Eigen's columns as rows, so the wrapped matrix is the transpose.
   const cv::Mat Transposed(3, 3, CV_64F, Rotation_Block.data(), 3 * sizeof(double));
   cv::Mat Rotation, Jacobian;
   cv::transpose(Transposed, Rotation);
@@ -65,7 +65,7 @@ int RT_Filt_Outlier(std::string Log_Path, std::vector<Eigen::Matrix4d>& Transfor
   for (int r = 0; r < 3; ++r) Mean_Translation(r) = static_cast<float>(Mean_Transform_Cam_Tc(r, 3));
 
   // Deviation of every image from the mean. A dot product just above 1 makes the angle NaN, and
-  // STD_R with it; neither marks an image.
+  // therefore STD_R as well; neither marks an image as an outlier.
   std::vector<float> Diff_R_all;
   std::vector<Eigen::Vector3f> Diff_T_all;
   float Square_Sum_R = 0.0f;
@@ -94,7 +94,7 @@ int RT_Filt_Outlier(std::string Log_Path, std::vector<Eigen::Matrix4d>& Transfor
     Diff_T_all.push_back(Diff_T);
   }
 
-  // Spreads about the mean that was passed in; STD_R is only logged.
+  // Spreads about the mean that the caller passed; STD_R is only logged.
   const float Count = static_cast<float>(Transform_Cam_Tc_all.size());
   const float STD_R = sqrtf(Square_Sum_R / Count);
   Eigen::Vector3f STD_T;
@@ -117,14 +117,14 @@ int RT_Filt_Outlier(std::string Log_Path, std::vector<Eigen::Matrix4d>& Transfor
 
   const std::size_t Remaining = Transform_Cam_Tc_all.size() - Remove_index_all.size();
   if (Remaining < Remaining_Limit) {
-    // The text says <= where the comparison is strict, and stays.
+    // The text says <= although the comparison is strict. It must stay as it is.
     Write_Log(Log_Path, "Filtered data number not enough : " + std::to_string(Remaining) +
                             " <= " + std::to_string(Remaining_Limit));
     Write_Log(Log_Path, "Error code 13: " + Error_Text(13));
     return 13;
   }
 
-  // From the last index down, so that the lower ones stay valid.
+  // From the last index to the first, so that the remaining indices stay valid.
   for (auto Entry = Remove_index_all.rbegin(); Entry != Remove_index_all.rend(); ++Entry) {
     const std::int32_t Index = *Entry;
     Write_Log(Log_Path, "Remove index : " + std::to_string(Index));
@@ -154,7 +154,7 @@ int RT_Filt_Outlier(std::string Log_Path, std::vector<Eigen::Matrix4d>& Transfor
     Write_Log(Log_Path, "Error code 11: " + Error_Text(11));
     return 11;
   }
-  // The label of the unfiltered count, meant here too.
+  // The same label as before the removal is intended.
   Write_Log(Log_Path, "Size list : (init) " + std::to_string(Transform_Cam_Tc_all.size()));
   return 0;
 }
