@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Rotations are spelled out element by element, so that their sense can be checked against a
+// Rotations are written element by element, so that their direction can be checked against a
 // drawing: a positive angle about z takes x to y, about x takes y to z, about y takes z to x.
 #include "simulate/geometry.h"
 
@@ -39,7 +39,8 @@ Eigen::Matrix3d Rotation_Z(double Angle) {
 Eigen::Matrix3d Rotation_From_Vector(const Eigen::Vector3d& Rotation_Vector) {
   const double Angle = Rotation_Vector.norm();
   if (!(Angle > 0.0)) return Eigen::Matrix3d::Identity();
-  // Rodrigues: I + sin(a) K + (1 - cos(a)) K^2 with K the cross product by the unit axis.
+  // Rodrigues' formula: I + sin(a) K + (1 - cos(a)) K^2, where K is the cross-product matrix of the
+  // unit axis.
   const Eigen::Vector3d Axis = Rotation_Vector / Angle;
   Eigen::Matrix3d Cross;
   Cross << 0, -Axis.z(), Axis.y(),  //
@@ -75,8 +76,8 @@ Eigen::Vector2d Project(const Lens& Model, const Eigen::Vector3d& Point_Cam) {
 }
 
 double Fold_Radius(const Lens& Model) {
-  // The drawn radius r + K1 r^3 + K2 r^5 grows while 1 + 3 K1 s + 5 K2 s^2 > 0, s = r^2. The fold
-  // is the smaller positive root, in the form that keeps its digits when K2 is near 0.
+  // The distorted radius r + K1 r^3 + K2 r^5 increases while 1 + 3 K1 s + 5 K2 s^2 > 0, s = r^2.
+  // The fold is the smaller positive root, in the form that stays accurate when K2 is near 0.
   const double Half_B = 1.5 * Model.K1, A = 5.0 * Model.K2;
   const double Discriminant = Half_B * Half_B - A;
   if (Discriminant < 0.0) return std::numeric_limits<double>::infinity();
@@ -90,8 +91,8 @@ double Undistorted_Radius(const Lens& Model, double Distorted, double Fold, doub
   if (std::isfinite(Fold) && !(Distorted < Distort(Fold))) {
     return std::numeric_limits<double>::quiet_NaN();
   }
-  // Newton's steps inside a bracket that every step narrows; a step that leaves it is replaced by
-  // its middle.
+  // Newton steps inside a bracket that every step narrows. A step that leaves the bracket is
+  // replaced by its midpoint.
   double Low = 0.0, High = Fold;
   double Radius = Start < Fold ? Start : 0.5 * Fold;
   for (int Step = 0; Step < 100; ++Step) {

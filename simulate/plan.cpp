@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Draws a capture: where the board and both trackers are at every image, what the trackers report,
-// and which rows are bad. Poses are drawn by recipe, a steep one, one in a corner of the frame, a
-// near one and so on, and each is then pushed to the place in the frame that its recipe names.
+// Draws a random capture: the poses of the board and both trackers in every image, the tracker
+// samples, and which rows are bad. Each board pose follows a recipe (steep, in a corner of the
+// frame, near, ...) and is then moved to the position in the frame that its recipe asks for.
 #include "simulate/geometry.h"
 #include "simulate/random.h"
 #include "simulate/simulate.h"
@@ -16,7 +16,8 @@ namespace simulate {
 
 namespace {
 
-// Purposes that draw random numbers of their own; the photographs draw theirs in render.cpp.
+// Each purpose has its own stream of random numbers. The streams of the photographs are in
+// render.cpp.
 enum Stream : unsigned {
   Board_Poses = 1,
   Camera_Poses,
@@ -103,22 +104,22 @@ Lens Lens_In_Pixels(const Options& Settings) {
 
 // ---- Where the board is ----------------------------------------------------------------------
 
-// What a recipe asks of one image.
+// How the board should appear in one image.
 struct Pose_Recipe {
   double Tilt_Deg = 0;            // between the board's normal and the view direction
   double Tilt_Direction_Deg = 0;  // of the tilt's axis: 0 along the camera's x, 90 along its y
   double Roll_Deg = 0;            // of the board in its own plane, before the tilt
-  Eigen::Vector2d Place{0, 0};    // in the free room of the frame, -1 to 1 on both axes
-  double Fill = 0.7;              // part of the frame that the board spans on its tighter axis
+  Eigen::Vector2d Place{0, 0};    // in the free space of the frame, -1 to 1 on both axes
+  double Fill = 0.7;              // fraction of the frame that the board spans on its tighter axis
 };
 
-// Points all around the edge of the board's white margin, which is one square wide.
+// Points around the outer edge of the board's white margin, which is one square wide.
 std::vector<Eigen::Vector3d> Board_Outline(const Options& Settings) {
   const double Left = -2.0 * Settings.Square_Size,
                Right = (Settings.Board_Cols + 1) * Settings.Square_Size;
   const double Top = -2.0 * Settings.Square_Size,
                Bottom = (Settings.Board_Rows + 1) * Settings.Square_Size;
-  // A straight edge is drawn as a curve, which eight points a side follow closely enough.
+  // A straight edge appears as a curve, which eight points per side follow closely enough.
   constexpr int Steps = 8;
   std::vector<Eigen::Vector3d> Outline;
   for (int k = 0; k < Steps; ++k) {
@@ -136,14 +137,14 @@ Eigen::Vector3d Transformed(const Eigen::Matrix4d& Pose, const Eigen::Vector3d& 
   return Pose.topLeftCorner<3, 3>() * Point + Pose.topRightCorner<3, 1>();
 }
 
-// Pixels that stay free on all sides of the frame.
+// Width of the border of the frame that stays free, pixels.
 double Frame_Margin(const Options& Settings) {
   return 1.0 + 0.01 * std::min(Settings.Width, Settings.Height);
 }
 
-// Pushes the board to the wished place and distance. The projection isn't linear, so this walks:
-// draw the outline, scale the distance and shift the board by what its bounding box is off.
-// False when the walk leaves what the lens can draw.
+// Moves the board to the position and distance of the recipe. The projection is not linear, so this
+// iterates: it projects the outline, then corrects distance and position by the error of its
+// bounding box. False when the board leaves what the lens can show.
 bool Place_Board(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
                  const Eigen::Matrix3d& Rotation_Cam_Chart, const Pose_Recipe& Recipe,
                  Eigen::Matrix4d& Transform_Cam_Chart) {
@@ -184,10 +185,10 @@ bool Place_Board(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outlin
   return false;
 }
 
-// Which corner a detector takes for the first. A board with one even and one odd count has just one
-// that fits. With both even it looks the same after half a turn, and OpenCV starts at the upper
-// end; with both odd, or as many rows as columns, the choice follows the order in which squares are
-// found, which begins at the top.
+// Which corner a detector takes as the first. A board with one even and one odd count has only one
+// possible first corner. A board with two even counts looks the same after a rotation by 180
+// degrees, and OpenCV starts at the upper end. With two odd counts, or as many rows as columns, the
+// choice follows the order in which squares are found, which begins at the top.
 enum class First_Corner { Unique, Upper_Row, Topmost };
 
 First_Corner First_Corner_Of(const Options& Settings) {
@@ -197,7 +198,7 @@ First_Corner First_Corner_Of(const Options& Settings) {
   return First_Corner::Topmost;
 }
 
-// Squeezes a roll into the angles at which the board's first corner is the one that is taken.
+// Maps a roll to the range in which the detector starts at the board's first corner.
 double Limit_Roll(First_Corner First, double Roll_Deg) {
   switch (First) {
     case First_Corner::Upper_Row:
@@ -210,7 +211,7 @@ double Limit_Roll(First_Corner First, double Roll_Deg) {
   return Roll_Deg;
 }
 
-// Whether the first corner is the one that is taken, by at least a square.
+// Whether the detector starts at the board's first corner, with a margin of at least a square.
 bool Starts_At_First_Corner(const Options& Settings, const std::vector<Eigen::Vector2d>& Corners,
                             double Smallest_Square) {
   const auto Cols = static_cast<size_t>(Settings.Board_Cols);
@@ -228,13 +229,14 @@ bool Starts_At_First_Corner(const Options& Settings, const std::vector<Eigen::Ve
   return true;
 }
 
-// Whether an operator would keep this image: the board in the frame with its margin, not seen too
-// flatly, its squares large enough to be told apart.
+// Whether an operator would keep this image: the board with its margin is in the frame, it is not
+// seen at too flat an angle, and its squares are large enough for the detector.
 bool Is_Worth_Keeping(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
                       const Eigen::Matrix4d& Transform_Cam_Chart, double Smallest_Square) {
   const Options& Settings = Capture.Settings;
   const double Margin = 0.9 * Frame_Margin(Settings);
-  // Beyond 60 degrees between a line of sight and the board's normal, squares shrink to half.
+  // Above 60 degrees between a line of sight and the board's normal, squares shrink to less than
+  // half their height.
   const double Flattest_Cosine = std::cos(Radians(60.0));
   const Eigen::Vector3d Normal_Cam = Transform_Cam_Chart.block<3, 1>(0, 2);
   for (const Eigen::Vector3d& Edge_Chart : Outline) {
@@ -258,19 +260,19 @@ bool Is_Worth_Keeping(const Plan& Capture, const std::vector<Eigen::Vector3d>& O
   return Starts_At_First_Corner(Settings, Corners, Smallest_Square);
 }
 
-// The good operator's images come in sixes: two steep, two in corners of the frame, one near, one
-// anywhere. Number is the image's place among them, before the order is shuffled.
+// A good operator's images come in groups of six: two steep, two in corners of the frame, one near,
+// one anywhere. Number is the index of the image before the order is shuffled.
 Pose_Recipe Draw_Good_Recipe(Random& Generator, int Number, int Count) {
   const int Six = Number / 6, In_Six = Number % 6;
   Pose_Recipe Recipe;
-  // Rolls go once around over the whole capture, in a stride that shares no factor with it.
+  // Rolls cover a full circle over the whole capture, in steps of the golden ratio.
   const double Slot = std::fmod(Number * 0.61803398874989485, 1.0);
   Recipe.Roll_Deg = 360.0 * Slot + Generator.Between(-0.5, 0.5) * 360.0 / std::max(Count, 1);
   Recipe.Tilt_Direction_Deg = Generator.Between(0.0, 360.0);
   switch (In_Six) {
     case 0:
     case 1: {
-      // Steep, about x and y in turn and to both sides.
+      // Steep, alternately about x and y and to both sides.
       const int Steep_Number = 2 * Six + In_Six;
       Recipe.Tilt_Direction_Deg = 90.0 * (Steep_Number % 4) + Generator.Between(-10.0, 10.0);
       Recipe.Tilt_Deg = Generator.Between(39.0, 45.0);
@@ -280,7 +282,7 @@ Pose_Recipe Draw_Good_Recipe(Random& Generator, int Number, int Count) {
     }
     case 2:
     case 3: {
-      // In the corners in turn, rolled so that a corner of the board points there.
+      // In each corner of the frame in turn, rolled so that a corner of the board points there.
       const int Corner_Number = 2 * Six + In_Six - 2;
       const int Round = Corner_Number / 4;
       Recipe.Tilt_Deg = Generator.Between(5.0, 25.0);
@@ -330,12 +332,13 @@ Pose_Recipe Draw_Recipe(Random& Generator, Spread Pose_Spread, int Number, int C
   return Recipe;
 }
 
-// Draws until an image is usable. What is asked for grows milder with every try, so that a lens or
-// a frame that leaves little room gets the best that it can have.
+// Draws poses until one is worth keeping. The demands decrease with every attempt, so that a lens
+// or frame with little space still gets the best pose possible.
 Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
                                 Random& Generator, int Number) {
   const Options& Settings = Capture.Settings;
-  // Squares below about 12 pixels in an image reduced to 720 across aren't found reliably.
+  // Squares smaller than about 12 pixels in an image reduced to a width of 720 are not found
+  // reliably.
   const double Square_Goal = std::max(Settings.Width / 60.0, 13.0);
   constexpr int Most_Tries = 60;
   for (int Try = 0; Try < Most_Tries; ++Try) {
@@ -365,8 +368,8 @@ Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Ve
 
 // ---- Where the camera is ---------------------------------------------------------------------
 
-// Base is drawn with x to the right, y ahead and z up, and the camera upright in it before it is
-// turned: its x stays, its y points down, its z ahead.
+// In Base, x points to the right, y ahead and z up. Before its rotation the camera is upright: its
+// x points to the right, its y down, its z ahead.
 Eigen::Matrix4d Draw_Camera_Pose(Random& Generator, Spread Pose_Spread) {
   Eigen::Matrix3d Upright;
   Upright << 1, 0, 0,  //
@@ -377,7 +380,7 @@ Eigen::Matrix4d Draw_Camera_Pose(Random& Generator, Spread Pose_Spread) {
   const double Roll = Radians(Generator.Between(-20.0, 20.0));
   const double X = Generator.Between(-1.2, 1.2), Y = Generator.Between(-0.8, 0.8);
   const double Z = Generator.Between(0.9, 1.9);
-  // The operator who repeats one pose hardly moves the camera either.
+  // An operator who repeats one pose hardly moves the camera.
   const double Motion_Scale = Pose_Spread == Spread::Same_Pose ? 0.005 : 1.0;
   const Eigen::Matrix3d Rotation_Base_Cam = Rotation_Z(Motion_Scale * Yaw) *
                                             Rotation_X(Motion_Scale * Pitch) *
@@ -386,21 +389,22 @@ Eigen::Matrix4d Draw_Camera_Pose(Random& Generator, Spread Pose_Spread) {
                    {Motion_Scale * X, Motion_Scale * Y, 1.4 + Motion_Scale * (Z - 1.4)});
 }
 
-// ---- What the trackers say -------------------------------------------------------------------
+// ---- What the trackers report ----------------------------------------------------------------
 
-// As trackers report it: of unit length, w at least 0.
+// The quaternion as trackers report it: of unit length, with w of at least 0.
 Eigen::Quaterniond Reported_Rotation(const Eigen::Matrix3d& Rotation_Body_Base) {
   Eigen::Quaterniond Rotation = Eigen::Quaterniond(Rotation_Body_Base).normalized();
   if (Rotation.w() < 0.0) Rotation.coeffs() = -Rotation.coeffs();
   return Rotation;
 }
 
-// Turns a body by a rotation vector in its own axes, radians, and moves it in Base, metres.
+// Rotates a body by a rotation vector in its own axes, radians, and moves it in Base, metres.
 Sample Moved(const Sample& From, const Eigen::Vector3d& Shift,
              const Eigen::Vector3d& Rotation_Vector) {
   Sample To;
   To.Position = From.Position + Shift;
-  // The quaternion turns Base directions into body directions, so a turn in body axes comes last.
+  // The quaternion takes Base directions to body directions, so a rotation in body axes is applied
+  // last.
   const Eigen::Matrix3d Rotation_Body_Base =
       Rotation_From_Vector(Rotation_Vector) * From.Rotation.normalized().toRotationMatrix();
   To.Rotation = Reported_Rotation(Rotation_Body_Base);
@@ -414,8 +418,8 @@ Sample With_Noise(const Options& Settings, const Sample& From, Random& Generator
   return Moved(From, Shift, Rotation_Vector);
 }
 
-// Deals the bad kinds to rows, each row getting one at most. Row 0 has no row before it that a
-// stale sample could repeat, so stale rows are dealt first, from the others.
+// Assigns the bad kinds to rows, at most one per row. Row 0 has no earlier row that a stale sample
+// could repeat, so stale rows are drawn first, from the other rows.
 std::vector<Row_Kind> Deal_Kinds(const Options& Settings) {
   Random Generator(Settings.Seed, Bad_Rows);
   std::vector<Row_Kind> Kinds(static_cast<size_t>(Settings.Image_Count), Row_Kind::Good);
@@ -437,8 +441,8 @@ std::vector<Row_Kind> Deal_Kinds(const Options& Settings) {
   return Kinds;
 }
 
-// Where the camera's tracker has come since the row before, when its sample is to be stale by as
-// much as was asked for.
+// The pose of the camera's tracker after it has moved on from the row before by the distance and
+// angle of a stale sample.
 Eigen::Matrix4d Pose_After_Move(const Options& Settings, const Eigen::Matrix4d& Transform_Base_Tc,
                                 Random& Generator) {
   const Eigen::Vector3d Shift = Settings.Stale_Mm * 1e-3 * Generator.Direction();
@@ -448,7 +452,7 @@ Eigen::Matrix4d Pose_After_Move(const Options& Settings, const Eigen::Matrix4d& 
   return Pose_From(Rotation_Base_Tc, Transform_Base_Tc.topRightCorner<3, 1>() + Shift);
 }
 
-// What the trackers of bad rows reported.
+// Replaces the camera tracker's samples of stale and jumped rows.
 void Spoil_Samples(Plan& Capture) {
   const Options& Settings = Capture.Settings;
   Random Generator(Settings.Seed, Jumps);
@@ -481,15 +485,15 @@ Refused_Options::Refused_Options(std::vector<std::string> Option_Names, std::str
       Rule(std::move(Broken_Rule)) {}
 
 Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker) {
-  // Column k holds the body's own axis k in the tracker's relabelled axes: body x is -x, body y
-  // is -z, body z is -y.
+  // Column k is the body's own axis k in the tracker's relabelled axes: body x is -x, body y is -z,
+  // body z is -y.
   Eigen::Matrix3d Rotation_Tracker_Body;
   Rotation_Tracker_Body.col(0) << -1, 0, 0;
   Rotation_Tracker_Body.col(1) << 0, 0, -1;
   Rotation_Tracker_Body.col(2) << 0, -1, 0;
   const Eigen::Matrix3d Rotation_Base_Body =
       Transform_Base_Tracker.topLeftCorner<3, 3>() * Rotation_Tracker_Body;
-  // A sample's quaternion turns Base directions into body directions.
+  // A sample's quaternion takes Base directions to body directions.
   const Eigen::Matrix3d Rotation_Body_Base = Rotation_Base_Body.transpose();
 
   Sample Reported;
@@ -509,7 +513,7 @@ Plan Make_Plan(const Options& Settings) {
       Pose_From_Euler(Settings.Board_Mount_Euler_Deg, Settings.Board_Mount_Offset);
   Capture.Transform_Chart_Tr = Rigid_Inverse(Transform_Tr_Chart);
 
-  // The host's estimate is off by the full error on every axis, to a side that is drawn.
+  // The host's estimate has the full error on every axis, with a random sign.
   Random Estimate(Settings.Seed, Host_Estimate);
   for (int Axis = 0; Axis < 3; ++Axis) {
     const double Angle_Sign = Estimate.Unit() < 0.5 ? -1.0 : 1.0;
@@ -520,7 +524,7 @@ Plan Make_Plan(const Options& Settings) {
         Settings.Board_Mount_Offset[Axis] + Offset_Sign * Settings.Estimate_Error_Mm * 1e-3;
   }
 
-  // The recipes are numbered; a shuffle keeps their order out of the capture.
+  // The recipes are shuffled, so that the capture does not follow their order.
   Random Board(Settings.Seed, Board_Poses), Camera(Settings.Seed, Camera_Poses),
       Noise(Settings.Seed, Tracker_Noise);
   std::vector<int> Numbers(static_cast<size_t>(Settings.Image_Count));

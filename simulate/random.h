@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Random numbers that come out alike everywhere: the standard fixes what std::mt19937 delivers but
-// not what its distributions make of it, so the scaling is done here.
+// Random numbers that are the same on every platform. The standard defines the output of
+// std::mt19937 but not that of its distributions, so the distributions are implemented here.
 #ifndef RIGSYNC_SIMULATE_RANDOM_H
 #define RIGSYNC_SIMULATE_RANDOM_H
 
@@ -15,14 +15,14 @@ namespace simulate {
 
 class Random {
  public:
-  // Each purpose draws from a Stream of its own, so that asking for noise or bad rows leaves the
-  // poses as they are.
+  // Each purpose draws from its own Stream, so that poses do not change when noise or bad rows are
+  // added.
   Random(unsigned Seed, unsigned Stream) {
     std::seed_seq Mixed{Seed, Stream};
     Engine.seed(Mixed);
   }
 
-  // From 0 to below 1, in steps of 2^-53.
+  // Uniform, at least 0 and below 1, in steps of 2^-53.
   double Unit() {
     const std::uint64_t High = Engine() >> 5, Low = Engine() >> 6;
     return static_cast<double>((High << 26) | Low) * 0x1p-53;
@@ -30,10 +30,10 @@ class Random {
 
   double Between(double Low, double High) { return Low + (High - Low) * Unit(); }
 
-  // From 0 to below Count.
+  // At least 0 and below Count.
   int Index(int Count) { return static_cast<int>(Unit() * Count); }
 
-  // Normal with mean 0 and standard deviation 1, one of Box and Muller's pair.
+  // Normal with mean 0 and standard deviation 1, by the Box-Muller method.
   double Gaussian() {
     const double Radius = std::sqrt(-2.0 * std::log(1.0 - Unit()));
     return Radius * std::cos(6.28318530717958647692 * Unit());
@@ -44,7 +44,7 @@ class Random {
     return {X, Y, Z};
   }
 
-  // A direction, all equally likely.
+  // A unit vector, uniform over all directions.
   Eigen::Vector3d Direction() {
     Eigen::Vector3d Vector = Gaussian_Vector();
     while (!(Vector.norm() > 1e-6)) Vector = Gaussian_Vector();

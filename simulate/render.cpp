@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Each pixel's ray is followed to the board's plane. Where the pixel's area lies inside one square
-// its grey is known at once; where an edge crosses it, many samples are averaged. Colours are
-// linear in the light, so that blur and averaging leave edges where they are.
+// Each pixel's ray is intersected with the board's plane. If the pixel's area lies inside one
+// square or is crossed by one edge, its grey level is computed exactly; otherwise samples are
+// averaged. Grey levels are linear in the light, so blur and averaging do not move edges.
 #include "simulate/render.h"
 
 #include "simulate/geometry.h"
@@ -20,24 +20,25 @@ namespace simulate {
 
 namespace {
 
-// Streams of random numbers, apart from those of plan.cpp.
+// Streams of random numbers, different from those of plan.cpp.
 enum Stream : unsigned { Scene = 101, Lamp, Grain };
 
-// Grey levels of the print, and the brightest that the background gets: it has to stay darker than
-// the white margin, or the board would have no edge against it.
+// Grey levels of the print, and the maximum of the background, which must be darker than the white
+// margin so that the board's edge is visible.
 constexpr float Paper_White = 226.0f;
 constexpr float Ink_Black = 24.0f;
 constexpr double Background_Brightest = 125.0;
 
 // ---- The board -------------------------------------------------------------------------------
 
-// The board's plane as a pixel sees it: squares from the first inner corner, or nothing.
+// What is needed to intersect a ray with the board. Board coordinates are in squares from the first
+// inner corner.
 struct Board_View {
   Eigen::Matrix3d Squares_From_Ray;  // homogeneous board coordinates of a ray (x, y, 1)
   Lens Model;
   int Cols = 0, Rows = 0;
   float White = 0, Black = 0;
-  cv::Rect Box;  // pixels outside see no board
+  cv::Rect Box;  // no pixel outside shows the board
 };
 
 Board_View View_Board(const Plan& Capture, const Image_Truth& Image, float White, float Black) {
@@ -57,7 +58,7 @@ Board_View View_Board(const Plan& Capture, const Image_Truth& Image, float White
   View.White = White;
   View.Black = Black;
 
-  // Sixteen points a side follow a bent edge to well within the two pixels that the box gives.
+  // Sixteen points per side follow a curved edge to much less than the two pixels of padding.
   constexpr int Steps = 16;
   Eigen::Vector2d Low(1e300, 1e300), High(-1e300, -1e300);
   for (int k = 0; k <= Steps; ++k) {
@@ -89,11 +90,11 @@ Surface Surface_At(const Board_View& View, double U, double V) {
   const int Col = static_cast<int>(std::floor(U)), Row = static_cast<int>(std::floor(V));
   if (Col < -2 || Row < -2 || Col > View.Cols || Row > View.Rows) return Surface::None;
   if (Col < -1 || Row < -1 || Col >= View.Cols || Row >= View.Rows) return Surface::White;
-  // The square at the first inner corner's outer side, (-1, -1), is black.
+  // The outermost square at the first inner corner, (-1, -1), is black.
   return ((Col + Row) & 1) == 0 ? Surface::Black : Surface::White;
 }
 
-// How much of an area is covered by board, and the light that comes from there.
+// The fraction of an area that the board covers, and the light from that fraction.
 using Coverage = cv::Vec2f;
 
 Coverage Covered_By(const Board_View& View, Surface Kind) {
@@ -101,8 +102,9 @@ Coverage Covered_By(const Board_View& View, Surface Kind) {
   return {1.0f, Kind == Surface::White ? View.White : View.Black};
 }
 
-// Where a pixel's middle meets the board's plane, in squares, and how far a step of one pixel
-// along the image's rows (i) and columns (j) goes there. Straight within the pixel.
+// Where the ray of a pixel's centre meets the board's plane, in squares, and the derivatives of
+// that position for steps of one pixel across (i) and down (j) the image. They are taken as
+// constant within the pixel.
 struct Footprint {
   double U = 0, V = 0;
   double Ui = 0, Uj = 0, Vi = 0, Vj = 0;
@@ -117,8 +119,8 @@ bool Intersect_Board(const Board_View& View, const cv::Vec2f& Ray, Footprint& Hi
   Hit.U = (H(0, 0) * X + H(0, 1) * Y + H(0, 2)) / W;
   Hit.V = (H(1, 0) * X + H(1, 1) * Y + H(1, 2)) / W;
 
-  // Board per pixel is board per ray times ray per pixel, the inverse of what the lens does to a
-  // small step.
+  // The chain rule: board per pixel is board per ray times ray per pixel, and the latter is the
+  // inverse of the lens model's derivative.
   const double Ux = (H(0, 0) - Hit.U * H(2, 0)) / W, Uy = (H(0, 1) - Hit.U * H(2, 1)) / W;
   const double Vx = (H(1, 0) - Hit.V * H(2, 0)) / W, Vy = (H(1, 1) - Hit.V * H(2, 1)) / W;
   const double Square = X * X + Y * Y;
@@ -134,8 +136,9 @@ bool Intersect_Board(const Board_View& View, const cv::Vec2f& Ray, Footprint& Hi
   return true;
 }
 
-// The part of an area that lies below an edge Distance from its middle, when its extent across the
-// edge is the sum of two even spreads of half widths P and Q: the area is a parallelogram.
+// The fraction of an area on the lower side of an edge at Distance from its centre. The area is a
+// parallelogram: across the edge its extent is the sum of two uniform distributions of half widths
+// P and Q.
 double Part_Below(double Distance, double P, double Q) {
   if (P < Q) std::swap(P, Q);
   if (std::abs(Distance) <= P - Q) return 0.5 + Distance / (2.0 * P);
@@ -145,7 +148,7 @@ double Part_Below(double Distance, double P, double Q) {
   return Distance > 0.0 ? 1.0 - Tip : Tip;
 }
 
-// What an area of Size pixels a side sees whose middle is Hit's.
+// What a square area of Size by Size pixels around Hit shows.
 Coverage Cover_Area(const Board_View& View, const Footprint& Hit, double Size) {
   const double Half = 0.5 * Size;
   const double Half_Ui = Half * std::abs(Hit.Ui), Half_Uj = Half * std::abs(Hit.Uj);
@@ -166,8 +169,8 @@ Coverage Cover_Area(const Board_View& View, const Footprint& Hit, double Size) {
            Covered_By(View, Surface_At(View, Hit.U, V_High + 0.5)) * (1.0f - Below);
   }
 
-  // A corner, or squares smaller than the area: the mean of samples on a lattice whose 64 columns
-  // and 64 rows hold one each.
+  // A corner, or squares smaller than the area: the mean of 64 samples on a lattice with one sample
+  // in each of its 64 columns and 64 rows.
   constexpr int Samples = 64, Stride = 27;
   Coverage Sum(0.0f, 0.0f);
   for (int k = 0; k < Samples; ++k) {
@@ -179,17 +182,18 @@ Coverage Cover_Area(const Board_View& View, const Footprint& Hit, double Size) {
   return Sum * (1.0f / Samples);
 }
 
-// The optics blur what the sensor then averages over each pixel. Blurring pixels instead would
-// come too late: their steps are so coarse that edges along the pixel grid would seem to lie up to
-// 0.03 pixels beside the truth. So the board is drawn finer, blurred, and averaged to pixels.
+// The optics blur the image before the sensor averages it over each pixel. Blurring whole pixels
+// instead would shift edges along the pixel grid by up to 0.03 pixels. So the board is drawn at
+// this multiple of the resolution, blurred, and averaged to pixels.
 constexpr int Finer = 2;
 
-// How far rows beside a strip reach into it by the blur; OpenCV cuts its kernel at four deviations.
+// How many rows outside a strip affect it through the blur; OpenCV truncates its kernel at four
+// standard deviations.
 int Blur_Reach(double Blur_Pixels) {
   return static_cast<int>(std::ceil(4.0 * Blur_Pixels)) + 1;
 }
 
-// Draws the rows of a strip over the picture.
+// Draws the board over the rows of a strip.
 void Draw_Strip(const Board_View& View, const cv::Mat& Rays, double Blur_Pixels,
                 const cv::Range& Strip, cv::Mat& Picture) {
   const int Reach = Blur_Reach(Blur_Pixels);
@@ -241,7 +245,7 @@ void Draw_Board(const Board_View& View, const cv::Mat& Rays, double Blur_Pixels,
   const int Reach = Blur_Reach(Blur_Pixels);
   const int First = std::max(View.Box.y - Reach, 0);
   const int Last = std::min(View.Box.y + View.Box.height + Reach, Rays.rows);
-  // Strips are cut alike for any number of threads, and high enough that their seams cost little.
+  // Strips are the same for any number of threads, and high enough that their overlap costs little.
   const int Height = std::max(48, 2 * Reach);
   cv::parallel_for_(cv::Range(0, (Last - First + Height - 1) / Height), [&](const cv::Range& R) {
     for (int k = R.start; k < R.end; ++k) {
@@ -251,10 +255,10 @@ void Draw_Board(const Board_View& View, const cv::Mat& Rays, double Blur_Pixels,
   });
 }
 
-// ---- The room behind it ----------------------------------------------------------------------
+// ---- The background --------------------------------------------------------------------------
 
-// Soft shapes in muted colours, as a room looks that is out of focus. Drawn small and enlarged:
-// nothing in it is sharp, and nothing is laid out like a board.
+// Soft shapes in muted colours, like a room out of focus. Drawn small and enlarged: nothing in it
+// is sharp or looks like a board.
 cv::Mat Draw_Background(Random& Generator, int Width, int Height) {
   const int Long_Side = 160;
   const double Shrink = static_cast<double>(Long_Side) / std::max(Width, Height);
@@ -266,7 +270,7 @@ cv::Mat Draw_Background(Random& Generator, int Width, int Height) {
     return cv::Scalar(Level * Blue, Level * Green, Level * Generator.Between(0.75, 1.0));
   };
 
-  // A wall that darkens towards one side, and a floor.
+  // A wall that gets darker towards one side, and a floor.
   cv::Mat Room(Small, CV_32FC3);
   const cv::Scalar Wall = Muted(60.0, 105.0), Floor = Muted(35.0, 75.0);
   const double Skirting = Small.height * Generator.Between(0.6, 0.9);
@@ -295,10 +299,10 @@ cv::Mat Draw_Background(Random& Generator, int Width, int Height) {
   return Background;
 }
 
-// ---- Light, sensor ---------------------------------------------------------------------------
+// ---- Light and sensor ------------------------------------------------------------------------
 
-// Numbers with mean 0 and standard deviation 1 to pick from: drawing each grain afresh would cost
-// more than all the rest of a photograph.
+// A table of numbers with mean 0 and standard deviation 1. Noise is picked from it, because drawing
+// a new number for every pixel would take longer than the rest of a photograph.
 constexpr int Grain_Count = 4096;
 
 std::array<float, Grain_Count> Make_Grains() {
@@ -316,7 +320,8 @@ std::array<float, Grain_Count> Make_Grains() {
   return Grains;
 }
 
-// A 64-bit counter stepped and stirred: fast, and good enough to pick grains with.
+// The splitmix64 generator: a 64-bit counter and a mixing function. It is fast and good enough to
+// pick table entries with.
 std::uint64_t Next_Bits(std::uint64_t& State) {
   State += 0x9e3779b97f4a7c15u;
   std::uint64_t Bits = State;
@@ -325,8 +330,8 @@ std::uint64_t Next_Bits(std::uint64_t& State) {
   return Bits ^ (Bits >> 31);
 }
 
-// Light falls off linearly from one corner of the frame to the opposite one, the same two in all
-// of a capture's photographs.
+// Brightness decreases linearly from one corner of the frame to the opposite one, the same two
+// corners in all photographs of a capture.
 struct Lighting {
   float At_Origin = 1, Per_Column = 0, Per_Row = 0;
 };
@@ -344,8 +349,8 @@ Lighting Light_Frame(const Options& Settings) {
   return Light;
 }
 
-// Lights the scene, adds the sensor's noise and rounds to bytes. Every row stirs a state of its
-// own, so rows can be done in any order.
+// Applies the light, adds the sensor's noise and rounds to bytes. Every row has its own generator
+// state, so rows can be processed in any order.
 cv::Mat Expose(const Options& Settings, std::size_t Index, const cv::Mat& Picture) {
   static const std::array<float, Grain_Count> Grains = Make_Grains();
   const Lighting Light = Light_Frame(Settings);
@@ -367,7 +372,7 @@ cv::Mat Expose(const Options& Settings, std::size_t Index, const cv::Mat& Pictur
           const float Level =
               Scene_Row[i][Channel] * Light_Level + Noise * Grains[Bits % Grain_Count];
           Bits >>= 16;
-          // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and lround takes longer
+          // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and lround is slower
           Photograph_Row[i][Channel] = static_cast<uchar>(std::clamp(Level, 0.0f, 255.0f) + 0.5f);
         }
       }
@@ -385,7 +390,7 @@ cv::Mat Make_Pixel_Rays(const Lens& Model, int Width, int Height) {
     for (int j = Range.start; j < Range.end; ++j) {
       cv::Vec2f* Ray = Rays.ptr<cv::Vec2f>(j);
       const double Y = (j - Model.Cy) / Model.Fy;
-      double Ratio = 1.0;  // undistorted by distorted radius, a good start for the next pixel
+      double Ratio = 1.0;  // undistorted / distorted radius, a good start for the next pixel
       for (int i = 0; i < Width; ++i) {
         const double X = (i - Model.Cx) / Model.Fx;
         const double Distorted = std::sqrt(X * X + Y * Y);
@@ -410,7 +415,7 @@ cv::Mat Render_Photograph(const Plan& Capture, std::size_t Index, const cv::Mat&
 
   Random Generator(Settings.Seed, Scene + 1000 * (1 + static_cast<unsigned>(Index)));
   Picture = Draw_Background(Generator, Settings.Width, Settings.Height);
-  // Matt paper looks darker the flatter the light falls on it; the lamp is near the camera.
+  // Matt paper looks darker at a flatter angle of light; the lamp is near the camera.
   const float Shade = static_cast<float>(0.7 + 0.3 * Image.Transform_Cam_Chart(2, 2));
   Draw_Board(View_Board(Capture, Image, Shade * Paper_White, Shade * Ink_Black), Rays,
              Settings.Blur_Pixels, Picture);

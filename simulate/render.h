@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Photographs of a board whose pose is known. What a pixel sees is integrated over its area, so
-// that a corner stands in the photograph where Project_Board says, to a few thousandths of a pixel.
+// Photographs of a board whose pose is known. Each pixel is integrated over its area, so that a
+// corner is where Project_Board computes it, to a few thousandths of a pixel.
 #ifndef RIGSYNC_SIMULATE_RENDER_H
 #define RIGSYNC_SIMULATE_RENDER_H
 
@@ -13,13 +13,13 @@
 
 namespace simulate {
 
-// Where every pixel of a lens looks: x and y of its ray at depth 1, undistorted (CV_32FC2). NaN
-// where the lens shows nothing because its model folds back.
+// The ray of every pixel: x and y at depth 1, undistorted (CV_32FC2). NaN where the lens model
+// folds back, so that no ray exists.
 cv::Mat Make_Pixel_Rays(const Lens& Model, int Width, int Height);
 
-// The photograph of entry Index of Capture.Images, CV_8UC3: a board, or a flat grey picture for a
-// blank image. Rays are those of the plan's lens and size. The same plan gives the same pixels on
-// one machine, however many threads draw them.
+// The photograph of entry Index of Capture.Images, CV_8UC3: a board, or a uniform grey image for a
+// blank one. Rays must belong to the plan's lens and size. The same plan gives the same pixels on
+// one machine for any number of threads.
 cv::Mat Render_Photograph(const Plan& Capture, std::size_t Index, const cv::Mat& Rays);
 
 }  // namespace simulate

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Captures whose truth is known: chessboard photographs, tracker samples, CSV and truth.json made
-// from a seed. The simulator states every frame convention for itself and shares no code with the
-// library, so that a convention that either side misreads keeps the truth from coming out.
+// Simulated captures with known ground truth: chessboard photographs, tracker samples, CSV and
+// truth.json generated from a seed. The simulator implements every frame convention itself and
+// shares no code with the library, so that a convention misunderstood by one side shows up as a
+// wrong result.
 //
-// Frames and directions, in full. Transform_A_B takes coordinates in B to coordinates in A.
+// Frames and directions. Transform_A_B takes coordinates in B to coordinates in A.
 //   Cam    x right in the image, y down, z along the view.
 //   Chart  origin at the first inner corner, x along a board row, y along a board column.
 //   Tc, Tr trackers on camera and board, in relabelled axes: a tracked body's own axes are
 //          body x = -x, body y = -z, body z = -y of Tc or Tr.
 //   Base   the tracking system.
 // A tracker sample is the tracked point's position in Base, metres, and a unit quaternion
-// w, x, y, z that turns Base directions into body directions.
+// w, x, y, z that takes Base directions to body directions.
 #ifndef RIGSYNC_SIMULATE_SIMULATE_H
 #define RIGSYNC_SIMULATE_SIMULATE_H
 
@@ -28,7 +29,7 @@
 namespace simulate {
 
 // A pinhole camera with two radial coefficients (Brown's model): focal lengths and principal point
-// in pixels, the latter in OpenCV's sense, where pixel centres have whole coordinates.
+// in pixels. As in OpenCV, pixel centres have whole coordinates.
 struct Lens {
   double Fx = 0, Fy = 0, Cx = 0, Cy = 0;
   double K1 = 0, K2 = 0;
@@ -36,14 +37,14 @@ struct Lens {
 
 // How the operator moves.
 enum class Spread {
-  Good,       // tilts on both axes to about 45 degrees, every roll, all corners, near and far
-  Frontal,    // the board always nearly square to the camera
-  Centred,    // the board never leaves the middle of the frame
+  Good,       // tilts about both axes to about 45 degrees, every roll, all corners, near and far
+  Frontal,    // the board always nearly parallel to the image plane
+  Centred,    // the board always in the centre of the frame
   One_Axis,   // tilts about one axis only, no roll
   Same_Pose,  // every image nearly the same
 };
 
-// The form in which image paths stand in the CSV.
+// The form of the image paths in the CSV.
 enum class Path_Form {
   Absolute,   // folder and name, the platform's own separators
   Relative,   // images/0001.png, relative to the CSV's folder
@@ -58,30 +59,30 @@ struct Options {
   int Width = 1920, Height = 1080;      // pixels
   int Board_Cols = 11, Board_Rows = 8;  // inner corners
   double Square_Size = 0.03;            // metres
-  // Lens. Focal lengths and principal point as fractions of width and height; a vertical focal
+  // Lens. Focal lengths and principal point are fractions of width and height; a vertical focal
   // length of 0 means square pixels.
   double Norm_Fx = 1.1, Norm_Fy = 0.0, Norm_Cx = 0.503, Norm_Cy = 0.492;
   double K1 = -0.09, K2 = 0.03;
-  // The mounts that a calibration looks for: Rx * Ry * Rz in degrees, offset in metres. The camera
-  // mount is turned some tens of degrees on purpose: the outlier filter compares rotation axes,
-  // which a mount near 0 or 180 degrees doesn't have.
+  // The mounts that a calibration solves for: Rx * Ry * Rz in degrees, offset in metres. The
+  // default camera mount is rotated by some tens of degrees because the outlier filter compares
+  // rotation axes, and a mount near 0 or 180 degrees has no stable axis.
   Eigen::Vector3d Camera_Mount_Euler_Deg{35.0, -25.0, 20.0};  // of Transform_Cam_Tc
   Eigen::Vector3d Camera_Mount_Offset{0.06, -0.14, -0.08};    // of Transform_Cam_Tc
   Eigen::Vector3d Board_Mount_Euler_Deg{12.0, -20.0, 8.0};    // of Transform_Tr_Chart
   Eigen::Vector3d Board_Mount_Offset{-0.17, 0.05, 0.04};      // of Transform_Tr_Chart
-  // Tracker noise: standard deviation on every position axis, and of a rotation vector's axes.
+  // Tracker noise: standard deviation on each axis of the position and of the rotation vector.
   double Position_Noise_Mm = 0.0;
   double Rotation_Noise_Deg = 0.0;
-  // Bad rows, drawn without overlap. In a stale row the camera tracker repeats its sample of the
-  // row before, while the camera has moved on by Stale_Mm and turned by Stale_Deg; a jumped sample
-  // is off by Jump_Mm and Jump_Deg.
+  // Bad rows, drawn without overlap. In a stale row the camera's tracker repeats the sample of the
+  // row before, although the camera has moved by Stale_Mm and rotated by Stale_Deg. A jumped sample
+  // has an error of Jump_Mm and Jump_Deg.
   int Stale_Count = 0;
   double Stale_Mm = 30.0, Stale_Deg = 2.0;
   int Jump_Count = 0;
   double Jump_Mm = 80.0, Jump_Deg = 4.0;
-  // Bad images: not written; a flat grey image without a board; cut off after half its bytes.
+  // Bad images: not written; a uniform grey image without a board; truncated after half its bytes.
   int Missing_Count = 0, Blank_Count = 0, Truncated_Count = 0;
-  // How far the host's board estimate is from the truth, on each of the three axes.
+  // Error of the host's board estimate on each of the three axes.
   double Estimate_Error_Deg = 0.0;
   double Estimate_Error_Mm = 0.0;
   // Photographs.
@@ -97,7 +98,7 @@ struct Options {
 
 enum class Row_Kind { Good, Stale, Jumped, Missing_Image, Blank_Image, Truncated_Image };
 
-// A tracker's sample as it stands in a row.
+// A tracker's sample as recorded in a row.
 struct Sample {
   Eigen::Vector3d Position = Eigen::Vector3d::Zero();            // metres, in Base
   Eigen::Quaterniond Rotation = Eigen::Quaterniond::Identity();  // Base to body
@@ -112,13 +113,13 @@ struct Image_Truth {
   Sample Tc, Tr;                        // as recorded: with noise, stale or jumped
 };
 
-// Everything that is known about a capture before a pixel is drawn.
+// Everything about a capture except its pixels.
 struct Plan {
   Options Settings;
   Lens True_Lens;
   Eigen::Matrix4d Transform_Cam_Tc;
   Eigen::Matrix4d Transform_Chart_Tr;
-  // The host's estimate of Transform_Tr_Chart: the truth plus the error that was asked for.
+  // The host's estimate of Transform_Tr_Chart: the truth plus the error set in the options.
   Eigen::Vector3d Chart_Euler_Deg;    // degrees
   Eigen::Vector3d Chart_Translation;  // metres
   std::vector<Image_Truth> Images;
@@ -137,7 +138,7 @@ class Refused_Options : public std::invalid_argument {
 };
 
 // Draws the poses and samples of a capture. The same options give the same plan on every machine,
-// but for the last bits in which their sines, cosines and logarithms differ.
+// except for the last bits of sines, cosines and logarithms.
 //
 // Throws Refused_Options for options that can't be met: counts below 0, more bad rows
 // than images, a board of fewer than 2 corners a side, an unknown image format, a size below 16
@@ -150,28 +151,28 @@ std::vector<Eigen::Vector2d> Project_Board(const Plan& Capture, const Image_Trut
 // Called after each photograph.
 using Render_Progress = std::function<void(std::size_t Done, std::size_t All)>;
 
-// Writes the capture into Directory, which is created where it is missing: the photographs
-// (images/NNNN.png, or beside the CSV for Path_Form::Name_Only and Backslash), capture.csv and
-// truth.json. Throws std::runtime_error when a file can't be written.
+// Writes the capture to Directory, which is created if missing: the photographs (images/NNNN.png,
+// or in the CSV's folder for Path_Form::Name_Only and Backslash), capture.csv and truth.json.
+// Throws std::runtime_error when a file cannot be written.
 void Write_Capture(const Plan& Capture, const std::filesystem::path& Directory,
                    const Render_Progress& Progress = {});
 
-// Writes capture.csv and truth.json alone, for tests that bring their own photographs.
+// Writes only capture.csv and truth.json, for tests with their own photographs.
 void Write_Tables(const Plan& Capture, const std::filesystem::path& Directory);
 
 // The noise-free sample of a tracker whose pose with relabelled axes is Transform_Base_Tracker
-// (Transform_Base_Tc or Transform_Base_Tr). The quaternion has w of at least 0.
+// (Transform_Base_Tc or Transform_Base_Tr). w of the quaternion is at least 0.
 Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker);
 
-// What truth.json tells about a row of capture.csv.
+// The entry of truth.json for a row of capture.csv.
 struct Row_Truth {
   std::string Name;  // file name without a folder
   Row_Kind Kind = Row_Kind::Good;
-  int Csv_Line = 0;  // counted from 1, the header among them
+  int Csv_Line = 0;  // counted from 1, including the header line
   Eigen::Matrix4d Transform_Cam_Chart;
 };
 
-// What truth.json tells about a capture.
+// The content of truth.json.
 struct Truth {
   unsigned Seed = 0;
   int Width = 0, Height = 0;           // pixels
@@ -186,7 +187,8 @@ struct Truth {
   std::vector<Row_Truth> Rows;
 };
 
-// Reads a truth.json. Throws std::runtime_error naming the file when it can't be read or isn't one.
+// Reads a truth.json. Throws std::runtime_error naming the file when it cannot be read or is not
+// valid.
 Truth Read_Truth(const std::filesystem::path& Path);
 
 }  // namespace simulate

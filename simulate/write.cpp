@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A capture's files: photographs, capture.csv and truth.json, and the way back from truth.json.
-// README.md in this folder describes both tables.
+// Writes a capture's files (photographs, capture.csv, truth.json) and reads truth.json. README.md
+// in this folder describes the CSV and JSON files.
 #include "simulate/render.h"
 #include "simulate/simulate.h"
 
@@ -76,7 +76,7 @@ const char* Path_Form_Name(Path_Form Form) {
 
 // ---- Paths -----------------------------------------------------------------------------------
 
-// The image's path as the CSV holds it.
+// The image's path in the CSV.
 std::string Path_In_Csv(const Plan& Capture, const Image_Truth& Image, const fs::path& Directory) {
   switch (Capture.Settings.Paths) {
     case Path_Form::Relative:
@@ -91,7 +91,7 @@ std::string Path_In_Csv(const Plan& Capture, const Image_Truth& Image, const fs:
   return (fs::absolute(Directory) / "images" / Image.Name).string();
 }
 
-// The file that this path names when the CSV's folder is the working directory.
+// The file that this path refers to when the CSV's folder is the working directory.
 fs::path Image_File(const Plan& Capture, const Image_Truth& Image, const fs::path& Directory) {
   return fs::absolute(Directory) / Path_In_Csv(Capture, Image, Directory);
 }
@@ -132,7 +132,7 @@ void Put_Sample(std::ostream& Out, const Sample& Reported) {
 std::string Csv_Text(const Plan& Capture, const fs::path& Directory) {
   std::ostringstream Out;
   Out.imbue(std::locale::classic());
-  // 17 significant digits bring every double back.
+  // With 17 significant digits every double reads back exactly.
   Out << std::setprecision(std::numeric_limits<double>::max_digits10);
   if (Capture.Settings.Header) {
     Out << "Time,Image,Tc_X,Tc_Y,Tc_Z,Tc_Qw,Tc_Qx,Tc_Qy,Tc_Qz,"
@@ -148,7 +148,7 @@ std::string Csv_Text(const Plan& Capture, const fs::path& Directory) {
     Put_Sample(Out, Image.Tc);
     Put_Sample(Out, Image.Tr);
     Out << '\n';
-    Time += 2.5;  // seconds that the operator takes for an image
+    Time += 2.5;  // seconds per image
   }
   return Out.str();
 }
@@ -305,14 +305,15 @@ void Write_Photograph(const Plan& Capture, size_t Index, const cv::Mat& Rays,
                       const fs::path& File) {
   const Image_Truth& Image = Capture.Images[Index];
   if (Image.Kind == Row_Kind::Missing_Image) {
-    // A picture of an earlier capture would stand in for the missing one.
+    // A photograph of an earlier capture would replace the missing one.
     std::error_code Ignored;
     fs::remove(File, Ignored);
     return;
   }
   Make_Folder(File.parent_path());
-  // No PNG level is asked for: OpenCV then takes the fastest one with a single row filter, three
-  // times as fast as the same level asked for by number, and noise packs no better otherwise.
+  // No PNG level is set: OpenCV then uses the fastest level with a single row filter, which is
+  // three times as fast as the same level set by number. Noise does not compress better with any
+  // other.
   const std::vector<int> Encoder_Settings = {cv::IMWRITE_JPEG_QUALITY,
                                              Capture.Settings.Jpeg_Quality};
   std::vector<uchar> Encoded;
