@@ -15,38 +15,39 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Enough to be refused where a quota or a full disk would stop the run log.
+// Large enough that writing it fails if a quota or a full disk would stop the run log.
 constexpr std::size_t Probe_Size = 65536;
 
-// Folders that are removed again, if they are still empty, unless Keep is called.
-class Made_Folders {
+// Creates folders and removes them again, if they are still empty, unless Keep is called.
+class Created_Folders {
  public:
-  Made_Folders() = default;
-  Made_Folders(const Made_Folders&) = delete;
-  Made_Folders& operator=(const Made_Folders&) = delete;
+  Created_Folders() = default;
+  Created_Folders(const Created_Folders&) = delete;
+  Created_Folders& operator=(const Created_Folders&) = delete;
 
-  // Creates Folder with all that is missing above it. Returns why it couldn't, or nothing.
+  // Creates Folder and its missing parents. Returns the error, if any.
   std::error_code Make(const fs::path& Folder) {
-    // A root is there or can't be made; on Windows a server's name is a part of it, and no folder.
+    // A root exists or cannot be created. On Windows it may contain a server's name, which is not a
+    // folder.
     fs::path Whole = Folder.root_path();
     for (const fs::path& Component : Folder.relative_path()) {
       Whole /= Component;
       std::error_code Error, Ignored;
-      if (fs::create_directory(Whole, Error)) Made.push_back(Whole);
+      if (fs::create_directory(Whole, Error)) Created.push_back(Whole);
       if (fs::is_directory(Whole, Ignored)) continue;
       if (fs::exists(Whole, Ignored)) return std::make_error_code(std::errc::not_a_directory);
       return Error;
     }
     return {};
   }
-  void Keep() { Made.clear(); }
-  ~Made_Folders() {
+  void Keep() { Created.clear(); }
+  ~Created_Folders() {
     std::error_code Ignored;
-    for (; !Made.empty(); Made.pop_back()) fs::remove(Made.back(), Ignored);
+    for (; !Created.empty(); Created.pop_back()) fs::remove(Created.back(), Ignored);
   }
 
  private:
-  std::vector<fs::path> Made;  // a folder behind those that it is in
+  std::vector<fs::path> Created;  // parents first
 };
 
 // Writes a file and removes it again.
@@ -64,7 +65,7 @@ void Require_Space(const std::string& Flag, const fs::path& Folder, std::uintmax
                    const std::string& What) {
   std::error_code Error;
   const fs::space_info Space = fs::space(Folder, Error);
-  // A file system that doesn't know its space is taken as it is.
+  // A file system that does not report its space is accepted.
   if (Error || Space.available >= Needed_Bytes) return;
   Refuse(Flag, Folder.string(),
          fmt::format("a folder on a disk with {} of space for {} ({} are free)",
@@ -73,20 +74,20 @@ void Require_Space(const std::string& Flag, const fs::path& Folder, std::uintmax
 
 }  // namespace
 
-fs::path Make_Out_Folder(const std::string& Flag, const std::string& Given,
+fs::path Make_Out_Folder(const std::string& Flag, const std::string& Path,
                          std::uintmax_t Needed_Bytes, const std::string& What) {
-  Made_Folders Made;
-  const std::error_code Error = Made.Make(Given);
+  Created_Folders Created;
+  const std::error_code Error = Created.Make(Path);
   std::error_code Not_A_Folder;
-  if (!fs::is_directory(Given, Not_A_Folder)) {
-    Refuse(Flag, Given,
+  if (!fs::is_directory(Path, Not_A_Folder)) {
+    Refuse(Flag, Path,
            "a folder, or a path where one can be created" +
                (Error ? " (" + Error.message() + ")" : std::string()));
   }
-  const fs::path Out = fs::canonical(Given);
+  const fs::path Out = fs::canonical(Path);
   Require_Space(Flag, Out, Needed_Bytes, What);
   Require_Writable(Flag, Out);
-  Made.Keep();
+  Created.Keep();
   return Out;
 }
 

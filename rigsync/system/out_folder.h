@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Output folders: made where they are missing and tried out before long work begins.
+// Output folders: created if missing and checked before long work begins.
 #ifndef RIGSYNC_SYSTEM_OUT_FOLDER_H
 #define RIGSYNC_SYSTEM_OUT_FOLDER_H
 
@@ -10,11 +10,11 @@
 
 namespace rigsync {
 
-// The output folder, created where it is missing, as an absolute path without ".." and links. Tries
-// it out: refuses (Usage_Error naming Flag, folder and reason) one that can't be made, in which no
-// file can be written, or that hasn't Needed_Bytes of space for What, before long work begins. Of a
-// folder that is refused, nothing stays that wasn't there.
-std::filesystem::path Make_Out_Folder(const std::string& Flag, const std::string& Given,
+// Creates the output folder if it is missing, checks it, and returns it as an absolute path without
+// ".." and symbolic links. Throws a Usage_Error that names Flag, folder and reason if the folder
+// cannot be created, if no file can be written in it, or if it has less than Needed_Bytes of space
+// for What. Folders created by a call that fails are removed again.
+std::filesystem::path Make_Out_Folder(const std::string& Flag, const std::string& Path,
                                       std::uintmax_t Needed_Bytes, const std::string& What);
 
 // "12 kB", "3.4 MB", "1.2 GB"

@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 fs::path Plain_Path(const fs::path& Path) {
   const fs::path Name = Path.filename();
   const bool Is_Folder = Name.empty() || Name == "." || Name == "..";
-  // A file has one name in one folder, whether or not it exists; its folder is what is compared.
+  // Only the folder of a file is compared, so the file does not have to exist.
   const fs::path Folder = Is_Folder ? Path : Path.parent_path();
   fs::path Plain = Folder.lexically_normal();
   // "a/b/.." becomes "a/".

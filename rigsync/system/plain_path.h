@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Paths as a person or a file is told them. What is opened, and what the library is given, stays as
-// it was typed.
+// Paths as they are printed or written to a file. Paths that are opened or passed to the library
+// stay as the user typed them.
 #ifndef RIGSYNC_SYSTEM_PLAIN_PATH_H
 #define RIGSYNC_SYSTEM_PLAIN_PATH_H
 
@@ -9,9 +9,9 @@
 
 namespace rigsync {
 
-// Path without "." and "..", or as it is where that would lead elsewhere: behind a symbolic link,
-// ".." is not the folder that the link stands in. That is asked of the file system, so a folder
-// that isn't there keeps its dots. Links stay what they are called, and a relative path relative.
+// Path without "." and "..", or unchanged if the result would be another folder: after a symbolic
+// link, ".." is not the folder that contains the link. The file system decides, so a folder that
+// does not exist keeps its dots. Links are not resolved, and a relative path stays relative.
 std::filesystem::path Plain_Path(const std::filesystem::path& Path);
 
 }  // namespace rigsync

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the command asks of the operating system beyond the standard library, in one place. Two
-// files hold the same functions, platform_posix.cpp and platform_windows.cpp, and the build takes
-// one of them; nothing else of the command looks at the platform.
+// The operating system functions that the command needs beyond the standard library. They are
+// implemented in platform_posix.cpp and platform_windows.cpp, and the build uses one of the two. No
+// other file of the command depends on the platform.
 //
-// Texts are UTF-8 throughout. On Windows the program's manifest makes that the code page of the
+// Texts are UTF-8 throughout. On Windows the program's manifest makes UTF-8 the code page of the
 // process, so that arguments, paths as strings and the files that OpenCV opens by name agree.
 #ifndef RIGSYNC_SYSTEM_PLATFORM_H
 #define RIGSYNC_SYSTEM_PLATFORM_H
@@ -20,21 +20,22 @@ namespace rigsync {
 
 // ---- The process -------------------------------------------------------------------------------
 
-// The first object of the program. While it lives, each standard stream leads somewhere, a reader
-// who has seen enough (as head has) doesn't end the process, and a console shows UTF-8 and colours.
+// The first object of the program. While it exists, each standard stream is open, a reader that
+// closes its pipe early (such as head) does not end the process, and a console shows UTF-8 and
+// colours.
 class Prepared_Process {
  public:
   Prepared_Process();
-  // A console is left as it was found.
-  ~Prepared_Process();  // NOLINT(performance-trivially-destructible): only where there is none
+  // Restores the console.
+  ~Prepared_Process();  // NOLINT(performance-trivially-destructible): not trivial on Windows
   Prepared_Process(const Prepared_Process&) = delete;
   Prepared_Process& operator=(const Prepared_Process&) = delete;
 };
 
-// While one of these lives, what ends the process from outside (Ctrl-C, a terminal that is closed,
-// SIGTERM) first writes Text to what standard error was when it was made, and then ends the
-// process as it would have without it. What is ignored (as nohup does with SIGHUP) stays ignored.
-// There is one at a time.
+// While one of these exists, a signal that ends the process (Ctrl-C, a closed terminal, SIGTERM)
+// first writes Text to the standard error of the time of construction, and then ends the process as
+// usual. A signal that is ignored (nohup ignores SIGHUP) stays ignored. Only one may exist at a
+// time.
 class Interrupt_Text {
  public:
   explicit Interrupt_Text(const std::string& Text);
@@ -43,51 +44,52 @@ class Interrupt_Text {
   Interrupt_Text& operator=(const Interrupt_Text&) = delete;
 };
 
-// A number that no other process has at this time.
+// The process id.
 unsigned long Process_Number();
 
 // ---- Streams and descriptors -------------------------------------------------------------------
 
 constexpr int Standard_Output = 1, Standard_Error = 2;
 
-// Whether somebody may be looking.
+// Whether a stream leads to a terminal.
 bool Is_Terminal(std::FILE* Stream);
 
-// Whether a stream that leads to a terminal takes the control sequences of colours.
+// Whether a stream that leads to a terminal supports the control sequences of colours.
 bool Terminal_Takes_Colours(std::FILE* Stream);
 
-// Another descriptor for the same, beyond the standard ones; -1 for one that leads nowhere.
+// A duplicate of the descriptor with a number above the standard ones; -1 if Descriptor is closed.
 int Copy_Of(int Descriptor);
 
-// A descriptor that swallows what is written to it, or -1.
+// A descriptor that discards what is written to it, or -1.
 int Open_Nowhere();
 
-// From now on Descriptor leads where Target leads.
+// Makes Descriptor refer to the same file as Target.
 void Redirect(int Descriptor, int Target);
 
 void Close(int Descriptor);
 
-// Writes what can be written without waiting; what can't is lost, without a word.
+// Writes what can be written without waiting; the rest is silently dropped.
 void Write_If_Ready(int Descriptor, std::string_view Text);
 
-// Whether errno, as a failed write left it, tells that nobody reads any more.
+// Whether errno after a failed write means that the reader has closed the pipe.
 bool Reader_Is_Gone();
 
 // ---- Files -------------------------------------------------------------------------------------
 
-// Writes Text to a file of that name, new or emptied, and returns when the disk has it.
+// Writes Text to a file, which is created or truncated, and returns when the data is on the disk.
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text);
 
-// Gives a file another name, at once: one that has the name is replaced. Both are in one folder.
+// Renames a file atomically, replacing an existing file. Both paths must be in the same folder.
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To);
 
 // ---- The shell ---------------------------------------------------------------------------------
 
-// Text as a shell takes it for one word.
+// Text quoted so that a shell takes it as one word.
 std::string Shell_Word(const std::string& Text);
 
-// What stands between two words of a printed command that goes on in another line, with Indent
-// blanks in front. On Windows, whose shells have no common sign for it, the line just goes on.
+// The text between two words of a printed command that continues on the next line, which is
+// indented by Indent spaces. The shells of Windows have no common continuation character, so there
+// the line is not broken.
 std::string Line_Continuation(std::size_t Indent);
 
 }  // namespace rigsync

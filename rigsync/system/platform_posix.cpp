@@ -19,26 +19,26 @@ namespace {
 
 constexpr std::array<int, 3> Signals = {SIGINT, SIGTERM, SIGHUP};
 
-// What the handler reads: set while no handler is in place.
-// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): a handler is handed nothing else
-std::string Last_Words;
-int Kept_Error = -1;
-std::array<struct sigaction, Signals.size()> Before;
+// What the signal handler reads. It is only changed while the handler is not installed.
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): a handler has no other input
+std::string Interrupt_Message;
+int Saved_Error = -1;
+std::array<struct sigaction, Signals.size()> Previous_Actions;
 // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
-// Calls nothing but what is safe inside a handler.
-void Say_And_End(int Signal) {
-  if (write(Kept_Error, Last_Words.data(), Last_Words.size()) < 0) {
-    // Nobody is there to read it.
+// Calls only functions that are safe in a signal handler.
+void Write_And_Raise(int Signal) {
+  if (write(Saved_Error, Interrupt_Message.data(), Interrupt_Message.size()) < 0) {
+    // There is no reader.
   }
-  // The handler was taken off when it was entered (SA_RESETHAND): the signal now ends the process,
-  // and the shell sees by which one.
+  // The handler was removed when it was entered (SA_RESETHAND): the signal now ends the process,
+  // and the shell sees which signal it was.
   raise(Signal);
 }
 
 // ---- Files -------------------------------------------------------------------------------------
 
-// True when all of Text is in the file and the disk has it. errno tells why not.
+// True when all of Text is written and on the disk. Otherwise errno has the reason.
 bool Write_All(int Descriptor, std::string_view Text) {
   while (!Text.empty()) {
     const ssize_t Written = write(Descriptor, Text.data(), Text.size());
@@ -46,7 +46,7 @@ bool Write_All(int Descriptor, std::string_view Text) {
     if (Written < 0) return false;
     Text.remove_prefix(static_cast<std::size_t>(Written));
   }
-  // A file system that can't sync (a pipe's, some network's) has done what it can.
+  // Files that cannot be synced (pipes, some network file systems) are accepted.
   return fsync(Descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
 }
 
@@ -56,8 +56,8 @@ std::error_code Last_Error() {
 
 }  // namespace
 
-// A standard descriptor that is closed would be given to the next file that is opened, and what is
-// printed would end up in it.
+// The next file that is opened would get the number of a closed standard descriptor, and printed
+// text would be written to it.
 Prepared_Process::Prepared_Process() {
   int Descriptor = open("/dev/null", O_RDWR);
   while (Descriptor >= 0 && Descriptor <= STDERR_FILENO) Descriptor = open("/dev/null", O_RDWR);
@@ -68,22 +68,24 @@ Prepared_Process::Prepared_Process() {
 Prepared_Process::~Prepared_Process() = default;
 
 Interrupt_Text::Interrupt_Text(const std::string& Text) {
-  Last_Words = Text;
-  Kept_Error = Copy_Of(STDERR_FILENO);
+  Interrupt_Message = Text;
+  Saved_Error = Copy_Of(STDERR_FILENO);
   struct sigaction Action = {};
-  Action.sa_handler = Say_And_End;
+  Action.sa_handler = Write_And_Raise;
   Action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
   sigemptyset(&Action.sa_mask);
   for (std::size_t i = 0; i < Signals.size(); ++i) {
-    sigaction(Signals[i], nullptr, &Before[i]);
-    if (Before[i].sa_handler != SIG_IGN) sigaction(Signals[i], &Action, nullptr);
+    sigaction(Signals[i], nullptr, &Previous_Actions[i]);
+    if (Previous_Actions[i].sa_handler != SIG_IGN) sigaction(Signals[i], &Action, nullptr);
   }
 }
 
 Interrupt_Text::~Interrupt_Text() {
-  for (std::size_t i = 0; i < Signals.size(); ++i) sigaction(Signals[i], &Before[i], nullptr);
-  if (Kept_Error >= 0) close(Kept_Error);
-  Kept_Error = -1;
+  for (std::size_t i = 0; i < Signals.size(); ++i) {
+    sigaction(Signals[i], &Previous_Actions[i], nullptr);
+  }
+  if (Saved_Error >= 0) close(Saved_Error);
+  Saved_Error = -1;
 }
 
 unsigned long Process_Number() {

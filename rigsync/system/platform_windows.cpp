@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// platform.h for Windows 10 and later: the C runtime's descriptors, and the system's own calls
-// where the runtime has none.
+// platform.h for Windows 10 and later, with the C runtime's descriptors, and with system calls
+// where the runtime has no function.
 #include "rigsync/system/platform.h"
 
 #include <fcntl.h>
@@ -19,52 +19,52 @@ namespace {
 
 // ---- The process -------------------------------------------------------------------------------
 
-// What a console was before, and what there is to put back.
-struct Found_Console {
+// The state of a console that is restored at the end.
+struct Console_State {
   HANDLE Handle = INVALID_HANDLE_VALUE;
   DWORD Mode = 0;
 };
-std::array<Found_Console, 2> Consoles;
-UINT Found_Code_Page = 0;
+std::array<Console_State, 2> Consoles;
+UINT Previous_Code_Page = 0;
 
-// A program that is started without a console has streams without a descriptor, and what is
-// written to one fails. The runtime's own sign for it is a negative number.
+// A program started without a console has streams without a descriptor, and writing to them fails.
+// The runtime marks them with a negative number.
 void Open_Standard_Streams() {
   const std::pair<std::FILE*, const char*> Streams[] = {{stdin, "r"}, {stdout, "w"}, {stderr, "w"}};
   for (const auto& [Stream, Mode] : Streams) {
     if (_fileno(Stream) >= 0) continue;
     if (std::freopen("NUL", Mode, Stream) == nullptr) {
-      // Then it stays silent.
+      // Then the stream stays closed.
     }
   }
 }
 
-// The console sends its handlers on a thread of their own, so what they share has a lock.
+// The console calls handlers on a separate thread, so their data has a lock.
 std::mutex Interrupt_Lock;
-std::string Last_Words;
-int Kept_Error = -1;
+std::string Interrupt_Message;
+int Saved_Error = -1;
 
-void Write_Through(int Descriptor, std::string_view Text) {
+void Write_Or_Drop(int Descriptor, std::string_view Text) {
   if (_write(Descriptor, Text.data(), static_cast<unsigned>(Text.size())) < 0) {
-    // Nobody is there to read it.
+    // There is no reader.
   }
 }
 
-// Ctrl-C, Ctrl-Break, and a console that is closed. False leaves the rest to the next handler, the
-// system's own, which ends the process.
-BOOL WINAPI Say_And_Go_On(DWORD /*Event*/) {
+// Called for Ctrl-C, Ctrl-Break, and a console that is closed. FALSE passes the event to the next
+// handler, the system's own, which ends the process.
+BOOL WINAPI Write_And_Continue(DWORD /*Event*/) {
   const std::lock_guard<std::mutex> Guard(Interrupt_Lock);
-  if (Kept_Error >= 0) Write_Through(Kept_Error, Last_Words);
+  if (Saved_Error >= 0) Write_Or_Drop(Saved_Error, Interrupt_Message);
   return FALSE;
 }
 
 // ---- Streams and descriptors -------------------------------------------------------------------
 
-// INVALID_HANDLE_VALUE for a descriptor that leads nowhere.
+// INVALID_HANDLE_VALUE for a descriptor without a file.
 HANDLE Handle_Of(int Descriptor) {
   if (Descriptor < 0) return INVALID_HANDLE_VALUE;
   const intptr_t Handle = _get_osfhandle(Descriptor);
-  // -2 is the runtime's word for a standard descriptor that a process without a console has.
+  // -2 is the runtime's value for a standard descriptor of a process without a console.
   return Handle < 0 ? INVALID_HANDLE_VALUE : reinterpret_cast<HANDLE>(Handle);
 }
 
@@ -75,19 +75,19 @@ std::error_code Last_Error() {
 }
 
 std::error_code Write_All(HANDLE File, std::string_view Text) {
-  constexpr std::size_t Most_At_Once = 1u << 30;
+  constexpr std::size_t Max_Chunk = 1u << 30;
   while (!Text.empty()) {
     DWORD Written = 0;
-    const auto Count = static_cast<DWORD>(std::min(Text.size(), Most_At_Once));
+    const auto Count = static_cast<DWORD>(std::min(Text.size(), Max_Chunk));
     if (WriteFile(File, Text.data(), Count, &Written, nullptr) == FALSE) return Last_Error();
     Text.remove_prefix(Written);
   }
   if (FlushFileBuffers(File) != FALSE) return {};
-  // A file system that can't flush has done what it can.
+  // A file system that cannot flush is accepted.
   const std::error_code Reason = Last_Error();
-  const bool Cannot = Reason.value() == static_cast<int>(ERROR_INVALID_FUNCTION) ||
-                      Reason.value() == static_cast<int>(ERROR_NOT_SUPPORTED);
-  return Cannot ? std::error_code() : Reason;
+  const bool Is_Unsupported = Reason.value() == static_cast<int>(ERROR_INVALID_FUNCTION) ||
+                              Reason.value() == static_cast<int>(ERROR_NOT_SUPPORTED);
+  return Is_Unsupported ? std::error_code() : Reason;
 }
 
 }  // namespace
@@ -100,46 +100,47 @@ Prepared_Process::Prepared_Process() {
     DWORD Mode = 0;
     if (Handle == nullptr || GetConsoleMode(Handle, &Mode) == FALSE) continue;
     Consoles[i] = {Handle, Mode};
-    // A console that doesn't know the sequences refuses, and Terminal_Takes_Colours sees it.
+    // This fails on a console that does not support the sequences. Terminal_Takes_Colours then
+    // returns false.
     SetConsoleMode(Handle, Mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
   }
-  Found_Code_Page = GetConsoleOutputCP();
-  if (Found_Code_Page != 0) SetConsoleOutputCP(CP_UTF8);
+  Previous_Code_Page = GetConsoleOutputCP();
+  if (Previous_Code_Page != 0) SetConsoleOutputCP(CP_UTF8);
 }
 
 Prepared_Process::~Prepared_Process() {
   std::fflush(nullptr);
-  // Both may be one console: what was found first is put back last.
+  // Both may be the same console, so the first state is restored last.
   for (std::size_t i = Consoles.size(); i-- > 0;) {
     if (Consoles[i].Handle != INVALID_HANDLE_VALUE) {
       SetConsoleMode(Consoles[i].Handle, Consoles[i].Mode);
     }
   }
-  if (Found_Code_Page != 0) SetConsoleOutputCP(Found_Code_Page);
+  if (Previous_Code_Page != 0) SetConsoleOutputCP(Previous_Code_Page);
 }
 
 Interrupt_Text::Interrupt_Text(const std::string& Text) {
   {
     const std::lock_guard<std::mutex> Guard(Interrupt_Lock);
-    Last_Words = Text;
-    Kept_Error = Copy_Of(Standard_Error);
+    Interrupt_Message = Text;
+    Saved_Error = Copy_Of(Standard_Error);
   }
-  // A process that ignores Ctrl-C goes on doing so: no handler is called for it then.
-  SetConsoleCtrlHandler(Say_And_Go_On, TRUE);
+  // In a process that ignores Ctrl-C no handler is called for it.
+  SetConsoleCtrlHandler(Write_And_Continue, TRUE);
 }
 
 Interrupt_Text::~Interrupt_Text() {
-  SetConsoleCtrlHandler(Say_And_Go_On, FALSE);
+  SetConsoleCtrlHandler(Write_And_Continue, FALSE);
   const std::lock_guard<std::mutex> Guard(Interrupt_Lock);
-  if (Kept_Error >= 0) _close(Kept_Error);
-  Kept_Error = -1;
+  if (Saved_Error >= 0) _close(Saved_Error);
+  Saved_Error = -1;
 }
 
 unsigned long Process_Number() {
   return GetCurrentProcessId();
 }
 
-// Not _isatty, which takes NUL and serial ports for terminals too.
+// Does not use _isatty, which is also true for NUL and serial ports.
 bool Is_Terminal(std::FILE* Stream) {
   DWORD Mode = 0;
   return GetConsoleMode(Handle_Of(_fileno(Stream)), &Mode) != FALSE;
@@ -172,18 +173,18 @@ void Close(int Descriptor) {
 void Write_If_Ready(int Descriptor, std::string_view Text) {
   const HANDLE Handle = Handle_Of(Descriptor);
   if (Handle == INVALID_HANDLE_VALUE) return;
-  if (GetFileType(Handle) != FILE_TYPE_PIPE) return Write_Through(Descriptor, Text);
-  // A pipe can't be asked for the room in it, but be told not to wait for it: what has no room is
-  // then left out.
-  DWORD Without_Waiting = PIPE_READMODE_BYTE | PIPE_NOWAIT;
-  if (SetNamedPipeHandleState(Handle, &Without_Waiting, nullptr, nullptr) == FALSE) return;
-  Write_Through(Descriptor, Text);
-  DWORD Waiting = PIPE_READMODE_BYTE | PIPE_WAIT;
-  SetNamedPipeHandleState(Handle, &Waiting, nullptr, nullptr);
+  if (GetFileType(Handle) != FILE_TYPE_PIPE) return Write_Or_Drop(Descriptor, Text);
+  // The free space of a pipe cannot be queried, but a write can be made not to wait: what does not
+  // fit is then dropped.
+  DWORD No_Wait_Mode = PIPE_READMODE_BYTE | PIPE_NOWAIT;
+  if (SetNamedPipeHandleState(Handle, &No_Wait_Mode, nullptr, nullptr) == FALSE) return;
+  Write_Or_Drop(Descriptor, Text);
+  DWORD Wait_Mode = PIPE_READMODE_BYTE | PIPE_WAIT;
+  SetNamedPipeHandleState(Handle, &Wait_Mode, nullptr, nullptr);
 }
 
 bool Reader_Is_Gone() {
-  // The runtime has no number of its own for a pipe that is being closed.
+  // The runtime has no errno value for a pipe that is being closed.
   return errno == EPIPE || (errno == EINVAL && _doserrno == ERROR_NO_DATA);
 }
 
@@ -197,12 +198,12 @@ std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_vie
 }
 
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To) {
-  const DWORD How = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
-  return MoveFileExW(From.c_str(), To.c_str(), How) != FALSE ? std::error_code() : Last_Error();
+  const DWORD Flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+  return MoveFileExW(From.c_str(), To.c_str(), Flags) != FALSE ? std::error_code() : Last_Error();
 }
 
-// cmd and PowerShell both take double quotes, which no path holds. A percent or dollar sign inside
-// them is still looked at by one of the two.
+// cmd and PowerShell both accept double quotes, which no path contains. One of them still expands a
+// percent sign inside quotes, the other a dollar sign.
 std::string Shell_Word(const std::string& Text) {
   constexpr const char* Special = " \t\n'`&|;,<>()[]{}!#~^=+%@$";
   if (Text.find_first_of(Special) == std::string::npos) return Text;

@@ -32,7 +32,8 @@ Progress_Kind Kind_Of_Progress(bool Quiet) {
   return Is_Terminal(stderr) ? Progress_Kind::Line : Progress_Kind::Plain;
 }
 
-Progress_Output::Progress_Output(Progress_Kind Wanted) : Kind(Wanted), Began(Clock::now()) {
+Progress_Output::Progress_Output(Progress_Kind Output_Kind)
+    : Kind(Output_Kind), Start_Time(Clock::now()) {
   if (Kind != Progress_Kind::None) Output = Copy_Of(Standard_Error);
 }
 
@@ -43,25 +44,25 @@ Progress_Output::~Progress_Output() {
 
 void Progress_Output::Begin(const std::string& Text) {
   if (Kind != Progress_Kind::Plain) return;
-  Said_At = Seconds();
+  Last_Line_Seconds = Seconds();
   Say("rigsync: " + Text + "\n");
 }
 
 void Progress_Output::Show(const std::string& Text) {
   if (Kind == Progress_Kind::Plain) {
-    if (Seconds() - Said_At >= Plain_Interval_Seconds) Begin(Text);
+    if (Seconds() - Last_Line_Seconds >= Plain_Interval_Seconds) Begin(Text);
     return;
   }
-  if (Kind == Progress_Kind::None || Text == Shown) return;
-  Shown = Text;
+  if (Kind == Progress_Kind::None || Text == Shown_Text) return;
+  Shown_Text = Text;
   Say("\r" + Text.substr(0, Terminal_Width - 1) + "\x1b[K");
 }
 
 double Progress_Output::Seconds() const {
-  return std::chrono::duration<double>(Clock::now() - Began).count();
+  return std::chrono::duration<double>(Clock::now() - Start_Time).count();
 }
 
-// A terminal that is gone, or a pipe that nobody empties, is nothing to stop the work for.
+// A closed terminal or a full pipe must not stop the work.
 void Progress_Output::Say(const std::string& Text) const {
   Write_If_Ready(Output, Text);
 }

@@ -24,17 +24,18 @@ void Flush_All() {
   std::fflush(nullptr);
 }
 
-// Redirects Descriptor to Nowhere and returns a copy of what it was, or -1 when it stays as it is.
+// Redirects Descriptor to Nowhere and returns a duplicate of the original, or -1 if it is not
+// redirected.
 int Silence(int Descriptor, int Nowhere) {
-  const int Kept = Copy_Of(Descriptor);
-  if (Kept >= 0) Redirect(Descriptor, Nowhere);
-  return Kept;
+  const int Saved = Copy_Of(Descriptor);
+  if (Saved >= 0) Redirect(Descriptor, Nowhere);
+  return Saved;
 }
 
-void Restore(int Descriptor, int Kept) {
-  if (Kept < 0) return;
-  Redirect(Descriptor, Kept);
-  Close(Kept);
+void Restore(int Descriptor, int Saved) {
+  if (Saved < 0) return;
+  Redirect(Descriptor, Saved);
+  Close(Saved);
 }
 
 }  // namespace
@@ -44,16 +45,16 @@ Quiet_Output::Quiet_Output(bool Quiet) {
   const int Nowhere = Open_Nowhere();
   if (Nowhere < 0) return;
   Flush_All();
-  Kept_Output = Silence(Standard_Output, Nowhere);
-  if (Quiets_Standard_Error()) Kept_Error = Silence(Standard_Error, Nowhere);
-  // With a standard descriptor closed, open may have returned that very number.
+  Saved_Output = Silence(Standard_Output, Nowhere);
+  if (Quiets_Standard_Error()) Saved_Error = Silence(Standard_Error, Nowhere);
+  // If a standard descriptor was closed, open may have returned its number.
   if (Nowhere > Standard_Error) Close(Nowhere);
 }
 
 Quiet_Output::~Quiet_Output() {
   Flush_All();
-  Restore(Standard_Output, Kept_Output);
-  Restore(Standard_Error, Kept_Error);
+  Restore(Standard_Output, Saved_Output);
+  Restore(Standard_Error, Saved_Error);
 }
 
 bool Quiets_Standard_Error() {

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Keeps a library's chatter off the terminal while it works.
+// Suppresses a library's output on the terminal.
 #ifndef RIGSYNC_SYSTEM_QUIET_OUTPUT_H
 #define RIGSYNC_SYSTEM_QUIET_OUTPUT_H
 
 namespace rigsync {
 
-// While one of these lives, what the process writes to standard output and standard error goes
-// nowhere. The library mirrors every line of its run log to standard output, thousands of lines
-// for one capture, and the image decoders complain on standard error about files that the run log
-// names anyway. Both are redirected as file descriptors, so that it makes no difference through
-// which stream of which language something is written.
+// While one of these exists, what the process writes to standard output and standard error is
+// discarded. The library copies every line of its run log to standard output, thousands of lines
+// for one capture, and the image decoders write warnings to standard error about files that the run
+// log names anyway. Both are redirected as file descriptors, so it does not matter which stream of
+// which language is used.
 //
-// It serves one thread: what another thread prints meanwhile is lost as well. A build with the
-// address sanitizer leaves standard error alone, because its report goes there.
+// It affects the whole process: output of other threads is discarded as well. A build with the
+// address sanitizer does not redirect standard error, because its report goes there.
 class Quiet_Output {
  public:
   // Does nothing when Quiet is false, or for a descriptor that is closed.
@@ -23,11 +23,11 @@ class Quiet_Output {
   Quiet_Output& operator=(const Quiet_Output&) = delete;
 
  private:
-  int Kept_Output = -1;  // copies of the descriptors, -1 for one that was not redirected
-  int Kept_Error = -1;
+  int Saved_Output = -1;  // duplicates of the descriptors, -1 for one that was not redirected
+  int Saved_Error = -1;
 };
 
-// Whether Quiet_Output takes standard error too: not in a build with the address sanitizer.
+// Whether Quiet_Output redirects standard error too: not in a build with the address sanitizer.
 bool Quiets_Standard_Error();
 
 }  // namespace rigsync

@@ -9,9 +9,9 @@
 namespace rigsync {
 namespace {
 
-// The sixteen colours that every terminal has: they follow the person's own choice of palette.
-fmt::text_style Form_Of(Style Wanted) {
-  switch (Wanted) {
+// Only the sixteen basic colours, which follow the user's own palette.
+fmt::text_style Form_Of(Style Text_Style) {
+  switch (Text_Style) {
     case Style::Good:
       return fmt::fg(fmt::terminal_color::green) | fmt::emphasis::bold;
     case Style::Warning:
@@ -38,18 +38,18 @@ bool Uses_Colour(std::FILE* Stream) {
   return Is_Terminal(Stream) && !Is_Set("NO_COLOR") && Terminal_Takes_Colours(Stream);
 }
 
-std::string Painted(Style Wanted, std::string_view Text, bool On) {
-  if (!On || Text.empty()) return std::string(Text);
-  return fmt::format(Form_Of(Wanted), "{}", Text);
+std::string Painted(Style Text_Style, std::string_view Text, bool In_Colour) {
+  if (!In_Colour || Text.empty()) return std::string(Text);
+  return fmt::format(Form_Of(Text_Style), "{}", Text);
 }
 
-std::string Painted_Lines(Style Wanted, std::string_view Text, bool On) {
+std::string Painted_Lines(Style Text_Style, std::string_view Text, bool In_Colour) {
   std::string Result;
-  for (std::size_t At = 0; At < Text.size();) {
-    const std::size_t End = std::min(Text.find('\n', At), Text.size());
-    Result += Painted(Wanted, Text.substr(At, End - At), On);
+  for (std::size_t Start = 0; Start < Text.size();) {
+    const std::size_t End = std::min(Text.find('\n', Start), Text.size());
+    Result += Painted(Text_Style, Text.substr(Start, End - Start), In_Colour);
     if (End < Text.size()) Result += '\n';
-    At = End + 1;
+    Start = End + 1;
   }
   return Result;
 }

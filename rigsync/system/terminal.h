@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a terminal is told beyond text: colour, and only where somebody sees it.
+// Colour on terminals that support it.
 #ifndef RIGSYNC_SYSTEM_TERMINAL_H
 #define RIGSYNC_SYSTEM_TERMINAL_H
 
@@ -12,19 +12,19 @@
 
 namespace rigsync {
 
-// True for a terminal that understands colours, unless the environment has NO_COLOR set to anything
-// but the empty text.
+// True for a terminal that supports colours, unless the environment variable NO_COLOR is set and
+// not empty.
 bool Uses_Colour(std::FILE* Stream);
 
 enum class Style { Good, Warning, Bad, Strong, Faint };
 
-// Text in the colours of Style when On is true, unchanged otherwise. Text that is to be folded or
-// put in columns is painted afterwards, a line at a time: the colours' own characters have no
-// width.
-std::string Painted(Style Wanted, std::string_view Text, bool On);
+// Text in the colours of Style when In_Colour is true, unchanged otherwise. Fold and align text
+// before painting it, because the control sequences have no width on the terminal. Paint one line
+// at a time.
+std::string Painted(Style Text_Style, std::string_view Text, bool In_Colour);
 
-// Every line of Text painted, the newlines between them left as they are.
-std::string Painted_Lines(Style Wanted, std::string_view Text, bool On);
+// Paints every line of Text but not the newlines between them.
+std::string Painted_Lines(Style Text_Style, std::string_view Text, bool In_Colour);
 
 }  // namespace rigsync
 

@@ -13,19 +13,19 @@ std::string Folded(std::string_view Text, std::size_t Indent, std::size_t Width)
     Result += Margin + Line + "\n";
     Line.clear();
   };
-  std::size_t At = 0;
-  while (At < Text.size()) {
-    if (Text[At] == '\n' || Text[At] == ' ') {
-      if (Text[At] == '\n') End_Line();
-      ++At;
+  std::size_t Position = 0;
+  while (Position < Text.size()) {
+    if (Text[Position] == '\n' || Text[Position] == ' ') {
+      if (Text[Position] == '\n') End_Line();
+      ++Position;
       continue;
     }
-    const std::size_t Word_End = std::min(Text.find_first_of(" \n", At), Text.size());
-    const std::string_view Word = Text.substr(At, Word_End - At);
+    const std::size_t Word_End = std::min(Text.find_first_of(" \n", Position), Text.size());
+    const std::string_view Word = Text.substr(Position, Word_End - Position);
     if (!Line.empty() && Indent + Line.size() + 1 + Word.size() > Width) End_Line();
     if (!Line.empty()) Line += ' ';
     Line += Word;
-    At = Word_End;
+    Position = Word_End;
   }
   if (!Line.empty()) End_Line();
   return Result;
@@ -33,15 +33,15 @@ std::string Folded(std::string_view Text, std::size_t Indent, std::size_t Width)
 
 std::string One_Line(std::string_view Text) {
   std::string Result;
-  bool Blank_Due = false;
+  bool Space_Due = false;
   for (const char Letter : Text) {
     const auto Byte = static_cast<unsigned char>(Letter);
     if (Byte <= ' ' || Byte == 0x7f) {
-      Blank_Due = !Result.empty();
+      Space_Due = !Result.empty();
       continue;
     }
-    if (Blank_Due) Result += ' ';
-    Blank_Due = false;
+    if (Space_Due) Result += ' ';
+    Space_Due = false;
     Result += Letter;
   }
   return Result;
