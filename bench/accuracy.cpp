@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How far Transform_Cam_Tc is from the truth as a capture gets worse, beside OpenCV's own hand-eye
-// solvers on the same captures. Prints one line of CSV for each solver and capture:
+// The error of Transform_Cam_Tc as a capture gets worse, compared with OpenCV's own hand-eye and
+// robot-world calibration on the same captures. Prints one line of CSV for each solver and capture:
 // sweep,value,seed,solver,millimetres,degrees,code.
 //
-// The solvers of OpenCV get what the library gets, tracker samples and photographs, but no estimate
-// of the board's place: they don't need one. They get every image in which a board is found: they
-// drop no outliers. Board poses come from one lens solve with the library's own settings.
+// OpenCV's solvers get the same tracker samples and photographs as the library, but no estimate of
+// the board's mount, which they do not need. They use every image in which a board is found,
+// because they do not filter outliers. Board poses come from one lens solve with the library's
+// settings.
 #include "bench/muted_output.h"
 #include "rigsync/capture/board_detection.h"
 #include "rigsync/capture/tracker_sample.h"
@@ -43,11 +44,11 @@ struct Point {
   std::function<void(simulate::Options&)> Set;
 };
 
-// One thing at a time grows; the rest is as in Usual_Options.
+// Each sweep changes one quantity; the others are as in Usual_Options.
 std::vector<Point> Points() {
   std::vector<Point> All;
   for (const double Noise : {0.0, 0.25, 0.5, 1.0, 2.0, 4.0}) {
-    // Degrees go with millimetres as they do in optical tracking: 0.05 degree to half a millimetre.
+    // Degrees and millimetres have the ratio of optical tracking: 0.05 degrees per 0.5 millimetres.
     All.push_back({"noise", Noise, [Noise](simulate::Options& Options) {
                      Options.Position_Noise_Mm = Noise;
                      Options.Rotation_Noise_Deg = Noise * 0.1;
@@ -72,7 +73,8 @@ std::vector<Point> Points() {
   return All;
 }
 
-// A good capture of a usual stage: some tracker noise, a board that was measured well.
+// A good capture of an ordinary stage: some tracker noise, and a board whose mount was measured
+// well.
 simulate::Options Usual_Options(unsigned Seed) {
   simulate::Options Options;
   Options.Seed = Seed;
@@ -162,8 +164,8 @@ Solved Solve_By_Library(const simulate::Plan& Plan, const fs::path& Folder) {
   std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Flat;
   const Eigen::Vector3d &Euler = Plan.Chart_Euler_Deg, &Offset = Plan.Chart_Translation;
   Solved Result;
-  // Mirrored log lines would mix with the table. The run log itself goes nowhere: the folder isn't
-  // there.
+  // Log lines on standard output would mix with the table. No run log is written, because its
+  // folder does not exist.
   const Muted_Output Mute;
   Result.Code =
       Calibration((Folder / "capture.csv").string(), Plan.Settings.Board_Cols,
@@ -179,9 +181,9 @@ Solved Solve_By_Library(const simulate::Plan& Plan, const fs::path& Folder) {
   return Result;
 }
 
-// Every solver of OpenCV that the table shows, by name.
+// The results of OpenCV's solvers, by name.
 std::map<std::string, Solved> Solve_By_Peers(const simulate::Plan& Plan, const Boards& Found) {
-  // In OpenCV's words the camera's tracker is the gripper, the board's tracker the robot's base.
+  // In OpenCV's terms the camera's tracker is the gripper and the board's tracker the robot's base.
   std::vector<cv::Mat> Rotation_Tr_Tc, Translation_Tr_Tc, Rotation_Tc_Tr, Translation_Tc_Tr;
   for (const std::size_t i : Found.Images) {
     const Eigen::Matrix4d Transform_Tr_Tc =
@@ -229,7 +231,7 @@ void Print(const Point& Sweep_Point, unsigned Seed, const std::string& Solver, c
               Solver.c_str(), Millimetres, Degrees, Result.Code);
 }
 
-// Photographs don't depend on what trackers and host add, so that one set serves most points.
+// Photographs do not depend on tracker noise and host estimate, so one set is used for most points.
 class Photographs {
  public:
   explicit Photographs(fs::path Parent) : Folder(std::move(Parent)) {}

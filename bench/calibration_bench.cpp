@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What Calibration costs beside the OpenCV calls that it can't do without (bench/bare_calls.h).
-// Both are timed in one run on the same simulated capture, turn by turn, and the ratio of the
-// fastest repetitions is printed; it should stay at or below 1.05.
+// The time of Calibration compared with that of the OpenCV calls it needs (bench/bare_calls.h).
+// Both are timed alternately in one run on the same simulated capture. Prints the ratio of the
+// fastest repetitions, which should be at most 1.05.
 //
-// calibration_bench [IMAGES REPETITIONS WxH...]: 24 images, 5 repetitions and three sizes without.
-// Exit status 1 when a ratio is above the limit, 2 when nothing was measured.
+// calibration_bench [IMAGES REPETITIONS WxH...]: by default 24 images, 5 repetitions and three
+// sizes. Exit status 1 when a ratio is above the limit, 2 when nothing was measured.
 #include "bench/bare_calls.h"
 #include "bench/muted_output.h"
 #include "rigsync_core.h"
@@ -30,15 +30,15 @@ namespace {
 
 constexpr double Ratio_Limit = 1.05;
 
-// What is measured, unless the command line says otherwise.
+// What is measured, with the defaults of the command line.
 struct Task {
   int Image_Count = 24;
   int Repetitions = 5;
   std::vector<cv::Size> Sizes = {{1280, 720}, {1920, 1080}, {3840, 2160}};
 };
 
-// A capture on disk and the folders that both sides write to. Image names end in a backslash and
-// a bare name, so that annotated images land in the output folder.
+// A capture on disk and the folders that both sides write to. Image paths end in a backslash and a
+// file name, so that annotated images are written to the output folder.
 struct Capture {
   simulate::Plan Plan;
   std::filesystem::path Folder, Output;
@@ -91,8 +91,8 @@ double Seconds_Of(const Function& Call) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - Start).count();
 }
 
-// One iteration is a bare round and a Calibration, back to back, so that both see the same machine.
-// The fastest of each go into the counters.
+// One iteration runs the bare calls and then Calibration, so that both run under the same
+// conditions. The counters have the fastest time of each.
 void Compare(benchmark::State& State, const Capture& Job, double& Worst_Ratio) {
   double Fastest = std::numeric_limits<double>::infinity();
   double Fastest_Bare = std::numeric_limits<double>::infinity();

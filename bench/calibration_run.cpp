@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int Exit_Exception = 70;  // no code of the library
+constexpr int Exit_Exception = 70;  // not a code of the library
 
 int Calibrate(const Calibration_Job& Job) {
   const Eigen::Vector3d &Angles = Job.Chart_Euler_Deg, &Offset = Job.Chart_Translation;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One Calibration in a process of its own, so that its peak memory is its own.
+// One Calibration in its own process, so that its peak memory can be measured.
 #ifndef RIGSYNC_BENCH_CALIBRATION_RUN_H
 #define RIGSYNC_BENCH_CALIBRATION_RUN_H
 
@@ -20,12 +20,13 @@ struct Calibration_Job {
 
 struct Calibration_Run {
   int Code = 0;
-  double Peak_MiB = 0;  // resident, the loaded libraries among it
+  double Peak_MiB = 0;  // resident memory, including the loaded libraries
 };
 
-// Forks, so that nothing may have been decoded here before: it would count. Standard output leads
-// to /dev/null there; with a Mirror, std::cout writes to that instead. Throws std::runtime_error
-// when the child doesn't end by itself.
+// Runs Calibration in a forked child. The parent must not decode images before, because they would
+// count in the child's peak. In the child, standard output is /dev/null, and std::cout writes to
+// Mirror if there is one. Throws std::runtime_error when the child ends by a signal or an
+// exception.
 Calibration_Run Run_In_Child(const Calibration_Job& Job, std::streambuf* Mirror = nullptr);
 
 #endif  // RIGSYNC_BENCH_CALIBRATION_RUN_H

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a line of the run log costs, and each export with the lines that it logs. Standard output
-// leads nowhere, the run log into the folder for temporary files.
+// The time of one run log line, and of each export with the lines that it logs. Standard output is
+// discarded, and run logs go to the folder for temporary files.
 #include "bench/muted_output.h"
 #include "core/base/run_log.h"
 #include "rigsync_core.h"
@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A pose turned about all axes, far from every gimbal lock.
+// A pose rotated about all axes, far from gimbal lock in every export.
 std::vector<double> Transform_Cam_Tc() {
   return {0.85165, -0.30998, -0.42262, 0.06,   //
           0.05238, 0.85266,  -0.51984, -0.14,  //
@@ -52,7 +52,7 @@ int To_Aximmetry(const std::string& Output) {
                             Cm, Output);
 }
 
-// The most frequent line of a run: one found corner.
+// The most frequent line of a run: one detected corner.
 int Log_A_Line(const std::string& Output) {
   Write_Log(Output + "/log", "1034.576904 523.123457");
   return 0;

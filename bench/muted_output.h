@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Keeps what the library mirrors to standard output away from what a measuring program prints.
+// Keeps the log lines that the library prints apart from the output of a benchmark.
 #ifndef RIGSYNC_BENCH_MUTED_OUTPUT_H
 #define RIGSYNC_BENCH_MUTED_OUTPUT_H
 
@@ -9,7 +9,7 @@
 
 #include <cstdio>
 
-// While one of these lives, standard output leads to /dev/null.
+// While one of these exists, standard output is redirected to /dev/null.
 class Muted_Output {
  public:
   Muted_Output() : Before(dup(STDOUT_FILENO)) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Peak memory of one Calibration over 20 and over 120 images, each in a process of its own. Images
-// are decoded one at a time, so the peak may grow by the lists and by the lens solve's equations,
-// and by no picture. The long capture lists the photographs of the short one six times over.
+// Peak memory of one Calibration of 20 and of 120 images, each in its own process. Images are
+// decoded one at a time, so the peak may grow by the lists and the matrices of the lens solve, but
+// not by images. The long capture lists the photographs of the short one six times.
 #include "bench/calibration_run.h"
 #include "simulate/simulate.h"
 
@@ -34,7 +34,7 @@ double Peak_Of_Calibration(const std::filesystem::path& Csv, const simulate::Pla
   return Run.Peak_MiB;
 }
 
-// Photographs are drawn in a child too, so that no picture of this process counts.
+// Photographs are also drawn in a child, so that they do not count in the measured peak.
 void Draw_Capture(const simulate::Plan& Plan, const std::filesystem::path& Folder) {
   const pid_t Child = fork();
   if (Child == 0) {
@@ -57,7 +57,7 @@ void Repeat_Rows(const std::filesystem::path& Csv, const std::filesystem::path& 
   }
 }
 
-// Whether the long capture's peak stays within what lists and equations may take.
+// Whether the long capture's peak stays within the limit for lists and matrices.
 bool Compare_Peaks() {
   const std::filesystem::path Root =
       std::filesystem::temp_directory_path() / ("rigsync_memory_" + std::to_string(getpid()));

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// stage_times CSV TRUTH OUTPUT [bare]: runs one Calibration of a simulated capture and prints how
-// long its stages took, how many lines they logged, and the peak memory, one "name value" a line.
-// Times come from outside: the library mirrors each line of its run log to standard output, and
-// each is stamped there. With "bare" the OpenCV calls follow alone on the same images, which tells
-// what the stages consist of.
+// stage_times CSV TRUTH OUTPUT [bare]: runs one Calibration of a simulated capture and prints the
+// time and the number of log lines of each stage, and the peak memory, one "name value" per line.
+// The library copies each line of its run log to standard output, and the times are taken there.
+// With "bare", the OpenCV calls are then timed on their own on the same images, which shows what
+// the stages consist of.
 //
 // Image paths in CSV are relative to its folder. OUTPUT is an existing, empty folder. Exit status 1
-// when the calibration isn't usable or left out a stage.
+// when the calibration is not usable or a stage is missing.
 #include "bench/bare_calls.h"
 #include "bench/calibration_run.h"
 #include "simulate/simulate.h"
@@ -38,29 +38,29 @@ constexpr const char* Compiler = "clang " __clang_version__;
 constexpr const char* Compiler = "gcc " __VERSION__;
 #endif
 
-// A stage lasts from the first line that begins so, behind the stage before it, to the next stage.
+// A stage begins with the first line, after the start of the previous stage, that starts with
+// First_Line. It ends where the next stage begins.
 struct Logged_Stage {
   const char* Name;
   const char* First_Line;
 };
 
-// In the order of a run. A stage that ends before the driver logs anything ends with the first line
-// behind it.
+// In the order of a run. Where a stage ends without a log line, its end is the next logged line.
 constexpr Logged_Stage Stages[] = {
     {"begin", "Version : "},
     {"csv", "Start to read the csv file."},
     {"search", "Start to Detect Corner."},
     {"corner_lines", "RAW DATA START"},
     {"lens", "Camera calibration start."},
-    {"mount", "Fx : "},  // lens delivered, poses, mean, first measurement, filter
+    {"mount", "Fx : "},  // fill the lens, poses, mean, first reprojection error, filter
     {"mount", "Mean_Transform_Chart_Tr : "},
-    {"writing", "Mean_Transform_Cam_Tc : "},  // the mean's own lines, then the measurement
+    {"writing", "Mean_Transform_Cam_Tc : "},  // the mean's lines, then the reprojection error
     {"verdict", "Norm Reprojection error : "},
 };
 constexpr std::size_t Stage_Count = std::size(Stages);
 
-// Takes the lines of a run log as they come. Plain data, so that a child can fill it in memory that
-// its parent sees.
+// Takes the time of each run log line. It is plain data, so that a child can fill it in memory
+// shared with its parent.
 class Stage_Clock {
  public:
   void Take_Line(const std::string& Line) {
@@ -75,7 +75,7 @@ class Stage_Clock {
 
   bool Is_Whole() const { return Stages_Begun == Stage_Count; }
 
-  // Stages that share a name come one after the other and are printed as one.
+  // Consecutive stages of the same name are printed as one.
   void Print() const {
     std::size_t All_Lines = 0;
     for (std::size_t i = 0; i < Stage_Count; All_Lines += Lines[i++]) {
@@ -102,8 +102,8 @@ class Stage_Clock {
   std::size_t Lines[Stage_Count] = {};
 };
 
-// What std::cout writes to while a calibration is timed: a whole line goes to the clock, and to
-// standard output as it would have without.
+// The buffer of std::cout while a calibration is timed: passes each whole line to the clock and to
+// standard output.
 class Stamped_Output : public std::streambuf {
  public:
   explicit Stamped_Output(Stage_Clock& Shared_Timer) : Timer(Shared_Timer) {}
@@ -129,7 +129,7 @@ class Stamped_Output : public std::streambuf {
   std::string Text;
 };
 
-// A Stage_Clock in memory that is shared with children.
+// A Stage_Clock in memory shared with child processes.
 Stage_Clock& Shared_Clock() {
   void* const Memory =
       mmap(nullptr, sizeof(Stage_Clock), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
@@ -137,7 +137,7 @@ Stage_Clock& Shared_Clock() {
   return *new (Memory) Stage_Clock;
 }
 
-// The folders that the reprojection images of Paths go to.
+// Creates the folders for the reprojection images of Paths.
 void Make_Folders(const fs::path& Output, const std::vector<std::string>& Paths) {
   for (const std::string& Path : Paths) {
     fs::create_directories(Reprojection_Path(Output, Path).parent_path());

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# For scripts/checks/windows: gives the build its packages as headers alone, all of them in
-# the folder RIGSYNC_HEADERS, and RIGSYNC_FOREIGN_NAMES in the place of every library behind them.
+# For scripts/checks/windows: provides packages as headers only, all in the folder RIGSYNC_HEADERS,
+# with RIGSYNC_FOREIGN_NAMES in place of every library.
 
-# The targets of each package that the build asks for.
+# The targets of each package that the build requires.
 set(RIGSYNC_TARGETS_OpenCV opencv_core opencv_imgproc opencv_imgcodecs opencv_calib3d)
 set(RIGSYNC_TARGETS_Eigen3 Eigen3::Eigen)
 set(RIGSYNC_TARGETS_CLI11 CLI11::CLI11)

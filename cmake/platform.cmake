@@ -1,17 +1,17 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# What the compilers and linkers of each platform are told. Fills RIGSYNC_WARNINGS,
+# The compiler and linker options of each platform. Sets RIGSYNC_WARNINGS,
 # RIGSYNC_WARNINGS_AS_ERRORS and RIGSYNC_ORIGIN, and defines rigsync_show_exports_alone.
 
-# A fused multiply-add rounds once where the logged digits were settled with two roundings, so
-# no compiler may form one. For the same reason there is no fast-math and no -march here:
-# Release, Debug and sanitizer builds of gcc and clang give the same bits.
+# Compilers must not form fused multiply-adds: these round once, where the logged digits require two
+# roundings. For the same reason there is no fast-math and no -march here: Release, Debug and
+# sanitizer builds of gcc and clang give the same bits.
 if(MSVC)
   if(RIGSYNC_SANITIZE OR RIGSYNC_FUZZ OR RIGSYNC_MUTATION)
     message(FATAL_ERROR "RIGSYNC_SANITIZE, RIGSYNC_FUZZ and RIGSYNC_MUTATION are for gcc and clang")
   endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "MSVC" AND MSVC_VERSION LESS 1930)
-    # /fp:strict would hold it off there, and the compiler's constants of floating point with it.
+    # /fp:strict would prevent it there, but also compile-time floating-point constants.
     message(FATAL_ERROR "Visual Studio 2022 is needed: under /fp:precise, earlier compilers may "
                         "form fused multiply-adds")
   endif()
@@ -28,23 +28,23 @@ else()
 endif()
 
 if(WIN32)
-  # Windows 10, no min and max as macros, no warnings about standard functions.
+  # Windows 10, no min and max macros, no warnings about standard functions.
   add_compile_definitions(_WIN32_WINNT=0x0A00 NOMINMAX WIN32_LEAN_AND_MEAN _CRT_SECURE_NO_WARNINGS)
-  # A program finds a DLL beside itself and nowhere else in the build.
+  # In the build tree, a program finds only DLLs in its own folder.
   set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 endif()
 
-# Where an installed program begins to look for its library. Windows looks beside the program.
+# The start of an installed program's library search path. Windows searches the program's folder.
 if(APPLE)
   set(RIGSYNC_ORIGIN "@loader_path")
 else()
   set(RIGSYNC_ORIGIN "$ORIGIN")
 endif()
 
-# Lets a shared library show its exported functions and nothing else, and leave nothing undefined.
-# Hidden visibility is not enough: standard library templates that are instantiated there stay
-# visible, and another library's copy could replace them at load time. A DLL shows what is marked
-# for export and no more, and can't leave anything undefined.
+# Makes only the exported functions of a shared library visible and forbids undefined symbols.
+# Hidden visibility is not enough: instantiated templates of the standard library stay visible, and
+# another library's copy could replace them at load time. A DLL always exports only marked functions
+# and cannot have undefined symbols.
 function(rigsync_show_exports_alone Target)
   if(APPLE)
     set(List ${PROJECT_SOURCE_DIR}/core/rigsync_core.exports)
@@ -54,11 +54,11 @@ function(rigsync_show_exports_alone Target)
     endif()
   elseif(NOT WIN32)
     set(List ${PROJECT_SOURCE_DIR}/core/rigsync_core.map)
-    # calib3d brings two modules along that nothing here calls; gcc leaves them out by itself on
-    # Debian, clang doesn't.
+    # calib3d pulls in two modules that the library does not use. On Debian gcc leaves them out by
+    # default, clang does not.
     target_link_options(${Target} PRIVATE -Wl,--version-script=${List} -Wl,--as-needed)
     if(NOT RIGSYNC_SANITIZE)
-      # A sanitizer's own functions come with the program, and clang's libraries leave them open.
+      # A sanitizer's functions are undefined in clang's libraries; the program provides them.
       target_link_options(${Target} PRIVATE -Wl,--no-undefined)
     endif()
   endif()

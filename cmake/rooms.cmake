@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Layers that the compiler holds. A room is a folder of sources that is one target, and it sees the
-# headers of its own folder and of the rooms that it uses, nothing else: an include in the other
-# direction finds no file.
+# Layers enforced by the compiler. A room is a folder of sources with one target. Its sources can
+# include only the headers of their own room and of the rooms that it uses: an include in the other
+# direction does not find its file.
 
 # rigsync_add_room(TARGET KIND SOURCES FILE... [USES TARGET...])
 #
-# KIND is STATIC or OBJECT. SOURCES names the headers too. Each header can be included by its path
-# from the top, "rigsync/system/text.h", because a file of that path in the room's own include
-# folder, which forwards to it, comes with the target.
+# KIND is STATIC or OBJECT. SOURCES includes the headers. Each header is included by its path from
+# the project's root, "rigsync/system/text.h": the target has its own include folder, with a file at
+# that path that includes the header.
 function(rigsync_add_room Target Kind)
   cmake_parse_arguments(PARSE_ARGV 2 Room "" "" "SOURCES;USES")
   add_library(${Target} ${Kind} ${Room_SOURCES})

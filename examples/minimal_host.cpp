@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The smallest host: one calibration, then what each engine takes.
-// minimal_host CAPTURE.csv OUTPUT_DIR
+// A minimal host: one calibration, then the values for each render engine.
+// minimal_host CAPTURE.csv OUTPUT_FOLDER
 #include <rigsync_core.h>
 
 #include <cstdio>
@@ -18,7 +18,7 @@ void Print(const char* Name, const std::vector<double>& Values) {
 
 void Export(const std::vector<double>& Transform_Cam_Tc, const std::vector<double>& Norm_Fxy,
             const std::vector<double>& Norm_Cxy, const char* Output_Dir) {
-  // The library appends to what it is given, so every vector starts empty.
+  // The library appends to output vectors, so every vector starts empty.
   std::vector<double> Euler_UE4, Cm_UE4;
   if (CamAxisToUE4(Transform_Cam_Tc, Euler_UE4, Cm_UE4, Output_Dir) == 0) {  // 3: gimbal lock
     Print("ue4 rotation, deg", Euler_UE4);
@@ -55,7 +55,7 @@ int main(int argc, char** argv) {
         Calibration(argv[1], /*Board_Cols=*/11, /*Board_Rows=*/8, /*Square_Size=*/0.03,
                     /*Chart_Euler_Deg=*/{12, -20, 8}, /*Chart_Translation=*/{-0.17, 0.05, 0.04},
                     Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc, argv[2]);
-    // 0 is good and 99 usable; docs/codes.md tells the others.
+    // 0 is success and 99 a usable result; docs/codes.md explains the other codes.
     if (Code != 0 && Code != 99) return Code;
     Export(Transform_Cam_Tc, Norm_Fxy, Norm_Cxy, argv[2]);
     return 0;
