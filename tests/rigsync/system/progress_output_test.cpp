@@ -13,7 +13,8 @@ TEST(ProgressOutput, RoundsTimesAsEstimatesAre) {
       {0, "a few seconds"}, {7.4, "a few seconds"}, {7.5, "about 10 s"}, {12.4, "about 10 s"},
       {12.6, "about 15 s"}, {89.9, "about 90 s"},   {90, "about 2 min"}, {120, "about 2 min"},
       {121, "about 3 min"}, {600, "about 10 min"}};
-  for (const auto& [Seconds, Text] : Cases) EXPECT_EQ(rigsync::Duration_Text(Seconds), Text) << Seconds;
+  for (const auto& [Seconds, Text] : Cases)
+    EXPECT_EQ(rigsync::Duration_Text(Seconds), Text) << Seconds;
 }
 
 }  // namespace
