@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The driver: its own steps one by one, the order in which it calls the stages, what it hands from
-// one to the next, and what the host's vectors hold wherever a run ends.
+// The driver: its own steps, the order in which it calls the stages, what it passes from one to the
+// next, and what the host's vectors hold after each possible end of a run.
 #include "core/calibration.h"
 
 #include "core/base/run_log.h"
@@ -49,7 +49,7 @@ simulate::Options Capture_Options() {
   Options.Board_Cols = 7;
   Options.Board_Rows = 6;
   Options.Square_Size = 0.04;
-  // Without a forward slash behind the last backslash, the reprojection images can be written.
+  // With no forward slash after the last backslash, the reprojection images can be written.
   Options.Paths = simulate::Path_Form::Backslash;
   return Options;
 }
@@ -74,7 +74,7 @@ std::vector<double> Three(const Eigen::Vector3d& Values) {
   return {Values.x(), Values.y(), Values.z()};
 }
 
-// One call of Calibration: arguments, results and an output folder of its own.
+// One call of Calibration: arguments, results and its own output folder.
 struct Calibration_Run {
   // A run over the good capture.
   static Calibration_Run Over_Good_Capture() {
@@ -110,7 +110,7 @@ struct Calibration_Run {
   void Fill_Before() {
     for (std::vector<double>* Vector : All()) Vector->assign(1, -77.0);
   }
-  // The vectors without those, or a failure where they are gone.
+  // The vectors without the old values, or a failure if those are missing.
   std::vector<double> Behind(const std::vector<double>& Vector) const {
     EXPECT_FALSE(Vector.empty());
     if (Vector.empty()) return {};
@@ -138,8 +138,8 @@ struct Calibration_Run {
   std::string Shown;
 };
 
-// The lens of the good capture, by calling reader and stage alone. Two solves on one machine are
-// equal to the bit.
+// The lens of the good capture, from direct calls of the reader and the stage. Two solves on one
+// machine are bit-identical.
 struct Lens {
   Lens() {
     const Quiet_Output Output;
@@ -177,7 +177,7 @@ const Lens& Good_Lens() {
   return Solved;
 }
 
-// The lines behind the lens verdict, up to Count of them.
+// The lines after the lens verdict, up to Count of them.
 std::vector<std::string> Lines_Behind_The_Lens(const std::vector<std::string>& Log,
                                                std::ptrdiff_t Count) {
   const auto Found = std::find(Log.begin(), Log.end(), "Camera calibration successful.");
@@ -408,7 +408,7 @@ TEST(CalibrationDriver, LetsOpenCvsExceptionThroughForABoardOfTwoCornersInARow) 
   Run.Board_Cols = 2;
   Run.Fill_Before();
   EXPECT_THROW(Run.First_Overload(), cv::Exception);
-  // The first image opened; nothing is logged of what was thrown.
+  // The first image was opened; the exception is not logged.
   EXPECT_EQ(Run.Log().back().substr(0, 10), "Process : ");
   Run.Expect_Untouched();
 }
@@ -444,9 +444,9 @@ TEST(CalibrationDriver, SharesOneLogFileBetweenCallsOfOneSecond) {
 
 // ---- The corners -----------------------------------------------------------------------------
 
-// A flat board of 7 by 5 corners, 1440 wide, under noise that the search can't see: it looks at
-// half the size, where every block of two by two pixels is one, and the noise leaves the sum of
-// each block alone. The refinement, on the whole image, hardly comes to rest on it.
+// A flat board of 7 by 5 corners, 1440 wide, with noise that the search cannot see: it runs at half
+// the size, where every block of two by two pixels is one pixel, and the noise does not change the
+// sum of a block. The refinement on the full image hardly converges.
 cv::Mat Board_Under_Hidden_Noise(unsigned Seed) {
   cv::Mat Image(1080, 1440, CV_8UC1, cv::Scalar(150));
   constexpr int Square = 120;
@@ -518,8 +518,8 @@ TEST(CalibrationDriver, RefinesCornersFor30StepsOrDownToATenthOfAPixel) {
   }
   ASSERT_EQ(Expected.size(), 35u);
 
-  // Twelve times the same photograph: enough to get to the corners in the log. The lens that it
-  // gives is of no interest, nor whether it gives one.
+  // Twelve times the same photograph is enough for the corners to be logged. Whether the lens solve
+  // succeeds does not matter.
   Calibration_Run Run;
   Run.Board_Cols = 7;
   Run.Board_Rows = 5;
@@ -589,9 +589,9 @@ TEST(CalibrationDriver, AppendsBehindOldValuesAndLogsThoseAtTheFront) {
 }
 
 TEST(CalibrationDriver, AppendsFocalLengthsThenCentreThenSizeThenCoefficients) {
-  // A host that passes one vector for everything sees the order.
+  // A host that passes one vector for all outputs sees the order.
   Calibration_Run Run = Calibration_Run::Over_Good_Capture();
-  Run.Chart_Euler_Deg.clear();  // ends the run behind the lens
+  Run.Chart_Euler_Deg.clear();  // ends the run after the lens
   std::vector<double> All;
   {
     const Quiet_Output Output;
@@ -606,8 +606,8 @@ TEST(CalibrationDriver, AppendsFocalLengthsThenCentreThenSizeThenCoefficients) {
 }
 
 TEST(CalibrationDriver, GivesTheFieldOfViewInDegreesByTheSinglePrecisionFactor) {
-  // Worked out wider, with the factor's digits written out. A few last digits of a double are
-  // 1e-14; 180 / pi would miss by 1e-8 of the angle.
+  // Computed in higher precision, with the factor's digits written out. A few last digits of a
+  // double are 1e-14; 180 / pi would be wrong by 1e-8 of the angle.
   const auto Expected = [](double Norm) {
     return static_cast<double>(2.0L * std::atan2(0.5L, static_cast<long double>(Norm)) *
                                57.295780181884765625L);
@@ -646,7 +646,7 @@ TEST(CalibrationDriver, TakesTheFocalLengthOnTheAxisWithTheSmallerPitchAndYOnATi
   for (const Case& Sensor : Cases) {
     SCOPED_TRACE(std::to_string(Sensor.Width_mm) + " x " + std::to_string(Sensor.Height_mm));
     Calibration_Run Run = Calibration_Run::Over_Good_Capture();
-    Run.Chart_Euler_Deg.clear();  // ends the run behind the lens
+    Run.Chart_Euler_Deg.clear();  // ends the run after the lens
     Run.Sensor_Width_mm = Sensor.Width_mm;
     Run.Sensor_Height_mm = Sensor.Height_mm;
     EXPECT_THROW(Run.Second_Overload(), std::invalid_argument);
@@ -657,7 +657,7 @@ TEST(CalibrationDriver, TakesTheFocalLengthOnTheAxisWithTheSmallerPitchAndYOnATi
   }
 }
 
-// ---- Behind the lens -------------------------------------------------------------------------
+// ---- After the lens --------------------------------------------------------------------------
 
 TEST(CalibrationDriver, ThrowsForAShortBoardEstimateWithTheLensDelivered) {
   struct Case {
@@ -690,11 +690,11 @@ TEST(CalibrationDriver, ThrowsForAShortBoardEstimateWithTheLensDelivered) {
   }
 }
 
-// The table of the good capture with other tracker samples, as a file in this folder. Write_Tables
-// names photographs beside itself, and they lie with the good capture.
+// Writes the CSV of the good capture with other tracker samples to this folder. Write_Tables would
+// refer to photographs in this folder, but they are in the folder of the good capture.
 std::string Write_Other_Samples(const simulate::Plan& Plan, const Scratch_Folder& Folder) {
   simulate::Write_Tables(Plan, Folder.Path());
-  std::string Table = Read_File(Folder.Path() / "capture.csv");
+  std::string Table = Read_Text(Folder.Path() / "capture.csv");
   const std::string Here = Folder.String(), There = Good_Capture().Folder.String();
   for (std::size_t At = Table.find(Here); At != std::string::npos; At = Table.find(Here, At + 1)) {
     Table.replace(At, Here.size(), There);
@@ -727,25 +727,25 @@ TEST(CalibrationDriver, LeavesTheLensAndNoImageBehindWhenTheFilterEndsTheRun) {
   EXPECT_EQ(Run.Behind(Run.Norm_Cxy).size(), 2u);
   EXPECT_EQ(Run.Behind(Run.Distortion).size(), 5u);
   EXPECT_THAT(Run.Transform_Cam_Tc, ElementsAre(-77.0));
-  // The first pass was measured, without images.
+  // The first pass computed its error without writing images.
   EXPECT_EQ(Files_Starting(Run.Output_Dir, "Reproject_"), 0u);
 }
 
-// The whole sequence by hand: the driver's lines, and every stage with what it is to be given,
-// numbers written out. Returns the last code; Flat gets the delivered transform.
-int Run_By_Hand(const Calibration_Run& Given, const std::string& Log_Path,
+// The whole sequence by hand: the driver's lines, and every stage with the arguments it must get,
+// as literal numbers. Returns the last code; Flat receives the transform.
+int Run_By_Hand(const Calibration_Run& Run, const std::string& Log_Path,
                 const std::string& Output_Dir, std::vector<double>& Flat) {
   const Quiet_Output Output;
   Write_Log(Log_Path, "Version : v0.0.9");
   Write_Log(Log_Path, "Camera Tracker Calibration start.");
   Write_Log(Log_Path, "CALIBRATION BOARD INDEX START");
   std::vector<cv::Point3f> Board_Index;
-  Build_Board_Index(Log_Path, Board_Index, Given.Board_Cols, Given.Board_Rows, Given.Square_Size);
+  Build_Board_Index(Log_Path, Board_Index, Run.Board_Cols, Run.Board_Rows, Run.Square_Size);
   Write_Log(Log_Path, "CALIBRATION BOARD INDEX END");
   Write_Log(Log_Path, "Start to read the csv file.");
   std::vector<std::string> Image_name;
   std::vector<std::vector<double>> Raw_Data_all;
-  EXPECT_EQ(Read_Raw_Data(Log_Path, Given.Csv_Path, Image_name, Raw_Data_all), 0);
+  EXPECT_EQ(Read_Raw_Data(Log_Path, Run.Csv_Path, Image_name, Raw_Data_all), 0);
   Write_Log(Log_Path, "Read the csv file successfully.");
 
   std::vector<std::vector<cv::Point3f>> Board_Index_all;
@@ -756,8 +756,8 @@ int Run_By_Hand(const Calibration_Run& Given, const std::string& Log_Path,
   double Camera_Rms = 0.0;
   EXPECT_EQ(Detect_Corner_And_Calibrate(Log_Path, Camera_Rms, Image_Size, Camera_Matrix, Distortion,
                                         Rvecs, Tvecs, Image_name, Raw_Data_all, Board_Index_all,
-                                        Board_Index, ImageCoordinate, Given.Board_Cols,
-                                        Given.Board_Rows, 11, Corner_Term, 1.5f, true),
+                                        Board_Index, ImageCoordinate, Run.Board_Cols,
+                                        Run.Board_Rows, 11, Corner_Term, 1.5f, true),
             0);
   const double Fx = Camera_Matrix.at<double>(0, 0), Fy = Camera_Matrix.at<double>(1, 1);
   const double Cx = Camera_Matrix.at<double>(0, 2), Cy = Camera_Matrix.at<double>(1, 2);
@@ -778,8 +778,8 @@ int Run_By_Hand(const Calibration_Run& Given, const std::string& Log_Path,
   float Reproj_Error = 0.0f;
   Write_Log(Log_Path, "Start OrganizeRT.");
   EXPECT_EQ(OrganizeRT(Log_Path, Transform_Base_Tc_all, Transform_Tr_Base_all, Transform_Chart_Tr,
-                       Transform_Cam_Chart_all, Rvecs, Tvecs, Given.Chart_Euler_Deg,
-                       Given.Chart_Translation, Raw_Data_all),
+                       Transform_Cam_Chart_all, Rvecs, Tvecs, Run.Chart_Euler_Deg,
+                       Run.Chart_Translation, Raw_Data_all),
             0);
   Write_Log(Log_Path, "Finish OrganizeRT.");
   Write_Log(Log_Path, "Start Calculate_Transform_Cam_Tc in first time.");

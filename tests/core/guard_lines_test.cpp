@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The lines of the codes that no capture leads to, against the rule "guard" of the page that
-// describes run logs. No whole run has them, so each check is called by itself.
+// The lines of the codes that no capture can cause, compared with the rule "guard" of the page that
+// describes run logs. No whole run has them, so each check is called directly.
 #include "core/calibration.h"
 #include "core/capture/read_raw_data.h"
 #include "core/solver/cal_reproj_error.h"
@@ -37,13 +37,13 @@ bool Follow_Guard(const std::string& Lines) {
   return std::system(Command.c_str()) == 0;
 }
 
-// What a check writes that has to return this code.
+// The log text of a check, which must return this code.
 std::string Lines_Of(int Code, const std::function<int(const std::string&)>& Check) {
   const Scratch_Folder Folder;
   const Quiet_Output Quiet;
   const std::string Log_Path = (Folder.Path() / "log").string();
   EXPECT_EQ(Check(Log_Path), Code);
-  return Read_File(Log_Path);
+  return Read_Text(Log_Path);
 }
 
 int Measure_Uneven(const std::string& Log_Path) {
@@ -66,7 +66,7 @@ int Solve_Board_Uneven(const std::string& Log_Path) {
   return Calculate_Transform_Chart_Tr(Log_Path, Mean, One, One[0], Two, Two);
 }
 
-// Six mounts that are alike, none of them an outlier, and one list that is longer.
+// Six equal mounts, none of them an outlier, and one list that is longer.
 int Filter_Uneven(const std::string& Log_Path) {
   Eigen::Matrix4d Mount = Eigen::Matrix4d::Identity();
   Mount.topLeftCorner<3, 3>() << 0, -1, 0, 1, 0, 0, 0, 0, 1;

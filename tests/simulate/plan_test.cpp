@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The plan of a capture: where everything is, what the trackers report, which rows are bad.
+// The plan of a capture: all poses, the tracker samples, and the bad rows.
 #include "simulate/simulate.h"
 
 #include "tests/simulate/opencv_view.h"
@@ -29,8 +29,8 @@ using simulate::Spread;
 
 constexpr double Degrees = 180.0 / 3.14159265358979323846;
 
-// Poses are a few products of rotation matrices with entries up to 1 and lengths of a few metres;
-// each rounding is below 5e-16 of that, and some dozens add up.
+// Poses are products of a few rotation matrices with elements up to 1 and lengths of a few metres.
+// Each rounding is below 5e-16 of that, and some dozens add up.
 constexpr double Pose_Tolerance = 1e-13;
 
 Options Small_Capture(unsigned Seed = 1) {
@@ -66,8 +66,8 @@ Eigen::Matrix4d Pose(const Eigen::Vector3d& X_Axis, const Eigen::Vector3d& Y_Axi
   return Built;
 }
 
-// The pose in relabelled axes that a sample stands for, worked per axis: the conjugate quaternion
-// takes a body direction to Base, and x, y, z of the relabelled frame are body -x, -z, -y.
+// The pose of a sample in relabelled axes, computed per axis: the conjugate quaternion takes a body
+// direction to Base, and x, y, z of the relabelled frame are body -x, -z, -y.
 Eigen::Matrix4d Pose_Of(const Sample& Reported) {
   const auto In_Base = [&](const Eigen::Vector3d& Direction_Body) -> Eigen::Vector3d {
     const Eigen::Quaterniond Pure(0, Direction_Body.x(), Direction_Body.y(), Direction_Body.z());
@@ -78,14 +78,15 @@ Eigen::Matrix4d Pose_Of(const Sample& Reported) {
 
 double Angle_Deg_Between(const Eigen::Matrix4d& A, const Eigen::Matrix4d& B) {
   const Eigen::Matrix3d Turn = A.topLeftCorner<3, 3>().transpose() * B.topLeftCorner<3, 3>();
-  // The sine's part comes from the matrix's odd half: an arc cosine alone is blunt near 0.
+  // The sine comes from the antisymmetric part of the matrix: an arc cosine alone is inaccurate
+  // near 0.
   const Eigen::Vector3d Odd(Turn(2, 1) - Turn(1, 2), Turn(0, 2) - Turn(2, 0),
                             Turn(1, 0) - Turn(0, 1));
   return std::atan2(Odd.norm(), Turn.trace() - 1.0) * Degrees;
 }
 
-// How the board lies to the camera: its normal's lean about the camera's x and y axes, and the
-// angle in the image between the camera's x axis and a board row after the lean is undone.
+// The orientation of the board to the camera: the tilt of its normal about the camera's x and y
+// axes, and the angle between the camera's x axis and a board row without the tilt.
 struct Lie {
   double About_X_Deg, About_Y_Deg, Roll_Deg;
 };
@@ -169,7 +170,8 @@ TEST(MakePlan, KeepsTheTruePosesWhenNoiseAndBadRowsAreAskedFor) {
   Settings.Estimate_Error_Mm = 5.0;
   const Plan Dirty = Make_Plan(Settings);
   for (size_t i = 0; i < Clean.Images.size(); ++i) {
-    // In a stale row the camera has come from the row before; what it sees stays.
+    // In a stale row the camera has moved on from the row before, but its view of the board is the
+    // same.
     EXPECT_EQ(Same_Truth(Clean.Images[i], Dirty.Images[i]), Dirty.Images[i].Kind != Row_Kind::Stale)
         << i;
     EXPECT_EQ(Clean.Images[i].Transform_Cam_Chart, Dirty.Images[i].Transform_Cam_Chart) << i;
@@ -190,7 +192,7 @@ TEST(MakePlan, MakesAnEmptyCaptureOfNoImages) {
   EXPECT_TRUE(Make_Plan(Settings).Images.empty());
 }
 
-// ---- Conventions, worked by hand -------------------------------------------------------------
+// ---- Conventions, computed by hand -----------------------------------------------------------
 
 // A body whose axes are Base's own reports no rotation. Its relabelled x, y, z are then Base -x, -z
 // and -y.
@@ -202,9 +204,10 @@ TEST(MakeSample, IsTheIdentityForABodyAlignedWithBase) {
   EXPECT_EQ(Reported.Rotation.vec(), Eigen::Vector3d(0, 0, 0));
 }
 
-// The body is turned by 90 degrees about Base z: its x points along Base y, its y along Base -x.
-// In relabelled axes x is Base -y, y (body -z) is Base -z, z (body -y) is Base x. A Base direction
-// gets its body coordinates by turning back, by -90 degrees about z: w = cos(-45), z = sin(-45).
+// The body is rotated by 90 degrees about Base z: its x points along Base y, its y along Base -x.
+// In relabelled axes x is Base -y, y (body -z) is Base -z, z (body -y) is Base x. The quaternion
+// takes Base directions to body directions by the inverse rotation, -90 degrees about z:
+// w = cos(-45), z = sin(-45).
 TEST(MakeSample, TurnsBaseDirectionsIntoBodyDirections) {
   const Sample Reported =
       simulate::Make_Sample(Pose({0, -1, 0}, {0, 0, -1}, {1, 0, 0}, {-1.5, 0.0, 2.0}));
@@ -217,7 +220,7 @@ TEST(MakeSample, TurnsBaseDirectionsIntoBodyDirections) {
 }
 
 // Body x along Base y, y along Base z, z along Base x: relabelled x is Base -y, y is Base -x, z is
-// Base -z. Base to body sends Base x to body z, y to x, z to y, a turn by -120 degrees about
+// Base -z. Base to body takes Base x to body z, y to x, z to y, a rotation by -120 degrees about
 // (1, 1, 1): w = cos(60) = 1/2 and each vector component -sin(60) / sqrt(3) = -1/2.
 TEST(MakeSample, HoldsAThirdOfATurnAboutTheDiagonal) {
   const Sample Reported =
@@ -348,7 +351,7 @@ TEST(MakePlan, SpreadsGoodPosesOverTiltsRollsPlacesAndDistances) {
     EXPECT_LT(Largest(Capture, [&](const Image_Truth& I) { return std::abs(About_X(I)); }), 50.0);
     EXPECT_LT(Largest(Capture, [&](const Image_Truth& I) { return std::abs(About_Y(I)); }), 50.0);
 
-    // Rolls leave no gap of 60 degrees around the circle, so every quadrant has some.
+    // Rolls leave no gap of 60 degrees in the circle, so every quadrant has some.
     std::set<double> Rolls;
     for (const Image_Truth& Image : Capture.Images) Rolls.insert(Lie_Of(Image).Roll_Deg);
     double Before = *Rolls.rbegin() - 360.0;
@@ -357,8 +360,8 @@ TEST(MakePlan, SpreadsGoodPosesOverTiltsRollsPlacesAndDistances) {
       Before = Roll;
     }
 
-    // In each corner of the frame some inner corner comes as near as the board's own two outer
-    // squares allow: within a seventh of the frame's diagonal.
+    // Some inner corner comes as close to each corner of the frame as the board's two outer squares
+    // allow: within a seventh of the frame's diagonal.
     const double Diagonal = std::hypot(Settings.Width, Settings.Height);
     for (const double X : {0.0, Settings.Width - 1.0}) {
       for (const double Y : {0.0, Settings.Height - 1.0}) {
@@ -411,8 +414,8 @@ TEST(MakePlan, KeepsTheBoardAndItsMarginInsideTheFrame) {
         Settings.Height = Size[1];
         Settings.Pose_Spread = Manner;
         const Plan Capture = Make_Plan(Settings);
-        // The white margin's edge, one square outside the outer squares, with points dense enough
-        // that a bent edge can't pass between them.
+        // The outer edge of the white margin, one square outside the outer squares. The points are
+        // dense enough that a curved edge cannot leave the frame between them.
         std::vector<cv::Point2d> Edge;
         const double Right = Settings.Board_Cols + 1.0, Bottom = Settings.Board_Rows + 1.0;
         for (int k = 0; k <= 60; ++k) {
@@ -451,7 +454,7 @@ TEST(MakePlan, KeepsCentredPosesInTheMiddleOfTheFrame) {
     const std::vector<Eigen::Vector2d> Corners = simulate::Project_Board(Capture, Image);
     for (const Eigen::Vector2d& Corner : Corners) Sum += Corner;
     const Eigen::Vector2d Centre = Sum / static_cast<double>(Corners.size());
-    // Corners crowd towards the far side of a tilted board, which shifts their mean a little.
+    // Corners are denser on the far side of a tilted board, which shifts their mean a little.
     EXPECT_LT(std::abs(Centre.x() - 320.0), 0.1 * Settings.Width) << Image.Name;
     EXPECT_LT(std::abs(Centre.y() - 240.0), 0.1 * Settings.Height) << Image.Name;
   }
@@ -497,7 +500,7 @@ TEST(MakePlan, DealsAsManyBadRowsOfEachKindAsAskedFor) {
     Settings.Blank_Count = 2;
     Settings.Truncated_Count = 1;
     const Plan Capture = Make_Plan(Settings);
-    // A row has one kind, so counts that all come out show that no row was dealt twice.
+    // A row has one kind, so correct counts show that no row was assigned twice.
     EXPECT_EQ(Count_Of(Capture, Row_Kind::Stale), 5);
     EXPECT_EQ(Count_Of(Capture, Row_Kind::Jumped), 4);
     EXPECT_EQ(Count_Of(Capture, Row_Kind::Missing_Image), 3);
@@ -573,8 +576,9 @@ TEST(MakePlan, MovesAndTurnsAJumpedRowByWhatWasAskedFor) {
   EXPECT_EQ(Directions.size(), 10u) << "every jump goes its own way";
 }
 
-// With n draws of a normal deviate the mean lies within 4 sigma / sqrt(n) and the standard
-// deviation within 4 sigma / sqrt(2 n), but for one draw in some ten thousand; the seed is fixed.
+// With n draws from a normal distribution the mean is within 4 sigma / sqrt(n) and the standard
+// deviation within 4 sigma / sqrt(2 n), except in about one of ten thousand cases; the seed is
+// fixed.
 TEST(MakePlan, ScattersSamplesByTheNoiseAskedForOnEveryAxis) {
   Options Settings = Small_Capture();
   Settings.Image_Count = 1000;
@@ -604,8 +608,8 @@ TEST(MakePlan, ScattersSamplesByTheNoiseAskedForOnEveryAxis) {
         const Eigen::Matrix4d Reported = Pose_Of(Image.*Tracker.Reported);
         const Eigen::Matrix4d& True = Image.*Tracker.True;
         Shifts.push_back(1e3 * (Reported(Axis, 3) - True(Axis, 3)));
-        // A turn of at most a degree is its rotation vector to 1e-4 of it: half the odd part of
-        // the matrix.
+        // For a rotation of at most a degree, half the antisymmetric part of the matrix is the
+        // rotation vector, with a relative error of 1e-4.
         const Eigen::Matrix3d Turn =
             True.topLeftCorner<3, 3>().transpose() * Reported.topLeftCorner<3, 3>();
         const int Next = (Axis + 1) % 3, After = (Axis + 2) % 3;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Photographs against OpenCV's camera model: what a pixel shows is compared with the area of the
-// squares projected into it, and the corners that OpenCV finds with the ones that it projects.
+// Photographs compared with OpenCV's camera model: each pixel with the area of the squares
+// projected into it, and the corners that OpenCV finds with those that it projects.
 #include "simulate/render.h"
 
 #include "simulate/simulate.h"
@@ -33,7 +33,7 @@ Options Capture_Of(int Width, int Height, unsigned Seed = 1) {
   return Settings;
 }
 
-// A capture without anything that keeps a pixel from showing the area that it covers.
+// A capture without noise, blur and light gradient: each pixel shows only the area that it covers.
 Options Bare(Options Settings) {
   Settings.Sensor_Noise = 0.0;
   Settings.Blur_Pixels = 0.0;
@@ -57,7 +57,7 @@ std::vector<cv::Point2d> True_Corners(const Plan& Capture, const Image_Truth& Im
   return Opencv_Project(Capture, Image, Squares);
 }
 
-// The outline of a rectangle of the board, in squares, as the lens bends it.
+// The distorted outline of a rectangle on the board, given in squares.
 std::vector<cv::Point2d> Outline(const Plan& Capture, const Image_Truth& Image, double Left,
                                  double Top, double Right, double Bottom) {
   constexpr int Steps = 24;
@@ -77,7 +77,7 @@ std::vector<cv::Point2d> Outline(const Plan& Capture, const Image_Truth& Image, 
   return Opencv_Project(Capture, Image, Squares);
 }
 
-// What is left of a polygon on the side of a line where Nx * x + Ny * y <= Limit.
+// The part of a polygon on the side of a line where Nx * x + Ny * y <= Limit.
 std::vector<cv::Point2d> Clipped(const std::vector<cv::Point2d>& Polygon, double Nx, double Ny,
                                  double Limit) {
   std::vector<cv::Point2d> Kept;
@@ -100,7 +100,7 @@ double Area(const std::vector<cv::Point2d>& Polygon) {
   return std::abs(Twice) / 2.0;
 }
 
-// Adds to every pixel the area of it that lies inside the polygon.
+// Adds to every pixel the part of its area that lies inside the polygon.
 void Add_Area(const std::vector<cv::Point2d>& Polygon, cv::Mat& Areas) {
   double Low = Areas.rows, High = -1.0;
   for (const cv::Point2d& Point : Polygon) {
@@ -123,7 +123,7 @@ void Add_Area(const std::vector<cv::Point2d>& Polygon, cv::Mat& Areas) {
   }
 }
 
-// The board as a detector looks for it in large images: in a copy 720 wide, and refined in full.
+// Detects the board as in large captures: in a copy 720 pixels wide, refined at full size.
 bool Find_Corners(const Options& Settings, const cv::Mat& Photograph,
                   std::vector<cv::Point2f>& Corners) {
   const float Scale = Settings.Width >= 1440 ? static_cast<float>(Settings.Width / 720.0) : 1.0f;
@@ -150,8 +150,8 @@ bool Find_Corners(const Options& Settings, const cv::Mat& Photograph,
 }
 
 // The point near Start where the gradient of the photograph, smoothed with a Gaussian, vanishes.
-// Around a corner of four squares the picture is symmetric to the point, so that this is the corner
-// itself, with no bias of interpolation or of a window cut at whole pixels.
+// Around a corner of four squares the image has point symmetry, so this is the corner itself,
+// without a bias from interpolation or from a window of whole pixels.
 cv::Point2d Balance_Point(const cv::Mat& Grey, cv::Point2d Start) {
   constexpr double Deviation = 2.0;
   constexpr int Reach = 10;
@@ -278,16 +278,16 @@ TEST(MakePixelRays, LooksWhereOpencvDrawsFrom) {
 
 TEST(MakePixelRays, SeesNothingWhereTheLensFoldsBack) {
   simulate::Lens Model{200.0, 200.0, 160.0, 120.0, -0.8, 0.0};
-  // r - 0.8 r^3 is largest at r = sqrt(1 / 2.4) = 0.6455, drawn at 0.4303: 86.07 pixels out.
+  // r - 0.8 r^3 is largest at r = sqrt(1 / 2.4) = 0.6455, where it is 0.4303: 86.07 pixels.
   const cv::Mat Rays = Make_Pixel_Rays(Model, 320, 240);
   for (int i = 0; i < 320; ++i) {
     EXPECT_EQ(std::isnan(Rays.at<cv::Vec2f>(120, i)[0]), std::abs(i - 160) > 86) << i;
   }
 }
 
-// Every pixel of the board against the exact area of white and black squares in it, by clipping
-// the projected squares to the pixel. Bent edges are polygons of 24 steps a side, off by less than
-// 1e-4 pixels.
+// Every pixel of the board compared with the exact area of white and black squares in it, from the
+// projected squares clipped to the pixel. Curved edges are polygons of 24 steps per side, with an
+// error below 1e-4 pixels.
 TEST(RenderPhotograph, ShowsInEveryPixelTheAreaOfTheSquaresInIt) {
   Options Settings = Bare(Capture_Of(320, 240, 2));
   Settings.Board_Cols = 6;
@@ -311,7 +311,7 @@ TEST(RenderPhotograph, ShowsInEveryPixelTheAreaOfTheSquaresInIt) {
       }
     }
     const cv::Mat Photograph = Render_Photograph(Capture, i, Rays);
-    // The print's levels, from pixels that show nothing else.
+    // The grey levels of the print, from pixels that show only white or only black.
     double White_Level = -1, Black_Level = -1;
     for (int k = 0; k < Settings.Width * Settings.Height; ++k) {
       const int Row = k / Settings.Width, Column = k % Settings.Width;
@@ -388,7 +388,7 @@ TEST(RenderPhotograph, PutsCornersWhereTheLensDrawsThem) {
       cv::Mat Grey;
       cv::cvtColor(Render_Photograph(Capture, i, Rays), Grey, cv::COLOR_BGR2GRAY);
       for (const cv::Point2d& True : True_Corners(Capture, Capture.Images[i])) {
-        // The start is beside the corner, so that standing still finds nothing.
+        // The start is away from the corner, so that a search that does not move fails.
         Missed.Add(Balance_Point(Grey, True + cv::Point2d(0.6, -0.4)) - True);
       }
     }
@@ -400,12 +400,13 @@ TEST(RenderPhotograph, PutsCornersWhereTheLensDrawsThem) {
 
 // ---- Detection -------------------------------------------------------------------------------
 
-// cornerSubPix stops at the first step below 0.1 pixels, so a corner can stay as much off, and its
-// 7 by 7 window reads gradients from whole pixels, which adds up to half of that; sensor noise of 2
-// in 190 levels adds some hundredths. Over thousands of corners in all directions these cancel.
+// cornerSubPix stops at the first step below 0.1 pixels, so a corner can have an error of that
+// size. Its 7 by 7 window reads gradients from whole pixels, which adds up to half of that, and
+// sensor noise of 2 in 190 levels adds some hundredths. Over thousands of corners in all directions
+// these errors cancel.
 constexpr double Largest_Found_Miss = 0.2;
 constexpr double Mean_Found_Miss = 0.05;
-// Misses of 0.05 pixels a corner average out to four of their standard errors at most.
+// Errors of 0.05 pixels per corner average to at most four standard errors.
 double Bias_Of(size_t Count) {
   return 4.0 * Mean_Found_Miss / std::sqrt(static_cast<double>(Count));
 }
@@ -497,9 +498,9 @@ TEST(RenderPhotograph, ScattersGreyLevelsByTheSensorsNoise) {
     const Plan Capture = Make_Plan(Settings);
     cv::Scalar Mean, Deviation;
     cv::meanStdDev(Render_Photograph(Capture, 0, Rays_Of(Capture)), Mean, Deviation);
-    // Rounding adds the variance of an even spread over one level, 1 / 12. With 307200 pixels the
-    // mean lies within 4 sigma / sqrt(n) and the deviation within 4 sigma / sqrt(2 n); both are
-    // rounded up to allow for the few thousand values that the noise is picked from.
+    // Rounding adds the variance of a uniform distribution over one level, 1 / 12. With 307200
+    // pixels the mean is within 4 sigma / sqrt(n) and the deviation within 4 sigma / sqrt(2 n);
+    // both are rounded up to allow for the few thousand values that the noise is picked from.
     const double Expected = std::sqrt(Noise * Noise + 1.0 / 12.0);
     for (int Channel = 0; Channel < 3; ++Channel) {
       EXPECT_NEAR(Mean[Channel], 128.0, 0.01 * Expected);
@@ -564,7 +565,7 @@ TEST(RenderPhotograph, BlursEdgesByTheOpticsDeviation) {
     Settings.Blur_Pixels = Blur;
     Settings.K1 = Settings.K2 = 0.0;
     Plan Capture = Make_Plan(Settings);
-    // The board square to the camera, a square 64 pixels wide.
+    // The board is parallel to the image plane, and a square is 64 pixels wide.
     Image_Truth& Image = Capture.Images[0];
     Image.Transform_Cam_Chart.setIdentity();
     Image.Transform_Cam_Chart(0, 3) = -0.0123;

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The files of a capture: what stands in them, where they lie, and what bad images are like.
+// The files of a capture: their content, their paths, and bad images.
 #include "simulate/simulate.h"
 
+#include "tests/support/read_text.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +14,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -42,15 +42,8 @@ Options Tiny_Capture() {
   return Settings;
 }
 
-std::string Bytes_Of(const fs::path& File) {
-  std::ifstream In(File, std::ios::binary);
-  std::ostringstream Out;
-  Out << In.rdbuf();
-  return Out.str();
-}
-
 std::vector<std::string> Lines_Of(const fs::path& File) {
-  std::istringstream In(Bytes_Of(File));
+  std::istringstream In(Read_Text(File));
   std::vector<std::string> Lines;
   for (std::string Line; std::getline(In, Line);) Lines.push_back(Line);
   return Lines;
@@ -204,8 +197,8 @@ TEST(WriteCapture, WritesColourPhotographsOfTheSizeAskedFor) {
       EXPECT_EQ(Photograph.type(), CV_8UC3);
     }
     EXPECT_EQ(Files_In(Folder.Path()), 10u);
-    // Formats are told by their first bytes, whatever the name says.
-    const std::string First = Bytes_Of(Folder.Path() / "images" / ("0001." + Format)).substr(0, 2);
+    // The first bytes show the format, independent of the name.
+    const std::string First = Read_Text(Folder.Path() / "images" / ("0001." + Format)).substr(0, 2);
     EXPECT_EQ(First, Format == "png" ? "\x89P" : "\xff\xd8");
   }
 }
@@ -235,32 +228,32 @@ TEST(WriteCapture, LeavesOutMissingCutsTruncatedAndBlanksBlankImages) {
     Settings.Blank_Count = 1;
     Settings.Truncated_Count = 1;
     const Plan Capture = Make_Plan(Settings);
-    // Written over a whole capture: the missing photograph has to go.
+    // Written over a complete capture: the missing photograph must be removed.
     simulate::Write_Capture(Capture, Spoilt.Path());
     for (const Image_Truth& Image : Capture.Images) {
       SCOPED_TRACE(Image.Name);
       const fs::path File = Spoilt.Path() / "images" / Image.Name;
-      const std::string Before = Bytes_Of(Whole.Path() / "images" / Image.Name);
+      const std::string Before = Read_Text(Whole.Path() / "images" / Image.Name);
       ASSERT_GT(Before.size(), 1000u);
       switch (Image.Kind) {
         case Row_Kind::Missing_Image:
           EXPECT_FALSE(fs::exists(File));
           break;
         case Row_Kind::Truncated_Image:
-          EXPECT_EQ(Bytes_Of(File), Before.substr(0, Before.size() / 2));
-          // A cut PNG doesn't load; of a cut JPEG the upper half does.
+          EXPECT_EQ(Read_Text(File), Before.substr(0, Before.size() / 2));
+          // A truncated PNG does not load; of a truncated JPEG the upper half does.
           EXPECT_EQ(cv::imread(File.string()).empty(), Format == "png");
           break;
         case Row_Kind::Blank_Image: {
           cv::Scalar Mean, Deviation;
           cv::meanStdDev(cv::imread(File.string()), Mean, Deviation);
-          // Grey 128, dimmed by a quarter at most; noise and the gradient scatter it a little.
+          // Grey 128, darkened by at most a quarter; noise and gradient spread it a little.
           EXPECT_NEAR(Mean[0], 112.0, 2.0);
           EXPECT_LT(Deviation[0], 10.0);
           break;
         }
         default:
-          EXPECT_EQ(Bytes_Of(File), Before);
+          EXPECT_EQ(Read_Text(File), Before);
       }
     }
   }
@@ -334,7 +327,7 @@ TEST(WriteTables, TellsOptionsLensAndKindsInTruthJson) {
   Settings.Pose_Spread = simulate::Spread::Frontal;
   const Plan Capture = Make_Plan(Settings);
   simulate::Write_Tables(Capture, Folder.Path());
-  const auto File = nlohmann::json::parse(Bytes_Of(Folder.Path() / "truth.json"));
+  const auto File = nlohmann::json::parse(Read_Text(Folder.Path() / "truth.json"));
   EXPECT_EQ(File.at("format_version"), 1);
   EXPECT_EQ(File.at("options").size(), 38u) << "one for every option";
   EXPECT_EQ(File.at("options").at("seed"), 11);
@@ -368,7 +361,7 @@ TEST(ReadTruth, ThrowsNamingAFileThatIsntATruth) {
     return "no std::runtime_error";
   };
   simulate::Write_Tables(Make_Plan(Tiny_Capture()), Folder.Path());
-  const auto Good = nlohmann::json::parse(Bytes_Of(Folder.Path() / "truth.json"));
+  const auto Good = nlohmann::json::parse(Read_Text(Folder.Path() / "truth.json"));
   auto Short_Pose = Good, Unknown_Kind = Good, Other_Format = Good, No_Lens = Good, Worded = Good;
   Short_Pose["Transform_Cam_Tc"].erase(15);
   Unknown_Kind["images"][0]["kind"] = "fair";

@@ -1,21 +1,21 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# Builds a program that prints bits with COMPILER at each of LEVELS, and compares what it writes to
-# the file it is given with what PROGRAM, the one of this build, writes.
+# Compiles a program that prints bits with COMPILER at each of LEVELS, and compares the file that it
+# writes with the one that PROGRAM, the same program of this build, writes.
 #
-#   COMPILER    name of the compiler; where it isn't installed the test is skipped
-#   LEVELS      of optimisation; O0 and O3 when left out
-#   PROGRAM     the program as this build made it
-#   ARGUMENTS   what it is given before the file's name; may be left out
-#   SOURCES     what it is made of, relative to SOURCE_DIR. All go through one translation unit:
-#               library headers are most of the work, and this reads them once
-#   APART       sources that use a name of the others for something else, and so go through a unit
-#               of their own; may be left out
-#   SOURCE_DIR  the project
+#   COMPILER    name of the compiler; the test is skipped if it is not installed
+#   LEVELS      optimisation levels; default O0 and O3
+#   PROGRAM     the program of this build
+#   ARGUMENTS   its arguments before the file's name; optional
+#   SOURCES     its sources, relative to SOURCE_DIR. All are compiled as one translation unit: most
+#               of the time is spent on library headers, which are then read once
+#   APART       sources that define a name of the others differently and are compiled separately;
+#               optional
+#   SOURCE_DIR  the project's folder
 #   INCLUDES    folders of library headers
-#   LIBRARIES   libraries to link, by path; may be left out
-#   WORK_DIR    a folder of the test's own
-#   LEAST_BYTES fewer than these are too little to compare
+#   LIBRARIES   libraries to link, by path; optional
+#   WORK_DIR    a folder for this test only
+#   LEAST_BYTES the smallest number of bytes that counts as a comparison
 cmake_minimum_required(VERSION 3.22)  # list(TRANSFORM), and list policies as in the project
 
 find_program(FOUND ${COMPILER})

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The library mirrors every log line to standard output. Tests that call it take that text away,
-// so that a test report stays readable, and can look at it.
+// The library copies every log line to standard output. Tests that call it capture that text, so
+// that they can check it and the test report stays readable.
 #ifndef RIGSYNC_TESTS_SUPPORT_QUIET_OUTPUT_H
 #define RIGSYNC_TESTS_SUPPORT_QUIET_OUTPUT_H
 

@@ -1,27 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Run logs as tests compare them: whole, line by line, with the time text checked and removed.
+// Reads run logs for tests: line by line, with the time text checked and removed.
 #ifndef RIGSYNC_TESTS_SUPPORT_RUN_LOG_READER_H
 #define RIGSYNC_TESTS_SUPPORT_RUN_LOG_READER_H
 
+#include "tests/support/read_text.h"
+
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-// Whether a text has the form 2022-11-17 09:05:33. By hand: <regex> costs every test file seconds.
+// Whether a text has the form 2022-11-17 09:05:33. It does not use <regex>, which would add seconds
+// to the compile time of every test file.
 inline bool Is_Time(const std::string& Text) {
   const std::string Form = "dddd-dd-dd dd:dd:dd";
   return std::equal(Text.begin(), Text.end(), Form.begin(), Form.end(),
-                    [](char Given, char Wanted) {
-                      return Wanted == 'd' ? Given >= '0' && Given <= '9' : Given == Wanted;
+                    [](char Letter, char Pattern) {
+                      return Pattern == 'd' ? Letter >= '0' && Letter <= '9' : Letter == Pattern;
                     });
 }
 
-// The messages of a log file or of captured standard output. Throws when a line isn't a time text,
+// The messages of a log file or of captured standard output. Throws when a line is not a time text,
 // a tab and a message, or when the last line has no newline.
 inline std::vector<std::string> Messages(const std::string& Text) {
   std::vector<std::string> Lines;
@@ -39,14 +40,8 @@ inline std::vector<std::string> Messages(const std::string& Text) {
   return Lines;
 }
 
-inline std::string Read_File(const std::filesystem::path& Path) {
-  std::ifstream File(Path, std::ios::binary);
-  if (!File.is_open()) throw std::runtime_error("no file " + Path.string());
-  return {std::istreambuf_iterator<char>(File), std::istreambuf_iterator<char>()};
-}
-
-// The run log files of a folder, oldest name first. A run that starts a second later than another
-// has a file of its own.
+// The run log files of a folder, oldest name first. Runs that start in different seconds have
+// different files.
 inline std::vector<std::filesystem::path> Run_Logs(const std::filesystem::path& Folder) {
   std::vector<std::filesystem::path> Found;
   for (const auto& Entry : std::filesystem::directory_iterator(Folder)) {
@@ -60,15 +55,15 @@ inline std::vector<std::filesystem::path> Run_Logs(const std::filesystem::path& 
 inline std::vector<std::string> Read_Run_Log(const std::filesystem::path& Folder) {
   std::vector<std::string> Lines;
   for (const auto& Path : Run_Logs(Folder)) {
-    const std::vector<std::string> More = Messages(Read_File(Path));
+    const std::vector<std::string> More = Messages(Read_Text(Path));
     Lines.insert(Lines.end(), More.begin(), More.end());
   }
   return Lines;
 }
 
-// The messages that a stage wrote to the log file at Path; none where there is no file.
+// The messages that a stage wrote to the log file at Path; none if there is no file.
 inline std::vector<std::string> Read_Log_File(const std::filesystem::path& Path) {
-  return std::filesystem::exists(Path) ? Messages(Read_File(Path)) : std::vector<std::string>();
+  return std::filesystem::exists(Path) ? Messages(Read_Text(Path)) : std::vector<std::string>();
 }
 
 #endif  // RIGSYNC_TESTS_SUPPORT_RUN_LOG_READER_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A folder of a test's own, gone when the test ends.
+// A temporary folder for one test, removed when the test ends.
 #ifndef RIGSYNC_TESTS_SUPPORT_SCRATCH_FOLDER_H
 #define RIGSYNC_TESTS_SUPPORT_SCRATCH_FOLDER_H
 
@@ -14,7 +14,7 @@
 class Scratch_Folder {
  public:
   Scratch_Folder() {
-    // Tests run as parallel processes, so a counter alone wouldn't keep them apart.
+    // Tests run as parallel processes, so a counter alone would not give unique names.
     static std::atomic<unsigned> Counter{0};
     const unsigned Salt = std::random_device{}();
     Folder = std::filesystem::temp_directory_path() /

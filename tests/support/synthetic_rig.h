@@ -5,8 +5,8 @@
 //   Transform_Cam_Tc = Transform_Cam_Chart * Transform_Chart_Tr
 //                    * Transform_Tr_Base * Transform_Base_Tc
 //
-// closes to double precision. Random numbers come from std::mt19937 and are scaled by hand, so
-// that every machine sees the same poses.
+// closes to double precision. Random numbers come from std::mt19937 and are scaled here, so that
+// the poses are the same on every machine.
 #ifndef RIGSYNC_TESTS_SUPPORT_SYNTHETIC_RIG_H
 #define RIGSYNC_TESTS_SUPPORT_SYNTHETIC_RIG_H
 
@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-// The full pi, in double: rigs are made by exact geometry, not by the library's short constants.
+// pi in full double precision: rigs are computed without the library's short constants.
 constexpr double Pi = 3.14159265358979323846;
 
 // A rigid pose: rotation by Angle_Deg about Axis (of any length), then the translation.
@@ -29,7 +29,7 @@ inline Eigen::Matrix4d Make_Transform(const Eigen::Vector3d& Axis, double Angle_
   return Pose.matrix();
 }
 
-// The inverse of a rigid pose, by transposing its rotation: another road than the library's.
+// The inverse of a rigid pose, by transposing its rotation: another method than the library's.
 inline Eigen::Matrix4d Rigid_Inverse(const Eigen::Matrix4d& Pose) {
   Eigen::Matrix4d Inverse = Eigen::Matrix4d::Identity();
   Inverse.topLeftCorner<3, 3>() = Pose.topLeftCorner<3, 3>().transpose();
@@ -69,34 +69,36 @@ struct Rig {
   std::vector<Eigen::Matrix4d> Transform_Base_Tc_all;
 };
 
-// A camera that looks at a board from 1 to 2 metres, board and camera moving in a room of a few
-// metres. The camera mount is turned by 48 degrees, far from 0 and 180, where axes are undefined.
+// A camera that looks at a board from 1 to 2 metres, with board and camera moving in a room of a
+// few metres. The camera mount is rotated by 48 degrees, far from 0 and 180, where the rotation
+// axis is undefined or ambiguous.
 inline Rig Make_Rig(std::size_t Images, unsigned Seed = 1) {
   Random_Numbers Random(Seed);
-  Rig Made;
-  Made.Transform_Cam_Tc = Make_Transform({0.6, -0.5, 0.4}, 48.0, {0.06, -0.14, -0.08});
-  Made.Transform_Chart_Tr = Make_Transform({0.3, 0.8, -0.2}, 25.0, {0.17, 0.05, -0.04});
+  Rig Result;
+  Result.Transform_Cam_Tc = Make_Transform({0.6, -0.5, 0.4}, 48.0, {0.06, -0.14, -0.08});
+  Result.Transform_Chart_Tr = Make_Transform({0.3, 0.8, -0.2}, 25.0, {0.17, 0.05, -0.04});
   for (std::size_t i = 0; i < Images; ++i) {
-    // One draw a statement: compilers evaluate a call's arguments in orders of their own.
+    // One draw per statement: the evaluation order of a call's arguments is unspecified.
     const Eigen::Vector3d Axis = Random.Vector(-1.0, 1.0) + Eigen::Vector3d(0.0, 0.0, 1.5);
     const double Angle_Deg = Random.Between(-60.0, 60.0);
     const Eigen::Vector3d Place = Random.Vector(-0.3, 0.3) + Eigen::Vector3d(0.0, 0.0, 1.5);
     const Eigen::Matrix4d Transform_Cam_Chart = Make_Transform(Axis, Angle_Deg, Place);
     const Eigen::Matrix4d Transform_Tr_Base = Random.Transform(2.0);
     const Eigen::Matrix4d Transform_Cam_Base =
-        Transform_Cam_Chart * Made.Transform_Chart_Tr * Transform_Tr_Base;
-    Made.Transform_Cam_Chart_all.push_back(Transform_Cam_Chart);
-    Made.Transform_Tr_Base_all.push_back(Transform_Tr_Base);
-    Made.Transform_Base_Tc_all.push_back(Rigid_Inverse(Transform_Cam_Base) * Made.Transform_Cam_Tc);
+        Transform_Cam_Chart * Result.Transform_Chart_Tr * Transform_Tr_Base;
+    Result.Transform_Cam_Chart_all.push_back(Transform_Cam_Chart);
+    Result.Transform_Tr_Base_all.push_back(Transform_Tr_Base);
+    Result.Transform_Base_Tc_all.push_back(Rigid_Inverse(Transform_Cam_Base) *
+                                           Result.Transform_Cam_Tc);
   }
-  return Made;
+  return Result;
 }
 
 inline double Max_Difference(const Eigen::Matrix4d& Left, const Eigen::Matrix4d& Right) {
   return (Left - Right).cwiseAbs().maxCoeff();
 }
 
-// The four rows of a pose as the run log shows them.
+// The four rows of a pose as the run log prints them.
 inline std::vector<std::string> Matrix_Rows(const Eigen::Matrix4d& Matrix) {
   std::vector<std::string> Rows;
   for (int r = 0; r < 4; ++r) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a host may hand over by mistake: no input crashes, hangs, or is read beyond its end, and
-// every exception that is let through arrives here.
+// Invalid arguments and files: no input causes a crash, a hang or a read beyond its end, and every
+// exception that the library lets through reaches the host.
 #include "tests/support/quiet_output.h"
 #include "tests/support/run_log_reader.h"
 #include "tests/whole/whole_run.h"
@@ -22,7 +22,7 @@
 
 namespace {
 
-// A capture that is drawn once for the whole suite; tests copy its CSV and spoil the copy.
+// A capture that is rendered once for the whole suite; tests change copies of its CSV.
 class BadInput : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -51,7 +51,7 @@ class BadInput : public testing::Test {
 
   // The good CSV with one field of every data line replaced.
   std::string Csv_With_Field(int Field, const std::string& Text) const {
-    std::istringstream Lines(Read_File(Good->Csv_Path));
+    std::istringstream Lines(Read_Text(Good->Csv_Path));
     std::string Spoilt;
     for (std::string Line; std::getline(Lines, Line);) {
       if (Line[0] != 'T') {
@@ -97,7 +97,7 @@ TEST_F(BadInput, AHundredThousandRowsAreAllLookedAt) {
   for (int i = 0; i < 100000; ++i) Csv += "0,no.png,1,2,3,1,0,0,0,1,2,3,1,0,0,0\n";
   Run_Input Input = With_Csv(Csv);
   Input.Output_Dir = (Folder.Path() / "nowhere").string();
-  // OpenCV warns on standard error about each missing file; that text is nobody's here.
+  // OpenCV warns on standard error about each missing file; that text is not checked here.
   testing::internal::CaptureStderr();
   const Run_Output Output = Run_First_Overload(Input);
   testing::internal::GetCapturedStderr();
@@ -107,17 +107,17 @@ TEST_F(BadInput, AHundredThousandRowsAreAllLookedAt) {
 
 TEST_F(BadInput, ImagesThatCannotBeReadAreDropped) {
   std::string Oversized_Png("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\x10\0\0\0\x10\0\0\x08\2\0\0\0", 29);
-  const std::string Csv_Text = Read_File(Good->Csv_Path);
+  const std::string Csv_Text = Read_Text(Good->Csv_Path);
   const std::size_t Path_Start = Csv_Text.find(',', Csv_Text.find('\n')) + 1;
   const std::string Whole_Png =
-      Read_File(Csv_Text.substr(Path_Start, Csv_Text.find(',', Path_Start) - Path_Start));
+      Read_Text(Csv_Text.substr(Path_Start, Csv_Text.find(',', Path_Start) - Path_Start));
   const std::string Paths[] = {Folder.Write("empty.png", ""),
                                Folder.Write("text.png", "no picture here"),
                                Folder.Write("huge.png", Oversized_Png + std::string(40, '\0')),
                                Folder.Write("cut.png", Whole_Png.substr(0, Whole_Png.size() / 2)),
                                Folder.String(),
                                (Folder.Path() / "missing.png").string()};
-  std::string Csv = Read_File(Good->Csv_Path);
+  std::string Csv = Read_Text(Good->Csv_Path);
   for (const std::string& Path : Paths) Csv += "9," + Path + ",1,2,3,1,0,0,0,1,2,3,1,0,0,0\n";
   const Run_Output Spoilt = Run_First_Overload(With_Csv(Csv));
   const Run_Output Whole = Run_First_Overload(*Good);
@@ -134,8 +134,8 @@ TEST_F(BadInput, NumbersThatAreNotFiniteReachTheHostAsNumbersAndNotAsACrash) {
     for (const char* Text : Texts) {
       SCOPED_TRACE(std::string("field ") + std::to_string(Field) + " " + Text);
       const Run_Output Output = Run_First_Overload(With_Csv(Csv_With_Field(Field, Text)));
-      // NaN never marks an image and passes every limit; the rest may fail one. The lens comes
-      // from the images alone.
+      // NaN never marks an image as an outlier and passes every limit; the other values may fail
+      // one. The lens depends on the images only.
       EXPECT_THAT(Output.Code, testing::AnyOf(0, 6, 13, 14, 99));
       EXPECT_EQ(Output.Distortion.size(), 5u);
       if (std::string(Text) == "nan") {
@@ -156,7 +156,7 @@ TEST_F(BadInput, BoardSizesOfZeroOrLessFailWhereAnImageIsFirstSearched) {
     Input.Board_Rows = Board[1];
     EXPECT_THROW(Run_First_Overload(Input), cv::Exception);
     EXPECT_THROW(Run_Second_Overload(Input), cv::Exception);
-    // Where no image opens there is nothing to search, and the run ends with its code.
+    // When no image can be read, the run ends with its code.
     Input.Csv_Path = Folder.Write("empty.csv", "");
     EXPECT_EQ(Run_First_Overload(Input).Code, 4);
   }
@@ -177,11 +177,11 @@ TEST_F(BadInput, ABoardWhoseReserveIsNegativeThrowsALengthError) {
       EXPECT_STREQ(Error.what(), "vector too long");
     }
   }
-  // Before the board is dumped.
+  // Before the board is logged.
   const auto Logs = Run_Logs(Folder.Path());
   EXPECT_FALSE(Logs.empty());
   for (const auto& Log : Logs) {
-    const auto Lines = Messages(Read_File(Log));
+    const auto Lines = Messages(Read_Text(Log));
     EXPECT_EQ(Lines.back(), "Camera Tracker Calibration start.");
   }
 }
@@ -206,17 +206,17 @@ TEST_F(BadInput, ShortBoardVectorsAreRefusedByNameAfterTheLensIsDelivered) {
       {{1, 2, 3}, {0, 0}, "Chart_Translation needs 3 elements and has 2"},
       {{1, 2, 3}, {}, "Chart_Translation needs 3 elements and has 0"},
   };
-  for (const Case& Given : Cases) {
+  for (const Case& Tested : Cases) {
     Scratch_Folder Own;
     Run_Input Input = *Good;
-    Input.Chart_Euler_Deg = Given.Euler;
-    Input.Chart_Translation = Given.Translation;
+    Input.Chart_Euler_Deg = Tested.Euler;
+    Input.Chart_Translation = Tested.Translation;
     Input.Output_Dir = Own.String();
     try {
       Run_First_Overload(Input);
       FAIL() << "no exception";
     } catch (const std::invalid_argument& Error) {
-      EXPECT_EQ(Error.what(), Given.Message);
+      EXPECT_EQ(Error.what(), Tested.Message);
     }
     EXPECT_EQ(Read_Run_Log(Own.Path()).back(), "Start OrganizeRT.");
   }
@@ -230,10 +230,10 @@ TEST_F(BadInput, LongerBoardVectorsCountByTheirFirstThree) {
 }
 
 TEST_F(BadInput, AnImageNameWithoutAKnownExtensionLetsOpenCvsExceptionThrough) {
-  // Reading goes by content, writing by name: such a photograph is found, solved, and can't be
-  // written again.
+  // OpenCV selects the format by content for reading and by name for writing: such a photograph is
+  // found and solved, but cannot be written.
   std::string Csv;
-  std::istringstream Lines(Read_File(Good->Csv_Path));
+  std::istringstream Lines(Read_Text(Good->Csv_Path));
   for (std::string Line; std::getline(Lines, Line);) {
     const std::size_t Dot = Line.find(".png,");
     if (Dot != std::string::npos) {
@@ -246,7 +246,7 @@ TEST_F(BadInput, AnImageNameWithoutAKnownExtensionLetsOpenCvsExceptionThrough) {
     Csv += Line + "\n";
   }
   EXPECT_THROW(Run_First_Overload(With_Csv(Csv)), cv::Exception);
-  // Everything before the first annotated image is in the log, and nothing behind it.
+  // The log has everything up to the first annotated image, and nothing after it.
   const auto Log = Read_Run_Log(Folder.Path());
   EXPECT_EQ(Lines_Starting(Log, "Average reprojection error : ").size(), 1u);
   EXPECT_THAT(Log.back(), testing::StartsWith(" [0.000000"));
@@ -261,9 +261,9 @@ TEST_F(BadInput, AnOutputFolderThatIsAFileOrReadOnlyChangesNoResult) {
   const Run_Output In_File = Run_First_Overload(Input);
   EXPECT_EQ(In_File.Code, 0);
   EXPECT_EQ(In_File.Log, Whole.Log);
-  EXPECT_EQ(Read_File(Input.Output_Dir), "not a folder");
+  EXPECT_EQ(Read_Text(Input.Output_Dir), "not a folder");
 
-  // Root writes into read-only folders too, so only the result is looked at then.
+  // Root can also write to read-only folders, so only the result is checked then.
   const std::filesystem::path Locked = Folder.Path() / "locked";
   std::filesystem::create_directory(Locked);
   std::filesystem::permissions(
@@ -284,7 +284,7 @@ TEST_F(BadInput, EmptyStringsEverywhereEndWithCode1) {
   Input.Board_Rows = 3;
   const Run_Output Output = Run_First_Overload(Input);
   EXPECT_EQ(Output.Code, 1);
-  // An empty folder text puts the run log into the root folder, where a test must leave nothing.
+  // With an empty folder the run log goes to the root folder, where a test must not leave files.
   for (const auto& Log : Run_Logs("/")) {
     if (std::find(Before.begin(), Before.end(), Log) == Before.end()) std::filesystem::remove(Log);
   }

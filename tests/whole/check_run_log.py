@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 #
-# check_run_log.py PAGE RULE LOG...: holds run logs against the grammar on the page that describes
-# them. Exits with 1 and names the log when one doesn't follow RULE. The grammar isn't recursive, so
-# that each rule is a regular expression.
+# check_run_log.py PAGE RULE LOG...: checks run logs against the grammar on the page that describes
+# them. Exits with 1 and names the log when one does not follow RULE. The grammar is not recursive,
+# so each rule is a regular expression.
 import re
 import sys
 

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 #
-# The shared library shows exactly the functions of exported_symbols.txt, and asks the loader for no
-# OpenCV module but the four that it calls.
+# The shared library exports exactly the functions of exported_symbols.txt, and depends on no OpenCV
+# module except the four that it calls.
 #
 #   cmake -DNM=... -DREADELF=... -DLIBRARY=... -DEXPECTED=... -P exported_symbols.cmake
 execute_process(COMMAND ${NM} -D -C --defined-only ${LIBRARY} OUTPUT_VARIABLE Symbols

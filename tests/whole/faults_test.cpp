@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What a host sees when disk and images change while the library works. The library tells on
-// standard output where it is, so a fault strikes at a chosen line, every time.
+// What a host sees when disk and images change while the library works. The library logs its
+// progress to standard output, so a fault can be triggered at a chosen line.
 #include "rigsync_core.h"
 #include "tests/core/capture/board_photographs.h"
 #include "tests/support/run_log_reader.h"
@@ -23,7 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Standard output that strikes once: when a line ends that begins with Line behind its time.
+// A buffer for standard output that triggers a fault once: at the end of the first line that begins
+// with Line after its time.
 class Striking_Output : public std::streambuf {
  public:
   Striking_Output(std::string Line, std::function<void()> Fault)
@@ -52,7 +53,7 @@ class Striking_Output : public std::streambuf {
   std::streambuf* Before;
 };
 
-// Lines of the log at which one stage is over and the next has not begun.
+// Log lines at which one stage has ended and the next has not begun.
 constexpr const char* Images_Searched = "Corner detection successful.";
 constexpr const char* First_Pass_Over = "Finish Calculate_Transform_Cam_Tc.";
 constexpr const char* Searching = "Start to Detect Corner.";
@@ -62,7 +63,7 @@ struct Struck_Run {
   std::string Exception;  // what a cv::Exception said; empty without one
 };
 
-// A capture of its own for each test: faults spoil it.
+// Each test has its own capture, because the faults damage it.
 class Faults : public testing::Test {
  protected:
   Faults() {
@@ -95,7 +96,7 @@ class Faults : public testing::Test {
     return Result;
   }
 
-  // A run in which nothing happens.
+  // A run without a fault.
   Run_Output Undisturbed() {
     return Run(Searching, [] {}).Output;
   }
@@ -118,7 +119,7 @@ TEST_F(Faults, AnImageThatVanishesAfterTheSearchThrowsInTheLastPassWithTheLensDe
   });
   EXPECT_NE(Struck.Exception, "");
   Expect_Lens_Filled_Alone(Struck.Output);
-  // The pass that writes no images measured all of them; the one that does, none.
+  // The pass without image writing measured all images; the one with it measured none.
   EXPECT_EQ(Lines_Starting(Struck.Output.Log, "Average reprojection error : ").size(), 1u);
   EXPECT_EQ(Read_Run_Log(Input.Output_Dir), Struck.Output.Log);
 }
@@ -162,7 +163,7 @@ TEST_F(Faults, AnOutputFolderThatVanishesTakesTheFilesAndNotTheResult) {
   }
 }
 
-// A disk of its own for the output, for a user who may mount one.
+// A separate disk for the output, if the user may mount one.
 class Small_Disk {
  public:
   Small_Disk(const std::string& Folder, const char* Options) : Place(Folder) {
@@ -206,11 +207,11 @@ TEST_F(Faults, AnOutputFolderThatBecomesReadOnlyKeepsTheLogUpToThere) {
 }
 
 TEST_F(Faults, APictureThatMakesTheDecoderThrowIsNothingNew) {
-  // As the first image it is one that doesn't exist; later the image before it is searched again.
+  // If it is the first image, it counts as missing; otherwise the previous image is searched again.
   const std::string Path = Folder.Write("huge.bmp", Oversized_Bmp());
   ASSERT_THROW(cv::imread(Path), cv::Exception);
   const std::string Row = "0," + Path + ",1,2,3,1,0,0,0,1,2,3,1,0,0,0\n";
-  const std::string Good = Read_File(Input.Csv_Path);
+  const std::string Good = Read_Text(Input.Csv_Path);
   const Run_Output Alone = Undisturbed();
 
   Input.Csv_Path = Folder.Write("first.csv", Row + Good);
@@ -221,7 +222,7 @@ TEST_F(Faults, APictureThatMakesTheDecoderThrowIsNothingNew) {
   Input.Csv_Path = Folder.Write("last.csv", Good + Row);
   const Struck_Run Last = Run(Searching, [] {});
   EXPECT_EQ(Lines_Starting(Last.Output.Log, Path + " Not exist!").size(), 0u);
-  // It was found usable under the new name, with the corners of the image before it.
+  // It counts as usable under the new name, with the corners of the previous image.
   const auto Lens = Lines_Starting(Last.Output.Log, Path);
   EXPECT_EQ(Lens.size(), 1u);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Images are decoded one at a time: at most two decoded ones are alive at any moment, the one that
-// arrives and the one that it replaces.
+// Images are decoded one at a time: at most two decoded images exist at any time, the new one and
+// the one that it replaces.
 #include "tests/whole/whole_run.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,8 @@
 
 namespace {
 
-// Passes every request on and counts the live blocks of at least one decoded image.
+// An allocator that forwards every request and counts live blocks of at least one decoded image's
+// size.
 class Counting_Allocator : public cv::MatAllocator {
  public:
   explicit Counting_Allocator(std::size_t Counted_From) : Image_Bytes(Counted_From) {}

@@ -25,12 +25,12 @@
 namespace {
 
 constexpr int Cols = 9, Rows = 6;
-constexpr double Square = 0.025;  // metres; the photographs don't tell, so any size will do
+constexpr double Square = 0.025;  // metres; the true size is unknown, and any value works
 
 std::vector<std::string> Photographs(const std::string& Side) {
   std::vector<std::string> Paths;
   for (int i = 1; i <= 14; ++i) {
-    if (i == 10) continue;  // the series has no tenth
+    if (i == 10) continue;  // the series has no number 10
     std::ostringstream Name;
     Name << Side << std::setw(2) << std::setfill('0') << i << ".jpg";
     Paths.push_back((std::filesystem::path(RIGSYNC_PHOTOGRAPHS) / Name.str()).string());
@@ -89,9 +89,9 @@ Bare_Solve Solve_Bare(const std::vector<std::string>& Paths) {
   return Solved;
 }
 
-// What a tracker reports of a body whose relabelled axes have this pose in Base: the position, and
-// the quaternion w, x, y, z that turns Base directions into the body's own (x = -x, y = -z,
-// z = -y of the relabelled ones).
+// The sample of a tracker whose relabelled axes have this pose in Base: the position, and the
+// quaternion w, x, y, z that takes Base directions to the body's own axes (x = -x, y = -z, z = -y
+// of the relabelled ones).
 std::string Tracker_Fields(const Eigen::Matrix4d& Pose) {
   Eigen::Matrix3d Body;
   Body.col(0) = -Pose.block<3, 1>(0, 0);
@@ -105,8 +105,8 @@ std::string Tracker_Fields(const Eigen::Matrix4d& Pose) {
   return Fields.str();
 }
 
-// What OpenCV 4.6 finds on Debian 12 with the reference BLAS and LAPACK, by bare calls in a program
-// of its own. Other BLAS libraries move the last digits, by up to 3e-7 pixels.
+// The results of OpenCV 4.6 on Debian 12 with the reference BLAS and LAPACK, from direct calls in a
+// separate program. Other BLAS libraries change the last digits, by up to 3e-7 pixels.
 struct Recorded_Lens {
   double Rms, Fx, Fy, Cx, Cy, K1, K2;
 };
@@ -134,8 +134,8 @@ TEST_P(RealPhotographs, GiveTheLensThatBareOpenCvCallsGiveAndTheMountThatTheRows
   const std::vector<std::string> Paths = Photographs(GetParam());
   const Bare_Solve Bare = Solve_Bare(Paths);
 
-  // Rows for known mounts: the board's tracker stands where it likes, the camera's tracker where
-  // the chain closes.
+  // Rows for known mounts: the board's tracker has arbitrary poses, and the camera's tracker the
+  // poses that close the chain.
   const Eigen::Matrix4d Transform_Cam_Tc =
       Make_Transform({0.6, -0.5, 0.4}, 48.0, {0.06, -0.14, -0.08});
   const Eigen::Matrix4d Transform_Tr_Chart =
@@ -194,7 +194,7 @@ TEST_P(RealPhotographs, GiveTheLensThatBareOpenCvCallsGiveAndTheMountThatTheRows
   EXPECT_LE(Millimetres_Apart(As_Pose(Output.Transform_Cam_Tc), Transform_Cam_Tc), 0.002);
   EXPECT_LE(Degrees_Apart(As_Pose(Output.Transform_Cam_Tc), Transform_Cam_Tc), 0.0002);
 
-  // What is left in the average is what the lens solve left.
+  // The remaining average error is that of the lens solve.
   const auto Averages = Lines_Starting(Output.Log, "Average reprojection error : ");
   ASSERT_EQ(Averages.size(), 2u);
   EXPECT_LE(std::stod(Averages[1].substr(29)), Bare.Rms);

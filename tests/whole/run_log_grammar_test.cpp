@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The page that describes run logs, so that a parser can be written from it, against real logs:
-// each follows its grammar, and what isn't a log doesn't. The calibrations' other codes are held
-// against it where they are tested.
+// Real run logs compared with the grammar on the page that describes them: each log follows it, and
+// other text does not. The tests of the other codes check their logs in the same way.
 #include "rigsync_core.h"
 #include "tests/support/quiet_output.h"
 #include "tests/support/run_log_reader.h"
@@ -15,7 +14,7 @@
 
 namespace {
 
-// Turned by some tens of degrees on each axis.
+// Rotated by some tens of degrees about each axis.
 const std::vector<double> Mount = {0.851651,  -0.309975, -0.422618, 0.06,     0.052378, 0.852656,
                                    -0.519837, -0.14,     0.521491,  0.420583, 0.742403, -0.08,
                                    0.0,       0.0,       0.0,       1.0};
@@ -67,7 +66,7 @@ TEST(RunLogGrammar, HoldsForTheSecondOverloadAndForNoOtherText) {
   Expect_Logs_Follow_Grammar("calibration", Input.Output_Dir);
 
   std::vector<std::string> Lines;
-  std::istringstream Log(Read_File(Run_Logs(Input.Output_Dir).front()));
+  std::istringstream Log(Read_Text(Run_Logs(Input.Output_Dir).front()));
   for (std::string Line; std::getline(Log, Line);) Lines.push_back(Line);
   const std::string Page = std::string(RIGSYNC_SOURCE_DIR) + "/docs/run-log.md";
   const auto Follows = [&](const std::vector<std::string>& Text) {

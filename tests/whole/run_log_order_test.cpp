@@ -20,8 +20,8 @@ class Log_Walk {
   explicit Log_Walk(std::vector<std::string> Log) : Lines(std::move(Log)) {}
 
   void Exactly(const std::string& Text) { EXPECT_EQ(Next(), Text) << "line " << Position; }
-  // Text before and behind numbers in "%f" form, each marked by a # in the pattern, or by an @
-  // where the number may be NaN.
+  // Matches text that contains numbers in "%f" form: each # in the pattern is a number, and each @
+  // a number that may be NaN.
   std::string Form(const std::string& Pattern) {
     std::string Expression;
     for (const char Letter : Pattern) {
@@ -85,10 +85,10 @@ TEST(RunLogOrder, HoldsEveryLineOfASuccessfulRunInItsPlace) {
   Log.Exactly("Start to read the csv file.");
   Log.Exactly("Read the csv file successfully.");
 
-  // Paths and rows as the CSV holds them, read here a second time and by other means.
+  // Paths and rows of the CSV, read here independently of the library.
   std::vector<std::string> Paths;
   std::vector<std::string> Rows;
-  std::istringstream Csv(Read_File(Input.Csv_Path));
+  std::istringstream Csv(Read_Text(Input.Csv_Path));
   for (std::string Line; std::getline(Csv, Line);) {
     if (Line[0] == 'T') continue;
     std::istringstream Cut(Line);

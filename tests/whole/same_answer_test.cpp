@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Within one process a capture gives one answer, to the last bit: again, and however many threads
-// OpenCV works with. tests/portability/same_answer compares builds.
+// Within one process a capture always gives the same result, to the last bit: when it is repeated,
+// and for any number of OpenCV threads. tests/portability/same_answer compares builds.
 #include "tests/whole/whole_run.h"
 
 #include <gtest/gtest.h>
@@ -41,7 +41,8 @@ TEST(SameAnswer, ComesFromTheSameCaptureAgainAndFromAnyNumberOfOpenCvThreads) {
   Expect_All_Filled(First);
   for (const int Threads : {1, 2, 8}) {
     SCOPED_TRACE(Threads);
-    // Work is cut for this many, even where a smaller machine has fewer to do it; TBB then says so.
+    // The work is divided for this number of threads, even on a machine with fewer cores; TBB then
+    // prints a warning.
     cv::setNumThreads(Threads);
     Expect_The_Same(Run_Second_Overload(Input), First);
   }

@@ -18,6 +18,13 @@ std::vector<double> As_Vector(const Eigen::Vector3d& Three) {
   return {Three.x(), Three.y(), Three.z()};
 }
 
+void Expect_Lens_Filled(const Run_Output& Output) {
+  EXPECT_EQ(Output.Image_Size.size(), 2u);
+  EXPECT_EQ(Output.Norm_Fxy.size(), 2u);
+  EXPECT_EQ(Output.Norm_Cxy.size(), 2u);
+  EXPECT_EQ(Output.Distortion.size(), 5u);
+}
+
 }  // namespace
 
 Run_Output Run_First_Overload(const Run_Input& Input) {
@@ -122,20 +129,14 @@ void Expect_No_Vector_Filled(const Run_Output& Output) {
 }
 
 void Expect_Lens_Filled_Alone(const Run_Output& Output) {
-  EXPECT_EQ(Output.Image_Size.size(), 2u);
-  EXPECT_EQ(Output.Norm_Fxy.size(), 2u);
-  EXPECT_EQ(Output.Norm_Cxy.size(), 2u);
-  EXPECT_EQ(Output.Distortion.size(), 5u);
+  Expect_Lens_Filled(Output);
   EXPECT_TRUE(Output.Transform_Cam_Tc.empty());
 }
 
 void Expect_All_Filled(const Run_Output& Output) {
-  EXPECT_EQ(Output.Image_Size.size(), 2u);
-  EXPECT_EQ(Output.Norm_Fxy.size(), 2u);
-  EXPECT_EQ(Output.Norm_Cxy.size(), 2u);
-  EXPECT_EQ(Output.Distortion.size(), 5u);
+  Expect_Lens_Filled(Output);
   ASSERT_EQ(Output.Transform_Cam_Tc.size(), 16u);
-  // Row 3 is the identity's, whatever was solved.
+  // Row 3 is always that of the identity.
   const std::vector<double> Row(Output.Transform_Cam_Tc.begin() + 12,
                                 Output.Transform_Cam_Tc.end());
   EXPECT_EQ(Row, (std::vector<double>{0.0, 0.0, 0.0, 1.0}));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One call of Calibration as a test sees it: what went in, what came out, what was logged.
+// Calls Calibration for tests and collects its outputs and log lines.
 #ifndef RIGSYNC_TESTS_WHOLE_WHOLE_RUN_H
 #define RIGSYNC_TESTS_WHOLE_WHOLE_RUN_H
 
@@ -30,18 +30,20 @@ struct Run_Output {
   std::vector<std::string> Log;              // messages on standard output, time text removed
 };
 
-// Each call takes the library's standard output into Log.
+// Each call captures the library's standard output in Log.
 Run_Output Run_First_Overload(const Run_Input& Input);
 Run_Output Run_Second_Overload(const Run_Input& Input);
 
 // A small, quick, good capture: 14 photographs of 960 by 540 without tracker noise.
 simulate::Options Small_Capture();
 
-// Writes the capture and gives the arguments that calibrate it into Folder/output, which it makes.
+// Writes the capture and returns the arguments that calibrate it into Folder/output, which is
+// created.
 Run_Input Write_And_Describe(const simulate::Options& Options, const Scratch_Folder& Folder);
 Run_Input Describe(const simulate::Plan& Plan, const Scratch_Folder& Folder);
 
-// Holds every run log in a folder against a rule of the grammar on the page that describes them.
+// Checks every run log in a folder against a rule of the grammar on the page that describes run
+// logs.
 void Expect_Logs_Follow_Grammar(const std::string& Rule, const std::filesystem::path& Folder);
 
 // A flat transform as a pose.
@@ -54,7 +56,7 @@ double Degrees_Apart(const Eigen::Matrix4d& Left, const Eigen::Matrix4d& Right);
 std::vector<std::string> Lines_Starting(const std::vector<std::string>& Log,
                                         const std::string& Start);
 
-// What must hold of the vectors after a code, by how far the run came.
+// Check which vectors are filled, depending on how far the run came.
 void Expect_No_Vector_Filled(const Run_Output& Output);
 void Expect_Lens_Filled_Alone(const Run_Output& Output);
 void Expect_All_Filled(const Run_Output& Output);

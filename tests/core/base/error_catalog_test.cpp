@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The catalog as hosts and log readers know it. The texts stand here a second time on purpose:
-// whoever changes one has to change it in two places.
+// The catalog as hosts and log readers know it. The texts are repeated here on purpose, so that a
+// changed text fails this test.
 #include "core/base/error_catalog.h"
 
 #include "tests/support/quiet_output.h"
@@ -50,7 +50,7 @@ TEST(ErrorCatalog, GivesEachCodeItsOwnText) {
 }
 
 TEST(ErrorCatalog, GivesCodesWithoutAnEntryTheEmptyText) {
-  // 16 has an entry that is empty; of the others each stands next to an entry or at an end.
+  // 16 has an empty entry; each of the others is next to an entry or at an end of the range.
   const int Cases[] = {
       16, 17, -1, 98, 101, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()};
   for (const int Code : Cases) {

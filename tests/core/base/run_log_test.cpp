@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The run log: names, line form, the copy on standard output, and folders that can't be written.
+// The run log: names, line form, the copy on standard output, and folders that cannot be written.
 #include "core/base/run_log.h"
 
 #include "tests/support/quiet_output.h"
@@ -50,22 +50,22 @@ class Time_Zone {
   bool Had_One = false;
 };
 
-// Root may write everywhere, so that a read-only folder needs another user. Given is false where
-// neither root nor a plain user runs the test.
+// Root can write to read-only folders, so a test with such a folder runs as another user. Is_Plain
+// is false when the process cannot become one.
 class Plain_User {
  public:
-  Plain_User() : Was_Root(geteuid() == 0), Given(!Was_Root || seteuid(65534) == 0) {}
+  Plain_User() : Was_Root(geteuid() == 0), Is_Plain(!Was_Root || seteuid(65534) == 0) {}
   ~Plain_User() {
-    if (Was_Root && Given && seteuid(0) != 0) std::abort();
+    if (Was_Root && Is_Plain && seteuid(0) != 0) std::abort();
   }
   Plain_User(const Plain_User&) = delete;
   Plain_User& operator=(const Plain_User&) = delete;
 
-  const bool Was_Root, Given;
+  const bool Was_Root, Is_Plain;
 };
 
-// Process-wide standard output into a file, below the level of streams: concurrent writes are
-// safe on the descriptor, not on a string stream.
+// Redirects the descriptor of standard output to a file: concurrent writes are safe on a
+// descriptor, but not on a string stream.
 class Output_To_File {
  public:
   explicit Output_To_File(const std::string& Path) : Before(dup(STDOUT_FILENO)) {
@@ -94,7 +94,7 @@ std::size_t Open_Files() {
   return Count;
 }
 
-// A moment so many seconds east of Greenwich, worked out without the time zone database.
+// A time in a zone so many seconds east of Greenwich, computed without the time zone database.
 std::string Shifted_Text(std::time_t Moment, int Seconds_East, const char* Format) {
   const std::time_t Shifted = Moment + Seconds_East;
   std::tm Parts{};
@@ -169,7 +169,7 @@ TEST(RunLog, WritesTimeTabAndMessageTheSameToFileAndStandardOutput) {
   }
   const std::time_t After = std::time(nullptr);
   EXPECT_THAT(Messages(Shown), ElementsAre("first", " 100 %s %d\\n\t and more "));
-  EXPECT_EQ(Read_File(Log_Path), Shown);
+  EXPECT_EQ(Read_Text(Log_Path), Shown);
   std::vector<std::string> Times;
   for (std::time_t Moment = Before; Moment <= After; ++Moment) {
     std::tm Parts{};
@@ -186,7 +186,7 @@ TEST(RunLog, WritesAnEmptyMessageAsTimeAndTab) {
   const std::string Log_Path = (Folder.Path() / "log").string();
   const Quiet_Output Output;
   Write_Log(Log_Path, "");
-  const std::string Text = Read_File(Log_Path);
+  const std::string Text = Read_Text(Log_Path);
   ASSERT_EQ(Text.size(), 21u);
   EXPECT_EQ(Text.substr(19), "\t\n");
   EXPECT_EQ(Output.Captured(), Text);
@@ -197,7 +197,7 @@ TEST(RunLog, AppendsToWhatTheFileHolds) {
   const std::string Log_Path = Folder.Write("log", "an earlier run\n");
   const Quiet_Output Output;
   Write_Log(Log_Path, "a later one");
-  EXPECT_EQ(Read_File(Log_Path), "an earlier run\n" + Output.Captured());
+  EXPECT_EQ(Read_Text(Log_Path), "an earlier run\n" + Output.Captured());
 }
 
 TEST(RunLog, HasEachLineOnDiskAndNoFileOpenWhenTheCallReturns) {
@@ -206,14 +206,14 @@ TEST(RunLog, HasEachLineOnDiskAndNoFileOpenWhenTheCallReturns) {
   const Quiet_Output Output;
   const std::size_t Open_Before = Open_Files();
   Write_Log(Log_Path, "one");
-  EXPECT_THAT(Messages(Read_File(Log_Path)), ElementsAre("one"));
+  EXPECT_THAT(Messages(Read_Text(Log_Path)), ElementsAre("one"));
   EXPECT_EQ(Open_Files(), Open_Before);
   Write_Log(Log_Path, "two");
-  EXPECT_THAT(Messages(Read_File(Log_Path)), ElementsAre("one", "two"));
-  // Nothing is remembered of a file between two lines.
+  EXPECT_THAT(Messages(Read_Text(Log_Path)), ElementsAre("one", "two"));
+  // No file stays open between two lines.
   std::filesystem::remove(Log_Path);
   Write_Log(Log_Path, "three");
-  EXPECT_THAT(Messages(Read_File(Log_Path)), ElementsAre("three"));
+  EXPECT_THAT(Messages(Read_Text(Log_Path)), ElementsAre("three"));
 }
 
 TEST(RunLog, FlushesStandardOutputAfterEachLineWhenTheFileIsClosed) {
@@ -227,7 +227,7 @@ TEST(RunLog, FlushesStandardOutputAfterEachLineWhenTheFileIsClosed) {
    protected:
     int sync() override {
       Shown.push_back(str());
-      On_Disk.push_back(Read_File(Path));
+      On_Disk.push_back(Read_Text(Path));
       return 0;
     }
 
@@ -261,7 +261,7 @@ TEST(RunLog, StillShowsEveryLineWhereTheFileCannotBeOpened) {
     EXPECT_THAT(Messages(Output.Captured()), ElementsAre("one", "two"));
   }
   EXPECT_FALSE(std::filesystem::exists(Folder.Path() / "missing"));
-  EXPECT_EQ(Read_File(A_File), "untouched");
+  EXPECT_EQ(Read_Text(A_File), "untouched");
   EXPECT_TRUE(std::filesystem::is_empty(Folder.Path() / "folder"));
 }
 
@@ -273,7 +273,7 @@ TEST(RunLog, StillShowsEveryLineWhereTheFolderIsReadOnly) {
   std::string Shown;
   {
     const Plain_User User;
-    if (!User.Given) GTEST_SKIP() << "root that can't become another user";
+    if (!User.Is_Plain) GTEST_SKIP() << "root that can't become another user";
     const Quiet_Output Output;
     Write_Log((Locked / "log").string(), "one");
     Write_Log((Locked / "log").string(), "two");
@@ -304,9 +304,9 @@ TEST(RunLog, KeepsTheLinesOfThreadsThatShareAFileWhole) {
     }
     for (std::thread& Thread : Running) Thread.join();
   }
-  // Every thread's lines are there, whole and in its own order.
+  // Every thread's lines are complete and in the thread's order.
   std::map<int, int> Next;
-  const std::vector<std::string> Found = Messages(Read_File(Log_Path));
+  const std::vector<std::string> Found = Messages(Read_Text(Log_Path));
   ASSERT_EQ(Found.size(), static_cast<std::size_t>(Threads) * Lines);
   for (const std::string& Text : Found) {
     const int Thread = Text[0] - '0';
@@ -327,12 +327,12 @@ TEST(RunLog, WritesAPoseAsALabelAndFourRowsTopToBottom) {
   const Quiet_Output Output;
   Write_Matrix(Log_Path, "Mean_Transform_Cam_Tc", Pose);
   EXPECT_THAT(
-      Messages(Read_File(Log_Path)),
+      Messages(Read_Text(Log_Path)),
       ElementsAre("Mean_Transform_Cam_Tc : ", "[[1.000000, -2.500000, 0.000000, -0.000000],",
                   " [10000000.000000, 0.123457, -0.000000, 22.000000],",
                   " [31.000000, 32.000000, 33.000000, inf],",
                   " [0.000000, 100000000000000000000.000000, nan, 1.000000]]"));
-  EXPECT_EQ(Output.Captured(), Read_File(Log_Path));
+  EXPECT_EQ(Output.Captured(), Read_Text(Log_Path));
 }
 
 }  // namespace

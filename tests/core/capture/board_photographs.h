@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Photographs of a chessboard as a camera without lens distortion takes them, and where their
-// inner corners are. Every pixel is worked out from the board plane, with edges that run over two
-// pixels, so that the corners are known to far below what refinement can see.
+// Photographs of a chessboard by a camera without lens distortion, and the positions of their inner
+// corners. Every pixel is computed from the board plane, with edges two pixels wide, so the corners
+// are known far more precisely than the refinement can find them.
 #ifndef RIGSYNC_TESTS_CORE_CAPTURE_BOARD_PHOTOGRAPHS_H
 #define RIGSYNC_TESTS_CORE_CAPTURE_BOARD_PHOTOGRAPHS_H
 
@@ -27,7 +27,7 @@ struct Pinhole {
   double Fx, Fy, Cx, Cy;  // pixels
 };
 
-// A camera whose four numbers can't be mistaken for each other, at any image width.
+// A camera with four clearly different numbers, at any image width.
 inline Pinhole Make_Pinhole(cv::Size Size) {
   const double Unit = Size.width / 640.0;
   return {Size, 600.0 * Unit, 575.0 * Unit, 0.516 * Size.width, 0.486 * Size.height};
@@ -38,8 +38,8 @@ struct Board_Pose {
   cv::Vec3d Translation;  // metres
 };
 
-// A spread of poses: tilts of up to 30 degrees on both axes, some roll, the middle of the board
-// within 2 cm of the view's axis.
+// Varied poses: tilts of up to 30 degrees about both axes, some roll, the centre of the board
+// within 2 cm of the optical axis.
 inline Board_Pose Make_Pose(int Index, double Distance = 0.40) {
   const double Tilt_X = 0.52 * std::sin(2.4 * Index + 0.3);
   const double Tilt_Y = 0.52 * std::cos(1.7 * Index);
@@ -47,9 +47,9 @@ inline Board_Pose Make_Pose(int Index, double Distance = 0.40) {
   Board_Pose Pose{{Tilt_X, Tilt_Y, Roll}, {}};
   cv::Matx33d Rotation;
   cv::Rodrigues(Pose.Rotation, Rotation);
-  const cv::Vec3d Middle(3.0 * Photograph_Square, 2.5 * Photograph_Square, 0.0);
+  const cv::Vec3d Centre(3.0 * Photograph_Square, 2.5 * Photograph_Square, 0.0);
   const cv::Vec3d Place(0.02 * std::sin(0.7 * Index), 0.02 * std::cos(0.9 * Index), Distance);
-  Pose.Translation = Place - Rotation * Middle;
+  Pose.Translation = Place - Rotation * Centre;
   return Pose;
 }
 
@@ -78,7 +78,7 @@ inline std::vector<cv::Point2d> True_Corners(const Pinhole& Camera, const Board_
 }
 
 // Grey levels: black squares at Black, white squares and a margin of one square at White, the
-// ground behind the board in the middle.
+// background halfway between the two.
 inline cv::Mat Draw_Board(const Pinhole& Camera, const Board_Pose& Pose, double Black = 30.0,
                           double White = 225.0) {
   // -1 to 1 across the lines at whole coordinates, with a ramp of two pixels; Slope is the
@@ -88,7 +88,7 @@ inline cv::Mat Draw_Board(const Pinhole& Camera, const Board_Pose& Pose, double 
     const double Level = std::min(1.0, To_Line / Slope);
     return static_cast<long>(std::floor(Coordinate)) % 2 == 0 ? Level : -Level;
   };
-  const double Middle = 0.5 * (Black + White), Reach = 0.5 * (White - Black);
+  const double Mid_Grey = 0.5 * (Black + White), Reach = 0.5 * (White - Black);
   const double Cols = Photograph_Board.width, Rows = Photograph_Board.height;
   const cv::Matx33d To_Board = Board_To_Pixels(Camera, Pose).inv();
   cv::Mat Image(Camera.Size, CV_8UC1);
@@ -96,7 +96,7 @@ inline cv::Mat Draw_Board(const Pinhole& Camera, const Board_Pose& Pose, double 
     for (int x = 0; x < Image.cols; ++x) {
       const cv::Vec3d P = To_Board * cv::Vec3d(x, y, 1.0);
       const double U = P[0] / P[2], V = P[1] / P[2];
-      double Grey = Middle;
+      double Grey = Mid_Grey;
       if (U > -1.0 && U < Cols && V > -1.0 && V < Rows) {
         const double Slope_U =
             std::hypot(To_Board(0, 0) - U * To_Board(2, 0), To_Board(0, 1) - U * To_Board(2, 1)) /
@@ -104,7 +104,7 @@ inline cv::Mat Draw_Board(const Pinhole& Camera, const Board_Pose& Pose, double 
         const double Slope_V =
             std::hypot(To_Board(1, 0) - V * To_Board(2, 0), To_Board(1, 1) - V * To_Board(2, 1)) /
             std::abs(P[2]);
-        Grey = Middle - Reach * Wave(U, Slope_U) * Wave(V, Slope_V);
+        Grey = Mid_Grey - Reach * Wave(U, Slope_U) * Wave(V, Slope_V);
       } else if (U > -2.0 && U < Cols + 1.0 && V > -2.0 && V < Rows + 1.0) {
         Grey = White;
       }
@@ -114,8 +114,8 @@ inline cv::Mat Draw_Board(const Pinhole& Camera, const Board_Pose& Pose, double 
   return Image;
 }
 
-// Writes an image into the folder and returns its path. The name's ending chooses the format; BMP
-// is quickest.
+// Writes an image to the folder and returns its path. The file name's extension selects the format;
+// BMP is fastest.
 inline std::string Write_Image(const Scratch_Folder& Folder, const std::string& Name,
                                const cv::Mat& Image) {
   const std::string Path = (Folder.Path() / Name).string();
@@ -123,8 +123,8 @@ inline std::string Write_Image(const Scratch_Folder& Folder, const std::string& 
   return Path;
 }
 
-// A BMP file whose header claims 100,000 by 100,000 pixels: cv::imread throws for it, where it
-// returns an empty image for every other unreadable file.
+// A BMP file whose header claims 100,000 by 100,000 pixels: cv::imread throws for it, but returns
+// an empty image for other unreadable files.
 inline std::string Oversized_Bmp() {
   std::string Bytes = "BM";
   const auto Append = [&Bytes](unsigned Value, int Count) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The lens half of the stage: the same solve as OpenCV's with the same numbers, the truth of the
-// photographs, and the verdict.
+// The lens part of the stage: compared with OpenCV's solve with the same numbers and with the true
+// lens of the photographs; and the verdict.
 #include "tests/core/capture/capture_stage.h"
 
 #include <gmock/gmock.h>
@@ -51,7 +51,7 @@ void Expect_The_Same_Solve(const Capture_Stage& Stage) {
   EXPECT_TRUE(Same_Bits(Stage.Tvecs, Expected.Tvecs));
 }
 
-// The lines behind "RAW DATA END".
+// The lines after "RAW DATA END".
 std::vector<std::string> Lens_Log(const Capture_Stage& Stage) {
   const std::vector<std::string> Log = Stage.Log();
   const auto End = std::find(Log.begin(), Log.end(), "RAW DATA END");
@@ -59,7 +59,7 @@ std::vector<std::string> Lens_Log(const Capture_Stage& Stage) {
   return {End + 1, Log.end()};
 }
 
-// 12 photographs by two cameras, the second with another focal length in y alone: no one lens fits
+// 12 photographs by two cameras that differ in their vertical focal length: no single lens fits
 // them.
 struct Uneven_Photographs {
   Uneven_Photographs() {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The corner and lens stage as tests call it: every list and output in one place, each argument
-// open to change, the run log in a folder of its own.
+// Calls the corner and lens stage for tests: every list and output in one place, every argument can
+// be changed, and the run log has its own folder.
 #ifndef RIGSYNC_TESTS_CORE_CAPTURE_CAPTURE_STAGE_H
 #define RIGSYNC_TESTS_CORE_CAPTURE_CAPTURE_STAGE_H
 
@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-// 15 numbers that tell rows and places apart.
+// 15 numbers that differ for every row and element.
 inline std::vector<double> Row_Number(std::size_t Row) {
   std::vector<double> Numbers;
   for (int k = 0; k < 15; ++k) Numbers.push_back(static_cast<double>(Row) + 0.01 * k);
@@ -62,7 +62,7 @@ struct Capture_Stage {
   cv::Size Image_Size{0, 0};
   std::vector<std::vector<cv::Point3f>> Board_Index_all;
   std::vector<std::vector<cv::Point2f>> ImageCoordinate;
-  double Camera_Rms = -1.0;  // no error that a solve could give
+  double Camera_Rms = -1.0;  // a value that no solve can return
   cv::Mat Camera_Matrix, Distortion, Rvecs, Tvecs;
 };
 
@@ -81,7 +81,7 @@ struct Good_Photographs {
   std::vector<std::string> Paths;
 };
 
-// The first so many of them.
+// The first Count of them.
 inline std::vector<std::string> Good_Paths(int Count) {
   static const Good_Photographs Drawn;
   return {Drawn.Paths.begin(), Drawn.Paths.begin() + Count};

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The detection half of the stage: which images stay, where their corners are, what is logged. A
-// capture of fewer than 12 images ends after detection, with its lists ready to be looked at.
+// The detection part of the stage: which images are kept, where their corners are, what is logged.
+// A capture of fewer than 12 images ends after detection, so its lists can be checked.
 #include "tests/core/capture/capture_stage.h"
 
 #include <gmock/gmock.h>
@@ -62,7 +62,7 @@ std::vector<cv::Point2d> True_Corners(cv::Size Size, int Pose = 1) {
   return True_Corners(Make_Pinhole(Size), Make_Pose(Pose));
 }
 
-// An image on which there is nothing to find.
+// An image without a board.
 std::string Blank(const Scratch_Folder& Folder, const std::string& Name, cv::Size Size) {
   return Write_Image(Folder, Name, cv::Mat(Size, CV_8UC1, cv::Scalar(128)));
 }
@@ -82,7 +82,7 @@ TEST(DetectCorner, PlansTheReductionByWidth) {
       {3840, 2160, 5.3333335f, 720, 405, 15},
       {640, 480, 1.0f, 640, 480, 3},
       {1, 1, 1.0f, 1, 1, 3},
-      // Portrait: the height decides nothing.
+      // Portrait: the height does not matter.
       {720, 1280, 1.0f, 720, 1280, 3},
       {1080, 1920, 1.0f, 1080, 1920, 3},
       {1439, 100000, 1.0f, 1439, 100000, 3},
@@ -203,7 +203,7 @@ TEST(DetectCorner, SearchesWithAdaptiveThresholdNormalisedImageAndFastCheck) {
     const auto Without = Search(Path, Size, 1.0f, 3, 11 & ~static_cast<int>(Flag));
     if (Without.empty() != Expected.empty()) Flags_That_Decided |= Flag;
   }
-  // Otherwise the photographs say nothing with this version of OpenCV, and new ones are due.
+  // Otherwise the photographs prove nothing with this version of OpenCV, and others are needed.
   EXPECT_EQ(Flags_That_Decided, 11u);
 }
 
@@ -256,8 +256,8 @@ TEST(DetectCorner, DropsABoardOfOtherCounts) {
 
 TEST(DetectCorner, DropsImagesThatDoNotOpenOrShowNoBoardFromAllLists) {
   const Scratch_Folder Folder;
-  const std::string Png = Read_File(Photograph(Folder, "whole.png", Good_Size));
-  const std::string Bmp = Read_File(Good_Paths(1)[0]);
+  const std::string Png = Read_Text(Photograph(Folder, "whole.png", Good_Size));
+  const std::string Bmp = Read_Text(Good_Paths(1)[0]);
   // A PNG header with a width that its checksum doesn't fit.
   std::string Damaged_Png = Png;
   Damaged_Png.replace(16, 4, "\x7F\xFF\xFF\xFF");
@@ -307,7 +307,7 @@ TEST(DetectCorner, TakesWhatIsThereOfACutJpeg) {
   const Scratch_Folder Folder;
   cv::Mat Tall(700, Good_Size.width, CV_8UC1, cv::Scalar(128));
   Draw_Board(Make_Pinhole(Good_Size), Make_Pose(1)).copyTo(Tall.rowRange(0, Good_Size.height));
-  const std::string Whole = Read_File(Write_Image(Folder, "whole.jpg", Tall));
+  const std::string Whole = Read_Text(Write_Image(Folder, "whole.jpg", Tall));
   const std::string Cut = Folder.Write("cut.jpg", Whole.substr(0, Whole.size() - 100));
   Capture_Stage Stage({Cut});
   Stage.Run();
@@ -410,10 +410,10 @@ TEST(DetectCorner, TakesTheSizeOfTheFirstImageThatOpensAndKeepsIt) {
 }
 
 TEST(DetectCorner, KeepsASizeThatIsGivenUnlessItsWidthIs0) {
-  Capture_Stage Given(Good_Paths(1)), Without_Width(Good_Paths(1));
-  Given.Image_Size = {1440, 1080};
-  Given.Run();
-  EXPECT_EQ(Given.Image_Size, cv::Size(1440, 1080));
+  Capture_Stage With_Size(Good_Paths(1)), Without_Width(Good_Paths(1));
+  With_Size.Image_Size = {1440, 1080};
+  With_Size.Run();
+  EXPECT_EQ(With_Size.Image_Size, cv::Size(1440, 1080));
   Without_Width.Image_Size = {0, 77};
   Without_Width.Run();
   EXPECT_EQ(Without_Width.Image_Size, Good_Size);
@@ -479,7 +479,7 @@ TEST(DetectCorner, CountsThePreviousPhotographAgainUnderTheNameOfAnImageWhoseRea
 }
 
 TEST(DetectCorner, HasNoPreviousPhotographAfterAMissingOne) {
-  // A file that merely can't be read leaves an empty image, and that is what stays.
+  // A file that cannot be read leaves an empty image, which replaces the previous one.
   const Scratch_Folder Folder;
   const std::string Throws = Folder.Write("throws.bmp", Oversized_Bmp());
   const std::string Good = Good_Paths(1)[0], Missing = Good + ".missing";
@@ -518,7 +518,7 @@ TEST(DetectCorner, LetsOpenCvThrowForABoardOfTwoCornersOrFewerAsSoonAsAnImageOpe
 }
 
 TEST(DetectCorner, LogsTheRawDataOfTheUsableImagesAlone) {
-  // 12 usable images, a missing one at the start, a blank one in the middle, a missing one last.
+  // 12 usable images, and a missing one first, a blank one in between, a missing one last.
   const Scratch_Folder Folder;
   const std::vector<std::string> Good = Good_Paths(12);
   const std::string A_Blank = Blank(Folder, "blank.bmp", Good_Size);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The CSV reader, rule by rule. What a field means isn't its business, so the numbers here are
-// chosen to tell fields apart.
+// The CSV reader, rule by rule. It does not interpret fields, so the numbers here are chosen to be
+// different in every field.
 #include "core/capture/read_raw_data.h"
 
 #include "tests/support/quiet_output.h"
@@ -30,7 +30,7 @@ struct Table {
   std::vector<std::string> Log;
 };
 
-// Reads the file at this path, behind whatever the table holds.
+// Reads the file at this path and appends to what the lists already hold.
 void Read_Behind(const std::string& Csv_Path, Table& Result) {
   const Scratch_Folder Folder;
   const std::string Log_Path = (Folder.Path() / "log").string();
@@ -69,7 +69,7 @@ std::vector<double> Row_Of(double Value) {
   return std::vector<double>(15, Value);
 }
 
-// What the field text reads as, as field 5 of an otherwise plain line.
+// The number that this text gives as field 5 of an otherwise ordinary line.
 double Number(const std::string& Field) {
   const Table Result = Read_Text("0,a.png,0,0,0," + Field + ",0,0,0,0,0,0,0,0,0,0\n");
   EXPECT_EQ(Result.Code, 0);
@@ -83,7 +83,7 @@ TEST(ReadRawData, PutsFieldOneInTheNamesAndTheOthersInTheRowInFileOrder) {
   EXPECT_EQ(Result.Code, 0);
   EXPECT_THAT(Result.Image_name, ElementsAre("/images/b.png", "C:\\images\\a.png"));
   EXPECT_THAT(Result.Raw_Data_all, ElementsAre(Row(100), Row(200)));
-  EXPECT_THAT(Result.Log, IsEmpty());  // success is the driver's to tell
+  EXPECT_THAT(Result.Log, IsEmpty());  // the driver logs the success
 }
 
 TEST(ReadRawData, AppendsToWhatTheListsHold) {
@@ -189,7 +189,7 @@ TEST(ReadRawData, RepeatsTheLastFieldOfAShortLine) {
 }
 
 TEST(ReadRawData, StartsEveryLineWithAnEmptyFieldText) {
-  // Nothing of a line before it stands in for what an empty line lacks.
+  // An empty line does not take over values of the line before it.
   const Table Result = Read_Text(Line(3, "a.png") + "\n\n");
   ASSERT_EQ(Result.Raw_Data_all.size(), 2u);
   EXPECT_EQ(Result.Image_name[1], "");
@@ -372,7 +372,7 @@ TEST(ReadRawData, ReturnsCode1ForAFileThatMayNotBeRead) {
   const Scratch_Folder Folder;
   const std::string Path = Folder.Write("capture.csv", Line(1, "a.png") + "\n");
   chmod(Path.c_str(), 0);
-  // Root reads everything and has to become somebody else for a moment.
+  // Root can read every file, so the test becomes another user for a moment.
   const bool Was_Root = geteuid() == 0;
   if (Was_Root && seteuid(65534) != 0) GTEST_SKIP() << "root that can't become another user";
   std::vector<std::string> Image_name;
@@ -388,7 +388,7 @@ TEST(ReadRawData, ReturnsCode1ForAFileThatMayNotBeRead) {
 }
 
 TEST(ReadRawData, ReadsNothingFromAFolder) {
-  // The platform opens a folder for reading; there is just nothing in it.
+  // The platform can open a folder for reading, but reading it gives no lines.
   const Scratch_Folder Folder;
   const Table Result = Read_Path(Folder.String());
   EXPECT_EQ(Result.Code, 0);

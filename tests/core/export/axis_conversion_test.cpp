@@ -52,7 +52,7 @@ Eigen::Matrix4d Flipped(const Eigen::Matrix4d& Pose) {
 }
 
 // Each element of the inverse is a quotient of sums of a few products. With elements up to 1 that
-// is some 20 roundings of 1.1e-16; a slipped sign or axis is off by hundredths at least.
+// is some 20 roundings of 1.1e-16; a wrong sign or axis gives an error of at least some hundredths.
 constexpr double Inverse_Tolerance = 2.5e-15;
 
 double Largest_Difference(const Eigen::Matrix4d& Left, const Eigen::Matrix4d& Right) {
@@ -102,7 +102,7 @@ TEST(ChangeHand, IsTwoFullProductsSoThatOneElementThatIsNotFiniteSpoilsAll) {
     Eigen::Matrix4d Pose = Eigen::Matrix4d::Identity();
     Pose(0, 1) = Element;
     const Eigen::Matrix4d Result = Flipped(Pose);
-    // Column 1 times 0 on the way right: every row that the first product spoiled is spoiled whole.
+    // The second product spreads NaN to the whole of every row in which the first one put it.
     for (int r = 0; r < 4; ++r) {
       for (int c = 0; c < 4; ++c) {
         SCOPED_TRACE(testing::Message() << "row " << r << ", column " << c);
@@ -154,8 +154,8 @@ TEST(AxisConversion, IsTheRigidInverseBetweenTheAxisChangesOfTrackerAndCamera) {
 }
 
 TEST(AxisConversion, TakesAPointBeforeTheCameraToWhereTheTrackerSeesIt) {
-  // One point to the right of the camera, one above it, one along its view, in OpenCV's axes and
-  // in those that each engine gives the camera.
+  // One point to the right of the camera, one above it, one along its view, in OpenCV's axes and in
+  // each engine's camera axes.
   const Eigen::Vector4d Right_Cam(1, 0, 0, 1), Up_Cam(0, -1, 0, 1), Ahead_Cam(0, 0, 1, 1);
   const struct {
     const Conversion& To;
@@ -166,7 +166,7 @@ TEST(AxisConversion, TakesAPointBeforeTheCameraToWhereTheTrackerSeesIt) {
       {Conversions[2], {0, 0, -1, 1}, {1, 0, 0, 1}, {0, 1, 0, 1}},
       {Conversions[3], {1, 0, 0, 1}, {0, 1, 0, 1}, {0, 0, 1, 1}},
   };
-  // Where a point x, y, z of Tc stands in each engine's tracker axes.
+  // The coordinates of a point x, y, z of Tc in each engine's tracker axes.
   const auto Tracker_Axes = [](int Engine, const Eigen::Vector4d& P) -> Eigen::Vector4d {
     switch (Engine) {
       case 0:
@@ -184,13 +184,13 @@ TEST(AxisConversion, TakesAPointBeforeTheCameraToWhereTheTrackerSeesIt) {
   for (int Engine = 0; Engine < 4; ++Engine) {
     SCOPED_TRACE(Cameras[Engine].To.Name);
     const Eigen::Matrix4d Result = Converted(Cameras[Engine].To, Transform_Cam_Tc);
-    const auto Off = [&](const Eigen::Vector4d& Engine_Point, const Eigen::Vector4d& Point_Cam) {
+    const auto Error = [&](const Eigen::Vector4d& Engine_Point, const Eigen::Vector4d& Point_Cam) {
       const Eigen::Vector4d Point_Tc = Transform_Tc_Cam * Point_Cam;
       return (Result * Engine_Point - Tracker_Axes(Engine, Point_Tc)).cwiseAbs().maxCoeff();
     };
-    EXPECT_LE(Off(Cameras[Engine].Right, Right_Cam), Inverse_Tolerance);
-    EXPECT_LE(Off(Cameras[Engine].Up, Up_Cam), Inverse_Tolerance);
-    EXPECT_LE(Off(Cameras[Engine].Ahead, Ahead_Cam), Inverse_Tolerance);
+    EXPECT_LE(Error(Cameras[Engine].Right, Right_Cam), Inverse_Tolerance);
+    EXPECT_LE(Error(Cameras[Engine].Up, Up_Cam), Inverse_Tolerance);
+    EXPECT_LE(Error(Cameras[Engine].Ahead, Ahead_Cam), Inverse_Tolerance);
   }
 }
 
@@ -226,7 +226,8 @@ TEST(AxisConversion, KeepsTheOrderOfItsProductsToTheLastBit) {
 }
 
 TEST(AxisConversion, TakesTheLastRowIntoTheInverse) {
-  // Scaled whole, last row too, the pose stands for the same points; the inverse shrinks whole.
+  // Scaled as a whole, including the last row, the pose maps points to the same points; all
+  // elements of the inverse are divided by the factor.
   for (const Conversion& To : Conversions) {
     SCOPED_TRACE(To.Name);
     const Eigen::Matrix4d Doubled = 2.0 * Pose_Of(Reference_Flat);

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The conversion's result, by Eigen and the matrices as they stand on paper.
+// The conversion's result, computed with Eigen from the formula.
 Eigen::Matrix4d Result_Pose(const Numbers& Transform) {
   Eigen::Matrix4d Flip, Inner, Outer;
   Flip << 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1;

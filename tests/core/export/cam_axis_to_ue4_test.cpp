@@ -4,7 +4,7 @@
 
 namespace {
 
-// The conversion's result, by Eigen and the matrices as they stand on paper.
+// The conversion's result, computed with Eigen from the formula.
 Eigen::Matrix4d Result_Pose(const Numbers& Transform) {
   Eigen::Matrix4d Flip, Inner, Outer;
   Flip << 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1;
@@ -130,7 +130,8 @@ TEST(CamAxisToUE4, GivesTheDerivedNumbersToTheLastBit) {
 }
 
 TEST(CamAxisToUE4, NarrowsMetresBeforeItMultiplies) {
-  // A third of a turn about the diagonal of the engine's axes, far from any gimbal lock, and 0.3 m.
+  // A rotation by 120 degrees about the diagonal of the engine's axes, far from gimbal lock, and
+  // 0.3 m.
   Eigen::Matrix4d Result = Eigen::Matrix4d::Identity();
   Result.topLeftCorner<3, 3>() << 0, 0, 1, 1, 0, 0, 0, 1, 0;
   Result.topRightCorner<3, 1>() << 0.3, -0.3, 0.25;

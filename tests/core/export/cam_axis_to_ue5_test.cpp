@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// CamAxisToUE5 and CamAxisToUE5_ExportxN. What both promise is asked of both.
+// CamAxisToUE5 and CamAxisToUE5_ExportxN. Their common behaviour is tested for both.
 #include <limits>
 
 #include "tests/core/export/derived_numbers.h"
@@ -23,7 +23,7 @@ const UE5_Call Both[] = {
 };
 const UE5_Call& Plain = Both[0];
 
-// The conversion's result, by Eigen and the matrices as they stand on paper.
+// The conversion's result, computed with Eigen from the formula.
 Eigen::Matrix4d Result_Pose(const UE5_Call& Call, const Numbers& Transform) {
   const Eigen::Matrix4d T = Pose_Of(Transform);
   if (&Call == &Plain) {
@@ -40,8 +40,8 @@ Eigen::Matrix4d Result_Pose(const UE5_Call& Call, const Numbers& Transform) {
   return Outer * Q;
 }
 
-// The lines of a call that prints these two rows. The texts carry no "ExportxN" but in the first
-// and the last line of the call's own.
+// The lines of a call with these two result rows. "ExportxN" appears only in the start line and the
+// end line.
 Lines Whole_Log(const UE5_Call& Call, const Numbers& Transform, const Numbers& Quat_Row,
                 const Numbers& Cm_Row) {
   const std::string Name = Call.Name;
@@ -139,7 +139,7 @@ TEST(CamAxisToUE5Both, GiveTheDerivedNumbersToTheLastBit) {
   }
 }
 
-// The identity's inverse holds the translation negated, so each length goes through alone.
+// The identity's inverse is the negated translation, so each length is converted separately.
 TEST(CamAxisToUE5Both, MultiplyMetresInDoublePrecision) {
   for (const UE5_Call& Call : Both) {
     SCOPED_TRACE(Call.Name);
@@ -156,7 +156,7 @@ TEST(CamAxisToUE5Both, MultiplyMetresInDoublePrecision) {
   }
 }
 
-// The way back, centimetres to metres, costs one more rounding of up to 4 m for each element, and
+// The conversion back to metres adds one more rounding of up to 4 m for each element, and
 // the inverse multiplies up to 2 m by each: some 20 roundings of 4.4e-16.
 constexpr double Round_Trip_Tolerance = 2e-14;
 
@@ -208,7 +208,8 @@ TEST(CamAxisToUE5Both, ShareOneLogFileWithACallOfTheSameSecond) {
   const Scratch_Folder Folder;
   const Quiet_Output Screen;
   Numbers Quat, Cm;
-  // Two calls fall into one second at once or at the second attempt, after a second has turned.
+  // Two calls begin in the same second at the first or, after a new second begins, the second
+  // attempt.
   for (int Attempt = 0; Attempt < 3; ++Attempt) {
     for (const auto& Old : Run_Logs(Folder.Path())) std::filesystem::remove(Old);
     for (const UE5_Call& Call : Both) {

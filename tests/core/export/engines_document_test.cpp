@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// docs/engines.md shows what the four exports give for two transforms. The figures have to be the
-// calls' own, so they are looked up here.
+// docs/engines.md shows the results of the four exports for two transforms. This test compares the
+// document's numbers with the results of the calls.
 #include "tests/core/export/export_fixtures.h"
 
 namespace {
@@ -9,7 +9,7 @@ namespace {
 std::string Fixed(double Value, int Decimals) {
   char Digits[64];
   std::snprintf(Digits, sizeof Digits, "%.*f", Decimals, Value);
-  // A table shows a zero as a zero; its sign means nothing to a reader.
+  // A table shows -0.0 as 0; its sign does not matter to a reader.
   if (std::strtod(Digits, nullptr) == 0.0 && Digits[0] == '-') return Digits + 1;
   return Digits;
 }
@@ -42,7 +42,7 @@ constexpr int Cm_Decimals = 4;
 }  // namespace
 
 TEST(EnginesDocument, ShowsWhatTheCallsGive) {
-  const std::string Document = Read_File(ENGINES_DOCUMENT);
+  const std::string Document = Read_Text(ENGINES_DOCUMENT);
 
   const std::string UE4 = Section(Document, "Unreal Engine 4");
   const Exported UE4_Reference = To_UE4(Reference_Flat);

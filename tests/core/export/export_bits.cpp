@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Prints what all four exports make of seeded transforms, as hexadecimal floats, to the file named
-// by the argument. Builds by different compilers and at different levels have to print the same.
-// Everything here is plain arithmetic on the generator's numbers, so the transforms are the same
-// everywhere too.
+// Writes the results of all four exports for seeded random transforms, as hexadecimal floats, to
+// the file named by the argument. Builds by different compilers and at different optimisation
+// levels must write the same. The transforms are computed from the generator's numbers with basic
+// arithmetic, so they are the same everywhere.
 #include <cmath>
 #include <cstdio>
 #include <iostream>
@@ -50,14 +50,14 @@ std::vector<double> Rigid_Transform() {
           1};
 }
 
-// Any 16 numbers: the conversions take them as they take a rigid transform.
+// Any 16 numbers: the conversions do not require a rigid transform.
 std::vector<double> Any_Transform() {
   std::vector<double> Transform(16);
   for (double& Element : Transform) Element = Between(-3, 3);
   return Transform;
 }
 
-// NaN carries a sign and a payload that differ between compilers; that it is NaN doesn't.
+// The sign and payload of a NaN value differ between compilers, so it is printed without them.
 void Print(std::FILE* File, const std::vector<double>& Values) {
   for (const double Value : Values) {
     if (std::isnan(Value)) {

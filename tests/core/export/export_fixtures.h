@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What the export tests share: the two transforms that every table names, the four calls with
-// what they leave behind, and expected values by roads that aren't the library's.
+// Shared by the export tests: the two transforms of every table, the four calls with their results,
+// and expected values computed by other methods than the library's.
 #ifndef RIGSYNC_TESTS_CORE_EXPORT_EXPORT_FIXTURES_H
 #define RIGSYNC_TESTS_CORE_EXPORT_EXPORT_FIXTURES_H
 
@@ -26,7 +26,8 @@ using Lines = std::vector<std::string>;
 
 inline const Numbers Identity_Flat = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-// A rotation of hundredths and a translation of tenths, so that results can be read off.
+// A rotation in whole hundredths and a translation in whole tenths, so that results are easy to
+// check.
 inline const Numbers Reference_Flat = {0.8, -0.36, -0.48, 0.1, 0, 0.8, -0.6, -0.2,
                                        0.6, 0.48,  0.64,  0.3, 0, 0,   0,    1};
 
@@ -139,7 +140,7 @@ inline double Radians(double Angle_Deg) {
   return Angle_Deg * (std::acos(-1.0) / 180.0);
 }
 
-// A turn in the usual right-handed sense about x (0), y (1) or z (2).
+// A right-handed rotation about x (0), y (1) or z (2).
 inline Eigen::Matrix3d Turn(int Axis, double Angle_Deg) {
   return Eigen::AngleAxisd(Radians(Angle_Deg), Eigen::Vector3d::Unit(Axis)).toRotationMatrix();
 }
@@ -177,9 +178,8 @@ inline Lines Joined(const std::vector<Lines>& Blocks) {
 
 // --- the calls --------------------------------------------------------------------------------
 
-// What a call left behind. Rotation and Translation are its two result vectors, Lens and Shift
-// the two that only Aximmetry has. Log is the run log, and what the screen showed is compared
-// with it on the way.
+// The results of a call. Rotation and Translation are its two result vectors, Lens and Shift the
+// two that only Aximmetry has. Log is the run log; it is compared with standard output.
 struct Exported {
   int Code = -1;
   Numbers Rotation, Translation, Lens, Shift;
@@ -227,8 +227,8 @@ inline Exported To_Aximmetry(const Numbers& Transform, const Exported& Before = 
   });
 }
 
-// Runs Call, which has to throw std::invalid_argument with this text. Call fills what it is given
-// a reference to; the run log up to the throw is returned.
+// Runs Call, which must throw std::invalid_argument with this text, and returns the run log up to
+// the exception. Call keeps references to the vectors that it fills.
 template <typename Call>
 Lines Log_Until_Refused(const std::string& Expected_Text, const Call& Do) {
   const Scratch_Folder Folder;

@@ -40,7 +40,7 @@ TEST(QuatToEulerAX, GivesTheDerivedAnglesToTheLastBit) {
   }
 }
 
-// With w = 1 and y = z = 0 the value that is judged is twice x. No float equals the limit.
+// With w = 1 and y = z = 0 the value compared with the limit is twice x. No float equals the limit.
 TEST(QuatToEulerAX, TakesTheNextFloatBeyondTheLimitForAGimbalLockAndTheOneBeforeItNot) {
   float Above = 0.9999987f;
   while (static_cast<double>(Above) > 0.9999987) Above = std::nextafterf(Above, 0.0f);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What no calibration delivers: transforms that aren't rigid, aren't invertible or aren't numbers.
-// No export tests its input, so each has to come through with the code that its steps lead to.
+// Transforms that no calibration produces: not rigid, not invertible, or with non-finite elements.
+// No export checks its input, so each must finish with the code that follows from its steps.
 #include <algorithm>
 #include <limits>
 
@@ -21,7 +21,7 @@ All_Four Export_To_All(const Numbers& Transform) {
           To_Aximmetry(Transform)};
 }
 
-// Every call but Unreal Engine 4's gives its full count of values with code 0.
+// Every call except Unreal Engine 4's returns 0 and fills all its values.
 void Expect_Complete(const All_Four& Results) {
   const Exported* const Quaternions[] = {&Results.UE5, &Results.ExportxN};
   for (const Exported* Result : Quaternions) {
@@ -38,7 +38,7 @@ void Expect_Complete(const All_Four& Results) {
   EXPECT_EQ(Results.AX.Log.back().rfind("Trans_Tc_Cam_AX_cm : ", 0), 0u);
 }
 
-// Unreal Engine 4's call took the normal way, or reported its lock and filled nothing.
+// Unreal Engine 4's call either succeeded, or reported gimbal lock and filled nothing.
 void Expect_Consistent(const Exported& UE4) {
   if (UE4.Code == 3) {
     EXPECT_TRUE(UE4.Rotation.empty() && UE4.Translation.empty());
@@ -59,6 +59,17 @@ bool All_Finite(const Numbers& Values) {
   return std::all_of(Values.begin(), Values.end(), [](double V) { return std::isfinite(V); });
 }
 
+// Every call returned 0 and filled its vectors, but with no usable rotation.
+void Expect_Code_0_And_No_Rotation(const All_Four& Results) {
+  Expect_Complete(Results);
+  EXPECT_EQ(Results.UE4.Code, 0);
+  Expect_Consistent(Results.UE4);
+  EXPECT_FALSE(Any_Finite(Results.UE4.Rotation));
+  EXPECT_FALSE(All_Finite(Results.UE5.Rotation));
+  EXPECT_FALSE(All_Finite(Results.ExportxN.Rotation));
+  EXPECT_FALSE(All_Finite(Results.AX.Rotation));
+}
+
 Numbers Scaled(const Numbers& Elements, double Factor) {
   Numbers Result = Elements;
   for (double& Element : Result) Element *= Factor;
@@ -75,14 +86,7 @@ TEST(UnusualTransforms, ThatAreSingularGiveCode0AndNothingFinite) {
   const Numbers Cases[] = {Numbers(16, 0.0), Numbers(16, 1.0), Double_Row, No_Last_Row};
   for (const Numbers& Transform : Cases) {
     SCOPED_TRACE(Row_Text(Transform));
-    const All_Four Results = Export_To_All(Transform);
-    Expect_Complete(Results);
-    EXPECT_EQ(Results.UE4.Code, 0);
-    Expect_Consistent(Results.UE4);
-    EXPECT_FALSE(Any_Finite(Results.UE4.Rotation));
-    EXPECT_FALSE(All_Finite(Results.UE5.Rotation));
-    EXPECT_FALSE(All_Finite(Results.ExportxN.Rotation));
-    EXPECT_FALSE(All_Finite(Results.AX.Rotation));
+    Expect_Code_0_And_No_Rotation(Export_To_All(Transform));
   }
 }
 
@@ -92,14 +96,7 @@ TEST(UnusualTransforms, ThatHoldAnElementWhichIsNotFiniteGiveCode0) {
       SCOPED_TRACE(testing::Message() << Element << " as element " << i);
       Numbers Transform = Reference_Flat;
       Transform[i] = Element;
-      const All_Four Results = Export_To_All(Transform);
-      Expect_Complete(Results);
-      EXPECT_EQ(Results.UE4.Code, 0);
-      Expect_Consistent(Results.UE4);
-      EXPECT_FALSE(Any_Finite(Results.UE4.Rotation));
-      EXPECT_FALSE(All_Finite(Results.UE5.Rotation));
-      EXPECT_FALSE(All_Finite(Results.ExportxN.Rotation));
-      EXPECT_FALSE(All_Finite(Results.AX.Rotation));
+      Expect_Code_0_And_No_Rotation(Export_To_All(Transform));
     }
   }
 }
@@ -125,7 +122,8 @@ TEST(UnusualTransforms, OfASmallScaleAreAGimbalLockByTheirLongQuaternion) {
 }
 
 TEST(UnusualTransforms, OfALargeScaleKeepTheAnglesNearTheirOrigin) {
-  // A hundred times the reference pose: the quaternion is that of nearly nothing plus 1.
+  // A hundred times the reference pose: its result is a hundredth, so the quaternion is nearly that
+  // of a zero matrix.
   const All_Four Results = Export_To_All(Scaled(Reference_Flat, 100.0));
   EXPECT_EQ(Results.UE4.Code, 0);
   EXPECT_TRUE(All_Finite(Results.UE4.Rotation));

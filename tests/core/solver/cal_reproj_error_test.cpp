@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The rig in pixels. Most tests use a lens of one pixel focal length before a board at one metre,
-// where a board corner projects to its own x and y, exactly; so distances are worked out by hand,
-// and points can be put on the image's border to the last bit.
+// The error of the rig in pixels. Most tests use a lens with a focal length of one pixel and a
+// board at one metre, so that a board corner projects exactly to its own x and y. Distances are
+// then easy to compute by hand, and points can be placed exactly on the image's border.
 #include "core/solver/cal_reproj_error.h"
 
 #include "tests/core/solver/derived_numbers.h"
@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 constexpr int Cols = 64, Rows = 48;
 
-// A mean that puts the board one metre before the camera when all else is the identity.
+// A mean that places the board one metre in front of the camera if everything else is the identity.
 Eigen::Matrix4d One_Metre() {
   return Shifted({0, 0, 1});
 }
@@ -65,7 +65,7 @@ struct Measured {
   }
 };
 
-// --- the measure ----------------------------------------------------------------------------
+// --- the error ------------------------------------------------------------------------------
 
 TEST(CalReprojError, IsTheMeanOverImagesOfMeanEuclideanDistances) {
   Measured Stage({{10, 10}, {20, 30}}, {{13, 14}, {20, 30}});          // 5 and 0
@@ -141,7 +141,7 @@ cv::Point2f Pinhole(const Eigen::Vector3d& Corner_Cam, const cv::Mat& Camera_Mat
           static_cast<float>(Camera_Matrix.at<double>(1, 1) * Yd + Camera_Matrix.at<double>(1, 2))};
 }
 
-// A rig's board corners as its lens sees them, every pose of the chain another.
+// A rig's board corners projected by its lens, with different poses throughout the chain.
 struct Rig_In_Pixels : Measured {
   explicit Rig_In_Pixels(const Rig& Known) {
     for (int r = 0; r < 3; ++r) {
@@ -178,7 +178,7 @@ TEST(CalReprojError, APerfectRigHasNoErrorAndAWrongFactorALargeOne) {
   EXPECT_EQ(Stage.Run(), 0);
   EXPECT_LE(Stage.Reproj_Error, Perfect_Error);
 
-  // A centimetre more in any one factor shows as some pixels: none of them is left out.
+  // One more centimetre in any factor changes the result by some pixels, so no factor is left out.
   const Eigen::Matrix4d Bump = Shifted({0.01, 0.01, 0.0});
   for (int Factor = 0; Factor < 4; ++Factor) {
     SCOPED_TRACE(Factor);
@@ -190,7 +190,7 @@ TEST(CalReprojError, APerfectRigHasNoErrorAndAWrongFactorALargeOne) {
     EXPECT_EQ(Moved.Run(), 0);
     EXPECT_GE(Moved.Reproj_Error, 1.0f);
   }
-  // Each term of the lens is in use, and in its place.
+  // Every coefficient of the lens is used, in the right place.
   for (int Term = 0; Term < 5; ++Term) {
     SCOPED_TRACE(Term);
     Rig_In_Pixels Other_Lens(Known);
@@ -407,7 +407,7 @@ TEST(CalReprojError, OneFilePerImageIsWrittenAndAnEarlierOneReplaced) {
                           Ramp_With({{10, 10, Red}, {30, 20, Blue}})));
   EXPECT_TRUE(Same_Pixels(cv::imread((Folder / "Reproject_second.png").string()),
                           Ramp_With({{50, 40, Red}, {30, 20, Blue}})));
-  // The sources are as they were.
+  // The source images are unchanged.
   EXPECT_TRUE(Same_Pixels(cv::imread(Stage.Image_name[0]), Ramp(CV_8UC3)));
 }
 
@@ -485,7 +485,7 @@ TEST(CalReprojError, WhatStandsBehindTheLastBackslashIsTheFileName) {
 }
 
 TEST(CalReprojError, AForwardSlashCutsNothing) {
-  // Behind the backslash: the rest, slash and all, which is a folder that nobody made.
+  // The part after the backslash includes the slash, so it names a folder that does not exist.
   Written Both("left\\half/img.png");
   EXPECT_EQ(Both.Stage.Run(), 0);
   EXPECT_TRUE(Both.Files().empty());

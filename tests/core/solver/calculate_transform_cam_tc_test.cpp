@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The camera mount from poses along the chain. Rigs close the chain by rigid inverses; expected
-// sums are worked out step by step or stand in derived_numbers.h.
+// The camera mount from the chain of poses. Rigs close the chain with rigid inverses; expected sums
+// are computed step by step or come from derived_numbers.h.
 #include "core/solver/calculate_transform_cam_tc.h"
 
 #include "tests/core/solver/derived_numbers.h"
@@ -46,12 +46,12 @@ Solved Solve(const Rig& Known) {
 
 // A rig whose images have these poses of the mount: every other factor is the identity.
 Rig Rig_Of_Mounts(const std::vector<Eigen::Matrix4d>& Mounts) {
-  Rig Made;
-  Made.Transform_Chart_Tr = Eigen::Matrix4d::Identity();
-  Made.Transform_Cam_Chart_all.assign(Mounts.size(), Eigen::Matrix4d::Identity());
-  Made.Transform_Tr_Base_all.assign(Mounts.size(), Eigen::Matrix4d::Identity());
-  Made.Transform_Base_Tc_all = Mounts;
-  return Made;
+  Rig Result;
+  Result.Transform_Chart_Tr = Eigen::Matrix4d::Identity();
+  Result.Transform_Cam_Chart_all.assign(Mounts.size(), Eigen::Matrix4d::Identity());
+  Result.Transform_Tr_Base_all.assign(Mounts.size(), Eigen::Matrix4d::Identity());
+  Result.Transform_Base_Tc_all = Mounts;
+  return Result;
 }
 
 std::vector<std::string> Expected_Log(const Eigen::Matrix4d& Mean) {
@@ -75,8 +75,8 @@ TEST(CalculateTransformCamTc, RecoversTheMountThatTheRigWasBuiltWith) {
 }
 
 TEST(CalculateTransformCamTc, MultipliesCamChartThenChartTrThenTrBaseThenBaseTc) {
-  // Poses that don't close to anything, so that each image has a product of its own, and the bits
-  // of products that are taken from the left, each complete before the next.
+  // Poses that do not close the chain, so that each image has a different product. The expected
+  // bits are those of products computed from the left, each complete before the next.
   Rig Open = Make_Rig(6);
   Random_Numbers Random(17);
   for (Eigen::Matrix4d& Pose : Open.Transform_Base_Tc_all) Pose = Random.Transform(1.5);
@@ -107,7 +107,7 @@ TEST(CalculateTransformCamTc, ListsHoldTheSamplesOfEveryImageInOrder) {
   std::vector<Eigen::Matrix4d> Mounts;
   Random_Numbers Random(23);
   for (int i = 0; i < 8; ++i) {
-    // One draw a statement: compilers evaluate a call's arguments in orders of their own.
+    // One draw per statement: the evaluation order of a call's arguments is unspecified.
     const Eigen::Vector3d Axis = Random.Vector(0.1, 1.0);
     const double Angle = Random.Between(0.1, 1.5);
     // Draws are 32 bits wide, so one near 0 can be a float. Times 0.1 they use all 53 bits.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The board's place on its tracker from the chain solved for it. Rigs close the chain by rigid
-// inverses, the stage takes general ones; expected sums stand in derived_numbers.h.
+// The board's mount on its tracker, from the chain of poses. Rigs close the chain with rigid
+// inverses, the stage uses general ones; expected sums come from derived_numbers.h.
 #include "core/solver/calculate_transform_chart_tr.h"
 
 #include "tests/core/solver/derived_numbers.h"
@@ -22,7 +22,7 @@ struct Solved {
   std::vector<std::string> Log;
 };
 
-// The mount of the rig is the mean of the pass before.
+// The mount of the rig is the mean of the first pass.
 Solved Solve(const Rig& Known) {
   Solved Result;
   Stage_Log Log;
@@ -37,11 +37,11 @@ Solved Solve(const Rig& Known) {
 }
 
 Rig Rig_Of_Identities(std::size_t Images) {
-  Rig Made;
-  Made.Transform_Cam_Tc = Made.Transform_Chart_Tr = Eigen::Matrix4d::Identity();
-  Made.Transform_Cam_Chart_all.assign(Images, Eigen::Matrix4d::Identity());
-  Made.Transform_Tr_Base_all = Made.Transform_Base_Tc_all = Made.Transform_Cam_Chart_all;
-  return Made;
+  Rig Result;
+  Result.Transform_Cam_Tc = Result.Transform_Chart_Tr = Eigen::Matrix4d::Identity();
+  Result.Transform_Cam_Chart_all.assign(Images, Eigen::Matrix4d::Identity());
+  Result.Transform_Tr_Base_all = Result.Transform_Base_Tc_all = Result.Transform_Cam_Chart_all;
+  return Result;
 }
 
 TEST(CalculateTransformChartTr, RecoversTheBoardsPlaceThatTheRigWasBuiltWith) {
@@ -58,8 +58,8 @@ TEST(CalculateTransformChartTr, RecoversTheBoardsPlaceThatTheRigWasBuiltWith) {
 }
 
 TEST(CalculateTransformChartTr, TakesTheMeanThatItIsGivenAndNoOther) {
-  // As after a removal: the lists fit one mount, the mean passed is another one that still holds
-  // what was removed. The board's place follows the mean passed.
+  // As after a removal: the lists fit one mount, but the mean passed is another one, which includes
+  // the removed images. The board's mount follows from the mean passed.
   Rig Known = Make_Rig(1);
   const Eigen::Matrix4d Mount_Of_The_List = Known.Transform_Cam_Tc;
   Known.Transform_Cam_Tc = Mount_Of_The_List * Turned({0, 1, 0}, 0.1, {0.05, 0.0, -0.02});
@@ -85,8 +85,8 @@ TEST(CalculateTransformChartTr, MeanTranslationHasTheBitsOfNarrowedSamplesSummed
 }
 
 TEST(CalculateTransformChartTr, SamplesHaveTheBitsOfGeneralInversesMultipliedFromTheLeft) {
-  // A mean of one sample is the sample narrowed. Translations of a million kilometres that cancel
-  // leave errors of the double steps that reach into the float, so that another road shows.
+  // The mean of one sample is the narrowed sample. Translations of a million kilometres cancel and
+  // leave double rounding errors that are visible in a float, so another order of steps would show.
   bool Tells_Rigid_Apart = false;
   for (unsigned Seed = 1; Seed <= 6; ++Seed) {
     SCOPED_TRACE(Seed);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The verdict. A list of one sample has exactly its own distance from the mean as spread, because
-// in single precision the root of a float's square is the float: so spreads are put on the limits.
+// The verdict. The spread of a list of one sample is exactly its distance from the mean, because in
+// single precision the root of a float's square is the float. So spreads can equal the limits.
 #include "core/solver/evaluate_result.h"
 
 #include "tests/core/solver/derived_numbers.h"
@@ -170,7 +170,8 @@ TEST(EvaluateResult, SpreadsHaveTheBitsOfTheFloatSteps) {
                    std::to_string(T_STD[2]), std::to_string(Max),
                    {"T_STD too large. ( " + std::to_string(Max) + " > 0.015000 )", Text_6}));
 
-  // The bits behind the text: as failure limit the spread itself passes, and the float below not.
+  // Checks the exact bits: the spread passes if it is itself the failure limit, but not if the
+  // limit is the next smaller float.
   const auto Code_With_Fail_Limit = [&](float Limit) {
     Stage_Log Log;
     const Stage_Log::Listener Quiet = Log.Listen();
@@ -202,7 +203,8 @@ TEST(EvaluateResult, TheLargestAxisIsTakenXFirstAndByStrictComparison) {
   EXPECT_EQ(Judge_Spreads(0.001f, 0.003f, 0.002f).Log.at(2), "Max T_STD : 0.003000 meter.");
   EXPECT_EQ(Judge_Spreads(0.001f, 0.002f, 0.003f).Log.at(2), "Max T_STD : 0.003000 meter.");
   EXPECT_EQ(Judge_Spreads(0.002f, 0.001f, 0.003f).Log.at(2), "Max T_STD : 0.003000 meter.");
-  // Which one stands where nothing is greater shows with NaN: in x it stays, elsewhere it goes.
+  // NaN shows which value is kept when no comparison is true: NaN in x is kept, elsewhere it is
+  // not.
   const float Nan = std::nanf("");
   EXPECT_EQ(Judge_Spreads(Nan, 0.02f, 0.02f).Log.at(2), "Max T_STD : nan meter.");
   EXPECT_EQ(Judge_Spreads(0.02f, Nan, 0.001f).Log.at(2), "Max T_STD : 0.020000 meter.");
@@ -224,7 +226,7 @@ TEST(EvaluateResult, NanPassesEveryTest) {
 }
 
 TEST(EvaluateResult, EachLimitIsTheOneThatIsPassed) {
-  // Four limits of other sizes, so that none stands in for another.
+  // Four different limits, so that none can be confused with another.
   const auto Code = [](float Error, float Spread) {
     Stage_Log Log;
     const Stage_Log::Listener Quiet = Log.Listen();

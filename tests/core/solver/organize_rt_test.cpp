@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Rows, lens poses and the board estimate as poses. Expected poses come from axis and angle, from
-// rotation matrices and from rigid inverses; the stage goes through quaternions and general ones.
+// Conversion of rows, board poses and the board estimate. Expected poses come from axis and angle,
+// rotation matrices and rigid inverses; the stage uses quaternions and general inverses.
 #include "core/solver/organize_rt.h"
 #include "core/base/rotation_block.h"
 
@@ -22,8 +22,8 @@ namespace {
 constexpr double Rotation_Tolerance = 2e-15;
 constexpr double Pose_Tolerance = 2e-14;
 
-// Half of what the short pi 3.1415926535 lacks of pi = 3.14159265358979323846: a quarter turn made
-// from it falls short by this angle, a half turn by twice of it.
+// Half the difference between pi = 3.14159265358979323846 and the short pi 3.1415926535: a rotation
+// by 90 degrees computed with it is too small by this angle, one by 180 degrees by twice as much.
 constexpr double Shortfall = 8.979323846e-11 / 2.0;
 
 // The axis change C = Rx(90 deg) * Rz(180 deg) with both angles short, transposed. To first order
@@ -57,19 +57,19 @@ Sample Turned_Sample(const Eigen::Vector3d& Axis, double Angle_Rad,
   return {Position, {std::cos(Angle_Rad / 2.0), Unit.x() * Sine, Unit.y() * Sine, Unit.z() * Sine}};
 }
 
-// What a turned sample becomes: the rotation transposed, the position as it is, axes relabelled.
+// The pose of a rotated sample: the rotation transposed, the position unchanged, axes relabelled.
 Eigen::Matrix4d Expected_Base(const Eigen::Vector3d& Axis, double Angle_Rad,
                               const Eigen::Vector3d& Position) {
   return Turned(Axis, -Angle_Rad, Position) * Axis_Change_Transposed_Pose();
 }
 
 std::vector<double> Row(const Sample& Tc, const Sample& Tr, double Element_0 = 0.0) {
-  std::vector<double> Made = {Element_0};
+  std::vector<double> Numbers = {Element_0};
   for (const Sample& Each : {Tc, Tr}) {
-    Made.insert(Made.end(), Each.Position.data(), Each.Position.data() + 3);
-    Made.insert(Made.end(), Each.Quaternion.begin(), Each.Quaternion.end());
+    Numbers.insert(Numbers.end(), Each.Position.data(), Each.Position.data() + 3);
+    Numbers.insert(Numbers.end(), Each.Quaternion.begin(), Each.Quaternion.end());
   }
-  return Made;
+  return Numbers;
 }
 
 // Inputs, outputs and log of one call.
@@ -89,7 +89,7 @@ struct Organizer {
       : Rvecs(cv::Mat::zeros(Images, 3, CV_64F)), Tvecs(cv::Mat::zeros(Images, 3, CV_64F)) {
     Random_Numbers Random(3);
     for (int i = 0; i < Images; ++i) {
-      // One draw in a statement: the order of a call's arguments is open.
+      // One draw per statement: the evaluation order of a call's arguments is unspecified.
       Sample Bodies[2];
       for (Sample& Body : Bodies) {
         const Eigen::Vector3d Axis = Random.Vector(0.1, 1.0);
@@ -159,7 +159,7 @@ TEST(OrganizeRT, AnglesComposeAsRxTimesRyTimesRz) {
   constexpr double Short_Pi_Tolerance = 1e-10;
   EXPECT_LE(Max_Difference(Stage.Transform_Chart_Tr, Rigid_Inverse(Offset * Rx * Ry * Rz)),
             Short_Pi_Tolerance);
-  // The data tell the orders, and the pose and its inverse, apart.
+  // The test data give different results for other orders and for the inverse.
   EXPECT_GT(Max_Difference(Offset * Rx * Ry * Rz, Offset * Rz * Ry * Rx), 0.1);
   EXPECT_GT(Max_Difference(Stage.Transform_Chart_Tr, Offset * Rx * Ry * Rz), 0.1);
 }
@@ -171,7 +171,7 @@ TEST(OrganizeRT, BoardOffsetIsGivenAsSeenFromTheTracker) {
   EXPECT_EQ(Stage.Transform_Chart_Tr, Shifted({-0.25, 0.5, -2.0}));
 }
 
-// What the board estimate comes to by other steps than the right ones.
+// The result of wrong steps for the board estimate.
 enum class Steps { In_Order, Y_Z_First, Normalised, Rigid_Inverse };
 
 // A quaternion from axis and angle.
@@ -208,7 +208,7 @@ TEST(OrganizeRT, BoardPoseHasTheBitsOfItsStepsInTheirOrder) {
   EXPECT_EQ(Stage.Run(), 0);
   const std::string Bits = Hex(Stage.Transform_Chart_Tr);
   EXPECT_EQ(Bits, Chart_Tr_By(Steps::In_Order, Rad, Offset));
-  // The data tell each other road apart.
+  // The test data give a different result for every wrong method.
   EXPECT_NE(Bits, Chart_Tr_By(Steps::In_Order, Factor_First, Offset));
   EXPECT_NE(Bits, Chart_Tr_By(Steps::In_Order, Quotient_First, Offset));
   EXPECT_NE(Bits, Chart_Tr_By(Steps::Y_Z_First, Rad, Offset));
@@ -398,7 +398,7 @@ TEST(OrganizeRT, AppendsOneEntryPerRowAndLogsOneLine) {
   for (const int Images : {0, 1, 13}) {
     SCOPED_TRACE(Images);
     Organizer Stage(Images);
-    // The lists aren't cleared; emptying them is the caller's.
+    // The lists are not cleared; the caller must clear them.
     Stage.Transform_Base_Tc_all = {Shifted({1, 0, 0})};
     Stage.Transform_Tr_Base_all = {Shifted({2, 0, 0})};
     Stage.Transform_Cam_Chart_all = {Shifted({3, 0, 0})};
@@ -436,14 +436,14 @@ std::string Refusal(Organizer& Stage) {
 }
 
 TEST(OrganizeRT, AShortBoardEstimateIsRefusedByNameBeforeAnythingIsFilledOrLogged) {
-  for (std::size_t Given = 0; Given < 3; ++Given) {
-    SCOPED_TRACE(Given);
+  for (std::size_t Size = 0; Size < 3; ++Size) {
+    SCOPED_TRACE(Size);
     Organizer Angles(1), Offsets(1), Both(1);
-    Angles.Chart_Euler_Deg.resize(Given);
-    Offsets.Chart_Translation.resize(Given);
-    Both.Chart_Euler_Deg.resize(Given);
-    Both.Chart_Translation.resize(Given);
-    const std::string Needs = " needs 3 elements and has " + std::to_string(Given);
+    Angles.Chart_Euler_Deg.resize(Size);
+    Offsets.Chart_Translation.resize(Size);
+    Both.Chart_Euler_Deg.resize(Size);
+    Both.Chart_Translation.resize(Size);
+    const std::string Needs = " needs 3 elements and has " + std::to_string(Size);
     EXPECT_EQ(Refusal(Angles), "Chart_Euler_Deg" + Needs);
     EXPECT_EQ(Refusal(Offsets), "Chart_Translation" + Needs);
     EXPECT_EQ(Refusal(Both), "Chart_Euler_Deg" + Needs);  // read first
@@ -467,11 +467,11 @@ TEST(OrganizeRT, ALongerBoardEstimateIsReadFromItsFront) {
 }
 
 TEST(OrganizeRT, AShortRowIsRefusedByNumberWithTheRowsBeforeItInTheLists) {
-  for (const std::size_t Given : {0u, 1u, 8u, 14u}) {
-    SCOPED_TRACE(Given);
+  for (const std::size_t Size : {0u, 1u, 8u, 14u}) {
+    SCOPED_TRACE(Size);
     Organizer Stage(4);
-    Stage.Raw_Data_all[2].resize(Given);
-    EXPECT_EQ(Refusal(Stage), "Raw_Data_all[2] needs 15 elements and has " + std::to_string(Given));
+    Stage.Raw_Data_all[2].resize(Size);
+    EXPECT_EQ(Refusal(Stage), "Raw_Data_all[2] needs 15 elements and has " + std::to_string(Size));
     EXPECT_EQ(Stage.List_Sizes(), (Sizes{2, 2, 2}));
     EXPECT_EQ(Stage.Transform_Chart_Tr, Eigen::Matrix4d(Eigen::Matrix4d::Identity()));
     EXPECT_EQ(Stage.Log.Lines(), Success_Log);
@@ -556,7 +556,7 @@ TEST(TrackerToCameraAxes, HasTheBitsOfBothInversesAroundTheComputedProduct) {
   Eigen::Matrix4d Changed;
   EXPECT_EQ(Tracker_To_Camera_Axes("", Body, Changed), 0);
   EXPECT_EQ(Hex(Changed), Hex(Expected));
-  EXPECT_NE(Hex(Changed), Hex(Shortcut));  // the data tell them apart
+  EXPECT_NE(Hex(Changed), Hex(Shortcut));  // the test data distinguish them
 }
 
 }  // namespace

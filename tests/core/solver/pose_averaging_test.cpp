@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// How samples are taken from a pose and become one pose again. Exactly known means come from lists
-// whose products cancel, others from the closed form for turns about one axis.
+// Samples of poses and their mean. Exactly known means come from lists whose products cancel,
+// others from the closed form for rotations about one axis.
 #include "core/solver/pose_averaging.h"
 #include "core/base/rotation_block.h"
 
@@ -24,7 +24,7 @@ Eigen::Vector4d Mean_Of(const Samples& Quaternion_all) {
   return Calculate_Mean_Quaternion("", Quaternion_all);
 }
 
-// Either sign is right.
+// Both signs are correct.
 double Distance_Up_To_Sign(const Eigen::Vector4d& Left, const Eigen::Vector4d& Right) {
   return std::min((Left - Right).norm(), (Left + Right).norm());
 }
@@ -33,7 +33,7 @@ bool Is_Exactly_Up_To_Sign(const Eigen::Vector4d& Left, const Eigen::Vector4d& R
   return Left == Right || Left == -Right;
 }
 
-// A turn about the x axis, given by half its angle.
+// A rotation about the x axis, given by half its angle.
 Eigen::Vector4f About_X(double Half_Angle_Rad) {
   return {static_cast<float>(std::sin(Half_Angle_Rad)), 0.0f, 0.0f,
           static_cast<float>(std::cos(Half_Angle_Rad))};
@@ -41,13 +41,13 @@ Eigen::Vector4f About_X(double Half_Angle_Rad) {
 
 Samples Random_Samples(std::size_t Count, unsigned Seed) {
   Random_Numbers Random(Seed);
-  Samples Made;
+  Samples Result;
   for (std::size_t i = 0; i < Count; ++i) {
     Eigen::Vector4d Q;
     Q << Random.Vector(-0.5, 0.5), Random.Between(0.5, 1.0);
-    Made.push_back(Q.normalized().cast<float>());
+    Result.push_back(Q.normalized().cast<float>());
   }
-  return Made;
+  return Result;
 }
 
 // --- mean quaternion ------------------------------------------------------------------------
@@ -169,7 +169,8 @@ TEST(CalculateMeanQuaternion, HasTheBitsOfFloatSumsDividedByTheCountAndDecompose
   const std::string Expected = Hex(First_Left_Vector(Mean));
   EXPECT_EQ(Hex(Mean_Of(Quaternion_all)), Expected);
 
-  // The data tell these apart: no division, sums in double, another order, normalised again.
+  // The test data distinguish these variants: no division, sums in double, another order,
+  // normalised again.
   const Samples Reversed(Quaternion_all.rbegin(), Quaternion_all.rend());
   EXPECT_NE(Hex(First_Left_Vector(Sum)), Expected);
   EXPECT_NE(Hex(First_Left_Vector(Product_Sum<double>(Quaternion_all) / 7.0f)), Expected);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr double Turn_Rad = 1.5;
 
-// A mount whose axis stands off the x axis by the angle with this cosine.
+// A mount whose axis has an angle with this cosine to the x axis.
 Eigen::Matrix4d Mount_Off_Axis(double Cosine, const Eigen::Vector3d& Translation = {0, 0, 0}) {
   const double Sine = std::sqrt((1.0 - Cosine) * (1.0 + Cosine));
   return Turned({Cosine, Sine, 0.0}, Turn_Rad, Translation);
@@ -551,13 +551,13 @@ TEST(NormVec, ReturnsCode9ForAnotherShapeAndLeavesTheVector) {
   for (const cv::Mat& Shape : Wrong_Shapes) {
     SCOPED_TRACE(testing::Message() << Shape.rows << " by " << Shape.cols);
     Stage_Log Log;
-    cv::Mat Given = Shape.clone();
+    cv::Mat Vector = Shape.clone();
     {
       const Stage_Log::Listener Quiet = Log.Listen();
-      EXPECT_EQ(Norm_Vec(Log.Path(), Given), 9);
+      EXPECT_EQ(Norm_Vec(Log.Path(), Vector), 9);
     }
-    ASSERT_EQ(Given.size(), Shape.size());
-    EXPECT_TRUE(Shape.empty() || cv::norm(Given, Shape, cv::NORM_INF) == 0.0);
+    ASSERT_EQ(Vector.size(), Shape.size());
+    EXPECT_TRUE(Shape.empty() || cv::norm(Vector, Shape, cv::NORM_INF) == 0.0);
     EXPECT_EQ(Log.Lines(), std::vector<std::string>{"Error code 9: Norm_Vec size is not correct."});
   }
 }

@@ -62,14 +62,14 @@ void Print_Log(std::ostringstream& Log) {
   Log.str("");
 }
 
-// One row of a capture: anything that a tracker might say.
+// One row of a capture with arbitrary tracker samples.
 std::vector<double> Row() {
-  std::vector<double> Made = {0.0};
+  std::vector<double> Numbers = {0.0};
   for (int Body = 0; Body < 2; ++Body) {
-    for (int c = 0; c < 3; ++c) Made.push_back(Between(-2, 2));
-    for (int c = 0; c < 4; ++c) Made.push_back(Between(-1, 1));
+    for (int c = 0; c < 3; ++c) Numbers.push_back(Between(-2, 2));
+    for (int c = 0; c < 4; ++c) Numbers.push_back(Between(-1, 1));
   }
-  return Made;
+  return Numbers;
 }
 
 // A rotation by a unit quaternion with vector part near X, Y, Z, and a translation.

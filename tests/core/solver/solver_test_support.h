@@ -20,10 +20,10 @@
 #include <string>
 #include <vector>
 
-// A folder with a run log, and what went to standard output beside it.
+// A folder with a run log, and the captured standard output.
 class Stage_Log {
  public:
-  // Takes standard output away while it lives. A stage is called with one of these around it.
+  // Captures standard output while it exists. A stage is called while one of these exists.
   class Listener {
    public:
     explicit Listener(Stage_Log& Owner) : Log(Owner) {}
@@ -72,7 +72,7 @@ std::string Hex(const Eigen::MatrixBase<Derived>& Matrix) {
   return Text;
 }
 
-// The same lines with NaN printed alike on every machine.
+// The same lines, with NaN printed the same on every machine.
 inline std::vector<std::string> Unsigned_Nans(std::vector<std::string> Lines) {
   for (std::string& Line : Lines) {
     for (std::size_t At = Line.find("-nan"); At != std::string::npos; At = Line.find("-nan")) {

@@ -5,8 +5,8 @@
 #
 #   cmake -DCOMPILER=... -DHEADER=... -DWORK_DIR=... -P header_alone.cmake
 #
-# It is also included twice, and its functions are called, so that a missing guard and a missing
-# declaration show.
+# It is also included twice and its functions are called, so that a missing include guard or
+# declaration is found.
 find_program(FOUND ${COMPILER})
 if(NOT FOUND)
   message("SKIPPED: ${COMPILER} isn't installed, so the header isn't compiled with it")
@@ -22,8 +22,8 @@ int main() {
   return CamAxisToUE5(Transform, Given, Given, std::string());
 }
 ")
-# -Wsystem-headers stays off: the standard library's own headers aren't ours to judge. The header is
-# included by its full path, and so never taken for one of them.
+# -Wsystem-headers stays off, so warnings in the standard library's headers do not count. The header
+# is included by its full path, so it is never treated as a system header.
 foreach(Standard 17 20)
   execute_process(COMMAND ${FOUND} -std=c++${Standard} -Wall -Wextra -Wpedantic -Wconversion
                           -Wshadow -Werror -fsyntax-only ${Source}

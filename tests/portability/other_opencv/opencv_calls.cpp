@@ -2,11 +2,11 @@
 //
 // opencv_calls CAPTURE RECORD [REFERENCE]: makes the calls into OpenCV that a calibration makes, on
 // the capture that bits_capture wrote, and writes every result to RECORD. With the RECORD of
-// another machine as REFERENCE it compares call by call and goes on with the reference's results,
-// so that each call is given the very same input there and here and stands for itself. Prints, for
-// each call, how many of its values differ and by how much at most.
+// another machine as REFERENCE it compares call by call and continues with the reference's results,
+// so that each call gets the same input on both machines and is compared separately. Prints, for
+// each call, how many of its values differ and the largest difference.
 //
-// The mathematics functions that the library calls stand at the end, over a grid.
+// The mathematics functions that the library calls come last, evaluated on a grid.
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -24,7 +24,7 @@
 
 namespace {
 
-// What a call gave here and there.
+// The results of a call on both machines.
 struct Tally {
   std::size_t Values = 0, Differing = 0;
   double Most = 0.0;
@@ -38,7 +38,7 @@ class Results {
     if (!Out || (Compares && !In)) throw std::runtime_error("a record can't be opened");
   }
 
-  // Records the values of a call, and puts the reference's in their place.
+  // Records the values of a call and replaces them with the reference's.
   template <typename Number>
   void Hand_On(const std::string& Call, std::vector<Number>& Values) {
     const auto Count = static_cast<std::uint64_t>(Values.size());
@@ -101,10 +101,10 @@ class Results {
   std::map<std::string, Tally> Tallies;
 };
 
-// A matrix's elements, handed on as a list and put back.
+// Passes a matrix's elements on as a list and stores the result in the matrix.
 template <typename Number>
 void Hand_On_Matrix(Results& All, const std::string& Call, cv::Mat& Matrix) {
-  Matrix = Matrix.clone();  // in one piece
+  Matrix = Matrix.clone();  // continuous in memory
   const std::size_t Count = Matrix.total() * static_cast<std::size_t>(Matrix.channels());
   std::vector<Number> Values(Matrix.ptr<Number>(), Matrix.ptr<Number>() + Count);
   All.Hand_On(Call, Values);
@@ -187,7 +187,7 @@ void Solve_And_Project(Results& All, const std::vector<cv::Point3f>& Board,
   }
 }
 
-// What the library calls of the mathematics library: the C library's, not OpenCV's.
+// The functions of the C library's mathematics that the library calls.
 void Mathematics(Results& All) {
   std::vector<double> Wide;
   std::vector<float> Narrow;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// bits_capture FOLDER [small]: writes the capture that run_bits calibrates, and the numbers that go
-// with it to arguments.txt there.
+// bits_capture FOLDER [small]: writes the capture that run_bits calibrates to FOLDER, and its
+// arguments to arguments.txt there.
 //
 // Wide enough for the search on a reduced copy; with noise, so that every digit of the result is in
 // use; with a bad sample, a missing and a blank image, so that the lists shrink twice. "small" is

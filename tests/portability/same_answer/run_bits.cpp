@@ -5,7 +5,7 @@
 // FILE each code, each number as a hexadecimal float, and each log line without its time. Two
 // builds, two machines or two calls agree when the files are the same.
 //
-// It sees the public header and the standard library only, so that it builds anywhere.
+// It includes only the public header and the standard library, so that it compiles anywhere.
 #include "rigsync_core.h"
 
 #include <cmath>
@@ -21,7 +21,7 @@ namespace {
 
 using Vector = std::vector<double>;
 
-// What bits_capture tells about its capture.
+// The content of arguments.txt, which bits_capture writes.
 struct Arguments_File {
   int Board_Cols = 0, Board_Rows = 0;
   double Square_Size = 0.0;
@@ -43,7 +43,7 @@ Arguments_File Read_Arguments(const std::filesystem::path& Capture) {
   return Read;
 }
 
-// Takes the library's log lines from standard output.
+// Captures the library's log lines from standard output.
 class Taken_Output {
  public:
   Taken_Output() : Before(std::cout.rdbuf(Text.rdbuf())) {}
@@ -65,7 +65,7 @@ class Taken_Output {
   std::streambuf* Before;
 };
 
-// NaN carries a sign and a payload that differ between compilers; that it is NaN doesn't.
+// The sign and payload of a NaN value differ between compilers, so it is printed without them.
 void Print(std::FILE* File, const char* Name, const Vector& Values) {
   std::fputs(Name, File);
   for (const double Value : Values) {
@@ -78,7 +78,7 @@ void Print(std::FILE* File, const char* Name, const Vector& Values) {
   std::fputc('\n', File);
 }
 
-// What both overloads fill, and what the second fills besides.
+// The vectors that both overloads fill, and those that only the second fills.
 struct Filled {
   Vector Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc, FoV, Focal_Length_mm;
 };
@@ -95,16 +95,16 @@ void Print_Run(std::FILE* File, int Code, const Filled& Result, Taken_Output& Ou
   std::fputs(Output.Messages().c_str(), File);
 }
 
-Filled Calibrate_Both(std::FILE* File, const Arguments_File& Given, const std::string& Output_Dir,
+Filled Calibrate_Both(std::FILE* File, const Arguments_File& Input, const std::string& Output_Dir,
                       Taken_Output& Output) {
   Filled First, Second;
   int Code =
-      Calibration("capture.csv", Given.Board_Cols, Given.Board_Rows, Given.Square_Size,
-                  Given.Chart_Euler_Deg, Given.Chart_Translation, First.Image_Size, First.Norm_Fxy,
+      Calibration("capture.csv", Input.Board_Cols, Input.Board_Rows, Input.Square_Size,
+                  Input.Chart_Euler_Deg, Input.Chart_Translation, First.Image_Size, First.Norm_Fxy,
                   First.Norm_Cxy, First.Distortion, First.Transform_Cam_Tc, Output_Dir);
   Print_Run(File, Code, First, Output);
-  Code = Calibration("capture.csv", 23.76, 13.365, Given.Board_Cols, Given.Board_Rows,
-                     Given.Square_Size, Given.Chart_Euler_Deg, Given.Chart_Translation,
+  Code = Calibration("capture.csv", 23.76, 13.365, Input.Board_Cols, Input.Board_Rows,
+                     Input.Square_Size, Input.Chart_Euler_Deg, Input.Chart_Translation,
                      Second.Image_Size, Second.Norm_Fxy, Second.Norm_Cxy, Second.Distortion,
                      Second.Transform_Cam_Tc, Second.FoV, Second.Focal_Length_mm, Output_Dir);
   Print_Run(File, Code, Second, Output);
@@ -133,7 +133,7 @@ void Export_To_All(std::FILE* File, const Filled& Result, const std::string& Out
 }
 
 void Run(const std::filesystem::path& Capture, const std::filesystem::path& Bits) {
-  const Arguments_File Given = Read_Arguments(Capture);
+  const Arguments_File Input = Read_Arguments(Capture);
   const std::string Output_Dir = std::filesystem::absolute(Bits).string() + ".output";
   std::filesystem::create_directories(Output_Dir);
   std::FILE* File = std::fopen(Bits.c_str(), "w");
@@ -141,7 +141,7 @@ void Run(const std::filesystem::path& Capture, const std::filesystem::path& Bits
   std::filesystem::current_path(Capture);  // image paths are relative to it
   {
     Taken_Output Output;
-    Export_To_All(File, Calibrate_Both(File, Given, Output_Dir, Output), Output_Dir, Output);
+    Export_To_All(File, Calibrate_Both(File, Input, Output_Dir, Output), Output_Dir, Output);
   }
   if (std::fclose(File) != 0) throw std::runtime_error(Bits.string() + " can't be written");
   std::filesystem::remove_all(Output_Dir);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Calls at once: nothing is shared but standard output and, for calls that begin in the same
-// second with the same folder, the run log file. Eight threads calibrate two captures and export,
-// and each has to get the result and the log lines that it gets alone.
+// Concurrent calls: they share only standard output and, if they begin in the same second with the
+// same folder, the run log file. Eight threads calibrate two captures and export, and each must get
+// the same result and log lines as in a single thread.
 #include "rigsync_core.h"
 #include "tests/support/quiet_output.h"
 #include "tests/support/run_log_reader.h"
@@ -31,7 +31,7 @@
 
 namespace {
 
-// Standard output goes nowhere: lines of calls at once may interleave there.
+// Discards standard output: the lines of concurrent calls may interleave there.
 class Nowhere : public std::streambuf {
  protected:
   int overflow(int Letter) override { return traits_type::not_eof(Letter); }
@@ -41,7 +41,7 @@ class Nowhere : public std::streambuf {
 using Vector = std::vector<double>;
 using Lines = std::vector<std::string>;
 
-// One exported call: its kind, and everything that it gave but for the log.
+// One exported call: its kind, and all its results except the log.
 struct Call {
   std::string Kind;
   int Code = -1;
@@ -53,44 +53,44 @@ bool operator==(const Call& Left, const Call& Right) {
 }
 
 Call Calibrate(const Run_Input& Input, const std::string& Kind, const std::string& Output_Dir) {
-  Call Made{Kind, -1, std::vector<Vector>(5)};
-  Made.Code =
-      Calibration(Input.Csv_Path, Input.Board_Cols, Input.Board_Rows, Input.Square_Size,
-                  Input.Chart_Euler_Deg, Input.Chart_Translation, Made.Vectors[0], Made.Vectors[1],
-                  Made.Vectors[2], Made.Vectors[3], Made.Vectors[4], Output_Dir);
-  return Made;
+  Call Result{Kind, -1, std::vector<Vector>(5)};
+  Result.Code = Calibration(Input.Csv_Path, Input.Board_Cols, Input.Board_Rows, Input.Square_Size,
+                            Input.Chart_Euler_Deg, Input.Chart_Translation, Result.Vectors[0],
+                            Result.Vectors[1], Result.Vectors[2], Result.Vectors[3],
+                            Result.Vectors[4], Output_Dir);
+  return Result;
 }
 
-// The four exports of what a calibration gave; Kind is the calibration's.
+// The four exports of a calibration's result. Their Kind begins with the calibration's.
 std::vector<Call> Export(const Call& Solved, const std::string& Output_Dir) {
   const Vector& Pose = Solved.Vectors[4];
-  std::vector<Call> Made;
+  std::vector<Call> Calls;
   for (const char* Engine : {" to UE4", " to UE5", " to UE5 xN", " to Aximmetry"}) {
-    Made.push_back({Solved.Kind + Engine, -1, std::vector<Vector>(4)});
+    Calls.push_back({Solved.Kind + Engine, -1, std::vector<Vector>(4)});
   }
-  std::vector<Vector>* Into = &Made[0].Vectors;
-  Made[0].Code = CamAxisToUE4(Pose, (*Into)[0], (*Into)[1], Output_Dir);
-  Into = &Made[1].Vectors;
-  Made[1].Code = CamAxisToUE5(Pose, (*Into)[0], (*Into)[1], Output_Dir);
-  Into = &Made[2].Vectors;
-  Made[2].Code = CamAxisToUE5_ExportxN(Pose, (*Into)[0], (*Into)[1], Output_Dir);
-  Into = &Made[3].Vectors;
-  Made[3].Code = CamAxisToAximmetry(Solved.Vectors[1], Solved.Vectors[2], Pose, (*Into)[0],
-                                    (*Into)[1], (*Into)[2], (*Into)[3], Output_Dir);
-  return Made;
+  std::vector<Vector>* Vectors = &Calls[0].Vectors;
+  Calls[0].Code = CamAxisToUE4(Pose, (*Vectors)[0], (*Vectors)[1], Output_Dir);
+  Vectors = &Calls[1].Vectors;
+  Calls[1].Code = CamAxisToUE5(Pose, (*Vectors)[0], (*Vectors)[1], Output_Dir);
+  Vectors = &Calls[2].Vectors;
+  Calls[2].Code = CamAxisToUE5_ExportxN(Pose, (*Vectors)[0], (*Vectors)[1], Output_Dir);
+  Vectors = &Calls[3].Vectors;
+  Calls[3].Code = CamAxisToAximmetry(Solved.Vectors[1], Solved.Vectors[2], Pose, (*Vectors)[0],
+                                     (*Vectors)[1], (*Vectors)[2], (*Vectors)[3], Output_Dir);
+  return Calls;
 }
 
-// What one caller does: a calibration, then the exports of its result.
+// The work of one caller: a calibration, then the exports of its result.
 std::vector<Call> Calibrate_And_Export(const Run_Input& Input, const std::string& Kind,
                                        const std::string& Output_Dir) {
-  std::vector<Call> Made = {Calibrate(Input, Kind, Output_Dir)};
-  if (Made[0].Vectors[4].size() != 16) return Made;
-  const std::vector<Call> Exports = Export(Made[0], Output_Dir);
-  Made.insert(Made.end(), Exports.begin(), Exports.end());
-  return Made;
+  std::vector<Call> Calls = {Calibrate(Input, Kind, Output_Dir)};
+  if (Calls[0].Vectors[4].size() != 16) return Calls;
+  const std::vector<Call> Exports = Export(Calls[0], Output_Dir);
+  Calls.insert(Calls.end(), Exports.begin(), Exports.end());
+  return Calls;
 }
 
-// A capture, and what a caller gets from it alone: the calls, and each kind's log lines.
+// A capture, and the results of a single caller: the calls, and each kind's log lines.
 struct Known_Capture {
   std::string Kind;
   Scratch_Folder Folder;
@@ -104,12 +104,12 @@ std::map<std::string, std::string> Read_Images(const std::filesystem::path& Fold
   std::map<std::string, std::string> Found;
   for (const auto& Entry : std::filesystem::directory_iterator(Folder)) {
     const std::string Name = Entry.path().filename().string();
-    if (Name.rfind("Reproject_", 0) == 0) Found[Name] = Read_File(Entry.path());
+    if (Name.rfind("Reproject_", 0) == 0) Found[Name] = Read_Text(Entry.path());
   }
   return Found;
 }
 
-// Cuts what one caller logged into its calls: each begins with the version.
+// Splits the log of one caller into its calls: each begins with the version.
 std::map<std::string, Lines> Cut_By_Call(const std::vector<Call>& Calls, const Lines& Log) {
   std::map<std::string, Lines> Cut;
   std::size_t Begun = 0;
@@ -145,7 +145,7 @@ simulate::Options Tiny_Capture(unsigned Seed, int Images, int Width, int Height)
   return Options;
 }
 
-// Returns at the start of a second, so that what begins now begins in one and the same.
+// Returns at the start of a second, so that calls that begin now begin in the same second.
 void Wait_For_A_Fresh_Second() {
   using std::chrono::milliseconds, std::chrono::seconds, std::chrono::system_clock;
   const auto Now = system_clock::now();
@@ -170,14 +170,14 @@ Lines Sorted(Lines Text) {
   return Text;
 }
 
-// Every file of the folder has to hold whole calls: as many lines of every text as the calls whose
-// marks it holds log alone. Adds the calls found to Calls_Found.
+// Every log file of the folder must contain complete calls: of every text, as many lines as the
+// calls whose marks it contains log on their own. Adds the calls found to Calls_Found.
 void Expect_Whole_Calls(const std::filesystem::path& Folder,
                         const std::map<std::string, Lines>& Alone,
                         std::map<std::string, int>& Calls_Found, int& Most_In_One_File) {
   for (const auto& Path : Run_Logs(Folder)) {
     SCOPED_TRACE(Path.filename());
-    const Lines Log = Messages(Read_File(Path));  // throws for a line that was cut
+    const Lines Log = Messages(Read_Text(Path));  // throws for a line that was cut
     Lines Expected;
     int Calls = 0;
     for (const auto& [Kind, Text] : Alone) {
@@ -193,8 +193,8 @@ void Expect_Whole_Calls(const std::filesystem::path& Folder,
 
 TEST(Threads, CalibrateAndExportAtOnceWithTheResultAndTheLinesThatEachGetsAlone) {
 #if defined(RIGSYNC_THREAD_SANITIZER)
-  // OpenCV's own pool hands work over by means that the sanitizer, which hasn't marked its code,
-  // can't see. The calls' threads are what is looked at.
+  // The sanitizer cannot see how OpenCV's thread pool synchronises, because OpenCV is not
+  // instrumented. Only the threads of the calls are tested.
   cv::setNumThreads(1);
 #endif
   std::vector<std::unique_ptr<Known_Capture>> Captures;
@@ -203,16 +203,16 @@ TEST(Threads, CalibrateAndExportAtOnceWithTheResultAndTheLinesThatEachGetsAlone)
   std::map<std::string, Lines> Alone;
   for (const auto& Known : Captures) {
     ASSERT_EQ(Known->Calls.size(), 5u);
-    for (const Call& Made : Known->Calls) ASSERT_EQ(Made.Code, 0) << Made.Kind;
+    for (const Call& Known_Call : Known->Calls) ASSERT_EQ(Known_Call.Code, 0) << Known_Call.Kind;
     Alone.insert(Known->Log.begin(), Known->Log.end());
   }
   ASSERT_NE(Captures[0]->Calls[0].Vectors, Captures[1]->Calls[0].Vectors);
 
-  // Four callers in one folder, two in another, two for themselves.
+  // Four callers in one folder, two in another, two in their own.
   constexpr std::size_t Callers = 8;
   const std::size_t Folder_Of[Callers] = {0, 0, 0, 0, 1, 1, 2, 3};
   const Scratch_Folder Folders[4];
-  std::vector<std::vector<Call>> Made(Callers);
+  std::vector<std::vector<Call>> Calls(Callers);
   std::atomic<bool> Go{false};
   Nowhere Discard;
   std::streambuf* Before = std::cout.rdbuf(&Discard);
@@ -221,7 +221,7 @@ TEST(Threads, CalibrateAndExportAtOnceWithTheResultAndTheLinesThatEachGetsAlone)
     Threads.emplace_back([&, i] {
       const Known_Capture& Known = *Captures[i % Captures.size()];
       while (!Go.load()) std::this_thread::yield();
-      Made[i] = Calibrate_And_Export(Known.Input, Known.Kind, Folders[Folder_Of[i]].String());
+      Calls[i] = Calibrate_And_Export(Known.Input, Known.Kind, Folders[Folder_Of[i]].String());
     });
   }
   Wait_For_A_Fresh_Second();
@@ -234,7 +234,7 @@ TEST(Threads, CalibrateAndExportAtOnceWithTheResultAndTheLinesThatEachGetsAlone)
   for (std::size_t i = 0; i < Callers; ++i) {
     SCOPED_TRACE(i);
     const Known_Capture& Known = *Captures[i % Captures.size()];
-    EXPECT_TRUE(Made[i] == Known.Calls);
+    EXPECT_TRUE(Calls[i] == Known.Calls);
     const auto Images = Read_Images(Folders[Folder_Of[i]].Path());
     for (const auto& [Name, Bytes] : Known.Images) {
       const auto Found = Images.find(Name);
@@ -250,11 +250,12 @@ TEST(Threads, CalibrateAndExportAtOnceWithTheResultAndTheLinesThatEachGetsAlone)
   }
   for (const auto& [Kind, Times] : Calls_Found) EXPECT_EQ(Times, 4) << Kind;
   EXPECT_EQ(Calls_Found.size(), Alone.size());
-  // Otherwise nothing was shared, and the test has looked at nothing.
+  // Otherwise no file was shared, and the test has proved nothing.
   EXPECT_GE(Most_In_One_File, 2);
 }
 
-// Exports do little but log, so that their lines meet in the file thousands of times a second.
+// Exports do little besides logging, so they write to the shared file thousands of times per
+// second.
 TEST(Threads, ExportManyTimesIntoOneFolderWithoutCuttingOrLosingALine) {
   const Vector Pose = {0.0, 0.8,  -0.6, 0.06,  1.0, 0.0, 0.0, -0.14,
                        0.0, -0.6, -0.8, -0.08, 0.0, 0.0, 0.0, 1.0};

@@ -15,7 +15,7 @@
 
 namespace {
 
-// In the child: connects a descriptor with a file. Only calls that are safe after a fork.
+// In the child: connects a descriptor to a file. Only calls functions that are safe after a fork.
 void Connect(int Descriptor, const char* File, int Mode) {
   const int Opened = open(File, Mode, 0600);
   if (Opened < 0 || dup2(Opened, Descriptor) < 0) _exit(127);
@@ -63,7 +63,7 @@ std::filesystem::path Capture_File(const std::string& Name) {
   const std::filesystem::path File = std::filesystem::path(RIGSYNC_CAPTURE) / Name;
   if (!std::filesystem::exists(File)) {
     throw std::runtime_error(File.string() +
-                             " is missing; the test host.simulate_capture makes it");
+                             " is missing; the test rigsync.simulate_capture creates it");
   }
   return File;
 }
@@ -111,14 +111,6 @@ std::vector<std::filesystem::path> Run_Folders(const std::filesystem::path& Out)
   }
   std::sort(Folders.begin(), Folders.end());
   return Folders;
-}
-
-std::string Read_Text(const std::filesystem::path& File) {
-  std::ifstream Stream(File, std::ios::binary);
-  if (!Stream) throw std::runtime_error("could not read " + File.string());
-  std::ostringstream Text;
-  Text << Stream.rdbuf();
-  return Text.str();
 }
 
 nlohmann::json Read_Json(const std::filesystem::path& File) {

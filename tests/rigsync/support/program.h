@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Runs the built command as a user would, and brings captures into the form that a test needs.
+// Runs the built command as a user would, and prepares captures for tests.
 #ifndef RIGSYNC_TESTS_RIGSYNC_SUPPORT_PROGRAM_H
 #define RIGSYNC_TESTS_RIGSYNC_SUPPORT_PROGRAM_H
+
+#include "tests/support/read_text.h"
 
 #include <filesystem>
 #include <functional>
@@ -11,9 +13,9 @@
 #include <vector>
 
 struct Finished {
-  int Status = -1;  // exit status, or 128 and the signal's number
+  int Status = -1;  // exit status, or 128 plus the signal's number
   std::string Output, Error;
-  std::string Said;  // Error without its line breaks, which fall where a path's length has it
+  std::string Said;  // Error as one line: its line breaks depend on the length of paths
 };
 
 // Runs a program with these arguments, in Folder when one is given. Standard input is empty.
@@ -31,23 +33,21 @@ std::filesystem::path Capture_File(const std::string& Name);
 std::vector<std::string> Calibrate_Arguments(const std::filesystem::path& Csv,
                                              const std::filesystem::path& Out);
 
-// Copies the capture's CSV to Target, with every data line's fields as Change leaves them. Index
+// Copies the capture's CSV to Target and lets Change edit the fields of every data line. Index
 // counts data lines from 0.
 void Rewrite_Csv(
     const std::filesystem::path& Target,
     const std::function<void(std::size_t Index, std::vector<std::string>& Fields)>& Change);
 
-// A CSV in Folder with the capture's own images Repeats times over, by absolute paths.
+// Writes a CSV to Folder that lists the capture's images Repeats times, by absolute paths.
 std::filesystem::path Write_Long_Csv(const std::filesystem::path& Folder, int Repeats);
 
-// The folders of the runs in an output folder, in the order of their names; none where it isn't
-// there.
+// The run folders in an output folder, in the order of their names; none if it does not exist.
 std::vector<std::filesystem::path> Run_Folders(const std::filesystem::path& Out);
 
-std::string Read_Text(const std::filesystem::path& File);
 nlohmann::json Read_Json(const std::filesystem::path& File);
 
-// How many lines Text has, and the longest line's width.
+// The number of lines of Text, and the length of the longest one.
 std::size_t Line_Count(const std::string& Text);
 std::size_t Widest_Line(const std::string& Text);
 

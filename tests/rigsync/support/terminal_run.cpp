@@ -34,7 +34,7 @@ std::vector<std::string> Terminal_Run::Lines() const {
   std::istringstream Stream(Plain);
   for (std::string Line; std::getline(Stream, Line);) {
     while (!Line.empty() && Line.back() == '\r') Line.pop_back();
-    // What stands behind the last carriage return has overwritten the rest.
+    // The text after the last carriage return has overwritten the rest.
     const std::size_t Return = Line.rfind('\r');
     Result.push_back(Return == std::string::npos ? Line : Line.substr(Return + 1));
   }

@@ -37,7 +37,7 @@ TEST(OutFolder, ThatIsAFileOrTakesNoFilesIsRefusedByName) {
   const std::string File = Scratch.Write("file", "");
   EXPECT_THAT(Refusal(File, 1), AllOf(HasSubstr("--out: '" + File + "'"), HasSubstr("a folder")));
   EXPECT_THAT(Refusal(File + "/below", 1), HasSubstr("Not a directory"));
-  // A folder in which nobody can create a file, whoever asks.
+  // A folder in which not even root can create a file.
   const std::string Text = Refusal("/proc/self/task", 0);
   EXPECT_THAT(Text, HasSubstr("a folder in which files can be written (No such file"));
   EXPECT_THAT(Text, Not(HasSubstr("probe")));
@@ -63,7 +63,7 @@ TEST(OutFolder, OfAFolderThatIsRefusedNothingStaysThatWasntThere) {
     EXPECT_TRUE(fs::is_empty(Scratch.Path()));
     fs::create_directory(Scratch.Path() / "earlier");
   }
-  // The folder above can be made, the one in it can't.
+  // The parent can be created, the folder in it cannot.
   const std::string Long_Name(300, 'x');
   EXPECT_THAT(Refusal(Scratch.Path() / "above" / Long_Name, 0), HasSubstr("name too long"));
   EXPECT_FALSE(fs::exists(Scratch.Path() / "above"));

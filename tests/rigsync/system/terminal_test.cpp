@@ -13,7 +13,7 @@ namespace {
 
 using rigsync::Style;
 
-// An environment variable's value for as long as one of these lives; none unsets it.
+// Sets an environment variable while one of these exists; a null value unsets it.
 class Environment {
  public:
   Environment(const char* Variable, const char* Value) : Name(Variable) {
@@ -36,7 +36,7 @@ class Environment {
   std::optional<std::string> Before;
 };
 
-// A stream whose other end is a terminal that nobody looks at.
+// A stream connected to a pseudo-terminal.
 class Terminal_Stream {
  public:
   Terminal_Stream() {
@@ -64,7 +64,7 @@ TEST(Terminal, ATerminalHasColoursUnlessTheEnvironmentForbidsThem) {
   struct Case {
     const char* Term;
     const char* No_Color;
-    bool On;
+    bool In_Colour;
   };
   const Case Cases[] = {{"xterm", nullptr, true}, {"xterm", "", true},
                         {"xterm", "1", false},    {"xterm", "no", false},
@@ -75,7 +75,7 @@ TEST(Terminal, ATerminalHasColoursUnlessTheEnvironmentForbidsThem) {
                                     << (One.No_Color ? One.No_Color : "no NO_COLOR"));
     const Environment Term("TERM", One.Term);
     const Environment No_Color("NO_COLOR", One.No_Color);
-    EXPECT_EQ(rigsync::Uses_Colour(Terminal.Stream), One.On);
+    EXPECT_EQ(rigsync::Uses_Colour(Terminal.Stream), One.In_Colour);
   }
 }
 
