@@ -80,17 +80,10 @@ int Inspection_Status(const Findings& List) {
   return Exit_Unusable;
 }
 
-<<<<<<< HEAD
 int Inspect(const Inspect_Arguments& Arguments) {
   const Inspection Result = Inspect_Capture(Read_Inputs(Arguments), Progress_Line());
   Print(Arguments.Json ? Inspection_Json(Result) : Inspection_Text(Result, Uses_Colour(stdout)));
   return Inspection_Status(Result.All_Findings);
-=======
-int Inspect(const Typed& Given) {
-  const Inspection Made = Inspect_Capture(Read_Inputs(Given), Progress_Line());
-  Print(Given.Json ? Inspection_Json(Made) : Report_Text(Made, Uses_Colour(stdout)));
-  return Inspection_Status(Made.Told);
->>>>>>> c6bd620 (Names of the system room have one meaning each)
 }
 
 }  // namespace

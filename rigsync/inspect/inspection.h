@@ -22,7 +22,7 @@ namespace rigsync {
 struct Inspection_Inputs {
   std::filesystem::path Csv;         // as typed by the user
   std::filesystem::path Image_Root;  // where relative image paths start, absolute
-  bool Opens_Images = true;             // false: no image is opened, and Board is not read
+  bool Opens_Images = true;          // false: no image is opened, and Board is not read
   Board_Estimate Board;
 };
 

@@ -34,8 +34,8 @@ std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
   Text += fmt::format("    rigsync inspect {} --board {}x{} --square {}", Shell_Word(Csv.string()),
                       Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size);
   Text += Line_Continuation(6) + fmt::format("--board-euler {} --board-offset {}",
-                                           fmt::join(Inputs.Board_Euler_Deg, ","),
-                                           fmt::join(Inputs.Board_Offset, ","));
+                                             fmt::join(Inputs.Board_Euler_Deg, ","),
+                                             fmt::join(Inputs.Board_Offset, ","));
   if (Image_Root != Csv.parent_path()) {
     Text += Line_Continuation(6) + "--image-root " + Shell_Word(Image_Root.string());
   }

@@ -130,8 +130,8 @@ TEST_F(Inspect, AGoodCaptureIsCleanAndShownWhole) {
   EXPECT_THAT(Result.Output, AllOf(HasSubstr("lines             21: 1 header, 20 data lines\n"),
                                    HasSubstr("image size        960 x 540 pixels\n"),
                                    HasSubstr("boards            found in 20 of 20 data lines\n"),
-                                   HasSubstr("Where corners were found: "), HasSubstr("board tilt  "),
-                                   HasSubstr("board distance  "),
+                                   HasSubstr("Where corners were found: "),
+                                   HasSubstr("board tilt  "), HasSubstr("board distance  "),
                                    HasSubstr("against images    rotations differ by "),
                                    HasSubstr("\nClean: the capture is ready to be calibrated.\n"),
                                    Not(HasSubstr("Findings")), Not(HasSubstr("\x1b"))));

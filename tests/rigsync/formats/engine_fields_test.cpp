@@ -92,8 +92,8 @@ TEST(EngineFields, GroupsHaveTheKeysUnitsAndNamesOfTheEngine) {
   }
 }
 
-// In Tc the camera is at -R^T t. docs/conventions.md lists the axes of Tc that each engine's position
-// fields run along.
+// In Tc the camera is at -R^T t. docs/conventions.md lists the axes of Tc that each engine's
+// position fields run along.
 TEST(EngineFields, ValuesAreThoseOfTheCallForThisEngine) {
   const double Cosine = std::sqrt(0.75), Sine = 0.5;
   const double X = -10.0, Y = -(20.0 * Cosine + 30.0 * Sine), Z = -(30.0 * Cosine - 20.0 * Sine);
