@@ -36,55 +36,58 @@ void Require_At_Least_0(double Value, const std::string& Option) {
   Require(std::isfinite(Value) && Value >= 0.0, Option, "has to be a number of at least 0");
 }
 
-void Check_Options(const Options& Given) {
-  Require(Given.Image_Count >= 0, "Image_Count", "has to be at least 0");
+void Check_Options(const Options& Settings) {
+  Require(Settings.Image_Count >= 0, "Image_Count", "has to be at least 0");
   // 32768 is where OpenCV's image filters end.
-  Require(Given.Width >= 16 && Given.Width < 32768, "Width", "has to be from 16 to 32767 pixels");
-  Require(Given.Height >= 16 && Given.Height < 32768, "Height",
+  Require(Settings.Width >= 16 && Settings.Width < 32768, "Width",
           "has to be from 16 to 32767 pixels");
-  Require(Given.Board_Cols >= 2, "Board_Cols", "has to be at least 2");
-  Require(Given.Board_Rows >= 2, "Board_Rows", "has to be at least 2");
-  Require(std::isfinite(Given.Square_Size) && Given.Square_Size > 0.0, "Square_Size",
+  Require(Settings.Height >= 16 && Settings.Height < 32768, "Height",
+          "has to be from 16 to 32767 pixels");
+  Require(Settings.Board_Cols >= 2, "Board_Cols", "has to be at least 2");
+  Require(Settings.Board_Rows >= 2, "Board_Rows", "has to be at least 2");
+  Require(std::isfinite(Settings.Square_Size) && Settings.Square_Size > 0.0, "Square_Size",
           "has to be above 0");
-  Require(std::isfinite(Given.Norm_Fx) && Given.Norm_Fx > 0.0, "Norm_Fx", "has to be above 0");
-  Require_At_Least_0(Given.Norm_Fy, "Norm_Fy");
-  Require(Given.Norm_Cx >= 0.0 && Given.Norm_Cx <= 1.0, "Norm_Cx", "has to be from 0 to 1");
-  Require(Given.Norm_Cy >= 0.0 && Given.Norm_Cy <= 1.0, "Norm_Cy", "has to be from 0 to 1");
-  Require(std::isfinite(Given.K1), "K1", "has to be a finite number");
-  Require(std::isfinite(Given.K2), "K2", "has to be a finite number");
-  Require(Given.Camera_Mount_Euler_Deg.allFinite(), "Camera_Mount_Euler_Deg", "has to be finite");
-  Require(Given.Camera_Mount_Offset.allFinite(), "Camera_Mount_Offset", "has to be finite");
-  Require(Given.Board_Mount_Euler_Deg.allFinite(), "Board_Mount_Euler_Deg", "has to be finite");
-  Require(Given.Board_Mount_Offset.allFinite(), "Board_Mount_Offset", "has to be finite");
-  Require_At_Least_0(Given.Position_Noise_Mm, "Position_Noise_Mm");
-  Require_At_Least_0(Given.Rotation_Noise_Deg, "Rotation_Noise_Deg");
-  Require_At_Least_0(Given.Stale_Mm, "Stale_Mm");
-  Require_At_Least_0(Given.Stale_Deg, "Stale_Deg");
-  Require_At_Least_0(Given.Jump_Mm, "Jump_Mm");
-  Require_At_Least_0(Given.Jump_Deg, "Jump_Deg");
-  Require_At_Least_0(Given.Estimate_Error_Deg, "Estimate_Error_Deg");
-  Require_At_Least_0(Given.Estimate_Error_Mm, "Estimate_Error_Mm");
-  Require_At_Least_0(Given.Blur_Pixels, "Blur_Pixels");
-  Require(Given.Blur_Pixels <= 100.0, "Blur_Pixels", "has to be at most 100");
-  Require_At_Least_0(Given.Sensor_Noise, "Sensor_Noise");
-  Require(Given.Lighting_Gradient >= 0.0 && Given.Lighting_Gradient <= 1.0, "Lighting_Gradient",
-          "has to be from 0 to 1");
-  Require(Given.Image_Format == "png" || Given.Image_Format == "jpg", "Image_Format",
-          "has to be png or jpg, not \"" + Given.Image_Format + "\"");
-  Require(Given.Jpeg_Quality >= 0 && Given.Jpeg_Quality <= 100, "Jpeg_Quality",
+  Require(std::isfinite(Settings.Norm_Fx) && Settings.Norm_Fx > 0.0, "Norm_Fx",
+          "has to be above 0");
+  Require_At_Least_0(Settings.Norm_Fy, "Norm_Fy");
+  Require(Settings.Norm_Cx >= 0.0 && Settings.Norm_Cx <= 1.0, "Norm_Cx", "has to be from 0 to 1");
+  Require(Settings.Norm_Cy >= 0.0 && Settings.Norm_Cy <= 1.0, "Norm_Cy", "has to be from 0 to 1");
+  Require(std::isfinite(Settings.K1), "K1", "has to be a finite number");
+  Require(std::isfinite(Settings.K2), "K2", "has to be a finite number");
+  Require(Settings.Camera_Mount_Euler_Deg.allFinite(), "Camera_Mount_Euler_Deg",
+          "has to be finite");
+  Require(Settings.Camera_Mount_Offset.allFinite(), "Camera_Mount_Offset", "has to be finite");
+  Require(Settings.Board_Mount_Euler_Deg.allFinite(), "Board_Mount_Euler_Deg", "has to be finite");
+  Require(Settings.Board_Mount_Offset.allFinite(), "Board_Mount_Offset", "has to be finite");
+  Require_At_Least_0(Settings.Position_Noise_Mm, "Position_Noise_Mm");
+  Require_At_Least_0(Settings.Rotation_Noise_Deg, "Rotation_Noise_Deg");
+  Require_At_Least_0(Settings.Stale_Mm, "Stale_Mm");
+  Require_At_Least_0(Settings.Stale_Deg, "Stale_Deg");
+  Require_At_Least_0(Settings.Jump_Mm, "Jump_Mm");
+  Require_At_Least_0(Settings.Jump_Deg, "Jump_Deg");
+  Require_At_Least_0(Settings.Estimate_Error_Deg, "Estimate_Error_Deg");
+  Require_At_Least_0(Settings.Estimate_Error_Mm, "Estimate_Error_Mm");
+  Require_At_Least_0(Settings.Blur_Pixels, "Blur_Pixels");
+  Require(Settings.Blur_Pixels <= 100.0, "Blur_Pixels", "has to be at most 100");
+  Require_At_Least_0(Settings.Sensor_Noise, "Sensor_Noise");
+  Require(Settings.Lighting_Gradient >= 0.0 && Settings.Lighting_Gradient <= 1.0,
+          "Lighting_Gradient", "has to be from 0 to 1");
+  Require(Settings.Image_Format == "png" || Settings.Image_Format == "jpg", "Image_Format",
+          "has to be png or jpg, not \"" + Settings.Image_Format + "\"");
+  Require(Settings.Jpeg_Quality >= 0 && Settings.Jpeg_Quality <= 100, "Jpeg_Quality",
           "has to be from 0 to 100");
 
   // Counts are summed in 64 bits: five large ints don't fit an int.
-  Require(Given.Stale_Count >= 0, "Stale_Count", "has to be at least 0");
-  Require(Given.Jump_Count >= 0, "Jump_Count", "has to be at least 0");
-  Require(Given.Missing_Count >= 0, "Missing_Count", "has to be at least 0");
-  Require(Given.Blank_Count >= 0, "Blank_Count", "has to be at least 0");
-  Require(Given.Truncated_Count >= 0, "Truncated_Count", "has to be at least 0");
-  Require(Given.Stale_Count < std::max(Given.Image_Count, 1), "Stale_Count",
+  Require(Settings.Stale_Count >= 0, "Stale_Count", "has to be at least 0");
+  Require(Settings.Jump_Count >= 0, "Jump_Count", "has to be at least 0");
+  Require(Settings.Missing_Count >= 0, "Missing_Count", "has to be at least 0");
+  Require(Settings.Blank_Count >= 0, "Blank_Count", "has to be at least 0");
+  Require(Settings.Truncated_Count >= 0, "Truncated_Count", "has to be at least 0");
+  Require(Settings.Stale_Count < std::max(Settings.Image_Count, 1), "Stale_Count",
           "has to be below the number of images: the first row has no row before it to repeat");
-  const long long Bad = 0LL + Given.Stale_Count + Given.Jump_Count + Given.Missing_Count +
-                        Given.Blank_Count + Given.Truncated_Count;
-  if (Bad > Given.Image_Count) {
+  const long long Bad = 0LL + Settings.Stale_Count + Settings.Jump_Count + Settings.Missing_Count +
+                        Settings.Blank_Count + Settings.Truncated_Count;
+  if (Bad > Settings.Image_Count) {
     throw Refused_Options(
         {"Stale_Count", "Jump_Count", "Missing_Count", "Blank_Count", "Truncated_Count"},
         "together have to be at most the number of images");

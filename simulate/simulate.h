@@ -143,7 +143,7 @@ class Refused_Options : public std::invalid_argument {
 // Throws Refused_Options for options that can't be met: counts below 0, more bad rows
 // than images, a board of fewer than 2 corners a side, an unknown image format, a size below 16
 // pixels, a lens that can't show the whole board.
-Plan Make_Plan(const Options& Given);
+Plan Make_Plan(const Options& Settings);
 
 // The true image positions of the board's inner corners, row by row, pixels.
 std::vector<Eigen::Vector2d> Project_Board(const Plan& Capture, const Image_Truth& Image);

@@ -108,9 +108,9 @@ double Smallest(const Plan& Capture, const std::function<double(const Image_Trut
 }
 
 // The names of the options that are refused; none when all are met.
-std::vector<std::string> Refused_Names(const Options& Given) {
+std::vector<std::string> Refused_Names(const Options& Settings) {
   try {
-    Make_Plan(Given);
+    Make_Plan(Settings);
   } catch (const simulate::Refused_Options& Refusal) {
     // Who doesn't look at the names finds them in the message.
     for (const std::string& Name : Refusal.Names) {
@@ -654,70 +654,73 @@ TEST(MakePlan, NamesTheOptionsThatCantBeMet) {
     std::vector<std::string> Names;
     std::function<void(Options&)> Spoil;
   } Cases[] = {
-      {{"Image_Count"}, [](Options& Given) { Given.Image_Count = -1; }},
-      {{"Width"}, [](Options& Given) { Given.Width = 15; }},
-      {{"Width"}, [](Options& Given) { Given.Width = 32768; }},
-      {{"Height"}, [](Options& Given) { Given.Height = 15; }},
-      {{"Height"}, [](Options& Given) { Given.Height = -480; }},
-      {{"Board_Cols"}, [](Options& Given) { Given.Board_Cols = 1; }},
-      {{"Board_Rows"}, [](Options& Given) { Given.Board_Rows = 1; }},
-      {{"Square_Size"}, [](Options& Given) { Given.Square_Size = 0.0; }},
-      {{"Square_Size"}, [&](Options& Given) { Given.Square_Size = Nan; }},
-      {{"Norm_Fx"}, [](Options& Given) { Given.Norm_Fx = 0.0; }},
-      {{"Norm_Fy"}, [](Options& Given) { Given.Norm_Fy = -1.0; }},
-      {{"Norm_Cx"}, [](Options& Given) { Given.Norm_Cx = 1.1; }},
-      {{"Norm_Cy"}, [&](Options& Given) { Given.Norm_Cy = Nan; }},
-      {{"K1"}, [&](Options& Given) { Given.K1 = Infinite; }},
-      {{"K2"}, [&](Options& Given) { Given.K2 = Nan; }},
-      {{"Camera_Mount_Euler_Deg"}, [&](Options& Given) { Given.Camera_Mount_Euler_Deg.y() = Nan; }},
-      {{"Camera_Mount_Offset"}, [&](Options& Given) { Given.Camera_Mount_Offset.z() = Infinite; }},
-      {{"Board_Mount_Euler_Deg"}, [&](Options& Given) { Given.Board_Mount_Euler_Deg.x() = Nan; }},
-      {{"Board_Mount_Offset"}, [&](Options& Given) { Given.Board_Mount_Offset.x() = Nan; }},
-      {{"Position_Noise_Mm"}, [](Options& Given) { Given.Position_Noise_Mm = -0.1; }},
-      {{"Rotation_Noise_Deg"}, [&](Options& Given) { Given.Rotation_Noise_Deg = Nan; }},
-      {{"Stale_Count"}, [](Options& Given) { Given.Stale_Count = -1; }},
-      {{"Stale_Count"}, [](Options& Given) { Given.Stale_Count = Given.Image_Count; }},
-      {{"Jump_Count"}, [](Options& Given) { Given.Jump_Count = -1; }},
-      {{"Stale_Mm"}, [](Options& Given) { Given.Stale_Mm = -1.0; }},
-      {{"Stale_Deg"}, [](Options& Given) { Given.Stale_Deg = -1.0; }},
-      {{"Jump_Mm"}, [](Options& Given) { Given.Jump_Mm = -1.0; }},
-      {{"Jump_Deg"}, [](Options& Given) { Given.Jump_Deg = -1.0; }},
-      {{"Missing_Count"}, [](Options& Given) { Given.Missing_Count = -1; }},
-      {{"Blank_Count"}, [](Options& Given) { Given.Blank_Count = -1; }},
-      {{"Truncated_Count"}, [](Options& Given) { Given.Truncated_Count = -1; }},
-      {Bad_Rows, [](Options& Given) { Given.Jump_Count = 20, Given.Blank_Count = 5; }},
+      {{"Image_Count"}, [](Options& Settings) { Settings.Image_Count = -1; }},
+      {{"Width"}, [](Options& Settings) { Settings.Width = 15; }},
+      {{"Width"}, [](Options& Settings) { Settings.Width = 32768; }},
+      {{"Height"}, [](Options& Settings) { Settings.Height = 15; }},
+      {{"Height"}, [](Options& Settings) { Settings.Height = -480; }},
+      {{"Board_Cols"}, [](Options& Settings) { Settings.Board_Cols = 1; }},
+      {{"Board_Rows"}, [](Options& Settings) { Settings.Board_Rows = 1; }},
+      {{"Square_Size"}, [](Options& Settings) { Settings.Square_Size = 0.0; }},
+      {{"Square_Size"}, [&](Options& Settings) { Settings.Square_Size = Nan; }},
+      {{"Norm_Fx"}, [](Options& Settings) { Settings.Norm_Fx = 0.0; }},
+      {{"Norm_Fy"}, [](Options& Settings) { Settings.Norm_Fy = -1.0; }},
+      {{"Norm_Cx"}, [](Options& Settings) { Settings.Norm_Cx = 1.1; }},
+      {{"Norm_Cy"}, [&](Options& Settings) { Settings.Norm_Cy = Nan; }},
+      {{"K1"}, [&](Options& Settings) { Settings.K1 = Infinite; }},
+      {{"K2"}, [&](Options& Settings) { Settings.K2 = Nan; }},
+      {{"Camera_Mount_Euler_Deg"},
+       [&](Options& Settings) { Settings.Camera_Mount_Euler_Deg.y() = Nan; }},
+      {{"Camera_Mount_Offset"},
+       [&](Options& Settings) { Settings.Camera_Mount_Offset.z() = Infinite; }},
+      {{"Board_Mount_Euler_Deg"},
+       [&](Options& Settings) { Settings.Board_Mount_Euler_Deg.x() = Nan; }},
+      {{"Board_Mount_Offset"}, [&](Options& Settings) { Settings.Board_Mount_Offset.x() = Nan; }},
+      {{"Position_Noise_Mm"}, [](Options& Settings) { Settings.Position_Noise_Mm = -0.1; }},
+      {{"Rotation_Noise_Deg"}, [&](Options& Settings) { Settings.Rotation_Noise_Deg = Nan; }},
+      {{"Stale_Count"}, [](Options& Settings) { Settings.Stale_Count = -1; }},
+      {{"Stale_Count"}, [](Options& Settings) { Settings.Stale_Count = Settings.Image_Count; }},
+      {{"Jump_Count"}, [](Options& Settings) { Settings.Jump_Count = -1; }},
+      {{"Stale_Mm"}, [](Options& Settings) { Settings.Stale_Mm = -1.0; }},
+      {{"Stale_Deg"}, [](Options& Settings) { Settings.Stale_Deg = -1.0; }},
+      {{"Jump_Mm"}, [](Options& Settings) { Settings.Jump_Mm = -1.0; }},
+      {{"Jump_Deg"}, [](Options& Settings) { Settings.Jump_Deg = -1.0; }},
+      {{"Missing_Count"}, [](Options& Settings) { Settings.Missing_Count = -1; }},
+      {{"Blank_Count"}, [](Options& Settings) { Settings.Blank_Count = -1; }},
+      {{"Truncated_Count"}, [](Options& Settings) { Settings.Truncated_Count = -1; }},
+      {Bad_Rows, [](Options& Settings) { Settings.Jump_Count = 20, Settings.Blank_Count = 5; }},
       {Bad_Rows,
-       [](Options& Given) {
-         Given.Jump_Count = Given.Blank_Count = std::numeric_limits<int>::max();
+       [](Options& Settings) {
+         Settings.Jump_Count = Settings.Blank_Count = std::numeric_limits<int>::max();
        }},
-      {{"Estimate_Error_Deg"}, [](Options& Given) { Given.Estimate_Error_Deg = -1.0; }},
-      {{"Estimate_Error_Mm"}, [](Options& Given) { Given.Estimate_Error_Mm = -1.0; }},
-      {{"Blur_Pixels"}, [](Options& Given) { Given.Blur_Pixels = -0.1; }},
-      {{"Blur_Pixels"}, [](Options& Given) { Given.Blur_Pixels = 101.0; }},
-      {{"Sensor_Noise"}, [](Options& Given) { Given.Sensor_Noise = -1.0; }},
-      {{"Lighting_Gradient"}, [](Options& Given) { Given.Lighting_Gradient = 1.5; }},
-      {{"Image_Format"}, [](Options& Given) { Given.Image_Format = "gif"; }},
-      {{"Jpeg_Quality"}, [](Options& Given) { Given.Jpeg_Quality = 101; }},
+      {{"Estimate_Error_Deg"}, [](Options& Settings) { Settings.Estimate_Error_Deg = -1.0; }},
+      {{"Estimate_Error_Mm"}, [](Options& Settings) { Settings.Estimate_Error_Mm = -1.0; }},
+      {{"Blur_Pixels"}, [](Options& Settings) { Settings.Blur_Pixels = -0.1; }},
+      {{"Blur_Pixels"}, [](Options& Settings) { Settings.Blur_Pixels = 101.0; }},
+      {{"Sensor_Noise"}, [](Options& Settings) { Settings.Sensor_Noise = -1.0; }},
+      {{"Lighting_Gradient"}, [](Options& Settings) { Settings.Lighting_Gradient = 1.5; }},
+      {{"Image_Format"}, [](Options& Settings) { Settings.Image_Format = "gif"; }},
+      {{"Jpeg_Quality"}, [](Options& Settings) { Settings.Jpeg_Quality = 101; }},
       // Lines of sight fold back at half the frame's width: the board fits nowhere.
-      {Lens, [](Options& Given) { Given.K1 = -60.0, Given.K2 = 0.0; }},
+      {Lens, [](Options& Settings) { Settings.K1 = -60.0, Settings.K2 = 0.0; }},
   };
   for (const auto& Case : Cases) {
-    Options Given = Small_Capture();
-    Case.Spoil(Given);
-    EXPECT_EQ(Refused_Names(Given), Case.Names);
+    Options Settings = Small_Capture();
+    Case.Spoil(Settings);
+    EXPECT_EQ(Refused_Names(Settings), Case.Names);
   }
 }
 
 TEST(MakePlan, MeetsOptionsOnTheirLimits) {
-  Options Given = Small_Capture();
-  Given.Width = Given.Height = 16;
-  Given.Board_Cols = Given.Board_Rows = 2;
-  Given.Image_Count = 4;
-  Given.Stale_Count = 3;
-  Given.Jump_Count = 1;
-  Given.Lighting_Gradient = 1.0;
-  Given.Jpeg_Quality = 0;
-  EXPECT_EQ(Make_Plan(Given).Images.size(), 4u);
+  Options Settings = Small_Capture();
+  Settings.Width = Settings.Height = 16;
+  Settings.Board_Cols = Settings.Board_Rows = 2;
+  Settings.Image_Count = 4;
+  Settings.Stale_Count = 3;
+  Settings.Jump_Count = 1;
+  Settings.Lighting_Gradient = 1.0;
+  Settings.Jpeg_Quality = 0;
+  EXPECT_EQ(Make_Plan(Settings).Images.size(), 4u);
 }
 
 }  // namespace
