@@ -7,7 +7,7 @@
 #define RIGSYNC_INSPECT_BOARD_ESTIMATE_H
 
 #include "rigsync/capture/board_size.h"
-#include "rigsync/capture/finding.h"
+#include "rigsync/inspect/finding.h"
 #include "rigsync/inspect/tracker_agreement.h"
 
 #include <array>

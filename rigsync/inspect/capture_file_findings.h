@@ -5,7 +5,7 @@
 #define RIGSYNC_INSPECT_CAPTURE_FILE_FINDINGS_H
 
 #include "rigsync/capture/capture_file.h"
-#include "rigsync/capture/finding.h"
+#include "rigsync/inspect/finding.h"
 
 namespace rigsync {
 

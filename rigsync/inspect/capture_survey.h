@@ -7,7 +7,7 @@
 
 #include "rigsync/capture/board_search.h"
 #include "rigsync/capture/board_size.h"
-#include "rigsync/capture/finding.h"
+#include "rigsync/inspect/finding.h"
 
 #include <optional>
 #include <string>

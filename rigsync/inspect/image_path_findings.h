@@ -4,8 +4,8 @@
 #ifndef RIGSYNC_INSPECT_IMAGE_PATH_FINDINGS_H
 #define RIGSYNC_INSPECT_IMAGE_PATH_FINDINGS_H
 
-#include "rigsync/capture/finding.h"
 #include "rigsync/capture/image_paths.h"
+#include "rigsync/inspect/finding.h"
 
 #include <filesystem>
 #include <vector>

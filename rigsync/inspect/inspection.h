@@ -8,9 +8,9 @@
 #include "rigsync/capture/board_search.h"
 #include "rigsync/capture/board_size.h"
 #include "rigsync/capture/capture_file.h"
-#include "rigsync/capture/finding.h"
 #include "rigsync/inspect/board_estimate.h"
 #include "rigsync/inspect/capture_survey.h"
+#include "rigsync/inspect/finding.h"
 #include "rigsync/inspect/tracker_agreement.h"
 #include "rigsync/inspect/tracker_survey.h"
 

@@ -25,7 +25,7 @@
 
 #include "rigsync/capture/board_search.h"
 #include "rigsync/capture/capture_file.h"
-#include "rigsync/capture/finding.h"
+#include "rigsync/inspect/finding.h"
 
 #include <optional>
 #include <string>

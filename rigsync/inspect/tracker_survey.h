@@ -6,7 +6,7 @@
 #define RIGSYNC_INSPECT_TRACKER_SURVEY_H
 
 #include "rigsync/capture/capture_file.h"
-#include "rigsync/capture/finding.h"
+#include "rigsync/inspect/finding.h"
 
 #include <Eigen/Geometry>
 

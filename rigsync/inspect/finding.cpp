@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "rigsync/capture/finding.h"
+#include "rigsync/inspect/finding.h"
 
 #include "rigsync/system/text.h"
 

@@ -2,8 +2,8 @@
 //
 // The findings of an inspection: one for each kind of problem, with all lines of the CSV file that
 // it concerns.
-#ifndef RIGSYNC_CAPTURE_FINDING_H
-#define RIGSYNC_CAPTURE_FINDING_H
+#ifndef RIGSYNC_INSPECT_FINDING_H
+#define RIGSYNC_INSPECT_FINDING_H
 
 #include <cstddef>
 #include <string>
@@ -57,4 +57,4 @@ const char* Level_Name(Level Severity);
 
 }  // namespace rigsync
 
-#endif  // RIGSYNC_CAPTURE_FINDING_H
+#endif  // RIGSYNC_INSPECT_FINDING_H
