@@ -38,7 +38,7 @@ std::string Chosen_Name(const CLI::App& Program) {
 int Report(const CLI::App& Program, const Usage_Error& Error) {
   if (Chosen_Command(Program).get_help_ptr()->count() > 0) return Program.exit(CLI::CallForHelp());
   rigsync::Complain(rigsync::One_Line(Error.what()));
-  fmt::print(stderr, "  See '{} --help'.\n", Chosen_Name(Program));
+  rigsync::Print_Error(fmt::format("  See '{} --help'.\n", Chosen_Name(Program)));
   return rigsync::Exit_Usage;
 }
 

@@ -28,12 +28,16 @@ void Print(const std::string& Text) {
   if ((std::fflush(stdout) != 0 || !Written) && Reader_Is_Gone()) std::clearerr(stdout);
 }
 
+void Print_Error(const std::string& Text) {
+  std::fputs(Text.c_str(), stderr);
+}
+
 void Warn(const std::string& Text) {
-  fmt::print(stderr, "{}", Folded("rigsync: warning: " + Text, 0));
+  Print_Error(Folded("rigsync: warning: " + Text, 0));
 }
 
 void Complain(const std::string& Text) {
-  fmt::print(stderr, "{}", Folded("rigsync: " + Text, 0));
+  Print_Error(Folded("rigsync: " + Text, 0));
 }
 
 }  // namespace rigsync

@@ -50,6 +50,10 @@ CLI::Option* Require_Choice(Command_Line& Line, CLI::Option* Option,
 // error; any other error is reported at the end of the program.
 void Print(const std::string& Text);
 
+// Text on standard error. Where that can't be written, the text is lost and the command goes on:
+// its exit status still says how it ended.
+void Print_Error(const std::string& Text);
+
 // A warning on standard error, folded.
 void Warn(const std::string& Text);
 

@@ -123,7 +123,8 @@ std::string Write_Results(const fs::path& Out, const Calibration_Result& Result)
 void Report_Exception(const Calibration_Result& Result) {
   Complain("an exception ended the calibration: " + Result.Exception);
   if (Result.Run_Log.empty()) return;
-  fmt::print(stderr, "  The run log shows how far the run got:\n  {}\n", Result.Run_Log.string());
+  Print_Error(
+      fmt::format("  The run log shows how far the run got:\n  {}\n", Result.Run_Log.string()));
 }
 
 void Report_Result(const Calibration_Result& Result, const fs::path& Out) {

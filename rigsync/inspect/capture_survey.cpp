@@ -152,14 +152,14 @@ std::optional<Pose_Spread> Measure_Poses(const std::vector<Board_Pose>& Poses) {
 void Judge_Image_Count(std::size_t Image_Count, Findings& List) {
   if (Image_Count >= Least_Boards) return;
   if (Image_Count == 0) {
-    List.Add(
-        {"no_images",
-         Level::Error,
-         "The file lists no images.",
-         "",
-         "Check that this is the capture's CSV file and that no data line begins with a capital "
-         "T.",
-         {}});
+    List.Add({"no_images",
+              Level::Error,
+              "The file lists no images.",
+              "",
+              "Check that this is the capture's CSV file. A line that begins with a capital T "
+              "counts as a "
+              "header line.",
+              {}});
     return;
   }
   List.Add({"too_few_images",
@@ -180,8 +180,10 @@ void Judge_Board_Count(std::size_t Usable_Count, std::size_t Image_Count, Findin
                           "ends with code 4.",
                           Usable_Count, Image_Count, Least_Boards),
               "",
-              "Check the image paths and --board (inner corners, columns first), then take more "
-              "images.",
+              Usable_Count == Image_Count
+                  ? "Take more images."
+                  : "Check the image paths and --board (inner corners, columns first), then take "
+                    "more images.",
               {}});
   } else if (Usable_Count < Enough_Boards) {
     List.Add(

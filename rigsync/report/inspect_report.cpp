@@ -113,7 +113,7 @@ std::string Verdict_Text(const Findings& List, bool Colour) {
              " the capture is ready to be calibrated.\n";
     case Level::Warning:
       return "\n" + Painted(Style::Warning, Counted(Warnings, "warning") + ":", Colour) +
-             " the capture can be calibrated, but check the findings first.\n";
+             " check the findings before you calibrate.\n";
     case Level::Error:
       break;
   }

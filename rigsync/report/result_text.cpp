@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace rigsync {
 namespace {
@@ -186,10 +187,13 @@ std::string Mount_Text(const std::vector<double>& Transform, bool Colour) {
   if (Transform.empty()) return {};
   std::string Text = Heading("Transform_Cam_Tc (tracker to camera; last column in metres)", Colour);
   for (int r = 0; r < 4; ++r) Text += "  " + Transform_Row_Text(Transform, r) + "\n";
+  const double Position[] = {Transform[3], Transform[7], Transform[11]};
+  const auto Is_Finite = [](double Value) { return std::isfinite(Value); };
+  if (!std::all_of(std::begin(Position), std::end(Position), Is_Finite)) return Text;
   return Text + Folded(fmt::format("Seen from the camera, the tracker is {}, {} and {}.",
-                                   Direction_Text(Transform[3], "to the right", "to the left"),
-                                   Direction_Text(Transform[7], "down", "up"),
-                                   Direction_Text(Transform[11], "ahead", "behind")),
+                                   Direction_Text(Position[0], "to the right", "to the left"),
+                                   Direction_Text(Position[1], "down", "up"),
+                                   Direction_Text(Position[2], "ahead", "behind")),
                        2);
 }
 

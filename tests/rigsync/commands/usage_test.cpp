@@ -251,4 +251,19 @@ TEST(Usage, AWrongCommandLineEndsWithStatus2AndAMessageThatNamesTheMistake) {
   }
 }
 
+// A disk that is full, or a reader who is gone: the message is lost and the status is not.
+TEST(Usage, AMessageThatCannotBeWrittenLeavesTheExitStatusAsItIs) {
+  const std::string Program = RIGSYNC_PROGRAM;
+  const Scratch_Folder Scratch;
+  const std::string Narrow_Board = " board --board 11x8 --square 29mm --paper a3 -o '" +
+                                   (Scratch.Path() / "b.svg").string() + "'";
+  const std::pair<std::string, int> Cases[] = {
+      {" calibrat", 2}, {" export /none.json --to ue5", 2}, {Narrow_Board, 0}};
+  for (const auto& [Arguments, Status] : Cases) {
+    SCOPED_TRACE(Arguments);
+    EXPECT_EQ(Run_Program("/bin/sh", {"-c", Program + Arguments + " 2>/dev/full"}).Status, Status);
+  }
+  EXPECT_THAT(Run_Program("/bin/sh", {"-c", Program + Narrow_Board}).Error, HasSubstr("warning"));
+}
+
 }  // namespace

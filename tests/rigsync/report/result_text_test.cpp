@@ -253,7 +253,8 @@ TEST(ResultText, AResultWhoseNumbersAreNotFiniteIsNotCalledGood) {
   EXPECT_THAT(Text,
               AllOf(HasSubstr("Code 0, but the result must not be used"), HasSubstr("Next step"),
                     Not(HasSubstr("within every limit")), Not(HasSubstr("Export it")),
-                    HasSubstr("\n  reprojection error               nan px\n")));
+                    HasSubstr("\n  reprojection error               nan px\n"),
+                    Not(HasSubstr("Seen from the camera"))));
 }
 
 }  // namespace
