@@ -1,22 +1,22 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=bash
 #
-# Installs a Debian of any release into a folder, for scripts that ask how the project does on it:
-# they source this. Such a system is entered with chroot, and nothing is ever mounted into it.
+# Functions that install a Debian of any release into a folder, for scripts that source this file
+# and test the project there. The system is entered with chroot, and nothing is ever mounted in it.
 
 die() {
   echo "$(basename "$0"): $*" >&2
   exit 1
 }
 
-# Removes a folder and all in it, but refuses where something is mounted: it would be emptied too.
+# Removes a folder and its contents, unless something is mounted in it, which would be emptied too.
 remove_folder() {
   if grep -q -F " $1" /proc/mounts; then die "something is mounted in $1; unmount it first"; fi
   rm -rf --one-file-system "$1"
 }
 
-# Ends the script where no system can be installed. Sets "codename", this machine's release, and
-# what install_system needs: the mirror that this machine's apt takes Debian from, and its proxy.
+# Ends the script if no system can be installed. Sets "codename", this machine's release, and what
+# install_system needs: the mirror and the proxy that this machine's apt uses.
 prepare_systems() {
   local proxy=
   [ "$(id -u)" -eq 0 ] || die "debootstrap and chroot need root"
@@ -39,8 +39,8 @@ apt_in() {
     </dev/null
 }
 
-# install_system SUITE FOLDER [PACKAGE...]: a smallest Debian with these packages, unless it is
-# there from an earlier run. What is printed goes to FOLDER.log, and its end is shown when it fails.
+# install_system SUITE FOLDER [PACKAGE...]: installs a minimal Debian with these packages, unless an
+# earlier run did. The output goes to FOLDER.log; on failure its end is shown.
 install_system() {
   local suite=$1 root=$2
   shift 2
