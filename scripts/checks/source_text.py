@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What coverage and mutate share: reading the library's source just far enough to know its tokens
-and statements, and reading the committed lists of what no test reaches or sees."""
+"""Shared by coverage and mutate: reads the tokens and statements of the library's source, and the
+committed lists of what no test reaches or notices."""
 import collections
 import pathlib
 import re
@@ -8,11 +8,11 @@ import sys
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 FOLDERS = ("core", "core/base", "core/capture", "core/solver", "core/export")
-# The program with each folder's tests, and the one with the whole runs.
+# The test program of each folder, and that of the whole runs.
 PROGRAMS = {folder: f"{folder.replace('/', '_')}_tests" for folder in FOLDERS}
 PROGRAMS["core"] = "core_calibration_tests"
 PROGRAMS["whole"] = "whole_tests"
-# What no test can reach: the list and the fields of its blocks.
+# The list of what no test can reach, and the fields of its blocks.
 UNREACHABLE = (TOP / "scripts" / "checks" / "coverage-unreachable.txt",
                ("file", "line", "missed", "reason"))
 
@@ -22,8 +22,8 @@ def squeeze(text):
 
 
 def read_blocks(path, fields):
-    """The blocks of a list: "name: value" lines, each going on in indented lines, up to an empty
-    line. Gives a dictionary for each block."""
+    """The blocks of a list, each as a dictionary. A block has "name: value" lines, which continue
+    in indented lines, and ends at an empty line."""
     blocks, block, name = [], {}, None
     for number, line in enumerate(path.read_text().splitlines() + [""], 1):
         if line.startswith("#"):
@@ -55,7 +55,7 @@ TOKEN = re.compile(
 
 
 def blank_preprocessor(text):
-    """Directives, and what isn't compiled here, become blanks: positions stay."""
+    """Replaces directives and code for other systems by blanks, so that positions stay."""
     lines, skipping = [], False
     for line in text.split("\n"):
         directive = re.match(r"\s*#\s*(\w+)(.*)", line)
@@ -76,7 +76,7 @@ def tokens_of(text):
 
 
 class Source:
-    """A file's tokens, which bracket belongs to which, and where statements begin and end."""
+    """A file's tokens, its pairs of brackets, and where its statements begin and end."""
 
     def __init__(self, path):
         self.path = path
@@ -118,7 +118,7 @@ class Source:
                 first = i + 1
 
     def spaced(self, i):
-        """Whether a blank or a line end stands on both sides: an operator of two operands."""
+        """Whether there is white space on both sides: an operator of two operands."""
         token = self.tokens[i]
         return self.text[token.start - 1].isspace() and self.text[token.end].isspace()
 
@@ -130,7 +130,7 @@ class Source:
         return [token.text for token in self.tokens[first:end]]
 
     def is_text(self, i):
-        """Whether a plus joins texts: a literal or a number's text stands beside it."""
+        """Whether a plus joins texts: one side is a literal or the text of a number."""
         around = self.group[i]
         first, end = self.statement.get(i, (i, i + 1))
         if around >= 0 and around >= first:
@@ -140,7 +140,7 @@ class Source:
                    for token in self.tokens[first:end])
 
     def operand_before(self, i):
-        """The first token of the operand that ends in front of token i, or None."""
+        """The first token of the operand that ends before token i, or None."""
         j = i - 1
         while True:
             if self.tokens[j].text in (")", "]"):
@@ -161,7 +161,7 @@ class Source:
             return j
 
     def operand_after(self, i):
-        """The last token of the operand that begins behind token i, or None."""
+        """The last token of the operand that begins after token i, or None."""
         j = i + 1
         if self.tokens[j].text == "(":
             j = self.partner[j]
