@@ -34,7 +34,7 @@ std::string Chosen_Name(const CLI::App& Program) {
   return &Command == &Program ? Program.get_name() : Program.get_name() + " " + Command.get_name();
 }
 
-// Prints what is wrong and where help is. A user who asked for help gets that instead.
+// Prints the error and how to get help, or the help itself if the user asked for it.
 int Report(const CLI::App& Program, const Usage_Error& Error) {
   if (Chosen_Command(Program).get_help_ptr()->count() > 0) return Program.exit(CLI::CallForHelp());
   rigsync::Complain(rigsync::One_Line(Error.what()));
@@ -42,7 +42,7 @@ int Report(const CLI::App& Program, const Usage_Error& Error) {
   return rigsync::Exit_Usage;
 }
 
-// -20 or 50mm: a part of a list, as --board-euler 12 -20 8 leaves it over.
+// Whether a word is probably part of a list, such as -20 and 8 in --board-euler 12 -20 8.
 bool Begins_Like_A_Number(const std::string& Word) {
   const std::size_t First = Word.find_first_not_of("+-.");
   return First != std::string::npos && Word[First] >= '0' && Word[First] <= '9';
@@ -64,8 +64,8 @@ Usage_Error Unexpected_Argument(const CLI::App& Program) {
   return Usage_Error("unexpected argument '" + First + "'; a value with spaces needs quotes");
 }
 
-// The parser's errors say in English only which option they are about. The functions below find it
-// in what the parser has read by then.
+// The parser's errors name their option only in an English sentence. The functions below find the
+// option from what the parser has read so far.
 
 Usage_Error Missing_Option(const CLI::App& Program, const CLI::RequiredError& Error) {
   for (const CLI::Option* Option : Chosen_Command(Program).get_options()) {
@@ -104,7 +104,7 @@ Usage_Error Conflicting_Options(const CLI::App& Program, const CLI::ExcludesErro
   return Usage_Error(Error.what());
 }
 
-// The parser would take a first word that is neither command nor flag for a missing command.
+// The parser would report a first word that is neither command nor flag as a missing command.
 void Require_Command(const CLI::App& Program, const std::vector<std::string>& Words) {
   std::string Expected;
   for (const CLI::App* Command : Program.get_subcommands([](const CLI::App*) { return true; })) {
@@ -138,7 +138,7 @@ int Run(const std::vector<std::string>& Words) {
   } catch (const CLI::ExtrasError&) {
     return Report(Program, Unexpected_Argument(Program));
   } catch (const CLI::RequiredError& Error) {
-    // What is missing may be there under a wrong name.
+    // The missing option may have been misspelt.
     const bool Has_Extra = !Program.remaining(/*recurse=*/true).empty();
     return Report(Program,
                   Has_Extra ? Unexpected_Argument(Program) : Missing_Option(Program, Error));

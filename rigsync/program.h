@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The whole command line, made in one place for the program itself and for the tool that writes
-// its man page and completion.
+// The whole command line, for the program itself and for the tool that writes its man page and
+// completion.
 #ifndef RIGSYNC_PROGRAM_H
 #define RIGSYNC_PROGRAM_H
 
@@ -11,7 +11,7 @@
 
 namespace rigsync {
 
-// All commands with their flags, helps and footers.
+// All commands with their flags and help texts.
 std::unique_ptr<Command_Line> Make_Command_Line();
 
 }  // namespace rigsync

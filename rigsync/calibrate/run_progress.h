@@ -41,8 +41,8 @@ class Time_Estimate {
 // The line on a terminal, without the time: "Finding boards: 12 of 40 images, 11 found".
 std::string Progress_Text(const Run_Report& Report, std::size_t Images);
 
-// The line that announces a step where standard error is no terminal; empty for steps that take no
-// noticeable time.
+// The line that announces a step where standard error is not a terminal; empty for steps that take
+// no noticeable time.
 std::string Step_Text(const Run_Report& Report, std::size_t Images);
 
 // Follows the run log in Run_Folder on a thread of its own during its lifetime. It writes to what

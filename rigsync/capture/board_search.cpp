@@ -24,8 +24,8 @@ constexpr std::size_t Least_Fitted = 3;
 // it.
 constexpr std::size_t Most_Fitted = 60;
 
-// Reads an image. An empty one is Unreadable or Refused, as State then says. Decoders print
-// warnings on standard error, which are not for the user: the state already says it.
+// Reads an image. For an empty one, State is Unreadable or Refused. The decoders' warnings on
+// standard error are suppressed, because State reports the same.
 cv::Mat Read_Image(const fs::path& File, Image_State& State) {
   const Quiet_Output Quiet(true);
   State = Image_State::Unreadable;

@@ -27,7 +27,7 @@ using Field_List = std::vector<std::string>;
 
 constexpr std::string_view Utf8_Mark = "\xef\xbb\xbf";
 
-// The library cuts a line at every comma and knows no quotes.
+// The library splits a line at every comma, also inside quotes.
 Field_List Split_Fields(const std::string& Text) {
   Field_List Fields;
   for (std::size_t Start = 0;;) {
@@ -124,7 +124,7 @@ Byte_Order_Mark Find_Mark(std::string_view First_Line) {
                                                     : Byte_Order_Mark::None;
 }
 
-// Of a line that the library takes for an image. Text and Fields are without a byte-order mark.
+// The kind of a line that the library takes for an image. Text and Fields have no byte-order mark.
 Line_Kind Image_Line_Kind(const std::string& Text, const Field_List& Fields) {
   if (Is_Blank(Text)) return Line_Kind::Blank;
   if (Looks_Like_A_Header(Fields)) return Line_Kind::Header_Like;

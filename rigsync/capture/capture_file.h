@@ -61,10 +61,10 @@ struct Capture_Line {
   char Separator = ',';     // ';' or '\t' for Line_Kind::Other_Separator
   // 16 fields or more, and a number in each field of the samples.
   bool Has_All_Numbers = false;
-  // Of fields after the 16th: whether all are blank.
+  // Whether all fields after the 16th are blank. False without such fields.
   bool Are_Surplus_Fields_Blank = false;
-  // Of an Image, by index: field 0 when it is not a number, and fields of the samples. A missing
-  // field is not among them.
+  // For an Image, by index: field 0 when it is not a number, and faulty fields of the samples.
+  // Missing fields are not listed.
   std::vector<Faulty_Field> Faulty_Fields;
 };
 

@@ -13,7 +13,7 @@
 namespace rigsync {
 
 enum class Path_State {
-  Not_An_Image,  // the row's Is_Image is false; its path is not looked at
+  Not_An_Image,  // the row's Is_Image is false; its path is not examined
   Empty,         // blanks only
   Missing,
   Not_A_File,  // a folder, for example

@@ -70,7 +70,7 @@ std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& 
   for (const Capture_Image& Image : Images) {
     const std::filesystem::path Folder = Reprojection_Name(Image.Name).parent_path();
     if (Folder.empty() || Created_Folders.count(Folder) != 0) continue;
-    // An image that doesn't exist has no reprojection image, and a file that is no CSV must not
+    // An image that doesn't exist has no reprojection image, and a file that is not a CSV must not
     // create folders.
     if (!Is_File(Image_Root / Image.Name)) continue;
     if (Make_Folders(Out, Folder)) {

@@ -20,7 +20,7 @@ struct Tracker_Sample {
   }
 };
 
-// The rotation that a sample's quaternion stands for: Direction_Body = Rotation * Direction_Base.
+// The rotation of a sample's quaternion: Direction_Body = Rotation * Direction_Base.
 // A quaternion of length 0 is no rotation and is returned as it is.
 Eigen::Quaterniond Sample_Rotation_Body_Base(const Tracker_Sample& Sample);
 

@@ -18,7 +18,7 @@ _rigsync_offer_paths() {
   mapfile -t COMPREPLY < <(compgen "$2" -- "$1")
 }
 
-# Offers what an entry of a table stands for: a file, a folder, or one of some words.
+# Offers the completions of a kind of value: files, folders, or a list of words.
 _rigsync_offer_value() {
   local current=$1 kind=$2
   case $kind in

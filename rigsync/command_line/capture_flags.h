@@ -57,7 +57,7 @@ class Stage_Values {
 };
 
 // The folder that relative image paths start from, absolute: --image-root, or the folder of the
-// CSV. Throws Usage_Error when --image-root is no folder or CAPTURE is empty.
+// CSV. Throws Usage_Error when --image-root is not a folder or CAPTURE is empty.
 std::filesystem::path Image_Root_Of(const Capture_Arguments& Arguments);
 
 }  // namespace rigsync

@@ -14,8 +14,8 @@
 
 namespace rigsync {
 
-// The command line as CLI11 parses it, and what CLI11 has no place for. Options and actions refer
-// to this object, so it stays where it was made.
+// The command line as CLI11 parses it, and what CLI11 cannot store. Options and actions refer to
+// this object, so it cannot be copied or moved.
 struct Command_Line {
   Command_Line() = default;
   Command_Line(const Command_Line&) = delete;
@@ -24,7 +24,7 @@ struct Command_Line {
   CLI::App Program;
 
   // What the chosen command does: set while the command line is parsed, called afterwards. Returns
-  // the exit status. Throws Usage_Error for mistakes that only show at work; other exceptions end
+  // the exit status. Throws Usage_Error for mistakes that parsing cannot find; other exceptions end
   // in status 70.
   std::function<int()> Action;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The man page and the tables of the completion for bash, made from the command line's own helps: a
+// The man page and the tables of the completion for bash, made from the command line's own help: a
 // command or flag that is added there is in both without a change here.
 #ifndef RIGSYNC_COMMAND_LINE_DOCUMENTS_H
 #define RIGSYNC_COMMAND_LINE_DOCUMENTS_H

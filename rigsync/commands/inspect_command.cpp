@@ -58,7 +58,7 @@ Inspection_Inputs Read_Inputs(const Inspect_Arguments& Arguments) {
   return Inputs;
 }
 
-// On a terminal, a line that is updated in place and cleared at the end. Nothing elsewhere.
+// Shows a line that is updated in place and cleared at the end, on a terminal only.
 Search_Progress Progress_Line() {
   const auto Shown = std::make_shared<Progress_Output>(Is_Terminal(stderr) ? Progress_Kind::Line
                                                                            : Progress_Kind::None);

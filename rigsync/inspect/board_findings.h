@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Judgement of the images and of the boards in them: files that are no images, images of another
-// size, images without a board, boards and lenses that fit badly.
+// Judgement of the images and of the boards in them: files that cannot be read as images, images
+// of another size, images without a board, boards and lenses that fit badly.
 #ifndef RIGSYNC_INSPECT_BOARD_FINDINGS_H
 #define RIGSYNC_INSPECT_BOARD_FINDINGS_H
 

@@ -10,7 +10,7 @@
 namespace rigsync {
 
 // Adds findings about the file's encoding, and about each line's kind, field count, numbers and
-// carriage returns. docs/inspect.md lists them. Of a file in UTF-16 only the encoding is judged.
+// carriage returns. docs/inspect.md lists them. For a file in UTF-16, only the encoding is judged.
 void Judge_Capture_File(const Capture_File& File, Findings& List);
 
 }  // namespace rigsync

@@ -531,8 +531,8 @@ void Add_Handedness(const Agreement& Measured, Findings& List) {
             {}});
 }
 
-// The length of a metre of the trackers in metres of the board. The sign of a reversed scale has a
-// finding of its own.
+// The length of a metre of the trackers in metres of the board. The sign of a reversed scale is
+// reported by another finding.
 double Scale_Size(const Agreement& Measured) {
   return Measured.Axes == Handedness::Left ? std::abs(*Measured.Scale) : *Measured.Scale;
 }

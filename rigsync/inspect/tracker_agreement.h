@@ -33,8 +33,9 @@
 
 namespace rigsync {
 
-// Of the samples' axes. Left-handed axes show as a scale below 0, whichever axis is mirrored.
-// Positions and quaternions that are mirrored relative to each other do not fit with any scale.
+// The handedness of the samples' axes. Left-handed axes show as a scale below 0, whichever axis is
+// mirrored. Positions and quaternions that are mirrored relative to each other do not fit with any
+// scale.
 enum class Handedness {
   Right,                 // or not known
   Left,                  // positions and quaternions alike

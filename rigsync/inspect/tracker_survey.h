@@ -17,7 +17,7 @@ namespace rigsync {
 
 // Adds, by line, quaternions of length 0 or far from length 1, samples that repeat those of the
 // previous row, and positions that jump, are exactly 0 or are in the wrong unit. Rows that are not
-// sound have findings of their own and are skipped.
+// sound are skipped: other findings report them.
 void Judge_Samples(const std::vector<Capture_Row>& Rows, Findings& List);
 
 // Whether a row is sound and both of its quaternions have a length above 0.
