@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 #
-# draw_accuracy.py CSV DOCS: draws what the program 'accuracy' measured, one SVG with millimetres
-# and degrees for each thing that grows, and writes the medians into the tables of DOCS/accuracy.md.
+# draw_accuracy.py CSV DOCS: draws the results of the program 'accuracy', one SVG with millimetres
+# and degrees for each sweep, and writes the medians into the tables of DOCS/accuracy.md.
 import collections
 import csv
 import os
@@ -19,7 +19,7 @@ import matplotlib.ticker  # noqa: E402
 LIBRARY = "rigsync_core"
 PEERS = ["Park", "Horaud", "Daniilidis", "Shah", "Li"]
 SOLVERS = [LIBRARY, *PEERS]
-# Distinct in print and for colour-blind readers: a colour and a mark each.
+# Each has its own colour and marker, distinct in print and for colour-blind readers.
 STYLES = {
     LIBRARY: ("#000000", "o", 2.2),
     "Park": ("#0072b2", "s", 1.0),
@@ -28,7 +28,7 @@ STYLES = {
     "Shah": ("#009e73", "D", 1.0),
     "Li": ("#cc79a7", "x", 1.0),
 }
-# What grows: the plot's axis and the table's first column.
+# The quantity of each sweep: its axis in the plot, and the first column of its table.
 SWEEPS = {
     "noise": ("tracker noise, mm on each axis (and a tenth of it in degrees)", "Noise, mm"),
     "images": ("images", "Images"),
@@ -38,7 +38,7 @@ SWEEPS = {
                        "Error, degrees"),
 }
 
-# The peers take no estimate, so their figures are the same in every row of these: written once.
+# The peers take no estimate, so their figures are the same in every row and are written once.
 ESTIMATE_SWEEPS = ("estimate-offset", "estimate-angle")
 
 
@@ -77,7 +77,7 @@ def draw(sweep, points, target):
                           [max(found, default=float("nan")) for found in ours],
                           color="#000000", alpha=0.12, linewidth=0)
         axis.set_yscale("log")
-        # Numbers as in the tables, and enough of them to read a value where an axis spans little.
+        # Numbers as in the tables, and enough ticks to read a value on an axis of small range.
         for ticks in (axis.yaxis.set_major_formatter, axis.yaxis.set_minor_formatter):
             ticks(matplotlib.ticker.FuncFormatter(lambda value, _: f"{value:g}"))
         axis.yaxis.set_minor_locator(matplotlib.ticker.LogLocator(subs=(2, 5)))
@@ -114,7 +114,7 @@ def sweep_table(sweep, points):
 
 
 def peers_table(data):
-    """The peers' figures, whatever the estimate."""
+    """The figures of the peers, which do not depend on the estimate."""
     rows = {tuple(cell(runs[solver]) for solver in PEERS)
             for sweep in ESTIMATE_SWEEPS for runs in data[sweep].values()}
     if len(rows) != 1:

@@ -13,7 +13,7 @@ import matplotlib.pyplot as plt  # noqa: E402  (the backend has to be chosen fir
 sys.dont_write_bytecode = True
 from performance_tables import Measured, Refused  # noqa: E402
 
-# Label, stages of the run log, colour, mark: distinct in print and for colour-blind readers.
+# Label, stages of the run log, colour, marker: distinct in print and for colour-blind readers.
 STAGES = [
     ("lens solve", ["lens"], "#d55e00", "o"),
     ("reprojection images", ["writing"], "#0072b2", "s"),
@@ -27,7 +27,7 @@ def draw(measured, target):
     times = [[measured(*(f"growth/{images}/{stage}_s" for stage in stages)) for images in counts]
              for _, stages, _, _ in STAGES]
     figure, (stacked, lines) = plt.subplots(1, 2, figsize=(9, 3.6), layout="constrained")
-    # The first stands on top, as in the legend.
+    # The first is on top, as in the legend.
     stacked.stackplot(counts, *reversed(times), colors=[stage[2] for stage in reversed(STAGES)],
                       labels=[stage[0] for stage in reversed(STAGES)], alpha=0.75, linewidth=0)
     stacked.plot(counts, [sum(parts) for parts in zip(*times)], color="#000000", marker="o",

@@ -3,8 +3,8 @@
 #
 # draw_result.py RESULT PICTURE: draws one reprojection image of a calibration. RESULT is the
 # result.json of a run whose folder still exists. On the left is the kept image whose reprojection
-# error is nearest the mean of the run, on the right a part of it, magnified so that the dots at the
-# corners (red: found, blue over it: predicted) can be told apart.
+# error is nearest the mean of the run, on the right a magnified part of it, which shows the dots at
+# the corners separately (red: found, blue on top: predicted).
 import json
 import pathlib
 import sys

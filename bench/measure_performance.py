@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""measure_performance.py [--tiny] [--busy] BUILD TARGET: measures what docs/performance.md tells,
-with the programs of the folder BUILD, and writes every figure by name into the JSON file TARGET.
+"""measure_performance.py [--tiny] [--busy] BUILD TARGET: takes the measurements of
+docs/performance.md with the programs in BUILD, and writes every figure by name into the JSON file
+TARGET.
 
 Refuses to begin while other programs take more than a tenth of the processors, unless --busy is
-given. --tiny measures a few small images, to see that everything runs. Captures lie in a folder of
-their own in BUILD while it measures. Nothing is written when a program fails.
+given. --tiny measures a few small images, to test the script. Captures are kept in a temporary
+folder in BUILD. Nothing is written if a program fails.
 """
 import argparse
 import contextlib
@@ -24,14 +25,14 @@ import time
 sys.dont_write_bytecode = True
 from performance_tables import OTHERS_LIMIT  # noqa: E402
 
-# Counts of images map to how often they are measured, turn by turn; the fastest time stands. Runs
-# of many images take so long that one has to do.
+# Numbers of images with how often each is measured, in turn; the fastest time counts. Runs of many
+# images take so long that they are measured once.
 WHOLE = {
     "ratio": {"images": 24, "repetitions": 5, "sizes": ["1280x720", "1920x1080", "3840x2160"]},
     "size": "1920x1080",
-    # Of the long capture's images this one comes first, and behind the last the first follows.
-    # About every fifth dozen doesn't pass the filter; the one that begins here does, and eight
-    # are left.
+    # The index of the first image that is used of the long capture; after its last image comes its
+    # first. With about one in five dozens the filter keeps too few images. It keeps eight of the
+    # dozen that begins here.
     "first": 108,
     "growth": {"20": 3, "40": 3, "60": 2, "80": 2, "120": 1, "160": 1},
     "stages": {"24": 3, "80": 2},
@@ -53,7 +54,7 @@ TINY = {
     "memory": {"images": 12, "sizes": ["640x360", "720x405"]},
     "exports": {"repetitions": 1, "seconds": 0.01},
 }
-# Noise of a usual stage, as in bench/accuracy.cpp.
+# The tracker noise of bench/accuracy.cpp.
 NOISE = ["--position-noise", "0.3mm", "--rotation-noise", "0.03"]
 SEED = 4
 
@@ -66,7 +67,7 @@ def say(text):
 
 
 def run(*command, statuses=(0,), **options):
-    """Standard output of a program, and how many seconds it took."""
+    """Standard output of a program, and its duration in seconds."""
     began = time.perf_counter()
     done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE,
                           stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True,
@@ -79,7 +80,7 @@ def run(*command, statuses=(0,), **options):
 
 
 class Processors:
-    """What the processors did since this was made, in seconds of one of them."""
+    """The processor time used since construction, in seconds of one processor."""
 
     def __init__(self):
         self.before = self.now()
@@ -97,7 +98,7 @@ class Processors:
         return sum(ticks), sum(ticks) - idle - ours
 
     def others_share(self):
-        """The part of all processors' time that went to other programs."""
+        """The share of all processor time that other programs used."""
         all_seconds, others = (after - before for after, before in zip(self.now(), self.before))
         return max(others, 0.0) / all_seconds
 
@@ -107,8 +108,8 @@ def require_idle():
     time.sleep(3)
     share = processors.others_share()
     if share > OTHERS_LIMIT:
-        sys.exit(f"performance: other programs take {share:.0%} of the processors, so that times "
-                 "would mean nothing. Wait for them to end, or give --busy.")
+        sys.exit(f"performance: other programs take {share:.0%} of the processors, so the times "
+                 "would be wrong. Wait for them to end, or use --busy.")
 
 
 def processor_name():
@@ -116,7 +117,7 @@ def processor_name():
         found = re.search(r"^model name\s*:\s*(.*)$", source.read(), re.M)
     if not found:
         return os.uname().machine
-    # "Intel(R) Xeon(R) CPU E5 @ 2.60GHz" and the like
+    # For example "Intel(R) Xeon(R) CPU E5 @ 2.60GHz".
     name = re.sub(r"\((R|TM)\)|@.*|\b(CPU|Processor)\b", " ", found.group(1), flags=re.I)
     return " ".join(name.split())
 
@@ -136,7 +137,7 @@ class Measurement:
         shutil.rmtree(made)
 
     def benchmark(self, name, *arguments, statuses=(0,)):
-        """What a program that uses Google Benchmark measured, by benchmark."""
+        """The measurements of a program that uses Google Benchmark, by benchmark."""
         target = self.work / f"{name}.json"
         run(self.build / "bench" / name, *arguments, f"--benchmark_out={target}",
             "--benchmark_out_format=json", statuses=statuses,
@@ -148,7 +149,7 @@ class Measurement:
 
     def ratios(self):
         wanted = self.plan["ratio"]
-        # 1 is the status for a ratio above the limit, which is a result too.
+        # Status 1 is for a ratio above the limit, which is a result too.
         for found in self.benchmark("calibration_bench", wanted["images"], wanted["repetitions"],
                                     *wanted["sizes"], statuses=(0, 1)):
             size = found["name"].split("/")[1]
@@ -173,7 +174,7 @@ class Measurement:
                    "--seed", SEED, "--paths", "relative", *NOISE)[1]
 
     def some_lines(self, capture, images):
-        """A CSV beside the capture's own, with some of its images."""
+        """Writes a second CSV into the capture's folder, with some of its images."""
         header, *lines = (capture / "capture.csv").read_text().splitlines(keepends=True)
         first = self.plan["first"] % len(lines)
         target = capture / f"capture-{images}.csv"
@@ -195,7 +196,7 @@ class Measurement:
         return figures
 
     def keep_fastest(self, place, figures, by):
-        """All figures of the fastest run, so that its stages add up."""
+        """Keeps all figures of the fastest run, so that its stages add up."""
         if figures[by] < self.figures.get(f"{place}/{by}", float("inf")):
             for name, value in figures.items():
                 self.figures[f"{place}/{name}"] = value
@@ -224,7 +225,7 @@ class Measurement:
     def inspect(self, capture):
         csv = self.some_lines(capture, self.plan["beside"])
         for _ in range(self.plan["inspect"]):
-            # 1 and 2 are for findings in the capture, and it has none but what noise makes.
+            # Status 1 is for warnings, which tracker noise can cause.
             seconds = run(self.rigsync, "inspect", csv, "--config", capture / "stage.json",
                           statuses=(0, 1))[1]
             self.keep_fastest("inspect", {"seconds": seconds}, "seconds")

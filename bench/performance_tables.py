@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""performance_tables.py [--busy] MEASURED DOCS: writes what measure_performance.py measured into
-the tables of DOCS/performance.md and, beside the error, of DOCS/capture-guide.md, and prints a
-summary.
+"""performance_tables.py [--busy] MEASURED DOCS: writes the figures of measure_performance.py
+into the tables of DOCS/performance.md and DOCS/capture-guide.md, and prints a summary.
 
-When a number is missing, isn't finite or isn't above 0, it is named, and no page is changed. The
-same when other programs took more than a tenth of the processors meanwhile, unless --busy is given.
+No page is changed if a figure is missing, not finite or not above 0, which is then named, or if
+other programs took more than a tenth of the processors during the measurement, unless --busy is
+given.
 """
 import argparse
 import datetime
@@ -18,12 +18,12 @@ import sys
 import textwrap
 
 RATIO_LIMIT = 1.05
-OTHERS_LIMIT = 0.1  # the processors' share that other programs may take while it is measured
+OTHERS_LIMIT = 0.1  # the share of the processors that other programs may take meanwhile
 MIB = 1024.0 * 1024.0
 
 
 class Refused(Exception):
-    """Why no table is written."""
+    """The reason why no table is written."""
 
 
 class Measured:
@@ -35,16 +35,16 @@ class Measured:
             self.date = datetime.date.fromisoformat(data["date"])
             self.figures = data["figures"]
         except (OSError, ValueError, KeyError) as error:
-            raise Refused(f"{path} isn't a whole measurement: {error!r}") from error
+            raise Refused(f"{path} isn't a complete measurement: {error!r}") from error
 
     def __call__(self, *names):
-        """The figure of a name; the sum of several."""
+        """The sum of the named figures."""
         return sum(self.figure(name) for name in names)
 
     def figure(self, name):
         value = self.figures.get(name)
         if not isinstance(value, (int, float)) or not math.isfinite(value) or value <= 0:
-            raise Refused(f"there is no figure '{name}', or none that can be: {value}")
+            raise Refused(f"the figure '{name}' is missing or impossible: {value}")
         return float(value)
 
     def of_machine(self, name):
@@ -57,7 +57,7 @@ class Measured:
 
 
 def seconds(value):
-    """As many digits as are worth reading."""
+    """Rounded to the significant digits."""
     if value < 0.00005:
         return "< 0.1 ms"
     if value < 0.0995:
@@ -88,7 +88,7 @@ def size_text(size):
 
 
 def machine(measured):
-    # Written out, since the names of months follow the machine's language.
+    # Not by strftime, which uses the machine's language.
     months = ("January February March April May June July August September October November "
               "December").split()
     date = f"{measured.date.day} {months[measured.date.month - 1]} {measured.date.year}"
@@ -143,8 +143,8 @@ TOGETHER = {"mount": ["mount", "verdict"]}  # stages that a row has as one
 
 
 def stage_seconds(measured, images):
-    """Seconds of each row, the log lines' last. Every line is taken to cost what one of the found
-    corners does, where nothing but lines is written."""
+    """Seconds of each row; the last row is that of the log lines. Every line is assumed to cost as
+    much as the line of a found corner, because that stage only writes lines."""
     at = f"stages/{images}/"
     line = measured(at + "corner_lines_s") / measured(at + "corner_lines_lines")
     found = {}
@@ -175,7 +175,8 @@ def stages(measured):
                         for images in counts)
     return (table(["", *(f"{images} images" for images in counts)], rows)
             + "\n\n"
-            + paragraph(f"Reprojection images are written of what the filter keeps: {written}. "
+            + paragraph("Reprojection images are written for the images that the filter keeps: "
+                        f"{written}. "
                         f"Log lines: {' and '.join(line_counts)}."))
 
 
@@ -214,7 +215,7 @@ def lens_growth(measured):
     for i in range(1, len(counts)):
         before, here = lens[i - 1] / rest[i - 1], lens[i] / rest[i]
         if before <= 1 <= here:
-            # On a straight line between two points of a plot whose axes are logarithmic.
+            # Interpolated on logarithmic axes.
             part = math.log(1 / before) / math.log(here / before) if here > before else 0.0
             even = int(counts[i - 1]) * (int(counts[i]) / int(counts[i - 1])) ** part
             return f"{text} At about {round(even, -1):.0f} images it takes as long as all else."
@@ -272,7 +273,7 @@ def command(measured):
 
 
 def accuracy_rows(page):
-    """Images -> error and refusals of the library, as docs/accuracy.md has them."""
+    """Images -> error and refusals of the library, from docs/accuracy.md."""
     block = re.search(r"<!-- images -->\n(.*?)<!-- end of images -->", page, re.S)
     if not block:
         raise Refused("accuracy.md has no table of images")
@@ -308,7 +309,7 @@ BLOCKS = {"machine": machine, "ratio": ratio, "stages": stages, "growth": growth
 
 
 def pages(measured, docs):
-    """New texts by path. Everything is made before anything is written."""
+    """The new texts by path. All are complete before any is written."""
     texts = {name: (docs / name).read_text(encoding="utf-8")
              for name in ("performance.md", "capture-guide.md", "accuracy.md")}
     page = texts["performance.md"]
