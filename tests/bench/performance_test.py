@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """performance_test.py BUILD SOURCE SCRATCH: runs the measuring programs of BUILD on tiny captures,
-and holds the tables that SOURCE's scripts write against figures that were made up by hand.
+and compares the tables that SOURCE's scripts write with invented figures.
 """
 import importlib.util
 import json
@@ -131,7 +131,7 @@ class Tables(Case):
                 "| Reprojection images: encoding, writing | 1.45 s, 41.0 % |",
                 "| Log lines | 12 ms, 0.3 % |",
                 "| **All** | **3.54 s** |",
-                "what the filter keeps: 12 of 20. Log lines: 1187 at 20 images.",
+                "the filter keeps: 12 of 20. Log lines: 1187 at 20 images.",
                 "| 80 | 14.4 s | 6.40 s | 44.4 % | 0.10 s | 54 MiB | 1.8 MiB |",
                 "| 160 | 67.2 s | 51.2 s | 76.2 % | 0.10 s | 70 MiB | 7.1 MiB |",
                 "Runs: 3 of 20 images, 3 of 40, 2 of 80, 1 of 120 and 1 of 160; the fastest of",
@@ -210,7 +210,7 @@ class Tables(Case):
         del self.data["figures"]["growth/80/lens_s"]
         self.assert_refused("growth/80/lens_s")
         del self.data["plan"]
-        self.assert_refused("isn't a whole measurement")
+        self.assert_refused("isn't a complete measurement")
 
     @unittest.skipUnless(importlib.util.find_spec("matplotlib"), "nothing to draw with")
     def test_go_with_a_plot_of_the_same_figures(self):

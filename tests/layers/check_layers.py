@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """check_layers.py TOP ROOMS COMPILER: asks the compiler, with each folder's include paths, which
 headers of the other folders it finds, and compares that with the table in CONTRIBUTING.md. The
-table also says which folders may include the headers of CLI11, cairo, JSON and TOML, which lie in
-the system's own include folder; for these the sources are read. Exit status 0 when both agree."""
+table also says which folders may include the headers of CLI11, cairo, JSON and TOML, which are in
+the system's own include folder; for these the sources are read. Exit status 0 if both agree."""
 import pathlib
 import re
 import subprocess
@@ -38,7 +38,7 @@ def seen(folders, includes):
         for header in headers(folder):
             name = header.relative_to(TOP).as_posix()
             lines.append(f'#if __has_include("{name}")\nSEES {folder}\n#endif\n')
-    # From a folder that has none of the headers: the compiler looks beside its input first.
+    # From a folder without these headers: the compiler searches the folder of its input first.
     result = subprocess.run([COMPILER, "-E", "-P", "-x", "c++", "-",
                              *(f"-I{path}" for path in includes)], cwd=ROOMS.parent,
                             input="".join(lines), capture_output=True, text=True, check=True)

@@ -83,7 +83,7 @@ endif()
 execute_process(COMMAND grep ${Grep_Flags} --regexp=${Top} --regexp=${BUILD} ${Prefix}
                 OUTPUT_VARIABLE Named RESULT_VARIABLE Status)
 if(NOT Status EQUAL 1)
-  message(FATAL_ERROR "grep ended with ${Status}; a folder of sources or build stands in\n"
+  message(FATAL_ERROR "grep ended with ${Status}; these name a folder of sources or build:\n"
                       "${Named}")
 endif()
 
@@ -117,10 +117,10 @@ Expect_Engines(${SCRATCH}/build/minimal_host)
 find_program(Pkg_Config pkg-config REQUIRED)
 set(ENV{PKG_CONFIG_PATH} ${Prefix}/${LIBDIR}/pkgconfig)
 execute_process(COMMAND ${Pkg_Config} --modversion rigsync_core
-                OUTPUT_VARIABLE Told OUTPUT_STRIP_TRAILING_WHITESPACE
+                OUTPUT_VARIABLE Found_Version OUTPUT_STRIP_TRAILING_WHITESPACE
                 COMMAND_ERROR_IS_FATAL ANY)
-if(NOT Told STREQUAL VERSION)
-  message(FATAL_ERROR "pkg-config tells version ${Told} and not ${VERSION}")
+if(NOT Found_Version STREQUAL VERSION)
+  message(FATAL_ERROR "pkg-config has version ${Found_Version} and not ${VERSION}")
 endif()
 execute_process(COMMAND ${Pkg_Config} --cflags --libs rigsync_core
                 OUTPUT_VARIABLE Words OUTPUT_STRIP_TRAILING_WHITESPACE
