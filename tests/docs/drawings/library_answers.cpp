@@ -38,15 +38,16 @@ struct Poses {
   Eigen::Matrix4d Chart_Tr;
 };
 
-// The poses of tracker rows and of a board estimate. The board stands at Cam in every image.
+// The poses of tracker rows and of a board estimate. The board is at Cam in every image.
 Poses Organize(const std::string& Log_Path, const std::vector<std::vector<double>>& Raw_Data_all,
                const std::vector<double>& Euler_Deg, const std::vector<double>& Translation) {
   const cv::Mat At_Cam = cv::Mat::zeros(static_cast<int>(Raw_Data_all.size()), 3, CV_64F);
-  Poses Made;
-  Require_Success(OrganizeRT(Log_Path, Made.Base_Tc, Made.Tr_Base, Made.Chart_Tr, Made.Cam_Chart,
-                             At_Cam, At_Cam, Euler_Deg, Translation, Raw_Data_all),
-                  "OrganizeRT");
-  return Made;
+  Poses Organized;
+  Require_Success(
+      OrganizeRT(Log_Path, Organized.Base_Tc, Organized.Tr_Base, Organized.Chart_Tr,
+                 Organized.Cam_Chart, At_Cam, At_Cam, Euler_Deg, Translation, Raw_Data_all),
+      "OrganizeRT");
+  return Organized;
 }
 
 // Where the trackers of each line of the CSV are, in Base.
@@ -54,12 +55,12 @@ Json Ask_Rows(const std::string& Log_Path, const std::string& Csv_Path) {
   std::vector<std::string> Image_name;
   std::vector<std::vector<double>> Raw_Data_all;
   Require_Success(Read_Raw_Data(Log_Path, Csv_Path, Image_name, Raw_Data_all), "Read_Raw_Data");
-  const Poses Made = Organize(Log_Path, Raw_Data_all, {0, 0, 0}, {0, 0, 0});
+  const Poses Organized = Organize(Log_Path, Raw_Data_all, {0, 0, 0}, {0, 0, 0});
   Json Answer = Json::array();
-  for (std::size_t i = 0; i < Made.Base_Tc.size(); ++i) {
-    const Eigen::Matrix4d Transform_Base_Tr = Made.Tr_Base[i].inverse();
+  for (std::size_t i = 0; i < Organized.Base_Tc.size(); ++i) {
+    const Eigen::Matrix4d Transform_Base_Tr = Organized.Tr_Base[i].inverse();
     Answer.push_back({{"image", Image_name[i]},
-                      {"Transform_Base_Tc", Rows_Of(Made.Base_Tc[i])},
+                      {"Transform_Base_Tc", Rows_Of(Organized.Base_Tc[i])},
                       {"Transform_Base_Tr", Rows_Of(Transform_Base_Tr)}});
   }
   return Answer;
@@ -69,9 +70,10 @@ Json Ask_Rows(const std::string& Log_Path, const std::string& Csv_Path) {
 Json Ask_Estimates(const std::string& Log_Path, const Json& Estimates) {
   Json Answer = Json::array();
   for (const Json& Estimate : Estimates) {
-    const Poses Made = Organize(Log_Path, {}, Estimate.at("euler_deg").get<std::vector<double>>(),
-                                Estimate.at("translation").get<std::vector<double>>());
-    Answer.push_back(Rows_Of(Made.Chart_Tr.inverse()));
+    const Poses Organized =
+        Organize(Log_Path, {}, Estimate.at("euler_deg").get<std::vector<double>>(),
+                 Estimate.at("translation").get<std::vector<double>>());
+    Answer.push_back(Rows_Of(Organized.Chart_Tr.inverse()));
   }
   return Answer;
 }
@@ -83,19 +85,19 @@ Json Ask_Board(const std::string& Log_Path, const Json& Board) {
   std::vector<cv::Point3f> Board_Index;
   Build_Board_Index(Log_Path, Board_Index, Cols, Rows, Board.at("square").get<double>());
   std::vector<std::string> Image_name = Board.at("photographs").get<std::vector<std::string>>();
-  const std::size_t Given = Image_name.size();
-  std::vector<std::vector<double>> Raw_Data_all(Given, std::vector<double>(15, 0.0));
+  const std::size_t Image_Count = Image_name.size();
+  std::vector<std::vector<double>> Raw_Data_all(Image_Count, std::vector<double>(15, 0.0));
   std::vector<std::vector<cv::Point3f>> Board_Index_all;
   std::vector<std::vector<cv::Point2f>> Found;
   double Camera_Rms = 0.0;
   cv::Size Image_Size(0, 0);
   cv::Mat Camera_Matrix, Distortion, Rvecs, Tvecs;
   cv::TermCriteria Term(cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 30, 0.1);
-  // Too few images to solve a lens on, which is code 4: the corners are found by then.
+  // Too few images to solve a lens on, which is code 4: the corners have been found before that.
   const int Code = Detect_Corner_And_Calibrate(
       Log_Path, Camera_Rms, Image_Size, Camera_Matrix, Distortion, Rvecs, Tvecs, Image_name,
       Raw_Data_all, Board_Index_all, Board_Index, Found, Cols, Rows, 11, Term, 1.5f, true);
-  if (Code != 4 || Found.size() != Given) {
+  if (Code != 4 || Found.size() != Image_Count) {
     throw std::runtime_error("the board wasn't found in every photograph");
   }
   Json Answer;
