@@ -2,13 +2,14 @@
 #include "bench/bare_calls.h"
 
 #include "rigsync/capture/board_detection.h"
+#include "rigsync/capture/capture_file.h"
+#include "rigsync/capture/reprojection_paths.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <chrono>
-#include <fstream>
 #include <limits>
 #include <map>
 #include <stdexcept>
@@ -97,17 +98,13 @@ void Draw_Discs(cv::Mat& Image, const Corners& Found) {
 
 std::filesystem::path Reprojection_Path(const std::filesystem::path& Output,
                                         const std::string& Path) {
-  return Output / ("Reproject_" + Path.substr(Path.rfind('\\') + 1));
+  return Output / rigsync::Reprojection_Name(Path);
 }
 
 std::vector<std::string> Image_Paths(const std::filesystem::path& Csv) {
   std::vector<std::string> Paths;
-  std::ifstream Lines(Csv);
-  std::string Line;
-  std::getline(Lines, Line);
-  while (std::getline(Lines, Line)) {
-    const std::size_t Start = Line.find(',') + 1;
-    Paths.push_back(Line.substr(Start, Line.find(',', Start) - Start));
+  for (const rigsync::Capture_Image& Image : rigsync::Read_Image_Names(Csv)) {
+    Paths.push_back(Image.Name);
   }
   return Paths;
 }

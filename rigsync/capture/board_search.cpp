@@ -103,25 +103,6 @@ Board_Pose As_Pose(std::size_t Row, const cv::Vec3d& Rvec, const cv::Vec3d& Tvec
 
 }  // namespace
 
-const char* State_Name(Image_State State) {
-  switch (State) {
-    case Image_State::Not_An_Image:
-      return "not_an_image";
-    case Image_State::Missing:
-      return "missing";
-    case Image_State::Unreadable:
-    case Image_State::Refused:
-      return "unreadable";
-    case Image_State::No_Board:
-      return "no_board";
-    case Image_State::Other_Size:
-      return "other_size";
-    case Image_State::Board_Found:
-      return "board_found";
-  }
-  return "";
-}
-
 std::size_t Board_Search::Usable_Count() const {
   return static_cast<std::size_t>(
       std::count_if(Images.begin(), Images.end(), [](const Searched_Image& Image) {

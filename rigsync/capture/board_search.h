@@ -31,9 +31,6 @@ enum class Image_State {
   Board_Found
 };
 
-// "not_an_image", "missing" and so on; "unreadable" for Refused too.
-const char* State_Name(Image_State State);
-
 struct Searched_Image {
   Image_State State = Image_State::Missing;
   int Width = 0, Height = 0;  // pixels; 0 when the image was not opened

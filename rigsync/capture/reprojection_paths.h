@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the reprojection images of a capture will be written. The library writes them next to the
-// run log but creates no folder; the folders that it needs are created here.
+// Where the library writes the reprojection image of an image: a name in the output folder.
 #ifndef RIGSYNC_CAPTURE_REPROJECTION_PATHS_H
 #define RIGSYNC_CAPTURE_REPROJECTION_PATHS_H
 
-#include "rigsync/capture/capture_file.h"
-
 #include <filesystem>
 #include <string>
-#include <vector>
 
 namespace rigsync {
 
@@ -22,21 +18,6 @@ std::filesystem::path Reprojection_Name(const std::string& Image_Name);
 // The reprojection image could then replace another file, an original photograph for example, or be
 // written outside the output folder.
 bool Climbs_Out(const std::string& Image_Name);
-
-// Throws Usage_Error, naming the line, for the first existing image whose path climbs out.
-void Refuse_Climbing_Images(const std::filesystem::path& Csv,
-                            const std::vector<Capture_Image>& Images,
-                            const std::filesystem::path& Image_Root);
-
-// Creates, inside Out, the folders for the reprojection images of all existing images. Returns the
-// image paths whose folder can't be created: their reprojection images will be missing.
-std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& Out,
-                                                   const std::vector<Capture_Image>& Images,
-                                                   const std::filesystem::path& Image_Root);
-
-// The reprojection images of this capture that are in Folder.
-std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Folder,
-                                                         const std::vector<Capture_Image>& Images);
 
 }  // namespace rigsync
 

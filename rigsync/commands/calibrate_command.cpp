@@ -4,9 +4,9 @@
 // prepares the folders, calls the library once and reports the outcome.
 #include "rigsync/calibrate/calibration_result.h"
 #include "rigsync/calibrate/library_run.h"
+#include "rigsync/calibrate/reprojection_folders.h"
 #include "rigsync/calibrate/run_folder.h"
 #include "rigsync/capture/capture_file.h"
-#include "rigsync/capture/reprojection_paths.h"
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/capture_flags.h"
 #include "rigsync/command_line/command.h"

@@ -13,6 +13,25 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+const char* State_Name(Image_State State) {
+  switch (State) {
+    case Image_State::Not_An_Image:
+      return "not_an_image";
+    case Image_State::Missing:
+      return "missing";
+    case Image_State::Unreadable:
+    case Image_State::Refused:
+      return "unreadable";
+    case Image_State::No_Board:
+      return "no_board";
+    case Image_State::Other_Size:
+      return "other_size";
+    case Image_State::Board_Found:
+      return "board_found";
+  }
+  return "";
+}
+
 const char* Status_Name(Level Gravest) {
   switch (Gravest) {
     case Level::Note:

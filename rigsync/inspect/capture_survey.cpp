@@ -104,23 +104,6 @@ std::optional<Coverage> Measure_Coverage(const Board_Search& Search) {
   return Frame_Coverage;
 }
 
-std::vector<std::string> Map_Lines(const Coverage& Frame_Coverage) {
-  const std::string Border =
-      "+" + std::string(static_cast<std::size_t>(2 * Frame_Coverage.Cols), '-') + "+";
-  std::vector<std::string> Lines = {Border};
-  for (int r = 0; r < Frame_Coverage.Rows; ++r) {
-    std::string Line = "|";
-    for (int c = 0; c < Frame_Coverage.Cols; ++c) {
-      const int Count = Frame_Coverage.At(r, c);
-      const char Mark = Count == 0 ? ' ' : Count == 1 ? '.' : Count <= 3 ? 'o' : '#';
-      Line += std::string(2, Mark);
-    }
-    Lines.push_back(Line + "|");
-  }
-  Lines.push_back(Border);
-  return Lines;
-}
-
 std::optional<Pose_Spread> Measure_Poses(const std::vector<Board_Pose>& Poses) {
   if (Poses.empty()) return std::nullopt;
   Pose_Spread Spread;

@@ -27,9 +27,6 @@ struct Coverage {
 // None without a board.
 std::optional<Coverage> Measure_Coverage(const Board_Search& Search);
 
-// The map's lines. A cell is two characters wide, which is about the height of a line.
-std::vector<std::string> Map_Lines(const Coverage& Frame_Coverage);
-
 struct Pose_Spread {
   double Nearest = 0, Farthest = 0;         // distances of the board's centre, metres
   double Least_Tilt = 0, Largest_Tilt = 0;  // of the board against the image plane, degrees

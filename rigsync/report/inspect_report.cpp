@@ -125,6 +125,23 @@ std::string Verdict_Text(const Findings& List, bool Colour) {
 
 }  // namespace
 
+std::vector<std::string> Map_Lines(const Coverage& Frame_Coverage) {
+  const std::string Border =
+      "+" + std::string(static_cast<std::size_t>(2 * Frame_Coverage.Cols), '-') + "+";
+  std::vector<std::string> Lines = {Border};
+  for (int r = 0; r < Frame_Coverage.Rows; ++r) {
+    std::string Line = "|";
+    for (int c = 0; c < Frame_Coverage.Cols; ++c) {
+      const int Count = Frame_Coverage.At(r, c);
+      const char Mark = Count == 0 ? ' ' : Count == 1 ? '.' : Count <= 3 ? 'o' : '#';
+      Line += std::string(2, Mark);
+    }
+    Lines.push_back(Line + "|");
+  }
+  Lines.push_back(Border);
+  return Lines;
+}
+
 std::string Inspection_Text(const Inspection& Result, bool Colour) {
   std::string Text = File_Text(Result);
   if (Result.Frame_Coverage) Text += Map_Text(*Result.Frame_Coverage);

@@ -7,11 +7,16 @@
 #include "rigsync/inspect/inspection.h"
 
 #include <string>
+#include <vector>
 
 namespace rigsync {
 
 // At most Terminal_Width wide, except for lines with paths.
 std::string Inspection_Text(const Inspection& Result, bool Colour);
+
+// The lines of the coverage map. A cell is two characters wide, which is about the height of a
+// line.
+std::vector<std::string> Map_Lines(const Coverage& Frame_Coverage);
 
 }  // namespace rigsync
 

@@ -63,21 +63,6 @@ TEST(Coverage, WithoutACornerThereIsNoMap) {
   EXPECT_FALSE(rigsync::Measure_Coverage(Corners_At({{}, {}})));
 }
 
-TEST(Coverage, TheMapMarksOneTwoToThreeAndMoreImages) {
-  std::vector<std::vector<std::array<float, 2>>> Corners(4);
-  Corners[0] = {{5, 5}, {15, 5}, {25, 5}, {35, 5}};
-  Corners[1] = {{15, 5}, {25, 5}, {35, 5}};
-  Corners[2] = {{25, 5}, {35, 5}};
-  Corners[3] = {{35, 5}};
-  const std::vector<std::string> Lines =
-      rigsync::Map_Lines(*rigsync::Measure_Coverage(Corners_At(Corners)));
-  ASSERT_EQ(Lines.size(), 11u);
-  EXPECT_EQ(Lines[0], "+" + std::string(32, '-') + "+");
-  EXPECT_EQ(Lines[1], "|..oooo##" + std::string(24, ' ') + "|");
-  EXPECT_EQ(Lines[2], "|" + std::string(32, ' ') + "|");
-  EXPECT_EQ(Lines[10], Lines[0]);
-}
-
 // All cells are covered except those for which Is_Empty is true.
 Coverage Full_But(const std::function<bool(int Row, int Col)>& Is_Empty) {
   Coverage Measured{16, 9, {}};

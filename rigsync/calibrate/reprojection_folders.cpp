@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/calibrate/reprojection_folders.h"
+
+#include "rigsync/capture/reprojection_paths.h"
+#include "rigsync/system/plain_path.h"
+#include "rigsync/system/text.h"
+#include "rigsync/system/usage_error.h"
+
+#include <fmt/format.h>
+
+#include <set>
+#include <system_error>
+
+namespace rigsync {
+namespace {
+
+// Whether Path leads to something that could be an image: anything but a folder.
+bool Is_File(const std::filesystem::path& Path) {
+  std::error_code Error;
+  return std::filesystem::exists(Path, Error) && !std::filesystem::is_directory(Path, Error);
+}
+
+// Creates Relative inside Out one component at a time, so that each ".." is resolved in a folder
+// that exists.
+bool Make_Folders(const std::filesystem::path& Out, const std::filesystem::path& Relative) {
+  std::filesystem::path Folder = Out;
+  for (const std::filesystem::path& Component : Relative) {
+    if (Component.empty()) continue;
+    Folder /= Component;
+    std::error_code Error;
+    std::filesystem::create_directory(Folder, Error);
+    if (!std::filesystem::is_directory(Folder, Error)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void Refuse_Climbing_Images(const std::filesystem::path& Csv,
+                            const std::vector<Capture_Image>& Images,
+                            const std::filesystem::path& Image_Root) {
+  for (const Capture_Image& Image : Images) {
+    if (!Climbs_Out(Image.Name) || !Is_File(Image_Root / Image.Name)) continue;
+    throw Usage_Error(fmt::format(
+        "{}, line {}: the '..' in image path '{}' would place the reprojection image outside the "
+        "Reproject_ files of the output folder; expected a path without it",
+        Plain_Path(Csv).string(), Image.Line, One_Line(Image.Name)));
+  }
+}
+
+std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& Out,
+                                                   const std::vector<Capture_Image>& Images,
+                                                   const std::filesystem::path& Image_Root) {
+  std::vector<std::string> Names_Without_Folder;
+  std::set<std::filesystem::path> Created_Folders;
+  for (const Capture_Image& Image : Images) {
+    const std::filesystem::path Folder = Reprojection_Name(Image.Name).parent_path();
+    if (Folder.empty() || Created_Folders.count(Folder) != 0) continue;
+    // An image that doesn't exist has no reprojection image, and a file that is not a CSV must not
+    // create folders.
+    if (!Is_File(Image_Root / Image.Name)) continue;
+    if (Make_Folders(Out, Folder)) {
+      Created_Folders.insert(Folder);
+    } else {
+      Names_Without_Folder.push_back(Image.Name);
+    }
+  }
+  return Names_Without_Folder;
+}
+
+std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Folder,
+                                                         const std::vector<Capture_Image>& Images) {
+  std::set<std::filesystem::path> Files;  // repeated images have one reprojection image
+  for (const Capture_Image& Image : Images) {
+    const std::filesystem::path File = Folder / Reprojection_Name(Image.Name);
+    std::error_code Error;
+    if (std::filesystem::is_regular_file(File, Error)) Files.insert(File);
+  }
+  return {Files.begin(), Files.end()};
+}
+
+}  // namespace rigsync
