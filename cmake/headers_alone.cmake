@@ -6,6 +6,7 @@
 # The targets of each package that the build requires.
 set(RIGSYNC_TARGETS_OpenCV opencv_core opencv_imgproc opencv_imgcodecs opencv_calib3d)
 set(RIGSYNC_TARGETS_Eigen3 Eigen3::Eigen)
+set(RIGSYNC_TARGETS_Boost Boost::headers)
 set(RIGSYNC_TARGETS_CLI11 CLI11::CLI11)
 set(RIGSYNC_TARGETS_nlohmann_json nlohmann_json::nlohmann_json)
 set(RIGSYNC_TARGETS_fmt fmt::fmt)

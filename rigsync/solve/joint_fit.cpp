@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/solve/joint_fit.h"
+
+#include "rigsync/geometry/statistics.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace rigsync {
+namespace {
+
+// A flat likelihood of the variances takes some 150 steps, the usual one 15.
+constexpr int Most_Steps = 400;
+constexpr int Most_Halvings = 12;
+
+// A fit has settled when the step gains this little, in units of the log likelihood.
+constexpr double Settled_Gain = 1e-6;
+constexpr double Settled_Variance_Gain = 1e-4;
+
+// Unknowns that the rows leave open are known to ten metres and ten radians, which keeps every
+// matrix regular: an interval that wide says that nothing is known.
+constexpr double Open_Deviation = 10.0;
+
+// The median of the squared length of three normal values of variance 1.
+constexpr double Median_Of_Three_Squares = 2.366;
+
+// Below this nothing begins: a tenth of a thousandth of a degree, a micrometre.
+constexpr double Least_First_Variance = 1e-12;
+
+// The rows at a point, and how well they fit with given weights.
+struct Point {
+  Mounts At;
+  std::vector<Linear_Row> Rows;
+  Linear_Prior Prior;
+};
+
+Point Linearise_Point(const std::vector<Observation>& Rows, const Mounts& At,
+                      const Fit_Settings& Settings) {
+  return {At, Linearise_Rows(Rows, At, Settings), Linearise_Prior(At, Settings)};
+}
+
+// The point after the step, which is halved as long as it makes the fit worse.
+Point After_Step(const std::vector<Observation>& Rows, const Point& From,
+                 const Likelihood_Terms& Terms, const Fit_Settings& Settings) {
+  const double Squares = Weighted_Squares(From.Rows, Terms.Weights, From.Prior);
+  Unknown_Vector Step = Terms.Step;
+  Point Next = From;
+  for (int k = 0; k < Most_Halvings; ++k) {
+    Next = Linearise_Point(Rows, Moved(From.At, Step), Settings);
+    // Rounding alone makes a settled fit worse by some 1e-9 of itself.
+    if (Weighted_Squares(Next.Rows, Terms.Weights, Next.Prior) <= Squares * (1.0 + 1e-9)) break;
+    Step *= 0.5;
+  }
+  return Next;
+}
+
+// Expected information is an average: where the rows' own is larger, scoring oversteps the top and
+// goes to and fro. A step that the score then opposes is followed by shorter ones.
+struct Damped_Scoring {
+  static constexpr double Least_Factor = 1.0 / 64;
+  double Factor = 1.0;
+  Variances Last_Change = Variances::Zero();
+
+  Variances Damped(const Variances& Score, const Variances& Change) {
+    Factor = Score.dot(Last_Change) < 0.0 ? std::max(0.5 * Factor, Least_Factor)
+                                          : std::min(1.2 * Factor, 1.0);
+    Last_Change = Factor * Change;
+    return Last_Change;
+  }
+};
+
+}  // namespace
+
+std::vector<Linear_Row> Linearise_Rows(const std::vector<Observation>& Rows, const Mounts& At,
+                                       const Fit_Settings& Settings) {
+  std::vector<Linear_Row> All;
+  All.reserve(Rows.size());
+  for (const Observation& Seen : Rows) {
+    All.push_back(
+        {Linearise(Seen, At), Shape_Noise(Seen, At, Settings.Corner_Variance, Settings.Moving)});
+  }
+  return All;
+}
+
+Linear_Prior Linearise_Prior(const Mounts& At, const Fit_Settings& Settings) {
+  Linear_Prior Prior;
+  // A prior of these unknowns has no place of its own: it is where the mounts are.
+  Unknown_Vector Deviations = Unknown_Vector::Constant(Open_Deviation);
+  Deviations[Scale_Unknown] = Settings.Scale_Deviation;
+  Prior.Distance[Scale_Unknown] = -std::log(At.Square_Scale);
+  if (Settings.Prior) {
+    Deviations.segment<3>(Board_Mount).setConstant(Settings.Prior->Rotation_Deviation_Rad);
+    Deviations.segment<3>(Board_Mount + 3).setConstant(Settings.Prior->Offset_Deviation);
+    Prior.Distance.segment<6>(Board_Mount) =
+        Motion_Between(At.Transform_Tr_Chart, Settings.Prior->Transform_Tr_Chart);
+  }
+  Prior.Information = Deviations.cwiseAbs2().cwiseInverse().asDiagonal();
+  return Prior;
+}
+
+Variances First_Variances(const std::vector<Linear_Row>& Rows) {
+  std::vector<double> Turns, Shifts;
+  for (const Linear_Row& Row : Rows) {
+    Turns.push_back(Row.Model.Residual.head<3>().squaredNorm());
+    Shifts.push_back(Row.Model.Residual.tail<3>().squaredNorm());
+  }
+  // The rotations of two trackers share what they do to a turn.
+  return {1.0, std::max(Median(Turns) / Median_Of_Three_Squares / 2, Least_First_Variance),
+          std::max(Median(Shifts) / Median_Of_Three_Squares, Least_First_Variance)};
+}
+
+Joint_Fit Fit_Rows(const std::vector<Observation>& Rows, const Mounts& Start,
+                   const Variances& Start_Variances, const Fit_Settings& Settings) {
+  Joint_Fit Fit;
+  Fit.Variance = Start_Variances;
+  Point At = Linearise_Point(Rows, Start, Settings);
+  Damped_Scoring Scoring;
+  for (int k = 0; k < Most_Steps; ++k) {
+    Fit.Terms = Evaluate_Likelihood(At.Rows, At.Prior, Fit.Variance);
+    if (!Fit.Terms.Step.allFinite() || !Fit.Terms.Score.allFinite()) break;
+    const Variances Change = Next_Variances(Fit.Terms, Fit.Variance) - Fit.Variance;
+    Fit.Has_Converged = Fit.Terms.Squares_Gained < Settled_Gain &&
+                        std::abs(Fit.Terms.Score.dot(Change)) < Settled_Variance_Gain;
+    if (Fit.Has_Converged) break;
+    At = After_Step(Rows, At, Fit.Terms, Settings);
+    Fit.Variance += Scoring.Damped(Fit.Terms.Score, Change);
+  }
+  Fit.At = At.At;
+  Fit.Rows = std::move(At.Rows);
+  return Fit;
+}
+
+}  // namespace rigsync

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Both mounts of a capture solved together, Transform_Cam_Tc and Transform_Tr_Chart, without a
+// start and with their uncertainty. Rows that contradict the others are left out by name.
+#ifndef RIGSYNC_SOLVE_JOINT_SOLVE_H
+#define RIGSYNC_SOLVE_JOINT_SOLVE_H
+
+#include "rigsync/solve/capture_motion.h"
+#include "rigsync/solve/joint_fit.h"
+#include "rigsync/solve/mount_uncertainty.h"
+#include "rigsync/solve/observation.h"
+#include "rigsync/solve/tracker_rest.h"
+
+#include <optional>
+#include <vector>
+
+namespace rigsync {
+
+enum class Solve_Status {
+  Solved,
+  Too_Few_Rows,   // fewer than Least_Rows usable ones
+  No_Majority,    // no more than half of the rows agree with each other
+  Not_Converged,  // the steps didn't settle: nothing about the mounts is known
+};
+
+// With fewer, nothing is left to tell noise and bad rows by.
+constexpr std::size_t Least_Rows = 5;
+
+struct Joint_Options {
+  // A stated square that isn't exact is right to this part of it, one standard deviation: what
+  // printers and typing fingers do.
+  double Scale_Deviation = 0.003;
+  std::optional<Board_Prior> Prior;
+  // How probable it is, before anything was seen, that the stated square is exact. 0 leaves the
+  // scale free.
+  double Exact_Square_Probability = 0.5;
+};
+
+// The noise that the capture shows, standard deviations on each axis.
+struct Noise_Estimate {
+  double Corner_Factor = 1;  // of the corners' deviation, at least 1
+  double Rotation_Rad = 0;   // of each tracker that moves
+  double Position = 0;       // of both trackers together, metres
+};
+
+struct Solved_Row {
+  std::size_t Row = 0;  // as in its observation
+  bool Is_Kept = false;
+  double F = 0;  // externally studentised squared distance, about 1 for a good row
+  Vector6d Residual = Vector6d::Zero();  // radians and metres, observed less predicted
+};
+
+struct Joint_Solution {
+  Solve_Status Status = Solve_Status::Too_Few_Rows;
+  // What follows is only filled for Solved and No_Majority.
+  Mounts At;
+  Mount_Uncertainty Camera_Mount, Board_Mount;  // of the motions of Cam_Tc and Tr_Chart
+  double Scale_Deviation = 0;                   // of Square_Scale
+  double Exact_Square_Probability = 0;          // after the rows were seen
+  Noise_Estimate Noise;
+  std::vector<Solved_Row> Rows;  // one for each usable observation, in order
+  Capture_Motion Motion;
+  // What a closer look at the same capture begins with.
+  Fit_Settings Settings;
+  Variances Variance = Variances::Ones();
+  std::vector<Observation> Settled;  // the usable observations, still trackers averaged
+};
+
+// Observations that hold NaN are left out and have no entry in Rows.
+Joint_Solution Solve_Mounts(const Observations& Seen, const Joint_Options& Options = {});
+
+}  // namespace rigsync
+
+#endif  // RIGSYNC_SOLVE_JOINT_SOLVE_H

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The library's mount beside the jointly solved one: whether a stage can rely on it.
+#ifndef RIGSYNC_SOLVE_SECOND_OPINION_H
+#define RIGSYNC_SOLVE_SECOND_OPINION_H
+
+#include "rigsync/solve/joint_solve.h"
+#include "rigsync/solve/slip.h"
+
+#include <optional>
+#include <vector>
+
+namespace rigsync {
+
+enum class Verdict { Agree, Look, Dont_Use };
+
+// How far off a mount may be.
+struct Accuracy_Limits {
+  double Mm = 3.0, Deg = 0.3;
+};
+
+enum class Verdict_Reason {
+  // Don't use:
+  No_Library_Transform,     // it holds NaN or infinity, or is no pose
+  Not_Solved,               // the joint solve has no answer of its own
+  Difference_Beyond_Limit,  // between the two
+  Width_Beyond_Limit,       // the joint solve can't tell the mount to the limit
+  Slip_Found,
+  // Look:
+  Difference_Unlikely,   // outside 99 % of what its uncertainty allows, and not negligible
+  Difference_And_Width,  // together beyond the limit
+  Slip_Suspected
+};
+
+struct Second_Opinion {
+  Verdict Judgement = Verdict::Dont_Use;
+  std::vector<Verdict_Reason> Reasons;  // gravest first; empty when both agree
+  // Of the library's mount from the joint one: NaN where either is missing.
+  double Difference_Mm = 0, Difference_Deg = 0;
+  double Probability_Nearer = 0;  // 0 to 1: the part of captures in which the truth is nearer
+  // The joint solve's half-widths at 95 %, in their widest direction.
+  double Half_Width_Mm = 0, Half_Width_Deg = 0;
+};
+
+// Wrong mounts that both solves share stay unseen: a square that is off by a known amount, samples
+// that belong to other images throughout.
+Second_Opinion Judge_Mount(const Eigen::Matrix4d& Library_Transform_Cam_Tc,
+                           const Joint_Solution& Joint, const std::optional<Slip>& Likeliest_Slip,
+                           const Accuracy_Limits& Limits = {});
+
+}  // namespace rigsync
+
+#endif  // RIGSYNC_SOLVE_SECOND_OPINION_H
