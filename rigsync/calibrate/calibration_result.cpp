@@ -61,8 +61,14 @@ std::optional<std::size_t> Csv_Line(const Calibration_Result& Result, std::size_
   return Result.Images[i].Line;
 }
 
+const std::vector<double>& Chosen_Transform_Cam_Tc(const Calibration_Result& Result) {
+  return Result.Inputs.Solution == Solution_Choice::Joint ? Result.Joint_Transform_Cam_Tc
+                                                          : Result.Transform_Cam_Tc;
+}
+
 bool Is_Usable(const Calibration_Result& Result) {
-  return Result.Code && Is_Usable_Code(*Result.Code) && Has_Finite_Numbers(Result);
+  const bool Agrees = !Result.Opinion || Result.Opinion->Judgement == Verdict::Agree;
+  return Agrees && Result.Code && Is_Usable_Code(*Result.Code) && Has_Finite_Numbers(Result);
 }
 
 bool Has_Misleading_Code(const Calibration_Result& Result) {

@@ -7,6 +7,11 @@
 #include "rigsync/calibrate/run_report.h"
 #include "rigsync/capture/board_size.h"
 #include "rigsync/capture/capture_file.h"
+#include "rigsync/inspect/finding.h"
+#include "rigsync/solve/board_place.h"
+#include "rigsync/solve/body_axes.h"
+#include "rigsync/solve/capture_solution.h"
+#include "rigsync/solve/second_opinion.h"
 
 #include <array>
 #include <filesystem>
@@ -16,15 +21,24 @@
 
 namespace rigsync {
 
+// Which of the two solved mounts is the result.
+enum class Solution_Choice { Library, Joint };
+
 // What the user stated about the stage and the capture.
 struct Calibration_Inputs {
   std::filesystem::path Csv;         // absolute
   std::filesystem::path Image_Root;  // absolute; relative image paths start here
   Board_Size Board;
   double Square_Size = 0;                               // metres
-  std::array<double, 3> Board_Euler_Deg{};              // the board as seen from its tracker
-  std::array<double, 3> Board_Offset{};                 // the same, metres
+  std::optional<Board_Place> Stated_Board;              // none: its place is solved
+  Place_Accuracy Board_Accuracy;                        // of Stated_Board
   std::optional<std::array<double, 2>> Sensor_Size_Mm;  // width, height
+  Solution_Choice Solution = Solution_Choice::Library;
+  Accuracy_Limits Limits;
+  double Talent_Distance = 3.0;  // metres from the camera
+  // Only the library's call, without a second opinion. Needs Stated_Board.
+  bool Is_Library_Only = false;
+  bool Keeps_Body_Axes = false;  // --body-axes as-given
 };
 
 // The outcome of one library run.
@@ -36,10 +50,23 @@ struct Calibration_Result {
   std::string Message;      // the meaning of the code, or the exception's text in a sentence
   std::string Exception;    // the exception's text on one line; empty without one
 
+  // What the library's call got: the board's place, and other axes of the camera's tracker where it
+  // needs them.
+  Board_Place Library_Board;
+  Body_Axes Library_Axes;
+
   // The library's outputs under the names that they have in its header. One that the run did not
-  // fill is empty; the last two need Inputs.Sensor_Size_Mm.
+  // fill is empty; the last two need Inputs.Sensor_Size_Mm. Transform_Cam_Tc is that of the
+  // tracker's own axes.
   std::vector<double> Image_Size, Norm_Fxy, Norm_Cxy, Distortion, Transform_Cam_Tc;
   std::vector<double> FoV, Focal_Length_mm;
+
+  // The second opinion; nothing of it with Inputs.Is_Library_Only.
+  std::optional<Capture_Solution> Solved;      // not read back from a file
+  std::vector<double> Joint_Transform_Cam_Tc;  // row by row; empty when it is not solved
+  std::optional<Second_Opinion> Opinion;
+  // What explains the opinion: a finding of the inspection. None when no cause stands out.
+  std::optional<Finding> Cause;
 
   std::filesystem::path Run_Folder;  // absolute; belongs to this run alone
   std::filesystem::path Run_Log;     // empty when none could be written
@@ -56,8 +83,12 @@ std::string Drop_Reason(const Run_Report& Report, const Image_Report& Image);
 // those of the report, as with a CSV that came through a pipe.
 std::optional<std::size_t> Csv_Line(const Calibration_Result& Result, std::size_t i);
 
-// Whether the result may go to an engine: its code is a usable one and all its numbers are finite.
-// The code alone does not say so: NaN is above no limit.
+// The mount that is the result: Inputs.Solution says which. Empty when it was not solved.
+const std::vector<double>& Chosen_Transform_Cam_Tc(const Calibration_Result& Result);
+
+// Whether the result may go to an engine without a further look: its code is a usable one, all its
+// numbers are finite, and the second opinion, where there is one, agrees. The code alone does not
+// say so: NaN is above no limit.
 bool Is_Usable(const Calibration_Result& Result);
 
 // Whether the result is unusable although its code is a usable one: it holds NaN or infinite

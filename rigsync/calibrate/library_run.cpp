@@ -40,8 +40,9 @@ class Working_Directory {
 
 int Call_Library(Calibration_Result& Result) {
   const Calibration_Inputs& Inputs = Result.Inputs;
-  const std::vector<double> Euler(Inputs.Board_Euler_Deg.begin(), Inputs.Board_Euler_Deg.end());
-  const std::vector<double> Offset(Inputs.Board_Offset.begin(), Inputs.Board_Offset.end());
+  const Board_Place& Board = Result.Library_Board;
+  const std::vector<double> Euler(Board.Euler_Deg.begin(), Board.Euler_Deg.end());
+  const std::vector<double> Offset(Board.Offset.begin(), Board.Offset.end());
   if (Inputs.Sensor_Size_Mm) {
     return Calibration(Inputs.Csv.string(), (*Inputs.Sensor_Size_Mm)[0],
                        (*Inputs.Sensor_Size_Mm)[1], Inputs.Board.Cols, Inputs.Board.Rows,

@@ -152,8 +152,10 @@ std::optional<Lens_Fit> Fit_Lens(const Board_Search& Search, const Board_Size& B
                                   Errors, cv::CALIB_ZERO_TANGENT_DIST | cv::CALIB_FIX_K3,
                                   {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 30,
                                    std::numeric_limits<double>::epsilon()});
-    Fit.Norm_Fx = Camera_Matrix.at<double>(0, 0) / Search.Width;
-    if (!std::isfinite(Fit.Rms) || !std::isfinite(Fit.Norm_Fx)) return std::nullopt;
+    Fit.Lens_Px = {Camera_Matrix.at<double>(0, 0), Camera_Matrix.at<double>(1, 1),
+                   Camera_Matrix.at<double>(0, 2), Camera_Matrix.at<double>(1, 2),
+                   Distortion.at<double>(0),       Distortion.at<double>(1)};
+    if (!std::isfinite(Fit.Rms) || !std::isfinite(Fit.Lens_Px.Fx)) return std::nullopt;
     for (std::size_t k = 0; k < Fitted.size(); ++k) Fit.Errors.push_back({Fitted[k], Errors[k]});
     for (std::size_t i = 0, k = 0; i < Search.Images.size(); ++i) {
       if (Search.Images[i].State != Image_State::Board_Found) continue;

@@ -10,6 +10,7 @@
 
 #include "rigsync/capture/board_size.h"
 #include "rigsync/capture/capture_file.h"
+#include "rigsync/capture/lens.h"
 
 #include <Eigen/Geometry>
 
@@ -66,8 +67,8 @@ struct Board_Error {
 };
 
 struct Lens_Fit {
-  double Rms = 0;                   // reprojection error over all fitted boards, pixels
-  double Norm_Fx = 0;               // focal length as a fraction of the image's width
+  double Rms = 0;  // reprojection error over all fitted boards, pixels
+  Lens Lens_Px;
   std::vector<Board_Pose> Poses;    // of all boards in state Board_Found
   std::vector<Board_Error> Errors;  // of the boards that the lens was fitted to
 };

@@ -73,8 +73,8 @@ Calibration_Inputs Read_Inputs(const Capture_Arguments& Arguments) {
   Inputs.Csv = Csv_Path(Arguments.Csv);
   Inputs.Board = Values.Read("board", Parse_Board);
   Inputs.Square_Size = Values.Read("square", Parse_Square);
-  Inputs.Board_Euler_Deg = Values.Read("board-euler", Parse_Angles);
-  Inputs.Board_Offset = Values.Read("board-offset", Parse_Offset);
+  Inputs.Stated_Board = Board_Place{Values.Read("board-euler", Parse_Angles),
+                                    Values.Read("board-offset", Parse_Offset)};
   if (Values.Has("sensor")) Inputs.Sensor_Size_Mm = Values.Read("sensor", Parse_Sensor);
   return Inputs;
 }
@@ -156,6 +156,7 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
                      One_Line(Name)));
   }
 
+  Result.Library_Board = *Result.Inputs.Stated_Board;
   Result.Start_Time = Start_Time_Text();
   Run_Library(Result, Arguments.Is_Verbose,
               Kind_Of_Progress(Arguments.Is_Quiet || Arguments.Is_Verbose));

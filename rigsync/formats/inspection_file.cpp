@@ -76,7 +76,7 @@ Json Boards_Json(const Inspection& Result) {
            Search.Width > 0 ? Json(std::vector<int>{Search.Width, Search.Height}) : Json()},
           {"found", Search.Usable_Count()},
           {"lens_rms_px", Result.Lens ? Json(Result.Lens->Rms) : Json()},
-          {"norm_fx", Result.Lens ? Json(Result.Lens->Norm_Fx) : Json()}};
+          {"norm_fx", Result.Lens ? Json(Result.Lens->Lens_Px.Fx / Search.Width) : Json()}};
 }
 
 Json Coverage_Json(const std::optional<Coverage>& Frame_Coverage) {

@@ -55,8 +55,9 @@ Json Inputs_Json(const Calibration_Inputs& Inputs) {
   Object["image_root"] = Plain_Path(Inputs.Image_Root).string();
   Object["board"] = {Inputs.Board.Cols, Inputs.Board.Rows};
   Object["square_m"] = Inputs.Square_Size;
-  Object["board_euler_deg"] = Inputs.Board_Euler_Deg;
-  Object["board_offset_m"] = Inputs.Board_Offset;
+  const auto& Board = Inputs.Stated_Board;
+  Object["board_euler_deg"] = Board ? Json(Board->Euler_Deg) : Json(nullptr);
+  Object["board_offset_m"] = Board ? Json(Board->Offset) : Json(nullptr);
   Object["sensor_mm"] = Value_Or_Null(Inputs.Sensor_Size_Mm);
   return Object;
 }

@@ -9,6 +9,7 @@
 #include "rigsync/capture/board_size.h"
 #include "rigsync/inspect/finding.h"
 #include "rigsync/inspect/tracker_agreement.h"
+#include "rigsync/solve/board_place.h"
 
 #include <array>
 #include <optional>
@@ -21,6 +22,7 @@ struct Board_Estimate {
   double Square_Size = 0;                       // metres
   std::optional<std::array<double, 3>> Euler;   // degrees, Rx(A) Ry(B) Rz(C)
   std::optional<std::array<double, 3>> Offset;  // of the first inner corner in Tr, metres
+  Place_Accuracy Accuracy;                      // of both parts
 };
 
 // Adds an estimate that images and samples contradict, with the values that they give. Offsets are

@@ -37,6 +37,12 @@ std::size_t Image_Count(const std::vector<Capture_Row>& Rows) {
       std::count_if(Rows.begin(), Rows.end(), [](const Capture_Row& Row) { return Row.Is_Image; }));
 }
 
+// Both parts together, or none.
+std::optional<Stated_Place> Stated_Place_Of(const Board_Estimate& Estimate) {
+  if (!Estimate.Euler || !Estimate.Offset) return std::nullopt;
+  return Stated_Place{{*Estimate.Euler, *Estimate.Offset}, Estimate.Accuracy};
+}
+
 void Inspect_Boards(const std::vector<bool>& Readable, const Search_Progress& Progress,
                     Inspection& Result) {
   const std::vector<Capture_Row>& Rows = Result.File.Rows;
@@ -57,6 +63,8 @@ void Inspect_Boards(const std::vector<bool>& Readable, const Search_Progress& Pr
   Result.Lens = Fit_Lens(*Result.Search, Board, Estimate.Square_Size);
   if (!Result.Lens) return;
   Judge_Lens(Rows, *Result.Lens, Result.All_Findings);
+  Result.Solution = Solve_Capture(Facts_Of(Rows, *Result.Search), Board, Estimate.Square_Size,
+                                  Result.Lens->Lens_Px, Stated_Place_Of(Estimate));
   Result.Board_Poses = Measure_Poses(Result.Lens->Poses);
   if (Result.Board_Poses) Judge_Poses(*Result.Board_Poses, Result.All_Findings);
   Result.Tracker_Agreement = Measure_Agreement(Rows, Result.Lens->Poses);

@@ -13,6 +13,7 @@
 #include "rigsync/inspect/finding.h"
 #include "rigsync/inspect/tracker_agreement.h"
 #include "rigsync/inspect/tracker_survey.h"
+#include "rigsync/solve/capture_solution.h"
 
 #include <filesystem>
 #include <optional>
@@ -35,6 +36,7 @@ struct Inspection {
   std::optional<Lens_Fit> Lens;            // none with too few boards
   std::optional<Pose_Spread> Board_Poses;
   std::optional<Agreement> Tracker_Agreement;
+  std::optional<Capture_Solution> Solution;  // none without a lens
   Findings All_Findings;
 };
 

@@ -34,9 +34,11 @@ std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
   std::string Text = Folded("To check the capture line by line, run", 2);
   Text += fmt::format("    rigsync inspect {} --board {}x{} --square {}", Shell_Word(Csv.string()),
                       Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size);
-  Text += Line_Continuation(6) + fmt::format("--board-euler {} --board-offset {}",
-                                             fmt::join(Inputs.Board_Euler_Deg, ","),
-                                             fmt::join(Inputs.Board_Offset, ","));
+  if (Inputs.Stated_Board) {
+    Text += Line_Continuation(6) + fmt::format("--board-euler {} --board-offset {}",
+                                               fmt::join(Inputs.Stated_Board->Euler_Deg, ","),
+                                               fmt::join(Inputs.Stated_Board->Offset, ","));
+  }
   if (Image_Root != Csv.parent_path()) {
     Text += Line_Continuation(6) + "--image-root " + Shell_Word(Image_Root.string());
   }

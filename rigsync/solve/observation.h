@@ -9,6 +9,7 @@
 #define RIGSYNC_SOLVE_OBSERVATION_H
 
 #include "rigsync/capture/board_size.h"
+#include "rigsync/capture/lens.h"
 #include "rigsync/capture/tracker_sample.h"
 #include "rigsync/solve/rigid_motion.h"
 
@@ -21,12 +22,6 @@
 #include <vector>
 
 namespace rigsync {
-
-// A pinhole camera with two radial coefficients, as the library solves it.
-struct Lens {
-  double Fx = 0, Fy = 0, Cx = 0, Cy = 0;  // pixels
-  double K1 = 0, K2 = 0;
-};
 
 // Where a Lens's covariance and derivatives have its numbers: Fx, Fy, Cx, Cy, K1, K2.
 constexpr int Lens_Parameters = 6;

@@ -54,8 +54,7 @@ Calibration_Result Bad_Result(int Code, const std::filesystem::path& Csv,
   Result.Inputs.Image_Root = Image_Root;
   Result.Inputs.Board = {11, 8};
   Result.Inputs.Square_Size = 0.03;
-  Result.Inputs.Board_Euler_Deg = {12, -20.25, 8};
-  Result.Inputs.Board_Offset = {-0.17, 0.05, 0.04};
+  Result.Inputs.Stated_Board = rigsync::Board_Place{{12, -20.25, 8}, {-0.17, 0.05, 0.04}};
   return Result;
 }
 
