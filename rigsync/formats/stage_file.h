@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The settings that stay the same for every capture of one stage, in a TOML or JSON file. Its keys
-// are flags of 'rigsync calibrate' without the dashes ("board", "square", "board-euler",
-// "board-offset", "sensor").
+// are flags of 'rigsync calibrate' without the dashes, such as "board" and "board-offset".
 #ifndef RIGSYNC_FORMATS_STAGE_FILE_H
 #define RIGSYNC_FORMATS_STAGE_FILE_H
 

@@ -10,6 +10,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 namespace {
 
 using testing::HasSubstr;
@@ -95,9 +97,13 @@ TEST(StageFile, AnErrorNamesFileLineAndReason) {
   }
 }
 
+std::string Stage_File_Page() {
+  return Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/stage-file.md");
+}
+
 // The page's code block of that language.
 std::string Block_Of_The_Page(const std::string& Language) {
-  const std::string Page = Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/stage-file.md");
+  const std::string Page = Stage_File_Page();
   const std::string Opening = "```" + Language + "\n";
   const std::size_t Start = Page.find(Opening) + Opening.size();
   return Page.substr(Start, Page.find("```", Start) - Start);
@@ -109,10 +115,18 @@ TEST(StageFile, AMalformedKeyIsAnErrorInDebugBuildsToo) {
               HasSubstr("not valid TOML: line 1, column 2"));
 }
 
-TEST(StageFile, BothExamplesOfThePageAreReadAlike) {
+TEST(StageFile, ThePageHasARowForEveryKeyInTheOrderOfMessages) {
+  std::vector<std::string> Keys;
+  std::istringstream Page(Stage_File_Page());
+  for (std::string Line; std::getline(Page, Line);) {
+    if (Line.rfind("| `", 0) == 0) Keys.push_back(Line.substr(3, Line.find('`', 3) - 3));
+  }
+  EXPECT_EQ(Keys, rigsync::Stage_Keys());
+}
+
+TEST(StageFile, BothExamplesOfThePageAreReadAlikeAndHaveEveryKey) {
   const Scratch_Folder Scratch;
-  const std::vector<std::string> Keys = {"board", "square", "board-euler", "board-offset",
-                                         "sensor"};
+  const std::vector<std::string>& Keys = rigsync::Stage_Keys();
   const rigsync::Stage_Settings Toml =
       rigsync::Read_Stage_File(Scratch.Write("a.toml", Block_Of_The_Page("toml")), Keys);
   EXPECT_EQ(Toml,
