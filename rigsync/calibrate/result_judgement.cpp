@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/calibrate/result_judgement.h"
+
+#include "rigsync/calibrate/codes.h"
+#include "rigsync/geometry/transform_list.h"
+
+namespace rigsync {
+namespace {
+
+Second_Opinion Opinion_On(const Calibration_Result& Result, Solution_Choice Choice) {
+  static const Capture_Solution Nothing;
+  const Capture_Solution& Solved = Result.Solved ? *Result.Solved : Nothing;
+  Judged_Result Judged;
+  Judged.Choice = Choice;
+  Judged.Has_Usable_Code = Result.Code && Is_Usable_Code(*Result.Code);
+  Judged.Is_Place_Contradicted = Solved.Place && !Solved.Place->Is_Prior;
+  return Judge_Mount(Matrix_From_List(Result.Transform_Cam_Tc), Solved.Joint, Solved.Likeliest_Slip,
+                     Result.Inputs.Limits, Judged);
+}
+
+}  // namespace
+
+void Judge_Result(const std::optional<Finding>& Likeliest, Calibration_Result& Result) {
+  if (Result.Solved && Result.Solved->Joint.Status == Solve_Status::Solved) {
+    Result.Joint_Transform_Cam_Tc =
+        List_From_Matrix(Result.Solved->Joint.At.Transform_Cam_Tc.matrix());
+  }
+  Result.Opinion = Opinion_On(Result, Result.Inputs.Solution);
+  if (Result.Opinion->Judgement != Verdict::Agree) Result.Cause = Likeliest;
+}
+
+bool Is_Joint_Offered(const Calibration_Result& Result) {
+  return Result.Inputs.Solution == Solution_Choice::Library &&
+         !Result.Joint_Transform_Cam_Tc.empty() &&
+         Opinion_On(Result, Solution_Choice::Joint).Judgement != Verdict::Dont_Use;
+}
+
+}  // namespace rigsync

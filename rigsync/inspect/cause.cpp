@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/inspect/cause.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace rigsync {
+namespace {
+
+// From a tenth of the rows on, and from three, bad rows are many. The library's filter often keeps
+// one or two of them, without much harm.
+constexpr std::size_t Least_Many = 3;
+constexpr std::size_t Rows_Of_One_Bad = 10;
+
+// A finding that can be a cause, and the least level at which it is one at this place in the order.
+struct Candidate {
+  const char* Id;
+  Level Least = Level::Note;
+  bool Needs_Many_Lines = false;
+};
+
+constexpr Candidate Candidates[] = {
+    // Numbers, conventions and axes: no row can be right.
+    {"not_finite"},         {"trackers_fixed"},
+    {"trackers_disagree"},  {"axis_mirrored"},
+    {"left_handed"},        {"tracker_slipped", Level::Error},
+    {"wrong_unit"},         {"scale"},
+    {"no_majority"},        {"sample_disagrees", Level::Note, true},
+    {"lens_fits_badly"},    {"board_turned"},
+    {"board_euler"},        {"board_offset"},
+    {"turns_too_small"},    {"turns_about_one_axis"},
+    {"mount_undetermined"}, {"too_few_samples"},
+    {"too_few_boards"},     {"few_boards"},
+    {"tracker_slipped"},    {"sample_disagrees"},
+};
+
+bool Are_Many(std::size_t Line_Count, std::size_t Row_Count) {
+  return Line_Count >= Least_Many && Rows_Of_One_Bad * Line_Count >= Row_Count;
+}
+
+}  // namespace
+
+std::optional<Finding> Likeliest_Cause(const Inspection& Inspected) {
+  const std::vector<Finding> All = Inspected.All_Findings.Sorted();
+  const std::size_t Row_Count = Inspected.File.Rows.size();
+  for (const Candidate& Cause : Candidates) {
+    const auto Is_It = [&](const Finding& One) {
+      return One.Id == Cause.Id && One.Severity >= Cause.Least &&
+             (!Cause.Needs_Many_Lines || Are_Many(One.Lines.size(), Row_Count));
+    };
+    const auto Found = std::find_if(All.begin(), All.end(), Is_It);
+    if (Found != All.end()) return *Found;
+  }
+  return std::nullopt;
+}
+
+}  // namespace rigsync
