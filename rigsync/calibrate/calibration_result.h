@@ -21,9 +21,6 @@
 
 namespace rigsync {
 
-// Which of the two solved mounts is the result.
-enum class Solution_Choice { Library, Joint };
-
 // What the user stated about the stage and the capture.
 struct Calibration_Inputs {
   std::filesystem::path Csv;         // absolute
@@ -54,6 +51,7 @@ struct Calibration_Result {
   // needs them.
   Board_Place Library_Board;
   Body_Axes Library_Axes;
+  std::filesystem::path Library_Csv;  // Inputs.Csv, or the copy with Library_Axes
 
   // The library's outputs under the names that they have in its header. One that the run did not
   // fill is empty; the last two need Inputs.Sensor_Size_Mm. Transform_Cam_Tc is that of the

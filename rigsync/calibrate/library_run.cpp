@@ -44,15 +44,16 @@ int Call_Library(Calibration_Result& Result) {
   const std::vector<double> Euler(Board.Euler_Deg.begin(), Board.Euler_Deg.end());
   const std::vector<double> Offset(Board.Offset.begin(), Board.Offset.end());
   if (Inputs.Sensor_Size_Mm) {
-    return Calibration(Inputs.Csv.string(), (*Inputs.Sensor_Size_Mm)[0],
+    return Calibration(Result.Library_Csv.string(), (*Inputs.Sensor_Size_Mm)[0],
                        (*Inputs.Sensor_Size_Mm)[1], Inputs.Board.Cols, Inputs.Board.Rows,
                        Inputs.Square_Size, Euler, Offset, Result.Image_Size, Result.Norm_Fxy,
                        Result.Norm_Cxy, Result.Distortion, Result.Transform_Cam_Tc, Result.FoV,
                        Result.Focal_Length_mm, Result.Run_Folder.string());
   }
-  return Calibration(Inputs.Csv.string(), Inputs.Board.Cols, Inputs.Board.Rows, Inputs.Square_Size,
-                     Euler, Offset, Result.Image_Size, Result.Norm_Fxy, Result.Norm_Cxy,
-                     Result.Distortion, Result.Transform_Cam_Tc, Result.Run_Folder.string());
+  return Calibration(Result.Library_Csv.string(), Inputs.Board.Cols, Inputs.Board.Rows,
+                     Inputs.Square_Size, Euler, Offset, Result.Image_Size, Result.Norm_Fxy,
+                     Result.Norm_Cxy, Result.Distortion, Result.Transform_Cam_Tc,
+                     Result.Run_Folder.string());
 }
 
 // The message for a user who interrupts the run, on a line of its own whatever the terminal shows.

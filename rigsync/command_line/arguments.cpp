@@ -197,6 +197,27 @@ std::array<double, 3> Parse_Offset(const std::string& Flag, const std::string& T
   return *Metres;
 }
 
+Length_And_Angle Parse_Length_And_Angle(const std::string& Flag, const std::string& Text) {
+  const std::vector<std::string_view> Fields = Split(Text, ',');
+  const auto Metres = Fields.size() == 2 ? Read_Length(Fields[0]) : std::nullopt;
+  const auto Degrees = Fields.size() == 2 ? Read_Angle(Fields[1]) : std::nullopt;
+  const bool Is_Too_Long = Metres && *Metres > Largest_Square_Edge;
+  if (!Metres || !Degrees || !(*Metres > 0.0) || !(*Degrees > 0.0) || Is_Too_Long) {
+    Refuse(Flag, Text,
+           "a length of at most 1 metre and an angle in degrees, both above 0 and separated by a "
+           "comma, for example 3mm,0.3deg (a length without a unit is in metres)");
+  }
+  return {*Metres, *Degrees};
+}
+
+double Parse_Distance(const std::string& Flag, const std::string& Text) {
+  const std::optional<double> Metres = Read_Length(Text);
+  if (!Metres || !(*Metres > 0.0)) {
+    Refuse(Flag, Text, "a length above 0, for example 3m (a number without a unit is in metres)");
+  }
+  return *Metres;
+}
+
 std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text) {
   const auto Values = Read_List<2, double>(Text, ',', Read_Number);
   if (!Values) Refuse(Flag, Text, "two numbers separated by a comma");

@@ -41,6 +41,15 @@ long Parse_Whole(const std::string& Flag, const std::string& Text, long Least, l
 std::array<double, 3> Parse_Angles(const std::string& Flag, const std::string& Text);
 std::array<double, 3> Parse_Offset(const std::string& Flag, const std::string& Text);
 
+// 3mm,0.3deg: a length and an angle in degrees, both above 0.
+struct Length_And_Angle {
+  double Length = 0, Angle_Deg = 0;  // metres, degrees
+};
+Length_And_Angle Parse_Length_And_Angle(const std::string& Flag, const std::string& Text);
+
+// A length above 0, metres.
+double Parse_Distance(const std::string& Flag, const std::string& Text);
+
 // Two numbers separated by a comma.
 std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text);
 

@@ -15,10 +15,13 @@ void Add_Capture_Flags(CLI::App& Command, Capture_Arguments& Arguments,
        "(picture: rigsync board --help)"},
       {"square", "LENGTH", "edge length of one square, up to 1 m: 0.03 (metres), 30mm, 3cm"},
       {"board-euler", "A,B,C",
-       "rotation of the board in its tracker's frame, degrees: Rx(A) Ry(B) Rz(C)"},
+       "rotation of the board in its tracker's frame, if it was measured, degrees: Rx(A) Ry(B) "
+       "Rz(C)"},
       {"board-offset", "X,Y,Z",
-       "position of the first inner corner in the frame of the board's tracker, metres or with "
-       "units, up to 10 m each"},
+       "position of the first inner corner in the frame of the board's tracker, if it was "
+       "measured, metres or with units, up to 10 m each"},
+      {"board-accuracy", "LENGTH,ANGLE",
+       "one standard deviation of these two on each axis (default: 5mm,1deg)"},
   };
   Flags.insert(Flags.end(), More.begin(), More.end());
   Command.add_option("CAPTURE", Arguments.Csv, "the capture's CSV file")->required();

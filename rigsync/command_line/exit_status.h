@@ -12,6 +12,8 @@ constexpr int Exit_Beyond_Bound = 1;  // compare: a difference is beyond its bou
 constexpr int Exit_Warnings = 1;      // inspect: the capture has warnings
 constexpr int Exit_Unusable = 2;      // inspect: the capture has errors
 constexpr int Exit_Usage = 2;         // a flag, value or file that the user has to correct
+constexpr int Exit_Look = 20;         // calibrate: usable by its code, but worth a look
+constexpr int Exit_Dont_Use = 21;     // calibrate: usable by its code, but contradicted
 constexpr int Exit_Exception = 70;    // an exception ended the command
 
 }  // namespace rigsync

@@ -3,8 +3,11 @@
 // 'rigsync calibrate': one capture, from CSV to result.json. Like any host of the library, it
 // prepares the folders, calls the library once and reports the outcome.
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/calibrate/codes.h"
+#include "rigsync/calibrate/library_inputs.h"
 #include "rigsync/calibrate/library_run.h"
 #include "rigsync/calibrate/reprojection_folders.h"
+#include "rigsync/calibrate/result_judgement.h"
 #include "rigsync/calibrate/run_folder.h"
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/command_line/arguments.h"
@@ -12,6 +15,8 @@
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/formats/result_file.h"
+#include "rigsync/inspect/cause.h"
+#include "rigsync/inspect/inspection.h"
 #include "rigsync/report/result_text.h"
 #include "rigsync/system/out_folder.h"
 #include "rigsync/system/progress_output.h"
@@ -34,27 +39,46 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* Footer =
-    R"(The board, its square size and its pose on its tracker can be in a TOML or JSON
-file for the whole stage (--config stage.toml). A flag overrides the file:
+    R"(Where the board sits on its tracker is solved from the capture. If it was
+measured, state it: then it helps the solve, as far as the capture doesn't
+contradict it. Besides the library's solve the command makes one of its own, of
+both mounts together, and compares the two. The verdict comes first:
+  usable      both agree, and the mount is known to the limits
+  look        something is odd: read why before you use the result
+  don't use   the two contradict each other, or the mount can't be known
+
+What stays the same for a whole stage can be in a TOML or JSON file (--config
+stage.toml). A flag overrides the file:
   board = "11x8"
   square = "30mm"
-  board-euler = [12, -20, 8]
-  board-offset = "-170mm,50mm,40mm"
+  solution = "joint"
 
-Exit status: the library's code (0 good, 99 usable, others: no usable result),
-2 for wrong usage, 70 when an exception ended the run. Scripts should check
-"usable" in result.json: a result with code 0 can hold NaN or infinite numbers.
+Exit status: the library's code (0 good, 99 usable, others: no usable result);
+with code 0 or 99, 20 for look and 21 for don't use; 2 for wrong usage, 70 when
+an exception ended the run. Scripts should check "usable" in result.json.
 
 Example:
-  rigsync calibrate capture/capture.csv --board 11x8 --square 30mm \
-    --board-euler 12,-20,8 --board-offset -170mm,50mm,40mm --out result)";
+  rigsync calibrate capture/capture.csv --board 11x8 --square 30mm --out result)";
 
 // The command line as typed.
 struct Calibrate_Arguments {
   Capture_Arguments Capture;
   std::string Out;
-  bool Is_Verbose = false, Is_Quiet = false;
+  bool Is_Verbose = false, Is_Quiet = false, Is_Library_Only = false;
 };
+
+Solution_Choice Parse_Solution(const std::string& Flag, const std::string& Text) {
+  if (Text == "library") return Solution_Choice::Library;
+  if (Text != "joint") Refuse(Flag, Text, "library or joint");
+  return Solution_Choice::Joint;
+}
+
+// Whether the axes are kept as they are.
+bool Parse_Body_Axes(const std::string& Flag, const std::string& Text) {
+  if (Text == "auto") return false;
+  if (Text != "as-given") Refuse(Flag, Text, "auto or as-given");
+  return true;
+}
 
 // The library would read a folder as an empty CSV and report too few boards. For a file that does
 // not exist it has a code of its own.
@@ -66,17 +90,76 @@ fs::path Csv_Path(const std::string& Path) {
   return fs::absolute(Path);
 }
 
-Calibration_Inputs Read_Inputs(const Capture_Arguments& Arguments) {
-  const Stage_Values Values(Arguments);
+constexpr const char* Without_Solve = " (or leave out --library-only, which solves it)";
+
+// Both halves of the board's place, or none.
+std::optional<Board_Place> Read_Stated_Board(const Stage_Values& Values, bool Is_Library_Only) {
+  const bool Is_Stated = Values.Has("board-euler") || Values.Has("board-offset");
+  if (!Is_Stated && !Is_Library_Only) return std::nullopt;
+  return Board_Place{Values.Read("board-euler", Parse_Angles, Without_Solve),
+                     Values.Read("board-offset", Parse_Offset, Without_Solve)};
+}
+
+Calibration_Inputs Read_Inputs(const Calibrate_Arguments& Arguments) {
+  const Stage_Values Values(Arguments.Capture);
   Calibration_Inputs Inputs;
-  Inputs.Image_Root = Image_Root_Of(Arguments);
-  Inputs.Csv = Csv_Path(Arguments.Csv);
+  Inputs.Image_Root = Image_Root_Of(Arguments.Capture);
+  Inputs.Csv = Csv_Path(Arguments.Capture.Csv);
   Inputs.Board = Values.Read("board", Parse_Board);
   Inputs.Square_Size = Values.Read("square", Parse_Square);
-  Inputs.Stated_Board = Board_Place{Values.Read("board-euler", Parse_Angles),
-                                    Values.Read("board-offset", Parse_Offset)};
+  Inputs.Is_Library_Only = Arguments.Is_Library_Only;
+  Inputs.Stated_Board = Read_Stated_Board(Values, Inputs.Is_Library_Only);
+  if (Values.Has("board-accuracy")) {
+    const auto Stated = Values.Read("board-accuracy", Parse_Length_And_Angle);
+    Inputs.Board_Accuracy = {Stated.Angle_Deg, Stated.Length};
+  }
   if (Values.Has("sensor")) Inputs.Sensor_Size_Mm = Values.Read("sensor", Parse_Sensor);
+  if (Values.Has("solution")) Inputs.Solution = Values.Read("solution", Parse_Solution);
+  if (Values.Has("body-axes")) Inputs.Keeps_Body_Axes = Values.Read("body-axes", Parse_Body_Axes);
+  if (Values.Has("limits")) {
+    const auto Limits = Values.Read("limits", Parse_Length_And_Angle);
+    Inputs.Limits = {1000.0 * Limits.Length, Limits.Angle_Deg};
+  }
+  if (Values.Has("talent-distance")) {
+    Inputs.Talent_Distance = Values.Read("talent-distance", Parse_Distance);
+  }
+  if (Inputs.Is_Library_Only && Inputs.Solution == Solution_Choice::Joint) {
+    throw Usage_Error("--library-only makes no joint solution; leave one of the two out");
+  }
   return Inputs;
+}
+
+// The capture's own solve, before the library's run. None with --library-only, and for a file that
+// doesn't exist, which the library has a code for.
+std::optional<Inspection> Inspect_Inputs(const Calibration_Inputs& Inputs, std::size_t Images,
+                                         Progress_Kind Kind) {
+  std::error_code Ignored;
+  if (Inputs.Is_Library_Only || !fs::exists(Inputs.Csv, Ignored)) return std::nullopt;
+  Inspection_Inputs Capture;
+  Capture.Csv = Inputs.Csv;
+  Capture.Image_Root = Inputs.Image_Root;
+  Capture.Board.Board = Inputs.Board;
+  Capture.Board.Square_Size = Inputs.Square_Size;
+  Capture.Board.Accuracy = Inputs.Board_Accuracy;
+  if (Inputs.Stated_Board) {
+    Capture.Board.Euler = Inputs.Stated_Board->Euler_Deg;
+    Capture.Board.Offset = Inputs.Stated_Board->Offset;
+  }
+  Progress_Output Shown(Kind);
+  Shown.Begin(fmt::format("checking the capture: {} images", Images));
+  return Inspect_Capture(Capture, [&Shown](std::size_t Done, std::size_t All) {
+    Shown.Show(fmt::format("Checking the capture: {} of {} images", Done, All));
+  });
+}
+
+// A pipe can be read only once, and the library has to read it.
+void Refuse_Pipe(const Calibration_Inputs& Inputs) {
+  std::error_code Ignored;
+  const fs::file_status Status = fs::status(Inputs.Csv, Ignored);
+  if (Inputs.Is_Library_Only || !fs::exists(Status) || fs::is_regular_file(Status)) return;
+  throw Usage_Error(Inputs.Csv.string() +
+                    ": is not a regular file and can be read only once; expected the capture's CSV "
+                    "file, or --library-only");
 }
 
 // Space for the run log and the result: mostly the corners in the run log, a few kB for each image.
@@ -140,15 +223,41 @@ void Report_Result(const Calibration_Result& Result, const fs::path& Out) {
   }
 }
 
+// The capture as the library reads it: with other axes of the camera's tracker where it needs them.
+void Prepare_Library_Call(const std::optional<Inspection>& Inspected, Calibration_Result& Result) {
+  if (Inspected) Result.Solved = Inspected->Solution;
+  Choose_Library_Inputs(Result);
+  Result.Library_Csv = Result.Inputs.Csv;
+  if (!Result.Library_Axes.Is_Turned) return;
+  Result.Library_Csv = Result.Run_Folder / "capture-turned.csv";
+  Write_Turned_Capture(Result.Library_Csv, Inspected->File.Rows, Result.Library_Axes);
+}
+
+// The library's code for a run that gives no usable result, and for one that does, whether it can
+// be relied on.
+int Exit_Status(const Calibration_Result& Result) {
+  if (!Result.Code) return Exit_Exception;
+  const bool Is_Judged = Result.Opinion && (Is_Usable_Code(*Result.Code) ||
+                                            (Result.Inputs.Solution == Solution_Choice::Joint &&
+                                             !Result.Joint_Transform_Cam_Tc.empty()));
+  if (Is_Judged && Result.Opinion->Judgement == Verdict::Look) return Exit_Look;
+  if (Is_Judged && Result.Opinion->Judgement == Verdict::Dont_Use) return Exit_Dont_Use;
+  return *Result.Code;
+}
+
 int Calibrate(const Calibrate_Arguments& Arguments) {
   Calibration_Result Result;
-  Result.Inputs = Read_Inputs(Arguments.Capture);
+  Result.Inputs = Read_Inputs(Arguments);
+  Refuse_Pipe(Result.Inputs);
   const fs::path& Image_Root = Result.Inputs.Image_Root;
   Result.Images = Read_Image_Names(Result.Inputs.Csv);
   Refuse_Climbing_Images(Result.Inputs.Csv, Result.Images, Image_Root);
   const fs::path Out = Make_Out_Folder("--out", Arguments.Out, Needed_Bytes(Result.Images.size()),
                                        "run log and result");
   Warn_If_Space_Is_Short(Out, Result.Images, Image_Root);
+  const Progress_Kind Kind = Kind_Of_Progress(Arguments.Is_Quiet || Arguments.Is_Verbose);
+  const std::optional<Inspection> Inspected =
+      Inspect_Inputs(Result.Inputs, Result.Images.size(), Kind);
   Result.Run_Folder = Make_Run_Folder(Out);
   for (const std::string& Name :
        Make_Reprojection_Folders(Result.Run_Folder, Result.Images, Image_Root)) {
@@ -156,17 +265,18 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
                      One_Line(Name)));
   }
 
-  Result.Library_Board = *Result.Inputs.Stated_Board;
+  Prepare_Library_Call(Inspected, Result);
   Result.Start_Time = Start_Time_Text();
-  Run_Library(Result, Arguments.Is_Verbose,
-              Kind_Of_Progress(Arguments.Is_Quiet || Arguments.Is_Verbose));
+  Run_Library(Result, Arguments.Is_Verbose, Kind);
+  Restore_Own_Axes(Result);
+  if (Inspected) Judge_Result(Likeliest_Cause(*Inspected), Result);
 
   // The files are written first, in case standard output is a closed pipe. The result is printed
   // even if they can't be written.
   const std::string Write_Error = Write_Results(Out, Result);
   Report_Result(Result, Out);
   if (!Write_Error.empty()) throw std::runtime_error(Write_Error);
-  return Result.Code.value_or(Exit_Exception);
+  return Exit_Status(Result);
 }
 
 }  // namespace
@@ -177,12 +287,23 @@ void Add_Calibrate_Command(Command_Line& Line) {
   const auto Arguments = std::make_shared<Calibrate_Arguments>();
   Add_Capture_Flags(
       *Command, Arguments->Capture,
-      {{"sensor", "WxH", "sensor size in millimetres; adds field of view and focal length"}});
+      {{"sensor", "WxH", "sensor size in millimetres; adds field of view and focal length"},
+       {"solution", "library|joint",
+        "which of the two solved mounts is the result (default: library)"},
+       {"limits", "LENGTH,ANGLE", "how far off a mount may be (default: 3mm,0.3deg)"},
+       {"talent-distance", "LENGTH",
+        "distance from the camera at which the uncertainty is told in pixels (default: 3m)"},
+       {"body-axes", "auto|as-given",
+        "whether the library may get other axes of the camera's tracker, which it needs for some "
+        "mounts (default: auto)"}});
   Command->add_option("--out", Arguments->Out, "folder for result.json, run log and images")
       ->required()
       ->type_name("DIR");
   CLI::Option* const Verbose = Command->add_flag("--verbose", Arguments->Is_Verbose,
                                                  "show the run log while the library works");
+  Command->add_flag("--library-only", Arguments->Is_Library_Only,
+                    "only the library's call, with the stated place of the board and without a "
+                    "second opinion");
   Command->add_flag("--quiet", Arguments->Is_Quiet, "show no progress while the library works")
       ->excludes(Verbose);
   Command->group("Commands");

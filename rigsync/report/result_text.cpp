@@ -3,7 +3,10 @@
 
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/capture/library_limits.h"
+#include "rigsync/report/dropped_images_text.h"
+#include "rigsync/report/heading.h"
 #include "rigsync/report/transform_text.h"
+#include "rigsync/report/verdict_text.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/terminal.h"
@@ -20,13 +23,6 @@ namespace rigsync {
 namespace {
 
 namespace limits = library_limits;
-
-// Dropped images beyond this number are only counted; result.json lists them all.
-constexpr std::size_t Most_Listed_Images = 12;
-
-std::string Heading(const std::string& Text, bool Colour) {
-  return "\n" + Painted(Style::Strong, Text, Colour) + "\n";
-}
 
 std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
   const std::filesystem::path Csv = Plain_Path(Inputs.Csv);
@@ -54,23 +50,41 @@ std::string Not_Finite_Text(const Calibration_Result& Result, bool Colour) {
          Inspect_Hint(Result.Inputs);
 }
 
+Style Code_Style(int Code) {
+  if (Code == 0) return Style::Good;
+  return Is_Usable_Code(Code) ? Style::Warning : Style::Bad;
+}
+
+std::string Causes_Text(const Code_Advice& Advice, bool Colour) {
+  std::string Text = Heading("Likely causes, most likely first", Colour);
+  for (const std::string& Cause : Advice.Causes) Text += "  - " + Folded(Cause, 4).substr(4);
+  return Text;
+}
+
 // The meaning of the code and the next step; for any code but 0 also its meaning on the stage and
 // its likely causes.
-std::string Verdict_Text(const Calibration_Result& Result, bool Colour) {
+std::string Code_Verdict_Text(const Calibration_Result& Result, bool Colour) {
   const int Code = *Result.Code;
   if (Has_Misleading_Code(Result)) return Not_Finite_Text(Result, Colour);
   const Code_Advice Advice = Advice_For(Code);
-  const Style Verdict_Style = Code == 0              ? Style::Good
-                              : Is_Usable_Code(Code) ? Style::Warning
-                                                     : Style::Bad;
   const std::string Sentence = Folded(fmt::format("Code {}. {}", Code, Advice.Meaning), 0);
-  std::string Text = Painted_Lines(Verdict_Style, Sentence, Colour);
+  std::string Text = Painted_Lines(Code_Style(Code), Sentence, Colour);
   if (Code == 0) return Text + Folded(Advice.Next_Step, 2);
-  Text += Folded(Advice.On_Stage, 2);
-  Text += Heading("Likely causes, most likely first", Colour);
-  for (const std::string& Cause : Advice.Causes) Text += "  - " + Folded(Cause, 4).substr(4);
+  Text += Folded(Advice.On_Stage, 2) + Causes_Text(Advice, Colour);
   Text += Heading("Next step", Colour) + Folded(Advice.Next_Step, 2);
   return May_Blame_Capture(Code) ? Text + Inspect_Hint(Result.Inputs) : Text;
+}
+
+// Below the verdict of both solves: what the library says about its own. The causes of a code are
+// general; the capture's own cause, where it is known, replaces them.
+std::string Library_Text(const Calibration_Result& Result, bool Colour) {
+  const Code_Advice Advice = Advice_For(*Result.Code);
+  std::string Text = Heading("The library's own verdict", Colour);
+  Text += Folded(fmt::format("Code {}. {}", *Result.Code, Advice.Meaning), 2);
+  if (*Result.Code == 0) return Text;
+  Text += Folded(Advice.On_Stage, 2);
+  if (!Result.Cause) Text += Causes_Text(Advice, Colour);
+  return May_Blame_Capture(*Result.Code) ? Text + Inspect_Hint(Result.Inputs) : Text;
 }
 
 std::string Limits_Text(double Good, double Usable) {
@@ -101,18 +115,6 @@ std::string Fit_Text(const Run_Report& Report, bool Colour) {
   return Text.empty() ? Text : Heading("Fit", Colour) + Text;
 }
 
-// The reason comes first because the path can be of any length.
-std::string Dropped_Text(const Calibration_Result& Result, std::size_t i) {
-  const Image_Report& Image = Result.Report.Images[i];
-  const auto Line = Csv_Line(Result, i);
-  const std::string Place = Line ? fmt::format("line {:3}  ", *Line) : std::string();
-  const char* const Outlier = Image.Fate == Image_Fate::Outlier ? "outlier, " : "";
-  const std::size_t Indent = 2 + Place.size();
-  const std::string Reason = Folded(Outlier + Drop_Reason(Result.Report, Image), Indent);
-  const std::string Margin(Place.empty() ? 4 : Indent, ' ');
-  return fmt::format("  {}{}{}{}\n", Place, Reason.substr(Indent), Margin, One_Line(Image.Name));
-}
-
 // Whether a usable result has outliers by position, as nearly every one does.
 bool Has_Usual_Outliers(const Calibration_Result& Result) {
   const auto& Images = Result.Report.Images;
@@ -127,21 +129,11 @@ std::string Images_Text(const Calibration_Result& Result, bool Colour) {
   const std::size_t Kept = Count_Images(Report, Image_Fate::Kept);
   const std::size_t Outliers = Count_Images(Report, Image_Fate::Outlier);
   const std::size_t Unknown = Count_Images(Report, Image_Fate::Unknown);
-  const std::size_t Dropped = Report.Images.size() - Kept - Unknown;
   std::string Text =
       Heading(fmt::format("Images: {} searched, {} show the board, {} kept", Report.Images.size(),
                           Kept + Outliers + Unknown, Count_Remaining(Report)),
               Colour);
-  std::size_t Listed = 0;
-  for (std::size_t i = 0; i < Report.Images.size() && Listed < Most_Listed_Images; ++i) {
-    const Image_Fate Fate = Report.Images[i].Fate;
-    if (Fate == Image_Fate::Kept || Fate == Image_Fate::Unknown) continue;
-    Text += Dropped_Text(Result, i);
-    ++Listed;
-  }
-  if (Dropped > Listed) {
-    Text += fmt::format("  and {} more dropped; result.json lists all of them\n", Dropped - Listed);
-  }
+  Text += Dropped_Images_Text(Result);
   if (Has_Usual_Outliers(Result)) {
     Text +=
         Folded(fmt::format(
@@ -185,10 +177,19 @@ std::string Direction_Text(double Metres, const char* Positive, const char* Nega
   return fmt::format("{:.1f} mm {}", std::abs(Metres) * 1000.0, Metres < 0 ? Negative : Positive);
 }
 
-std::string Mount_Text(const std::vector<double>& Transform, bool Colour) {
+std::string Mount_Text(const Calibration_Result& Result, bool Colour) {
+  const std::vector<double>& Transform = Chosen_Transform_Cam_Tc(Result);
   if (Transform.empty()) return {};
   std::string Text = Heading("Transform_Cam_Tc (tracker to camera; last column in metres)", Colour);
   for (int r = 0; r < 4; ++r) Text += "  " + Transform_Row_Text(Transform, r) + "\n";
+  if (Result.Library_Axes.Is_Turned) {
+    Text += Folded(
+        fmt::format("The library's outlier filter needs a mount that is turned by some tens of "
+                    "degrees, and this one is by {:.1f}. So the library got the camera's samples "
+                    "with other axes, and the transform is that of the tracker's own.",
+                    Result.Library_Axes.Mount_Angle_Deg),
+        2);
+  }
   const double Position[] = {Transform[3], Transform[7], Transform[11]};
   const auto Is_Finite = [](double Value) { return std::isfinite(Value); };
   if (!std::all_of(std::begin(Position), std::end(Position), Is_Finite)) return Text;
@@ -221,9 +222,11 @@ std::string Files_Text(const Calibration_Result& Result,
 std::string Result_Text(const Calibration_Result& Result,
                         const std::vector<std::filesystem::path>& Reprojections,
                         const std::filesystem::path& Result_File, bool Colour) {
-  return Verdict_Text(Result, Colour) + Fit_Text(Result.Report, Colour) +
-         Images_Text(Result, Colour) + Lens_Text(Result, Colour) +
-         Mount_Text(Result.Transform_Cam_Tc, Colour) +
+  const std::string First =
+      Result.Opinion ? Verdict_Text(Result, Result_File, Colour) + Library_Text(Result, Colour)
+                     : Code_Verdict_Text(Result, Colour);
+  return First + Fit_Text(Result.Report, Colour) + Images_Text(Result, Colour) +
+         Lens_Text(Result, Colour) + Mount_Text(Result, Colour) +
          Files_Text(Result, Reprojections, Result_File, Colour);
 }
 

@@ -130,31 +130,45 @@ std::string Cause_Text(const Calibration_Result& Result, bool Colour) {
          Folded(Result.Cause->What + (Lines.empty() ? "" : " It concerns " + Lines + "."), 2);
 }
 
-// The joint mount is offered where the library's is refused and it is not.
+// Whether the doubt is about the library's mount alone.
+bool Is_About_Library(Verdict_Reason Reason) {
+  return Reason == Verdict_Reason::No_Library_Transform || Reason == Verdict_Reason::Library_Code ||
+         Reason == Verdict_Reason::Difference_Beyond_Limit ||
+         Reason == Verdict_Reason::Difference_Unlikely;
+}
+
+// How to take the joint mount instead.
 std::string Joint_Offer(const std::filesystem::path& Result_File) {
-  return Folded("The joint mount is not affected. To use it, export it from this result:", 2) +
+  return Folded(
+             "The joint mount, which leaves out rows that contradict the others, is nearer to "
+             "the truth in most such captures. To use it, export it from this result:",
+             2) +
          fmt::format("    rigsync export {} --solution joint --to ENGINE\n",
                      Shell_Word(Plain_Path(Result_File).string())) +
          Folded("With solution = \"joint\" in the stage file it is the result of every run.", 2);
+}
+
+std::string Advice_Text(const Calibration_Result& Result) {
+  if (Result.Cause) return Folded(Result.Cause->Advice, 2);
+  if (!Is_Usable_Code(*Result.Code)) return Folded(Advice_For(*Result.Code).Next_Step, 2);
+  const char* const Again =
+      "apture again with more images, boards tilted further, and the camera "
+      "rolled.";
+  return Folded(Result.Opinion->Judgement == Verdict::Look
+                    ? std::string("Check the overlay on the set. If a doubt remains, c") + Again
+                    : std::string("C") + Again,
+                2);
 }
 
 std::string Next_Step(const Calibration_Result& Result, const std::filesystem::path& Result_File) {
   if (Result.Opinion->Judgement == Verdict::Agree) {
     return Folded(Advice_For(*Result.Code).Next_Step, 2);
   }
-  std::string Text;
-  if (Result.Cause) Text += Folded(Result.Cause->Advice, 2);
-  if (Result.Opinion->Judgement == Verdict::Dont_Use && Is_Joint_Offered(Result)) {
-    return Text + Joint_Offer(Result_File);
-  }
-  if (Result.Cause) return Text;
-  if (!Is_Usable_Code(*Result.Code)) return Folded(Advice_For(*Result.Code).Next_Step, 2);
-  return Folded(Result.Opinion->Judgement == Verdict::Look
-                    ? "Check the overlay on the set. If a doubt remains, capture again with more "
-                      "images, boards tilted further, and the camera rolled."
-                    : "Capture again with more images, boards tilted further, and the camera "
-                      "rolled.",
-                2);
+  const bool Is_Offered =
+      Is_About_Library(Result.Opinion->Reasons.front()) && Is_Joint_Offered(Result);
+  if (!Is_Offered) return Advice_Text(Result);
+  const std::string Offer = Joint_Offer(Result_File);
+  return Result.Cause ? Advice_Text(Result) + Offer : Offer;
 }
 
 }  // namespace

@@ -43,58 +43,92 @@ bool Are_Within(double Mm, double Deg, const Accuracy_Limits& Limits) {
   return Mm <= Limits.Mm && Deg <= Limits.Deg;
 }
 
+// Which of the reasons rule the chosen mount out, and which ask for a look.
+struct Reason_Lists {
+  std::vector<Verdict_Reason> Grave, Slight;
+};
+
 void Add_If(bool Holds, Verdict_Reason Reason, std::vector<Verdict_Reason>& Reasons) {
   if (Holds) Reasons.push_back(Reason);
 }
 
-std::vector<Verdict_Reason> Grave_Reasons(const Second_Opinion& Opinion,
-                                          const Joint_Solution& Joint, Slip_Evidence Slip_Seen,
-                                          const Accuracy_Limits& Limits) {
+// What the library's run is short of, or where it is against the joint solve.
+std::vector<Verdict_Reason> Library_Reasons(const Second_Opinion& Opinion, bool Has_Transform,
+                                            bool Is_Solved, const Accuracy_Limits& Limits,
+                                            const Judged_Result& Result) {
   std::vector<Verdict_Reason> Reasons;
-  const bool Is_Solved = Joint.Status == Solve_Status::Solved;
-  Add_If(!Is_Solved, Verdict_Reason::Not_Solved, Reasons);
-  Add_If(Is_Solved && !Are_Within(Opinion.Difference_Mm, Opinion.Difference_Deg, Limits),
+  Add_If(!Has_Transform, Verdict_Reason::No_Library_Transform, Reasons);
+  Add_If(!Result.Has_Usable_Code, Verdict_Reason::Library_Code, Reasons);
+  Add_If(Has_Transform && Is_Solved &&
+             !Are_Within(Opinion.Difference_Mm, Opinion.Difference_Deg, Limits),
          Verdict_Reason::Difference_Beyond_Limit, Reasons);
+  return Reasons;
+}
+
+std::vector<Verdict_Reason> Joint_Reasons(const Second_Opinion& Opinion, bool Is_Solved,
+                                          Slip_Evidence Slip_Seen, const Accuracy_Limits& Limits) {
+  std::vector<Verdict_Reason> Reasons;
+  Add_If(!Is_Solved, Verdict_Reason::Not_Solved, Reasons);
   Add_If(Is_Solved && !Are_Within(Opinion.Half_Width_Mm, Opinion.Half_Width_Deg, Limits),
          Verdict_Reason::Width_Beyond_Limit, Reasons);
   Add_If(Slip_Seen == Slip_Evidence::Found, Verdict_Reason::Slip_Found, Reasons);
   return Reasons;
 }
 
-std::vector<Verdict_Reason> Slight_Reasons(const Second_Opinion& Opinion, Slip_Evidence Slip_Seen,
-                                           const Accuracy_Limits& Limits) {
+std::vector<Verdict_Reason> Slight_Reasons(const Second_Opinion& Opinion, bool Are_Comparable,
+                                           Slip_Evidence Slip_Seen, const Accuracy_Limits& Limits,
+                                           const Judged_Result& Result) {
   std::vector<Verdict_Reason> Reasons;
   const bool Is_Visible =
       !(Opinion.Difference_Mm <= Negligible_Mm && Opinion.Difference_Deg <= Negligible_Deg);
-  Add_If(Is_Visible && !(Opinion.Probability_Nearer <= Unlikely),
+  Add_If(Are_Comparable && Is_Visible && !(Opinion.Probability_Nearer <= Unlikely),
          Verdict_Reason::Difference_Unlikely, Reasons);
-  Add_If(!Are_Within(Opinion.Difference_Mm + Opinion.Half_Width_Mm,
-                     Opinion.Difference_Deg + Opinion.Half_Width_Deg, Limits),
+  Add_If(Are_Comparable && !Are_Within(Opinion.Difference_Mm + Opinion.Half_Width_Mm,
+                                       Opinion.Difference_Deg + Opinion.Half_Width_Deg, Limits),
          Verdict_Reason::Difference_And_Width, Reasons);
   Add_If(Slip_Seen == Slip_Evidence::Look, Verdict_Reason::Slip_Suspected, Reasons);
+  Add_If(Result.Is_Place_Contradicted, Verdict_Reason::Place_Contradicted, Reasons);
   return Reasons;
+}
+
+void Append(const std::vector<Verdict_Reason>& More, std::vector<Verdict_Reason>& Reasons) {
+  Reasons.insert(Reasons.end(), More.begin(), More.end());
+}
+
+Verdict Judgement_Of(const Reason_Lists& Reasons) {
+  if (!Reasons.Grave.empty()) return Verdict::Dont_Use;
+  return Reasons.Slight.empty() ? Verdict::Agree : Verdict::Look;
 }
 
 }  // namespace
 
 Second_Opinion Judge_Mount(const Eigen::Matrix4d& Library_Transform_Cam_Tc,
                            const Joint_Solution& Joint, const std::optional<Slip>& Likeliest_Slip,
-                           const Accuracy_Limits& Limits) {
+                           const Accuracy_Limits& Limits, const Judged_Result& Result) {
   constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
   Second_Opinion Opinion;
   Opinion.Difference_Mm = Opinion.Difference_Deg = Opinion.Probability_Nearer = NaN;
   Opinion.Half_Width_Mm = Joint.Camera_Mount.Widest_Mm.Half_Width;
   Opinion.Half_Width_Deg = Joint.Camera_Mount.Widest_Deg.Half_Width;
-  if (!Is_Pose(Library_Transform_Cam_Tc)) {
-    Opinion.Reasons.push_back(Verdict_Reason::No_Library_Transform);
-    return Opinion;
+  const bool Has_Transform = Is_Pose(Library_Transform_Cam_Tc);
+  const bool Is_Solved = Joint.Status == Solve_Status::Solved;
+  if (Has_Transform && !Joint.Rows.empty()) {
+    Measure_Difference(Library_Transform_Cam_Tc, Joint, Opinion);
   }
-  if (!Joint.Rows.empty()) Measure_Difference(Library_Transform_Cam_Tc, Joint, Opinion);
   const Slip_Evidence Slip_Seen = Likeliest_Slip ? Likeliest_Slip->Evidence : Slip_Evidence::None;
-  Opinion.Reasons = Grave_Reasons(Opinion, Joint, Slip_Seen, Limits);
-  if (!Opinion.Reasons.empty()) return Opinion;
-  Opinion.Reasons = Slight_Reasons(Opinion, Slip_Seen, Limits);
-  Opinion.Judgement = Opinion.Reasons.empty() ? Verdict::Agree : Verdict::Look;
+  const std::vector<Verdict_Reason> Of_Library =
+      Library_Reasons(Opinion, Has_Transform, Is_Solved, Limits, Result);
+  Reason_Lists Reasons;
+  Reasons.Grave = Joint_Reasons(Opinion, Is_Solved, Slip_Seen, Limits);
+  if (Result.Choice == Solution_Choice::Library) {
+    Reasons.Grave.insert(Reasons.Grave.begin(), Of_Library.begin(), Of_Library.end());
+  } else {
+    Reasons.Slight = Of_Library;
+  }
+  Append(Slight_Reasons(Opinion, Has_Transform && Is_Solved, Slip_Seen, Limits, Result),
+         Reasons.Slight);
+  Opinion.Judgement = Judgement_Of(Reasons);
+  Opinion.Reasons = Reasons.Grave.empty() ? Reasons.Slight : Reasons.Grave;
   return Opinion;
 }
 

@@ -14,22 +14,34 @@ namespace rigsync {
 
 enum class Verdict { Agree, Look, Dont_Use };
 
+// Which of the two solved mounts is the result.
+enum class Solution_Choice { Library, Joint };
+
 // How far off a mount may be.
 struct Accuracy_Limits {
   double Mm = 3.0, Deg = 0.3;
 };
 
 enum class Verdict_Reason {
-  // Don't use:
+  // The chosen mount has no good answer:
   No_Library_Transform,     // it holds NaN or infinity, or is no pose
+  Library_Code,             // the library's own limits refuse it
   Not_Solved,               // the joint solve has no answer of its own
   Difference_Beyond_Limit,  // between the two
   Width_Beyond_Limit,       // the joint solve can't tell the mount to the limit
   Slip_Found,
-  // Look:
+  // Worth a look:
   Difference_Unlikely,   // outside 99 % of what its uncertainty allows, and not negligible
   Difference_And_Width,  // together beyond the limit
-  Slip_Suspected
+  Slip_Suspected,
+  Place_Contradicted,  // the stated place of the board is not what the capture says
+};
+
+// What else counts for the judgement.
+struct Judged_Result {
+  Solution_Choice Choice = Solution_Choice::Library;
+  bool Has_Usable_Code = true;         // the library's
+  bool Is_Place_Contradicted = false;  // Place_Comparison has a place that is no prior
 };
 
 struct Second_Opinion {
@@ -42,11 +54,14 @@ struct Second_Opinion {
   double Half_Width_Mm = 0, Half_Width_Deg = 0;
 };
 
+// The joint mount, where it is the chosen one, needs no agreement: a library's run that is off, as
+// stale rows make it, or that has no answer, is worth a look only. Everything else is judged alike.
+//
 // Wrong mounts that both solves share stay unseen: a square that is off by a known amount, samples
 // that belong to other images throughout.
 Second_Opinion Judge_Mount(const Eigen::Matrix4d& Library_Transform_Cam_Tc,
                            const Joint_Solution& Joint, const std::optional<Slip>& Likeliest_Slip,
-                           const Accuracy_Limits& Limits = {});
+                           const Accuracy_Limits& Limits = {}, const Judged_Result& Result = {});
 
 }  // namespace rigsync
 

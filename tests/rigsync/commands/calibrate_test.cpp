@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 constexpr std::size_t Terminal_Width = 80;
 
@@ -311,8 +312,9 @@ TEST(Calibrate, ACode0WithNumbersThatAreNotFiniteIsWarnedAbout) {
     if (Index == 3) Fields[2] = "nan";
   });
   const Finished Result = Rigsync(Calibrate_Arguments(Csv, Out));
-  // Every comparison with NaN is false, so every limit is passed.
-  EXPECT_EQ(Result.Status, 0);
+  // Every comparison with NaN is false, so every limit is passed, and the library's code is 0.
+  EXPECT_EQ(Result.Status, 21);
+  EXPECT_THAT(Result.Output, StartsWith("Don't use it. The library's transform holds NaN"));
   EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("NaN or infinite numbers")));
   const nlohmann::json File = Read_Json(Out / "result.json");
   EXPECT_TRUE(File["transform_cam_tc"][3].is_null());
@@ -408,7 +410,11 @@ TEST(Calibrate, ACsvFromAPipeReachesTheLibraryWhole) {
   Rewrite_Csv(Csv, Use_Absolute_Images);
   std::string Words = "cat '" + Csv.string() + "' | " RIGSYNC_PROGRAM;
   for (const std::string& Word : Calibrate_Arguments("/dev/stdin", Out)) Words += " '" + Word + "'";
-  EXPECT_EQ(Run_Program("/bin/sh", {"-c", Words}).Status, 0);
+  EXPECT_EQ(Run_Program("/bin/sh", {"-c", Words + " --library-only"}).Status, 0);
+  // Without it the file would have to be read twice.
+  const Finished Refused = Run_Program("/bin/sh", {"-c", Words});
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_THAT(Refused.Said, HasSubstr("expected the capture's CSV file, or --library-only"));
 }
 
 TEST(Calibrate, TheExampleHostSolvesAndExportsToo) {
