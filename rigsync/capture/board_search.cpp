@@ -2,6 +2,7 @@
 #include "rigsync/capture/board_search.h"
 
 #include "rigsync/capture/board_detection.h"
+#include "rigsync/capture/first_image_size.h"
 #include "rigsync/geometry/statistics.h"
 #include "rigsync/system/quiet_output.h"
 
@@ -24,10 +25,8 @@ constexpr std::size_t Least_Fitted = 3;
 // it.
 constexpr std::size_t Most_Fitted = 60;
 
-// Reads an image. For an empty one, State is Unreadable or Refused. The decoders' warnings on
-// standard error are suppressed, because State reports the same.
+// Reads an image. For an empty one, State is Unreadable or Refused.
 cv::Mat Read_Image(const fs::path& File, Image_State& State) {
-  const Quiet_Output Quiet(true);
   State = Image_State::Unreadable;
   try {
     return cv::imread(File.string(), cv::IMREAD_COLOR);
@@ -45,7 +44,10 @@ void Search_Image(const cv::Mat& Image, cv::Size First_Size, const Board_Size& B
   const Detection_Settings Settings = Settings_For(First_Size);
   std::vector<cv::Point2f> Corners;
   Prepare_Images(Image, Settings, Images);
-  if (!Search_Board(Images, Settings, Board, Corners)) {
+  const bool Is_Found = Search_Board(Images, Settings, Board, Corners);
+  // This is the image itself, which would otherwise exist until the next one is prepared.
+  if (!Settings.Is_Reduced) Images.Reduced.release();
+  if (!Is_Found) {
     Result.State = Image_State::No_Board;
     return;
   }
@@ -112,24 +114,30 @@ std::size_t Board_Search::Usable_Count() const {
 
 Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vector<bool>& Readable,
                            const fs::path& Image_Root, const Board_Size& Board,
-                           const Search_Progress& Progress) {
+                           const Search_Progress& Progress, std::size_t Threads) {
+  const Quiet_Output Quiet(true);
+  const auto Readable_Count =
+      static_cast<std::size_t>(std::count(Readable.begin(), Readable.end(), true));
+  const std::size_t Used_Threads = std::max(std::min(Threads, Readable_Count), std::size_t{1});
+  std::vector<Detection_Images> Images(Used_Threads);
+  First_Image_Size First_Size(Rows.size());
   Board_Search Search;
   Search.Images.resize(Rows.size());
-  Detection_Images Images;
-  for (std::size_t i = 0; i < Rows.size(); ++i) {
-    if (Progress) Progress(i, Rows.size());
-    Searched_Image& Result = Search.Images[i];
-    if (!Rows[i].Is_Image) Result.State = Image_State::Not_An_Image;
-    if (!Readable[i]) continue;
-    const cv::Mat Image = Read_Image(Image_Root / Rows[i].Image, Result.State);
-    if (Image.empty()) continue;
-    if (Search.Width == 0) {
-      Search.Width = Image.cols;
-      Search.Height = Image.rows;
-    }
-    Search_Image(Image, cv::Size(Search.Width, Search.Height), Board, Images, Result);
+  const auto Search_Row = [&](std::size_t Row, std::size_t Thread) {
+    Searched_Image& Result = Search.Images[Row];
+    if (!Rows[Row].Is_Image) Result.State = Image_State::Not_An_Image;
+    const cv::Mat Image = First_Size.Read(Row, [&] {
+      return Readable[Row] ? Read_Image(Image_Root / Rows[Row].Image, Result.State) : cv::Mat();
+    });
+    if (!Image.empty()) Search_Image(Image, First_Size.Wait(), Board, Images[Thread], Result);
+  };
+  Work_On_Rows(Rows.size(), Used_Threads, Search_Row, Progress);
+  const auto First = std::find_if(Search.Images.begin(), Search.Images.end(),
+                                  [](const Searched_Image& Image) { return Image.Width > 0; });
+  if (First != Search.Images.end()) {
+    Search.Width = First->Width;
+    Search.Height = First->Height;
   }
-  if (Progress) Progress(Rows.size(), Rows.size());
   return Search;
 }
 

@@ -11,12 +11,12 @@
 #include "rigsync/capture/board_size.h"
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/capture/lens.h"
+#include "rigsync/capture/parallel_rows.h"
 
 #include <Eigen/Geometry>
 
 #include <array>
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <vector>
 
@@ -47,13 +47,19 @@ struct Board_Search {
   std::size_t Usable_Count() const;
 };
 
-// Called after each image.
-using Search_Progress = std::function<void(std::size_t Done, std::size_t All)>;
+// Called after each image, on the thread that called the search.
+using Search_Progress = Row_Progress;
 
-// Reads the images of the rows that are Readable, one at a time, and searches each for the board.
+// Reads the images of the rows that are Readable and searches each for the board, in at most
+// Threads threads; each holds one decoded image at a time. The result does not depend on their
+// number, nor on the number of OpenCV's own threads, which stays as it is.
+//
+// While it searches, the decoders' warnings are suppressed with all other output of the process
+// (rigsync/system/quiet_output.h), so Progress has to write to a descriptor of its own, as
+// Progress_Output does.
 Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vector<bool>& Readable,
                            const std::filesystem::path& Image_Root, const Board_Size& Board,
-                           const Search_Progress& Progress);
+                           const Search_Progress& Progress, std::size_t Threads = Core_Count());
 
 struct Board_Pose {
   std::size_t Row = 0;  // index of the row

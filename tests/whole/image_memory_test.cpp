@@ -2,51 +2,12 @@
 //
 // Images are decoded one at a time: at most two decoded images exist at any time, the new one and
 // the one that it replaces.
+#include "tests/support/counting_allocator.h"
 #include "tests/whole/whole_run.h"
 
 #include <gtest/gtest.h>
-#include <opencv2/core.hpp>
-
-#include <atomic>
 
 namespace {
-
-// An allocator that forwards every request and counts live blocks of at least one decoded image's
-// size.
-class Counting_Allocator : public cv::MatAllocator {
- public:
-  explicit Counting_Allocator(std::size_t Counted_From) : Image_Bytes(Counted_From) {}
-
-  cv::UMatData* allocate(int Dimensions, const int* Sizes, int Type, void* Data, std::size_t* Steps,
-                         cv::AccessFlag Flags, cv::UMatUsageFlags Usage) const override {
-    cv::UMatData* Block =
-        cv::Mat::getStdAllocator()->allocate(Dimensions, Sizes, Type, Data, Steps, Flags, Usage);
-    Block->prevAllocator = Block->currAllocator = this;
-    if (Data == nullptr && Block->size >= Image_Bytes) {
-      const int Now = ++Alive;
-      ++Total;
-      int Before = Most.load();
-      while (Now > Before && !Most.compare_exchange_weak(Before, Now)) {
-      }
-    }
-    return Block;
-  }
-  bool allocate(cv::UMatData* Block, cv::AccessFlag /*Flags*/,
-                cv::UMatUsageFlags /*Usage*/) const override {
-    return Block != nullptr;
-  }
-  void deallocate(cv::UMatData* Block) const override {
-    if (Block == nullptr) return;
-    if (!(Block->flags & cv::UMatData::USER_ALLOCATED) && Block->size >= Image_Bytes) --Alive;
-    Block->prevAllocator = Block->currAllocator = cv::Mat::getStdAllocator();
-    cv::Mat::getStdAllocator()->deallocate(Block);
-  }
-
-  mutable std::atomic<int> Alive{0}, Most{0}, Total{0};
-
- private:
-  std::size_t Image_Bytes;
-};
 
 TEST(ImageMemory, HoldsAtMostTwoDecodedImagesAtAnyTime) {
   for (const int Width : {960, 1920}) {  // searched as they are, and on a reduced copy
