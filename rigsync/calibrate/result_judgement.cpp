@@ -14,6 +14,7 @@ Second_Opinion Opinion_On(const Calibration_Result& Result, Solution_Choice Choi
   Judged.Choice = Choice;
   Judged.Has_Usable_Code = Result.Code && Is_Usable_Code(*Result.Code);
   Judged.Is_Place_Contradicted = Solved.Place && !Solved.Place->Is_Prior;
+  Judged.Lens_Check = Solved.Lens_Check;
   return Judge_Mount(Matrix_From_List(Result.Transform_Cam_Tc), Solved.Joint, Solved.Likeliest_Slip,
                      Result.Inputs.Limits, Judged);
 }

@@ -3,6 +3,7 @@
 
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/calibrate/result_judgement.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync/report/heading.h"
 #include "rigsync/solve/talent_error.h"
 #include "rigsync/system/plain_path.h"
@@ -205,6 +206,15 @@ std::string Reason_Text(Verdict_Reason Reason, const Calibration_Result& Result)
           Apart_Text(Result), Opinion.Half_Width_Mm, Opinion.Half_Width_Deg);
     case Verdict_Reason::Slip_Suspected:
       return Slip_Text(Result, "may have slipped");
+    case Verdict_Reason::Last_Rows_Left_Out:
+      return "The last image contradicts the others. If a tracker has moved on its mount, this is "
+             "the mount before.";
+    case Verdict_Reason::Lens_Does_Not_Fit:
+      return fmt::format(
+          "The lens model does not fit: tangential distortion, or a third radial coefficient, "
+          "would move the mount by {:.1f} mm and {:.2f} degrees.",
+          1000.0 * Result.Solved->Lens_Check->Mount_Motion.tail<3>().norm(),
+          Degrees_Per_Radian * Result.Solved->Lens_Check->Mount_Motion.head<3>().norm());
     case Verdict_Reason::Place_Contradicted:
       return fmt::format(
           "The stated place of the board is {:.1f} degrees and {:.0f} mm from the one that the "

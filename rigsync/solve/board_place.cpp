@@ -3,7 +3,6 @@
 
 #include "rigsync/geometry/angle.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace rigsync {
@@ -21,13 +20,18 @@ Eigen::Isometry3d Transform_From_Place(const Board_Place& Place) {
 }
 
 // The last column of Rx(A) Ry(B) Rz(C) is sin B, -sin A cos B, cos A cos B, and its first row
-// cos B cos C, -cos B sin C, sin B.
+// cos B cos C, -cos B sin C, sin B. With B at 90 or -90 degrees only A + C or A - C shows; C is 0
+// then, and the middle column is 0, cos A, sin A.
 Board_Place Place_From_Transform(const Eigen::Isometry3d& Transform_Tr_Chart) {
+  constexpr double Least_Cosine = 1e-9;
   const Eigen::Matrix3d Rotation = Transform_Tr_Chart.linear();
   const Eigen::Vector3d Offset = Transform_Tr_Chart.translation();
-  const double A = std::atan2(-Rotation(1, 2), Rotation(2, 2));
-  const double B = std::asin(std::clamp(Rotation(0, 2), -1.0, 1.0));
-  const double C = std::atan2(-Rotation(0, 1), Rotation(0, 0));
+  const double Cosine_B = std::hypot(Rotation(1, 2), Rotation(2, 2));
+  const bool Is_Locked = Cosine_B < Least_Cosine;
+  const double A = Is_Locked ? std::atan2(Rotation(2, 1), Rotation(1, 1))
+                             : std::atan2(-Rotation(1, 2), Rotation(2, 2));
+  const double B = std::atan2(Rotation(0, 2), Cosine_B);
+  const double C = Is_Locked ? 0.0 : std::atan2(-Rotation(0, 1), Rotation(0, 0));
   return {{A * Degrees_Per_Radian, B * Degrees_Per_Radian, C * Degrees_Per_Radian},
           {Offset.x(), Offset.y(), Offset.z()}};
 }

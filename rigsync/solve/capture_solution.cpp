@@ -58,15 +58,21 @@ Capture_Solution Solve_Capture(const std::vector<Row_Facts>& Facts, const Board_
   Capture_Solution Solution;
   Solution.Lens_Px = Lens_Px;
   Solution.Seen = Observe(Facts, Board, Square_Size, Lens_Px);
-  Solution.Joint = Solve_Mounts(Solution.Seen);
+  Joint_Options Options;
+  Solution.Joint = Solve_Mounts(Solution.Seen, Options);
   if (Stated && Has_Answer(Solution.Joint)) {
     const Eigen::Vector3d Centre_Chart(0.5 * (Board.Cols - 1) * Square_Size,
                                        0.5 * (Board.Rows - 1) * Square_Size, 0.0);
-    Joint_Options Options;
     Options.Prior = Prior_Of(*Stated);
     Solution.Place = Compare(*Options.Prior, Solution.Joint, Centre_Chart);
-    if (Solution.Place->Is_Prior) Solution.Joint = Solve_Mounts(Solution.Seen, Options);
+    if (Solution.Place->Is_Prior) {
+      Solution.Joint = Solve_Mounts(Solution.Seen, Options);
+    } else {
+      Options.Prior.reset();
+    }
   }
+  Solution.Lens_Check =
+      Check_Lens_Model(Facts, Board, Square_Size, Lens_Px, Solution.Seen, Solution.Joint, Options);
   Solution.Likeliest_Slip = Find_Slip(Solution.Joint);
   return Solution;
 }

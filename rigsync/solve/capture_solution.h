@@ -9,6 +9,7 @@
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/solve/board_place.h"
 #include "rigsync/solve/joint_solve.h"
+#include "rigsync/solve/lens_model_check.h"
 #include "rigsync/solve/slip.h"
 
 #include <optional>
@@ -38,6 +39,7 @@ struct Capture_Solution {
   Observations Seen;
   Joint_Solution Joint;
   std::optional<Slip> Likeliest_Slip;
+  std::optional<Lens_Model_Check> Lens_Check;  // none when nothing was solved
   std::optional<Place_Comparison> Place;  // none without a stated place, or when nothing was solved
 };
 

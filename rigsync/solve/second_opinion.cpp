@@ -18,6 +18,11 @@ constexpr double Unlikely = 0.99;
 constexpr double Negligible_Mm = 1.0;
 constexpr double Negligible_Deg = 0.1;
 
+// Coefficients that improve the fit by this much are not 0: chance does it in one capture of ten
+// thousand where the errors of the corners are independent.
+constexpr double Lens_Chance = 1e-4;
+constexpr double Lens_Coefficients = 3.0, Most_Freedom = 1e5;
+
 // The library's rotations are good to a millionth.
 constexpr double Rotation_Tolerance = 1e-3;
 
@@ -41,6 +46,20 @@ void Measure_Difference(const Eigen::Matrix4d& Library_Transform_Cam_Tc,
 // "Within", so that NaN is not.
 bool Are_Within(double Mm, double Deg, const Accuracy_Limits& Limits) {
   return Mm <= Limits.Mm && Deg <= Limits.Deg;
+}
+
+// Whether the last row contradicts the others. With a slip before the last one or two, too few rows
+// are left to tell it from bad samples.
+bool Are_Last_Left_Out(const Joint_Solution& Joint) {
+  return !Joint.Rows.empty() && !Joint.Rows.back().Is_Kept;
+}
+
+bool Moves_Mount(const Lens_Model_Check& Check, const Second_Opinion& Opinion,
+                 const Accuracy_Limits& Limits) {
+  if (!(Check.F > F_Limit(Lens_Coefficients, Most_Freedom, Lens_Chance))) return false;
+  const double Deg = Degrees_Per_Radian * Check.Mount_Motion.head<3>().norm();
+  const double Mm = 1000.0 * Check.Mount_Motion.tail<3>().norm();
+  return !Are_Within(Mm + Opinion.Half_Width_Mm, Deg + Opinion.Half_Width_Deg, Limits);
 }
 
 // Which of the reasons rule the chosen mount out, and which ask for a look.
@@ -75,7 +94,8 @@ std::vector<Verdict_Reason> Joint_Reasons(const Second_Opinion& Opinion, bool Is
   return Reasons;
 }
 
-std::vector<Verdict_Reason> Slight_Reasons(const Second_Opinion& Opinion, bool Are_Comparable,
+std::vector<Verdict_Reason> Slight_Reasons(const Second_Opinion& Opinion,
+                                           const Joint_Solution& Joint, bool Are_Comparable,
                                            Slip_Evidence Slip_Seen, const Accuracy_Limits& Limits,
                                            const Judged_Result& Result) {
   std::vector<Verdict_Reason> Reasons;
@@ -87,6 +107,9 @@ std::vector<Verdict_Reason> Slight_Reasons(const Second_Opinion& Opinion, bool A
                                        Opinion.Difference_Deg + Opinion.Half_Width_Deg, Limits),
          Verdict_Reason::Difference_And_Width, Reasons);
   Add_If(Slip_Seen == Slip_Evidence::Look, Verdict_Reason::Slip_Suspected, Reasons);
+  Add_If(Are_Last_Left_Out(Joint), Verdict_Reason::Last_Rows_Left_Out, Reasons);
+  Add_If(Result.Lens_Check && Moves_Mount(*Result.Lens_Check, Opinion, Limits),
+         Verdict_Reason::Lens_Does_Not_Fit, Reasons);
   Add_If(Result.Is_Place_Contradicted, Verdict_Reason::Place_Contradicted, Reasons);
   return Reasons;
 }
@@ -125,7 +148,7 @@ Second_Opinion Judge_Mount(const Eigen::Matrix4d& Library_Transform_Cam_Tc,
   } else {
     Reasons.Slight = Of_Library;
   }
-  Append(Slight_Reasons(Opinion, Has_Transform && Is_Solved, Slip_Seen, Limits, Result),
+  Append(Slight_Reasons(Opinion, Joint, Has_Transform && Is_Solved, Slip_Seen, Limits, Result),
          Reasons.Slight);
   Opinion.Judgement = Judgement_Of(Reasons);
   Opinion.Reasons = Reasons.Grave.empty() ? Reasons.Slight : Reasons.Grave;

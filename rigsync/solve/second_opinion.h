@@ -5,6 +5,7 @@
 #define RIGSYNC_SOLVE_SECOND_OPINION_H
 
 #include "rigsync/solve/joint_solve.h"
+#include "rigsync/solve/lens_model_check.h"
 #include "rigsync/solve/slip.h"
 
 #include <optional>
@@ -34,6 +35,8 @@ enum class Verdict_Reason {
   Difference_Unlikely,   // outside 99 % of what its uncertainty allows, and not negligible
   Difference_And_Width,  // together beyond the limit
   Slip_Suspected,
+  Last_Rows_Left_Out,  // a slip before them would look the same, and the mount would be the old one
+  Lens_Does_Not_Fit,   // what the lens model leaves out moves the mount, together beyond the limit
   Place_Contradicted,  // the stated place of the board is not what the capture says
 };
 
@@ -42,6 +45,7 @@ struct Judged_Result {
   Solution_Choice Choice = Solution_Choice::Library;
   bool Has_Usable_Code = true;         // the library's
   bool Is_Place_Contradicted = false;  // Place_Comparison has a place that is no prior
+  std::optional<Lens_Model_Check> Lens_Check;
 };
 
 struct Second_Opinion {

@@ -27,6 +27,7 @@ Joint_Solution Sharp() {
   Joint_Solution Joint;
   Joint.Status = rigsync::Solve_Status::Solved;
   Joint.Rows.resize(24);
+  for (rigsync::Solved_Row& Row : Joint.Rows) Row.Is_Kept = true;
   rigsync::Mount_Uncertainty& Mount = Joint.Camera_Mount;
   const double Turn_Rad = 0.015 * pose_rig::Radians_In_Degree, Shift = 0.00015;
   Mount.Covariance.diagonal() << Vector3d::Constant(Turn_Rad * Turn_Rad),
@@ -131,6 +132,72 @@ TEST(SecondOpinion, ASlipCounts) {
   EXPECT_THAT(Judge(Slip_Evidence::Look).Reasons, ElementsAre(Verdict_Reason::Slip_Suspected));
   EXPECT_EQ(Judge(Slip_Evidence::Found).Judgement, Verdict::Dont_Use);
   EXPECT_THAT(Judge(Slip_Evidence::Found).Reasons, ElementsAre(Verdict_Reason::Slip_Found));
+}
+
+// With a slip before the last row it would be the only one with the mount that the stage has now.
+TEST(SecondOpinion, ALastRowThatIsLeftOutIsWorthALook) {
+  Joint_Solution Joint = Sharp();
+  Joint.Rows[22].Is_Kept = false;
+  EXPECT_EQ(rigsync::Judge_Mount(Away(0, 0), Joint, {}).Judgement, Verdict::Agree);
+  Joint.Rows[23].Is_Kept = false;
+  EXPECT_THAT(rigsync::Judge_Mount(Away(0, 0), Joint, {}).Reasons,
+              ElementsAre(Verdict_Reason::Last_Rows_Left_Out));
+}
+
+// 0.3 degrees less the half-width of 0.03; and 6.0 is above F by chance in 0.04 % of captures, 9.0
+// in one of a hundred thousand.
+TEST(SecondOpinion, ALensThatDoesNotFitIsWorthALookWhereItMovesTheMount) {
+  const auto Judge = [](double F, double Deg, double Mm) {
+    rigsync::Judged_Result Result;
+    Result.Lens_Check.emplace();
+    Result.Lens_Check->F = F;
+    Result.Lens_Check->Mount_Motion << 0, Deg * pose_rig::Radians_In_Degree, 0, 0, 0, 1e-3 * Mm;
+    return rigsync::Judge_Mount(Away(0, 0), Sharp(), {}, {}, Result);
+  };
+  EXPECT_THAT(Judge(9.0, 0.271, 0).Reasons, ElementsAre(Verdict_Reason::Lens_Does_Not_Fit));
+  EXPECT_THAT(Judge(9.0, 0, 2.71).Reasons, ElementsAre(Verdict_Reason::Lens_Does_Not_Fit));
+  EXPECT_EQ(Judge(9.0, 0.269, 2.69).Judgement, Verdict::Agree);
+  EXPECT_EQ(Judge(6.0, 0.271, 2.71).Judgement, Verdict::Agree);
+}
+
+TEST(SecondOpinion, APlaceThatIsContradictedIsWorthALook) {
+  rigsync::Judged_Result Result;
+  Result.Is_Place_Contradicted = true;
+  EXPECT_THAT(rigsync::Judge_Mount(Away(0, 0), Sharp(), {}, {}, Result).Reasons,
+              ElementsAre(Verdict_Reason::Place_Contradicted));
+}
+
+TEST(SecondOpinion, ACodeThatTheLibraryRefusesIsNotToBeUsed) {
+  rigsync::Judged_Result Result;
+  Result.Has_Usable_Code = false;
+  const Second_Opinion Opinion = rigsync::Judge_Mount(Away(0, 0), Sharp(), {}, {}, Result);
+  EXPECT_EQ(Opinion.Judgement, Verdict::Dont_Use);
+  EXPECT_THAT(Opinion.Reasons, ElementsAre(Verdict_Reason::Library_Code));
+}
+
+// What the library's run is short of is worth a look then, and no more.
+TEST(SecondOpinion, TheJointMountNeedsNoAgreement) {
+  rigsync::Judged_Result Joint_Chosen;
+  Joint_Chosen.Choice = rigsync::Solution_Choice::Joint;
+  Joint_Chosen.Has_Usable_Code = false;
+  const auto Judge = [&](const Matrix4d& Library, const Joint_Solution& Joint,
+                         const std::optional<Slip>& Seen = {}) {
+    return rigsync::Judge_Mount(Library, Joint, Seen, {}, Joint_Chosen);
+  };
+  const Second_Opinion No_Transform = Judge(Matrix4d::Constant(NaN), Sharp());
+  EXPECT_EQ(No_Transform.Judgement, Verdict::Look);
+  EXPECT_THAT(No_Transform.Reasons,
+              ElementsAre(Verdict_Reason::No_Library_Transform, Verdict_Reason::Library_Code));
+  EXPECT_EQ(Judge(Away(20, 0), Sharp()).Judgement, Verdict::Look);
+  // What is wrong with the joint solve itself counts as before.
+  Joint_Solution Wide = Sharp();
+  Wide.Camera_Mount.Widest_Mm.Half_Width = 3.1;
+  EXPECT_THAT(Judge(Away(0, 0), Wide).Reasons, ElementsAre(Verdict_Reason::Width_Beyond_Limit));
+  EXPECT_THAT(Judge(Away(0, 0), {}).Reasons, ElementsAre(Verdict_Reason::Not_Solved));
+  EXPECT_THAT(Judge(Away(0, 0), Sharp(), With_Evidence(Slip_Evidence::Found)).Reasons,
+              ElementsAre(Verdict_Reason::Slip_Found));
+  Joint_Chosen.Has_Usable_Code = true;
+  EXPECT_EQ(Judge(Away(0, 0), Sharp()).Judgement, Verdict::Agree);
 }
 
 // Captures with random faults, and mounts by a closed form that knows nothing of bad rows: none
