@@ -17,9 +17,15 @@ constexpr int Most_Halvings = 12;
 constexpr double Settled_Gain = 1e-6;
 constexpr double Settled_Variance_Gain = 1e-4;
 
-// Unknowns that the rows leave open are known to ten metres and ten radians, which keeps every
-// matrix regular: an interval that wide says that nothing is known.
-constexpr double Open_Deviation = 10.0;
+// Along a direction that the rows leave open, steps are as large as what bends them, and a fit
+// creeps. After this many steps one that gains a hundredth is at rest: a seventh of what it states
+// to be uncertain.
+constexpr int Steps_Before_Creeping = 60;
+constexpr double Creeping_Gain = 1e-2;
+
+// Lever arms follow the mounts in this many steps, of which the usual fit takes fewer. Mounts that
+// are open would move them, and they the weights, for ever.
+constexpr int Steps_With_New_Levers = 30;
 
 // The median of the squared length of three normal values of variance 1.
 constexpr double Median_Of_Three_Squares = 2.366;
@@ -37,6 +43,18 @@ struct Point {
 Point Linearise_Point(const std::vector<Observation>& Rows, const Mounts& At,
                       const Fit_Settings& Settings) {
   return {At, Linearise_Rows(Rows, At, Settings), Linearise_Prior(At, Settings)};
+}
+
+// The later point with the noise of the earlier one.
+Point With_Shapes_Of(const Point& Earlier, Point Later) {
+  for (std::size_t i = 0; i < Later.Rows.size(); ++i) Later.Rows[i].Shapes = Earlier.Rows[i].Shapes;
+  return Later;
+}
+
+bool Is_Settled(const Likelihood_Terms& Terms, const Variances& Change, int Steps) {
+  const bool Creeps = Steps >= Steps_Before_Creeping;
+  return Terms.Squares_Gained < (Creeps ? Creeping_Gain : Settled_Gain) &&
+         std::abs(Terms.Score.dot(Change)) < (Creeps ? Creeping_Gain : Settled_Variance_Gain);
 }
 
 // The point after the step, which is halved as long as it makes the fit worse.
@@ -84,8 +102,10 @@ std::vector<Linear_Row> Linearise_Rows(const std::vector<Observation>& Rows, con
 
 Linear_Prior Linearise_Prior(const Mounts& At, const Fit_Settings& Settings) {
   Linear_Prior Prior;
-  // A prior of these unknowns has no place of its own: it is where the mounts are.
+  // A turn has no usual place: its prior is where the mounts are.
   Unknown_Vector Deviations = Unknown_Vector::Constant(Open_Deviation);
+  Prior.Distance.segment<3>(Camera_Mount + 3) = -At.Transform_Cam_Tc.translation();
+  Prior.Distance.segment<3>(Board_Mount + 3) = -At.Transform_Tr_Chart.translation();
   Deviations[Scale_Unknown] = Settings.Scale_Deviation;
   Prior.Distance[Scale_Unknown] = -std::log(At.Square_Scale);
   if (Settings.Prior) {
@@ -119,10 +139,10 @@ Joint_Fit Fit_Rows(const std::vector<Observation>& Rows, const Mounts& Start,
     Fit.Terms = Evaluate_Likelihood(At.Rows, At.Prior, Fit.Variance);
     if (!Fit.Terms.Step.allFinite() || !Fit.Terms.Score.allFinite()) break;
     const Variances Change = Next_Variances(Fit.Terms, Fit.Variance) - Fit.Variance;
-    Fit.Has_Converged = Fit.Terms.Squares_Gained < Settled_Gain &&
-                        std::abs(Fit.Terms.Score.dot(Change)) < Settled_Variance_Gain;
+    Fit.Has_Converged = Is_Settled(Fit.Terms, Change, k);
     if (Fit.Has_Converged) break;
-    At = After_Step(Rows, At, Fit.Terms, Settings);
+    const Point Next = After_Step(Rows, At, Fit.Terms, Settings);
+    At = k < Steps_With_New_Levers ? Next : With_Shapes_Of(At, Next);
     Fit.Variance += Scoring.Damped(Fit.Terms.Score, Change);
   }
   Fit.At = At.At;

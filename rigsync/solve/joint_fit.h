@@ -20,6 +20,11 @@ struct Board_Prior {
   double Rotation_Deviation_Rad = 0, Offset_Deviation = 0;
 };
 
+// What is known of a mount before anything was seen: a tracker sits within a few metres of what it
+// tracks. One standard deviation, metres and radians. It keeps every matrix regular, and what the
+// rows leave open is stated to be open by twice that.
+constexpr double Open_Deviation = 2.0;
+
 struct Fit_Settings {
   double Corner_Variance = 0;  // square pixels
   Moving_Trackers Moving;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/solve/joint_solve.h"
 
+#include "rigsync/solve/apparent_motion.h"
 #include "rigsync/solve/exact_square.h"
 #include "rigsync/solve/robust_start.h"
 #include "rigsync/solve/row_test.h"
@@ -105,9 +106,11 @@ Unknown_Matrix Rest_Part(const Capture_Rest& Rest, const Mounts& At) {
 }
 
 Unknown_Uncertainty Uncertainty_Of(const Joint_Fit& Fit, const std::vector<Observation>& Kept,
-                                   const Observations& Seen, const Capture_Rest& Rest) {
+                                   const Observations& Seen, const Capture_Rest& Rest,
+                                   const Fit_Settings& Settings) {
   return Describe_Unknowns(Fit.Rows, Fit.Terms, Fit.Variance,
-                           Lens_Part(Kept, Fit, Seen.Lens_Covariance) + Rest_Part(Rest, Fit.At));
+                           Lens_Part(Kept, Fit, Seen.Lens_Covariance) + Rest_Part(Rest, Fit.At) +
+                               Open_Part(Kept, Fit, Settings));
 }
 
 void Describe_Uncertainty(const Unknown_Uncertainty& Unknown, Joint_Solution& Solution) {
@@ -124,9 +127,12 @@ void Describe_Fit(const Observations& Seen, const Capture_Rest& Rest, const Sele
   const Exact_Square Square = Fit_Exact_Square(Kept, Free, Solution.Settings, Prior_Probability);
   Solution.Exact_Square_Probability = Square.Probability;
   Solution.At = Moved(Free.At, Square.Probability * Square.Motion);
-  Unknown_Uncertainty Unknown = Uncertainty_Of(Free, Kept, Seen, Rest);
+  Unknown_Uncertainty Unknown = Uncertainty_Of(Free, Kept, Seen, Rest, Solution.Settings);
   if (Square.Probability > 0.0) {
-    Unknown = Average(Unknown, Uncertainty_Of(Square.Fit, Kept, Seen, Rest), Square);
+    Fit_Settings Exact_Settings = Solution.Settings;
+    Exact_Settings.Scale_Deviation = Exact_Scale_Deviation;
+    Unknown =
+        Average(Unknown, Uncertainty_Of(Square.Fit, Kept, Seen, Rest, Exact_Settings), Square);
   }
   Describe_Uncertainty(Unknown, Solution);
   Solution.Variance = Free.Variance;
@@ -153,6 +159,15 @@ bool Is_Finite(const Joint_Solution& Solution) {
          Solution.Camera_Mount.Half_Width_Deg.allFinite();
 }
 
+// The same capture without an answer.
+Joint_Solution Not_Converged(const Joint_Solution& Of) {
+  Joint_Solution Nothing;
+  Nothing.Status = Solve_Status::Not_Converged;
+  Nothing.Settings = Of.Settings;
+  Nothing.Settled = Of.Settled;
+  return Nothing;
+}
+
 }  // namespace
 
 Joint_Solution Solve_Mounts(const Observations& Seen, const Joint_Options& Options) {
@@ -168,7 +183,7 @@ Joint_Solution Solve_Mounts(const Observations& Seen, const Joint_Options& Optio
   if (!Selected.Fit.Has_Converged || Selected.Distances.empty()) return Solution;
   Describe_Fit(Seen, Rest, Selected, Options.Exact_Square_Probability, Solution);
   Describe_Rows(Selected, Solution);
-  if (!Is_Finite(Solution)) return Solution;
+  if (!Is_Finite(Solution)) return Not_Converged(Solution);
   const bool Is_Majority = 2 * Count(Selected.Is_Kept) > Solution.Settled.size();
   Solution.Status = Is_Majority ? Solve_Status::Solved : Solve_Status::No_Majority;
   return Solution;

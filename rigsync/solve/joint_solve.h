@@ -11,6 +11,7 @@
 #include "rigsync/solve/observation.h"
 #include "rigsync/solve/tracker_rest.h"
 
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -38,9 +39,11 @@ struct Joint_Options {
 
 // The noise that the capture shows, standard deviations on each axis.
 struct Noise_Estimate {
-  double Corner_Factor = 1;  // of the corners' deviation, at least 1
-  double Rotation_Rad = 0;   // of each tracker that moves
-  double Position = 0;       // of both trackers together, metres
+  static constexpr double Unknown = std::numeric_limits<double>::quiet_NaN();
+
+  double Corner_Factor = Unknown;  // of the corners' deviation, at least 1
+  double Rotation_Rad = Unknown;   // of each tracker that moves
+  double Position = Unknown;       // of both trackers together, metres
 };
 
 struct Solved_Row {
@@ -52,11 +55,12 @@ struct Solved_Row {
 
 struct Joint_Solution {
   Solve_Status Status = Solve_Status::Too_Few_Rows;
-  // What follows is only filled for Solved and No_Majority.
+  // What follows is only filled for Solved and No_Majority. Otherwise every half-width is infinite
+  // and the noise is NaN.
   Mounts At;
   Mount_Uncertainty Camera_Mount, Board_Mount;  // of the motions of Cam_Tc and Tr_Chart
-  double Scale_Deviation = 0;                   // of Square_Scale
-  double Exact_Square_Probability = 0;          // after the rows were seen
+  double Scale_Deviation = std::numeric_limits<double>::infinity();  // of Square_Scale
+  double Exact_Square_Probability = 0;                               // after the rows were seen
   Noise_Estimate Noise;
   std::vector<Solved_Row> Rows;  // one for each usable observation, in order
   Capture_Motion Motion;

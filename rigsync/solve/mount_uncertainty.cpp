@@ -135,6 +135,7 @@ Mount_Uncertainty Describe_Mount(const Unknown_Uncertainty& Unknown, int First) 
 }
 
 double Mount_Uncertainty::Probability_Nearer(const Vector6d& Motion) const {
+  if (!Covariance.allFinite()) return std::numeric_limits<double>::quiet_NaN();
   const Vector6d Scale = Covariance.diagonal().cwiseSqrt().cwiseInverse();
   const Vector6d Scaled = Scale.cwiseProduct(Motion);
   const Matrix6d Correlation = Scale.asDiagonal() * Covariance * Scale.asDiagonal();

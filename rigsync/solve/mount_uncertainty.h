@@ -11,27 +11,31 @@
 
 #include "rigsync/solve/restricted_likelihood.h"
 
+#include <limits>
 #include <vector>
 
 namespace rigsync {
 
 // The largest half-width in any direction, and that direction.
 struct Widest {
-  double Half_Width = 0;
+  double Half_Width = std::numeric_limits<double>::infinity();
   Eigen::Vector3d Direction = Eigen::Vector3d::UnitX();
 };
 
-// Of a mount's motion: turn in radians, shift in metres, along the axes of its left frame.
+// Of a mount's motion: turn in radians, shift in metres, along the axes of its left frame. Until it
+// is filled, nothing is known: every width is infinite.
 struct Mount_Uncertainty {
-  Matrix6d Covariance = Matrix6d::Zero();
-  Vector6d Freedom = Vector6d::Zero();                       // degrees of freedom of each variance
-  double Joint_Freedom = 0;                                  // of all six together
-  Eigen::Vector3d Half_Width_Deg = Eigen::Vector3d::Zero();  // 95 %, about each axis
-  Eigen::Vector3d Half_Width_Mm = Eigen::Vector3d::Zero();   // 95 %, along each axis
+  static constexpr double Open = std::numeric_limits<double>::infinity();
+
+  Matrix6d Covariance = Vector6d::Constant(Open).asDiagonal();
+  Vector6d Freedom = Vector6d::Zero();  // degrees of freedom of each variance
+  double Joint_Freedom = 0;             // of all six together
+  Eigen::Vector3d Half_Width_Deg = Eigen::Vector3d::Constant(Open);  // 95 %, about each axis
+  Eigen::Vector3d Half_Width_Mm = Eigen::Vector3d::Constant(Open);   // 95 %, along each axis
   Widest Widest_Deg, Widest_Mm;
 
   // The part of all captures of this kind (0 to 1) in which the truth is nearer than this motion,
-  // by the F distribution. NaN for a motion that holds NaN.
+  // by the F distribution. NaN for a motion that holds NaN, and where nothing is known.
   double Probability_Nearer(const Vector6d& Motion) const;
 };
 

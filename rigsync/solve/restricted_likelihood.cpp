@@ -26,11 +26,17 @@ double Log_Determinant(const Eigen::VectorXd& Pivots) {
   return Pivots.array().log().sum();
 }
 
+// A direction with less information than this part of the unknowns' own is made of rounding: it is
+// held where it is.
+constexpr double Rounding = 1e-13;
+
 // Rotations and translations differ by orders of magnitude, so the matrix is inverted with a
 // diagonal of ones. Returns the logarithm of its determinant.
 double Invert(const Unknown_Matrix& Information, Unknown_Matrix& Inverse) {
   const Unknown_Vector Scale = Information.diagonal().cwiseSqrt().cwiseInverse();
-  const Eigen::LDLT<Unknown_Matrix> Solver(Scale.asDiagonal() * Information * Scale.asDiagonal());
+  Unknown_Matrix Scaled = Scale.asDiagonal() * Information * Scale.asDiagonal();
+  Scaled.diagonal().array() += Rounding;
+  const Eigen::LDLT<Unknown_Matrix> Solver(Scaled);
   Inverse = Scale.asDiagonal() * Solver.solve(Unknown_Matrix::Identity()) * Scale.asDiagonal();
   Inverse = (0.5 * (Inverse + Inverse.transpose())).eval();
   return Log_Determinant(Solver.vectorD()) - 2.0 * Scale.array().log().sum();

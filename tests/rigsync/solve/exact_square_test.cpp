@@ -31,26 +31,6 @@ TEST(ExactSquare, AWrongSquareIsNotTakenForExact) {
   }
 }
 
-TEST(ExactSquare, ProbabilitiesAreThoseOfTheDraws) {
-  // Half of the squares are exact: the probabilities' mean is a half, and that of the exact ones
-  // is above that of the others.
-  constexpr int Draws = 200;
-  double Sum = 0, Exact_Sum = 0;
-  for (int k = 0; k < Draws; ++k) {
-    Options Of;
-    Of.Seed = 300 + static_cast<unsigned>(k);
-    simulate::Random Random(Of.Seed, 80);
-    const bool Is_Exact = k % 2 == 0;
-    Of.Square_Scale = std::exp((Is_Exact ? 0.0002 : 0.003) * Random.Gaussian());
-    const double Probability = Solve(Of).Exact_Square_Probability;
-    Sum += Probability;
-    if (Is_Exact) Exact_Sum += Probability;
-  }
-  // A probability is at most a half from its mean, so the mean of 200 is good to 0.035.
-  EXPECT_NEAR(Sum / Draws, 0.5, 0.1);
-  EXPECT_GT(Exact_Sum / Sum, 0.75);
-}
-
 TEST(ExactSquare, WithoutAPriorProbabilityTheScaleIsFree) {
   const Joint_Solution Solution = Solve({}, 0.0);
   EXPECT_EQ(Solution.Exact_Square_Probability, 0.0);

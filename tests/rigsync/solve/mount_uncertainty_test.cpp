@@ -71,4 +71,12 @@ TEST(MountUncertainty, AMotionOfNaNIsNeverNear) {
   EXPECT_TRUE(std::isnan(Mount.Probability_Nearer(Motion)));
 }
 
+TEST(MountUncertainty, UntilItIsFilledNothingIsKnown) {
+  const Mount_Uncertainty Mount;
+  EXPECT_EQ(Mount.Half_Width_Mm.minCoeff(), INFINITY);
+  EXPECT_EQ(Mount.Half_Width_Deg.minCoeff(), INFINITY);
+  EXPECT_EQ(Mount.Widest_Mm.Half_Width, INFINITY);
+  EXPECT_TRUE(std::isnan(Mount.Probability_Nearer(Vector6d::Zero())));
+}
+
 }  // namespace

@@ -32,7 +32,7 @@ Options Slipped(unsigned Seed, int From, Slipped_Tracker Tracker) {
 }
 
 TEST(Slip, OfThreeMillimetresIsFoundOnItsTrackerAtItsRow) {
-  for (unsigned Seed = 1; Seed <= 20; ++Seed) {
+  for (unsigned Seed = 1; Seed <= 12; ++Seed) {
     const auto Tracker = Seed % 2 == 0 ? Slipped_Tracker::Camera : Slipped_Tracker::Board;
     const int From = 4 + static_cast<int>(Seed * 7 % 17);
     const Slip Found = Likeliest(Slipped(Seed, From, Tracker));
@@ -55,7 +55,7 @@ TEST(Slip, TellsHowFarTheTrackerMoved) {
 }
 
 TEST(Slip, CleanCapturesHaveNone) {
-  for (unsigned Seed = 1; Seed <= 60; ++Seed) {
+  for (unsigned Seed = 1; Seed <= 25; ++Seed) {
     Options Of;
     Of.Seed = Seed;
     EXPECT_EQ(Likeliest(Of).Evidence, Slip_Evidence::None) << Seed;
@@ -63,7 +63,7 @@ TEST(Slip, CleanCapturesHaveNone) {
 }
 
 TEST(Slip, StaleRowsAreNotASlip) {
-  for (unsigned Seed = 1; Seed <= 30; ++Seed) {
+  for (unsigned Seed = 1; Seed <= 12; ++Seed) {
     Options Of;
     Of.Seed = Seed;
     Of.Stale = {2, 5, 11, 17, 19, 22};
