@@ -3,12 +3,15 @@
 // lens_solve_times COLSxROWS IMAGES...: time and memory of the library's lens solve,
 // cv::calibrateCamera with its flags and steps, for each number of images. Prints a line for each:
 //
-//   images N corners C seconds S grown_mib M
+//   images N corners C seconds S expected_s E grown_mib M expected_mib F
 //
 // S is the processor time, which other programs hardly change; M is by how much the solve increases
-// the peak of resident memory. The corners are computed for boards in known poses, with noise of
-// 0.2 pixels: where they are changes neither time nor memory. Each number has a process of its own,
-// for which memory counts from nothing. docs/performance.md has the figures.
+// the peak of resident memory; E and F are what Expected_Lens_Solve says. The corners are computed
+// for boards in known poses, with noise of 0.2 pixels: where they are changes neither time nor
+// memory. Each number has a process of its own, for which memory counts from nothing.
+// docs/performance.md has the figures.
+#include "rigsync/capture/lens_solve_cost.h"
+
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -90,8 +93,12 @@ void Measure(cv::Size Board, int Images) {
   const Usage After = Usage_Now();
   // Two coordinates have this noise; half as much again is a solve that did not converge.
   if (!(Rms < 1.5 * std::sqrt(2.0) * Noise_Px)) throw std::runtime_error("the lens was not found");
-  std::printf("images %d corners %d seconds %.4f grown_mib %.2f\n", Images, Board.area(),
-              After.Seconds - Before.Seconds, After.Peak_MiB - Before.Peak_MiB);
+  const rigsync::Lens_Solve_Cost Expected =
+      rigsync::Expected_Lens_Solve(Corners.size(), Points.size());
+  std::printf(
+      "images %d corners %d seconds %.4f expected_s %.4f grown_mib %.2f expected_mib %.2f\n",
+      Images, Board.area(), After.Seconds - Before.Seconds, Expected.Seconds,
+      After.Peak_MiB - Before.Peak_MiB, Expected.Bytes / (1024.0 * 1024.0));
 }
 
 void Measure_In_Child(cv::Size Board, int Images) {
