@@ -38,7 +38,9 @@ WHOLE = {
     "stages": {"24": 3, "80": 2},
     "command": {"12": 3, "16": 3, "24": 3, "40": 3, "60": 2},
     "beside": "24",
+    "command_stages": {"24": 3, "60": 2},
     "inspect": 3,
+    "lens_solve": {"board": "11x8", "images": ["24", "60", "100", "150", "200", "300"]},
     "memory": {"images": 24, "sizes": ["1280x720", "1920x1080", "3840x2160"]},
     "exports": {"repetitions": 5, "seconds": 0.3},
 }
@@ -50,10 +52,14 @@ TINY = {
     "stages": {"16": 1},
     "command": {"12": 1, "16": 1},
     "beside": "16",
+    "command_stages": {"16": 1},
     "inspect": 1,
+    "lens_solve": {"board": "5x4", "images": ["24", "30"]},
     "memory": {"images": 12, "sizes": ["640x360", "720x405"]},
     "exports": {"repetitions": 1, "seconds": 0.01},
 }
+# 'rigsync calibrate': good, look, don't use, usable. A capture of a dozen images may be any of them.
+CALIBRATED = (0, 20, 21, 99)
 # The tracker noise of bench/accuracy.cpp.
 NOISE = ["--position-noise", "0.3mm", "--rotation-noise", "0.03"]
 SEED = 4
@@ -77,6 +83,18 @@ def run(*command, statuses=(0,), **options):
         sys.exit(f"performance: {' '.join(str(part) for part in command)}\n"
                  f"ended with {done.returncode}:\n{done.stdout[-2000:]}{done.stderr[-2000:]}")
     return done.stdout, seconds
+
+
+def peak_mib(*command, statuses=(0,)):
+    """The peak of a program's resident memory."""
+    with subprocess.Popen([str(part) for part in command], stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL) as started:
+        _, status, usage = os.wait4(started.pid, 0)
+        started.returncode = os.waitstatus_to_exitcode(status)
+    if started.returncode not in statuses:
+        sys.exit(f"performance: {' '.join(str(part) for part in command)}\n"
+                 f"ended with {started.returncode}")
+    return usage.ru_maxrss / 1024.0
 
 
 class Processors:
@@ -201,18 +219,42 @@ class Measurement:
             for name, value in figures.items():
                 self.figures[f"{place}/{name}"] = value
 
+    def calibrate(self, capture, images, output):
+        """The command line that calibrates some images of the capture."""
+        return (self.rigsync, "calibrate", self.some_lines(capture, images), "--config",
+                capture / "stage.json", "--out", output / "result")
+
     def command(self, capture, images):
-        csv = self.some_lines(capture, images)
         with self.folder("command") as output:
-            seconds = run(self.rigsync, "calibrate", csv, "--config", capture / "stage.json",
-                          "--out", output / "result", statuses=(0, 99))[1]
+            seconds = run(*self.calibrate(capture, images, output), statuses=CALIBRATED)[1]
         self.keep_fastest(f"command/{images}", {"seconds": seconds}, "seconds")
 
+    def command_stages(self, capture, images):
+        csv = self.some_lines(capture, images)
+        with self.folder("command_stages") as output:
+            printed = run(self.build / "bench" / "command_stages", csv, capture / "truth.json",
+                          output)[0]
+        figures = {name: float(value)
+                   for name, value in (line.split(" ", 1) for line in printed.splitlines())}
+        figures["total_s"] = sum(value for name, value in figures.items() if name.endswith("_s"))
+        self.keep_fastest(f"command_stages/{images}", figures, "total_s")
+
+    def lens_solve(self):
+        wanted = self.plan["lens_solve"]
+        printed = run(self.build / "bench" / "lens_solve_times", wanted["board"],
+                      *wanted["images"])[0]
+        for line in printed.splitlines():
+            words = line.split()
+            named = dict(zip(words[::2], map(float, words[1::2])))
+            for name in ("seconds", "expected_s", "grown_mib", "expected_mib"):
+                self.figures[f"lens_solve/{named['images']:.0f}/{name}"] = named[name]
+
     def counts(self, capture):
-        growth, stages, command = (self.plan[name] for name in ("growth", "stages", "command"))
-        for images in sorted({*growth, *stages, *command}, key=int):
+        plans = [self.plan[name] for name in ("growth", "stages", "command", "command_stages")]
+        growth, stages, command, command_stages = plans
+        for images in sorted({count for plan in plans for count in plan}, key=int):
             say(f"{images} images")
-            for turn in range(max(wanted.get(images, 0) for wanted in (growth, stages, command))):
+            for turn in range(max(plan.get(images, 0) for plan in plans)):
                 if turn < growth.get(images, 0):
                     self.keep_fastest(f"growth/{images}", self.stage_times(capture, images),
                                       "total_s")
@@ -221,6 +263,8 @@ class Measurement:
                                       self.stage_times(capture, images, "bare"), "total_s")
                 if turn < command.get(images, 0):
                     self.command(capture, images)
+                if turn < command_stages.get(images, 0):
+                    self.command_stages(capture, images)
 
     def inspect(self, capture):
         csv = self.some_lines(capture, self.plan["beside"])
@@ -241,12 +285,16 @@ class Measurement:
                     self.simulate(capture, size, wanted["images"])
                 figures = self.stage_times(capture, wanted["images"])
                 self.figures[f"memory/{size}/peak_mib"] = figures["peak_mib"]
+                self.figures[f"memory/{size}/command_mib"] = peak_mib(
+                    *self.calibrate(capture, wanted["images"], output), statuses=CALIBRATED)
 
     def measure(self):
         say("ratio to the bare OpenCV calls")
         self.ratios()
         say("log line and exports")
         self.exports()
+        say("lens solve")
+        self.lens_solve()
         most = max((*self.plan["growth"], *self.plan["stages"], *self.plan["command"]), key=int)
         say(f"drawing {most} images")
         with self.folder("captures") as captures:

@@ -18,6 +18,9 @@ import sys
 import textwrap
 
 RATIO_LIMIT = 1.05
+COMMAND_LIMIT = 1.7  # the command's time in those of the library's call alone
+JOINT_LIMIT = 0.1  # seconds of the solve of both mounts, with their uncertainty
+JOINT_IMAGES = 60  # the most images for which that limit holds
 OTHERS_LIMIT = 0.1  # the share of the processors that other programs may take meanwhile
 MIB = 1024.0 * 1024.0
 
@@ -84,6 +87,10 @@ def size_text(size):
     return size.replace("x", " x ")
 
 
+def kept(value, limit):
+    return "within" if value <= limit else "ABOVE"
+
+
 # ---- The blocks of docs/performance.md --------------------------------------------------------
 
 
@@ -120,8 +127,8 @@ def worst_ratio(measured):
 
 def ratio_verdict(measured):
     worst = worst_ratio(measured)
-    kept = "within" if worst <= RATIO_LIMIT else "ABOVE"
-    return f"The largest ratio, {worst:.3f}, is {kept} the limit of {RATIO_LIMIT}."
+    return (f"The largest ratio, {worst:.3f}, is {kept(worst, RATIO_LIMIT)} the limit of "
+            f"{RATIO_LIMIT}.")
 
 
 # The rows of the stage table: name, stage of the run log, and the bare calls that the stage is
@@ -222,6 +229,22 @@ def lens_growth(measured):
     return f"{text} At none of these numbers does it go from less than all else to more."
 
 
+def lens_solve(measured):
+    plan = measured.plan["lens_solve"]
+    rows, factors = [], []
+    for images in plan["images"]:
+        took, expected, grown, expected_mib = (
+            measured(f"lens_solve/{images}/{name}")
+            for name in ("seconds", "expected_s", "grown_mib", "expected_mib"))
+        factors.append(took / expected)
+        rows.append([images, seconds(took), seconds(expected), f"{grown:.0f} MiB",
+                     f"{expected_mib:.0f} MiB"])
+    return (table(["Images", "Processor time", "Expected", "Memory", "Expected"], rows)
+            + "\n\n"
+            + paragraph(f"Boards of {plan['board']} corners, each number of images once. The solve "
+                        f"took {min(factors):.2f} to {max(factors):.2f} times the expected time."))
+
+
 def memory(measured):
     plan = measured.plan["memory"]
     rows, pixels, peaks = [], [], []
@@ -229,12 +252,15 @@ def memory(measured):
         width, height = map(int, size.split("x"))
         pixels.append(width * height)
         peaks.append(measured(f"memory/{size}/peak_mib"))
-        rows.append([size_text(size), f"{3 * pixels[-1] / MIB:.1f} MiB", f"{peaks[-1]:.0f} MiB"])
+        rows.append([size_text(size), f"{3 * pixels[-1] / MIB:.1f} MiB", f"{peaks[-1]:.0f} MiB",
+                     f"{measured(f'memory/{size}/command_mib'):.0f} MiB"])
     each = (peaks[-1] - peaks[0]) * MIB / (pixels[-1] - pixels[0])
     text = (f"{plan['images']} images. From {size_text(plan['sizes'][0])} to "
-            f"{size_text(plan['sizes'][-1])}, the peak grows by {each:.1f} bytes a pixel; a "
-            "decoded image has 3 and a grey copy 1.")
-    return table(["Size", "One decoded image", "Peak memory"], rows) + "\n\n" + paragraph(text)
+            f"{size_text(plan['sizes'][-1])}, the peak of `Calibration` grows by {each:.1f} bytes "
+            "a pixel; a decoded image has 3 and a grey copy 1. `rigsync calibrate` searched "
+            f"{measured.of_machine('cores')} images at a time.")
+    return (table(["Size", "One decoded image", "`Calibration`", "`rigsync calibrate`"], rows)
+            + "\n\n" + paragraph(text))
 
 
 CALLS = ["log line", "CamAxisToUE4", "CamAxisToUE5", "CamAxisToUE5_ExportxN", "CamAxisToAximmetry"]
@@ -266,7 +292,52 @@ def command(measured):
         [f"`rigsync simulate`, {drawn:.0f} images", seconds(measured("simulate/seconds")),
          f"{drawn / measured('simulate/seconds'):.1f} images a second"],
     ]
-    return table(["", "Time", ""], rows)
+    return (table(["", "Time", ""], rows) + "\n\n" + paragraph(command_verdict(measured)))
+
+
+def command_verdict(measured):
+    """Whether the command keeps its limit beside the library's call."""
+    beside = measured.plan["beside"]
+    times = measured(f"command/{beside}/seconds") / measured(f"stages/{beside}/total_s")
+    return (f"With {beside} images `rigsync calibrate` takes {times:.2f} times as long as "
+            f"`Calibration`, {kept(times, COMMAND_LIMIT)} the limit of {COMMAND_LIMIT}.")
+
+
+# The rows of the command's stages: name, and the figures that it adds up.
+COMMAND_ROWS = [
+    ("Reading the CSV", ["reading"]),
+    ("Board search, on all cores", ["search"]),
+    ("Lens of at most 60 boards", ["lens"]),
+    ("Both mounts, with uncertainty", ["joint"]),
+    ("The library's call, reading its log", ["library"]),
+    ("Folders, verdict, `result.json`", ["preparing", "judging", "writing"]),
+]
+
+
+def command_stages(measured):
+    counts = measured.counts("command_stages")
+    columns = []
+    for images in counts:
+        whole = measured(f"command/{images}/seconds")
+        found = {name: measured(*(f"command_stages/{images}/{part}_s" for part in parts))
+                 for name, parts in COMMAND_ROWS}
+        # What no stage has: start of the process, checks, findings, the printed report.
+        found["All else"] = max(whole - sum(found.values()), 0.0)
+        columns.append((found, whole))
+    rows = [[name, *(f"{seconds(found[name])}, {percent(found[name], whole)}"
+                     for found, whole in columns)] for name in columns[0][0]]
+    rows.append(["**All**", *(f"**{seconds(whole)}**" for _, whole in columns)])
+    return (table(["", *(f"{images} images" for images in counts)], rows)
+            + "\n\n" + paragraph(joint_verdict(measured)))
+
+
+def joint_verdict(measured):
+    """Whether the solve of both mounts keeps its limit."""
+    images = max((count for count in measured.counts("command_stages")
+                  if int(count) <= JOINT_IMAGES), key=int)
+    took = measured(f"command_stages/{images}/joint_s")
+    return (f"Both mounts and their uncertainty take {seconds(took)} with {images} images, "
+            f"{kept(took, JOINT_LIMIT)} the limit of {seconds(JOINT_LIMIT)} for {JOINT_IMAGES}.")
 
 
 # ---- The block of docs/capture-guide.md -------------------------------------------------------
@@ -304,8 +375,9 @@ def fill(page, name, where, text):
     return form.sub(lambda _: f"{begin}{text}\n{end}", page)
 
 
-BLOCKS = {"machine": machine, "ratio": ratio, "stages": stages, "growth": growth, "memory": memory,
-          "calls": calls, "command": command}
+BLOCKS = {"machine": machine, "ratio": ratio, "stages": stages, "growth": growth,
+          "lens solve": lens_solve, "memory": memory, "calls": calls, "command": command,
+          "command stages": command_stages}
 
 
 def pages(measured, docs):
@@ -321,7 +393,8 @@ def pages(measured, docs):
 
 
 def summary(measured):
-    lines = [machine(measured), "", ratio_verdict(measured), ""]
+    lines = [machine(measured), "", ratio_verdict(measured), command_verdict(measured),
+             joint_verdict(measured), ""]
     for images in measured.counts("stages"):
         found, _ = stage_seconds(measured, images)
         total = measured(f"stages/{images}/total_s")

@@ -30,6 +30,12 @@ STAGES = {
 # The lens solve takes N cubed, all else N: at 80 images 0.8 times as long, at 120 1.8 times.
 GROWTH = {"20": (2.1, 0.1, 50), "40": (4.8, 0.8, 51), "80": (14.4, 6.4, 54),
           "120": (33.6, 21.6, 61), "160": (67.2, 51.2, 70)}
+# The lens solve alone: seconds and expected seconds, MiB and expected MiB.
+LENS_SOLVE = {"30": (0.5, 0.4, 5.0, 2.0), "60": (1.6, 2.0, 9.0, 8.0)}
+# Stages of the command. With 20 images they add up to 3.5 seconds, and the whole takes 3.7.
+COMMAND_STAGES = {"reading_s": 0.002, "search_s": 0.6, "lens_s": 0.11, "joint_s": 0.04,
+                  "preparing_s": 0.001, "library_s": 2.738, "judging_s": 0.001,
+                  "writing_s": 0.008}
 CALLS = {"log line": (7000, 1), "CamAxisToUE4": (119000, 17), "CamAxisToUE5": (105000, 15),
          "CamAxisToUE5_ExportxN": (105450, 15), "CamAxisToAximmetry": (126000, 18)}
 
@@ -43,7 +49,16 @@ def made_up():
         "simulate/seconds": 20.0, "simulate/images": 160, "memory/100x50/peak_mib": 50.0,
         # Two images of three bytes for each of 15000 pixels more.
         "memory/200x100/peak_mib": 50.0 + 6 * 15000 / 1048576,
+        "memory/100x50/command_mib": 61.0, "memory/200x100/command_mib": 72.4,
+        "command/60/seconds": 10.0,
     }
+    for images, values in LENS_SOLVE.items():
+        names = ("seconds", "expected_s", "grown_mib", "expected_mib")
+        figures.update({f"lens_solve/{images}/{name}": value
+                        for name, value in zip(names, values)})
+    for images, factor in (("20", 1), ("60", 2)):
+        figures.update({f"command_stages/{images}/{name}": factor * value
+                        for name, value in COMMAND_STAGES.items()})
     # The plot alone needs the time until the CSV is read.
     figures.update({f"stages/20/{name}": value for name, value in STAGES.items()
                     if name != "begin_s"})
@@ -56,6 +71,8 @@ def made_up():
         "plan": {"ratio": {"images": 24, "repetitions": 5, "sizes": ["100x50", "200x100"]},
                  "stages": {"20": 3}, "growth": {"20": 3, "40": 3, "80": 2, "120": 1, "160": 1},
                  "command": {"20": 3}, "beside": "20",
+                 "command_stages": {"20": 3, "60": 2},
+                 "lens_solve": {"board": "11x8", "images": ["30", "60"]},
                  "memory": {"images": 14, "sizes": ["100x50", "200x100"]},
                  "exports": {"repetitions": 5, "seconds": 0.3}},
         "machine": {"processor": "Abacus", "cores": 2, "others_share": 0.012, "opencv": "4.6.0",
@@ -137,13 +154,27 @@ class Tables(Case):
                 "Runs: 3 of 20 images, 3 of 40, 2 of 80, 1 of 120 and 1 of 160; the fastest of",
                 "From 80 to 160 images the lens solve takes 8.0 times as long, which is "
                 "the power 3.0 of their number. At about 90 images it takes as long as all else.",
-                "| 200 x 100 | 0.1 MiB | 50 MiB |",
-                "the peak grows by 6.0 bytes a pixel; a decoded image has 3 and a grey copy 1.",
+                "| 200 x 100 | 0.1 MiB | 50 MiB | 72 MiB |",
+                "the peak of `Calibration` grows by 6.0 bytes a pixel; a decoded image has 3 and a "
+                "grey copy 1. `rigsync calibrate` searched 2 images at a time.",
+                "| 60 | 1.60 s | 2.00 s | 9 MiB | 8 MiB |",
+                "Boards of 11x8 corners, each number of images once. The solve took 0.80 to 1.25 "
+                "times the expected time.",
                 "| One line of the run log | 1 | 7,000 ns | 7,000 ns |",
                 "| `CamAxisToUE5_ExportxN` | 15 | 105,450 ns | 7,030 ns |",
                 "| `rigsync calibrate`, the same 20 images | 3.70 s | + 0.16 s, +4.6 % |",
                 "| `rigsync inspect`, the same 20 images | 1.00 s | 50 ms an image |",
                 "| `rigsync simulate`, 160 images | 20.0 s | 8.0 images a second |",
+                "With 20 images `rigsync calibrate` takes 1.05 times as long as `Calibration`, "
+                "within the limit of 1.7.",
+                "| Board search, on all cores | 0.60 s, 16.2 % | 1.20 s, 12.0 % |",
+                "| Both mounts, with uncertainty | 40 ms, 1.1 % | 80 ms, 0.8 % |",
+                "| The library's call, reading its log | 2.74 s, 74.0 % | 5.48 s, 54.8 % |",
+                "| Folders, verdict, `result.json` | 10 ms, 0.3 % | 20 ms, 0.2 % |",
+                "| All else | 0.20 s, 5.4 % | 3.00 s, 30.0 % |",
+                "| **All** | **3.70 s** | **10.0 s** |",
+                "Both mounts and their uncertainty take 80 ms with 60 images, within the limit of "
+                "0.10 s for 60.",
                 "![Time against the number of images](performance-images.svg)"):
             self.assertIn(expected, page)
         self.assertNotIn("Not measured yet", page)
@@ -161,6 +192,32 @@ class Tables(Case):
         self.data["figures"]["ratio/100x50/ratio"] = 1.0501
         self.assertEqual(self.write().returncode, 0)
         self.assertIn("1.050, is ABOVE the limit of 1.05", self.read("performance.md"))
+
+    def test_say_when_the_command_is_above_its_limit(self):
+        # 3.53587 s of the library's call, and 1.7 times that.
+        for whole, told in ((6.010, "takes 1.70 times as long as `Calibration`, within"),
+                            (6.012, "takes 1.70 times as long as `Calibration`, ABOVE")):
+            self.data["figures"]["command/20/seconds"] = whole
+            self.assertEqual(self.write().returncode, 0)
+            page = " ".join(self.read("performance.md").split())
+            self.assertIn(f"{told} the limit of 1.7.", page)
+
+    def test_say_when_the_solve_of_both_mounts_is_above_its_limit(self):
+        for took, told in ((0.1, "within"), (0.101, "ABOVE")):
+            self.data["figures"]["command_stages/60/joint_s"] = took
+            done = self.write()
+            self.assertEqual(done.returncode, 0)
+            page = " ".join(self.read("performance.md").split())
+            self.assertIn(f"0.10 s with 60 images, {told} the limit of 0.10 s for 60.", page)
+            self.assertIn(f"{told} the limit of 0.10 s for 60.", done.stdout)
+
+    def test_hold_the_limit_of_both_mounts_against_no_more_than_sixty_images(self):
+        self.data["plan"]["command_stages"]["80"] = 1
+        self.data["figures"]["command/80/seconds"] = 20.0
+        self.data["figures"].update({f"command_stages/80/{name}": 9 * value
+                                     for name, value in COMMAND_STAGES.items()})
+        self.assertEqual(self.write().returncode, 0)
+        self.assertIn("take 80 ms with 60 images, within", self.read("performance.md"))
 
     def assert_refused(self, named):
         before = self.texts()
@@ -253,6 +310,13 @@ class Measuring(Case):
         # An image is 0.7 MiB there. A program with its libraries takes some tens, and no thousands.
         self.assertGreater(figures["growth/16/peak_mib"], 10)
         self.assertLess(figures["growth/16/peak_mib"], 300)
+        # The command has what the library has, and more.
+        self.assertGreater(figures["memory/640x360/command_mib"], 10)
+        self.assertLess(figures["memory/640x360/command_mib"], 300)
+        self.assertLess(figures["command_stages/16/search_s"], figures["command_stages/16/total_s"])
+        # Thirty boards take about twice as long as 24, and less than three times.
+        self.assertGreater(figures["lens_solve/30/expected_s"],
+                           1.2 * figures["lens_solve/24/expected_s"])
 
     def test_ends_and_writes_nothing_when_a_program_fails(self):
         for name in ("bench", "rigsync"):
