@@ -116,6 +116,7 @@ int Compare(const Compare_Arguments& Arguments) {
     throw Usage_Error(
         fmt::format("{} has no transform: {}", Arguments.Result_File, Result.Message));
   }
+  Require_Finite_Mount(Arguments.Result_File, Result.Transform_Cam_Tc);
   Print_Lens_Comparison(Result, Truth);
   return Print_Transform_Comparison(Result.Transform_Cam_Tc, Flat(Truth.Transform_Cam_Tc), Max_Mm,
                                     Max_Deg)

@@ -73,6 +73,7 @@ void Check_Result(const Export_Arguments& Arguments, const Calibration_Result& R
     throw Usage_Error(fmt::format("{} has no result to export: {}", Arguments.Result_File,
                                   Result.Message.empty() ? "its values are null" : Result.Message));
   }
+  Require_Finite_Mount(Arguments.Result_File, Result.Transform_Cam_Tc);
   if (!Is_Usable(Result)) Warn("this result must not be used: " + Result.Message);
 }
 

@@ -2,6 +2,7 @@
 #include "rigsync/formats/result_file.h"
 
 #include "rigsync/capture/library_limits.h"
+#include "rigsync/formats/joint_json.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
@@ -11,9 +12,11 @@
 #include <fmt/format.h>
 #include <Eigen/Core>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <fstream>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <opencv2/core/utility.hpp>
 #include <system_error>
@@ -58,7 +61,43 @@ Json Inputs_Json(const Calibration_Inputs& Inputs) {
   const auto& Board = Inputs.Stated_Board;
   Object["board_euler_deg"] = Board ? Json(Board->Euler_Deg) : Json(nullptr);
   Object["board_offset_m"] = Board ? Json(Board->Offset) : Json(nullptr);
+  Object["board_accuracy"] = Board ? Json({{"offset_m", Inputs.Board_Accuracy.Offset},
+                                           {"euler_deg", Inputs.Board_Accuracy.Euler_Deg}})
+                                   : Json(nullptr);
   Object["sensor_mm"] = Value_Or_Null(Inputs.Sensor_Size_Mm);
+  Object["solution"] = Solution_Name(Inputs.Solution);
+  Object["limits"] = {{"mm", Inputs.Limits.Mm}, {"deg", Inputs.Limits.Deg}};
+  Object["talent_distance_m"] = Inputs.Talent_Distance;
+  Object["body_axes"] = Inputs.Keeps_Body_Axes ? "as-given" : "auto";
+  Object["library_only"] = Inputs.Is_Library_Only;
+  return Object;
+}
+
+// What the library's call got and brought.
+Json Library_Json(const Calibration_Result& Result) {
+  Json Library;
+  Library["code"] = Value_Or_Null(Result.Code);
+  Library["transform_cam_tc"] = Numbers_Or_Null(Result.Transform_Cam_Tc);
+  Library["board_euler_deg"] = Result.Library_Board.Euler_Deg;
+  Library["board_offset_m"] = Result.Library_Board.Offset;
+  return Library;
+}
+
+Json Body_Axes_Json(const Calibration_Result& Result) {
+  const Body_Axes& Axes = Result.Library_Axes;
+  Json Rotation = Json::array();
+  for (int r = 0; r < 3; ++r) {
+    const Eigen::Vector3d Row = Axes.Rotation_Chosen_Body.row(r);
+    Rotation.push_back({Row.x(), Row.y(), Row.z()});
+  }
+  // The axes are chosen from the solved mount: without one nobody has measured its angle.
+  const bool Is_Measured = !Result.Joint_Transform_Cam_Tc.empty();
+  Json Object;
+  Object["turned"] = Axes.Is_Turned;
+  Object["rotation"] = std::move(Rotation);
+  Object["mount_angle_deg"] = Is_Measured ? Json(Axes.Mount_Angle_Deg) : Json(nullptr);
+  Object["library_mount_angle_deg"] =
+      Is_Measured ? Json(Axes.Chosen_Mount_Angle_Deg) : Json(nullptr);
   return Object;
 }
 
@@ -134,26 +173,58 @@ Json Versions_Json(const Calibration_Result& Result) {
   return Versions;
 }
 
+// Bytes that are not UTF-8 are replaced, so that the file is always valid.
+std::string Plain_Text(const Json& Value) {
+  return Value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+// As the JSON library writes it with two spaces for each level, but with a list of numbers or texts
+// on one line.
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the document
+std::string Readable_Text(const Json& Value, const std::string& Margin = "") {
+  if (!Value.is_structured() || Value.empty()) return Plain_Text(Value);
+  const bool Is_Flat =
+      Value.is_array() && std::all_of(Value.begin(), Value.end(),
+                                      [](const Json& Element) { return Element.is_primitive(); });
+  const std::string Inner_Margin = Margin + "  ";
+  const std::string Break = Is_Flat ? "" : "\n" + Inner_Margin;
+  std::string Text;
+  for (auto Item = Value.begin(); Item != Value.end(); ++Item) {
+    if (Item != Value.begin()) Text += Is_Flat ? ", " : ",";
+    Text += Break;
+    if (Value.is_object()) Text += Plain_Text(Item.key()) + ": ";
+    Text += Readable_Text(*Item, Inner_Margin);
+  }
+  if (!Is_Flat) Text += "\n" + Margin;
+  return Value.is_object() ? "{" + Text + "}" : "[" + Text + "]";
+}
+
 std::string Result_Json(const Calibration_Result& Result) {
   Json File;
   File["format"] = Format_Name;
   File["format_version"] = Format_Version;
   File["code"] = Value_Or_Null(Result.Code);
   File["usable"] = Is_Usable(Result);
+  File["verdict"] = Result.Opinion ? Json(Verdict_Name(Result.Opinion->Judgement)) : Json(nullptr);
   File["message"] = Result.Message;
   File["version"] = Command_Version;
   File["versions"] = Versions_Json(Result);
   File["begun"] = Result.Start_Time;
   File["seconds"] = Result.Seconds;
   File["lens"] = Lens_Json(Result);
-  File["transform_cam_tc"] = Numbers_Or_Null(Result.Transform_Cam_Tc);
+  File["solution"] = Solution_Name(Result.Inputs.Solution);
+  File["transform_cam_tc"] = Numbers_Or_Null(Chosen_Transform_Cam_Tc(Result));
+  File["second_opinion"] = Opinion_Json(Result);
+  File["cause"] = Cause_Json(Result);
+  File["joint"] = Joint_Json(Result);
+  File["library"] = Library_Json(Result);
+  File["body_axes"] = Body_Axes_Json(Result);
   File["quality"] = Quality_Json(Result.Report);
   File["images"] = Images_Json(Result);
   File["run_folder"] = Path_Or_Null(Result.Run_Folder);
   File["run_log"] = Path_Or_Null(Result.Run_Log);
   File["inputs"] = Inputs_Json(Result.Inputs);
-  // Bytes of a path that are not UTF-8 are replaced, so that the file is always valid.
-  return File.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return Readable_Text(File) + "\n";
 }
 
 [[noreturn]] void Refuse_File(const std::filesystem::path& File, const std::string& Reason) {
@@ -170,8 +241,14 @@ std::string Result_Json(const Calibration_Result& Result) {
       File.string(), Key));
 }
 
-std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Parent,
-                               const char* Key, std::size_t Size) {
+bool Are_Finite(const std::vector<double>& Values) {
+  return std::all_of(Values.begin(), Values.end(),
+                     [](double Value) { return std::isfinite(Value); });
+}
+
+// A null element is read as NaN.
+std::vector<double> Numbers_Or_NaN_At(const std::filesystem::path& File, const Json& Parent,
+                                      const char* Key, std::size_t Size) {
   const auto List = Parent.find(Key);
   if (List == Parent.end()) Refuse_File(File, fmt::format("'{}' is missing", Key));
   if (List->is_null()) return {};
@@ -180,13 +257,120 @@ std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Pa
   }
   std::vector<double> Values;
   for (const Json& Element : *List) {
-    if (Element.is_null()) Refuse_Not_Finite(File, Key);
-    if (!Element.is_number()) {
+    if (!Element.is_null() && !Element.is_number()) {
       Refuse_File(File, fmt::format("'{}' has an element that is not a number", Key));
     }
-    Values.push_back(Element.get<double>());
+    Values.push_back(Element.is_null() ? std::numeric_limits<double>::quiet_NaN()
+                                       : Element.get<double>());
   }
   return Values;
+}
+
+std::vector<double> Numbers_At(const std::filesystem::path& File, const Json& Parent,
+                               const char* Key, std::size_t Size) {
+  std::vector<double> Values = Numbers_Or_NaN_At(File, Parent, Key, Size);
+  if (!Are_Finite(Values)) Refuse_Not_Finite(File, Key);
+  return Values;
+}
+
+// The number at Key; NaN for null and for what is no number.
+double Number_At(const Json& Parent, const char* Key) {
+  const Json Value = Parent.value(Key, Json());
+  return Value.is_number() ? Value.get<double>() : std::numeric_limits<double>::quiet_NaN();
+}
+
+std::string Text_At(const Json& Parent, const char* Key) {
+  const Json Value = Parent.value(Key, Json());
+  return Value.is_string() ? One_Line(Value.get<std::string>()) : "";
+}
+
+Json Object_At(const Json& Parent, const char* Key) {
+  const Json Value = Parent.value(Key, Json());
+  return Value.is_object() ? Value : Json::object();
+}
+
+std::optional<int> Code_Of(const std::filesystem::path& File, const Json& Root) {
+  const Json Code = Root.value("code", Json());
+  if (!Code.is_number_integer()) return std::nullopt;
+  const int Value = Code.get<int>();
+  // A number beyond the range of int would become another code, possibly 0.
+  if (Code != Value) Refuse_File(File, fmt::format("'code' is {}", Code.dump()));
+  return Value;
+}
+
+void Read_Lens(const std::filesystem::path& File, const Json& Root, Calibration_Result& Result) {
+  const Json Lens = Root.value("lens", Json());
+  if (!Lens.is_object()) Refuse_File(File, "'lens' is missing");
+  Result.Image_Size = Numbers_At(File, Lens, "image_size", 2);
+  Result.Norm_Fxy = Numbers_At(File, Lens, "norm_fxy", 2);
+  Result.Norm_Cxy = Numbers_At(File, Lens, "norm_cxy", 2);
+  Result.Distortion = Numbers_At(File, Lens, "distortion", 5);
+}
+
+// A file from before there were two solutions has the library's alone.
+void Read_Solutions(const std::filesystem::path& File, const Json& Root,
+                    Calibration_Result& Result) {
+  const char* const Key = "transform_cam_tc";
+  const std::vector<double> Chosen = Numbers_Or_NaN_At(File, Root, Key, 16);
+  Result.Transform_Cam_Tc = Chosen;
+  if (Root.count("solution") == 0) return;
+  const auto Solution = Solution_Named(Text_At(Root, "solution"));
+  if (!Solution) Refuse_File(File, "'solution' is not library or joint");
+  Result.Inputs.Solution = *Solution;
+  Result.Transform_Cam_Tc = Numbers_Or_NaN_At(File, Object_At(Root, "library"), Key, 16);
+  const Json Joint = Root.value("joint", Json());
+  if (Joint.is_object()) Result.Joint_Transform_Cam_Tc = Numbers_At(File, Joint, Key, 16);
+  // The chosen one is what the file says at its top.
+  (*Solution == Solution_Choice::Joint ? Result.Joint_Transform_Cam_Tc : Result.Transform_Cam_Tc) =
+      Chosen;
+}
+
+void Read_Opinion(const std::filesystem::path& File, const Json& Root, Calibration_Result& Result) {
+  const Json Name = Root.value("verdict", Json());
+  if (Name.is_null()) return;
+  const auto Judgement = Verdict_Named(Text_At(Root, "verdict"));
+  if (!Judgement) Refuse_File(File, "'verdict' is not agree, look, dont_use or null");
+  const Json Object = Object_At(Root, "second_opinion");
+  Second_Opinion Opinion;
+  Opinion.Judgement = *Judgement;
+  Opinion.Difference_Mm = Number_At(Object, "difference_mm");
+  Opinion.Difference_Deg = Number_At(Object, "difference_deg");
+  Opinion.Probability_Nearer = Number_At(Object, "probability_nearer");
+  for (const Json& Each : Object.value("reasons", Json::array())) {
+    const auto Reason = Each.is_string() ? Reason_Named(Each.get<std::string>()) : std::nullopt;
+    if (Reason) Opinion.Reasons.push_back(*Reason);
+  }
+  const Json Limits = Object_At(Object, "limits");
+  Result.Inputs.Limits = {Number_At(Limits, "mm"), Number_At(Limits, "deg")};
+  Result.Opinion = Opinion;
+}
+
+void Read_Cause(const Json& Root, Calibration_Result& Result) {
+  const Json Object = Root.value("cause", Json());
+  if (!Object.is_object()) return;
+  Finding Cause;
+  Cause.Id = Text_At(Object, "id");
+  Cause.What = Text_At(Object, "text");
+  Cause.Advice = Text_At(Object, "advice");
+  Result.Cause = Cause;
+}
+
+// The whole document, when it is a result of this version.
+Json Read_Root(const std::filesystem::path& File) {
+  std::error_code Ignored;
+  if (std::filesystem::is_directory(File, Ignored)) Refuse_File(File, "is a folder");
+  std::ifstream Stream(File);
+  if (!Stream) {
+    Refuse_File(File, "can't be opened (" + std::generic_category().message(errno) + ")");
+  }
+  Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
+  if (!Root.is_object() || Root.value("format", Json()) != Format_Name) {
+    Refuse_File(File, "is not a result file");
+  }
+  if (Root.value("format_version", Json()) != Format_Version) {
+    Refuse_File(File, "was written by another version of the command");
+  }
+  return Root;
 }
 
 }  // namespace
@@ -196,36 +380,20 @@ void Write_Result(const std::filesystem::path& Folder, const Calibration_Result&
 }
 
 Calibration_Result Read_Result(const std::filesystem::path& File) {
-  std::error_code Ignored;
-  if (std::filesystem::is_directory(File, Ignored)) Refuse_File(File, "is a folder");
-  std::ifstream Stream(File);
-  if (!Stream) {
-    Refuse_File(File, "can't be opened (" + std::generic_category().message(errno) + ")");
-  }
-  const Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
-  if (!Root.is_object() || Root.value("format", Json()) != Format_Name) {
-    Refuse_File(File, "is not a result file");
-  }
-  if (Root.value("format_version", Json()) != Format_Version) {
-    Refuse_File(File, "was written by another version of the command");
-  }
+  const Json Root = Read_Root(File);
   Calibration_Result Result;
-  const Json Code = Root.value("code", Json());
-  if (Code.is_number_integer()) {
-    Result.Code = Code.get<int>();
-    // A number beyond the range of int would become another code, possibly 0.
-    if (Code != *Result.Code) Refuse_File(File, fmt::format("'code' is {}", Code.dump()));
-  }
-  const Json Message = Root.value("message", Json());
-  if (Message.is_string()) Result.Message = One_Line(Message.get<std::string>());
-  const Json Lens = Root.value("lens", Json());
-  if (!Lens.is_object()) Refuse_File(File, "'lens' is missing");
-  Result.Image_Size = Numbers_At(File, Lens, "image_size", 2);
-  Result.Norm_Fxy = Numbers_At(File, Lens, "norm_fxy", 2);
-  Result.Norm_Cxy = Numbers_At(File, Lens, "norm_cxy", 2);
-  Result.Distortion = Numbers_At(File, Lens, "distortion", 5);
-  Result.Transform_Cam_Tc = Numbers_At(File, Root, "transform_cam_tc", 16);
+  Result.Code = Code_Of(File, Root);
+  Result.Message = Text_At(Root, "message");
+  Read_Lens(File, Root, Result);
+  Read_Solutions(File, Root, Result);
+  Read_Opinion(File, Root, Result);
+  Read_Cause(Root, Result);
   return Result;
+}
+
+void Require_Finite_Mount(const std::filesystem::path& File,
+                          const std::vector<double>& Transform_Cam_Tc) {
+  if (!Are_Finite(Transform_Cam_Tc)) Refuse_Not_Finite(File, "transform_cam_tc");
 }
 
 }  // namespace rigsync

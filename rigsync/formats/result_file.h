@@ -8,6 +8,7 @@
 #include "rigsync/calibrate/calibration_result.h"
 
 #include <filesystem>
+#include <vector>
 
 namespace rigsync {
 
@@ -15,10 +16,16 @@ namespace rigsync {
 // Throws std::runtime_error when the file can't be written.
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result);
 
-// Reads code, message, lens and transform back, digit for digit; the rest of the result is left
-// empty. A vector that is null in the file is empty. Throws Usage_Error, which names the file, for
-// any other file, and for a vector with a null element, since that is a number that is not finite.
+// Reads code, message, lens, both mounts, the choice between them, and the second opinion with its
+// limits and cause back, digit for digit; the rest of the result is left empty. A file from before
+// there were two solutions has the library's alone and no opinion. A vector that is null in the
+// file is empty; a null element of a mount is NaN. Throws Usage_Error, which names the file, for
+// any other file, and for a null element of the lens, since that is a number that is not finite.
 Calibration_Result Read_Result(const std::filesystem::path& File);
+
+// Throws Usage_Error, which names the file and the probable cause, for a mount that holds NaN.
+void Require_Finite_Mount(const std::filesystem::path& File,
+                          const std::vector<double>& Transform_Cam_Tc);
 
 }  // namespace rigsync
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Any bytes as a result.json: refused with a sentence that names the file, or read with vectors
-// that are empty or of their documented size and hold finite numbers, which the writer writes so
-// that they are read back to the bit.
+// that are empty or of their documented size, those of the lens with finite numbers, which the
+// writer writes so that they are read back to the bit.
 #include "rigsync/calibrate/calibration_result.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/system/usage_error.h"
@@ -21,8 +21,12 @@ void Check_Code(const rigsync::Calibration_Result& Read, const std::string& Text
   if (Read.Code) Promise(Code == *Read.Code, "the code is the one in the file");
 }
 
-void Check_Vector(const std::vector<double>& Values, std::size_t Size, const std::string& Name) {
+void Check_Size(const std::vector<double>& Values, std::size_t Size, const std::string& Name) {
   Promise(Values.empty() || Values.size() == Size, Name + " is empty or whole");
+}
+
+void Check_Vector(const std::vector<double>& Values, std::size_t Size, const std::string& Name) {
+  Check_Size(Values, Size, Name);
   for (const double Value : Values) Promise(std::isfinite(Value), Name + " is finite");
 }
 
@@ -31,7 +35,8 @@ void Check_Read(const rigsync::Calibration_Result& Read) {
   Check_Vector(Read.Norm_Fxy, 2, "Norm_Fxy");
   Check_Vector(Read.Norm_Cxy, 2, "Norm_Cxy");
   Check_Vector(Read.Distortion, 5, "Distortion");
-  Check_Vector(Read.Transform_Cam_Tc, 16, "Transform_Cam_Tc");
+  Check_Size(Read.Transform_Cam_Tc, 16, "Transform_Cam_Tc");
+  Check_Size(Read.Joint_Transform_Cam_Tc, 16, "Joint_Transform_Cam_Tc");
   Promise(Read.Message.find('\n') == std::string::npos, "the message is one line");
 }
 
@@ -43,6 +48,11 @@ void Check_Same(const rigsync::Calibration_Result& Read, const rigsync::Calibrat
   Promise(Same(Read.Norm_Cxy, Again.Norm_Cxy), "the principal point is read back");
   Promise(Same(Read.Distortion, Again.Distortion), "the distortion is read back");
   Promise(Same(Read.Transform_Cam_Tc, Again.Transform_Cam_Tc), "the transform is read back");
+  Promise(Read.Inputs.Solution == Again.Inputs.Solution, "the choice is read back");
+  Promise(Read.Opinion.has_value() == Again.Opinion.has_value(), "an opinion is read back");
+  if (!Read.Opinion) return;
+  Promise(Read.Opinion->Judgement == Again.Opinion->Judgement, "the verdict is read back");
+  Promise(Read.Opinion->Reasons == Again.Opinion->Reasons, "the reasons are read back");
 }
 
 }  // namespace

@@ -1,20 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
+//
+// result.json written, read back, and compared with its page and its schema. The second opinion is
+// that of a capture made with quaternions, solved by the command's own solver.
 #include "rigsync/formats/result_file.h"
 #include "rigsync/calibrate/calibration_result.h"
 #include "rigsync/system/usage_error.h"
 #include "rigsync/system/version.h"
 
+#include "tests/rigsync/solve/pose_rig.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
 
 namespace {
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -34,7 +44,80 @@ rigsync::Calibration_Result Whole_Result() {
   Result.Inputs.Csv = "/in/capture.csv";
   Result.Inputs.Board = {11, 8};
   Result.Inputs.Square_Size = 0.03;
+  Result.Inputs.Image_Root = "/in";
+  Result.Run_Folder = "/out/run";
+  Result.Start_Time = "2026-11-20T09:05:33+0100";
   return Result;
+}
+
+std::vector<double> By_Row(const Eigen::Isometry3d& Transform) {
+  std::vector<double> Values;
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 4; ++c) Values.push_back(Transform(r, c));
+  }
+  return Values;
+}
+
+// A capture of 24 images with the board's tracker slipped by 8 mm from image 14 on, and row 3
+// stale.
+pose_rig::Options Slipped_Capture() {
+  pose_rig::Options Options;
+  Options.Lens_Mm = 0.2;
+  Options.Stale = {3};
+  Options.Slipped_From = 14;
+  Options.Board_Slip = {pose_rig::By_Turn({0, 0.01, 0}), {0.008, 0, 0}};
+  return Options;
+}
+
+// A result with a second opinion in every part; the library's mount is 4 mm beside the joint one.
+rigsync::Calibration_Result Judged_Result(const pose_rig::Options& Capture) {
+  rigsync::Calibration_Result Result = Whole_Result();
+  rigsync::Capture_Solution Solved;
+  Solved.Lens_Px = {1500, 1500.5, 960, 540, -0.1, 0.02};
+  Solved.Seen = pose_rig::Make_Rig(Capture).Seen;
+  Solved.Joint = rigsync::Solve_Mounts(Solved.Seen);
+  Solved.Likeliest_Slip = rigsync::Find_Slip(Solved.Joint);
+  Solved.Place = rigsync::Place_Comparison{0.7, 4.5, false, true};
+  for (std::size_t i = 0; i < Solved.Seen.Rows.size(); ++i) {
+    Result.Images.push_back({i + 2, "image_" + std::to_string(i) + ".png"});
+  }
+  Eigen::Isometry3d Library = Solved.Joint.At.Transform_Cam_Tc;
+  Library.translation().y() += 0.004;
+  Result.Transform_Cam_Tc = By_Row(Library);
+  if (Solved.Joint.Status == rigsync::Solve_Status::Solved) {
+    Result.Joint_Transform_Cam_Tc = By_Row(Solved.Joint.At.Transform_Cam_Tc);
+  }
+  Result.Opinion = rigsync::Judge_Mount(Library.matrix(), Solved.Joint, Solved.Likeliest_Slip);
+  Result.Cause = rigsync::Finding{"slip", rigsync::Level::Error, "What.", "", "Advice.", {16, 17}};
+  Result.Library_Board = {{1, 2, 3}, {0.1, 0.2, 0.3}};
+  Result.Library_Axes = rigsync::Choose_Body_Axes(Eigen::Matrix3d::Identity());
+  Result.Inputs.Stated_Board = rigsync::Board_Place{{4, 5, 6}, {0.4, 0.5, 0.6}};
+  Result.Solved = std::move(Solved);
+  return Result;
+}
+
+nlohmann::json Written(const rigsync::Calibration_Result& Result) {
+  const Scratch_Folder Scratch;
+  rigsync::Write_Result(Scratch.Path(), Result);
+  return Read_Json(Scratch.Path() / "result.json");
+}
+
+rigsync::Calibration_Result Written_And_Read(const rigsync::Calibration_Result& Result) {
+  const Scratch_Folder Scratch;
+  rigsync::Write_Result(Scratch.Path(), Result);
+  return rigsync::Read_Result(Scratch.Path() / "result.json");
+}
+
+// What a script of this folder says about a result and the schema; empty when all is well.
+std::string Said_By(const std::string& Script, const rigsync::Calibration_Result& Result) {
+  const Scratch_Folder Scratch;
+  rigsync::Write_Result(Scratch.Path(), Result);
+  const std::string Top = RIGSYNC_SOURCE_DIR;
+  const Finished Checked =
+      Run_Program("/usr/bin/env",
+                  {"python3", Top + "/tests/rigsync/formats/" + Script,
+                   Top + "/docs/result.schema.json", (Scratch.Path() / "result.json").string()});
+  return Checked.Status == 0 ? "" : Checked.Output + Checked.Error;
 }
 
 std::string Refusal(const std::string& File) {
@@ -89,43 +172,315 @@ TEST(ResultFile, WhatTheLibraryLeftEmptyIsNull) {
   EXPECT_TRUE(rigsync::Read_Result(Scratch.Path() / "result.json").Transform_Cam_Tc.empty());
 }
 
-TEST(ResultFile, ANumberThatIsNotFiniteIsNullAndRefusedWhenRead) {
+TEST(ResultFile, ANumberThatIsNotFiniteIsNullAndRefusedInTheLens) {
   for (const double Value :
        {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
     const Scratch_Folder Scratch;
     rigsync::Calibration_Result Result = Whole_Result();
-    Result.Transform_Cam_Tc[3] = Value;
+    Result.Norm_Fxy[1] = Value;
     rigsync::Write_Result(Scratch.Path(), Result);
     const nlohmann::json File = Read_Json(Scratch.Path() / "result.json");
-    EXPECT_TRUE(File["transform_cam_tc"][3].is_null());
+    EXPECT_TRUE(File["lens"]["norm_fxy"][1].is_null());
     EXPECT_EQ(File["usable"], false);
     EXPECT_THAT(Refusal((Scratch.Path() / "result.json").string()),
-                AllOf(HasSubstr("result.json: 'transform_cam_tc' has NaN or infinite values"),
+                AllOf(HasSubstr("result.json: 'norm_fxy' has NaN or infinite values"),
                       HasSubstr("a NaN tracker value in the CSV"), HasSubstr("'rigsync inspect'"),
                       Not(HasSubstr("expected a result.json"))));
   }
 }
 
+// The joint mount may be good where the library's is not.
+TEST(ResultFile, AMountThatIsNotFiniteIsReadAsNaNAndRefusedWhereItIsRequired) {
+  rigsync::Calibration_Result Result = Whole_Result();
+  Result.Transform_Cam_Tc[3] = std::numeric_limits<double>::infinity();
+  EXPECT_TRUE(Written(Result)["transform_cam_tc"][3].is_null());
+  EXPECT_EQ(Written(Result)["usable"], false);
+  const rigsync::Calibration_Result Read = Written_And_Read(Result);
+  EXPECT_TRUE(std::isnan(Read.Transform_Cam_Tc[3]));
+  EXPECT_EQ(Read.Transform_Cam_Tc[4], Result.Transform_Cam_Tc[4]);
+  try {
+    rigsync::Require_Finite_Mount("r.json", Read.Transform_Cam_Tc);
+    FAIL();
+  } catch (const rigsync::Usage_Error& Error) {
+    EXPECT_THAT(Error.what(), HasSubstr("r.json: 'transform_cam_tc' has NaN or infinite values"));
+  }
+  rigsync::Require_Finite_Mount("r.json", Whole_Result().Transform_Cam_Tc);
+}
+
 TEST(ResultFile, IsUsableWithCode0Or99AndFiniteNumbersOnly) {
-  const auto Written = [](const rigsync::Calibration_Result& Result) {
-    const Scratch_Folder Scratch;
-    rigsync::Write_Result(Scratch.Path(), Result);
-    return Read_Json(Scratch.Path() / "result.json")["usable"];
+  const auto Usable = [](const rigsync::Calibration_Result& Written_One) {
+    return Written(Written_One)["usable"];
   };
   rigsync::Calibration_Result Result = Whole_Result();
   for (const int Code : {0, 99}) {
     Result.Code = Code;
-    EXPECT_EQ(Written(Result), true) << Code;
+    EXPECT_EQ(Usable(Result), true) << Code;
   }
   for (const int Code : {1, 4, 6, 13, 14}) {
     Result.Code = Code;
-    EXPECT_EQ(Written(Result), false) << Code;
+    EXPECT_EQ(Usable(Result), false) << Code;
   }
   Result.Code = std::nullopt;
-  EXPECT_EQ(Written(Result), false);
+  EXPECT_EQ(Usable(Result), false);
   Result = Whole_Result();
   Result.Norm_Cxy[1] = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(Written(Result), false);
+  EXPECT_EQ(Usable(Result), false);
+}
+
+TEST(ResultFile, IsUsableOnlyWhereTheSecondOpinionAgrees) {
+  rigsync::Calibration_Result Result = Whole_Result();
+  const std::pair<rigsync::Verdict, const char*> Cases[] = {
+      {rigsync::Verdict::Agree, "agree"},
+      {rigsync::Verdict::Look, "look"},
+      {rigsync::Verdict::Dont_Use, "dont_use"}};
+  for (const auto& [Judgement, Name] : Cases) {
+    Result.Opinion = rigsync::Second_Opinion{Judgement, {}, 0.5, 0.02, 0.4, 0.6, 0.03};
+    EXPECT_EQ(Written(Result)["verdict"], Name);
+    EXPECT_EQ(Written(Result)["usable"], Judgement == rigsync::Verdict::Agree) << Name;
+    EXPECT_EQ(Written_And_Read(Result).Opinion->Judgement, Judgement);
+  }
+  Result.Opinion = std::nullopt;
+  EXPECT_TRUE(Written(Result)["verdict"].is_null());
+  EXPECT_TRUE(Written(Result)["second_opinion"].is_null());
+  EXPECT_FALSE(Written_And_Read(Result).Opinion.has_value());
+}
+
+TEST(ResultFile, TheMountIsThatOfTheChosenSolution) {
+  rigsync::Calibration_Result Result = Whole_Result();
+  Result.Joint_Transform_Cam_Tc = Result.Transform_Cam_Tc;
+  Result.Joint_Transform_Cam_Tc[3] += 0.25;
+  Result.Solved.emplace();
+  Result.Solved->Joint.Status = rigsync::Solve_Status::Solved;
+  for (const auto Solution : {rigsync::Solution_Choice::Library, rigsync::Solution_Choice::Joint}) {
+    Result.Inputs.Solution = Solution;
+    const bool Is_Joint = Solution == rigsync::Solution_Choice::Joint;
+    const nlohmann::json File = Written(Result);
+    EXPECT_EQ(File["solution"], Is_Joint ? "joint" : "library");
+    EXPECT_EQ(File["transform_cam_tc"],
+              Is_Joint ? Result.Joint_Transform_Cam_Tc : Result.Transform_Cam_Tc);
+    EXPECT_EQ(File["library"]["transform_cam_tc"], Result.Transform_Cam_Tc);
+    EXPECT_EQ(File["joint"]["transform_cam_tc"], Result.Joint_Transform_Cam_Tc);
+    const rigsync::Calibration_Result Read = Written_And_Read(Result);
+    EXPECT_EQ(Read.Inputs.Solution, Solution);
+    EXPECT_EQ(Read.Transform_Cam_Tc, Result.Transform_Cam_Tc);
+    EXPECT_EQ(Read.Joint_Transform_Cam_Tc, Result.Joint_Transform_Cam_Tc);
+  }
+}
+
+TEST(ResultFile, ASecondOpinionIsReadBackWithReasonsLimitsAndCause) {
+  using rigsync::Verdict_Reason;
+  const std::pair<Verdict_Reason, const char*> Reasons[] = {
+      {Verdict_Reason::No_Library_Transform, "no_library_transform"},
+      {Verdict_Reason::Not_Solved, "not_solved"},
+      {Verdict_Reason::Difference_Beyond_Limit, "difference_beyond_limit"},
+      {Verdict_Reason::Width_Beyond_Limit, "width_beyond_limit"},
+      {Verdict_Reason::Slip_Found, "slip_found"},
+      {Verdict_Reason::Difference_Unlikely, "difference_unlikely"},
+      {Verdict_Reason::Difference_And_Width, "difference_and_width"},
+      {Verdict_Reason::Slip_Suspected, "slip_suspected"}};
+  rigsync::Calibration_Result Result = Whole_Result();
+  Result.Inputs.Limits = {2.5, 0.2};
+  Result.Cause = rigsync::Finding{"stale", rigsync::Level::Error, "Old\nsamples.", "", "Go.", {7}};
+  for (const auto& [Reason, Name] : Reasons) {
+    Result.Opinion = rigsync::Second_Opinion{
+        rigsync::Verdict::Look, {Reason, Verdict_Reason::Slip_Found}, 1.0 / 3, 0.02, 0.995, 1, 1};
+    EXPECT_EQ(Written(Result)["second_opinion"]["reasons"],
+              (std::vector<std::string>{Name, "slip_found"}));
+    const rigsync::Calibration_Result Read = Written_And_Read(Result);
+    EXPECT_THAT(Read.Opinion->Reasons, ElementsAre(Reason, Verdict_Reason::Slip_Found));
+    EXPECT_EQ(Read.Opinion->Difference_Mm, 1.0 / 3);
+    EXPECT_EQ(Read.Opinion->Difference_Deg, 0.02);
+    EXPECT_EQ(Read.Opinion->Probability_Nearer, 0.995);
+    EXPECT_EQ(Read.Inputs.Limits.Mm, 2.5);
+    EXPECT_EQ(Read.Inputs.Limits.Deg, 0.2);
+    EXPECT_EQ(Read.Cause->Id, "stale");
+    EXPECT_EQ(Read.Cause->What, "Old samples.");
+    EXPECT_EQ(Read.Cause->Advice, "Go.");
+  }
+}
+
+// Files from before there was a second opinion have none of its keys.
+TEST(ResultFile, AnEarlierFileHasTheLibrarysMountAndNoOpinion) {
+  const Scratch_Folder Scratch;
+  rigsync::Write_Result(Scratch.Path(), Whole_Result());
+  nlohmann::json File = Read_Json(Scratch.Path() / "result.json");
+  for (const char* Key :
+       {"verdict", "solution", "second_opinion", "cause", "joint", "library", "body_axes"}) {
+    File.erase(Key);
+  }
+  const rigsync::Calibration_Result Read =
+      rigsync::Read_Result(Scratch.Write("earlier.json", File.dump()));
+  EXPECT_EQ(Read.Transform_Cam_Tc, Whole_Result().Transform_Cam_Tc);
+  EXPECT_EQ(Read.Inputs.Solution, rigsync::Solution_Choice::Library);
+  EXPECT_TRUE(Read.Joint_Transform_Cam_Tc.empty());
+  EXPECT_FALSE(Read.Opinion.has_value());
+  EXPECT_FALSE(Read.Cause.has_value());
+  EXPECT_TRUE(rigsync::Is_Usable(Read));
+}
+
+TEST(ResultFile, TheJointSolutionIsWrittenInDegreesMillimetresAndRows) {
+  const rigsync::Calibration_Result Result = Judged_Result(Slipped_Capture());
+  const rigsync::Joint_Solution& Joint = Result.Solved->Joint;
+  ASSERT_EQ(Joint.Status, rigsync::Solve_Status::Solved);
+  const nlohmann::json Written_One = Written(Result);
+  const nlohmann::json File = Written_One["joint"];
+  EXPECT_EQ(File["status"], "solved");
+  EXPECT_EQ(File["half_width_mm"][2], Joint.Camera_Mount.Half_Width_Mm.z());
+  EXPECT_EQ(File["half_width_deg"][0], Joint.Camera_Mount.Half_Width_Deg.x());
+  EXPECT_EQ(File["covariance"][1][5], Joint.Camera_Mount.Covariance(1, 5));
+  EXPECT_EQ(File["degrees_of_freedom"][4], Joint.Camera_Mount.Freedom[4]);
+  EXPECT_EQ(File["board_place"]["half_width_mm"][1], Joint.Board_Mount.Half_Width_Mm.y());
+  EXPECT_EQ(File["board_place"]["covariance"][5][1], Joint.Board_Mount.Covariance(5, 1));
+  // The rig's board is 170 mm from its tracker and slips by 8 mm.
+  EXPECT_NEAR(File["board_place"]["offset_m"][0], -0.17, 0.009);
+  EXPECT_EQ(File["board_place"]["stated"]["difference_mm"], 4.5);
+  EXPECT_EQ(File["board_place"]["stated"]["within_uncertainty"], false);
+  EXPECT_EQ(File["board_place"]["stated"]["prior"], true);
+  EXPECT_EQ(File["at_talent"]["distance_m"], 3.0);
+  EXPECT_EQ(File["square"]["scale"], Joint.At.Square_Scale);
+  EXPECT_EQ(File["lens"]["fy"], 1500.5);
+  // 0.2 mm for each metre is the deviation of the rig's lens.
+  EXPECT_NEAR(File["lens"]["half_width"][0], 1.960 * 0.2, 1e-4);
+  EXPECT_EQ(File["rows"].size(), 24u);
+  const nlohmann::json Stale = File["rows"][3];
+  EXPECT_EQ(Stale["line"], 5);
+  EXPECT_EQ(Stale["image"], "image_3.png");
+  EXPECT_EQ(Stale["kept"], false);
+  // The camera's sample of the stale row is 2 degrees off.
+  const std::vector<double> Mm = Stale["residual_mm"], Deg = Stale["residual_deg"];
+  EXPECT_DOUBLE_EQ(Mm[2], 1000.0 * Joint.Rows[3].Residual[5]);
+  EXPECT_NEAR(std::hypot(Deg[0], Deg[1], Deg[2]), 2.0, 0.7);
+  EXPECT_NEAR(Written_One["second_opinion"]["difference_mm"], 4.0, 1e-9);
+  // 8 mm and a hundredth of a radian, from the 15th image on.
+  const nlohmann::json Slip = File["slip"];
+  EXPECT_EQ(Slip["evidence"], "found");
+  EXPECT_EQ(Slip["tracker"], "board");
+  EXPECT_EQ(Slip["line"], 16);
+  EXPECT_EQ(Slip["image"], "image_14.png");
+  const std::vector<double> Shift_Mm = Slip["shift_mm"], Turn_Deg = Slip["turn_deg"];
+  EXPECT_NEAR(std::hypot(Shift_Mm[0], Shift_Mm[1], Shift_Mm[2]), 8.0, 1.5);
+  EXPECT_NEAR(std::hypot(Turn_Deg[0], Turn_Deg[1], Turn_Deg[2]), 0.573, 0.06);
+}
+
+TEST(ResultFile, AnUnsolvedMountHasItsStatusAndNulls) {
+  pose_rig::Options Few;
+  Few.Images = 4;
+  const nlohmann::json File = Written(Judged_Result(Few))["joint"];
+  EXPECT_EQ(File["status"], "too_few_rows");
+  for (const char* Key : {"transform_cam_tc", "covariance", "board_place", "noise", "at_talent"}) {
+    EXPECT_TRUE(File[Key].is_null()) << Key;
+  }
+  EXPECT_EQ(File["lens"]["fx"], 1500);
+}
+
+TEST(ResultFile, NumbersOfAListStandOnOneLine) {
+  const Scratch_Folder Scratch;
+  rigsync::Calibration_Result Result = Whole_Result();
+  Result.Transform_Cam_Tc = {1, 0, 0, 0.5, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+  Result.Images = {{2, "a.png"}};
+  rigsync::Write_Result(Scratch.Path(), Result);
+  const std::string Text = Read_Text((Scratch.Path() / "result.json").string());
+  EXPECT_THAT(Text, HasSubstr("\n  \"transform_cam_tc\": [1.0, 0.0, 0.0, 0.5, 0.0, "));
+  EXPECT_THAT(Text, HasSubstr("\n    \"kept\": [],\n"));
+  EXPECT_THAT(Text, testing::EndsWith("\n  }\n}\n"));
+}
+
+// Every kind of result there is.
+std::vector<std::pair<std::string, rigsync::Calibration_Result>> Kinds_Of_Result() {
+  pose_rig::Options Few, Clean;
+  Few.Images = 4;
+  rigsync::Calibration_Result Library_Only = Whole_Result();
+  Library_Only.Inputs.Is_Library_Only = Library_Only.Inputs.Keeps_Body_Axes = true;
+  Library_Only.Inputs.Stated_Board = rigsync::Board_Place{};
+  rigsync::Calibration_Result Not_Finite = Judged_Result(Clean);
+  Not_Finite.Transform_Cam_Tc[5] = std::numeric_limits<double>::quiet_NaN();
+  Not_Finite.Opinion = rigsync::Judge_Mount(
+      Eigen::Matrix4d::Constant(Not_Finite.Transform_Cam_Tc[5]), Not_Finite.Solved->Joint, {});
+  rigsync::Calibration_Result Exception = Judged_Result(Clean);
+  Exception.Code = std::nullopt;
+  Exception.Transform_Cam_Tc.clear();
+  rigsync::Calibration_Result Piped = Judged_Result(Slipped_Capture());
+  Piped.Images.clear();
+  Piped.Inputs.Solution = rigsync::Solution_Choice::Joint;
+  return {{"slipped", Judged_Result(Slipped_Capture())},
+          {"clean", Judged_Result(Clean)},
+          {"few images", Judged_Result(Few)},
+          {"library only", Library_Only},
+          {"not finite", Not_Finite},
+          {"exception", Exception},
+          {"piped", Piped}};
+}
+
+TEST(ResultFile, FollowsItsSchema) {
+  for (const auto& [Name, Result] : Kinds_Of_Result()) {
+    EXPECT_EQ(Said_By("check_schema.py", Result), "") << Name;
+  }
+}
+
+// Any key beside those that are written, and any that is missing, at every level.
+TEST(ResultFile, TheSchemaRefusesUnknownAndMissingKeys) {
+  EXPECT_EQ(Said_By("check_schema_is_sharp.py", Judged_Result(Slipped_Capture())), "");
+}
+
+// Paths of all values, "joint.slip.line"; elements of lists have that of the list.
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the document
+void Add_Paths(const nlohmann::json& Value, const std::string& Path, std::set<std::string>& Paths) {
+  if (!Path.empty()) Paths.insert(Path);
+  if (!Value.is_structured()) return;
+  for (const auto& [Key, Element] : Value.items()) {
+    Add_Paths(Element, Value.is_array() ? Path : Path + (Path.empty() ? "" : ".") + Key, Paths);
+  }
+}
+
+// The text behind each key in the page's tables.
+std::map<std::string, std::string> Keys_Of_The_Page() {
+  std::map<std::string, std::string> Texts;
+  std::istringstream Page(Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/result-file.md"));
+  const std::regex Row_Form("\\| (`[^|]*`) \\|(.*)\\|"), Key_Form("`([^`]*)`");
+  bool Is_Key_Table = false;
+  for (std::string Line; std::getline(Page, Line);) {
+    if (Line.rfind("| Key |", 0) == 0) Is_Key_Table = true;
+    if (Line.empty()) Is_Key_Table = false;
+    std::smatch Row;
+    if (!Is_Key_Table || !std::regex_match(Line, Row, Row_Form)) continue;
+    const std::string Names = Row[1];
+    for (std::sregex_iterator Name(Names.begin(), Names.end(), Key_Form), End; Name != End;
+         ++Name) {
+      Texts[(*Name)[1]] = Row[2];
+    }
+  }
+  return Texts;
+}
+
+// A key has a row of its own, or is named in the row of an object that holds it.
+bool Is_On_The_Page(const std::string& Path, const std::map<std::string, std::string>& Texts) {
+  if (Texts.count(Path) > 0) return true;
+  const std::string Name = "`" + Path.substr(Path.rfind('.') + 1) + "`";
+  for (std::size_t Dot = Path.rfind('.'); Dot != std::string::npos && Dot > 0;
+       Dot = Path.rfind('.', Dot - 1)) {
+    const auto Row = Texts.find(Path.substr(0, Dot));
+    if (Row != Texts.end()) return Row->second.find(Name) != std::string::npos;
+  }
+  return false;
+}
+
+TEST(ResultFile, ThePageHasEveryKeyAndNoOther) {
+  rigsync::Calibration_Result Result = Judged_Result(Slipped_Capture());
+  Result.Report.Images = {{"a.png", rigsync::Image_Fate::Kept, 0.25, 1.5},
+                          {"b.png", rigsync::Image_Fate::Outlier, 2.0, 9.0}};
+  std::set<std::string> Paths;
+  Add_Paths(Written(Result), "", Paths);
+  const auto Texts = Keys_Of_The_Page();
+  for (const std::string& Path : Paths) {
+    const auto Is_Inside = [&](const std::string& Other) {
+      return Other.rfind(Path + ".", 0) == 0;
+    };
+    const bool Has_Parts = std::any_of(Paths.begin(), Paths.end(), Is_Inside);
+    EXPECT_TRUE(Has_Parts || Is_On_The_Page(Path, Texts)) << Path << " is not on the page";
+  }
+  for (const auto& [Key, Text] : Texts) {
+    EXPECT_EQ(Paths.count(Key), 1u) << Key << " is on the page only";
+  }
 }
 
 TEST(ResultFile, ListsImagesWithAnUnknownFateSeparately) {
@@ -183,6 +538,12 @@ TEST(ResultFile, AFileThatIsNoResultIsRefusedByName) {
        "'image_size' is not a list of 2 numbers"},
       {"{\"format\":\"rigsync-result\",\"format_version\":1,\"lens\":{\"image_size\":[1,\"2\"]}}",
        "'image_size' has an element that is not a number; expected a result.json"},
+      {R"({"format":"rigsync-result","format_version":1,"verdict":"good","transform_cam_tc":null,
+           "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
+       "'verdict' is not agree, look, dont_use or null"},
+      {R"({"format":"rigsync-result","format_version":1,"solution":"both","transform_cam_tc":null,
+           "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
+       "'solution' is not library or joint"},
   };
   for (const auto& [Text, Why] : Cases) {
     SCOPED_TRACE(Text);

@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/formats/joint_json.h"
+
+#include "rigsync/geometry/angle.h"
+#include "rigsync/solve/talent_error.h"
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+namespace rigsync {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr double Mm_In_Metre = 1000.0;
+
+constexpr std::array<std::pair<Solution_Choice, const char*>, 2> Solution_Names = {
+    {{Solution_Choice::Library, "library"}, {Solution_Choice::Joint, "joint"}}};
+
+constexpr std::array<std::pair<Verdict, const char*>, 3> Verdict_Names = {
+    {{Verdict::Agree, "agree"}, {Verdict::Look, "look"}, {Verdict::Dont_Use, "dont_use"}}};
+
+constexpr std::array<std::pair<Verdict_Reason, const char*>, 8> Reason_Names = {
+    {{Verdict_Reason::No_Library_Transform, "no_library_transform"},
+     {Verdict_Reason::Not_Solved, "not_solved"},
+     {Verdict_Reason::Difference_Beyond_Limit, "difference_beyond_limit"},
+     {Verdict_Reason::Width_Beyond_Limit, "width_beyond_limit"},
+     {Verdict_Reason::Slip_Found, "slip_found"},
+     {Verdict_Reason::Difference_Unlikely, "difference_unlikely"},
+     {Verdict_Reason::Difference_And_Width, "difference_and_width"},
+     {Verdict_Reason::Slip_Suspected, "slip_suspected"}}};
+
+template <typename Table, typename Value>
+const char* Name_In(const Table& Names, Value Wanted) {
+  for (const auto& [Each, Name] : Names) {
+    if (Each == Wanted) return Name;
+  }
+  return "";
+}
+
+template <typename Value, std::size_t Size>
+std::optional<Value> Value_In(const std::array<std::pair<Value, const char*>, Size>& Names,
+                              const std::string& Wanted) {
+  for (const auto& [Each, Name] : Names) {
+    if (Wanted == Name) return Each;
+  }
+  return std::nullopt;
+}
+
+const char* Status_Name(Solve_Status Status) {
+  switch (Status) {
+    case Solve_Status::Solved:
+      return "solved";
+    case Solve_Status::Too_Few_Rows:
+      return "too_few_rows";
+    case Solve_Status::No_Majority:
+      return "no_majority";
+    case Solve_Status::Not_Converged:
+      return "not_converged";
+  }
+  return "";
+}
+
+Json List_Json(const Eigen::VectorXd& Values) {
+  return std::vector<double>(Values.data(), Values.data() + Values.size());
+}
+
+// The 16 numbers, row by row.
+Json Transform_Json(const Eigen::Isometry3d& Transform) {
+  const Eigen::Matrix<double, 4, 4, Eigen::RowMajor> By_Row = Transform.matrix();
+  return std::vector<double>(By_Row.data(), By_Row.data() + By_Row.size());
+}
+
+Json Widest_Json(const Widest& In_Direction) {
+  return {{"half_width", In_Direction.Half_Width},
+          {"direction", List_Json(In_Direction.Direction)}};
+}
+
+void Add_Uncertainty(const Mount_Uncertainty& Mount, Json& Object) {
+  Object["half_width_mm"] = List_Json(Mount.Half_Width_Mm);
+  Object["half_width_deg"] = List_Json(Mount.Half_Width_Deg);
+  Object["widest_mm"] = Widest_Json(Mount.Widest_Mm);
+  Object["widest_deg"] = Widest_Json(Mount.Widest_Deg);
+  Object["covariance"] = Matrix_Json(Mount.Covariance);
+  Object["degrees_of_freedom"] = List_Json(Mount.Freedom);
+  Object["joint_degrees_of_freedom"] = Mount.Joint_Freedom;
+}
+
+Json Talent_Json(const Calibration_Result& Result) {
+  const Joint_Solution& Joint = Result.Solved->Joint;
+  const Talent_Error Error = Error_At_Talent(Joint.Camera_Mount, Joint.At.Transform_Cam_Tc,
+                                             Result.Solved->Lens_Px, Result.Inputs.Talent_Distance);
+  return {{"distance_m", Error.Distance},
+          {"half_width_mm", Error.Half_Width_Mm},
+          {"half_width_px", Error.Half_Width_Px}};
+}
+
+Json Comparison_Json(const std::optional<Place_Comparison>& Place) {
+  if (!Place) return nullptr;
+  return {{"difference_mm", Place->Difference_Mm},
+          {"difference_deg", Place->Difference_Deg},
+          {"within_uncertainty", Place->Is_Within_Uncertainty},
+          {"prior", Place->Is_Prior}};
+}
+
+Json Board_Place_Json(const Capture_Solution& Solved) {
+  const Eigen::Isometry3d& Transform_Tr_Chart = Solved.Joint.At.Transform_Tr_Chart;
+  const Board_Place Place = Place_From_Transform(Transform_Tr_Chart);
+  Json Object = {{"euler_deg", Place.Euler_Deg},
+                 {"offset_m", Place.Offset},
+                 {"transform_tr_chart", Transform_Json(Transform_Tr_Chart)}};
+  Add_Uncertainty(Solved.Joint.Board_Mount, Object);
+  Object["stated"] = Comparison_Json(Solved.Place);
+  return Object;
+}
+
+Json Still_Tracker_Json(const Moving_Trackers& Moving) {
+  if (!Moving.Camera) return "camera";
+  return Moving.Board ? Json(nullptr) : Json("board");
+}
+
+Json Noise_Json(const Capture_Solution& Solved) {
+  const Noise_Estimate& Noise = Solved.Joint.Noise;
+  return {{"corner_px", Noise.Corner_Factor * std::sqrt(Solved.Seen.Corner_Variance)},
+          {"corner_factor", Noise.Corner_Factor},
+          {"rotation_deg", Degrees_Per_Radian * Noise.Rotation_Rad},
+          {"position_mm", Mm_In_Metre * Noise.Position},
+          {"still_tracker", Still_Tracker_Json(Solved.Joint.Settings.Moving)}};
+}
+
+// Thousands of corners estimate the variance of the lens's numbers, so their intervals are those of
+// the normal distribution.
+Json Lens_Json(const Capture_Solution& Solved) {
+  if (Solved.Seen.Rows.empty()) return nullptr;
+  const Lens& Seen = Solved.Lens_Px;
+  const Matrix6d& Covariance = Solved.Seen.Lens_Covariance;
+  const double Factor = Half_Width_Factor(std::numeric_limits<double>::infinity());
+  return {{"fx", Seen.Fx},
+          {"fy", Seen.Fy},
+          {"cx", Seen.Cx},
+          {"cy", Seen.Cy},
+          {"k1", Seen.K1},
+          {"k2", Seen.K2},
+          {"half_width", List_Json(Factor * Covariance.diagonal().cwiseSqrt())},
+          {"covariance", Matrix_Json(Covariance)}};
+}
+
+// Line and image of a row; null where the CSV came through a pipe.
+void Add_Row_Name(const Calibration_Result& Result, std::size_t Row, Json& Object) {
+  const bool Is_Known = Row < Result.Images.size();
+  Object["line"] = Is_Known ? Json(Result.Images[Row].Line) : Json(nullptr);
+  Object["image"] = Is_Known ? Json(Result.Images[Row].Name) : Json(nullptr);
+}
+
+Json Rows_Json(const Calibration_Result& Result) {
+  Json Rows = Json::array();
+  for (const Solved_Row& Row : Result.Solved->Joint.Rows) {
+    Json Entry;
+    Add_Row_Name(Result, Row.Row, Entry);
+    Entry["kept"] = Row.Is_Kept;
+    Entry["f"] = Row.F;
+    Entry["residual_deg"] = List_Json(Degrees_Per_Radian * Row.Residual.head<3>());
+    Entry["residual_mm"] = List_Json(Mm_In_Metre * Row.Residual.tail<3>());
+    Rows.push_back(std::move(Entry));
+  }
+  return Rows;
+}
+
+Json Slip_Json(const Calibration_Result& Result) {
+  const std::optional<Slip>& Seen = Result.Solved->Likeliest_Slip;
+  if (!Seen || Seen->Evidence == Slip_Evidence::None) return nullptr;
+  Json Object = {{"evidence", Seen->Evidence == Slip_Evidence::Found ? "found" : "look"},
+                 {"tracker", Seen->Tracker == Slipped_Tracker::Camera ? "camera" : "board"}};
+  Add_Row_Name(Result, Seen->First_Row, Object);
+  Object["gain"] = Seen->Gain;
+  Object["turn_deg"] = List_Json(Degrees_Per_Radian * Seen->Motion.head<3>());
+  Object["shift_mm"] = List_Json(Mm_In_Metre * Seen->Motion.tail<3>());
+  return Object;
+}
+
+// What a mount that was not solved leaves null.
+Json Unsolved_Json() {
+  Json Object;
+  for (const char* Key :
+       {"transform_cam_tc", "half_width_mm", "half_width_deg", "widest_mm", "widest_deg",
+        "covariance", "degrees_of_freedom", "joint_degrees_of_freedom", "at_talent", "board_place",
+        "square", "noise"}) {
+    Object[Key] = nullptr;
+  }
+  return Object;
+}
+
+Json Solved_Json(const Calibration_Result& Result) {
+  const Joint_Solution& Joint = Result.Solved->Joint;
+  Json Object;
+  Object["transform_cam_tc"] = Result.Joint_Transform_Cam_Tc;
+  Add_Uncertainty(Joint.Camera_Mount, Object);
+  Object["at_talent"] = Talent_Json(Result);
+  Object["board_place"] = Board_Place_Json(*Result.Solved);
+  Object["square"] = {{"scale", Joint.At.Square_Scale},
+                      {"deviation", Joint.Scale_Deviation},
+                      {"probability_exact", Joint.Exact_Square_Probability}};
+  Object["noise"] = Noise_Json(*Result.Solved);
+  return Object;
+}
+
+}  // namespace
+
+const char* Solution_Name(Solution_Choice Solution) {
+  return Name_In(Solution_Names, Solution);
+}
+
+std::optional<Solution_Choice> Solution_Named(const std::string& Name) {
+  return Value_In(Solution_Names, Name);
+}
+
+const char* Verdict_Name(Verdict Judgement) {
+  return Name_In(Verdict_Names, Judgement);
+}
+
+std::optional<Verdict> Verdict_Named(const std::string& Name) {
+  return Value_In(Verdict_Names, Name);
+}
+
+const char* Reason_Name(Verdict_Reason Reason) {
+  return Name_In(Reason_Names, Reason);
+}
+
+std::optional<Verdict_Reason> Reason_Named(const std::string& Name) {
+  return Value_In(Reason_Names, Name);
+}
+
+Json Opinion_Json(const Calibration_Result& Result) {
+  if (!Result.Opinion) return nullptr;
+  const Second_Opinion& Opinion = *Result.Opinion;
+  Json Reasons = Json::array();
+  for (const Verdict_Reason Reason : Opinion.Reasons) Reasons.push_back(Reason_Name(Reason));
+  return {{"difference_mm", Opinion.Difference_Mm},
+          {"difference_deg", Opinion.Difference_Deg},
+          {"probability_nearer", Opinion.Probability_Nearer},
+          {"reasons", Reasons},
+          {"limits", {{"mm", Result.Inputs.Limits.Mm}, {"deg", Result.Inputs.Limits.Deg}}}};
+}
+
+Json Joint_Json(const Calibration_Result& Result) {
+  if (!Result.Solved) return nullptr;
+  const Solve_Status Status = Result.Solved->Joint.Status;
+  Json Object;
+  Object["status"] = Status_Name(Status);
+  Object.update(Status == Solve_Status::Solved ? Solved_Json(Result) : Unsolved_Json());
+  Object["lens"] = Lens_Json(*Result.Solved);
+  Object["rows"] = Rows_Json(Result);
+  Object["slip"] = Slip_Json(Result);
+  return Object;
+}
+
+Json Cause_Json(const Calibration_Result& Result) {
+  if (!Result.Cause) return nullptr;
+  const Finding& Cause = *Result.Cause;
+  return {{"id", Cause.Id}, {"text", Cause.What}, {"advice", Cause.Advice}, {"lines", Cause.Lines}};
+}
+
+Json Matrix_Json(const Matrix6d& Matrix) {
+  Json Rows = Json::array();
+  for (int r = 0; r < 6; ++r) Rows.push_back(List_Json(Matrix.row(r).transpose()));
+  return Rows;
+}
+
+}  // namespace rigsync
