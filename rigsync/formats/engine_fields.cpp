@@ -2,6 +2,7 @@
 #include "rigsync/formats/engine_fields.h"
 
 #include "rigsync/calibrate/codes.h"
+#include "rigsync/formats/opinion_words.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
 #include "rigsync_core.h"
@@ -18,7 +19,7 @@ using Json = nlohmann::ordered_json;
 // The library appends to the vectors that it is passed, so each call passes new ones.
 Engine_Export Export_To_UE4(const Calibration_Result& Result, const std::string& Log_Folder) {
   std::vector<double> Rotation, Location;
-  const int Code = CamAxisToUE4(Result.Transform_Cam_Tc, Rotation, Location, Log_Folder);
+  const int Code = CamAxisToUE4(Chosen_Transform_Cam_Tc(Result), Rotation, Location, Log_Folder);
   return {Code,
           {{"Location", "location_cm", "cm", {"X", "Y", "Z"}, Location},
            {"Rotation", "rotation_deg", "deg", {"Roll", "Pitch", "Yaw"}, Rotation}}};
@@ -31,7 +32,7 @@ using UE5_Call = int (*)(std::vector<double>, std::vector<double>&, std::vector<
 Engine_Export Export_Quaternion(UE5_Call Call, const Calibration_Result& Result,
                                 const std::string& Log_Folder) {
   std::vector<double> Quaternion, Location;
-  const int Code = Call(Result.Transform_Cam_Tc, Quaternion, Location, Log_Folder);
+  const int Code = Call(Chosen_Transform_Cam_Tc(Result), Quaternion, Location, Log_Folder);
   return {Code,
           {{"Location", "location_cm", "cm", {"X", "Y", "Z"}, Location},
            {"Quaternion", "quaternion", "", {"X", "Y", "Z", "W"}, Quaternion}}};
@@ -48,8 +49,9 @@ Engine_Export Export_To_UE5_ExportxN(const Calibration_Result& Result,
 
 Engine_Export Export_To_Aximmetry(const Calibration_Result& Result, const std::string& Log_Folder) {
   std::vector<double> FoV, Centre_Shift, Rotation, Position;
-  const int Code = CamAxisToAximmetry(Result.Norm_Fxy, Result.Norm_Cxy, Result.Transform_Cam_Tc,
-                                      FoV, Centre_Shift, Rotation, Position, Log_Folder);
+  const int Code =
+      CamAxisToAximmetry(Result.Norm_Fxy, Result.Norm_Cxy, Chosen_Transform_Cam_Tc(Result), FoV,
+                         Centre_Shift, Rotation, Position, Log_Folder);
   return {Code,
           {{"Position", "position_cm", "cm", {"X", "Y", "Z"}, Position},
            {"Rotation", "rotation_deg", "deg", {"X", "Y", "Z"}, Rotation},
@@ -82,12 +84,13 @@ bool Is_Finite(const Engine_Export& Export) {
   return true;
 }
 
-std::string Export_Json(const Engine& Target, const Engine_Export& Export, bool Usable,
-                        const std::filesystem::path& Run_Log) {
+std::string Export_Json(const Engine& Target, const Engine_Export& Export, Solution_Choice Solution,
+                        bool Usable, const std::filesystem::path& Run_Log) {
   Json Root;
   Root["engine"] = Target.Name;
   Root["code"] = Export.Code;
   Root["usable"] = Usable;
+  Root["solution"] = Solution_Name(Solution);
   Root["message"] = Export.Code == 0 ? "Exported." : Advice_For(Export.Code).Meaning;
   for (const Field_Group& Group : Export.Groups) {
     Json& Values = Root[Group.Key];  // null until a value is added

@@ -33,7 +33,8 @@ struct Engine {
   std::string Name;   // the value of --to
   std::string Title;  // the full name
   std::string Axes;   // the camera's axes in the exported pose
-  // Exports the lens and mount of Result. The library writes its run log into Log_Folder.
+  // Exports the lens and the chosen mount of Result. The library writes its run log into
+  // Log_Folder.
   Engine_Export (*Export)(const Calibration_Result& Result, const std::string& Log_Folder);
 };
 
@@ -45,9 +46,10 @@ bool Is_Finite(const Engine_Export& Export);
 
 // The export as a JSON object. Numbers have as many digits as it takes to read the same double
 // back, and are null where they are not finite; a group is null when the export failed. "code" is
-// the code of the export, "usable" is Usable: whether the calibration was good too.
-std::string Export_Json(const Engine& Target, const Engine_Export& Export, bool Usable,
-                        const std::filesystem::path& Run_Log);
+// the code of the export, "usable" is Usable: whether the calibration was good too. "solution" says
+// whose mount it is.
+std::string Export_Json(const Engine& Target, const Engine_Export& Export, Solution_Choice Solution,
+                        bool Usable, const std::filesystem::path& Run_Log);
 
 }  // namespace rigsync
 

@@ -3,6 +3,7 @@
 
 #include "rigsync/capture/library_limits.h"
 #include "rigsync/formats/joint_json.h"
+#include "rigsync/formats/opinion_words.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"

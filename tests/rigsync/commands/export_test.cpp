@@ -35,6 +35,19 @@ std::string Result_Text(const std::string& Transform, const std::string& Code = 
          Transform + "}";
 }
 
+// A result with a second opinion: the library's mount is at Library, the joint one at Joint.
+std::string Judged_Text(const std::string& Verdict, const std::string& Reasons,
+                        const std::string& Library, const std::string& Joint,
+                        const std::string& More = "") {
+  std::string Text = Result_Text(Library);
+  Text.pop_back();
+  return Text + R"(, "solution": "library", "verdict": ")" + Verdict +
+         R"(", "second_opinion": {"difference_mm": 14.236, "difference_deg": 0.7104,
+             "probability_nearer": 1, "reasons": [)" +
+         Reasons + R"(], "limits": {"mm": 3, "deg": 0.3}}, "library": {"transform_cam_tc": )" +
+         Library + R"(}, "joint": {"transform_cam_tc": )" + Joint + "}" + More + "}";
+}
+
 Finished Export(const std::string& File, const std::string& Engine,
                 std::vector<std::string> More = {}) {
   std::vector<std::string> Arguments = {"export", File, "--to", Engine};
@@ -205,6 +218,152 @@ TEST(Export, AResultWithoutATransformIsRefusedWithItsOwnReason) {
   EXPECT_EQ(Result.Status, 2);
   EXPECT_EQ(Result.Output, "");
   EXPECT_THAT(Result.Said, HasSubstr("Said before."));
+}
+
+// The reference pose with its x in Tc shifted: the first column of its rotation, 0.2 m long.
+const std::string Shifted_Pose =
+    "[0.8,-0.36,-0.48,0.26, 0,0.8,-0.6,-0.2, 0.6,0.48,0.64,0.42, 0,0,0,1]";
+
+double X_In_Centimetres(const Finished& Result) {
+  return nlohmann::json::parse(Result.Output)["location_cm"]["x"].get<double>();
+}
+
+TEST(Export, MountsThatContradictEachOtherAreAskedAbout) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write(
+      "result.json",
+      Judged_Text("dont_use", R"("difference_beyond_limit")", Reference_Pose, Shifted_Pose));
+  const Finished Refused = Export(File, "ue5");
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_EQ(Refused.Output, "");
+  EXPECT_THAT(Refused.Said,
+              HasSubstr("the mounts of the library and of the joint solve are 14.24 mm and 0.710 "
+                        "degrees apart (limits: 3 mm and 0.3 degrees); choose one with --solution "
+                        "joint (in most captures the nearer one) or --solution library"));
+}
+
+TEST(Export, TheMountThatIsAskedForIsExportedWithAWarning) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write(
+      "result.json",
+      Judged_Text("dont_use", R"("difference_beyond_limit")", Reference_Pose, Shifted_Pose,
+                  R"(, "cause": {"id": "stale", "text": "Samples are old.", "advice": ""})"));
+  const Finished Library = Export(File, "ue5", {"--solution", "library", "--json"});
+  EXPECT_EQ(Library.Status, 0);
+  EXPECT_NEAR(X_In_Centimetres(Library), -26.0, Centimetre_Tolerance);
+  EXPECT_THAT(Library.Said, AllOf(HasSubstr("warning: this result must not be used: the mounts"),
+                                  HasSubstr("14.24 mm"), HasSubstr("Cause: Samples are old.")));
+  const Finished Joint = Export(File, "ue5", {"--solution", "joint", "--json"});
+  EXPECT_EQ(Joint.Status, 0);
+  EXPECT_NEAR(X_In_Centimetres(Joint), -46.0, Centimetre_Tolerance);
+  EXPECT_THAT(Joint.Said, AllOf(HasSubstr("warning: check this result on the set"),
+                                HasSubstr("14.24 mm"), Not(HasSubstr("must not be used"))));
+  for (const Finished& Result : {Library, Joint}) {
+    EXPECT_EQ(nlohmann::json::parse(Result.Output)["usable"], false);
+  }
+  EXPECT_EQ(nlohmann::json::parse(Library.Output)["solution"], "library");
+  EXPECT_EQ(nlohmann::json::parse(Joint.Output)["solution"], "joint");
+  EXPECT_THAT(Export(File, "ue4", {"--solution", "joint"}).Output,
+              HasSubstr("as seen from its tracker (joint solution)"));
+  EXPECT_THAT(Export(File, "ue4", {"--solution", "library"}).Output,
+              Not(HasSubstr("joint solution")));
+}
+
+TEST(Export, AMissingOrBrokenMountOfTheLibraryLeavesTheJointOne) {
+  const Scratch_Folder Scratch;
+  const std::string Reasons = R"("no_library_transform", "library_code")";
+  const std::string Missing =
+      Scratch.Write("missing.json", Judged_Text("dont_use", Reasons, "null", Reference_Pose));
+  const std::string Broken = Scratch.Write(
+      "broken.json", Judged_Text("dont_use", R"("no_library_transform")",
+                                 "[0.8,-0.36,-0.48,null, 0,0.8,-0.6,-0.2, 0.6,0.48,0.64,0.42, "
+                                 "0,0,0,1]",
+                                 Reference_Pose));
+  const std::pair<std::string, const char*> Cases[] = {
+      {Missing, "the library gave no mount; choose the joint one with --solution joint"},
+      {Broken, "the library's mount holds NaN or infinite numbers; choose the joint one with"}};
+  for (const auto& [File, Sentence] : Cases) {
+    SCOPED_TRACE(Sentence);
+    const Finished Refused = Export(File, "ue5");
+    EXPECT_EQ(Refused.Status, 2);
+    EXPECT_THAT(Refused.Said, HasSubstr(Sentence));
+    const Finished Joint = Export(File, "ue5", {"--solution", "joint", "--json"});
+    EXPECT_EQ(Joint.Status, 0);
+    EXPECT_NEAR(X_In_Centimetres(Joint), -26.0, Centimetre_Tolerance);
+    EXPECT_EQ(Export(File, "ue5", {"--solution", "library"}).Status, 2);
+  }
+  EXPECT_THAT(Export(Missing, "ue5", {"--solution", "library"}).Said,
+              HasSubstr("no result to export: Said before."));
+  EXPECT_THAT(Export(Broken, "ue5", {"--solution", "library"}).Said,
+              HasSubstr("'transform_cam_tc' has NaN or infinite values"));
+}
+
+TEST(Export, ADoubtfulResultIsExportedWithItsReasons) {
+  const Scratch_Folder Scratch;
+  struct Case {
+    const char *Verdict, *Reasons, *Sentence;
+  };
+  const Case Cases[] = {
+      {"look", R"("difference_unlikely")",
+       "check this result on the set before it is used: the mounts of the library and of the joint "
+       "solve are 14.24 mm and 0.710 degrees apart, more than the noise of the capture explains."},
+      {"look", R"("difference_and_width", "slip_suspected")",
+       "which with the uncertainty of the capture is beyond 3 mm and 0.3 degrees; a tracker may "
+       "have slipped on its mount during the capture."},
+      {"look", R"("place_contradicted")", "the stated place of the board is not the one"},
+      {"dont_use", R"("library_code")",
+       "this result must not be used: the library refuses its result with code 0."},
+      {"dont_use", R"("not_solved")",
+       "this result must not be used: the joint solve has no mount that confirms it."},
+      {"dont_use", R"("width_beyond_limit")",
+       "this result must not be used: the capture does not tell the mount to 3 mm and 0.3 degrees"},
+      {"dont_use", R"("slip_found")", "must not be used: a tracker slipped on its mount during"},
+      {"dont_use", "", "this result must not be used."},
+  };
+  for (const Case& Doubt : Cases) {
+    SCOPED_TRACE(Doubt.Sentence);
+    const Finished Result = Export(
+        Scratch.Write("result.json",
+                      Judged_Text(Doubt.Verdict, Doubt.Reasons, Reference_Pose, Shifted_Pose)),
+        "ue5", {"--json"});
+    EXPECT_EQ(Result.Status, 0);
+    EXPECT_NEAR(X_In_Centimetres(Result), -26.0, Centimetre_Tolerance);
+    EXPECT_EQ(nlohmann::json::parse(Result.Output)["usable"], false);
+    EXPECT_THAT(Result.Said, HasSubstr(Doubt.Sentence));
+  }
+}
+
+TEST(Export, AnAgreementIsExportedWithoutAWordWhicheverMountIsAskedFor) {
+  const Scratch_Folder Scratch;
+  const std::string File =
+      Scratch.Write("result.json", Judged_Text("agree", "", Reference_Pose, Shifted_Pose));
+  for (const char* Solution : {"library", "joint"}) {
+    const Finished Result = Export(File, "ue5", {"--solution", Solution, "--json"});
+    EXPECT_EQ(Result.Error, "");
+    EXPECT_EQ(nlohmann::json::parse(Result.Output)["usable"], true);
+  }
+  EXPECT_THAT(Export(File, "ue5", {"--solution", "both"}).Said,
+              HasSubstr("--solution: 'both' is wrong; expected one of library, joint"));
+  const Finished None = Export(Scratch.Write("old.json", Result_Text(Reference_Pose)), "ue5",
+                               {"--solution", "joint"});
+  EXPECT_EQ(None.Status, 2);
+  EXPECT_THAT(None.Said, HasSubstr("has no joint solution to export"));
+}
+
+// A mount that does not determine itself, or a slip, speaks against the joint one too.
+TEST(Export, ADoubtfulJointMountIsNotRecommended) {
+  const Scratch_Folder Scratch;
+  for (const char* Reason : {R"("slip_found")", R"("width_beyond_limit")"}) {
+    const std::string File = Scratch.Write(
+        "result.json",
+        Judged_Text("dont_use", R"("difference_beyond_limit", )" + std::string(Reason),
+                    Reference_Pose, Shifted_Pose));
+    EXPECT_THAT(Export(File, "ue5").Said,
+                AllOf(HasSubstr("choose one with --solution joint or --solution library"),
+                      Not(HasSubstr("nearer"))));
+    EXPECT_THAT(Export(File, "ue5", {"--solution", "joint"}).Said,
+                HasSubstr("warning: this result must not be used"));
+  }
 }
 
 TEST(Export, ASingularTransformIsWarnedAbout) {

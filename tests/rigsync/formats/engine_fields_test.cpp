@@ -18,6 +18,7 @@ namespace {
 
 using rigsync::Engine;
 using rigsync::Engine_Export;
+using rigsync::Solution_Choice;
 using testing::ElementsAre;
 
 // Centimetres of the single-precision exports are good to about 2e-6 at this size.
@@ -116,6 +117,24 @@ TEST(EngineFields, ValuesAreThoseOfTheCallForThisEngine) {
               ElementsAre(testing::DoubleNear(0.02, 1e-12), testing::DoubleNear(0.03, 1e-12)));
 }
 
+// The joint mount is 0.2 m further along the x axis of the camera, which is that of the tracker.
+TEST(EngineFields, ValuesAreThoseOfTheChosenSolution) {
+  rigsync::Calibration_Result Result = Mounted_Camera();
+  Result.Joint_Transform_Cam_Tc = Result.Transform_Cam_Tc;
+  Result.Joint_Transform_Cam_Tc[3] += 0.2;
+  const std::pair<const char*, std::size_t> Cases[] = {
+      {"ue4", 1}, {"ue5", 0}, {"ue5-xn", 2}, {"aximmetry", 0}};
+  for (const auto& [Name, Field] : Cases) {
+    SCOPED_TRACE(Name);
+    const auto Centimetres = [&, Engine = Name, Index = Field](Solution_Choice Solution) {
+      Result.Inputs.Solution = Solution;
+      return std::abs(Export_To(Engine, Result).Groups.at(0).Values.at(Index));
+    };
+    EXPECT_NEAR(Centimetres(Solution_Choice::Library), 10.0, Centimetre_Tolerance);
+    EXPECT_NEAR(Centimetres(Solution_Choice::Joint), 30.0, Centimetre_Tolerance);
+  }
+}
+
 TEST(EngineFields, EachCallReturnsItsOwnNumbersOnly) {
   const Engine& Target = Engine_Named("ue5");
   const Scratch_Folder Scratch;
@@ -131,8 +150,8 @@ TEST(EngineFields, AFailedExportHasItsCodeAndGroupsWithoutValues) {
   const Engine_Export Export = Export_To("ue4", Result);
   EXPECT_EQ(Export.Code, 3);
   for (const rigsync::Field_Group& Group : Export.Groups) EXPECT_TRUE(Group.Values.empty());
-  const auto Root =
-      nlohmann::json::parse(Export_Json(Engine_Named("ue4"), Export, /*Usable=*/false, {}));
+  const auto Root = nlohmann::json::parse(
+      Export_Json(Engine_Named("ue4"), Export, Solution_Choice::Library, /*Usable=*/false, {}));
   EXPECT_EQ(Root["code"], 3);
   EXPECT_EQ(Root["usable"], false);
   EXPECT_TRUE(Root["location_cm"].is_null());
@@ -157,15 +176,17 @@ TEST(EngineFields, JsonHasEveryGroupInOrderEveryDigitAndNullForWhatIsNotFinite) 
   Engine_Export Export;
   Export.Groups = {{"B", "b_cm", "cm", {"X", "Y"}, {1.0 / 3.0, std::nan("")}},
                    {"A", "a", "", {"Roll"}, {std::nextafter(2.0, 3.0)}}};
-  const std::string Text =
-      Export_Json(Engine_Named("ue5-xn"), Export, /*Usable=*/true, "/out/log_x");
+  const std::string Text = Export_Json(Engine_Named("ue5-xn"), Export, Solution_Choice::Joint,
+                                       /*Usable=*/true, "/out/log_x");
   const auto Root = nlohmann::ordered_json::parse(Text);
   std::vector<std::string> Keys;
   for (const auto& [Key, Value] : Root.items()) Keys.push_back(Key);
-  EXPECT_THAT(Keys, ElementsAre("engine", "code", "usable", "message", "b_cm", "a", "run_log"));
+  EXPECT_THAT(
+      Keys, ElementsAre("engine", "code", "usable", "solution", "message", "b_cm", "a", "run_log"));
   EXPECT_EQ(Root["engine"], "ue5-xn");
   EXPECT_EQ(Root["code"], 0);
   EXPECT_EQ(Root["usable"], true);
+  EXPECT_EQ(Root["solution"], "joint");
   EXPECT_EQ(Root["message"], "Exported.");
   EXPECT_EQ(Root["b_cm"]["x"].get<double>(), 1.0 / 3.0);
   EXPECT_TRUE(Root["b_cm"]["y"].is_null());

@@ -271,13 +271,15 @@ TEST(ResultFile, ASecondOpinionIsReadBackWithReasonsLimitsAndCause) {
   using rigsync::Verdict_Reason;
   const std::pair<Verdict_Reason, const char*> Reasons[] = {
       {Verdict_Reason::No_Library_Transform, "no_library_transform"},
+      {Verdict_Reason::Library_Code, "library_code"},
       {Verdict_Reason::Not_Solved, "not_solved"},
       {Verdict_Reason::Difference_Beyond_Limit, "difference_beyond_limit"},
       {Verdict_Reason::Width_Beyond_Limit, "width_beyond_limit"},
       {Verdict_Reason::Slip_Found, "slip_found"},
       {Verdict_Reason::Difference_Unlikely, "difference_unlikely"},
       {Verdict_Reason::Difference_And_Width, "difference_and_width"},
-      {Verdict_Reason::Slip_Suspected, "slip_suspected"}};
+      {Verdict_Reason::Slip_Suspected, "slip_suspected"},
+      {Verdict_Reason::Place_Contradicted, "place_contradicted"}};
   rigsync::Calibration_Result Result = Whole_Result();
   Result.Inputs.Limits = {2.5, 0.2};
   Result.Cause = rigsync::Finding{"stale", rigsync::Level::Error, "Old\nsamples.", "", "Go.", {7}};
