@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Compares the estimate of the board's pose on its tracker (--board-euler, --board-offset) with the
-// pose that images and samples give. Swapped counts of --board show only here: the board is
+// Compares the estimate of the board's place on its tracker (--board-euler, --board-offset) with
+// the place that is solved from the capture. Swapped counts of --board show only here: the board is
 // detected with swapped counts too, but with its rows and columns exchanged.
 #ifndef RIGSYNC_INSPECT_BOARD_ESTIMATE_H
 #define RIGSYNC_INSPECT_BOARD_ESTIMATE_H
 
 #include "rigsync/capture/board_size.h"
 #include "rigsync/inspect/finding.h"
-#include "rigsync/inspect/tracker_agreement.h"
 #include "rigsync/solve/board_place.h"
+#include "rigsync/solve/capture_solution.h"
 
 #include <array>
 #include <optional>
@@ -25,11 +25,11 @@ struct Board_Estimate {
   Place_Accuracy Accuracy;                      // of both parts
 };
 
-// Adds an estimate that images and samples contradict, with the values that they give. Offsets are
-// judged only when the angles are right. Is_Distance_Known is false when the boards were not tilted
-// enough to determine their distance.
-void Judge_Estimate(const Board_Estimate& Estimate, const Agreement& Measured,
-                    bool Is_Distance_Known, Findings& List);
+// Adds an estimate that the capture contradicts, with the place that it gives. An estimate is
+// judged only where the capture determines the place far better than the two differ, and offsets
+// only where the angles are right or missing.
+void Judge_Estimate(const Board_Estimate& Estimate, const Capture_Solution& Solution,
+                    Findings& List);
 
 }  // namespace rigsync
 

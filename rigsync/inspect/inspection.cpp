@@ -5,6 +5,9 @@
 #include "rigsync/inspect/board_findings.h"
 #include "rigsync/inspect/capture_file_findings.h"
 #include "rigsync/inspect/image_path_findings.h"
+#include "rigsync/inspect/mount_findings.h"
+#include "rigsync/inspect/row_findings.h"
+#include "rigsync/inspect/square_findings.h"
 
 #include <algorithm>
 
@@ -43,6 +46,42 @@ std::optional<Stated_Place> Stated_Place_Of(const Board_Estimate& Estimate) {
   return Stated_Place{{*Estimate.Euler, *Estimate.Offset}, Estimate.Accuracy};
 }
 
+// Judges rows, mounts, the square and the board's place by the solve of both mounts. Where a
+// tracker slipped, rows and mounts are off by that, and nothing else can be told.
+void Judge_Solution(Inspection& Result) {
+  const Capture_Solution& Solution = *Result.Solution;
+  const std::vector<Capture_Row>& Rows = Result.File.Rows;
+  Findings& List = Result.All_Findings;
+  Judge_Slip(Rows, Solution.Joint, Solution.Likeliest_Slip, List);
+  if (Is_Slip_Found(Solution.Likeliest_Slip)) return;
+  // Turns that leave a mount open are the reason, and are judged by themselves.
+  const bool Is_Unsolved = Solution.Joint.Status == Solve_Status::Not_Converged;
+  const Rotation_Range& Turns = Result.Rotations;
+  if (Is_Unsolved && (Are_Turns_Small(Turns) || Are_Turns_About_One_Axis(Turns))) return;
+  Judge_Solved_Rows(Rows, Solution.Joint, List);
+  Judge_Mount_Uncertainty(Solution.Joint, List);
+  Judge_Square(Solution.Joint, Result.Inputs.Board.Square_Size, List);
+  Judge_Estimate(Result.Inputs.Board, Solution, List);
+}
+
+// Conventions and units come first: with wrong ones, what is solved means nothing. True when they
+// are right.
+bool Judge_Conventions(Inspection& Result) {
+  if (!Result.Tracker_Agreement) return true;
+  const Agreement& Measured = *Result.Tracker_Agreement;
+  const bool Is_Distance_Known = Result.Board_Poses && Is_Tilted(*Result.Board_Poses);
+  if (Is_Distance_Known && Measured.Is_Good() && Is_Scale_Gross(Measured)) {
+    Add_Gross_Scale(Measured, Result.Inputs.Board.Square_Size, Result.All_Findings);
+    return false;
+  }
+  return Judge_Agreement(Measured, Is_Distance_Known, Result.All_Findings);
+}
+
+// Turns are judged by what they leave open where that is known.
+bool Are_Mounts_Solved(const Inspection& Result) {
+  return Result.Solution && Result.Solution->Joint.Status == Solve_Status::Solved;
+}
+
 void Inspect_Boards(const std::vector<bool>& Readable, const Search_Progress& Progress,
                     Inspection& Result) {
   const std::vector<Capture_Row>& Rows = Result.File.Rows;
@@ -68,10 +107,7 @@ void Inspect_Boards(const std::vector<bool>& Readable, const Search_Progress& Pr
   Result.Board_Poses = Measure_Poses(Result.Lens->Poses);
   if (Result.Board_Poses) Judge_Poses(*Result.Board_Poses, Result.All_Findings);
   Result.Tracker_Agreement = Measure_Agreement(Rows, Result.Lens->Poses);
-  if (!Result.Tracker_Agreement) return;
-  const bool Is_Distance_Known = Result.Board_Poses && Is_Tilted(*Result.Board_Poses);
-  Judge_Agreement(Rows, *Result.Tracker_Agreement, Is_Distance_Known, Result.All_Findings);
-  Judge_Estimate(Estimate, *Result.Tracker_Agreement, Is_Distance_Known, Result.All_Findings);
+  if (Judge_Conventions(Result)) Judge_Solution(Result);
 }
 
 }  // namespace
@@ -86,12 +122,12 @@ Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progres
   Judge_Image_Paths(Rows, Paths, Inputs.Image_Root, Result.All_Findings);
   Judge_Samples(Rows, Result.All_Findings);
   Result.Rotations = Measure_Rotations(Rows);
-  Judge_Rotations(Result.Rotations, Result.All_Findings);
   if (Inputs.Opens_Images) {
     Inspect_Boards(Readable_Rows(Paths), Progress, Result);
   } else {
     Judge_Image_Count(Image_Count(Rows), Result.All_Findings);
   }
+  if (!Are_Mounts_Solved(Result)) Judge_Rotations(Result.Rotations, Result.All_Findings);
   return Result;
 }
 

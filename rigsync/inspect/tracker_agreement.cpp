@@ -24,22 +24,19 @@ constexpr double Rotation_Limit_Deg = 1.0;
 constexpr double Axis_Limit_Deg = 2.0;
 constexpr double Position_Limit = 2.0 * library_limits::Usable_Spread_Mm / 1000.0;
 
-// A row is an outlier when its residual is above half a degree or a centimetre, and above five
-// times the median.
+// A row has no part in the fits of steps 2 and 3 when its residual is above half a degree or a
+// tenth of a millimetre, and above five times the median.
 constexpr double Rotation_Floor_Deg = 0.5;
-constexpr double Position_Floor = 0.01;
 constexpr double Outlier_Factor = 5.0;
 
-// The scale is wrong when it differs from 1 by more than three percent and by more than five
-// standard deviations. Squares measured with a ruler over the whole board are accurate to half a
-// percent.
-constexpr double Scale_Limit = 0.03;
+// A scale has a sign when it is this many standard deviations from 0.
 constexpr double Sure_Deviations = 5.0;
 
 // One of several mirrors of the positions is named when with every other one the median residual is
 // more than twice as large, and above a centimetre. (For a camera that does not move and positions
 // in one plane, two mirrors fit equally well.)
 constexpr double Clearly_Worse = 2.0;
+constexpr double Position_Floor = 0.01;
 
 constexpr std::size_t Least_Compared = 4;
 // The fit of positions has seven unknowns; eight rows give 24 equations.
@@ -222,7 +219,7 @@ double Median_Axis_Residual(const std::vector<Rotation_Pair>& Pairs,
 struct Position_Fit {
   std::vector<double> Residuals;  // metres, for all rows that are compared
   double Scale = 1, Scale_Deviation = 0;
-  Eigen::Vector3d Centre_Body;  // Centre_Tr in the body's own axes
+  double Held_Scale_Factor = 1;
 };
 
 constexpr Eigen::Index Unknown_Count = 7;
@@ -252,6 +249,13 @@ Equations Position_Equations(const Relative_Poses& Images, const Relative_Poses&
     System.Right.segment<3>(Top) = Images.Positions[Row] / Deviation;
   }
   return System;
+}
+
+// The sum of squares that is left when the scale, the first unknown, is held at 1.
+double Squares_With_Scale_Held(const Equations& System) {
+  const Eigen::MatrixXd Others = System.Left.rightCols(Unknown_Count - 1);
+  const Eigen::VectorXd Right = System.Right - System.Left.col(0);
+  return (Others * Others.colPivHouseholderQr().solve(Right) - Right).squaredNorm();
 }
 
 // The length of each row's residual vector, metres, for equations with deviations of 1.
@@ -307,9 +311,10 @@ std::optional<Position_Fit> Fit_Positions(const Relative_Poses& Images,
     const Eigen::VectorXd Solution = Solver.solve(Weighted.Right);
     Fit.Residuals = Position_Residuals(Unweighted, Solution);
     Fit.Scale = Solution[0];
-    Fit.Centre_Body = Solution.segment<3>(1);
     const auto Freedom = static_cast<double>(Weighted.Left.rows() - Unknown_Count);
-    const double Variance = (Weighted.Left * Solution - Weighted.Right).squaredNorm() / Freedom;
+    const double Squares = (Weighted.Left * Solution - Weighted.Right).squaredNorm();
+    const double Variance = Squares / Freedom;
+    Fit.Held_Scale_Factor = std::sqrt(Squares_With_Scale_Held(Weighted) / Squares);
     const Eigen::MatrixXd Normal = Weighted.Left.transpose() * Weighted.Left;
     Fit.Scale_Deviation = std::sqrt(Variance * Normal.inverse()(0, 0));
     const bool Is_Last_But_One = Round + 1 == Rounds;
@@ -325,58 +330,31 @@ std::optional<Position_Fit> Fit_Positions(const Relative_Poses& Images,
   return Fit;
 }
 
-// ---- The board on its tracker ----------------------------------------------------------------
-
-// Each row gives the rotation of the board on its tracker, all the same but for noise:
-//
-//   Rotation_Tr_Chart = Rotation_Tc_Tr^T * Rotation_Cam_Tc^T * Rotation_Cam_Chart
-//
-// The mean over the rows of Inliers, in the body's own axes: the normalised sum of the quaternions.
-Eigen::Matrix3d Mean_Rotation_Body_Chart(const Relative_Poses& Images,
-                                         const Relative_Poses& Trackers,
-                                         const Eigen::Matrix3d& Rotation_Cam_Tc,
-                                         const std::vector<std::size_t>& Inliers) {
-  const Eigen::Quaterniond Rotation_Tc_Cam(Eigen::Matrix3d(Rotation_Cam_Tc.transpose()));
-  Eigen::Vector4d Sum = Eigen::Vector4d::Zero();
-  for (const std::size_t Row : Inliers) {
-    const Eigen::Quaterniond Rotation =
-        Trackers.Rotations[Row].conjugate() * Rotation_Tc_Cam * Images.Rotations[Row];
-    // A quaternion and its negative are the same rotation.
-    Sum +=
-        Sum.dot(Rotation.coeffs()) < 0.0 ? Eigen::Vector4d(-Rotation.coeffs()) : Rotation.coeffs();
-  }
-  return Eigen::Quaterniond(Eigen::Vector4d(Sum.normalized())).toRotationMatrix();
-}
-
 // ---- The three steps together ----------------------------------------------------------------
 
 Agreement Compare(const Relative_Poses& Images, const Relative_Poses& Trackers) {
   Agreement Measured;
-  Measured.Rotation_Residuals_Deg = Rotation_Residuals_Deg(Images, Trackers);
-  Measured.Median_Rotation_Residual_Deg = Median(Measured.Rotation_Residuals_Deg);
+  const std::vector<double> Residuals_Deg = Rotation_Residuals_Deg(Images, Trackers);
+  Measured.Median_Rotation_Residual_Deg = Median(Residuals_Deg);
   if (Measured.Median_Rotation_Residual_Deg > Rotation_Limit_Deg) return Measured;
   std::vector<std::size_t> Inliers;
   const double Limit =
       std::max(Outlier_Factor * Measured.Median_Rotation_Residual_Deg, Rotation_Floor_Deg);
-  for (std::size_t i = 0; i < Measured.Rotation_Residuals_Deg.size(); ++i) {
-    if (Measured.Rotation_Residuals_Deg[i] <= Limit) Inliers.push_back(i);
+  for (std::size_t i = 0; i < Residuals_Deg.size(); ++i) {
+    if (Residuals_Deg[i] <= Limit) Inliers.push_back(i);
   }
   const std::vector<Rotation_Pair> Pairs = Rotation_Pairs(Images, Trackers, Inliers);
   const std::optional<Eigen::Matrix3d> Rotation_Cam_Tc = Fit_Rotation(Pairs);
   if (!Rotation_Cam_Tc) return Measured;
   Measured.Median_Axis_Residual_Deg = Median_Axis_Residual(Pairs, *Rotation_Cam_Tc);
   if (*Measured.Median_Axis_Residual_Deg > Axis_Limit_Deg) return Measured;
-  Measured.Rotation_Tr_Chart =
-      Tracker_Axes_Relabelling() *
-      Mean_Rotation_Body_Chart(Images, Trackers, *Rotation_Cam_Tc, Inliers);
   const std::optional<Position_Fit> Fit =
       Fit_Positions(Images, Trackers, *Rotation_Cam_Tc, Inliers);
   if (!Fit) return Measured;
-  Measured.Position_Residuals = Fit->Residuals;
   Measured.Median_Position_Residual = Median(Fit->Residuals);
   Measured.Scale = Fit->Scale;
   Measured.Scale_Deviation = Fit->Scale_Deviation;
-  Measured.Centre_Tr = Tracker_Axes_Relabelling() * Fit->Centre_Body;
+  Measured.Held_Scale_Factor = Fit->Held_Scale_Factor;
   return Measured;
 }
 
@@ -480,31 +458,6 @@ void Add_Disagreement(const Agreement& Measured, Findings& List) {
        {}});
 }
 
-void Add_Outliers(const std::vector<Capture_Row>& Rows, const Agreement& Measured, Findings& List) {
-  const double Rotation_Bound =
-      std::max(Outlier_Factor * Measured.Median_Rotation_Residual_Deg, Rotation_Floor_Deg);
-  const double Position_Bound =
-      std::max(Outlier_Factor * Measured.Median_Position_Residual.value_or(0.0), Position_Floor);
-  for (std::size_t k = 0; k < Measured.Rows.size(); ++k) {
-    const double Rotation = Measured.Rotation_Residuals_Deg[k];
-    const double Position =
-        Measured.Median_Position_Residual ? Measured.Position_Residuals[k] : 0.0;
-    if (Rotation <= Rotation_Bound && Position <= Position_Bound) continue;
-    const std::size_t Line = Rows[Measured.Rows[k]].Line;
-    std::string Example = fmt::format("Line {} is off by about {:.1f} degrees", Line, Rotation);
-    if (Measured.Median_Position_Residual) {
-      Example += fmt::format(" and {:.0f} mm", 1000.0 * Position);
-    }
-    List.Add({"sample_disagrees",
-              Level::Warning,
-              "The samples of this line disagree with its image. One of them is stale, has jumped, "
-              "or belongs to another image.",
-              Example + ".",
-              "Remove the line.",
-              {Line}});
-  }
-}
-
 void Add_Handedness(const Agreement& Measured, Findings& List) {
   if (Measured.Axes == Handedness::Left) {
     List.Add({"left_handed",
@@ -531,41 +484,16 @@ void Add_Handedness(const Agreement& Measured, Findings& List) {
             {}});
 }
 
-// The length of a metre of the trackers in metres of the board. The sign of a reversed scale is
-// reported by another finding.
-double Scale_Size(const Agreement& Measured) {
-  return Measured.Axes == Handedness::Left ? std::abs(*Measured.Scale) : *Measured.Scale;
-}
-
-void Add_Scale(const Agreement& Measured, Findings& List) {
-  if (Measured.Is_To_Scale()) return;
-  const double Scale = Scale_Size(Measured);
-  // No square is mismeasured by more than this.
-  const bool May_Be_The_Square = Scale > 0.5 && Scale < 2.0;
-  List.Add({"scale",
-            Level::Warning,
-            fmt::format("Board and trackers differ in scale: a metre of the trackers is about "
-                        "{:.3g} m of the board.",
-                        Scale),
-            May_Be_The_Square
-                ? fmt::format("A --square of {:.2f} times the current one would fit.", 1.0 / Scale)
-                : std::string(),
-            "Measure --square over the whole board, and check that positions are in metres.",
-            {}});
-}
-
 }  // namespace
 
-bool Agreement::Is_To_Scale() const {
-  if (!Scale) return true;
-  const double Difference = std::abs(Scale_Size(*this) - 1.0);
-  return !(Difference > std::max(Scale_Limit, Sure_Deviations * Scale_Deviation));
-}
-
 bool Agreement::Is_Good() const {
+  // With a square that is stated ten times too long, images measure every length ten times too long
+  // too, and with it what positions differ by.
+  const bool Is_Scaled = Scale && std::abs(*Scale) > Sure_Deviations * Scale_Deviation;
+  const double Enlargement = Is_Scaled ? std::max(1.0, std::abs(*Scale)) : 1.0;
   return Median_Rotation_Residual_Deg <= Rotation_Limit_Deg &&
          Median_Axis_Residual_Deg.value_or(0.0) <= Axis_Limit_Deg &&
-         Median_Position_Residual.value_or(0.0) <= Position_Limit;
+         Median_Position_Residual.value_or(0.0) <= Enlargement * Position_Limit;
 }
 
 std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
@@ -588,18 +516,14 @@ std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
   return Measured;
 }
 
-void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
-                     bool Is_Distance_Known, Findings& List) {
+bool Judge_Agreement(const Agreement& Measured, bool Is_Distance_Known, Findings& List) {
   const Handedness Axes = Is_Distance_Known ? Measured.Axes : Handedness::Right;
-  if (Axes == Handedness::Mirrored_Positions || Axes == Handedness::Mirrored_Quaternions) {
-    Add_Handedness(Measured, List);
-    return;
-  }
-  if (!Measured.Is_Good()) Add_Disagreement(Measured, List);
-  if (Axes == Handedness::Left) Add_Handedness(Measured, List);
-  if (!Measured.Is_Good()) return;
-  Add_Outliers(Rows, Measured, List);
-  if (Measured.Scale && Is_Distance_Known) Add_Scale(Measured, List);
+  const bool Is_Relative_Mirror =
+      Axes == Handedness::Mirrored_Positions || Axes == Handedness::Mirrored_Quaternions;
+  const bool Is_Disagreement = !Measured.Is_Good() && !Is_Relative_Mirror;
+  if (Is_Disagreement) Add_Disagreement(Measured, List);
+  if (Axes != Handedness::Right) Add_Handedness(Measured, List);
+  return !Is_Disagreement && Axes == Handedness::Right;
 }
 
 }  // namespace rigsync

@@ -19,7 +19,8 @@
 //    fit is by iteratively reweighted least squares (Holland and Welsch 1977, "Robust regression
 //    using iteratively reweighted least-squares") with the inverse residuals as weights.
 //
-// The result judges samples and conventions. It is not a calibration.
+// The result judges conventions and units, where no row can be told good from bad before they are
+// right. Rows, mounts and the board's place are judged by the solve of both mounts.
 #ifndef RIGSYNC_INSPECT_TRACKER_AGREEMENT_H
 #define RIGSYNC_INSPECT_TRACKER_AGREEMENT_H
 
@@ -45,20 +46,15 @@ enum class Handedness {
 
 struct Agreement {
   std::vector<std::size_t> Rows;  // indices of the rows that were compared
-  // The residuals of each of them: of rotation angles, degrees, and of positions, metres. There are
-  // none of positions when the rotations do not determine them.
-  std::vector<double> Rotation_Residuals_Deg, Position_Residuals;
+  // Medians over the rows: of rotation angles, of the rotations' axes, degrees, and of positions,
+  // metres. None where the rotations do not determine it.
   double Median_Rotation_Residual_Deg = 0;
-  std::optional<double> Median_Axis_Residual_Deg;  // between the axes of the rotations
+  std::optional<double> Median_Axis_Residual_Deg;
   std::optional<double> Median_Position_Residual;
   // The length of a metre of the trackers in metres of the board, and its standard deviation.
   std::optional<double> Scale;
   double Scale_Deviation = 0;
-  // The pose of the board on its tracker according to images and samples: the rotation, and the
-  // position of the board's centre, metres. docs/conventions.md defines the axes of Tr. None when
-  // the rotations do not determine it.
-  std::optional<Eigen::Matrix3d> Rotation_Tr_Chart;
-  std::optional<Eigen::Vector3d> Centre_Tr;
+  double Held_Scale_Factor = 1;  // by which the positions' RMS residual grows when it is held at 1
   // The convention by which the samples would agree, in words. Empty when they agree as they are,
   // or by no convention.
   std::string Fitting_Convention;
@@ -66,20 +62,16 @@ struct Agreement {
   std::string Correction;  // of Mirrored_Positions or Mirrored_Quaternions, in words
 
   bool Is_Good() const;
-
-  // False when a metre of the trackers clearly differs from a metre of the board.
-  bool Is_To_Scale() const;
 };
 
 // None with fewer than four rows to compare.
 std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
                                            const std::vector<Board_Pose>& Poses);
 
-// Adds samples that disagree with their image, by line, or the disagreement of all samples; axes of
-// the wrong handedness; and a scale that is not 1. Is_Distance_Known is false when the boards were
-// not tilted enough to determine their distance. Neither handedness nor scale is judged then.
-void Judge_Agreement(const std::vector<Capture_Row>& Rows, const Agreement& Measured,
-                     bool Is_Distance_Known, Findings& List);
+// Adds the disagreement of all samples, and axes of the wrong handedness, which are not judged when
+// Is_Distance_Known is false: the boards were not tilted enough to determine their distance. True
+// when neither was added.
+bool Judge_Agreement(const Agreement& Measured, bool Is_Distance_Known, Findings& List);
 
 }  // namespace rigsync
 

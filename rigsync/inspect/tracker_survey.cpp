@@ -281,9 +281,17 @@ Rotation_Range Measure_Rotations(const std::vector<Capture_Row>& Rows) {
   return Range;
 }
 
+bool Are_Turns_Small(const Rotation_Range& Range) {
+  return Range.Rows >= 2 && Range.Relative_Deg < Least_Relative_Rotation;
+}
+
+bool Are_Turns_About_One_Axis(const Rotation_Range& Range) {
+  return Range.Rows >= 2 && !Are_Turns_Small(Range) && Range.Axis_Spread_Deg &&
+         *Range.Axis_Spread_Deg < Least_Axis_Spread;
+}
+
 void Judge_Rotations(const Rotation_Range& Range, Findings& List) {
-  if (Range.Rows < 2) return;
-  if (Range.Relative_Deg < Least_Relative_Rotation) {
+  if (Are_Turns_Small(Range)) {
     List.Add({"turns_too_small",
               Level::Warning,
               fmt::format("Camera and board rotate relative to each other by at most {:.0f} "
@@ -292,7 +300,7 @@ void Judge_Rotations(const Rotation_Range& Range, Findings& List) {
               "",
               "Roll and tilt the board, or the camera, further between the images.",
               {}});
-  } else if (Range.Axis_Spread_Deg && *Range.Axis_Spread_Deg < Least_Axis_Spread) {
+  } else if (Are_Turns_About_One_Axis(Range)) {
     List.Add({"turns_about_one_axis",
               Level::Warning,
               "Camera and board rotate relative to each other about nearly the same axis "

@@ -36,6 +36,10 @@ struct Rotation_Range {
 // Uses the rows that have rotations, and an even choice from them in a long capture.
 Rotation_Range Measure_Rotations(const std::vector<Capture_Row>& Rows);
 
+// Whether the rotations leave part of the mounts to noise. False with fewer than two rows.
+bool Are_Turns_Small(const Rotation_Range& Range);
+bool Are_Turns_About_One_Axis(const Rotation_Range& Range);
+
 void Judge_Rotations(const Rotation_Range& Range, Findings& List);
 
 }  // namespace rigsync

@@ -460,17 +460,21 @@ TEST_F(Inspect, AWrongEstimateIsReportedWithTheMeasuredValues) {
   };
   // The simulator's board sits at 12,-20,8 degrees and -170, 50, 40 mm.
   const Inspection_Report Turned = With({"--board-euler", "12,-23,8"});
-  EXPECT_EQ(Turned.Status, 2);
+  EXPECT_EQ(Turned.Status, 1);
   EXPECT_THAT(Turned.Found, ElementsAre(Pair("board_euler", IsEmpty())));
   EXPECT_EQ(Turned.Json["inputs"]["board_euler_deg"], (std::vector<double>{12, -23, 8}));
   const std::string Advice = Turned.Text("board_euler", "advice");
   std::smatch Angles;
-  ASSERT_TRUE(std::regex_search(Advice, Angles, std::regex("about (.*),(.*),(.*)\\.$"))) << Advice;
-  // Noise of 0.03 degrees in 20 images, and a tenth as the text's step.
-  constexpr double Angle_Tolerance_Deg = 0.16;
-  EXPECT_NEAR(std::stod(Angles[1]), 12.0, Angle_Tolerance_Deg);
-  EXPECT_NEAR(std::stod(Angles[2]), -20.0, Angle_Tolerance_Deg);
-  EXPECT_NEAR(std::stod(Angles[3]), 8.0, Angle_Tolerance_Deg);
+  ASSERT_TRUE(std::regex_search(
+      Advice, Angles, std::regex("angles are (.*),(.*),(.*) \\(\\+- (.*) degrees at 95 percent")))
+      << Advice;
+  const double Half_Width_Deg = std::stod(Angles[4]);
+  EXPECT_LT(Half_Width_Deg, 0.1);  // noise of 0.03 degrees in 20 images
+  // The half-width is that of one axis, and there are three.
+  const double Tolerance_Deg = 2.0 * Half_Width_Deg;
+  EXPECT_NEAR(std::stod(Angles[1]), 12.0, Tolerance_Deg);
+  EXPECT_NEAR(std::stod(Angles[2]), -20.0, Tolerance_Deg);
+  EXPECT_NEAR(std::stod(Angles[3]), 8.0, Tolerance_Deg);
 
   const Inspection_Report Moved = With({"--board-offset", "170mm,50mm,40mm"});
   EXPECT_EQ(Moved.Status, 1);

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The estimate of the board's pose against a measurement that is made by hand: limits, texts, and
-// what is not judged.
+// The estimate of the board's place against solutions that are made by hand and solved: limits,
+// texts, and what is not judged.
 #include "rigsync/inspect/board_estimate.h"
 #include "rigsync/geometry/angle.h"
+#include "tests/rigsync/solve/pose_rig.h"
 
 #include <gmock/gmock.h>
 
@@ -11,31 +12,39 @@
 
 namespace {
 
-using rigsync::Agreement;
+using Eigen::Vector3d;
 using rigsync::Board_Estimate;
+using rigsync::Capture_Solution;
 using rigsync::Finding;
 using rigsync::Findings;
 using rigsync::Level;
+using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
+
+const Vector3d Corner(-0.17, 0.05, 0.04);
+
+// Many degrees of freedom: half-widths are 1.96 standard deviations.
+constexpr double Many = 1e6, Deviations_In_Half_Width = 1.96;
 
 // A board of 11x8 with squares of 30 mm, flat on its tracker except for a rotation about its
-// normal; its centre is 150 and 105 mm from the first corner.
-Agreement Measured_With(double Angle_Deg, const Eigen::Vector3d& First_Corner) {
+// normal, known to these half-widths.
+Capture_Solution Solved_With(double Angle_Deg, const Vector3d& First_Corner,
+                             double Half_Width_Deg = 0.03, double Half_Width_Mm = 0.5) {
   const double Cosine = std::cos(Angle_Deg / rigsync::Degrees_Per_Radian),
                Sine = std::sin(Angle_Deg / rigsync::Degrees_Per_Radian);
-  Agreement Measured;
-  Eigen::Matrix3d Rotation;
-  Rotation << Cosine, -Sine, 0, Sine, Cosine, 0, 0, 0, 1;
-  Measured.Rotation_Tr_Chart = Rotation;
-  Measured.Centre_Tr = First_Corner + Eigen::Vector3d(0.15 * Cosine - 0.105 * Sine,
-                                                      0.15 * Sine + 0.105 * Cosine, 0.0);
-  Measured.Median_Rotation_Residual_Deg = 0.02;
-  Measured.Median_Axis_Residual_Deg = 0.03;
-  Measured.Median_Position_Residual = 0.001;
-  return Measured;
+  Capture_Solution Solution;
+  Solution.Joint.Status = rigsync::Solve_Status::Solved;
+  Eigen::Isometry3d& Place = Solution.Joint.At.Transform_Tr_Chart;
+  Place.linear() << Cosine, -Sine, 0, Sine, Cosine, 0, 0, 0, 1;
+  Place.translation() = First_Corner;
+  rigsync::Mount_Uncertainty& Mount = Solution.Joint.Board_Mount;
+  Mount.Widest_Deg.Half_Width = Half_Width_Deg;
+  Mount.Freedom.setConstant(Many);
+  Mount.Covariance.diagonal().tail<3>().setConstant(
+      std::pow(1e-3 * Half_Width_Mm / Deviations_In_Half_Width, 2));
+  return Solution;
 }
-
-const Eigen::Vector3d Corner(-0.17, 0.05, 0.04);
 
 Board_Estimate Estimated(double Angle_Deg) {
   Board_Estimate Estimate;
@@ -46,131 +55,181 @@ Board_Estimate Estimated(double Angle_Deg) {
   return Estimate;
 }
 
-std::vector<Finding> Judged(const Board_Estimate& Estimate, const Agreement& Measured,
-                            bool Is_Distance_Known = true) {
+std::vector<Finding> Judged(const Board_Estimate& Estimate, const Capture_Solution& Solution) {
   Findings List;
-  rigsync::Judge_Estimate(Estimate, Measured, Is_Distance_Known, List);
+  rigsync::Judge_Estimate(Estimate, Solution, List);
   return List.Sorted();
 }
 
 TEST(BoardEstimate, HasNoFindingWhenItIsRight) {
   for (const double Turn : {0.0, 30.0, -75.0, 90.0, 180.0}) {
-    EXPECT_TRUE(Judged(Estimated(Turn), Measured_With(Turn, Corner)).empty()) << Turn;
+    EXPECT_TRUE(Judged(Estimated(Turn), Solved_With(Turn, Corner)).empty()) << Turn;
   }
 }
 
-TEST(BoardEstimate, IsNotJudgedInAxesOfTheWrongHandedness) {
-  Agreement Measured = Measured_With(30.0, Corner);
-  EXPECT_EQ(Judged(Estimated(0.0), Measured).size(), 1u);
-  for (const rigsync::Handedness Axes :
-       {rigsync::Handedness::Left, rigsync::Handedness::Mirrored_Positions,
-        rigsync::Handedness::Mirrored_Quaternions}) {
-    Measured.Axes = Axes;
-    EXPECT_TRUE(Judged(Estimated(0.0), Measured).empty());
-  }
-}
-
-TEST(BoardEstimate, AnglesAreJudgedAtHalfADegreeAndFailAtTwo) {
-  EXPECT_TRUE(Judged(Estimated(8.49), Measured_With(8.0, Corner)).empty());
-  const auto Near = Judged(Estimated(8.51), Measured_With(8.0, Corner));
+TEST(BoardEstimate, AnglesAreJudgedAtHalfADegree) {
+  EXPECT_TRUE(Judged(Estimated(8.49), Solved_With(8.0, Corner)).empty());
+  const auto Near = Judged(Estimated(8.51), Solved_With(8.0, Corner));
   ASSERT_EQ(Near.size(), 1u);
   EXPECT_EQ(Near[0].Id, "board_euler");
   EXPECT_EQ(Near[0].Severity, Level::Warning);
-  EXPECT_THAT(Near[0].What, HasSubstr("differs by 0.5 degrees from --board-euler"));
-  EXPECT_EQ(Judged(Estimated(9.99), Measured_With(8.0, Corner))[0].Severity, Level::Warning);
-  const auto Far = Judged(Estimated(10.01), Measured_With(8.0, Corner));
-  ASSERT_EQ(Far.size(), 1u);
-  EXPECT_EQ(Far[0].Severity, Level::Error);
-  EXPECT_THAT(Far[0].Advice, HasSubstr("it is about 0.0,0.0,8.0."));
+  EXPECT_THAT(Near[0].What, HasSubstr("differs by 0.51 degrees from --board-euler"));
 }
 
-TEST(BoardEstimate, TheLimitOfTheAnglesGrowsWithTheResiduals) {
-  Agreement Noisy = Measured_With(8.0, Corner);
-  Noisy.Median_Axis_Residual_Deg = 0.6;
-  EXPECT_TRUE(Judged(Estimated(10.99), Noisy).empty());
-  EXPECT_EQ(Judged(Estimated(11.01), Noisy).size(), 1u);
-  Noisy.Median_Axis_Residual_Deg = 0.01;
-  Noisy.Median_Rotation_Residual_Deg = 0.6;
-  EXPECT_TRUE(Judged(Estimated(10.99), Noisy).empty());
-  EXPECT_EQ(Judged(Estimated(11.01), Noisy).size(), 1u);
+TEST(BoardEstimate, TheAdviceIsToLeaveItOutAndNamesTheSolvedPlace) {
+  const auto Far = Judged(Estimated(12.0), Solved_With(8.0, Corner));
+  ASSERT_EQ(Far.size(), 1u);
+  EXPECT_THAT(Far[0].Advice, AllOf(HasSubstr("Leave both --board-euler and --board-offset out"),
+                                   HasSubstr("0.00,0.00,8.00 (+- 0.030 degrees at 95 percent)"),
+                                   HasSubstr("-170.0mm,50.0mm,40.0mm (+- 0.50 mm)")));
+}
+
+TEST(BoardEstimate, IsNotJudgedWhereTheCaptureHardlyDeterminesThePlace) {
+  EXPECT_TRUE(Judged(Estimated(10.99), Solved_With(8.0, Corner, 1.5)).empty());
+  EXPECT_EQ(Judged(Estimated(11.01), Solved_With(8.0, Corner, 1.5)).size(), 1u);
+  Board_Estimate Angles_Only = Estimated(40.0);
+  Angles_Only.Offset = std::nullopt;
+  EXPECT_TRUE(Judged(Angles_Only, Solved_With(8.0, Corner, NAN)).empty());
+  const Vector3d Aside(0.0, 0.0, 0.0398);
+  EXPECT_TRUE(Judged(Estimated(8.0), Solved_With(8.0, Corner + Aside, 0.03, 20.0)).empty());
+  EXPECT_EQ(Judged(Estimated(8.0), Solved_With(8.0, Corner + 1.02 * Aside, 0.03, 20.0)).size(), 1u);
+}
+
+TEST(BoardEstimate, IsNotBlamedForADifferenceInsideTheUncertainty) {
+  Capture_Solution Solution = Solved_With(8.0, Corner);
+  Solution.Place.emplace();
+  EXPECT_EQ(Judged(Estimated(12.0), Solution).size(), 1u);
+  Solution.Place->Is_Within_Uncertainty = true;
+  EXPECT_TRUE(Judged(Estimated(12.0), Solution).empty());
+}
+
+TEST(BoardEstimate, AnEstimateThatContradictsItsAccuracyIsSaidToBeUnused) {
+  Capture_Solution Solution = Solved_With(8.0, Corner);
+  Solution.Place.emplace();
+  EXPECT_EQ(
+      Judged(Estimated(12.0), Solution).at(0).Example,
+      "With an accuracy of 5 mm and 1 degree that is no chance, so the estimate is not used.");
+  Board_Estimate Rough = Estimated(12.0);
+  Rough.Accuracy = {2.0, 0.01};
+  EXPECT_THAT(Judged(Rough, Solution).at(0).Example, HasSubstr("10 mm and 2 degrees"));
+  EXPECT_EQ(Judged(Estimated(12.0), Solved_With(8.0, Corner)).at(0).Example, "");
+}
+
+// The prior draws the solved place towards the estimate; what is reported is the capture's own.
+TEST(BoardEstimate, AnEstimateThatWasAPriorIsComparedWithTheCaptureAlone) {
+  pose_rig::Options Options;
+  const pose_rig::Rig Rig = pose_rig::Make_Rig(Options);
+  Capture_Solution Solution = Solved_With(8.0, Corner);  // drawn away from the truth
+  Solution.Seen = Rig.Seen;
+  Solution.Place.emplace();
+  Solution.Place->Is_Prior = true;
+  Board_Estimate Estimate = Estimated(0.0);
+  const rigsync::Board_Place Truth = rigsync::Place_From_Transform(Rig.Tr_Chart.As_Transform());
+  Estimate.Euler = Truth.Euler_Deg;
+  Estimate.Offset = Truth.Offset;
+  EXPECT_TRUE(Judged(Estimate, Solution).empty());
+  (*Estimate.Euler)[0] += 1.0;
+  const auto Found = Judged(Estimate, Solution);
+  ASSERT_EQ(Found.size(), 1u);
+  EXPECT_THAT(Found[0].What, HasSubstr("1.0 degrees"));
 }
 
 TEST(BoardEstimate, ARightAngleInTheBoardsPlaneIsReportedAsSwappedCounts) {
   for (const double Turn : {98.0, -82.0, 98.0 + 9.5, 98.0 - 9.5}) {
     SCOPED_TRACE(Turn);
-    const auto Found = Judged(Estimated(8.0), Measured_With(Turn, Corner));
+    const auto Found = Judged(Estimated(8.0), Solved_With(Turn, Corner));
     ASSERT_EQ(Found.size(), 1u);
     EXPECT_EQ(Found[0].Id, "board_turned");
     EXPECT_EQ(Found[0].Severity, Level::Error);
     EXPECT_THAT(Found[0].What, HasSubstr("Swapped counts in --board, 11x8 for 8x11,"));
   }
-  EXPECT_EQ(Judged(Estimated(8.0), Measured_With(98.0 + 10.5, Corner))[0].Id, "board_euler");
+  EXPECT_EQ(Judged(Estimated(8.0), Solved_With(98.0 + 10.5, Corner))[0].Id, "board_euler");
   // A right angle about another axis does not come from swapped counts.
-  Agreement Upright = Measured_With(0.0, Corner);
-  *Upright.Rotation_Tr_Chart << 1, 0, 0, 0, 0, -1, 0, 1, 0;
+  Capture_Solution Upright = Solved_With(0.0, Corner);
+  Upright.Joint.At.Transform_Tr_Chart.linear() << 1, 0, 0, 0, 0, -1, 0, 1, 0;
   const auto Found = Judged(Estimated(0.0), Upright);
   ASSERT_EQ(Found.size(), 1u);
   EXPECT_EQ(Found[0].Id, "board_euler");
-  EXPECT_THAT(Found[0].Advice, HasSubstr("about 90.0,"));
+  EXPECT_THAT(Found[0].Advice, HasSubstr("angles are 90.00,"));
 }
 
 TEST(BoardEstimate, NamesTheAnglesInTheOrderInWhichTheyAreTyped) {
   // Rx(30) Ry(45) Rz(60), multiplied by hand.
   const double R3 = std::sqrt(3.0), R2 = std::sqrt(2.0);
-  Agreement Measured = Measured_With(0.0, Corner);
-  *Measured.Rotation_Tr_Chart << R2 / 4, -R2 * R3 / 4, R2 / 2,  //
-      R2 / 8 + 3.0 / 4, R3 / 4 - R2 * R3 / 8, -R2 / 4,          //
+  Capture_Solution Solution = Solved_With(0.0, Corner);
+  auto Rotation = Solution.Joint.At.Transform_Tr_Chart.linear();
+  Rotation << R2 / 4, -R2 * R3 / 4, R2 / 2,             //
+      R2 / 8 + 3.0 / 4, R3 / 4 - R2 * R3 / 8, -R2 / 4,  //
       R3 / 4 - R2 * R3 / 8, 1.0 / 4 + 3 * R2 / 8, R2 * R3 / 4;
-  ASSERT_NEAR(Measured.Rotation_Tr_Chart->determinant(), 1.0, 1e-12);
-  EXPECT_THAT(Judged(Estimated(0.0), Measured)[0].Advice, HasSubstr("it is about 30.0,45.0,60.0."));
-}
-
-TEST(BoardEstimate, AnOffsetIsNotJudgedWithAWrongScale) {
-  Agreement Measured = Measured_With(8.0, Corner * 0.8);
-  Measured.Scale = 1.0;
-  EXPECT_EQ(Judged(Estimated(8.0), Measured).size(), 1u);
-  Measured.Scale = 0.8;
-  EXPECT_TRUE(Judged(Estimated(8.0), Measured).empty());
-  // A scale with a large deviation is not known to be wrong.
-  Measured.Scale_Deviation = 0.1;
-  EXPECT_EQ(Judged(Estimated(8.0), Measured).size(), 1u);
+  ASSERT_NEAR(Rotation.determinant(), 1.0, 1e-12);
+  EXPECT_THAT(Judged(Estimated(0.0), Solution)[0].Advice, HasSubstr("are 30.00,45.00,60.00 "));
 }
 
 TEST(BoardEstimate, AnOffsetIsJudgedAtTenMillimetresWhereTheAnglesAreRight) {
-  const Eigen::Vector3d Aside(0.6, 0.0, 0.8);
-  EXPECT_TRUE(Judged(Estimated(8.0), Measured_With(8.0, Corner + 0.0099 * Aside)).empty());
-  const auto Found = Judged(Estimated(8.0), Measured_With(8.0, Corner + 0.0101 * Aside));
+  const Vector3d Aside(0.6, 0.0, 0.8);
+  EXPECT_TRUE(Judged(Estimated(8.0), Solved_With(8.0, Corner + 0.0099 * Aside)).empty());
+  const auto Found = Judged(Estimated(8.0), Solved_With(8.0, Corner + 0.0101 * Aside));
   ASSERT_EQ(Found.size(), 1u);
   EXPECT_EQ(Found[0].Id, "board_offset");
   EXPECT_EQ(Found[0].Severity, Level::Warning);
   EXPECT_THAT(Found[0].What, HasSubstr("differs by 10 mm from --board-offset"));
-  EXPECT_THAT(Found[0].Advice, HasSubstr("it is about -164mm,50mm,48mm."));
-  // The limit grows with the residuals.
-  Agreement Noisy = Measured_With(8.0, Corner + 0.029 * Aside);
-  Noisy.Median_Position_Residual = 0.006;
-  EXPECT_TRUE(Judged(Estimated(8.0), Noisy).empty());
-  // Wrong angles come first, and an unknown distance is not judged.
-  const Agreement Moved = Measured_With(8.0, Corner + 0.1 * Aside);
-  EXPECT_EQ(Judged(Estimated(18.0), Moved)[0].Id, "board_euler");
-  EXPECT_EQ(Judged(Estimated(18.0), Moved).size(), 1u);
-  EXPECT_TRUE(Judged(Estimated(8.0), Moved, /*Is_Distance_Known=*/false).empty());
+  EXPECT_THAT(Found[0].Advice, HasSubstr("offset is -163.9mm,50.0mm,48.1mm "));
+  // Wrong angles come first.
+  const Capture_Solution Moved = Solved_With(8.0, Corner + 0.1 * Aside);
+  const auto Turned = Judged(Estimated(18.0), Moved);
+  ASSERT_EQ(Turned.size(), 1u);
+  EXPECT_EQ(Turned[0].Id, "board_euler");
 }
 
-TEST(BoardEstimate, ThereIsNoFindingWithoutAnEstimateOrAMeasurement) {
-  const Agreement Moved = Measured_With(40.0, Corner + Eigen::Vector3d(1, 0, 0));
+// The centre is 183 mm from the first corner, which angles that are 0.45 degrees off move by 1.4
+// mm.
+TEST(BoardEstimate, AnOffsetIsComparedAtTheBoardsCentre) {
+  Capture_Solution Solution = Solved_With(8.45, Vector3d::Zero());
+  const double Angle = 8.45 / rigsync::Degrees_Per_Radian,
+               Other = 8.0 / rigsync::Degrees_Per_Radian;
+  const auto Centre = [](double Turn) {
+    return Vector3d(0.15 * std::cos(Turn) - 0.105 * std::sin(Turn),
+                    0.15 * std::sin(Turn) + 0.105 * std::cos(Turn), 0.0);
+  };
+  // The centres are equal, so the corners are not.
+  Solution.Joint.At.Transform_Tr_Chart.translation() = Corner + Centre(Other) - Centre(Angle);
+  EXPECT_TRUE(Judged(Estimated(8.0), Solution).empty());
+  Solution.Joint.At.Transform_Tr_Chart.translation().z() += 0.0101;
+  EXPECT_EQ(Judged(Estimated(8.0), Solution).at(0).Id, "board_offset");
+}
+
+TEST(BoardEstimate, EitherPartIsJudgedWithoutTheOther) {
+  const Capture_Solution Solution = Solved_With(8.0, Corner + Vector3d(0.02, 0, 0));
+  Board_Estimate Angles_Only = Estimated(10.0);
+  Angles_Only.Offset = std::nullopt;
+  const auto Turned = Judged(Angles_Only, Solution);
+  ASSERT_EQ(Turned.size(), 1u);
+  EXPECT_EQ(Turned[0].Id, "board_euler");
+  EXPECT_THAT(Turned[0].Advice,
+              AllOf(HasSubstr("Leave --board-euler out"), Not(HasSubstr("offset"))));
+  Board_Estimate Offset_Only = Estimated(10.0);
+  Offset_Only.Euler = std::nullopt;
+  const auto Moved = Judged(Offset_Only, Solution);
+  ASSERT_EQ(Moved.size(), 1u);
+  EXPECT_EQ(Moved[0].Id, "board_offset");
+  EXPECT_THAT(Moved[0].What, HasSubstr("differs by 20 mm"));
+  EXPECT_THAT(Moved[0].Advice,
+              AllOf(HasSubstr("Leave --board-offset out"), Not(HasSubstr("euler"))));
+}
+
+TEST(BoardEstimate, ThereIsNoFindingWithoutAnEstimateOrASolution) {
+  const Capture_Solution Moved = Solved_With(40.0, Corner + Vector3d(1, 0, 0));
+  EXPECT_EQ(Judged(Estimated(0.0), Moved).size(), 1u);
   Board_Estimate Without = Estimated(0.0);
   Without.Euler = std::nullopt;
+  Without.Offset = std::nullopt;
   EXPECT_TRUE(Judged(Without, Moved).empty());
-  Agreement Open = Moved;
-  Open.Rotation_Tr_Chart = std::nullopt;
-  EXPECT_TRUE(Judged(Estimated(0.0), Open).empty());
-  Agreement Contradictory = Moved;
-  Contradictory.Median_Rotation_Residual_Deg = 1.01;  // samples and images disagree
-  ASSERT_FALSE(Contradictory.Is_Good());
-  EXPECT_TRUE(Judged(Estimated(0.0), Contradictory).empty());
-  Board_Estimate Angles_Only = Estimated(40.0);
-  Angles_Only.Offset = std::nullopt;
-  EXPECT_TRUE(Judged(Angles_Only, Moved).empty());
+  for (const auto Status : {rigsync::Solve_Status::Too_Few_Rows, rigsync::Solve_Status::No_Majority,
+                            rigsync::Solve_Status::Not_Converged}) {
+    Capture_Solution Open = Moved;
+    Open.Joint.Status = Status;
+    EXPECT_TRUE(Judged(Estimated(0.0), Open).empty());
+  }
 }
 
 }  // namespace
