@@ -23,9 +23,10 @@ namespace {
 constexpr const char* Footer =
     R"(The command calibrates nothing and writes no file. It reports, by line of the
 CSV, mistakes that a calibration accepts without an error, how well the boards
-cover the frame, and whether the tracker samples agree with the images. If you
-give --board-euler and --board-offset, these are compared with the images and
-samples too. docs/inspect.md explains each finding.
+cover the frame, and whether the tracker samples agree with the images. It
+solves where the camera's tracker and the board are mounted, and how well that
+is known. --board-euler and --board-offset are compared with it if you give
+them. docs/inspect.md explains each finding.
 
 Exit status: 0 clean (notes only), 1 warnings, 2 unusable capture or
 wrong usage, 70 when an exception ended the run.
@@ -53,6 +54,10 @@ Inspection_Inputs Read_Inputs(const Inspect_Arguments& Arguments) {
     Board.Square_Size = Values.Read("square", Parse_Square, Without_Images);
     if (Values.Has("board-euler")) Board.Euler = Values.Read("board-euler", Parse_Angles);
     if (Values.Has("board-offset")) Board.Offset = Values.Read("board-offset", Parse_Offset);
+    if (Values.Has("board-accuracy")) {
+      const auto Stated = Values.Read("board-accuracy", Parse_Length_And_Angle);
+      Board.Accuracy = {Stated.Angle_Deg, Stated.Length};
+    }
   }
   Inputs.Image_Root = Image_Root_Of(Arguments.Capture);
   return Inputs;

@@ -2,10 +2,14 @@
 #include "rigsync/formats/inspection_file.h"
 
 #include "rigsync/capture/capture_file.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/version.h"
 
 #include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <vector>
 
 namespace rigsync {
 
@@ -119,6 +123,98 @@ Json Agreement_Json(const std::optional<Agreement>& Measured) {
           {"scale", Or_Null(Measured->Scale)}};
 }
 
+// ---- What was solved ---------------------------------------------------------------------------
+
+const char* Status_Name(Solve_Status Status) {
+  switch (Status) {
+    case Solve_Status::Solved:
+      return "solved";
+    case Solve_Status::Too_Few_Rows:
+      return "too_few_rows";
+    case Solve_Status::No_Majority:
+      return "no_majority";
+    case Solve_Status::Not_Converged:
+      return "not_converged";
+  }
+  return "";
+}
+
+Json Three(const Eigen::Vector3d& Values) {
+  return {Values.x(), Values.y(), Values.z()};
+}
+
+// The 16 numbers of a transform, row by row.
+Json Transform_Json(const Eigen::Isometry3d& Transform) {
+  Json Numbers = Json::array();
+  for (int r = 0; r < 4; ++r) {
+    for (int c = 0; c < 4; ++c) Numbers.push_back(Transform.matrix()(r, c));
+  }
+  return Numbers;
+}
+
+Json Uncertainty_Json(const Mount_Uncertainty& Mount) {
+  return {{"half_width_mm", Three(Mount.Half_Width_Mm)},
+          {"half_width_deg", Three(Mount.Half_Width_Deg)},
+          {"widest_mm", Mount.Widest_Mm.Half_Width},
+          {"widest_deg", Mount.Widest_Deg.Half_Width}};
+}
+
+Json Camera_Mount_Json(const Joint_Solution& Joint) {
+  Json Mount = {{"transform_cam_tc", Transform_Json(Joint.At.Transform_Cam_Tc)}};
+  Mount.update(Uncertainty_Json(Joint.Camera_Mount));
+  return Mount;
+}
+
+Json Board_Mount_Json(const Joint_Solution& Joint) {
+  const Board_Place Place = Place_From_Transform(Joint.At.Transform_Tr_Chart);
+  Json Mount = {{"euler_deg", Place.Euler_Deg}, {"offset_m", Place.Offset}};
+  Mount.update(Uncertainty_Json(Joint.Board_Mount));
+  return Mount;
+}
+
+Json Square_Json(const Joint_Solution& Joint) {
+  return {{"scale", Joint.At.Square_Scale}, {"deviation", Joint.Scale_Deviation}};
+}
+
+Json Noise_Json(const Capture_Solution& Solution) {
+  const Noise_Estimate& Noise = Solution.Joint.Noise;
+  return {{"position_mm", 1000.0 * Noise.Position},
+          {"rotation_deg", Degrees_Per_Radian * Noise.Rotation_Rad},
+          {"corner_px", Noise.Corner_Factor * std::sqrt(Solution.Seen.Corner_Variance)}};
+}
+
+Json Solved_Rows_Json(const std::vector<Capture_Row>& Rows, const Joint_Solution& Joint) {
+  Json Array = Json::array();
+  for (const Solved_Row& Row : Joint.Rows) {
+    Array.push_back({{"line", Rows[Row.Row].Line},
+                     {"agrees", Row.Is_Kept},
+                     {"off_mm", 1000.0 * Row.Residual.tail<3>().norm()},
+                     {"off_deg", Degrees_Per_Radian * Row.Residual.head<3>().norm()}});
+  }
+  return Array;
+}
+
+// Only the status where nothing could be solved, or where the samples aren't read as they were
+// meant.
+Json Solution_Json(const Inspection& Result) {
+  if (!Result.Solution) return nullptr;
+  const Joint_Solution& Joint = Result.Solution->Joint;
+  Json Object = {{"status", Status_Name(Joint.Status)},
+                 {"camera_mount", nullptr},
+                 {"board_mount", nullptr},
+                 {"square", nullptr},
+                 {"noise", nullptr},
+                 {"rows", Json::array()}};
+  if (!Result.Are_Samples_Readable) return Object;
+  Object["rows"] = Solved_Rows_Json(Result.File.Rows, Joint);
+  if (!Is_Solution_Sound(Result)) return Object;
+  Object["camera_mount"] = Camera_Mount_Json(Joint);
+  Object["board_mount"] = Board_Mount_Json(Joint);
+  Object["square"] = Square_Json(Joint);
+  Object["noise"] = Noise_Json(*Result.Solution);
+  return Object;
+}
+
 }  // namespace
 
 std::string Inspection_Json(const Inspection& Result) {
@@ -147,6 +243,7 @@ std::string Inspection_Json(const Inspection& Result) {
   Document["poses"] = Poses_Json(Result.Board_Poses);
   Document["turns"] = Rotations_Json(Result.Rotations);
   Document["agreement"] = Agreement_Json(Result.Tracker_Agreement);
+  Document["solution"] = Solution_Json(Result);
   // Paths and fields may hold bytes that are not UTF-8. They are replaced, so that the JSON is
   // valid.
   return Document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";

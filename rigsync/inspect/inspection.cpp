@@ -107,10 +107,16 @@ void Inspect_Boards(const std::vector<bool>& Readable, const Search_Progress& Pr
   Result.Board_Poses = Measure_Poses(Result.Lens->Poses);
   if (Result.Board_Poses) Judge_Poses(*Result.Board_Poses, Result.All_Findings);
   Result.Tracker_Agreement = Measure_Agreement(Rows, Result.Lens->Poses);
-  if (Judge_Conventions(Result)) Judge_Solution(Result);
+  Result.Are_Samples_Readable = Judge_Conventions(Result);
+  if (Result.Are_Samples_Readable) Judge_Solution(Result);
 }
 
 }  // namespace
+
+bool Is_Solution_Sound(const Inspection& Inspected) {
+  return Inspected.Are_Samples_Readable && Are_Mounts_Solved(Inspected) &&
+         !Is_Slip_Found(Inspected.Solution->Likeliest_Slip);
+}
 
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress) {
   Inspection Result;

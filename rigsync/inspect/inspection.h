@@ -37,8 +37,14 @@ struct Inspection {
   std::optional<Pose_Spread> Board_Poses;
   std::optional<Agreement> Tracker_Agreement;
   std::optional<Capture_Solution> Solution;  // none without a lens
+  // Whether conventions and units of the samples are right, so that the solution means something.
+  bool Are_Samples_Readable = false;
   Findings All_Findings;
 };
+
+// Whether the solved mounts and the board's place can be told: everything was read as it was meant,
+// and no tracker slipped.
+bool Is_Solution_Sound(const Inspection& Inspected);
 
 // Throws Usage_Error when the CSV file cannot be read. Progress is called after each image.
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress);

@@ -2,11 +2,16 @@
 #include "rigsync/report/inspect_report.h"
 
 #include "rigsync/capture/capture_file.h"
+#include "rigsync/geometry/angle.h"
+#include "rigsync/inspect/amount.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
 
 namespace rigsync {
 namespace {
@@ -79,9 +84,54 @@ std::string Spread_Text(const Inspection& Result) {
     }
     Text += Row_Text("camera to board", Relative);
   }
-  if (Result.Tracker_Agreement)
+  if (Result.Tracker_Agreement && !Is_Solution_Sound(Result)) {
     Text += Row_Text("against images", Agreement_Text(*Result.Tracker_Agreement));
+  }
   return Text.empty() ? Text : "\nApproximate spread of the capture\n" + Text;
+}
+
+// Rounded to a tenth, and never -0.0.
+double Tenths(double Value) {
+  return std::round(10.0 * Value) / 10.0 + 0.0;
+}
+
+std::string Camera_Mount_Text(const Joint_Solution& Joint) {
+  const Mount_Uncertainty& Mount = Joint.Camera_Mount;
+  const Eigen::Vector3d Mm = 1000.0 * Joint.At.Transform_Cam_Tc.translation();
+  return fmt::format(
+      "{:.1f} mm right, {:.1f} mm down, {:.1f} mm ahead of the lens, +- {}, {} and {} mm; rotation "
+      "+- {} degrees",
+      Tenths(Mm.x()), Tenths(Mm.y()), Tenths(Mm.z()), Amount(Mount.Half_Width_Mm.x()),
+      Amount(Mount.Half_Width_Mm.y()), Amount(Mount.Half_Width_Mm.z()),
+      Amount(Mount.Widest_Deg.Half_Width));
+}
+
+std::string Noise_Text(const Capture_Solution& Solution) {
+  const Noise_Estimate& Noise = Solution.Joint.Noise;
+  return fmt::format("{} (both together), {} (each); corners {} pixels", Amount_Mm(Noise.Position),
+                     Amount_Deg(Degrees_Per_Radian * Noise.Rotation_Rad),
+                     Amount(Noise.Corner_Factor * std::sqrt(Solution.Seen.Corner_Variance)));
+}
+
+std::string Solution_Text(const Inspection& Result) {
+  if (!Is_Solution_Sound(Result)) return {};
+  const Joint_Solution& Joint = Result.Solution->Joint;
+  const Mount_Uncertainty& Board = Joint.Board_Mount;
+  const Board_Place Place = Place_From_Transform(Joint.At.Transform_Tr_Chart);
+  const auto Kept =
+      std::count_if(Joint.Rows.begin(), Joint.Rows.end(), [](auto& Row) { return Row.Is_Kept; });
+  std::string Text = "\nSolved from images and samples (+- at 95 percent)\n";
+  Text += Row_Text("camera tracker", Camera_Mount_Text(Joint));
+  Text += Row_Text(
+      "board's angles",
+      fmt::format("{:.2f},{:.2f},{:.2f} degrees, +- {}", Place.Euler_Deg[0], Place.Euler_Deg[1],
+                  Place.Euler_Deg[2], Amount(Board.Widest_Deg.Half_Width)));
+  Text += Row_Text("board's offset",
+                   fmt::format("{:.1f},{:.1f},{:.1f} mm, +- {}", Tenths(1000.0 * Place.Offset[0]),
+                               Tenths(1000.0 * Place.Offset[1]), Tenths(1000.0 * Place.Offset[2]),
+                               Amount(Board.Widest_Mm.Half_Width)));
+  Text += Row_Text("tracker noise", Noise_Text(*Result.Solution));
+  return Text + Row_Text("lines that agree", fmt::format("{} of {}", Kept, Joint.Rows.size()));
 }
 
 Style Style_Of(Level Severity) {
@@ -145,7 +195,7 @@ std::vector<std::string> Map_Lines(const Coverage& Frame_Coverage) {
 std::string Inspection_Text(const Inspection& Result, bool Colour) {
   std::string Text = File_Text(Result);
   if (Result.Frame_Coverage) Text += Map_Text(*Result.Frame_Coverage);
-  Text += Spread_Text(Result);
+  Text += Spread_Text(Result) + Solution_Text(Result);
   const std::vector<Finding> Sorted = Result.All_Findings.Sorted();
   if (!Sorted.empty()) Text += "\nFindings\n";
   for (const Finding& One : Sorted) Text += Finding_Text(One, Colour);

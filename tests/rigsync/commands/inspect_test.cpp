@@ -132,7 +132,9 @@ TEST_F(Inspect, AGoodCaptureIsCleanAndShownWhole) {
                                    HasSubstr("boards            found in 20 of 20 data lines\n"),
                                    HasSubstr("Where corners were found: "),
                                    HasSubstr("board tilt  "), HasSubstr("board distance  "),
-                                   HasSubstr("against images    rotations differ by "),
+                                   HasSubstr("Solved from images and samples (+- at 95 percent)"),
+                                   HasSubstr("camera tracker    "), HasSubstr("board's angles    "),
+                                   HasSubstr("lines that agree  20 of 20\n"),
                                    HasSubstr("\nClean: the capture is ready to be calibrated.\n"),
                                    Not(HasSubstr("Findings")), Not(HasSubstr("\x1b"))));
 }
@@ -166,6 +168,83 @@ TEST_F(Inspect, TheJsonReportHasTheSameContent) {
   }
   EXPECT_EQ(Cells, 144);
   EXPECT_NEAR(Report.Json["coverage"]["share"], Seen / 144.0, 1e-12);
+}
+
+TEST_F(Inspect, TheSolvedMountsAreThoseOfTheSimulatorWithinTheirHalfWidths) {
+  const Inspection_Report Report = Inspect_Json(Good());
+  const nlohmann::json& Solution = Report.Json["solution"];
+  ASSERT_EQ(Solution["status"], "solved");
+  // Three half-widths at 95 percent are almost six standard deviations.
+  constexpr double Sure = 3.0;
+  const nlohmann::json& Camera = Solution["camera_mount"];
+  const auto Solved = Camera["transform_cam_tc"].get<std::vector<double>>();
+  ASSERT_EQ(Solved.size(), 16u);
+  const std::vector<double> True_Position = {0.06, -0.14, -0.08};
+  for (std::size_t r = 0; r < 3; ++r) {
+    const double Half_Width_Mm = Camera["half_width_mm"][r];
+    EXPECT_GT(Half_Width_Mm, 0.0);
+    EXPECT_LT(Half_Width_Mm, 2.0);
+    EXPECT_NEAR(Solved[4 * r + 3], True_Position[r], 1e-3 * Sure * Half_Width_Mm);
+  }
+  const nlohmann::json& Board = Solution["board_mount"];
+  const std::vector<double> Euler = {12, -20, 8}, Offset = {-0.17, 0.05, 0.04};
+  for (std::size_t k = 0; k < 3; ++k) {
+    EXPECT_NEAR(Board["euler_deg"][k], Euler[k], Sure * Board["widest_deg"].get<double>());
+    EXPECT_NEAR(Board["offset_m"][k], Offset[k], 1e-3 * Sure * Board["widest_mm"].get<double>());
+  }
+  EXPECT_NEAR(Solution["square"]["scale"], 1.0, 0.002);
+  // 0.3 mm of each tracker, and more than half of the rows agree on it.
+  EXPECT_NEAR(Solution["noise"]["position_mm"], std::sqrt(2.0) * 0.3, 0.2);
+  EXPECT_NEAR(Solution["noise"]["rotation_deg"], 0.03, 0.015);
+  ASSERT_EQ(Solution["rows"].size(), 20u);
+  EXPECT_EQ(Solution["rows"][0]["line"], 2);
+  EXPECT_EQ(Solution["rows"][0]["agrees"], true);
+}
+
+TEST_F(Inspect, NothingIsSolvedFromSamplesThatAreNotReadAsTheyAreMeant) {
+  std::vector<std::string> Arguments = Good();
+  Arguments.insert(Arguments.end(), {"--square", "300mm"});
+  const Inspection_Report Report = Inspect_Json(Arguments);
+  EXPECT_EQ(Report.Status, 2);
+  EXPECT_EQ(Report.Found, (std::map<std::string, Lines>{{"scale", {}}}));
+  EXPECT_THAT(Report.Text("scale", "example"), HasSubstr("would fit, 0.1 times the current one"));
+  EXPECT_TRUE(Report.Json["solution"]["camera_mount"].is_null());
+  EXPECT_TRUE(Report.Json["solution"]["rows"].empty());
+}
+
+TEST_F(Inspect, StaleSamplesAreNamedAndAGoodEstimateIsNotBlamed) {
+  for (const char* Seed : {"5", "6", "7"}) {
+    const std::string Name = std::string("stale") + Seed;
+    const Inspection_Report Report = Inspect_Json(
+        Simulated(Name, {"--stale", "6", "--seed", Seed, "--size", "960x540", "--position-noise",
+                         "0.3mm", "--rotation-noise", "0.03", "--estimate-error-offset", "1mm",
+                         "--estimate-error-angle", "0.1"}));
+    EXPECT_THAT(Report.Found, ElementsAre(Key("camera_stale"), Key("sample_disagrees")));
+    EXPECT_EQ(Report.Found.at("camera_stale"), Report.Found.at("sample_disagrees"));
+    EXPECT_EQ(Report.Found.at("sample_disagrees").size(), 6u);
+  }
+}
+
+TEST_F(Inspect, ASquareThatIsHalfAPercentOffComesWithTheOneThatFits) {
+  std::vector<std::string> Arguments = Good();
+  Arguments.insert(Arguments.end(), {"--square", "30.15mm"});
+  const Inspection_Report Report = Inspect_Json(Arguments);
+  EXPECT_EQ(Report.Status, 1);
+  EXPECT_EQ(Report.Found, (std::map<std::string, Lines>{{"scale", {}}}));
+  std::smatch Fitting;
+  const std::string What = Report.Text("scale", "what");
+  ASSERT_TRUE(std::regex_search(What, Fitting, std::regex("shorter than --square: (.*) mm \\+-")))
+      << What;
+  EXPECT_NEAR(std::stod(Fitting[1]), 30.0, 0.05);
+}
+
+TEST_F(Inspect, AnEstimateIsHeldAgainstTheAccuracyThatIsStated) {
+  const auto With = [](const std::string& Accuracy) {
+    return Inspect_Json({"inspect", Good()[1], "--config", Good()[3], "--board-euler", "12,-23,8",
+                         "--board-accuracy", Accuracy});
+  };
+  EXPECT_THAT(With("5mm,0.5deg").Text("board_euler", "example"), HasSubstr("is not used"));
+  EXPECT_EQ(With("5mm,3deg").Text("board_euler", "example"), "");
 }
 
 TEST_F(Inspect, EveryReportIsValidAgainstTheSchema) {
