@@ -2,10 +2,12 @@
 #include "bench/compared_solvers.h"
 
 #include "rigsync/geometry/angle.h"
+#include "simulate/geometry.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core/eigen.hpp>
 
+#include <cmath>
 #include <exception>
 #include <limits>
 #include <vector>
@@ -52,6 +54,49 @@ std::vector<rigsync::Row_Facts> With_Axes(const std::vector<rigsync::Row_Facts>&
   return Turned;
 }
 
+struct Five_Coefficients {
+  cv::Mat Camera_Matrix, Distortion;
+  double Rms = 0;
+};
+
+Five_Coefficients Refine_Lens(const Views& Seen) {
+  const Photographed_Board& Board = Seen.Board;
+  std::vector<cv::Point3f> Points;
+  for (int r = 0; r < Board.Size.Rows; ++r) {
+    for (int c = 0; c < Board.Size.Cols; ++c) {
+      Points.emplace_back(static_cast<float>(c * Board.Square_Size),
+                          static_cast<float>(r * Board.Square_Size), 0.0f);
+    }
+  }
+  std::vector<std::vector<cv::Point2f>> Corners;
+  for (const rigsync::Corner_List& List : Seen.Corners) {
+    Corners.emplace_back();
+    for (const auto& [X, Y] : List) Corners.back().emplace_back(X, Y);
+  }
+  Five_Coefficients Lens{Seen.Lens->Camera_Matrix.clone(), Seen.Lens->Distortion.clone(), 0};
+  cv::Mat Rvecs, Tvecs;
+  Lens.Rms = cv::calibrateCamera(std::vector<std::vector<cv::Point3f>>(Corners.size(), Points),
+                                 Corners, Board.Image_Size, Lens.Camera_Matrix, Lens.Distortion,
+                                 Rvecs, Tvecs, cv::CALIB_USE_INTRINSIC_GUESS);
+  return Lens;
+}
+
+// Corners as a lens with the first two of the five coefficients would have shown them.
+rigsync::Corner_List Without_The_Rest(const rigsync::Corner_List& Corners,
+                                      const Five_Coefficients& Lens, const rigsync::Lens& Two) {
+  std::vector<cv::Point2d> Seen, Ideal;
+  for (const auto& [X, Y] : Corners) Seen.emplace_back(X, Y);
+  cv::undistortPoints(Seen, Ideal, Lens.Camera_Matrix, Lens.Distortion, cv::noArray(),
+                      cv::noArray(), {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 40, 1e-9});
+  rigsync::Corner_List Shown;
+  const simulate::Lens Model{Two.Fx, Two.Fy, Two.Cx, Two.Cy, Two.K1, Two.K2};
+  for (const cv::Point2d& Point : Ideal) {
+    const Eigen::Vector2d Pixel = simulate::Project(Model, {Point.x, Point.y, 1.0});
+    Shown.push_back({static_cast<float>(Pixel.x()), static_cast<float>(Pixel.y())});
+  }
+  return Shown;
+}
+
 }  // namespace
 
 Mount_Error Error_Of(const Isometry3d& Truth,
@@ -60,6 +105,29 @@ Mount_Error Error_Of(const Isometry3d& Truth,
   if (!Transform_Cam_Tc || !Transform_Cam_Tc->allFinite()) return {NaN, NaN};
   const rigsync::Vector6d Motion = rigsync::Motion_Between(Truth, Isometry3d(*Transform_Cam_Tc));
   return {1000.0 * Motion.tail<3>().norm(), rigsync::Degrees_Per_Radian * Motion.head<3>().norm()};
+}
+
+double Picture_Error_Px(const Views& Seen, const Isometry3d& Truth,
+                        const std::optional<Eigen::Matrix4d>& Transform_Cam_Tc) {
+  constexpr double Distance = 3.0;  // metres
+  constexpr int Steps = 4;
+  if (!Transform_Cam_Tc || !Seen.Lens) return std::numeric_limits<double>::quiet_NaN();
+  const rigsync::Lens Solved = As_Lens(*Seen.Lens);
+  const simulate::Lens Model{Solved.Fx, Solved.Fy, Solved.Cx, Solved.Cy, Solved.K1, Solved.K2};
+  const Isometry3d Transform_Solved_True = Isometry3d(*Transform_Cam_Tc) * Truth.inverse();
+  const simulate::Lens& True_Lens = Seen.True_Lens;
+  double Squares = 0;
+  for (int k = 0; k < (Steps + 1) * (Steps + 1); ++k) {
+    const double Across = static_cast<double>(k % (Steps + 1)) / Steps - 0.5;
+    const double Along = static_cast<double>(k / (Steps + 1)) / Steps - 0.5;
+    const Eigen::Vector3d Point_Cam =
+        Distance * Eigen::Vector3d(Across * Seen.Board.Image_Size.width / True_Lens.Fx,
+                                   Along * Seen.Board.Image_Size.height / True_Lens.Fy, 1.0);
+    Squares += (simulate::Project(Model, Transform_Solved_True * Point_Cam) -
+                Project_Truly(Seen, Point_Cam))
+                   .squaredNorm();
+  }
+  return std::sqrt(Squares / ((Steps + 1) * (Steps + 1)));
 }
 
 bool Is_Called_Usable(const Library_Result& Result) {
@@ -88,6 +156,25 @@ rigsync::Capture_Solution Run_Joint(const Views& Seen, const Corner_Capture& Cap
   if (!Seen.Lens) return {};
   return rigsync::Solve_Capture(Capture.Rows, Seen.Board.Size, Seen.Board.Square_Size,
                                 As_Lens(*Seen.Lens), Stated);
+}
+
+Fuller_Lens Run_Joint_With_Fuller_Lens(const Views& Seen, const Corner_Capture& Capture) {
+  if (!Seen.Lens) return {};
+  try {
+    const Five_Coefficients Five = Refine_Lens(Seen);
+    const rigsync::Lens Two = As_Lens({Five.Camera_Matrix, Five.Distortion, {}, {}, 0});
+    std::vector<rigsync::Row_Facts> Rows = Capture.Rows;
+    std::size_t Points = 0;
+    for (rigsync::Row_Facts& Facts : Rows) {
+      Points += Facts.Corners.size();
+      Facts.Corners = Without_The_Rest(Facts.Corners, Five, Two);
+    }
+    const double Ratio = Seen.Lens->Rms / Five.Rms;
+    return {2.0 * static_cast<double>(Points) * (Ratio * Ratio - 1.0),
+            rigsync::Solve_Capture(Rows, Seen.Board.Size, Seen.Board.Square_Size, Two)};
+  } catch (const cv::Exception&) {
+    return {};
+  }
 }
 
 Guided_Library Run_Guided_Library(const Views& Seen, const Corner_Capture& Capture,

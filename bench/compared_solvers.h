@@ -24,6 +24,11 @@ struct Mount_Error {
 Mount_Error Error_Of(const Eigen::Isometry3d& Truth,
                      const std::optional<Eigen::Matrix4d>& Transform_Cam_Tc);
 
+// How far the picture of a point 3 m away is from where the true lens and mount put it, root mean
+// square over the frame, pixels: what a lens and a mount that are off together do to a composite.
+double Picture_Error_Px(const Views& Seen, const Eigen::Isometry3d& Truth,
+                        const std::optional<Eigen::Matrix4d>& Transform_Cam_Tc);
+
 // Usable by its code, 0 or 99, and a transform of finite numbers.
 bool Is_Called_Usable(const Library_Result& Result);
 
@@ -38,6 +43,16 @@ Library_Result Run_Library(const Views& Seen, const Corner_Capture& Capture,
 // Both mounts solved together, with the lens of the views.
 rigsync::Capture_Solution Run_Joint(const Views& Seen, const Corner_Capture& Capture,
                                     const std::optional<rigsync::Stated_Place>& Stated = {});
+
+// The joint solve with a lens of five coefficients instead of two, and how much better that lens
+// fits: the sum of the squared corner residuals that it saves, in units of their variance. For a
+// lens that has two, a value of chi-squared with three degrees of freedom.
+struct Fuller_Lens {
+  double Gain = 0;
+  rigsync::Capture_Solution Solution;
+};
+
+Fuller_Lens Run_Joint_With_Fuller_Lens(const Views& Seen, const Corner_Capture& Capture);
 
 // The library with the jointly solved place of the board, and with other axes for the camera's
 // tracker where the solved mount asks for them.

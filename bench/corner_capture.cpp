@@ -3,7 +3,6 @@
 
 #include "simulate/geometry.h"
 #include "simulate/random.h"
-#include "simulate/simulate.h"
 
 #include <algorithm>
 #include <cmath>
@@ -73,26 +72,14 @@ bool Has_Fault(const Lens_Fault& Fault) {
   return Fault.Is_Fisheye || Fault.K3 != 0 || Fault.P1 != 0 || Fault.P2 != 0;
 }
 
-std::vector<Vector2d> Project_Corners(const simulate::Plan& Plan, const Lens_Fault& Fault,
-                                      const Isometry3d& Transform_Cam_Chart) {
-  simulate::Image_Truth Image;
-  Image.Transform_Cam_Chart = Transform_Cam_Chart.matrix();
-  if (!Has_Fault(Fault)) return simulate::Project_Board(Plan, Image);
-  std::vector<Vector2d> Corners;
-  const simulate::Options& Board = Plan.Settings;
-  for (int r = 0; r < Board.Board_Rows; ++r) {
-    for (int c = 0; c < Board.Board_Cols; ++c) {
-      const Vector3d Corner_Chart(c * Board.Square_Size, r * Board.Square_Size, 0.0);
-      Corners.push_back(
-          Project_With_Fault(Plan.True_Lens, Fault, Transform_Cam_Chart * Corner_Chart));
-    }
-  }
-  return Corners;
-}
-
-rigsync::Corner_List With_Noise(const std::vector<Vector2d>& Points, simulate::Random& Random) {
+// The corners of a board as they are found.
+rigsync::Corner_List Find_Corners(const Views& Seen, const simulate::Options& Board,
+                                  const Isometry3d& Transform_Cam_Chart, simulate::Random& Random) {
   rigsync::Corner_List Corners;
-  for (const Vector2d& Point : Points) {
+  for (int k = 0; k < Board.Board_Rows * Board.Board_Cols; ++k) {
+    const Vector3d Corner_Chart(k % Board.Board_Cols, k / Board.Board_Cols, 0);
+    const Vector2d Point =
+        Project_Truly(Seen, Transform_Cam_Chart * (Board.Square_Size * Corner_Chart));
     const float X = static_cast<float>(Point.x() + Corner_Noise_Px * Random.Gaussian());
     const float Y = static_cast<float>(Point.y() + Corner_Noise_Px * Random.Gaussian());
     Corners.push_back({X, Y});
@@ -212,10 +199,17 @@ Matrix3d Tracker_Setting::Usual_Mount_Rotation() {
       .topLeftCorner<3, 3>();
 }
 
+Vector2d Project_Truly(const Views& Seen, const Vector3d& Point_Cam) {
+  if (!Has_Fault(Seen.Fault)) return simulate::Project(Seen.True_Lens, Point_Cam);
+  return Project_With_Fault(Seen.True_Lens, Seen.Fault, Point_Cam);
+}
+
 Views Make_Views(const View_Setting& Setting, unsigned Seed) {
   const simulate::Plan Plan = simulate::Make_Plan(Options_Of(Setting, Seed));
   const simulate::Options& Board = Plan.Settings;
   Views Seen;
+  Seen.True_Lens = Plan.True_Lens;
+  Seen.Fault = Setting.Lens;
   Seen.Board = {{Board.Board_Cols, Board.Board_Rows}, Stated_Square, {Width, Height}};
   const Eigen::Matrix4d Transform_Tc_Cam = simulate::Rigid_Inverse(Plan.Transform_Cam_Tc);
   for (const simulate::Image_Truth& Image : Plan.Images) {
@@ -229,8 +223,7 @@ Views Make_Views(const View_Setting& Setting, unsigned Seed) {
   }
   simulate::Random Random(Seed, Corner_Noise);
   for (const Isometry3d& Transform_Cam_Chart : Seen.Transform_Cam_Chart) {
-    Seen.Corners.push_back(
-        With_Noise(Project_Corners(Plan, Setting.Lens, Transform_Cam_Chart), Random));
+    Seen.Corners.push_back(Find_Corners(Seen, Board, Transform_Cam_Chart, Random));
   }
   Seen.Lens = Solve_Library_Lens(Seen.Corners, Seen.Board);
   return Seen;

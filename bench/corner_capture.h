@@ -12,6 +12,7 @@
 #include "bench/library_sequence.h"
 #include "rigsync/solve/board_place.h"
 #include "rigsync/solve/observation.h"
+#include "simulate/simulate.h"
 
 #include <Eigen/Core>
 #include <Eigen/Geometry>
@@ -46,7 +47,12 @@ struct Views {
   std::vector<Eigen::Isometry3d> Transform_Base_Cam;   // true
   std::vector<rigsync::Corner_List> Corners;           // as they were found
   std::optional<Library_Lens> Lens;                    // solved from all images
+  simulate::Lens True_Lens;
+  Lens_Fault Fault;
 };
+
+// The position of a point in the image of the true lens, pixels.
+Eigen::Vector2d Project_Truly(const Views& Seen, const Eigen::Vector3d& Point_Cam);
 
 // The standard deviation of a found corner on each axis, pixels. Detection in drawn images of this
 // size gives 0.003 to 0.03.
