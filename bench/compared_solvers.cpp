@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bench/compared_solvers.h"
 
+#include "bench/quick_lens.h"
 #include "rigsync/geometry/angle.h"
 #include "simulate/geometry.h"
 
@@ -54,36 +55,9 @@ std::vector<rigsync::Row_Facts> With_Axes(const std::vector<rigsync::Row_Facts>&
   return Turned;
 }
 
-struct Five_Coefficients {
-  cv::Mat Camera_Matrix, Distortion;
-  double Rms = 0;
-};
-
-Five_Coefficients Refine_Lens(const Views& Seen) {
-  const Photographed_Board& Board = Seen.Board;
-  std::vector<cv::Point3f> Points;
-  for (int r = 0; r < Board.Size.Rows; ++r) {
-    for (int c = 0; c < Board.Size.Cols; ++c) {
-      Points.emplace_back(static_cast<float>(c * Board.Square_Size),
-                          static_cast<float>(r * Board.Square_Size), 0.0f);
-    }
-  }
-  std::vector<std::vector<cv::Point2f>> Corners;
-  for (const rigsync::Corner_List& List : Seen.Corners) {
-    Corners.emplace_back();
-    for (const auto& [X, Y] : List) Corners.back().emplace_back(X, Y);
-  }
-  Five_Coefficients Lens{Seen.Lens->Camera_Matrix.clone(), Seen.Lens->Distortion.clone(), 0};
-  cv::Mat Rvecs, Tvecs;
-  Lens.Rms = cv::calibrateCamera(std::vector<std::vector<cv::Point3f>>(Corners.size(), Points),
-                                 Corners, Board.Image_Size, Lens.Camera_Matrix, Lens.Distortion,
-                                 Rvecs, Tvecs, cv::CALIB_USE_INTRINSIC_GUESS);
-  return Lens;
-}
-
 // Corners as a lens with the first two of the five coefficients would have shown them.
-rigsync::Corner_List Without_The_Rest(const rigsync::Corner_List& Corners,
-                                      const Five_Coefficients& Lens, const rigsync::Lens& Two) {
+rigsync::Corner_List Without_The_Rest(const rigsync::Corner_List& Corners, const Library_Lens& Lens,
+                                      const rigsync::Lens& Two) {
   std::vector<cv::Point2d> Seen, Ideal;
   for (const auto& [X, Y] : Corners) Seen.emplace_back(X, Y);
   cv::undistortPoints(Seen, Ideal, Lens.Camera_Matrix, Lens.Distortion, cv::noArray(),
@@ -161,15 +135,17 @@ rigsync::Capture_Solution Run_Joint(const Views& Seen, const Corner_Capture& Cap
 Fuller_Lens Run_Joint_With_Fuller_Lens(const Views& Seen, const Corner_Capture& Capture) {
   if (!Seen.Lens) return {};
   try {
-    const Five_Coefficients Five = Refine_Lens(Seen);
-    const rigsync::Lens Two = As_Lens({Five.Camera_Matrix, Five.Distortion, {}, {}, 0});
+    const std::optional<Library_Lens> Five =
+        Refine_Lens(Seen.Corners, Seen.Board, *Seen.Lens, Distortion_Model::Five);
+    if (!Five) return {};
+    const rigsync::Lens Two = As_Lens(*Five);
     std::vector<rigsync::Row_Facts> Rows = Capture.Rows;
     std::size_t Points = 0;
     for (rigsync::Row_Facts& Facts : Rows) {
       Points += Facts.Corners.size();
-      Facts.Corners = Without_The_Rest(Facts.Corners, Five, Two);
+      Facts.Corners = Without_The_Rest(Facts.Corners, *Five, Two);
     }
-    const double Ratio = Seen.Lens->Rms / Five.Rms;
+    const double Ratio = Seen.Lens->Rms / Five->Rms;
     return {2.0 * static_cast<double>(Points) * (Ratio * Ratio - 1.0),
             rigsync::Solve_Capture(Rows, Seen.Board.Size, Seen.Board.Square_Size, Two)};
   } catch (const cv::Exception&) {

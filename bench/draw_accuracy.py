@@ -1,99 +1,126 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 #
-# draw_accuracy.py CSV DOCS: draws the results of the program 'accuracy', one SVG with millimetres
-# and degrees for each sweep, and writes the medians into the tables of DOCS/accuracy.md.
+# draw_accuracy.py ROWS FAULTS DOCS: writes what 'accuracy rows' and 'accuracy faults' have measured
+# into the blocks of DOCS/accuracy.md, and draws DOCS/accuracy-*.svg. Nothing is written unless every
+# figure is there.
 import collections
 import csv
-import os
+import math
+import pathlib
 import re
 import statistics
 import sys
 
-import matplotlib
+# How far off a mount may be, millimetres and degrees: the limits of the command.
+LIMITS = (3.0, 0.3)
+USABLE_CODES = (0, 99)
+# The parts of captures in which the truth may lie inside what was stated at 95 %, percent.
+AXES_RANGE, REGION_RANGE = (93.0, 97.0), (90.0, 97.0)
 
-matplotlib.use("svg")
-import matplotlib.pyplot as plt  # noqa: E402  (the backend has to be chosen first)
-import matplotlib.ticker  # noqa: E402
-
-LIBRARY = "rigsync_core"
-PEERS = ["Park", "Horaud", "Daniilidis", "Shah", "Li"]
-SOLVERS = [LIBRARY, *PEERS]
+# Column of the measurement -> its name in the tables.
+LIBRARY, GUIDED, JOINT = "library_true", "library_solved", "joint"
+SOLVERS = {LIBRARY: "library, true place", GUIDED: "library, solved place", JOINT: "joint",
+           "park": "Park", "shah": "Shah"}
+# In the table of images and that of mounts the library that the command runs stands first.
+GUIDED_FIRST = {GUIDED: SOLVERS[GUIDED], LIBRARY: SOLVERS[LIBRARY], JOINT: "joint",
+                "park": "Park", "shah": "Shah"}
+HEADS = {"noise": "Noise", "kinds": "What is unusual", "images": "Images", "stale": "Stale rows",
+         "motion": "Part of the turns", "still": "Stands still"}
 # Each has its own colour and marker, distinct in print and for colour-blind readers.
-STYLES = {
-    LIBRARY: ("#000000", "o", 2.2),
-    "Park": ("#0072b2", "s", 1.0),
-    "Horaud": ("#56b4e9", "v", 1.0),
-    "Daniilidis": ("#d55e00", "^", 1.0),
-    "Shah": ("#009e73", "D", 1.0),
-    "Li": ("#cc79a7", "x", 1.0),
-}
-# The quantity of each sweep: its axis in the plot, and the first column of its table.
-SWEEPS = {
-    "noise": ("tracker noise, mm on each axis (and a tenth of it in degrees)", "Noise, mm"),
-    "images": ("images", "Images"),
-    "stale": ("stale rows of 24", "Stale rows"),
-    "estimate-offset": ("error of the board's estimated offset, mm on each axis", "Error, mm"),
-    "estimate-angle": ("error of the board's estimated angles, degrees on each axis",
-                       "Error, degrees"),
-}
+STYLES = {LIBRARY: ("#777777", "s", 1.0), GUIDED: ("#000000", "o", 1.6),
+          JOINT: ("#d55e00", "D", 2.2), "park": ("#56b4e9", "v", 1.0),
+          "shah": ("#009e73", "^", 1.0)}
+PLOTS = {"noise": "tracker noise, mm on each axis (and a tenth of it in degrees)",
+         "images": "images", "stale": "stale rows of 24"}
 
-# The peers take no estimate, so their figures are the same in every row and are written once.
-ESTIMATE_SWEEPS = ("estimate-offset", "estimate-angle")
+KINDS = {"clean": "no fault", "estimate": "the estimate of the board is off",
+         "slip": "a tracker slips", "stale": "stale rows", "square": "the square is off",
+         "unit": "the square's unit is wrong", "lens": "the lens doesn't fit the model",
+         "one-axis": "turns about one axis only", "small-turns": "small turns",
+         "few-images": "5 to 12 images"}
+
+
+class Refused(Exception):
+    pass
+
+
+# ---- What was measured ------------------------------------------------------------------------
 
 
 def read(path):
-    """sweep -> value -> solver -> list of (millimetres, degrees, code)."""
-    data = collections.defaultdict(
-        lambda: collections.defaultdict(lambda: collections.defaultdict(list)))
+    """The lines of a CSV, with numbers as numbers."""
+    def value(text):
+        try:
+            return float(text)
+        except ValueError:
+            return text
     with open(path, encoding="utf-8") as source:
-        for row in csv.DictReader(source):
-            error = None
-            if row["millimetres"]:
-                error = (float(row["millimetres"]), float(row["degrees"]))
-            data[row["sweep"]][float(row["value"])][row["solver"]].append((error, int(row["code"])))
-    return data
+        lines = [{name: value(text) for name, text in line.items()}
+                 for line in csv.DictReader(source)]
+    if not lines:
+        raise Refused(f"{path} has no captures")
+    if any(None in line or None in line.values() for line in lines):
+        raise Refused(f"{path} isn't complete")
+    return lines
 
 
-def errors(runs, index):
-    return [error[index] for error, _ in runs if error is not None]
+def groups(lines):
+    """group -> row -> its captures."""
+    found = collections.defaultdict(lambda: collections.defaultdict(list))
+    for line in lines:
+        found[line["group"]][text_of(line["row"])].append(line)
+    return found
 
 
-def median(runs, index):
-    found = errors(runs, index)
-    return statistics.median(found) if found else float("nan")
+def text_of(row):
+    return row if isinstance(row, str) else f"{row:g}"
 
 
-def draw(sweep, points, target):
-    figure, axes = plt.subplots(1, 2, figsize=(9, 3.6), layout="constrained")
-    values = sorted(points)
-    for index, (axis, unit) in enumerate(zip(axes, ("mm", "degrees"))):
-        for solver in SOLVERS:
-            colour, mark, width = STYLES[solver]
-            axis.plot(values, [median(points[value][solver], index) for value in values],
-                      color=colour, marker=mark, linewidth=width, markersize=4, label=solver)
-        ours = [errors(points[value][LIBRARY], index) for value in values]
-        axis.fill_between(values, [min(found, default=float("nan")) for found in ours],
-                          [max(found, default=float("nan")) for found in ours],
-                          color="#000000", alpha=0.12, linewidth=0)
-        axis.set_yscale("log")
-        # Numbers as in the tables, and enough ticks to read a value on an axis of small range.
-        for ticks in (axis.yaxis.set_major_formatter, axis.yaxis.set_minor_formatter):
-            ticks(matplotlib.ticker.FuncFormatter(lambda value, _: f"{value:g}"))
-        axis.yaxis.set_minor_locator(matplotlib.ticker.LogLocator(subs=(2, 5)))
-        axis.set_ylabel("error, " + unit)
-        axis.grid(True, which="both", axis="y", alpha=0.3)
-        axis.grid(True, axis="x", alpha=0.3)
-    axes[0].legend(fontsize=8)
-    figure.supxlabel(SWEEPS[sweep][0], fontsize=10)
-    figure.savefig(target, metadata={"Date": None})
-    plt.close(figure)
+def median(captures, column):
+    """Of the captures that have a mount; NaN when none has."""
+    values = [line[column] for line in captures if math.isfinite(line[column])]
+    return statistics.median(values) if values else math.nan
 
 
-def cell(runs):
-    if not errors(runs, 0):
-        return "no result"
-    return f"{median(runs, 0):.2f} mm, {median(runs, 1):.3f}°"
+def percent(part, whole):
+    return f"{100 * part / whole:.0f} %" if whole else "-"
+
+
+def count(captures, holds):
+    return sum(1 for line in captures if holds(line))
+
+
+# ---- Cells ------------------------------------------------------------------------------------
+
+
+def error(captures, solver):
+    """The median error, and how often there was none that could be used."""
+    length, angle = median(captures, solver + "_mm"), median(captures, solver + "_deg")
+    cell = "no result" if math.isnan(length) else f"{length:.2f} mm, {angle:.3f}°"
+    if solver + "_code" in captures[0]:
+        refused = count(captures, lambda line: line[solver + "_code"] not in USABLE_CODES)
+    else:
+        refused = count(captures, lambda line: math.isnan(line[solver + "_mm"]))
+    return cell + (f" (refused {refused} of {len(captures)})" if refused else "")
+
+
+def nearer(captures, than):
+    """In how many of the captures that both solve the joint solve is nearer to the truth."""
+    both = [line for line in captures
+            if math.isfinite(line[than + "_mm"]) and math.isfinite(line["joint_mm"])]
+    return percent(count(both, lambda line: line["joint_mm"] < line[than + "_mm"]), len(both))
+
+
+def axes_inside(captures):
+    return 100 * statistics.mean(line["axes_inside"] for line in captures) / 6
+
+
+def region_inside(captures):
+    return 100 * statistics.mean(line["all_inside"] for line in captures)
+
+
+# ---- Blocks of the page -----------------------------------------------------------------------
 
 
 def table(header, rows):
@@ -101,48 +128,239 @@ def table(header, rows):
     return "\n".join("| " + " | ".join(line) + " |" for line in lines)
 
 
-def sweep_table(sweep, points):
-    solvers = [LIBRARY] if sweep in ESTIMATE_SWEEPS else SOLVERS
+def sweep_table(name, rows, solvers):
+    header = [HEADS[name], *solvers.values(), "joint is nearer than the library"]
+    return table(header, [[row, *(error(captures, solver) for solver in solvers),
+                           nearer(captures, GUIDED)] for row, captures in rows.items()])
+
+
+def mount_table(rows):
+    header = ["Mount, Euler angles", "library, body axes as given", "kept",
+              "library, body axes relabelled", "kept", "joint"]
+    return table(header, [[row, error(captures, "library_own_axes"),
+                           f"{median(captures, 'library_own_axes_kept'):.0f}",
+                           error(captures, GUIDED), f"{median(captures, GUIDED + '_kept'):.0f}",
+                           error(captures, JOINT)] for row, captures in rows.items()])
+
+
+def estimate_table(rows):
+    header = ["Estimate off by", "library from the estimate", "library, solved place", "joint"]
+    return table(header, [[row, *(error(captures, solver) for solver in (LIBRARY, GUIDED, JOINT))]
+                          for row, captures in rows.items()])
+
+
+def coverage_table(data):
+    header = ["Captures", "inside per axis", "inside all six", "median half-width"]
     rows = []
-    for value in sorted(points):
-        cells = [cell(points[value][solver]) for solver in solvers]
-        refused = sum(code not in (0, 99) for _, code in points[value][LIBRARY])
-        if refused:
-            cells[0] += f" (refused {refused} of {len(points[value][LIBRARY])})"
-        rows.append([f"{value:g}", *cells])
-    return table([SWEEPS[sweep][1], *solvers], rows)
+    for group, found in data.items():
+        if group in ("slip", "estimate", "mount"):
+            continue
+        for row, captures in found.items():
+            if (group, row) in (("images", "24"), ("stale", "0")):
+                continue  # those of the usual noise
+            name = row if group in ("noise", "kinds") else f"{HEADS[group].lower()}: {row}"
+            rows.append([name, f"{axes_inside(captures):.1f} %", f"{region_inside(captures):.1f} %",
+                         f"{median(captures, 'half_mm'):.2f} mm, "
+                         f"{median(captures, 'half_deg'):.3f}°"])
+    return table(header, rows)
 
 
-def peers_table(data):
-    """The figures of the peers, which do not depend on the estimate."""
-    rows = {tuple(cell(runs[solver]) for solver in PEERS)
-            for sweep in ESTIMATE_SWEEPS for runs in data[sweep].values()}
-    if len(rows) != 1:
-        sys.exit(f"the peers' figures depend on the estimate, which they don't take: {rows}")
-    return table(PEERS, rows)
+def is_in(value, bounds):
+    return bounds[0] <= value <= bounds[1]
 
 
-def fill(page, path, where, text):
-    marks = f"<!-- {where} -->\n", f"<!-- end of {where} -->"
-    form = re.compile(re.escape(marks[0]) + ".*?" + re.escape(marks[1]), re.S)
-    if not form.search(page):
-        sys.exit(f"{path} has no place for the table '{where}'")
-    return form.sub(lambda _: marks[0] + text + "\n" + marks[1], page)
+def listed(names):
+    return "; ".join(names) if names else "none"
+
+
+def claims(data):
+    """Where the joint solve isn't the best, and where its uncertainty isn't what it says."""
+    behind, outside = [], []
+    for group, found in data.items():
+        if group in ("slip", "estimate", "mount"):
+            continue
+        for row, captures in found.items():
+            name = row if group in ("noise", "kinds") else f"{HEADS[group].lower()}: {row}"
+            for unit in ("mm", "deg"):
+                best = min(SOLVERS, key=lambda solver: median(captures, f"{solver}_{unit}"))
+                mine, theirs = (median(captures, f"{solver}_{unit}") for solver in (JOINT, best))
+                if mine > theirs:
+                    behind.append(f"{name} ({'mm' if unit == 'mm' else 'degrees'}: "
+                                  f"{SOLVERS[best]} {theirs:.3g}, joint {mine:.3g})")
+            axes, region = axes_inside(captures), region_inside(captures)
+            if not is_in(axes, AXES_RANGE) or not is_in(region, REGION_RANGE):
+                outside.append(f"{name} ({axes:.1f} % per axis, {region:.1f} % of all six)")
+    return (f"- Another solver has a smaller median error than the joint solve in: "
+            f"{listed(behind)}.\n"
+            f"- The truth is inside the stated 95 % in less than {AXES_RANGE[0]:g} or more than "
+            f"{AXES_RANGE[1]:g} % of axes, or inside the region of all six in less than "
+            f"{REGION_RANGE[0]:g} or more than {REGION_RANGE[1]:g} % of captures, in: "
+            f"{listed(outside)}.")
+
+
+def slip_table(data):
+    header = ["Captures", "a slip is named", "the right tracker", "the right image",
+              "worth a look, not named"]
+    rows = []
+    for row, captures in data["slip"].items():
+        named = [line for line in captures if line["slip_evidence"] == 2]
+        rows.append(["slip of " + row, f"{len(named)} of {len(captures)}",
+                     f"{count(named, lambda line: line['slip_tracker_right'] == 1)} of {len(named)}",
+                     f"{count(named, lambda line: line['slip_image_right'] == 1)} of {len(named)}",
+                     f"{count(captures, lambda line: line['slip_evidence'] == 1)}"])
+    for group in ("noise", "kinds", "stale"):
+        for row, captures in data[group].items():
+            if group == "stale" and row == "0":
+                continue
+            name = row if group == "kinds" else f"{HEADS[group].lower()}: {row}"
+            named = count(captures, lambda line: line["slip_evidence"] == 2)
+            rows.append([f"no slip, {name}", f"{named} of {len(captures)}", "-", "-",
+                         f"{count(captures, lambda line: line['slip_evidence'] == 1)}"])
+    return table(header, rows)
+
+
+def is_off(line, run):
+    return not (line[run + "_mm"] <= LIMITS[0] and line[run + "_deg"] <= LIMITS[1])
+
+
+def has_usable_code(line, run):
+    return line[run + "_code"] in USABLE_CODES and math.isfinite(line[run + "_mm"])
+
+
+def is_called_usable(line, run):
+    verdict = run + "_verdict"
+    return has_usable_code(line, run) and (verdict not in line or line[verdict] == "agree")
+
+
+def fault_table(faults):
+    """For each kind of fault, alone or with others: what is called usable, and what of it is off."""
+    header = ["Captures", "number", "library alone: called usable", "of which off",
+              "with the second opinion: called usable", "of which off", "good, but not called so"]
+    rows = []
+    for kind, name in [*KINDS.items(), (None, "**all**")]:
+        captures = [line for line in faults if kind is None or kind in line["kinds"].split("+")]
+        cells = []
+        for run in ("before", "after"):
+            usable = [line for line in captures if is_called_usable(line, run)]
+            cells += [str(len(usable)), str(count(usable, lambda line: is_off(line, run)))]
+        withheld = count(captures, lambda line: has_usable_code(line, "after")
+                         and not is_off(line, "after") and line["after_verdict"] != "agree")
+        rows.append([name, str(len(captures)), *cells, str(withheld)])
+    return table(header, rows)
+
+
+def silent_list(faults):
+    """Every wrong result that is called usable, with its faults."""
+    lines = []
+    for run, name in (("after", "no estimate"), ("given", "with the estimate as a prior")):
+        for line in faults:
+            if is_called_usable(line, run) and is_off(line, run):
+                kinds = " and ".join(KINDS[kind] for kind in line["kinds"].split("+"))
+                lines.append(f"- {name}, seed {line['seed']:.0f}: {kinds}; "
+                             f"{line[run + '_mm']:.1f} mm and {line[run + '_deg']:.2f}° off, "
+                             f"{line[run + '_picture_px']:.1f} px in the picture of a point 3 m "
+                             f"away")
+    return "\n".join(lines) if lines else "None."
+
+
+def verdict_table(faults):
+    header = ["With the second opinion", "agree", "look", "don't use"]
+    rows = []
+    usable = [line for line in faults if has_usable_code(line, "after")]
+    for name, wrong in (("the library is within the limits", False), ("it is off", True)):
+        chosen = [line for line in usable if is_off(line, "after") == wrong]
+        rows.append([name, *(str(count(chosen, lambda line: line["after_verdict"] == verdict))
+                             for verdict in ("agree", "look", "dont-use"))])
+    clean = [line for line in usable
+             if line["kinds"] == "clean" and not is_off(line, "after")]
+    rows.append(["of the first, without a fault",
+                 *(str(count(clean, lambda line: line["after_verdict"] == verdict))
+                   for verdict in ("agree", "look", "dont-use"))])
+    return table(header, rows)
+
+
+def measured_block(data, faults):
+    first = next(iter(data["noise"].values()))
+    seeds = sorted(line["seed"] for line in first)
+    fault_seeds = sorted(line["seed"] for line in faults)
+    return (f"{len(seeds)} captures a row, seeds {seeds[0]:.0f} to {seeds[-1]:.0f}; "
+            f"{len(faults)} captures with random faults, seeds {fault_seeds[0]:.0f} to "
+            f"{fault_seeds[-1]:.0f}.")
+
+
+def blocks(data, faults):
+    found = {name: sweep_table(name, data[name],
+                               GUIDED_FIRST if name == "images" else SOLVERS) for name in HEADS}
+    found.update({
+        "measured": measured_block(data, faults), "claims": claims(data),
+        "mount": mount_table(data["mount"]), "estimate": estimate_table(data["estimate"]),
+        "coverage": coverage_table(data), "slip": slip_table(data),
+        "faults": fault_table(faults), "verdicts": verdict_table(faults),
+        "silent": silent_list(faults)})
+    return found
+
+
+def fill(page, where, text):
+    begin, end = f"<!-- {where} -->\n", f"<!-- end of {where} -->"
+    form = re.compile(re.escape(begin) + ".*?" + re.escape(end), re.S)
+    if len(form.findall(page)) != 1:
+        raise Refused(f"accuracy.md has no place for '{where}', or more than one")
+    return form.sub(lambda _: f"{begin}{text}\n{end}", page)
+
+
+# ---- Plots ------------------------------------------------------------------------------------
+
+
+def number_of(row):
+    """The first number of a row's name; None for noise whose parts have another ratio."""
+    numbers = [float(text) for text in re.findall(r"[\d.]+", row)]
+    if len(numbers) == 2 and not math.isclose(numbers[1], numbers[0] / 10):
+        return None
+    return numbers[0]
+
+
+def draw(name, rows, target):
+    import matplotlib
+    matplotlib.use("svg")
+    import matplotlib.pyplot as plt
+    import matplotlib.ticker
+    matplotlib.rcParams["svg.hashsalt"] = "accuracy"  # the same input gives the same file
+    points = sorted((number_of(row), captures) for row, captures in rows.items()
+                    if number_of(row) is not None)
+    values = [value for value, _ in points]
+    figure, axes = plt.subplots(1, 2, figsize=(9, 3.6), layout="constrained")
+    for axis, (unit, shown) in zip(axes, (("mm", "mm"), ("deg", "degrees"))):
+        for solver, label in SOLVERS.items():
+            colour, mark, width = STYLES[solver]
+            axis.plot(values, [median(captures, f"{solver}_{unit}") for _, captures in points],
+                      color=colour, marker=mark, linewidth=width, markersize=4, label=label)
+        axis.set_yscale("log")
+        # Numbers as in the tables, and enough ticks to read a value on an axis of small range.
+        for ticks in (axis.yaxis.set_major_formatter, axis.yaxis.set_minor_formatter):
+            ticks(matplotlib.ticker.FuncFormatter(lambda value, _: f"{value:g}"))
+        axis.yaxis.set_minor_locator(matplotlib.ticker.LogLocator(subs=(2, 5)))
+        axis.set_ylabel("median error, " + shown)
+        axis.grid(True, which="both", axis="y", alpha=0.3)
+        axis.grid(True, axis="x", alpha=0.3)
+    axes[0].legend(fontsize=8)
+    figure.supxlabel(PLOTS[name], fontsize=10)
+    figure.savefig(target, metadata={"Date": None})
+    plt.close(figure)
 
 
 def main():
-    data = read(sys.argv[1])
-    docs = sys.argv[2]
-    matplotlib.rcParams["svg.hashsalt"] = "accuracy"  # the same input gives the same file
-    page_path = os.path.join(docs, "accuracy.md")
-    with open(page_path, encoding="utf-8") as source:
-        page = source.read()
-    for sweep in SWEEPS:
-        draw(sweep, data[sweep], os.path.join(docs, f"accuracy-{sweep}.svg"))
-        page = fill(page, page_path, sweep, sweep_table(sweep, data[sweep]))
-    page = fill(page, page_path, "estimate-peers", peers_table(data))
-    with open(page_path, "w", encoding="utf-8") as target:
-        target.write(page)
+    rows, faults, docs = (pathlib.Path(argument) for argument in sys.argv[1:4])
+    try:
+        data, fault_lines = groups(read(rows)), read(faults)
+        page = (docs / "accuracy.md").read_text(encoding="utf-8")
+        for where, text in blocks(data, fault_lines).items():
+            page = fill(page, where, text)
+    except (Refused, KeyError, OSError) as problem:
+        sys.exit(f"draw_accuracy.py: {problem}")
+    for name in PLOTS:
+        draw(name, data[name], docs / f"accuracy-{name}.svg")
+    (docs / "accuracy.md").write_text(page, encoding="utf-8")
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -30,17 +30,6 @@ constexpr int Too_Few_Images = 4;
 // A file that can't be opened: the lines go to standard output only.
 const char* const No_Log = "";
 
-std::vector<cv::Point3f> Board_Points(const Photographed_Board& Board) {
-  std::vector<cv::Point3f> Points;
-  for (int r = 0; r < Board.Size.Rows; ++r) {
-    for (int c = 0; c < Board.Size.Cols; ++c) {
-      Points.emplace_back(static_cast<float>(c * Board.Square_Size),
-                          static_cast<float>(r * Board.Square_Size), 0.0f);
-    }
-  }
-  return Points;
-}
-
 std::vector<cv::Point2f> As_Points(const rigsync::Corner_List& Corners) {
   std::vector<cv::Point2f> Points;
   for (const auto& [X, Y] : Corners) Points.emplace_back(X, Y);
@@ -136,6 +125,17 @@ int Run_Stages(Lists& All, const Photographed_Board& Board, const Library_Lens& 
 }
 
 }  // namespace
+
+std::vector<cv::Point3f> Board_Points(const Photographed_Board& Board) {
+  std::vector<cv::Point3f> Points;
+  for (int r = 0; r < Board.Size.Rows; ++r) {
+    for (int c = 0; c < Board.Size.Cols; ++c) {
+      Points.emplace_back(static_cast<float>(c * Board.Square_Size),
+                          static_cast<float>(r * Board.Square_Size), 0.0f);
+    }
+  }
+  return Points;
+}
 
 std::optional<Library_Lens> Solve_Library_Lens(const std::vector<rigsync::Corner_List>& Corners,
                                                const Photographed_Board& Board) {

@@ -25,6 +25,9 @@ struct Photographed_Board {
   cv::Size Image_Size;
 };
 
+// The inner corners, row by row, in the board's plane, as the library rounds them.
+std::vector<cv::Point3f> Board_Points(const Photographed_Board& Board);
+
 // The lens and the board's poses as the library solves them: a row of three doubles for each image.
 struct Library_Lens {
   cv::Mat Camera_Matrix, Distortion, Rvecs, Tvecs;

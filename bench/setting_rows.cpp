@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <limits>
 #include <list>
@@ -43,7 +44,7 @@ Change Mount(const Eigen::Vector3d& Euler_Deg) {
   };
 }
 
-// Names are "value" or "value unit", as they stand in the tables.
+// Names as they stand in the tables.
 std::vector<Row> All_Rows() {
   std::vector<Row> All;
   const auto Add = [&All](const char* Group, const std::string& Name, const Change& Set) {
@@ -62,20 +63,26 @@ std::vector<Row> All_Rows() {
   Add("kinds", "heavy tails", [](Row& Of) { Of.Trackers.Has_Heavy_Tails = true; });
   Add("kinds", "1 mm of field error", [](Row& Of) { Of.Trackers.Field_Mm = 1; });
   Add("kinds", "square 0.5 % larger than stated", [](Row& Of) { Of.View.Square_Factor = 1.005; });
-  for (const int Stale : {2, 6, 10}) {
+  for (const int Stale : {0, 2, 6, 10}) {
     Add("stale", std::to_string(Stale), [Stale](Row& Of) { Of.Trackers.Stale_Rows = Stale; });
   }
   for (const auto& [Name, Part] :
        {std::pair("0.5", 0.5), std::pair("0.2", 0.2), std::pair("0.1", 0.1)}) {
     Add("motion", Name, [Part = Part](Row& Of) { Of.View.Turn_Part = Part; });
   }
-  for (const int Images : {12, 16, 36, 60}) {
+  for (const int Images : {12, 16, 24, 36, 40, 60}) {
     Add("images", std::to_string(Images), [Images](Row& Of) { Of.View.Images = Images; });
   }
   Add("still", "camera's tracker", [](Row& Of) { Of.Trackers.Still = Standing::Camera; });
   Add("still", "board's tracker", [](Row& Of) { Of.Trackers.Still = Standing::Board; });
   Add("mount", "0, 0, 0", Mount({0, 0, 0}));
   Add("mount", "0, 180, 0", Mount({0, 180, 0}));
+  for (const auto& [Mm, Deg] : {std::pair(5.0, 0.0), std::pair(20.0, 0.0), std::pair(0.0, 0.2),
+                                std::pair(0.0, 0.5), std::pair(0.0, 1.0), std::pair(30.0, 5.0)}) {
+    char Name[40];
+    std::snprintf(Name, sizeof Name, "%g mm, %g°", Mm, Deg);
+    Add("estimate", Name, [Mm = Mm, Deg = Deg](Row& Of) { Of.Trackers.Estimate = {Mm, Deg}; });
+  }
   Add("slip", "3 mm, 0.3°", [](Row& Of) { Of.Trackers.Slip = {3, 0.3}; });
   Add("slip", "3 mm, 0.3° at 1 mm of noise", [](Row& Of) {
     Noise(1, 0.1)(Of);
