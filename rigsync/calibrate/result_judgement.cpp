@@ -7,13 +7,15 @@
 namespace rigsync {
 namespace {
 
-Second_Opinion Opinion_On(const Calibration_Result& Result, Solution_Choice Choice) {
+Second_Opinion Opinion_On(const Calibration_Result& Result, Solution_Choice Choice,
+                          bool Is_Capture_Faulty) {
   static const Capture_Solution Nothing;
   const Capture_Solution& Solved = Result.Solved ? *Result.Solved : Nothing;
   Judged_Result Judged;
   Judged.Choice = Choice;
   Judged.Has_Usable_Code = Result.Code && Is_Usable_Code(*Result.Code);
   Judged.Is_Place_Contradicted = Solved.Place && !Solved.Place->Is_Prior;
+  Judged.Is_Capture_Faulty = Is_Capture_Faulty;
   Judged.Lens_Check = Solved.Lens_Check;
   return Judge_Mount(Matrix_From_List(Result.Transform_Cam_Tc), Solved.Joint, Solved.Likeliest_Slip,
                      Result.Inputs.Limits, Judged);
@@ -26,14 +28,15 @@ void Judge_Result(const std::optional<Finding>& Likeliest, Calibration_Result& R
     Result.Joint_Transform_Cam_Tc =
         List_From_Matrix(Result.Solved->Joint.At.Transform_Cam_Tc.matrix());
   }
-  Result.Opinion = Opinion_On(Result, Result.Inputs.Solution);
+  const bool Is_Capture_Faulty = Likeliest && Likeliest->Severity == Level::Error;
+  Result.Opinion = Opinion_On(Result, Result.Inputs.Solution, Is_Capture_Faulty);
   if (Result.Opinion->Judgement != Verdict::Agree) Result.Cause = Likeliest;
 }
 
 bool Is_Joint_Offered(const Calibration_Result& Result) {
   return Result.Inputs.Solution == Solution_Choice::Library &&
          !Result.Joint_Transform_Cam_Tc.empty() &&
-         Opinion_On(Result, Solution_Choice::Joint).Judgement != Verdict::Dont_Use;
+         Opinion_On(Result, Solution_Choice::Joint, false).Judgement != Verdict::Dont_Use;
 }
 
 }  // namespace rigsync

@@ -10,6 +10,7 @@
 #include "rigsync/calibrate/result_judgement.h"
 #include "rigsync/calibrate/run_folder.h"
 #include "rigsync/capture/capture_file.h"
+#include "rigsync/capture/lens_solve_cost.h"
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/capture_flags.h"
 #include "rigsync/command_line/command.h"
@@ -27,6 +28,7 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <memory>
@@ -64,7 +66,7 @@ Example:
 struct Calibrate_Arguments {
   Capture_Arguments Capture;
   std::string Out;
-  bool Is_Verbose = false, Is_Quiet = false, Is_Library_Only = false;
+  bool Is_Verbose = false, Is_Quiet = false, Is_Library_Only = false, Allows_Many_Images = false;
 };
 
 Solution_Choice Parse_Solution(const std::string& Flag, const std::string& Text) {
@@ -150,6 +152,32 @@ std::optional<Inspection> Inspect_Inputs(const Calibration_Inputs& Inputs, std::
   return Inspect_Capture(Capture, [&Shown](std::size_t Done, std::size_t All) {
     Shown.Show(fmt::format("Checking the capture: {} of {} images", Done, All));
   });
+}
+
+// What the lens solve of so many images costs, and what to do instead.
+std::string Many_Images_Text(std::size_t Images, const Board_Size& Board) {
+  const Lens_Solve_Cost Cost =
+      Expected_Lens_Solve(Images, static_cast<std::size_t>(Board.Cols) * Board.Rows);
+  return fmt::format(
+      "the lens solve of {} images takes {} and {} of memory. More than {} images gain little: "
+      "keep one line of the CSV in {}",
+      Images, Duration_Text(Cost.Seconds),
+      Bytes_Text(static_cast<std::uintmax_t>(std::max(Cost.Bytes, 0.0))), Enough_Images,
+      Thinning_Step(Images));
+}
+
+// The time of the lens solve grows with the cube of the number of images, so it is told before the
+// run, and a number that is hardly meant is refused.
+void Judge_Image_Amount(const Calibrate_Arguments& Arguments, const Calibration_Result& Result) {
+  const std::size_t Images = Result.Images.size();
+  const Image_Amount Amount = Amount_Of(Images);
+  if (Amount == Image_Amount::Usual) return;
+  const std::string Text = Many_Images_Text(Images, Result.Inputs.Board);
+  if (Amount == Image_Amount::Too_Many && !Arguments.Allows_Many_Images) {
+    throw Usage_Error(Result.Inputs.Csv.string() + ": " + Text +
+                      ", or allow them with --many-images");
+  }
+  Warn(Text);
 }
 
 // A pipe can be read only once, and the library has to read it.
@@ -252,6 +280,7 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
   const fs::path& Image_Root = Result.Inputs.Image_Root;
   Result.Images = Read_Image_Names(Result.Inputs.Csv);
   Refuse_Climbing_Images(Result.Inputs.Csv, Result.Images, Image_Root);
+  Judge_Image_Amount(Arguments, Result);
   const fs::path Out = Make_Out_Folder("--out", Arguments.Out, Needed_Bytes(Result.Images.size()),
                                        "run log and result");
   Warn_If_Space_Is_Short(Out, Result.Images, Image_Root);
@@ -304,6 +333,9 @@ void Add_Calibrate_Command(Command_Line& Line) {
   Command->add_flag("--library-only", Arguments->Is_Library_Only,
                     "only the library's call, with the stated place of the board and without a "
                     "second opinion");
+  Command->add_flag("--many-images", Arguments->Allows_Many_Images,
+                    "calibrate also from more images than the lens solve can take in reasonable "
+                    "time");
   Command->add_flag("--quiet", Arguments->Is_Quiet, "show no progress while the library works")
       ->excludes(Verbose);
   Command->group("Commands");

@@ -215,6 +215,8 @@ std::string Reason_Text(Verdict_Reason Reason, const Calibration_Result& Result)
           "would move the mount by {:.1f} mm and {:.2f} degrees.",
           1000.0 * Result.Solved->Lens_Check->Mount_Motion.tail<3>().norm(),
           Degrees_Per_Radian * Result.Solved->Lens_Check->Mount_Motion.head<3>().norm());
+    case Verdict_Reason::Capture_Faulty:
+      return "The capture has an error that spoils both solves alike.";
     case Verdict_Reason::Place_Contradicted:
       return fmt::format(
           "The stated place of the board is {:.1f} degrees and {:.0f} mm from the one that the "

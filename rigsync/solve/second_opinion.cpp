@@ -110,6 +110,7 @@ std::vector<Verdict_Reason> Slight_Reasons(const Second_Opinion& Opinion,
   Add_If(Are_Last_Left_Out(Joint), Verdict_Reason::Last_Rows_Left_Out, Reasons);
   Add_If(Result.Lens_Check && Moves_Mount(*Result.Lens_Check, Opinion, Limits),
          Verdict_Reason::Lens_Does_Not_Fit, Reasons);
+  Add_If(Result.Is_Capture_Faulty, Verdict_Reason::Capture_Faulty, Reasons);
   Add_If(Result.Is_Place_Contradicted, Verdict_Reason::Place_Contradicted, Reasons);
   return Reasons;
 }

@@ -37,6 +37,7 @@ enum class Verdict_Reason {
   Slip_Suspected,
   Last_Rows_Left_Out,  // a slip before them would look the same, and the mount would be the old one
   Lens_Does_Not_Fit,   // what the lens model leaves out moves the mount, together beyond the limit
+  Capture_Faulty,      // an inspection finds an error that spoils both solves alike
   Place_Contradicted,  // the stated place of the board is not what the capture says
 };
 
@@ -45,6 +46,7 @@ struct Judged_Result {
   Solution_Choice Choice = Solution_Choice::Library;
   bool Has_Usable_Code = true;         // the library's
   bool Is_Place_Contradicted = false;  // Place_Comparison has a place that is no prior
+  bool Is_Capture_Faulty = false;      // its likeliest cause of doubt is an error
   std::optional<Lens_Model_Check> Lens_Check;
 };
 

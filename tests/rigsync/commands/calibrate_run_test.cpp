@@ -116,9 +116,11 @@ TEST(CalibrateRun, AnInterruptedRunLeavesNoResultAndSaysSo) {
   const std::string Earlier = Read_Text(Out / "result.json");
   // Long enough to be interrupted on any machine.
   const fs::path Csv = Write_Long_Csv(Scratch.Path(), 200);
-  const Terminal_Run Result = Rigsync_On_Terminal(
-      Calibrate_Arguments(Csv, Out), {},
-      [](const std::string& Shown) { return Shown.find(" found, a") != std::string::npos; });
+  std::vector<std::string> Arguments = Calibrate_Arguments(Csv, Out);
+  Arguments.insert(Arguments.end(), {"--library-only", "--many-images"});
+  const Terminal_Run Result = Rigsync_On_Terminal(Arguments, {}, [](const std::string& Shown) {
+    return Shown.find(" found, a") != std::string::npos;
+  });
   constexpr int Interrupted = 128 + 2;  // SIGINT itself ended it, so that a shell's loop ends too
   EXPECT_EQ(Result.Status, Interrupted);
   const std::vector<std::string> Lines = Result.Lines();

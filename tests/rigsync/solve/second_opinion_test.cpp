@@ -167,6 +167,13 @@ TEST(SecondOpinion, APlaceThatIsContradictedIsWorthALook) {
               ElementsAre(Verdict_Reason::Place_Contradicted));
 }
 
+TEST(SecondOpinion, AnErrorOfTheCaptureIsWorthALook) {
+  rigsync::Judged_Result Result;
+  Result.Is_Capture_Faulty = true;
+  EXPECT_THAT(rigsync::Judge_Mount(Away(0, 0), Sharp(), {}, {}, Result).Reasons,
+              ElementsAre(Verdict_Reason::Capture_Faulty));
+}
+
 TEST(SecondOpinion, ACodeThatTheLibraryRefusesIsNotToBeUsed) {
   rigsync::Judged_Result Result;
   Result.Has_Usable_Code = false;
