@@ -20,8 +20,10 @@ struct Talent_Error {
 };
 
 // Of a point on the optical axis, with the mount's uncertainty alone: the lens counts as far as it
-// moves the mount. With a mount (R, t), a point p in Cam comes from R^T (p - t) in Tc, which the
-// tracker knows. With the mount moved to (exp(turn) R, t + shift) it is seen at
+// moves the mount. What a principal point that is off does to the mount, the same lens undoes when
+// it draws the picture, so the figure is on the safe side where the lens is what is known least.
+// With a mount (R, t), a point p in Cam comes from R^T (p - t) in Tc, which the tracker knows. With
+// the mount moved to (exp(turn) R, t + shift) it is seen at
 //
 //   exp(turn) (p - t) + t + shift = p + turn x (p - t) + shift,   to first order in the turn.
 //
