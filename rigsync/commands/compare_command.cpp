@@ -6,8 +6,10 @@
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/formats/result_file.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/transform_difference.h"
 #include "rigsync/report/transform_text.h"
+#include "rigsync/solve/rigid_motion.h"
 #include "rigsync/system/usage_error.h"
 #include "simulate/simulate.h"
 
@@ -22,7 +24,8 @@ namespace {
 
 constexpr const char* Footer =
     R"(Exit status: 0 when both differences are within their bounds, 1 when one is
-beyond, 2 for wrong usage.
+beyond, 2 for wrong usage. The last line says whether the truth is inside the
+uncertainty of the joint solution; it has no status of its own.
 
 Example:
   rigsync compare result/result.json capture/truth.json)";
@@ -107,21 +110,36 @@ bool Print_Transform_Comparison(const std::vector<double>& Solved,
   return Is_Within_Bounds;
 }
 
+// Whether the stated uncertainty of the joint mount holds the truth: its 95 % region, of all six
+// numbers together.
+void Print_Uncertainty_Comparison(const std::string& Result_File, const simulate::Truth& Truth) {
+  const std::optional<Joint_Mount> Joint = Read_Joint_Mount(Result_File);
+  if (!Joint) return;
+  constexpr double Stated_Part = 0.95;
+  const Vector6d Motion =
+      Motion_Between(Joint->Transform_Cam_Tc, Eigen::Isometry3d(Truth.Transform_Cam_Tc));
+  const bool Is_Within = Joint->Uncertainty.Probability_Nearer(Motion) <= Stated_Part;
+  fmt::print("  Joint solution: {:.3f} mm and {:.4f} deg off, {} its 95 % uncertainty.\n",
+             1000.0 * Motion.tail<3>().norm(), Degrees_Per_Radian * Motion.head<3>().norm(),
+             Is_Within ? "within" : "BEYOND");
+}
+
 int Compare(const Compare_Arguments& Arguments) {
   const double Max_Mm = Read_Max_Mm(Arguments.Max_Offset);
   const double Max_Deg = Read_Max_Deg(Arguments.Max_Angle);
   const Calibration_Result Result = Read_Result(Arguments.Result_File);
   const simulate::Truth Truth = Read_Truth_File(Arguments.Truth_File);
-  if (Result.Transform_Cam_Tc.empty()) {
+  const std::vector<double>& Transform_Cam_Tc = Chosen_Transform_Cam_Tc(Result);
+  if (Transform_Cam_Tc.empty()) {
     throw Usage_Error(
         fmt::format("{} has no transform: {}", Arguments.Result_File, Result.Message));
   }
-  Require_Finite_Mount(Arguments.Result_File, Result.Transform_Cam_Tc);
+  Require_Finite_Mount(Arguments.Result_File, Transform_Cam_Tc);
   Print_Lens_Comparison(Result, Truth);
-  return Print_Transform_Comparison(Result.Transform_Cam_Tc, Flat(Truth.Transform_Cam_Tc), Max_Mm,
-                                    Max_Deg)
-             ? Exit_Success
-             : Exit_Beyond_Bound;
+  const bool Is_Within_Bounds =
+      Print_Transform_Comparison(Transform_Cam_Tc, Flat(Truth.Transform_Cam_Tc), Max_Mm, Max_Deg);
+  Print_Uncertainty_Comparison(Arguments.Result_File, Truth);
+  return Is_Within_Bounds ? Exit_Success : Exit_Beyond_Bound;
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "rigsync/capture/library_limits.h"
 #include "rigsync/formats/joint_json.h"
 #include "rigsync/formats/opinion_words.h"
+#include "rigsync/geometry/transform_list.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
@@ -356,6 +357,19 @@ void Read_Cause(const Json& Root, Calibration_Result& Result) {
   Result.Cause = Cause;
 }
 
+Matrix6d Covariance_Of(const std::filesystem::path& File, const Json& Joint) {
+  const Json Rows = Joint.value("covariance", Json());
+  if (!Rows.is_array() || Rows.size() != 6) Refuse_File(File, "'covariance' is not 6 lists");
+  Matrix6d Covariance;
+  for (int r = 0; r < 6; ++r) {
+    const std::vector<double> Row =
+        Numbers_At(File, {{"covariance", Rows[static_cast<std::size_t>(r)]}}, "covariance", 6);
+    if (Row.empty()) Refuse_File(File, "'covariance' has an empty list");
+    for (int c = 0; c < 6; ++c) Covariance(r, c) = Row[static_cast<std::size_t>(c)];
+  }
+  return Covariance;
+}
+
 // The whole document, when it is a result of this version.
 Json Read_Root(const std::filesystem::path& File) {
   std::error_code Ignored;
@@ -390,6 +404,18 @@ Calibration_Result Read_Result(const std::filesystem::path& File) {
   Read_Opinion(File, Root, Result);
   Read_Cause(Root, Result);
   return Result;
+}
+
+std::optional<Joint_Mount> Read_Joint_Mount(const std::filesystem::path& File) {
+  const Json Joint = Object_At(Read_Root(File), "joint");
+  if (Joint.empty()) return std::nullopt;
+  const std::vector<double> Transform = Numbers_At(File, Joint, "transform_cam_tc", 16);
+  if (Transform.empty()) return std::nullopt;
+  Joint_Mount Mount;
+  Mount.Transform_Cam_Tc = Eigen::Isometry3d(Matrix_From_List(Transform));
+  Mount.Uncertainty.Covariance = Covariance_Of(File, Joint);
+  Mount.Uncertainty.Joint_Freedom = Number_At(Joint, "joint_degrees_of_freedom");
+  return Mount;
 }
 
 void Require_Finite_Mount(const std::filesystem::path& File,

@@ -6,8 +6,12 @@
 #define RIGSYNC_FORMATS_RESULT_FILE_H
 
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/solve/mount_uncertainty.h"
+
+#include <Eigen/Geometry>
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 namespace rigsync {
@@ -22,6 +26,15 @@ void Write_Result(const std::filesystem::path& Folder, const Calibration_Result&
 // file is empty; a null element of a mount is NaN. Throws Usage_Error, which names the file, for
 // any other file, and for a null element of the lens, since that is a number that is not finite.
 Calibration_Result Read_Result(const std::filesystem::path& File);
+
+// The joint mount with its uncertainty: covariance, and degrees of freedom of all six numbers.
+struct Joint_Mount {
+  Eigen::Isometry3d Transform_Cam_Tc = Eigen::Isometry3d::Identity();
+  Mount_Uncertainty Uncertainty;
+};
+
+// None for a file that has none. Throws Usage_Error as Read_Result does.
+std::optional<Joint_Mount> Read_Joint_Mount(const std::filesystem::path& File);
 
 // Throws Usage_Error, which names the file and the probable cause, for a mount that holds NaN.
 void Require_Finite_Mount(const std::filesystem::path& File,

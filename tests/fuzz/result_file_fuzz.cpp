@@ -40,6 +40,20 @@ void Check_Read(const rigsync::Calibration_Result& Read) {
   Promise(Read.Message.find('\n') == std::string::npos, "the message is one line");
 }
 
+// Whatever the covariance is, the probability is one, or NaN.
+void Check_Joint_Mount(const std::filesystem::path& File) {
+  try {
+    const auto Joint = rigsync::Read_Joint_Mount(File);
+    if (!Joint) return;
+    Promise(Joint->Transform_Cam_Tc.matrix().allFinite(), "a joint mount is finite");
+    const double Part = Joint->Uncertainty.Probability_Nearer(1e-3 * rigsync::Vector6d::Ones());
+    Promise(std::isnan(Part) || (Part >= 0.0 && Part <= 1.0), "a probability is from 0 to 1");
+  } catch (const rigsync::Usage_Error& Refusal) {
+    Promise(std::string(Refusal.what()).rfind(File.string() + ": ", 0) == 0,
+            "a refusal names the file");
+  }
+}
+
 void Check_Same(const rigsync::Calibration_Result& Read, const rigsync::Calibration_Result& Again) {
   Promise(Read.Code == Again.Code, "the code is read back");
   Promise(Read.Message == Again.Message, "the message is read back");
@@ -72,6 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* Data, std::size_t Size
   }
   Check_Read(Read);
   Check_Code(Read, Text);
+  Check_Joint_Mount(File);
   rigsync::Write_Result(Folder.Path(), Read);
   Check_Same(Read, rigsync::Read_Result(Folder.Path() / "result.json"));
   return 0;

@@ -17,7 +17,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 
 // A result that holds the capture's true transform, shifted and turned about its x axis.
-std::string Write_Result_Off_By(const Scratch_Folder& Scratch, double Shift_Mm, double Turn_Deg) {
+rigsync::Calibration_Result Result_Off_By(double Shift_Mm, double Turn_Deg) {
   const simulate::Truth Truth = simulate::Read_Truth(Capture_File("truth.json"));
   const double Angle = Turn_Deg * 3.14159265358979323846 / 180.0;
   Eigen::Matrix4d Turn = Eigen::Matrix4d::Identity();
@@ -37,6 +37,11 @@ std::string Write_Result_Off_By(const Scratch_Folder& Scratch, double Shift_Mm, 
     }
   }
   Result.Transform_Cam_Tc[7] += Shift_Mm / 1000.0;
+  return Result;
+}
+
+std::string Write_Result_Off_By(const Scratch_Folder& Scratch, double Shift_Mm, double Turn_Deg) {
+  const rigsync::Calibration_Result Result = Result_Off_By(Shift_Mm, Turn_Deg);
   rigsync::Write_Result(Scratch.Path(), Result);
   return (Scratch.Path() / "result.json").string();
 }
@@ -68,6 +73,57 @@ TEST(Compare, EndsIn1WhenOneOfTheDifferencesIsBeyondItsBound) {
   const std::string Turned = Write_Result_Off_By(Scratch, 0.0, 0.125);
   EXPECT_EQ(Compare(Turned, {"--max-angle", "0.126"}).Status, 0);
   EXPECT_EQ(Compare(Turned, {"--max-angle", "0.124"}).Status, 1);
+}
+
+// A joint mount this far off along y, known to a standard deviation of 1 mm on each axis.
+std::string Write_Joint_Off_By(const Scratch_Folder& Scratch, double Shift_Mm,
+                               rigsync::Solution_Choice Solution) {
+  rigsync::Calibration_Result Result = Result_Off_By(-2.5, 0.0);
+  Result.Inputs.Solution = Solution;
+  Result.Joint_Transform_Cam_Tc = Result_Off_By(Shift_Mm, 0.0).Transform_Cam_Tc;
+  rigsync::Joint_Solution& Joint = Result.Solved.emplace().Joint;
+  Joint.Status = rigsync::Solve_Status::Solved;
+  Joint.Camera_Mount.Covariance = 1e-6 * rigsync::Matrix6d::Identity();
+  Joint.Camera_Mount.Joint_Freedom = 10;
+  rigsync::Write_Result(Scratch.Path(), Result);
+  return (Scratch.Path() / "result.json").string();
+}
+
+// F with 6 and 10 degrees of freedom is above 3.217 in 5 % of cases, by printed tables: the region
+// ends at the root of 6 * 3.217 standard deviations, 4.393 mm.
+TEST(Compare, SaysWhetherTheTruthIsInsideTheUncertaintyOfTheJointMount) {
+  const Scratch_Folder Scratch;
+  const Finished Within =
+      Compare(Write_Joint_Off_By(Scratch, 4.39, rigsync::Solution_Choice::Library));
+  EXPECT_EQ(Within.Status, 0) << Within.Error;
+  EXPECT_THAT(Within.Output,
+              AllOf(HasSubstr("translation      2.500 mm"),
+                    HasSubstr("\n  Joint solution: 4.390 mm and 0.0000 deg off, within its 95 % "
+                              "uncertainty.\n")));
+  EXPECT_LE(Widest_Line(Within.Output), 80u);
+  const Finished Beyond =
+      Compare(Write_Joint_Off_By(Scratch, 4.40, rigsync::Solution_Choice::Library));
+  EXPECT_EQ(Beyond.Status, 0);
+  EXPECT_THAT(Beyond.Output, HasSubstr("off, BEYOND its 95 % uncertainty."));
+  EXPECT_THAT(Compare(Write_Result_Off_By(Scratch, 0.0, 0.0)).Output,
+              testing::Not(HasSubstr("Joint")));
+}
+
+TEST(Compare, TheMountOfTheChosenSolutionIsCompared) {
+  const Scratch_Folder Scratch;
+  const Finished Result =
+      Compare(Write_Joint_Off_By(Scratch, 4.0, rigsync::Solution_Choice::Joint));
+  EXPECT_THAT(Result.Output, HasSubstr("translation      4.000 mm   (x 0.000, y 4.000, z 0.000"));
+}
+
+TEST(Compare, AMountThatIsNotFiniteIsRefused) {
+  const Scratch_Folder Scratch;
+  rigsync::Calibration_Result Result = Result_Off_By(0.0, 0.0);
+  Result.Transform_Cam_Tc[0] = std::nan("");
+  rigsync::Write_Result(Scratch.Path(), Result);
+  const Finished Refused = Compare((Scratch.Path() / "result.json").string());
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_THAT(Refused.Said, HasSubstr("'transform_cam_tc' has NaN or infinite values"));
 }
 
 TEST(Compare, AResultWithoutATransformIsRefused) {
