@@ -267,6 +267,16 @@ TEST(ResultFile, TheMountIsThatOfTheChosenSolution) {
   }
 }
 
+TEST(ResultFile, AMountThatSomeoneEditedAtTheTopOfTheFileCounts) {
+  const Scratch_Folder Scratch;
+  rigsync::Write_Result(Scratch.Path(), Whole_Result());
+  nlohmann::json File = Read_Json(Scratch.Path() / "result.json");
+  File["transform_cam_tc"][3] = 0.125;
+  const rigsync::Calibration_Result Read =
+      rigsync::Read_Result(Scratch.Write("edited.json", File.dump()));
+  EXPECT_EQ(rigsync::Chosen_Transform_Cam_Tc(Read)[3], 0.125);
+}
+
 TEST(ResultFile, ASecondOpinionIsReadBackWithReasonsLimitsAndCause) {
   using rigsync::Verdict_Reason;
   const std::pair<Verdict_Reason, const char*> Reasons[] = {
