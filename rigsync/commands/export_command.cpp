@@ -111,6 +111,10 @@ std::string Reason_Phrase(const Calibration_Result& Result, Verdict_Reason Reaso
                          Apart_Text(Result), Limits_Text(Result));
     case Verdict_Reason::Slip_Suspected:
       return "a tracker may have slipped on its mount during the capture";
+    case Verdict_Reason::Last_Rows_Left_Out:
+      return "the last image contradicts the others, so that a tracker may have moved before it";
+    case Verdict_Reason::Lens_Does_Not_Fit:
+      return "the lens model does not fit the camera, which moves the mount";
     case Verdict_Reason::Place_Contradicted:
       return "the stated place of the board is not the one that the capture shows";
   }

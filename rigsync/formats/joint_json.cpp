@@ -115,6 +115,16 @@ Json Lens_Json(const Capture_Solution& Solved) {
           {"covariance", Matrix_Json(Covariance)}};
 }
 
+Json Lens_Check_Json(const std::optional<Lens_Model_Check>& Check) {
+  if (!Check) return nullptr;
+  return {{"p1", Check->Coefficients[0]},
+          {"p2", Check->Coefficients[1]},
+          {"k3", Check->Coefficients[2]},
+          {"f", Check->F},
+          {"turn_deg", List_Json(Degrees_Per_Radian * Check->Mount_Motion.head<3>())},
+          {"shift_mm", List_Json(Mm_In_Metre * Check->Mount_Motion.tail<3>())}};
+}
+
 // Line and image of a row; null where the CSV came through a pipe.
 void Add_Row_Name(const Calibration_Result& Result, std::size_t Row, Json& Object) {
   const bool Is_Known = Row < Result.Images.size();
@@ -195,6 +205,7 @@ Json Joint_Json(const Calibration_Result& Result) {
   Object["status"] = Status_Name(Status);
   Object.update(Status == Solve_Status::Solved ? Solved_Json(Result) : Unsolved_Json());
   Object["lens"] = Lens_Json(*Result.Solved);
+  Object["lens_check"] = Lens_Check_Json(Result.Solved->Lens_Check);
   Object["rows"] = Rows_Json(Result);
   Object["slip"] = Slip_Json(Result);
   return Object;

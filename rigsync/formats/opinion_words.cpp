@@ -13,18 +13,6 @@ constexpr std::array<std::pair<Solution_Choice, const char*>, 2> Solution_Names 
 constexpr std::array<std::pair<Verdict, const char*>, 3> Verdict_Names = {
     {{Verdict::Agree, "agree"}, {Verdict::Look, "look"}, {Verdict::Dont_Use, "dont_use"}}};
 
-constexpr std::array<std::pair<Verdict_Reason, const char*>, 10> Reason_Names = {
-    {{Verdict_Reason::No_Library_Transform, "no_library_transform"},
-     {Verdict_Reason::Library_Code, "library_code"},
-     {Verdict_Reason::Not_Solved, "not_solved"},
-     {Verdict_Reason::Difference_Beyond_Limit, "difference_beyond_limit"},
-     {Verdict_Reason::Width_Beyond_Limit, "width_beyond_limit"},
-     {Verdict_Reason::Slip_Found, "slip_found"},
-     {Verdict_Reason::Difference_Unlikely, "difference_unlikely"},
-     {Verdict_Reason::Difference_And_Width, "difference_and_width"},
-     {Verdict_Reason::Slip_Suspected, "slip_suspected"},
-     {Verdict_Reason::Place_Contradicted, "place_contradicted"}}};
-
 template <typename Table, typename Value>
 const char* Name_In(const Table& Names, Value Wanted) {
   for (const auto& [Each, Name] : Names) {
@@ -60,12 +48,44 @@ std::optional<Verdict> Verdict_Named(const std::string& Name) {
   return Value_In(Verdict_Names, Name);
 }
 
+// A switch, so that a reason without a word is found by the compiler.
 const char* Reason_Name(Verdict_Reason Reason) {
-  return Name_In(Reason_Names, Reason);
+  switch (Reason) {
+    case Verdict_Reason::No_Library_Transform:
+      return "no_library_transform";
+    case Verdict_Reason::Library_Code:
+      return "library_code";
+    case Verdict_Reason::Not_Solved:
+      return "not_solved";
+    case Verdict_Reason::Difference_Beyond_Limit:
+      return "difference_beyond_limit";
+    case Verdict_Reason::Width_Beyond_Limit:
+      return "width_beyond_limit";
+    case Verdict_Reason::Slip_Found:
+      return "slip_found";
+    case Verdict_Reason::Difference_Unlikely:
+      return "difference_unlikely";
+    case Verdict_Reason::Difference_And_Width:
+      return "difference_and_width";
+    case Verdict_Reason::Slip_Suspected:
+      return "slip_suspected";
+    case Verdict_Reason::Last_Rows_Left_Out:
+      return "last_rows_left_out";
+    case Verdict_Reason::Lens_Does_Not_Fit:
+      return "lens_does_not_fit";
+    case Verdict_Reason::Place_Contradicted:
+      return "place_contradicted";
+  }
+  return "";
 }
 
 std::optional<Verdict_Reason> Reason_Named(const std::string& Name) {
-  return Value_In(Reason_Names, Name);
+  constexpr auto Last = static_cast<int>(Verdict_Reason::Place_Contradicted);
+  for (int i = 0; i <= Last; ++i) {
+    const auto Reason = static_cast<Verdict_Reason>(i);
+    if (Name == Reason_Name(Reason)) return Reason;
+  }
+  return std::nullopt;
 }
 
 }  // namespace rigsync

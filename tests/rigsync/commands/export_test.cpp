@@ -310,6 +310,8 @@ TEST(Export, ADoubtfulResultIsExportedWithItsReasons) {
       {"look", R"("difference_and_width", "slip_suspected")",
        "which with the uncertainty of the capture is beyond 3 mm and 0.3 degrees; a tracker may "
        "have slipped on its mount during the capture."},
+      {"look", R"("last_rows_left_out", "lens_does_not_fit")",
+       "a tracker may have moved before it; the lens model does not fit the camera"},
       {"look", R"("place_contradicted")", "the stated place of the board is not the one"},
       {"dont_use", R"("library_code")",
        "this result must not be used: the library refuses its result with code 0."},

@@ -78,6 +78,10 @@ rigsync::Calibration_Result Judged_Result(const pose_rig::Options& Capture) {
   Solved.Joint = rigsync::Solve_Mounts(Solved.Seen);
   Solved.Likeliest_Slip = rigsync::Find_Slip(Solved.Joint);
   Solved.Place = rigsync::Place_Comparison{0.7, 4.5, false, true};
+  Solved.Lens_Check.emplace();
+  Solved.Lens_Check->Coefficients = {0.001, -0.002, 0.03};
+  Solved.Lens_Check->F = 12.5;
+  Solved.Lens_Check->Mount_Motion << 0.001, 0, 0, 0, 0, 0.002;
   for (std::size_t i = 0; i < Solved.Seen.Rows.size(); ++i) {
     Result.Images.push_back({i + 2, "image_" + std::to_string(i) + ".png"});
   }
@@ -289,6 +293,8 @@ TEST(ResultFile, ASecondOpinionIsReadBackWithReasonsLimitsAndCause) {
       {Verdict_Reason::Difference_Unlikely, "difference_unlikely"},
       {Verdict_Reason::Difference_And_Width, "difference_and_width"},
       {Verdict_Reason::Slip_Suspected, "slip_suspected"},
+      {Verdict_Reason::Last_Rows_Left_Out, "last_rows_left_out"},
+      {Verdict_Reason::Lens_Does_Not_Fit, "lens_does_not_fit"},
       {Verdict_Reason::Place_Contradicted, "place_contradicted"}};
   rigsync::Calibration_Result Result = Whole_Result();
   Result.Inputs.Limits = {2.5, 0.2};
@@ -351,6 +357,9 @@ TEST(ResultFile, TheJointSolutionIsWrittenInDegreesMillimetresAndRows) {
   EXPECT_EQ(File["at_talent"]["distance_m"], 3.0);
   EXPECT_EQ(File["square"]["scale"], Joint.At.Square_Scale);
   EXPECT_EQ(File["lens"]["fy"], 1500.5);
+  EXPECT_EQ(File["lens_check"]["p2"], -0.002);
+  EXPECT_NEAR(File["lens_check"]["turn_deg"][0], 0.0573, 1e-4);
+  EXPECT_EQ(File["lens_check"]["shift_mm"][2], 2.0);
   // 0.2 mm for each metre is the deviation of the rig's lens.
   EXPECT_NEAR(File["lens"]["half_width"][0], 1.960 * 0.2, 1e-4);
   EXPECT_EQ(File["rows"].size(), 24u);
