@@ -115,6 +115,8 @@ std::string Reason_Phrase(const Calibration_Result& Result, Verdict_Reason Reaso
       return "the last image contradicts the others, so that a tracker may have moved before it";
     case Verdict_Reason::Lens_Does_Not_Fit:
       return "the lens model does not fit the camera, which moves the mount";
+    case Verdict_Reason::Capture_Faulty:
+      return "the capture has an error that spoils both solves alike";
     case Verdict_Reason::Place_Contradicted:
       return "the stated place of the board is not the one that the capture shows";
   }

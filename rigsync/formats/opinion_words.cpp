@@ -73,6 +73,8 @@ const char* Reason_Name(Verdict_Reason Reason) {
       return "last_rows_left_out";
     case Verdict_Reason::Lens_Does_Not_Fit:
       return "lens_does_not_fit";
+    case Verdict_Reason::Capture_Faulty:
+      return "capture_faulty";
     case Verdict_Reason::Place_Contradicted:
       return "place_contradicted";
   }

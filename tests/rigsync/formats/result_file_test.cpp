@@ -295,6 +295,7 @@ TEST(ResultFile, ASecondOpinionIsReadBackWithReasonsLimitsAndCause) {
       {Verdict_Reason::Slip_Suspected, "slip_suspected"},
       {Verdict_Reason::Last_Rows_Left_Out, "last_rows_left_out"},
       {Verdict_Reason::Lens_Does_Not_Fit, "lens_does_not_fit"},
+      {Verdict_Reason::Capture_Faulty, "capture_faulty"},
       {Verdict_Reason::Place_Contradicted, "place_contradicted"}};
   rigsync::Calibration_Result Result = Whole_Result();
   Result.Inputs.Limits = {2.5, 0.2};
