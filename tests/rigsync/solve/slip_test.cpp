@@ -71,6 +71,18 @@ TEST(Slip, StaleRowsAreNotASlip) {
   }
 }
 
+// The six unknowns of a slip take one of them for a mount of its own, and the others stay as bad.
+TEST(Slip, StaleRowsAtTheEndsAreNotASlip) {
+  for (unsigned Seed = 1; Seed <= 30; ++Seed) {
+    Options Of;
+    Of.Seed = Seed;
+    Of.Stale = {2, 5, 11, 21, 22, 23};
+    EXPECT_NE(Likeliest(Of).Evidence, Slip_Evidence::Found) << Seed;
+    Of.Stale = {0, 1, 2, 11, 14, 18};
+    EXPECT_NE(Likeliest(Of).Evidence, Slip_Evidence::Found) << Seed;
+  }
+}
+
 TEST(Slip, IsFoundAmongManyRows) {
   Options Of = Slipped(3, 101, Slipped_Tracker::Board);
   Of.Images = 150;
