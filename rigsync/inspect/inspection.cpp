@@ -2,6 +2,7 @@
 #include "rigsync/inspect/inspection.h"
 
 #include "rigsync/capture/image_paths.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync/inspect/board_findings.h"
 #include "rigsync/inspect/capture_file_findings.h"
 #include "rigsync/inspect/image_path_findings.h"
@@ -64,12 +65,27 @@ void Judge_Solution(Inspection& Result) {
   Judge_Estimate(Result.Inputs.Board, Solution, List);
 }
 
+// Trackers that scatter by more than this, degrees and metres, agree with no image.
+constexpr double Most_Rotation_Noise_Deg = 1.0, Most_Position_Noise = 0.03;
+
+// Whether samples that fit badly as a whole do so because of many bad rows: no convention explains
+// them, and the solve of both mounts tells which rows are bad, or that it cannot tell.
+bool Are_Rows_To_Blame(const Agreement& Measured, const Joint_Solution& Joint) {
+  if (Measured.Is_Good() || !Measured.Fitting_Convention.empty()) return false;
+  if (Measured.Axes != Handedness::Right) return false;
+  if (Joint.Status == Solve_Status::No_Majority) return true;
+  return Joint.Status == Solve_Status::Solved &&
+         Degrees_Per_Radian * Joint.Noise.Rotation_Rad <= Most_Rotation_Noise_Deg &&
+         Joint.Noise.Position <= Most_Position_Noise;
+}
+
 // Conventions and units come first: with wrong ones, what is solved means nothing. True when they
 // are right.
 bool Judge_Conventions(Inspection& Result) {
   if (!Result.Tracker_Agreement) return true;
   const Agreement& Measured = *Result.Tracker_Agreement;
   const bool Is_Distance_Known = Result.Board_Poses && Is_Tilted(*Result.Board_Poses);
+  if (Are_Rows_To_Blame(Measured, Result.Solution->Joint)) return true;
   if (Is_Distance_Known && Measured.Is_Good() && Is_Scale_Gross(Measured)) {
     Add_Gross_Scale(Measured, Result.Inputs.Board.Square_Size, Result.All_Findings);
     return false;
