@@ -42,7 +42,8 @@ struct Row_Errors {
 
 std::string Range_Text(std::vector<double> Values, double Factor, const char* Unit) {
   const auto [Least, Most] = std::minmax_element(Values.begin(), Values.end());
-  return fmt::format("{} to {} {}", Amount(Factor * *Least), Amount(Factor * *Most), Unit);
+  const std::string From = Amount(Factor * *Least), To = Amount(Factor * *Most);
+  return From == To ? fmt::format("{} {}", From, Unit) : fmt::format("{} to {} {}", From, To, Unit);
 }
 
 std::string Evidence(const std::vector<std::size_t>& Lines, const Row_Errors& Bad,

@@ -65,6 +65,12 @@ TEST(RowFindings, SeveralLinesAreOneFindingWithTheirRange) {
   EXPECT_THAT(Found[0].Example, HasSubstr("They are off by 12 to 80 mm and 0.40 to 4.0 degrees;"));
 }
 
+TEST(RowFindings, EqualErrorsAreNoRange) {
+  const auto Found = Judged(
+      Solved({Row(0, false, 30.0, 2.02), Row(1, true, 0.5, 0.04), Row(2, false, 45.0, 1.98)}));
+  EXPECT_THAT(Found.at(0).Example, HasSubstr("off by 30 to 45 mm and 2.0 degrees;"));
+}
+
 // A capture almost without noise has such lines.
 TEST(RowFindings, ALineThatIsOffByNextToNothingIsNotReported) {
   EXPECT_TRUE(Judged(Solved({Row(0, true, 0.1, 0.01), Row(1, false, 0.99, 0.099)})).empty());
