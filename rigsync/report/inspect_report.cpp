@@ -95,15 +95,23 @@ double Tenths(double Value) {
   return std::round(10.0 * Value) / 10.0 + 0.0;
 }
 
+// Beyond this a half-width, mm or degrees, says no more than that the mount is open.
+constexpr double Widest_Told = 1000.0;
+
+std::string Half_Width_Text(double Half_Width) {
+  return Half_Width <= Widest_Told ? Amount(Half_Width)
+                                   : fmt::format("more than {:g}", Widest_Told);
+}
+
 std::string Camera_Mount_Text(const Joint_Solution& Joint) {
   const Mount_Uncertainty& Mount = Joint.Camera_Mount;
   const Eigen::Vector3d Mm = 1000.0 * Joint.At.Transform_Cam_Tc.translation();
   return fmt::format(
       "{:.1f} mm right, {:.1f} mm down, {:.1f} mm ahead of the lens, +- {}, {} and {} mm; rotation "
       "+- {} degrees",
-      Tenths(Mm.x()), Tenths(Mm.y()), Tenths(Mm.z()), Amount(Mount.Half_Width_Mm.x()),
-      Amount(Mount.Half_Width_Mm.y()), Amount(Mount.Half_Width_Mm.z()),
-      Amount(Mount.Widest_Deg.Half_Width));
+      Tenths(Mm.x()), Tenths(Mm.y()), Tenths(Mm.z()), Half_Width_Text(Mount.Half_Width_Mm.x()),
+      Half_Width_Text(Mount.Half_Width_Mm.y()), Half_Width_Text(Mount.Half_Width_Mm.z()),
+      Half_Width_Text(Mount.Widest_Deg.Half_Width));
 }
 
 std::string Noise_Text(const Capture_Solution& Solution) {
@@ -125,11 +133,11 @@ std::string Solution_Text(const Inspection& Result) {
   Text += Row_Text(
       "board's angles",
       fmt::format("{:.2f},{:.2f},{:.2f} degrees, +- {}", Place.Euler_Deg[0], Place.Euler_Deg[1],
-                  Place.Euler_Deg[2], Amount(Board.Widest_Deg.Half_Width)));
+                  Place.Euler_Deg[2], Half_Width_Text(Board.Widest_Deg.Half_Width)));
   Text += Row_Text("board's offset",
                    fmt::format("{:.1f},{:.1f},{:.1f} mm, +- {}", Tenths(1000.0 * Place.Offset[0]),
                                Tenths(1000.0 * Place.Offset[1]), Tenths(1000.0 * Place.Offset[2]),
-                               Amount(Board.Widest_Mm.Half_Width)));
+                               Half_Width_Text(Board.Widest_Mm.Half_Width)));
   Text += Row_Text("tracker noise", Noise_Text(*Result.Solution));
   return Text + Row_Text("lines that agree", fmt::format("{} of {}", Kept, Joint.Rows.size()));
 }

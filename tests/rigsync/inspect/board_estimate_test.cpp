@@ -41,6 +41,7 @@ Capture_Solution Solved_With(double Angle_Deg, const Vector3d& First_Corner,
   rigsync::Mount_Uncertainty& Mount = Solution.Joint.Board_Mount;
   Mount.Widest_Deg.Half_Width = Half_Width_Deg;
   Mount.Freedom.setConstant(Many);
+  Mount.Covariance.setZero();
   Mount.Covariance.diagonal().tail<3>().setConstant(
       std::pow(1e-3 * Half_Width_Mm / Deviations_In_Half_Width, 2));
   return Solution;
