@@ -44,11 +44,11 @@ Unknown_Matrix Row_Part(const Observation& Seen, const Mounts& At, const Matrix6
   };
   for (int k = 0; k < 3; ++k) {
     const Eigen::Vector3d Axis = Eigen::Vector3d::Unit(k);
-    const auto Add_Turn = [&](const Eigen::Vector3d& Centre_Cam) {
-      Add(Variance[Rotation_Noise], Axis, Axis.cross(Chart_Cam - Centre_Cam));
+    const auto Add_Turn = [&](double Part, const Eigen::Vector3d& Centre_Cam) {
+      Add(Part * Variance[Rotation_Noise], Axis, Axis.cross(Chart_Cam - Centre_Cam));
     };
-    if (Moving.Camera) Add_Turn(At.Transform_Cam_Tc.translation());
-    if (Moving.Board) Add_Turn(Transform_Cam_Tr.translation());
+    Add_Turn(Moving.Camera_Part(), At.Transform_Cam_Tc.translation());
+    Add_Turn(Moving.Board_Part(), Transform_Cam_Tr.translation());
     Add(Variance[Position_Noise], Eigen::Vector3d::Zero(), Axis);
   }
   return Sum;

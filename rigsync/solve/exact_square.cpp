@@ -4,18 +4,6 @@
 #include <cmath>
 
 namespace rigsync {
-namespace {
-
-Unknown_Vector Step_Between(const Mounts& From, const Mounts& To) {
-  Unknown_Vector Step;
-  Step << Motion_Between(From.Transform_Cam_Tc, To.Transform_Cam_Tc),
-      Motion_Between(From.Transform_Tr_Chart, To.Transform_Tr_Chart),
-      std::log(To.Square_Scale / From.Square_Scale);
-  return Step;
-}
-
-}  // namespace
-
 Exact_Square Fit_Exact_Square(const std::vector<Observation>& Rows, const Joint_Fit& Free,
                               const Fit_Settings& Settings, double Prior_Probability) {
   Exact_Square Square;

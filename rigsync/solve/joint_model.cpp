@@ -15,6 +15,16 @@ Pose_By_Turn Turn_At_Lever(const Eigen::Vector3d& Lever) {
   return Motion;
 }
 
+// With a mean of 1 over the axes.
+Eigen::Matrix3d Position_Shape(const Eigen::Matrix3d& Rotation_Cam_Base,
+                               const std::optional<int>& Noisy_Axis) {
+  if (!Noisy_Axis) return Eigen::Matrix3d::Identity();
+  const Eigen::Vector3d Axis_Cam = Rotation_Cam_Base.col(*Noisy_Axis);
+  return 3.0 / (2.0 + Noisy_Axis_Factor) *
+         (Eigen::Matrix3d::Identity() +
+          (Noisy_Axis_Factor - 1.0) * Axis_Cam * Axis_Cam.transpose());
+}
+
 }  // namespace
 
 Mounts Moved(const Mounts& At, const Unknown_Vector& Step) {
@@ -23,6 +33,14 @@ Mounts Moved(const Mounts& At, const Unknown_Vector& Step) {
   After.Transform_Tr_Chart = Moved(At.Transform_Tr_Chart, Step.segment<6>(Board_Mount));
   After.Square_Scale = At.Square_Scale * std::exp(Step[Scale_Unknown]);
   return After;
+}
+
+Unknown_Vector Step_Between(const Mounts& From, const Mounts& To) {
+  Unknown_Vector Step;
+  Step << Motion_Between(From.Transform_Cam_Tc, To.Transform_Cam_Tc),
+      Motion_Between(From.Transform_Tr_Chart, To.Transform_Tr_Chart),
+      std::log(To.Square_Scale / From.Square_Scale);
+  return Step;
 }
 
 Eigen::Isometry3d Predicted_Transform_Cam_Chart(const Observation& Seen, const Mounts& At) {
@@ -62,14 +80,15 @@ Noise_Shapes Shape_Noise(const Observation& Seen, const Mounts& At, double Corne
   const Eigen::Vector3d Chart_Cam = Transform_Cam_Tr * At.Transform_Tr_Chart.translation();
   if (Moving.Camera) {
     const Pose_By_Turn Motion = Turn_At_Lever(Chart_Cam - At.Transform_Cam_Tc.translation());
-    Shapes[Rotation_Noise] += Motion * Motion.transpose();
+    Shapes[Rotation_Noise] += Moving.Camera_Part() * Motion * Motion.transpose();
   }
   if (Moving.Board) {
     const Pose_By_Turn Motion = Turn_At_Lever(Chart_Cam - Transform_Cam_Tr.translation());
-    Shapes[Rotation_Noise] += Motion * Motion.transpose();
+    Shapes[Rotation_Noise] += Moving.Board_Part() * Motion * Motion.transpose();
   }
   Shapes[Position_Noise].setZero();
-  Shapes[Position_Noise].bottomRightCorner<3, 3>().setIdentity();
+  Shapes[Position_Noise].bottomRightCorner<3, 3>() = Position_Shape(
+      At.Transform_Cam_Tc.linear() * Seen.Transform_Tc_Base.linear(), Moving.Noisy_Axis);
   return Shapes;
 }
 

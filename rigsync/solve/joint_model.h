@@ -17,6 +17,7 @@
 #include <Eigen/Geometry>
 
 #include <array>
+#include <optional>
 
 namespace rigsync {
 
@@ -35,6 +36,9 @@ using Unknown_Matrix = Eigen::Matrix<double, Unknowns, Unknowns>;
 using Row_Derivative = Eigen::Matrix<double, 6, Unknowns>;
 
 Mounts Moved(const Mounts& At, const Unknown_Vector& Step);
+
+// The step that takes one to the other.
+Unknown_Vector Step_Between(const Mounts& From, const Mounts& To);
 
 // The board's pose as the mounts and the trackers predict it.
 Eigen::Isometry3d Predicted_Transform_Cam_Chart(const Observation& Seen, const Mounts& At);
@@ -57,9 +61,22 @@ constexpr int Noise_Sources = 3;
 using Noise_Shapes = std::array<Matrix6d, Noise_Sources>;
 using Variances = Eigen::Vector3d;
 
-// Which trackers move. One that stands still was averaged and brings no noise of its own.
+// Nine times in variance is three times in standard deviation: a camera of a tracking system sees
+// depth that much worse than what is across.
+constexpr double Noisy_Axis_Factor = 9.0;
+
+// Which trackers move, and how their noise is shared out. One that stands still was averaged
+// and brings no noise of its own.
 struct Moving_Trackers {
   bool Camera = true, Board = true;
+  // By this part the rotation variance of the board's tracker is above that of both together, and
+  // the camera's below it: -1 to 1.
+  double Rotation_Balance = 0;
+  // Along this axis of Base positions have Noisy_Axis_Factor times the variance of the two others.
+  std::optional<int> Noisy_Axis;
+
+  double Camera_Part() const { return Camera ? 1.0 - Rotation_Balance : 0.0; }
+  double Board_Part() const { return Board ? 1.0 + Rotation_Balance : 0.0; }
 };
 
 Noise_Shapes Shape_Noise(const Observation& Seen, const Mounts& At, double Corner_Variance,

@@ -2,7 +2,9 @@
 #include "rigsync/solve/joint_solve.h"
 
 #include "rigsync/solve/apparent_motion.h"
+#include "rigsync/solve/disagreement.h"
 #include "rigsync/solve/exact_square.h"
+#include "rigsync/solve/model_average.h"
 #include "rigsync/solve/robust_start.h"
 #include "rigsync/solve/row_test.h"
 
@@ -75,6 +77,15 @@ Selection Select_Rows(const std::vector<Observation>& Rows, const Robust_Start& 
   return Selected;
 }
 
+// Corners whose errors move boards by more than they scatter, being alike all over an image, moved
+// the lens by more too. The factor of its variance is the corners' as far as it is sure, by a
+// standard deviation, so that it stays 1 where the corners are what they seem.
+double Lens_Factor(const Joint_Fit& Fit) {
+  const double Deviation =
+      std::sqrt(Variance_Covariance(Fit.Terms, Fit.Variance)(Corner_Noise, Corner_Noise));
+  return std::max(1.0, Fit.Variance[Corner_Noise] - Deviation);
+}
+
 // The unknowns follow the poses, and these the lens that they were all solved with.
 Unknown_Matrix Lens_Part(const std::vector<Observation>& Kept, const Joint_Fit& Fit,
                          const Matrix6d& Lens_Covariance) {
@@ -85,7 +96,7 @@ Unknown_Matrix Lens_Part(const std::vector<Observation>& Kept, const Joint_Fit& 
                Kept[i].Board.Lens_Sensitivity;
   }
   By_Lens = (Fit.Terms.Covariance * By_Lens).eval();
-  return By_Lens * Lens_Covariance * By_Lens.transpose();
+  return Lens_Factor(Fit) * (By_Lens * Lens_Covariance * By_Lens.transpose());
 }
 
 // A mean that is off moves the mount that is on that tracker, and nothing else.
@@ -120,25 +131,95 @@ void Describe_Uncertainty(const Unknown_Uncertainty& Unknown, Joint_Solution& So
       Solution.At.Square_Scale * std::sqrt(Unknown.Covariance(Scale_Unknown, Scale_Unknown));
 }
 
+// How the trackers' noise may be shared out. Either tracker may turn with three times the standard
+// deviation of the other, or positions may be three times as noisy along one axis of the room. 24
+// rows can't tell much more than that. The first is even.
+struct Assumed_Noise {
+  double Probability;
+  double Rotation_Balance = 0;
+  std::optional<int> Noisy_Axis = {};
+};
+constexpr Assumed_Noise All_Assumed[] = {{0.4},         {0.15, -0.8},  {0.15, 0.8},
+                                         {0.1, 0.0, 0}, {0.1, 0.0, 1}, {0.1, 0.0, 2}};
+
+// With evidence that is less by this factor, e^-10, an explanation isn't worth its time.
+constexpr double Hopeless = 10.0;
+
+// The rows with one of these, the square free and exact.
+struct Explained_Fit {
+  Joint_Fit Free;
+  double Exact_Probability = 0;
+  Explanation Both;
+};
+
+Fit_Settings With_Assumed(Fit_Settings Settings, const Assumed_Noise& Assumed) {
+  Settings.Moving.Rotation_Balance = Assumed.Rotation_Balance;
+  Settings.Moving.Noisy_Axis = Assumed.Noisy_Axis;
+  return Settings;
+}
+
+Explained_Fit Explain(const std::vector<Observation>& Kept, const Joint_Fit& First,
+                      const Joint_Fit& Free, double Probability, const Observations& Seen,
+                      const Capture_Rest& Rest, Fit_Settings Settings, double Prior_Probability) {
+  Explained_Fit Fit;
+  Fit.Free = Free;
+  const Exact_Square Square = Fit_Exact_Square(Kept, Free, Settings, Prior_Probability);
+  Fit.Exact_Probability = Square.Probability;
+  // The rows' probability with an unknown square is that with a free one, over the part that the
+  // free one has in both.
+  const double Free_Part = std::max(1.0 - Square.Probability, 1e-12);
+  Fit.Both.Log_Evidence = Free.Terms.Log_Likelihood - std::log(Free_Part) + std::log(Probability);
+  Fit.Both.Motion = Step_Between(First.At, Free.At) + Square.Probability * Square.Motion;
+  Fit.Both.Uncertainty = Uncertainty_Of(Free, Kept, Seen, Rest, Settings);
+  if (Square.Probability > 0.0) {
+    Settings.Scale_Deviation = Exact_Scale_Deviation;
+    Fit.Both.Uncertainty = Average(Fit.Both.Uncertainty,
+                                   Uncertainty_Of(Square.Fit, Kept, Seen, Rest, Settings), Square);
+  }
+  return Fit;
+}
+
+// Turns of trackers of which one stands still have no balance.
+std::vector<Explained_Fit> Explain_All(const std::vector<Observation>& Kept, const Joint_Fit& First,
+                                       const Observations& Seen, const Capture_Rest& Rest,
+                                       const Fit_Settings& Settings, double Prior_Probability) {
+  std::vector<Explained_Fit> All;
+  const bool Is_One_Still = !Rest.Moving.Camera || !Rest.Moving.Board;
+  for (const Assumed_Noise& Assumed : All_Assumed) {
+    if (Is_One_Still && Assumed.Rotation_Balance != 0.0) continue;
+    const Fit_Settings Own = With_Assumed(Settings, Assumed);
+    const Joint_Fit Free = All.empty() ? First : Fit_Rows(Kept, First.At, First.Variance, Own);
+    const double Gain = Free.Terms.Log_Likelihood - First.Terms.Log_Likelihood;
+    if (!All.empty() && !(Free.Has_Converged && Gain > -Hopeless)) continue;
+    All.push_back(
+        Explain(Kept, First, Free, Assumed.Probability, Seen, Rest, Own, Prior_Probability));
+  }
+  return All;
+}
+
 void Describe_Fit(const Observations& Seen, const Capture_Rest& Rest, const Selection& Selected,
                   double Prior_Probability, Joint_Solution& Solution) {
-  const Joint_Fit& Free = Selected.Fit;
+  const Joint_Fit& First = Selected.Fit;
   const std::vector<Observation> Kept = Kept_Rows(Solution.Settled, Selected.Is_Kept);
-  const Exact_Square Square = Fit_Exact_Square(Kept, Free, Solution.Settings, Prior_Probability);
-  Solution.Exact_Square_Probability = Square.Probability;
-  Solution.At = Moved(Free.At, Square.Probability * Square.Motion);
-  Unknown_Uncertainty Unknown = Uncertainty_Of(Free, Kept, Seen, Rest, Solution.Settings);
-  if (Square.Probability > 0.0) {
-    Fit_Settings Exact_Settings = Solution.Settings;
-    Exact_Settings.Scale_Deviation = Exact_Scale_Deviation;
-    Unknown =
-        Average(Unknown, Uncertainty_Of(Square.Fit, Kept, Seen, Rest, Exact_Settings), Square);
+  const std::vector<Explained_Fit> Fits =
+      Explain_All(Kept, First, Seen, Rest, Solution.Settings, Prior_Probability);
+  std::vector<Explanation> Explanations;
+  for (const Explained_Fit& Fit : Fits) Explanations.push_back(Fit.Both);
+  Average_Explanation Mean = Average(Explanations);
+  std::size_t Likeliest = 0;
+  Solution.Exact_Square_Probability = 0;
+  for (std::size_t k = 0; k < Fits.size(); ++k) {
+    Solution.Exact_Square_Probability += Mean.Probabilities[k] * Fits[k].Exact_Probability;
+    if (Mean.Probabilities[k] > Mean.Probabilities[Likeliest]) Likeliest = k;
   }
-  Describe_Uncertainty(Unknown, Solution);
-  Solution.Variance = Free.Variance;
-  Solution.Noise = {std::sqrt(Free.Variance[Corner_Noise]),
-                    std::sqrt(Free.Variance[Rotation_Noise]),
-                    std::sqrt(Free.Variance[Position_Noise])};
+  Solution.At = Moved(First.At, Mean.Motion);
+  Solution.Widening =
+      Widening(Measure_Disagreement(Fits[Likeliest].Free, Neighbouring_Rows(Kept)), Kept.size());
+  Describe_Uncertainty(Widened(Mean.Uncertainty, Solution.Widening), Solution);
+  Solution.Variance = First.Variance;
+  Solution.Noise = {std::sqrt(First.Variance[Corner_Noise]),
+                    std::sqrt(First.Variance[Rotation_Noise]),
+                    std::sqrt(First.Variance[Position_Noise])};
   Solution.Motion = Measure_Motion(Kept);
 }
 

@@ -62,6 +62,11 @@ struct Joint_Solution {
   double Scale_Deviation = std::numeric_limits<double>::infinity();  // of Square_Scale
   double Exact_Square_Probability = 0;                               // after the rows were seen
   Noise_Estimate Noise;
+  // Groups of neighbouring rows contradict each other by this much more than independent noise lets
+  // them: all half-widths are stated this much wider, at least 1. They cover errors that are alike
+  // in neighbouring poses as far as these differ within the capture, and no error that all rows
+  // share, as of a tracking system whose scale is off.
+  double Widening = 1;
   std::vector<Solved_Row> Rows;  // one for each usable observation, in order
   Capture_Motion Motion;
   // What a closer look at the same capture begins with.

@@ -118,6 +118,13 @@ Unknown_Uncertainty Describe_Unknowns(const std::vector<Linear_Row>& Rows,
   return Unknown;
 }
 
+Unknown_Uncertainty Widened(const Unknown_Uncertainty& Unknown, double Factor) {
+  Unknown_Uncertainty Wide = Unknown;
+  Wide.Covariance *= Factor * Factor;
+  for (Unknown_Matrix& Derivative : Wide.Row_Covariance_By_Variance) Derivative *= Factor * Factor;
+  return Wide;
+}
+
 Mount_Uncertainty Describe_Mount(const Unknown_Uncertainty& Unknown, int First) {
   Mount_Uncertainty Mount;
   Mount.Covariance = Unknown.Covariance.block<6, 6>(First, First);

@@ -53,6 +53,9 @@ Unknown_Uncertainty Describe_Unknowns(const std::vector<Linear_Row>& Rows,
                                       const Likelihood_Terms& Terms, const Variances& At,
                                       const Unknown_Matrix& Known_Covariance);
 
+// The same with all standard deviations larger by the factor.
+Unknown_Uncertainty Widened(const Unknown_Uncertainty& Unknown, double Factor);
+
 // Of the six unknowns that begin at First (Camera_Mount or Board_Mount).
 Mount_Uncertainty Describe_Mount(const Unknown_Uncertainty& Unknown, int First);
 

@@ -20,7 +20,8 @@ struct Tracker_Rest {
 };
 
 // Still when more than half of the poses are within half a degree and 5 mm of the middle, which no
-// hand and no dolly is. The list isn't empty.
+// hand and no dolly is, and when they don't step from one place to another, as of a tripod that was
+// pushed. The list, in the capture's order, isn't empty.
 Tracker_Rest Measure_Rest(const std::vector<Eigen::Isometry3d>& Transform_Base_Tracker_All);
 
 struct Capture_Rest {

@@ -91,12 +91,19 @@ Matrix6d Shape_By_Differences(const Observation& Row, const Mounts& At, bool Cam
   return Sum;
 }
 
+rigsync::Moving_Trackers Which_Move(bool Camera, bool Board) {
+  rigsync::Moving_Trackers Moving;
+  Moving.Camera = Camera;
+  Moving.Board = Board;
+  return Moving;
+}
+
 TEST(JointModel, RotationNoiseActsAtTheEndOfEachLeverArm) {
   const Observation Row = Row_Off();
   const Mounts At = True_Mounts();
   for (const auto& [Camera, Board] : {std::pair{true, true}, {true, false}, {false, true}}) {
     const Matrix6d Shape =
-        rigsync::Shape_Noise(Row, At, 1.0, {Camera, Board})[rigsync::Rotation_Noise];
+        rigsync::Shape_Noise(Row, At, 1.0, Which_Move(Camera, Board))[rigsync::Rotation_Noise];
     // One-sided differences are off by the step.
     EXPECT_LE((Shape - Shape_By_Differences(Row, At, Camera, Board)).norm(), 1e-4);
   }
@@ -122,6 +129,30 @@ TEST(JointModel, NoiseOfACaseWorkedByHand) {
   Matrix6d Position = Matrix6d::Zero();
   Position.diagonal() << 0, 0, 0, 1, 1, 1;
   EXPECT_EQ(Shapes[rigsync::Position_Noise], Position);
+}
+
+// A camera tracker that is turned by 90 degrees about z sees the room's x as y. Nine to one to one,
+// with a mean of 1.
+TEST(JointModel, ANoisyAxisOfTheRoomIsTurnedIntoTheCamera) {
+  rigsync::Observation Row;
+  Row.Transform_Tc_Base.linear() << 0, -1, 0, 1, 0, 0, 0, 0, 1;
+  rigsync::Moving_Trackers Moving;
+  Moving.Noisy_Axis = 0;
+  const Matrix6d Shape = rigsync::Shape_Noise(Row, {}, 1.0, Moving)[rigsync::Position_Noise];
+  Matrix6d Expected = Matrix6d::Zero();
+  Expected.diagonal().tail<3>() << 3.0 / 11, 27.0 / 11, 3.0 / 11;
+  EXPECT_LE((Shape - Expected).norm(), 1e-12);
+}
+
+TEST(JointModel, TheBalanceSharesTheRotationNoiseOut) {
+  rigsync::Observation Row;
+  const rigsync::Moving_Trackers Camera = Which_Move(true, false), Board = Which_Move(false, true);
+  const auto Shape = [&Row](const rigsync::Moving_Trackers& Moving) {
+    return rigsync::Shape_Noise(Row, {}, 1.0, Moving)[rigsync::Rotation_Noise];
+  };
+  rigsync::Moving_Trackers Uneven;
+  Uneven.Rotation_Balance = 0.8;
+  EXPECT_LE((Shape(Uneven) - 0.2 * Shape(Camera) - 1.8 * Shape(Board)).norm(), 1e-12);
 }
 
 }  // namespace
