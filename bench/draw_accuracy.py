@@ -56,13 +56,12 @@ def read(path):
         except ValueError:
             return text
     with open(path, encoding="utf-8") as source:
-        lines = [{name: value(text) for name, text in line.items()}
-                 for line in csv.DictReader(source)]
+        lines = list(csv.DictReader(source))
     if not lines:
         raise Refused(f"{path} has no captures")
     if any(None in line or None in line.values() for line in lines):
         raise Refused(f"{path} isn't complete")
-    return lines
+    return [{name: value(text) for name, text in line.items()} for line in lines]
 
 
 def groups(lines):
