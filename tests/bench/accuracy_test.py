@@ -66,20 +66,26 @@ class Rows(unittest.TestCase):
 
     def test_no_row_is_named_when_everything_holds(self):
         text = PAGE.claims({"noise": {"usual": HONEST}})
-        self.assertEqual(text.count(": none."), 2, text)
+        self.assertEqual(text, "They hold in every row.")
 
     def test_a_row_is_named_in_which_another_solver_is_better(self):
         worse = [{**line, "shah_deg": 0.01} for line in HONEST]
         text = PAGE.claims({"noise": {"usual": HONEST, "strong": worse}})
-        self.assertIn("strong (degrees: Shah 0.01, joint 0.02)", text)
+        self.assertIn("| strong | Shah, 0.01 ° against 0.02 | - | - |", text)
         self.assertNotIn("usual", text)
+
+    def test_the_library_with_the_true_place_is_named_apart(self):
+        worse = [{**line, "library_true_mm": 0.1} for line in HONEST]
+        text = PAGE.claims({"motion": {"0.2": worse}})
+        self.assertIn("| part of the turns: 0.2 | - | library, true place, 0.1 mm against 0.2 | - |",
+                      text)
 
     def test_a_row_is_named_whose_intervals_are_too_short_or_too_long(self):
         short = [{**line, "axes_inside": 5} for line in HONEST]
         wide = [{**line, "axes_inside": 6, "all_inside": 1} for line in HONEST]
         text = PAGE.claims({"kinds": {"short": short, "wide": wide}})
-        self.assertIn("short (83.3 % per axis, 95.0 % of all six)", text)
-        self.assertIn("wide (100.0 % per axis, 100.0 % of all six)", text)
+        self.assertIn("| short | - | - | 83.3 % per axis, 95.0 % of all six |", text)
+        self.assertIn("| wide | - | - | 100.0 % per axis, 100.0 % of all six |", text)
 
 
 class Faults(unittest.TestCase):
@@ -104,11 +110,11 @@ class Faults(unittest.TestCase):
         self.assertEqual(self.row("**all**"), ["4", "3", "2", "2", "1", "1"])
 
     def test_every_wrong_result_without_a_warning_is_listed(self):
-        text = PAGE.silent_list(self.LINES)
-        self.assertEqual(len(text.splitlines()), 1, text)
-        self.assertIn("seed 31: a tracker slips and the lens doesn't fit the model; 0.5 mm and "
-                      "0.40° off", text)
-        self.assertEqual(PAGE.silent_list(self.LINES[:2]), "None.")
+        text = PAGE.silent_table(self.LINES)
+        self.assertEqual(len(text.splitlines()), 3, text)
+        self.assertIn("| 31 | a tracker slips and the lens doesn't fit the model | no | "
+                      "0.5 mm, 0.40° | 0.4 px |", text)
+        self.assertEqual(PAGE.silent_table(self.LINES[:2]), "None.")
 
 
 class Measuring(unittest.TestCase):
