@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "bench/compared_solvers.h"
 
-#include "bench/quick_lens.h"
 #include "rigsync/geometry/angle.h"
 #include "simulate/geometry.h"
 
@@ -53,22 +52,6 @@ std::vector<rigsync::Row_Facts> With_Axes(const std::vector<rigsync::Row_Facts>&
   std::vector<rigsync::Row_Facts> Turned = Rows;
   for (rigsync::Row_Facts& Facts : Turned) Facts.Camera = rigsync::With_Axes(Facts.Camera, Axes);
   return Turned;
-}
-
-// Corners as a lens with the first two of the five coefficients would have shown them.
-rigsync::Corner_List Without_The_Rest(const rigsync::Corner_List& Corners, const Library_Lens& Lens,
-                                      const rigsync::Lens& Two) {
-  std::vector<cv::Point2d> Seen, Ideal;
-  for (const auto& [X, Y] : Corners) Seen.emplace_back(X, Y);
-  cv::undistortPoints(Seen, Ideal, Lens.Camera_Matrix, Lens.Distortion, cv::noArray(),
-                      cv::noArray(), {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 40, 1e-9});
-  rigsync::Corner_List Shown;
-  const simulate::Lens Model{Two.Fx, Two.Fy, Two.Cx, Two.Cy, Two.K1, Two.K2};
-  for (const cv::Point2d& Point : Ideal) {
-    const Eigen::Vector2d Pixel = simulate::Project(Model, {Point.x, Point.y, 1.0});
-    Shown.push_back({static_cast<float>(Pixel.x()), static_cast<float>(Pixel.y())});
-  }
-  return Shown;
 }
 
 }  // namespace
@@ -132,27 +115,6 @@ rigsync::Capture_Solution Run_Joint(const Views& Seen, const Corner_Capture& Cap
                                 As_Lens(*Seen.Lens), Stated);
 }
 
-Fuller_Lens Run_Joint_With_Fuller_Lens(const Views& Seen, const Corner_Capture& Capture) {
-  if (!Seen.Lens) return {};
-  try {
-    const std::optional<Library_Lens> Five =
-        Refine_Lens(Seen.Corners, Seen.Board, *Seen.Lens, Distortion_Model::Five);
-    if (!Five) return {};
-    const rigsync::Lens Two = As_Lens(*Five);
-    std::vector<rigsync::Row_Facts> Rows = Capture.Rows;
-    std::size_t Points = 0;
-    for (rigsync::Row_Facts& Facts : Rows) {
-      Points += Facts.Corners.size();
-      Facts.Corners = Without_The_Rest(Facts.Corners, *Five, Two);
-    }
-    const double Ratio = Seen.Lens->Rms / Five->Rms;
-    return {2.0 * static_cast<double>(Points) * (Ratio * Ratio - 1.0),
-            rigsync::Solve_Capture(Rows, Seen.Board.Size, Seen.Board.Square_Size, Two)};
-  } catch (const cv::Exception&) {
-    return {};
-  }
-}
-
 Guided_Library Run_Guided_Library(const Views& Seen, const Corner_Capture& Capture,
                                   const rigsync::Joint_Solution& Joint) {
   Guided_Library Guided;
@@ -161,6 +123,25 @@ Guided_Library Run_Guided_Library(const Views& Seen, const Corner_Capture& Captu
   Guided.Result = Run_Library(
       Seen, Capture, rigsync::Place_From_Transform(Joint.At.Transform_Tr_Chart), Guided.Axes);
   return Guided;
+}
+
+rigsync::Second_Opinion Judge(const Guided_Library& Guided,
+                              const rigsync::Capture_Solution& Solution,
+                              rigsync::Solution_Choice Choice) {
+  constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
+  rigsync::Judged_Result Judged;
+  Judged.Choice = Choice;
+  Judged.Has_Usable_Code = Guided.Result.Code == 0 || Guided.Result.Code == 99;
+  Judged.Is_Place_Contradicted = Solution.Place && !Solution.Place->Is_Prior;
+  Judged.Lens_Check = Solution.Lens_Check;
+  return rigsync::Judge_Mount(
+      Guided.Result.Transform_Cam_Tc.value_or(Eigen::Matrix4d::Constant(NaN)), Solution.Joint,
+      Solution.Likeliest_Slip, {}, Judged);
+}
+
+std::optional<Eigen::Matrix4d> Joint_Mount(const rigsync::Joint_Solution& Joint) {
+  if (Joint.Status != rigsync::Solve_Status::Solved) return std::nullopt;
+  return Joint.At.Transform_Cam_Tc.matrix();
 }
 
 std::optional<Eigen::Matrix4d> Solve_By_Park(const rigsync::Observations& Seen) {

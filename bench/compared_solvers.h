@@ -8,6 +8,7 @@
 #include "bench/library_sequence.h"
 #include "rigsync/solve/body_axes.h"
 #include "rigsync/solve/capture_solution.h"
+#include "rigsync/solve/second_opinion.h"
 
 #include <Eigen/Core>
 #include <Eigen/Geometry>
@@ -44,16 +45,6 @@ Library_Result Run_Library(const Views& Seen, const Corner_Capture& Capture,
 rigsync::Capture_Solution Run_Joint(const Views& Seen, const Corner_Capture& Capture,
                                     const std::optional<rigsync::Stated_Place>& Stated = {});
 
-// The joint solve with a lens of five coefficients instead of two, and how much better that lens
-// fits: the sum of the squared corner residuals that it saves, in units of their variance. For a
-// lens that has two, a value of chi-squared with three degrees of freedom.
-struct Fuller_Lens {
-  double Gain = 0;
-  rigsync::Capture_Solution Solution;
-};
-
-Fuller_Lens Run_Joint_With_Fuller_Lens(const Views& Seen, const Corner_Capture& Capture);
-
 // The library with the jointly solved place of the board, and with other axes for the camera's
 // tracker where the solved mount asks for them.
 struct Guided_Library {
@@ -63,6 +54,14 @@ struct Guided_Library {
 
 Guided_Library Run_Guided_Library(const Views& Seen, const Corner_Capture& Capture,
                                   const rigsync::Joint_Solution& Joint);
+
+// What the command says of the library's mount, or of the joint one.
+rigsync::Second_Opinion Judge(const Guided_Library& Guided,
+                              const rigsync::Capture_Solution& Solution,
+                              rigsync::Solution_Choice Choice);
+
+// The joint mount, where it was solved.
+std::optional<Eigen::Matrix4d> Joint_Mount(const rigsync::Joint_Solution& Joint);
 
 // OpenCV's solvers, on all observations: hand-eye calibration by Park and Martin (1994),
 // robot-world and hand-eye calibration by Shah (2013). None when OpenCV throws.

@@ -236,7 +236,8 @@ def is_off(line, run):
 
 
 def has_usable_code(line, run):
-    return line[run + "_code"] in USABLE_CODES and math.isfinite(line[run + "_mm"])
+    """The joint mount has no code."""
+    return line.get(run + "_code", 0) in USABLE_CODES and math.isfinite(line[run + "_mm"])
 
 
 def is_called_usable(line, run):
@@ -247,34 +248,38 @@ def is_called_usable(line, run):
 def fault_table(faults):
     """For each kind of fault, alone or with others: what is called usable, and what of it is off."""
     header = ["Captures", "number", "library alone: called usable", "of which off",
-              "with the second opinion: called usable", "of which off", "good, but not called so"]
+              "with the second opinion: called usable", "of which off", "good, but not called so",
+              "joint mount chosen: called usable", "of which off", "good, but not called so"]
     rows = []
     for kind, name in [*KINDS.items(), (None, "**all**")]:
         captures = [line for line in faults if kind is None or kind in line["kinds"].split("+")]
         cells = []
-        for run in ("before", "after"):
+        for run in ("before", "after", "after_joint"):
             usable = [line for line in captures if is_called_usable(line, run)]
             cells += [str(len(usable)), str(count(usable, lambda line: is_off(line, run)))]
-        withheld = count(captures, lambda line: has_usable_code(line, "after")
-                         and not is_off(line, "after") and line["after_verdict"] != "agree")
-        rows.append([name, str(len(captures)), *cells, str(withheld)])
+            if run != "before":
+                cells.append(str(count(captures, lambda line: has_usable_code(line, run)
+                                       and not is_off(line, run)
+                                       and line[run + "_verdict"] != "agree")))
+        rows.append([name, str(len(captures)), *cells])
     return table(header, rows)
 
 
+RUNS = {"after": "the library's", "given": "the library's, estimate as a prior",
+        "after_joint": "the joint", "given_joint": "the joint, estimate as a prior"}
+
+
 def silent_table(faults):
-    """Every wrong result that is called usable, with its faults."""
+    """Every wrong mount that is called usable, with its faults."""
     rows = []
     for line in faults:
-        off = [name for run, name in (("after", "no"), ("given", "as a prior"))
-               if is_called_usable(line, run) and is_off(line, run)]
-        if not off:
-            continue
-        run = "after" if off[0] == "no" else "given"
-        rows.append([f"{line['seed']:.0f}",
-                     " and ".join(KINDS[kind] for kind in line["kinds"].split("+")),
-                     " or ".join(off), f"{line[run + '_mm']:.1f} mm, {line[run + '_deg']:.2f}°",
-                     f"{line[run + '_picture_px']:.1f} px"])
-    return table(["Seed", "Faults", "estimate", "off by", "in the picture"],
+        for run, name in RUNS.items():
+            if is_called_usable(line, run) and is_off(line, run):
+                rows.append([f"{line['seed']:.0f}",
+                             " and ".join(KINDS[kind] for kind in line["kinds"].split("+")), name,
+                             f"{line[run + '_mm']:.1f} mm, {line[run + '_deg']:.2f}°",
+                             f"{line[run + '_picture_px']:.1f} px"])
+    return table(["Seed", "Faults", "mount", "off by", "in the picture"],
                  rows) if rows else "None."
 
 

@@ -3,7 +3,6 @@
 
 #include "bench/columns.h"
 #include "bench/compared_solvers.h"
-#include "rigsync/solve/second_opinion.h"
 #include "simulate/random.h"
 
 #include <algorithm>
@@ -227,27 +226,9 @@ void Add_Library(const std::string& Name, const Library_Result& Result,
 std::string Reasons_Of(const rigsync::Second_Opinion& Opinion) {
   std::string Text;
   for (const rigsync::Verdict_Reason Reason : Opinion.Reasons) {
-    Text += std::to_string(static_cast<int>(Reason));
+    Text += static_cast<char>('a' + static_cast<int>(Reason));
   }
   return Text;
-}
-
-void Add_Fuller_Lens(const Views& Seen, const Corner_Capture& Capture,
-                     const rigsync::Joint_Solution& Joint, Columns& Line) {
-  const Fuller_Lens Fuller = Run_Joint_With_Fuller_Lens(Seen, Capture);
-  std::optional<Eigen::Matrix4d> Solved;
-  if (!Fuller.Solution.Joint.Rows.empty()) {
-    Solved = Fuller.Solution.Joint.At.Transform_Cam_Tc.matrix();
-  }
-  const Mount_Error Moved = Error_Of(Joint.At.Transform_Cam_Tc, Solved);
-  const Mount_Error Error = Error_Of(Capture.Transform_Cam_Tc, Solved);
-  Line.Add("fuller_gain", Fuller.Gain);
-  Line.Add("fuller_moved_mm", Moved.Mm);
-  Line.Add("fuller_moved_deg", Moved.Deg);
-  Line.Add("fuller_mm", Error.Mm);
-  Line.Add("fuller_deg", Error.Deg);
-  Line.Add("fuller_half_mm", Fuller.Solution.Joint.Camera_Mount.Widest_Mm.Half_Width);
-  Line.Add("fuller_half_deg", Fuller.Solution.Joint.Camera_Mount.Widest_Deg.Half_Width);
 }
 
 // The joint solve with the library after it, and what both together say.
@@ -258,17 +239,15 @@ void Add_Second_Opinion(const std::string& Name, const Views& Seen, const Corner
   const Guided_Library Guided = Run_Guided_Library(Seen, Capture, Joint);
   constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
   const rigsync::Second_Opinion Opinion =
-      rigsync::Judge_Mount(Guided.Result.Transform_Cam_Tc.value_or(Eigen::Matrix4d::Constant(NaN)),
-                           Joint, Solution.Likeliest_Slip);
-  std::optional<Eigen::Matrix4d> Solved;
-  if (!Joint.Rows.empty()) Solved = Joint.At.Transform_Cam_Tc.matrix();
+      Judge(Guided, Solution, rigsync::Solution_Choice::Library);
+  const rigsync::Second_Opinion Of_Joint = Judge(Guided, Solution, rigsync::Solution_Choice::Joint);
+  const std::optional<Eigen::Matrix4d> Solved = Joint_Mount(Joint);
   const Mount_Error Joint_Error = Error_Of(Capture.Transform_Cam_Tc, Solved);
   std::size_t Kept = 0;
   for (const rigsync::Solved_Row& Row : Joint.Rows) Kept += Row.Is_Kept ? 1 : 0;
   const auto Last_Kept = std::find_if(Joint.Rows.rbegin(), Joint.Rows.rend(),
                                       [](const auto& Row) { return Row.Is_Kept; });
   Line.Add(Name + "_dropped_last", static_cast<double>(Last_Kept - Joint.Rows.rbegin()));
-  if (Name == "after") Add_Fuller_Lens(Seen, Capture, Joint, Line);
   Line.Add(Name + "_verdict", std::string(Name_Of(Opinion.Judgement)));
   Line.Add(Name + "_reasons", "r" + Reasons_Of(Opinion));
   Add_Library(Name, Guided.Result, Capture, Line);
@@ -276,6 +255,10 @@ void Add_Second_Opinion(const std::string& Name, const Views& Seen, const Corner
            Picture_Error_Px(Seen, Capture.Transform_Cam_Tc, Guided.Result.Transform_Cam_Tc));
   Line.Add(Name + "_turned", Guided.Axes.Is_Turned ? 1 : 0);
   Line.Add(Name + "_status", static_cast<double>(Joint.Status));
+  Line.Add(Name + "_joint_verdict", std::string(Name_Of(Of_Joint.Judgement)));
+  Line.Add(Name + "_joint_reasons", "r" + Reasons_Of(Of_Joint));
+  Line.Add(Name + "_joint_picture_px", Picture_Error_Px(Seen, Capture.Transform_Cam_Tc, Solved));
+  Line.Add(Name + "_lens_f", Solution.Lens_Check ? Solution.Lens_Check->F : NaN);
   Line.Add(Name + "_joint_kept", static_cast<double>(Kept));
   Line.Add(Name + "_joint_mm", Joint_Error.Mm);
   Line.Add(Name + "_joint_deg", Joint_Error.Deg);

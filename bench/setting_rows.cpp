@@ -4,7 +4,6 @@
 #include "bench/columns.h"
 #include "bench/compared_solvers.h"
 #include "rigsync/geometry/angle.h"
-#include "rigsync/solve/second_opinion.h"
 #include "simulate/geometry.h"
 
 #include <algorithm>
@@ -152,10 +151,7 @@ Columns Compare(const Row& Of, const Views& Seen, unsigned Seed) {
   const rigsync::Joint_Solution& Joint = Solution.Joint;
   const Guided_Library Guided = Run_Guided_Library(Seen, Capture, Joint);
   const rigsync::Second_Opinion Opinion =
-      rigsync::Judge_Mount(Guided.Result.Transform_Cam_Tc.value_or(Eigen::Matrix4d::Constant(NaN)),
-                           Joint, Solution.Likeliest_Slip);
-  std::optional<Eigen::Matrix4d> Solved;
-  if (Joint.Status == rigsync::Solve_Status::Solved) Solved = Joint.At.Transform_Cam_Tc.matrix();
+      Judge(Guided, Solution, rigsync::Solution_Choice::Library);
   Columns Line;
   Line.Add("group", Of.Group);
   Line.Add("row", "\"" + Of.Name + "\"");
@@ -165,7 +161,7 @@ Columns Compare(const Row& Of, const Views& Seen, unsigned Seed) {
   Add_Library(
       "library_own_axes", Truth,
       Run_Library(Seen, Capture, rigsync::Place_From_Transform(Joint.At.Transform_Tr_Chart)), Line);
-  Add_Error("joint", Truth, Solved, Line);
+  Add_Error("joint", Truth, Joint_Mount(Joint), Line);
   Add_Error("park", Truth, Solve_By_Park(Solution.Seen), Line);
   Add_Error("shah", Truth, Solve_By_Shah(Solution.Seen), Line);
   Add_Coverage(Truth, Joint, Line);

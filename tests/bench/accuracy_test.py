@@ -36,10 +36,13 @@ def capture(**changes):
 
 
 def fault(**changes):
-    made = {"seed": 7, "kinds": "clean", "after_verdict": "agree", "given_verdict": "agree",
-            "after_picture_px": 0.4, "given_picture_px": 0.4}
-    for run in ("before", "after", "given"):
-        made.update({run + "_mm": 0.5, run + "_deg": 0.02, run + "_code": 0})
+    made = {"seed": 7, "kinds": "clean"}
+    for run in ("before", "after", "given", "after_joint", "given_joint"):
+        made.update({run + "_mm": 0.5, run + "_deg": 0.02, run + "_picture_px": 0.4})
+        if run != "before":
+            made[run + "_verdict"] = "agree"
+        if not run.endswith("joint"):  # which has no code
+            made[run + "_code"] = 0
     return {**made, **changes}
 
 
@@ -91,9 +94,11 @@ class Rows(unittest.TestCase):
 class Faults(unittest.TestCase):
     LINES = [
         fault(),
-        fault(kinds="slip", before_mm=4.0, after_mm=4.0, after_verdict="dont-use"),
+        fault(kinds="slip", before_mm=4.0, after_mm=4.0, after_verdict="dont-use",
+              after_joint_mm=3.5, seed=12),
         fault(kinds="slip+lens", before_deg=0.4, before_code=99, after_deg=0.4, seed=31),
-        fault(kinds="lens", before_code=13, before_mm=float("nan"), after_verdict="look"),
+        fault(kinds="lens", before_code=13, before_mm=float("nan"), after_verdict="look",
+              after_joint_verdict="look"),
     ]
 
     def row(self, name):
@@ -104,17 +109,19 @@ class Faults(unittest.TestCase):
         return None
 
     def test_usable_and_wrong_ones_are_counted_by_kind(self):
-        self.assertEqual(self.row("a tracker slips"), ["2", "2", "2", "1", "1", "0"])
+        self.assertEqual(self.row("a tracker slips"),
+                         ["2", "2", "2", "1", "1", "0", "2", "1", "0"])
         self.assertEqual(self.row("the lens doesn't fit the model"),
-                         ["2", "1", "1", "1", "1", "1"])
-        self.assertEqual(self.row("**all**"), ["4", "3", "2", "2", "1", "1"])
+                         ["2", "1", "1", "1", "1", "1", "1", "0", "1"])
+        self.assertEqual(self.row("**all**"), ["4", "3", "2", "2", "1", "1", "3", "1", "1"])
 
     def test_every_wrong_result_without_a_warning_is_listed(self):
         text = PAGE.silent_table(self.LINES)
-        self.assertEqual(len(text.splitlines()), 3, text)
-        self.assertIn("| 31 | a tracker slips and the lens doesn't fit the model | no | "
+        self.assertEqual(len(text.splitlines()), 4, text)
+        self.assertIn("| 31 | a tracker slips and the lens doesn't fit the model | the library's | "
                       "0.5 mm, 0.40° | 0.4 px |", text)
-        self.assertEqual(PAGE.silent_table(self.LINES[:2]), "None.")
+        self.assertIn("| 12 | a tracker slips | the joint | 3.5 mm, 0.02° | 0.4 px |", text)
+        self.assertEqual(PAGE.silent_table(self.LINES[:1]), "None.")
 
 
 class Measuring(unittest.TestCase):
