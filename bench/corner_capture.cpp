@@ -208,7 +208,8 @@ Library_Lens Start_Of(const Views& Seen, double Square_Factor) {
 // solves them as the library does.
 std::optional<Library_Lens> Solve_Lens(const Views& Seen, const View_Setting& Setting) {
   constexpr int Least_Images = 12;
-  const bool Is_Weak = Setting.Turn_Part != 1.0 || Setting.Turns_About_One_Axis ||
+  constexpr double Least_Turn_Part = 0.1;
+  const bool Is_Weak = Setting.Turn_Part < Least_Turn_Part || Setting.Turns_About_One_Axis ||
                        Setting.Images < Least_Images || Setting.Lens.Is_Fisheye;
   if (!Is_Weak) {
     const std::optional<Library_Lens> Refined = Refine_Lens(

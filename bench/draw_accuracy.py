@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # draw_accuracy.py ROWS FAULTS DOCS: writes what 'accuracy rows' and 'accuracy faults' have measured
-# into the blocks of DOCS/accuracy.md, and draws DOCS/accuracy-*.svg. Nothing is written unless every
-# figure is there.
+# into the blocks of DOCS/accuracy.md, and draws DOCS/accuracy-*.svg. Nothing is written unless
+# every figure is there.
 import collections
 import csv
 import math
@@ -146,7 +146,8 @@ def mount_table(rows):
 
 def estimate_table(rows):
     header = ["Estimate off by", "library from the estimate", "library, solved place", "joint"]
-    return table(header, [[row, *(error(captures, solver) for solver in (LIBRARY, GUIDED, JOINT))]
+    solvers = (LIBRARY, GUIDED, JOINT)
+    return table(header, [[row, *(error(captures, solver) for solver in solvers)]
                           for row, captures in rows.items()])
 
 
@@ -159,7 +160,8 @@ def coverage_table(data):
         for row, captures in found.items():
             if (group, row) in SAME_AS_USUAL:
                 continue
-            rows.append([row_name(group, row), f"{axes_inside(captures):.1f} %", f"{region_inside(captures):.1f} %",
+            rows.append([row_name(group, row), f"{axes_inside(captures):.1f} %",
+                         f"{region_inside(captures):.1f} %",
                          f"{median(captures, 'half_mm'):.2f} mm, "
                          f"{median(captures, 'half_deg'):.3f}°"])
     return table(header, rows)
@@ -174,7 +176,7 @@ def row_name(group, row):
 
 
 def better_than_joint(captures, solvers):
-    """(unit, solver, its median, the joint solve's) where one of the solvers has the smaller one."""
+    """Where one of the solvers has a smaller median than the joint solve: both medians."""
     found = []
     for column, unit in (("mm", "mm"), ("deg", "°")):
         best = min(solvers, key=lambda solver: median(captures, f"{solver}_{column}"))
@@ -217,8 +219,8 @@ def slip_table(data):
     for row, captures in data["slip"].items():
         named = [line for line in captures if line["slip_evidence"] == 2]
         rows.append(["slip of " + row, f"{len(named)} of {len(captures)}",
-                     f"{count(named, lambda line: line['slip_tracker_right'] == 1)} of {len(named)}",
-                     f"{count(named, lambda line: line['slip_image_right'] == 1)} of {len(named)}",
+                     *(f"{count(named, lambda line: line[right] == 1)} of {len(named)}"
+                       for right in ("slip_tracker_right", "slip_image_right")),
                      f"{count(captures, lambda line: line['slip_evidence'] == 1)}"])
     for group in ("noise", "kinds", "stale"):
         for row, captures in data[group].items():
@@ -246,7 +248,7 @@ def is_called_usable(line, run):
 
 
 def fault_table(faults):
-    """For each kind of fault, alone or with others: what is called usable, and what of it is off."""
+    """For each kind of fault, alone or with others: what is called usable, and how much is off."""
     header = ["Captures", "number", "library alone: called usable", "of which off",
               "with the second opinion: called usable", "of which off", "good, but not called so",
               "joint mount chosen: called usable", "of which off", "good, but not called so"]

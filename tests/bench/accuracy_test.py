@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""accuracy_test.py BUILD SOURCE SCRATCH: what docs/accuracy.md says of invented measurements, and of
-a real one that is tiny.
+"""accuracy_test.py BUILD SOURCE SCRATCH: what docs/accuracy.md says of invented measurements, and
+of a real one that is tiny.
 """
 import importlib.util
 import pathlib
@@ -80,8 +80,8 @@ class Rows(unittest.TestCase):
     def test_the_library_with_the_true_place_is_named_apart(self):
         worse = [{**line, "library_true_mm": 0.1} for line in HONEST]
         text = PAGE.claims({"motion": {"0.2": worse}})
-        self.assertIn("| part of the turns: 0.2 | - | library, true place, 0.1 mm against 0.2 | - |",
-                      text)
+        self.assertIn("| part of the turns: 0.2 | - | library, true place, 0.1 mm against 0.2 | "
+                      "- |", text)
 
     def test_a_row_is_named_whose_intervals_are_too_short_or_too_long(self):
         short = [{**line, "axes_inside": 5} for line in HONEST]
@@ -140,8 +140,8 @@ class Measuring(unittest.TestCase):
         page = (SOURCE / "docs" / "accuracy.md").read_text(encoding="utf-8")
         for where, text in PAGE.blocks(data, PAGE.read(self.files["faults"])).items():
             page = PAGE.fill(page, where, text)
-        self.assertIn("1 captures a row, seeds 5 to 5; 3 captures with random faults, seeds 5 to 7.",
-                      page)
+        self.assertIn("1 captures a row, seeds 5 to 5; 3 captures with random faults, seeds 5 to "
+                      "7.", page)
 
     def test_usual_captures_are_solved_to_a_millimetre(self):
         data = PAGE.groups(PAGE.read(self.files["rows"]))

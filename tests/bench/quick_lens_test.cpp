@@ -42,6 +42,12 @@ TEST(QuickLens, IsTheLibrarysLensForAnotherSquareAndALensThatDoesNotFit) {
   Expect_Same_Lens(Setting, 4);
 }
 
+TEST(QuickLens, IsTheLibrarysLensForATenthOfTheTurns) {
+  bench::View_Setting Setting;
+  Setting.Turn_Part = 0.1;
+  Expect_Same_Lens(Setting, 6);
+}
+
 TEST(QuickLens, FindsTheFiveCoefficientsOfALens) {
   bench::View_Setting Setting;
   Setting.Lens.P1 = 0.005;
