@@ -58,7 +58,8 @@ TINY = {
     "memory": {"images": 12, "sizes": ["640x360", "720x405"]},
     "exports": {"repetitions": 1, "seconds": 0.01},
 }
-# 'rigsync calibrate': good, look, don't use, usable. A capture of a dozen images may be any of them.
+# 'rigsync calibrate': good, look, don't use, usable. A capture of a dozen images may be any of
+# them.
 CALIBRATED = (0, 20, 21, 99)
 # The tracker noise of bench/accuracy.cpp.
 NOISE = ["--position-noise", "0.3mm", "--rotation-noise", "0.03"]
