@@ -55,6 +55,13 @@ TEST(LensSolveCost, MoreCornersTakeLongerAndNoMoreMemory) {
   EXPECT_EQ(Many.Bytes, Few.Bytes);
 }
 
+// Of 12 boards with 22 by 16 corners and with 11 by 8: 69.6 and 47.9 milliseconds.
+TEST(LensSolveCost, FourTimesTheCornersTakeHalfAsLongAgainWhereImagesAreFew) {
+  const double Measured = 69.6 / 47.9;
+  const auto Few = Expected_Lens_Solve(12, 88), Many = Expected_Lens_Solve(12, 352);
+  EXPECT_NEAR(Many.Seconds / Few.Seconds, Measured, Time_Tolerance * Measured);
+}
+
 TEST(LensSolveCost, OfNoImagesIsNothing) {
   EXPECT_EQ(Expected_Lens_Solve(0, Corners).Seconds, 0);
   EXPECT_EQ(Expected_Lens_Solve(0, Corners).Bytes, 0);
