@@ -145,6 +145,9 @@ constexpr Assumed_Noise All_Assumed[] = {{0.4},         {0.15, -0.8},  {0.15, 0.
 // With evidence that is less by this factor, e^-10, an explanation isn't worth its time.
 constexpr double Hopeless = 10.0;
 
+// Before its own weights are fitted it may be this far behind, of which a fit makes good a third.
+constexpr double Hopeless_Before_Fit = 30.0;
+
 // The rows with one of these, the square free and exact.
 struct Explained_Fit {
   Joint_Fit Free;
@@ -179,6 +182,15 @@ Explained_Fit Explain(const std::vector<Observation>& Kept, const Joint_Fit& Fir
   return Fit;
 }
 
+// Of the log likelihood, with the weights and the mounts of the first explanation.
+double Gain_Before_Fit(const std::vector<Observation>& Kept, const Joint_Fit& First,
+                       const Fit_Settings& Settings) {
+  const Likelihood_Terms Terms =
+      Evaluate_Likelihood(Linearise_Rows(Kept, First.At, Settings),
+                          Linearise_Prior(First.At, Settings), First.Variance);
+  return Terms.Log_Likelihood - First.Terms.Log_Likelihood;
+}
+
 // Turns of trackers of which one stands still have no balance.
 std::vector<Explained_Fit> Explain_All(const std::vector<Observation>& Kept, const Joint_Fit& First,
                                        const Observations& Seen, const Capture_Rest& Rest,
@@ -188,6 +200,7 @@ std::vector<Explained_Fit> Explain_All(const std::vector<Observation>& Kept, con
   for (const Assumed_Noise& Assumed : All_Assumed) {
     if (Is_One_Still && Assumed.Rotation_Balance != 0.0) continue;
     const Fit_Settings Own = With_Assumed(Settings, Assumed);
+    if (!All.empty() && Gain_Before_Fit(Kept, First, Own) < -Hopeless_Before_Fit) continue;
     const Joint_Fit Free = All.empty() ? First : Fit_Rows(Kept, First.At, First.Variance, Own);
     const double Gain = Free.Terms.Log_Likelihood - First.Terms.Log_Likelihood;
     if (!All.empty() && !(Free.Has_Converged && Gain > -Hopeless)) continue;

@@ -131,7 +131,7 @@ Options With_A_Lens() {
 }
 
 // Captures that several tests look at: 12 images, and noise of a millimetre.
-constexpr int Shared_Draws = 90;
+constexpr int Shared_Draws = 60;
 
 const Coverage& Of_Few_Images() {
   static const Coverage Sum = [] {
@@ -172,11 +172,11 @@ TEST(JointSolve, TheTruthIsInTheStated95Percent) {
 TEST(JointSolve, TheProbabilityOfAnExactSquareIsThatOfTheDraws) {
   Coverage Sum = Of_Few_Images();
   Sum += Of_Noisy_Trackers();
-  // A probability is at most a half from its mean: the mean of 180 is good to 0.037. p or 0 by the
-  // toss of p deviates from p^2 by 0.38 at most, 0.029 in the mean.
-  EXPECT_NEAR(Sum.Exact_Probability / Sum.Draws, 0.5, 0.11);
+  // A probability is at most a half from its mean: the mean of 120 is good to 0.046. p or 0 by the
+  // toss of p deviates from p^2 by 0.38 at most, 0.035 in the mean.
+  EXPECT_NEAR(Sum.Exact_Probability / Sum.Draws, 0.5, 0.138);
   EXPECT_NEAR(Sum.Exact_Probability_If_Exact / Sum.Draws, Sum.Exact_Probability_Squared / Sum.Draws,
-              0.087);
+              0.105);
   EXPECT_GT(Sum.Exact_Probability_If_Exact, 0.55 * Sum.Exact_Probability);
 }
 
