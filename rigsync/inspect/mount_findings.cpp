@@ -28,11 +28,6 @@ constexpr double One_Axis_Deg = 30.0;
 // Beyond these a half-width says no more than that a mount is open.
 constexpr double Widest_Told_Mm = 1000.0, Widest_Told_Deg = 10.0;
 
-// A slip below both moves no picture. In captures with very little noise, what is left of the lens
-// or of the corners looks like one.
-constexpr double Least_Slip = 0.0005;  // metres
-constexpr double Least_Slip_Deg = 0.05;
-
 double Shift_Of(const Slip& Likeliest) {
   return Likeliest.Motion.tail<3>().norm();
 }
@@ -42,8 +37,7 @@ double Turn_Deg_Of(const Slip& Likeliest) {
 }
 
 bool Is_Told(const Slip& Likeliest) {
-  return Likeliest.Evidence != Slip_Evidence::None &&
-         (Shift_Of(Likeliest) >= Least_Slip || Turn_Deg_Of(Likeliest) >= Least_Slip_Deg);
+  return Likeliest.Evidence != Slip_Evidence::None && Is_Noticeable(Likeliest);
 }
 
 std::string Width(double Half_Width, double Widest_Told) {

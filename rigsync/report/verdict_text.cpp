@@ -127,8 +127,10 @@ std::string Cause_Text(const Calibration_Result& Result, bool Colour) {
   const std::string Title = Heading("Cause", Colour);
   if (!Result.Cause) return Title + Folded("No single cause stands out.", 2);
   const std::string Lines = Lines_Text(Result.Cause->Lines);
-  return Title +
-         Folded(Result.Cause->What + (Lines.empty() ? "" : " It concerns " + Lines + "."), 2);
+  std::string Text = Result.Cause->What;
+  if (!Result.Cause->Example.empty()) Text += " " + Result.Cause->Example;
+  if (!Lines.empty()) Text += " (" + Lines + ")";
+  return Title + Folded(Text, 2);
 }
 
 // Whether the doubt is about the library's mount alone.

@@ -139,7 +139,8 @@ Second_Opinion Judge_Mount(const Eigen::Matrix4d& Library_Transform_Cam_Tc,
   if (Has_Transform && !Joint.Rows.empty()) {
     Measure_Difference(Library_Transform_Cam_Tc, Joint, Opinion);
   }
-  const Slip_Evidence Slip_Seen = Likeliest_Slip ? Likeliest_Slip->Evidence : Slip_Evidence::None;
+  const bool Is_Slip = Likeliest_Slip && Is_Noticeable(*Likeliest_Slip);
+  const Slip_Evidence Slip_Seen = Is_Slip ? Likeliest_Slip->Evidence : Slip_Evidence::None;
   const std::vector<Verdict_Reason> Of_Library =
       Library_Reasons(Opinion, Has_Transform, Is_Solved, Limits, Result);
   Reason_Lists Reasons;

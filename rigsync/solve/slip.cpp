@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/solve/slip.h"
 
+#include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/statistics.h"
 
 #include <Eigen/Cholesky>
@@ -177,6 +178,11 @@ Slip_Evidence Evidence_Of(double Gain) {
 }
 
 }  // namespace
+
+bool Is_Noticeable(const Slip& Seen) {
+  return 1000.0 * Seen.Motion.tail<3>().norm() >= Least_Slip_Mm ||
+         Degrees_Per_Radian * Seen.Motion.head<3>().norm() >= Least_Slip_Deg;
+}
 
 std::optional<Slip> Find_Slip(const Joint_Solution& Solution) {
   const std::size_t Count = Solution.Settled.size();

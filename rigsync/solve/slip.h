@@ -39,6 +39,13 @@ struct Slip {
   Vector6d Motion = Vector6d::Zero();
 };
 
+// A slip below both moves no picture. In captures with very little noise, what is left of the lens
+// or of the corners looks like one.
+constexpr double Least_Slip_Mm = 0.5;
+constexpr double Least_Slip_Deg = 0.05;
+
+bool Is_Noticeable(const Slip& Seen);
+
 // The likeliest slip of the capture. None when the solve left nothing to go by, or when there are
 // too few rows for one.
 std::optional<Slip> Find_Slip(const Joint_Solution& Solution);

@@ -47,6 +47,7 @@ Matrix4d Away(double Mm, double Deg) {
 Slip With_Evidence(Slip_Evidence Evidence) {
   Slip Seen;
   Seen.Evidence = Evidence;
+  Seen.Motion[3] = 0.003;
   return Seen;
 }
 
@@ -132,6 +133,18 @@ TEST(SecondOpinion, ASlipCounts) {
   EXPECT_THAT(Judge(Slip_Evidence::Look).Reasons, ElementsAre(Verdict_Reason::Slip_Suspected));
   EXPECT_EQ(Judge(Slip_Evidence::Found).Judgement, Verdict::Dont_Use);
   EXPECT_THAT(Judge(Slip_Evidence::Found).Reasons, ElementsAre(Verdict_Reason::Slip_Found));
+}
+
+// Half a millimetre and a twentieth of a degree move no picture.
+TEST(SecondOpinion, ASlipThatNobodySeesDoesNotCount) {
+  const auto Judge = [](double Mm, double Deg) {
+    Slip Seen = With_Evidence(Slip_Evidence::Found);
+    Seen.Motion << Deg * pose_rig::Radians_In_Degree, 0, 0, 0, 1e-3 * Mm, 0;
+    return rigsync::Judge_Mount(Away(0, 0), Sharp(), Seen).Judgement;
+  };
+  EXPECT_EQ(Judge(0.49, 0.049), Verdict::Agree);
+  EXPECT_EQ(Judge(0.51, 0), Verdict::Dont_Use);
+  EXPECT_EQ(Judge(0, 0.051), Verdict::Dont_Use);
 }
 
 // With a slip before the last row it would be the only one with the mount that the stage has now.
