@@ -360,7 +360,7 @@ def guide(measured, accuracy_page):
         if images not in errors:
             raise Refused(f"accuracy.md has no error for {images} images")
         rows.append([images, *errors[images], seconds(measured(f"command/{images}/seconds"))])
-    return table(["Images", "Error, median of ten captures", "Refused",
+    return table(["Images", "Error of the library, median", "Refused",
                   "`rigsync calibrate` takes"], rows)
 
 
