@@ -47,7 +47,7 @@ contradict it. Besides the library's solve the command makes one of its own, of
 both mounts together, and compares the two. The verdict comes first:
   usable      both agree, and the mount is known to the limits
   look        something is odd: read why before you use the result
-  don't use   the two contradict each other, or the mount can't be known
+  don't use   they contradict each other, or the mount can't be known
 
 What stays the same for a whole stage can be in a TOML or JSON file (--config
 stage.toml). A flag overrides the file:
@@ -60,7 +60,8 @@ with code 0 or 99, 20 for look and 21 for don't use; 2 for wrong usage, 70 when
 an exception ended the run. Scripts should check "usable" in result.json.
 
 Example:
-  rigsync calibrate capture/capture.csv --board 11x8 --square 30mm --out result)";
+  rigsync calibrate capture/capture.csv --board 11x8 --square 30mm \
+    --out result)";
 
 // The command line as typed.
 struct Calibrate_Arguments {
@@ -166,10 +167,19 @@ std::string Many_Images_Text(std::size_t Images, const Board_Size& Board) {
       Thinning_Step(Images));
 }
 
+// Rows without an image file never reach the lens solve.
+std::size_t Count_Image_Files(const Calibration_Result& Result) {
+  return static_cast<std::size_t>(std::count_if(
+      Result.Images.begin(), Result.Images.end(), [&Result](const Capture_Image& Image) {
+        std::error_code Ignored;
+        return fs::is_regular_file(Result.Inputs.Image_Root / Image.Name, Ignored);
+      }));
+}
+
 // The time of the lens solve grows with the cube of the number of images, so it is told before the
 // run, and a number that is hardly meant is refused.
 void Judge_Image_Amount(const Calibrate_Arguments& Arguments, const Calibration_Result& Result) {
-  const std::size_t Images = Result.Images.size();
+  const std::size_t Images = Count_Image_Files(Result);
   const Image_Amount Amount = Amount_Of(Images);
   if (Amount == Image_Amount::Usual) return;
   const std::string Text = Many_Images_Text(Images, Result.Inputs.Board);

@@ -33,7 +33,7 @@ enum class Verdict_Reason {
   Slip_Found,
   // Worth a look:
   Difference_Unlikely,   // outside 99 % of what its uncertainty allows, and not negligible
-  Difference_And_Width,  // together beyond the limit
+  Difference_And_Width,  // together beyond the limit, the width taken at 99 %
   Slip_Suspected,
   Last_Rows_Left_Out,  // a slip before them would look the same, and the mount would be the old one
   Lens_Does_Not_Fit,   // what the lens model leaves out moves the mount, together beyond the limit

@@ -37,6 +37,28 @@ TEST(Arguments, LengthsAreMetresUnlessTheyCarryAUnit) {
   EXPECT_EQ(rigsync::Parse_Length("--x", "+1e-3"), 0.001);
 }
 
+TEST(Arguments, ALengthAndAnAngleAreOneValue) {
+  const auto Read = rigsync::Parse_Length_And_Angle("--x", "3mm,0.25deg");
+  EXPECT_EQ(Read.Length, 0.003);
+  EXPECT_EQ(Read.Angle_Deg, 0.25);
+  EXPECT_EQ(rigsync::Parse_Length_And_Angle("--x", "0.5, 2").Angle_Deg, 2.0);
+  for (const char* Wrong :
+       {"", "3mm", "3mm,", "3mm,0", "0,0.3", "-3mm,0.3", "3mm,0.3,1", "0.3deg,3mm", "3,0.3"}) {
+    EXPECT_THAT(Refusal([&] { rigsync::Parse_Length_And_Angle("--x", Wrong); }),
+                HasSubstr("for example 3mm,0.3deg"))
+        << Wrong;
+  }
+}
+
+TEST(Arguments, ADistanceIsAboveZero) {
+  EXPECT_EQ(rigsync::Parse_Distance("--x", "250cm"), 2.5);
+  for (const char* Wrong : {"0", "-3m", "far", ""}) {
+    EXPECT_THAT(Refusal([&] { rigsync::Parse_Distance("--x", Wrong); }),
+                HasSubstr("a length above 0"))
+        << Wrong;
+  }
+}
+
 TEST(Arguments, ARefusalNamesFlagAndValueAndWhatWasExpected) {
   EXPECT_THAT(Refusal([] { rigsync::Parse_Length("--square", "30in"); }),
               AllOf(HasSubstr("--square"), HasSubstr("'30in'"), HasSubstr("expected a length")));

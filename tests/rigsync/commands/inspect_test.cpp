@@ -226,9 +226,9 @@ TEST_F(Inspect, StaleSamplesAreNamedAndAGoodEstimateIsNotBlamed) {
 }
 
 TEST_F(Inspect, HalfOfTheRowsStaleLeavesNoMajority) {
-  const Inspection_Report Report = Inspect_Json(
-      Simulated("half", {"--stale", "12", "--seed", "3012", "--size", "960x540", "--position-noise",
-                         "0.3mm", "--rotation-noise", "0.03"}));
+  const Inspection_Report Report =
+      Inspect_Json(Simulated("half", {"--stale", "12", "--seed", "3012", "--size", "960x540",
+                                      "--position-noise", "0.3mm", "--rotation-noise", "0.03"}));
   EXPECT_EQ(Report.Status, 2);
   EXPECT_THAT(Report.Found, ElementsAre(Key("camera_stale"), Key("no_majority")));
   EXPECT_THAT(Report.Text("no_majority", "what"), HasSubstr("of 24 lines agree"));

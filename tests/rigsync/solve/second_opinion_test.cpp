@@ -80,10 +80,12 @@ TEST(SecondOpinion, ADifferenceThatChanceDoesNotMakeIsWorthALook) {
 TEST(SecondOpinion, ADifferenceThatThePrecisionMayHideIsWorthALook) {
   Joint_Solution Joint = Sharp();
   Joint.Camera_Mount.Covariance *= 100;
-  Joint.Camera_Mount.Widest_Mm.Half_Width = 2.9;
-  EXPECT_THAT(rigsync::Judge_Mount(Away(0.11, 0), Joint, {}).Reasons,
+  // 99 % of a normal distribution are within 2.576 standard deviations, 95 % within 1.960.
+  Joint.Camera_Mount.Widest_Mm.Half_Width = 2.0;
+  const double Room_Mm = 3.0 - 2.0 * 2.576 / 1.960;
+  EXPECT_THAT(rigsync::Judge_Mount(Away(Room_Mm + 0.01, 0), Joint, {}).Reasons,
               ElementsAre(Verdict_Reason::Difference_And_Width));
-  EXPECT_EQ(rigsync::Judge_Mount(Away(0.09, 0), Joint, {}).Judgement, Verdict::Agree);
+  EXPECT_EQ(rigsync::Judge_Mount(Away(Room_Mm - 0.01, 0), Joint, {}).Judgement, Verdict::Agree);
 }
 
 TEST(SecondOpinion, ASolveThatCannotTellIsNoConsent) {
