@@ -252,7 +252,7 @@ void Report_Result(const Calibration_Result& Result, const fs::path& Out) {
   if (!Result.Code) return Report_Exception(Result);
   Print(Result_Text(Result, Written_Reprojections(Result.Run_Folder, Result.Images),
                     Out / "result.json", Uses_Colour(stdout)));
-  if (Has_Misleading_Code(Result)) {
+  if (Has_Misleading_Code(Result) && !Result.Opinion) {
     Warn(
         fmt::format("the code is {}, but the result holds NaN or infinite numbers and must not be "
                     "used. Look in "

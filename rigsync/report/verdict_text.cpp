@@ -143,12 +143,22 @@ bool Is_About_Library(Verdict_Reason Reason) {
 // How to take the joint mount instead.
 std::string Joint_Offer(const std::filesystem::path& Result_File) {
   return Folded(
-             "The joint mount, which leaves out rows that contradict the others, is nearer to "
-             "the truth in most such captures. To use it, export it from this result:",
+             "The joint mount leaves out rows that contradict the others and corrects the size of "
+             "the square, so it is nearer to the truth in most such captures. To use it, export it "
+             "from this result:",
              2) +
          fmt::format("    rigsync export {} --solution joint --to ENGINE\n",
                      Shell_Word(Plain_Path(Result_File).string())) +
          Folded("With solution = \"joint\" in the stage file it is the result of every run.", 2);
+}
+
+// For a result that is usable as it is.
+std::string Joint_Hint(const Calibration_Result& Result) {
+  if (Result.Inputs.Solution == Solution_Choice::Joint) return {};
+  return Folded(
+      "The joint mount is a little nearer to the truth in most captures; --solution joint makes it "
+      "the result.",
+      2);
 }
 
 std::string Advice_Text(const Calibration_Result& Result) {
@@ -165,7 +175,7 @@ std::string Advice_Text(const Calibration_Result& Result) {
 
 std::string Next_Step(const Calibration_Result& Result, const std::filesystem::path& Result_File) {
   if (Result.Opinion->Judgement == Verdict::Agree) {
-    return Folded(Advice_For(*Result.Code).Next_Step, 2);
+    return Folded(Advice_For(*Result.Code).Next_Step, 2) + Joint_Hint(Result);
   }
   const bool Is_Offered =
       Is_About_Library(Result.Opinion->Reasons.front()) && Is_Joint_Offered(Result);

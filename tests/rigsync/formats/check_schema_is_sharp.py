@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 #
-# check_schema_is_sharp.py SCHEMA FILE: adds an unknown key to each object of FILE and takes each key
-# out of it, one at a time. Prints what SCHEMA does not notice, a line each, and exits with 1 then.
+# check_schema_is_sharp.py SCHEMA FILE: adds an unknown key to each object of FILE and takes each
+# key out of it, one at a time. Prints what SCHEMA does not notice, a line each, and exits with 1
+# then.
 import json
 import sys
 

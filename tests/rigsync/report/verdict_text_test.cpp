@@ -73,6 +73,8 @@ Where the tracker is, mm
 
 Next step
   Export it to the engine with 'rigsync export'.
+  The joint mount is a little nearer to the truth in most captures; --solution
+  joint makes it the result.
 )");
 }
 
@@ -94,8 +96,9 @@ Cause
 
 Next step
   Remove the lines.
-  The joint mount, which leaves out rows that contradict the others, is nearer
-  to the truth in most such captures. To use it, export it from this result:
+  The joint mount leaves out rows that contradict the others and corrects the
+  size of the square, so it is nearer to the truth in most such captures. To use
+  it, export it from this result:
     rigsync export /out/result.json --solution joint --to ENGINE
   With solution = "joint" in the stage file it is the result of every run.
 )");
@@ -110,6 +113,7 @@ TEST(VerdictText, TheChosenMountComesFirst) {
   Result.Inputs.Solution = rigsync::Solution_Choice::Joint;
   const std::string Text = Text_Of(Result);
   EXPECT_LT(Text.find("\n  joint "), Text.find("\n  library "));
+  EXPECT_THAT(Text, Not(HasSubstr("--solution")));
 }
 
 TEST(VerdictText, AMountThatTheCaptureLeavesOpenIsNotOffered) {
