@@ -87,19 +87,22 @@ std::vector<Code_Advice> Capture_Codes() {
        fmt::format("Fewer than {} images remain after the outliers have been removed.",
                    limits::Least_Kept),
        "The images do not agree on one mount. Check that the trackers were held still for each "
-       "image and are firmly attached, and that --board-euler is right to a few tenths of a "
-       "degree. If the tracker's axes are nearly those of the camera (rotated by about 0 or 180 "
-       "degrees), mount the tracker rotated by some tens of degrees. If the rotation axis of one "
-       "image is much further off than those of the others, remove its line from the CSV; 'rigsync "
-       "inspect' names such lines.",
+       "image and are firmly attached. If the rotation axis of one image is much further off than "
+       "those of the others, remove its line from the CSV; 'rigsync inspect' names such lines. In "
+       "a "
+       "host, or with --library-only, check too that the board's angles are right to a few tenths "
+       "of "
+       "a degree.",
        "Nearly every image contradicts the mean of all images. The lens was solved, the mount was "
        "not: there is no transform to use.",
-       {"The camera, the board or a tracker moved while images were taken.",
-        "--board-euler is off by more than a few tenths of a degree.",
-        "--board gives rows first: 8x11 instead of 11x8.", Quaternion_Order,
+       {"The camera, the board or a tracker moved while images were taken.", Quaternion_Order,
         "One sample is so far off that it shifts the mean that all images are compared with.",
-        "The tracker's axes are nearly those of the camera: such a mount has no definite rotation "
-        "axis, and the outlier filter compares rotation axes."}},
+        "In a host, or with --library-only: the board's angles are off by more than a few tenths "
+        "of "
+        "a degree, or --board gives rows first: 8x11 instead of 11x8.",
+        "In a host, or with --body-axes as-given: the tracker's axes are nearly those of the "
+        "camera. Such a mount has no definite rotation axis, and the outlier filter compares "
+        "rotation axes. Mount the tracker rotated by some tens of degrees."}},
       {14,
        fmt::format("Failed: the reprojection error is above {:g} pixels in an image of {:g} lines.",
                    limits::Usable_Reprojection_Px, limits::Reference_Height_Px),
@@ -122,7 +125,8 @@ std::vector<Code_Advice> Capture_Codes() {
                    limits::Reference_Height_Px),
        {Other_Moment,
         "The board poses are too similar: one position in the frame, one tilt, one distance.",
-        "--square or --board-euler is slightly off."}},
+        "--square is slightly off; in a host, or with --library-only, perhaps the board's "
+        "angles."}},
   };
 }
 

@@ -35,7 +35,8 @@ void Judge_Result(const std::optional<Finding>& Likeliest, Calibration_Result& R
 
 bool Is_Joint_Offered(const Calibration_Result& Result) {
   return Result.Inputs.Solution == Solution_Choice::Library &&
-         !Result.Joint_Transform_Cam_Tc.empty() &&
+         !Result.Joint_Transform_Cam_Tc.empty() && !Result.Norm_Fxy.empty() &&
+         !Result.Norm_Cxy.empty() &&
          Opinion_On(Result, Solution_Choice::Joint, false).Judgement != Verdict::Dont_Use;
 }
 

@@ -14,8 +14,8 @@ namespace rigsync {
 // is what the capture's inspection blames; a result that both solves agree on has no cause.
 void Judge_Result(const std::optional<Finding>& Likeliest, Calibration_Result& Result);
 
-// Whether the joint mount can be used where the library's can't: judged as the chosen one, it isn't
-// refused.
+// Whether the joint mount can be used where the library's can't: there is a lens to export with it,
+// and judged as the chosen one, it isn't refused.
 bool Is_Joint_Offered(const Calibration_Result& Result);
 
 }  // namespace rigsync

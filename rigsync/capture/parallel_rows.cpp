@@ -96,8 +96,8 @@ class Other_Threads {
           while (const auto Row = Rows.Begin()) Do_Row(Rows, Work, *Row, Thread);
         });
       }
-    } catch (const std::system_error&) {
-      // The system has no more threads.
+    } catch (const std::exception&) {
+      // The system has no more threads, or no memory for one.
     }
   }
   ~Other_Threads() {

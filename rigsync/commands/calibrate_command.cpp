@@ -93,14 +93,17 @@ fs::path Csv_Path(const std::string& Path) {
   return fs::absolute(Path);
 }
 
-constexpr const char* Without_Solve = " (or leave out --library-only, which solves it)";
+constexpr const char* Without_Library_Only = " (or leave out --library-only: then it is solved)";
+constexpr const char* With_Neither =
+    "; state both --board-euler and --board-offset, or neither: then the place is solved";
 
 // Both halves of the board's place, or none.
 std::optional<Board_Place> Read_Stated_Board(const Stage_Values& Values, bool Is_Library_Only) {
   const bool Is_Stated = Values.Has("board-euler") || Values.Has("board-offset");
   if (!Is_Stated && !Is_Library_Only) return std::nullopt;
-  return Board_Place{Values.Read("board-euler", Parse_Angles, Without_Solve),
-                     Values.Read("board-offset", Parse_Offset, Without_Solve)};
+  const char* const Alternative = Is_Library_Only ? Without_Library_Only : With_Neither;
+  return Board_Place{Values.Read("board-euler", Parse_Angles, Alternative),
+                     Values.Read("board-offset", Parse_Offset, Alternative)};
 }
 
 Calibration_Inputs Read_Inputs(const Calibrate_Arguments& Arguments) {
@@ -144,6 +147,7 @@ std::optional<Inspection> Inspect_Inputs(const Calibration_Inputs& Inputs, std::
   Capture.Board.Board = Inputs.Board;
   Capture.Board.Square_Size = Inputs.Square_Size;
   Capture.Board.Accuracy = Inputs.Board_Accuracy;
+  Capture.Limits = Inputs.Limits;
   if (Inputs.Stated_Board) {
     Capture.Board.Euler = Inputs.Stated_Board->Euler_Deg;
     Capture.Board.Offset = Inputs.Stated_Board->Offset;

@@ -128,7 +128,8 @@ std::string Reason_Phrase(const Calibration_Result& Result, Verdict_Reason Reaso
 bool Needs_Choice(const Calibration_Result& Result) {
   return Result.Opinion && Result.Opinion->Judgement == Verdict::Dont_Use &&
          Result.Inputs.Solution == Solution_Choice::Library &&
-         !Result.Joint_Transform_Cam_Tc.empty() &&
+         !Result.Joint_Transform_Cam_Tc.empty() && !Result.Norm_Fxy.empty() &&
+         !Result.Norm_Cxy.empty() &&
          (Has_Reason(Result, Verdict_Reason::Difference_Beyond_Limit) ||
           Has_Reason(Result, Verdict_Reason::No_Library_Transform));
 }

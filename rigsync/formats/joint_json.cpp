@@ -3,6 +3,7 @@
 
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/geometry/angle.h"
+#include "rigsync/solve/lens_uncertainty.h"
 #include "rigsync/solve/talent_error.h"
 
 #include <cmath>
@@ -98,20 +99,17 @@ Json Noise_Json(const Capture_Solution& Solved) {
           {"still_tracker", Still_Tracker_Json(Solved.Joint.Settings.Moving)}};
 }
 
-// Thousands of corners estimate the variance of the lens's numbers, so their intervals are those of
-// the normal distribution.
 Json Lens_Json(const Capture_Solution& Solved) {
   if (Solved.Seen.Rows.empty()) return nullptr;
   const Lens& Seen = Solved.Lens_Px;
   const Matrix6d& Covariance = Solved.Seen.Lens_Covariance;
-  const double Factor = Half_Width_Factor(std::numeric_limits<double>::infinity());
   return {{"fx", Seen.Fx},
           {"fy", Seen.Fy},
           {"cx", Seen.Cx},
           {"cy", Seen.Cy},
           {"k1", Seen.K1},
           {"k2", Seen.K2},
-          {"half_width", List_Json(Factor * Covariance.diagonal().cwiseSqrt())},
+          {"half_width", List_Json(Lens_Half_Widths(Covariance))},
           {"covariance", Matrix_Json(Covariance)}};
 }
 

@@ -93,7 +93,14 @@ std::string Offset_Text(const Measured_Place& Measured) {
 }
 
 // What to do about an estimate that differs.
-std::string Estimate_Advice(const Board_Estimate& Estimate, const Measured_Place& Measured) {
+std::string Estimate_Advice(const Board_Estimate& Estimate, const Capture_Solution& Solution,
+                            const Measured_Place& Measured) {
+  if (Solution.Place && Solution.Place->Is_Prior) {
+    return fmt::format(
+        "The stated place was used with its accuracy. The capture alone shows angles of {} and an "
+        "offset of {}. State a wider --board-accuracy, or measure the place again.",
+        Euler_Text(Measured), Offset_Text(Measured));
+  }
   if (!Estimate.Offset) {
     return "Leave --board-euler out: the place is solved from the capture. The solved angles are " +
            Euler_Text(Measured) + ".";
@@ -142,7 +149,7 @@ void Add_Euler(const Board_Estimate& Estimate, const Capture_Solution& Solution,
                         "differs by {} from --board-euler.",
                         Amount_Deg(Difference_Deg)),
             Unused_Text(Estimate, Solution),
-            Estimate_Advice(Estimate, Measured),
+            Estimate_Advice(Estimate, Solution, Measured),
             {}});
 }
 
@@ -154,7 +161,7 @@ void Add_Offset(const Board_Estimate& Estimate, const Capture_Solution& Solution
                         "differs by {} from --board-offset.",
                         Amount_Mm(Difference)),
             Unused_Text(Estimate, Solution),
-            Estimate_Advice(Estimate, Measured),
+            Estimate_Advice(Estimate, Solution, Measured),
             {}});
 }
 

@@ -2,6 +2,7 @@
 #include "rigsync/inspect/cause.h"
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 namespace rigsync {
@@ -21,21 +22,41 @@ struct Candidate {
 
 constexpr Candidate Candidates[] = {
     // Numbers, conventions and axes: no row can be right.
-    {"not_finite"},         {"trackers_fixed"},
-    {"trackers_disagree"},  {"axis_mirrored"},
-    {"left_handed"},        {"tracker_slipped", Level::Error},
-    {"wrong_unit"},         {"scale"},
-    {"no_majority"},        {"sample_disagrees", Level::Note, true},
-    {"lens_fits_badly"},    {"board_turned"},
-    {"board_euler"},        {"board_offset"},
-    {"turns_too_small"},    {"turns_about_one_axis"},
-    {"mount_undetermined"}, {"too_few_samples"},
-    {"too_few_boards"},     {"few_boards"},
-    {"tracker_slipped"},    {"sample_disagrees"},
+    {"not_finite"},
+    {"camera_quaternion_zero"},
+    {"board_quaternion_zero"},
+    {"trackers_fixed"},
+    {"trackers_disagree"},
+    {"axis_mirrored"},
+    {"left_handed"},
+    {"tracker_slipped", Level::Error},
+    {"wrong_unit"},
+    {"scale"},
+    {"no_majority"},
+    // Turns are those of the rows that agree: without the bad ones they are the same.
+    {"turns_too_small"},
+    {"turns_about_one_axis"},
+    {"sample_disagrees", Level::Note, true},
+    {"lens_fits_badly"},
+    {"board_turned"},
+    {"mount_undetermined"},
+    {"board_euler"},
+    {"board_offset"},
+    {"too_few_samples"},
+    {"too_few_boards"},
+    {"few_boards"},
+    {"tracker_slipped"},
+    {"sample_disagrees"},
 };
 
 bool Are_Many(std::size_t Line_Count, std::size_t Row_Count) {
   return Line_Count >= Least_Many && Rows_Of_One_Bad * Line_Count >= Row_Count;
+}
+
+// A stated place that is a prior of the solve makes no result worse.
+bool Is_Place_Contradicted(const Inspection& Inspected) {
+  const auto& Solution = Inspected.Solution;
+  return !Solution || !Solution->Place || !Solution->Place->Is_Prior;
 }
 
 }  // namespace
@@ -44,8 +65,11 @@ std::optional<Finding> Likeliest_Cause(const Inspection& Inspected) {
   const std::vector<Finding> All = Inspected.All_Findings.Sorted();
   const std::size_t Row_Count = Inspected.File.Rows.size();
   for (const Candidate& Cause : Candidates) {
+    const std::string Id = Cause.Id;
+    const bool Is_Place = Id == "board_euler" || Id == "board_offset";
     const auto Is_It = [&](const Finding& One) {
       return One.Id == Cause.Id && One.Severity >= Cause.Least &&
+             (!Is_Place || Is_Place_Contradicted(Inspected)) &&
              (!Cause.Needs_Many_Lines || Are_Many(One.Lines.size(), Row_Count));
     };
     const auto Found = std::find_if(All.begin(), All.end(), Is_It);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The finding that explains a result which contradicts itself or is too uncertain.
+// The finding that explains why a result must not be used, or is worth a look.
 #ifndef RIGSYNC_INSPECT_CAUSE_H
 #define RIGSYNC_INSPECT_CAUSE_H
 

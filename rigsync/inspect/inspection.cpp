@@ -60,7 +60,7 @@ void Judge_Solution(Inspection& Result) {
   const Rotation_Range& Turns = Result.Rotations;
   if (Is_Unsolved && (Are_Turns_Small(Turns) || Are_Turns_About_One_Axis(Turns))) return;
   Judge_Solved_Rows(Rows, Solution.Joint, List);
-  Judge_Mount_Uncertainty(Solution.Joint, List);
+  Judge_Mount_Uncertainty(Solution.Joint, Result.Inputs.Limits, List);
   Judge_Square(Solution.Joint, Result.Inputs.Board.Square_Size, List);
   Judge_Estimate(Result.Inputs.Board, Solution, List);
 }

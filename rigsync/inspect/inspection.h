@@ -14,6 +14,7 @@
 #include "rigsync/inspect/tracker_agreement.h"
 #include "rigsync/inspect/tracker_survey.h"
 #include "rigsync/solve/capture_solution.h"
+#include "rigsync/solve/second_opinion.h"
 
 #include <filesystem>
 #include <optional>
@@ -25,6 +26,7 @@ struct Inspection_Inputs {
   std::filesystem::path Image_Root;  // where relative image paths start, absolute
   bool Opens_Images = true;          // false: no image is opened, and Board is not read
   Board_Estimate Board;
+  Accuracy_Limits Limits;  // how far off the mount may be
 };
 
 struct Inspection {

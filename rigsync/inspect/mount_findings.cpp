@@ -66,13 +66,11 @@ std::string Width_Text(const Mount_Uncertainty& Mount) {
       Width(Deg.Half_Width, Widest_Told_Deg), Direction_Text(Deg.Direction, Turn_Names));
 }
 
-bool Is_Wide(const Mount_Uncertainty& Mount) {
-  const Accuracy_Limits Limits;
+bool Is_Wide(const Mount_Uncertainty& Mount, const Accuracy_Limits& Limits) {
   return !(Mount.Widest_Mm.Half_Width <= Limits.Mm && Mount.Widest_Deg.Half_Width <= Limits.Deg);
 }
 
-std::string Limits_Text() {
-  const Accuracy_Limits Limits;
+std::string Limits_Text(const Accuracy_Limits& Limits) {
   return fmt::format("{:g} mm and {:g} degrees are the limit.", Limits.Mm, Limits.Deg);
 }
 
@@ -115,12 +113,12 @@ void Add_One_Axis(const Joint_Solution& Joint, Findings& List) {
             {}});
 }
 
-void Add_Wide(const Joint_Solution& Joint, Findings& List) {
+void Add_Wide(const Joint_Solution& Joint, const Accuracy_Limits& Limits, Findings& List) {
   const Noise_Estimate& Noise = Joint.Noise;
   List.Add(
       {"mount_undetermined",
        Level::Warning,
-       "The capture does not determine the mount well enough. " + Limits_Text(),
+       "The capture does not determine the mount well enough. " + Limits_Text(Limits),
        Width_Text(Joint.Camera_Mount),
        fmt::format("Capture more images, near the camera, and turn the board or the camera by "
                    "30 to 45 degrees about every axis between them. Check the trackers too: "
@@ -136,6 +134,21 @@ std::vector<std::size_t> Lines_From(const std::vector<Capture_Row>& Rows,
     if (Row.Row >= First_Row) Lines.push_back(Rows[Row.Row].Line);
   }
   return Lines;
+}
+
+// Either part shows the camera's mount when the board's tracker slipped. When the camera's slipped,
+// the mount before it no longer exists.
+std::string Slip_Advice(Slipped_Tracker Tracker, std::size_t First_Line) {
+  if (Tracker == Slipped_Tracker::Board) {
+    return "Fix the mount and capture again, or calibrate the longer part alone: the camera's "
+           "mount "
+           "is the same in both.";
+  }
+  return fmt::format(
+      "Fix the mount and capture again. The lines before line {0} show a mount that no longer "
+      "exists; those from line {0} on can be calibrated alone if they are enough and nothing was "
+      "touched since.",
+      First_Line);
 }
 
 }  // namespace
@@ -156,11 +169,12 @@ void Judge_Slip(const std::vector<Capture_Row>& Rows, const Joint_Solution& Join
                    Name, Is_Sure ? "slipped" : "may have slipped", Rows[Likeliest->First_Row].Line),
        fmt::format("The lines before and after it differ by {} and {}.",
                    Amount_Mm(Shift_Of(*Likeliest)), Amount_Deg(Turn_Deg_Of(*Likeliest))),
-       "Fix the mount and capture again, or calibrate the longer part alone.",
+       Slip_Advice(Likeliest->Tracker, Rows[Likeliest->First_Row].Line),
        Lines_From(Rows, Joint, Likeliest->First_Row)});
 }
 
-void Judge_Mount_Uncertainty(const Joint_Solution& Joint, Findings& List) {
+void Judge_Mount_Uncertainty(const Joint_Solution& Joint, const Accuracy_Limits& Limits,
+                             Findings& List) {
   if (Joint.Status != Solve_Status::Solved) return;
   switch (Joint.Motion.Weakness) {
     case Motion_Weakness::Turns_Too_Small:
@@ -170,7 +184,7 @@ void Judge_Mount_Uncertainty(const Joint_Solution& Joint, Findings& List) {
     case Motion_Weakness::None:
       break;
   }
-  if (Is_Wide(Joint.Camera_Mount)) Add_Wide(Joint, List);
+  if (Is_Wide(Joint.Camera_Mount, Limits)) Add_Wide(Joint, Limits, List);
 }
 
 }  // namespace rigsync

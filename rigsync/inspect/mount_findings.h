@@ -8,6 +8,7 @@
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/inspect/finding.h"
 #include "rigsync/solve/joint_solve.h"
+#include "rigsync/solve/second_opinion.h"
 #include "rigsync/solve/slip.h"
 
 #include <optional>
@@ -24,7 +25,8 @@ void Judge_Slip(const std::vector<Capture_Row>& Rows, const Joint_Solution& Join
 
 // Adds a mount that is less certain than the accuracy that a result must have, or turns that are
 // known not to determine it: which part of it is open, and how to turn camera or board.
-void Judge_Mount_Uncertainty(const Joint_Solution& Joint, Findings& List);
+void Judge_Mount_Uncertainty(const Joint_Solution& Joint, const Accuracy_Limits& Limits,
+                             Findings& List);
 
 }  // namespace rigsync
 

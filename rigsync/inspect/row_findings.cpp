@@ -59,6 +59,15 @@ std::string Evidence(const std::vector<std::size_t>& Lines, const Row_Errors& Ba
                            Amount_Mm(Median(Kept.Shifts)), Amount_Deg(Median(Kept.Turns_Deg)));
 }
 
+// With bad rows at the end, what is left may show a mount that no longer exists.
+std::string Bad_Rows_Advice(const Joint_Solution& Joint, std::size_t Count) {
+  const std::string Removal = Count == 1 ? "emove the line." : "emove these lines.";
+  if (Joint.Rows.back().Is_Kept) return "R" + Removal;
+  return "Check that the trackers are tight. If one has moved, capture again: the other lines show "
+         "the mount before. If none has moved, r" +
+         Removal;
+}
+
 void Add_Bad_Rows(const std::vector<Capture_Row>& Rows, const Joint_Solution& Joint,
                   Findings& List) {
   std::vector<std::size_t> Lines;
@@ -71,9 +80,12 @@ void Add_Bad_Rows(const std::vector<Capture_Row>& Rows, const Joint_Solution& Jo
   }
   if (Lines.empty()) return;
   List.Add({"sample_disagrees", Level::Warning,
-            "The samples of this line disagree with its image. One of them is stale, has jumped, "
-            "or belongs to another image.",
-            Evidence(Lines, Bad, Kept), "Remove the line.", Lines});
+            Lines.size() == 1
+                ? "The samples of this line disagree with its image. One of them is stale, has "
+                  "jumped, or belongs to another image."
+                : "The samples of these lines disagree with their images. In each, a sample is "
+                  "stale, has jumped, or belongs to another image.",
+            Evidence(Lines, Bad, Kept), Bad_Rows_Advice(Joint, Lines.size()), Lines});
 }
 
 void Add_Too_Few(std::size_t Count, Findings& List) {

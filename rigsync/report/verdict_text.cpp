@@ -40,9 +40,11 @@ std::string Not_Solved_Text(const Joint_Solution& Joint) {
           Least_Rows);
     case Solve_Status::No_Majority:
       return "No more than half of the rows agree with each other.";
-    default:
-      return "The rows do not determine the mount.";
+    case Solve_Status::Not_Converged:
+    case Solve_Status::Solved:
+      break;
   }
+  return "The rows do not determine the mount.";
 }
 
 std::string Slip_Text(const Calibration_Result& Result, const char* Sureness) {
@@ -122,10 +124,24 @@ std::string Mounts_Text(const Calibration_Result& Result, bool Colour) {
   return Text + Half_Widths_Text(Joint_Of(Result).Camera_Mount) + Talent_Text(Result);
 }
 
+// Where the inspection blames nothing.
+std::string Unnamed_Cause_Text(const Calibration_Result& Result) {
+  switch (Result.Opinion->Reasons.front()) {
+    case Verdict_Reason::Lens_Does_Not_Fit:
+      return "The lens has distortion that the lens model does not have.";
+    case Verdict_Reason::Width_Beyond_Limit:
+    case Verdict_Reason::Difference_And_Width:
+      return "Nothing is wrong with single lines; the capture as a whole is too weak for these "
+             "limits.";
+    default:
+      return "No single cause stands out.";
+  }
+}
+
 std::string Cause_Text(const Calibration_Result& Result, bool Colour) {
   if (Result.Opinion->Judgement == Verdict::Agree) return {};
   const std::string Title = Heading("Cause", Colour);
-  if (!Result.Cause) return Title + Folded("No single cause stands out.", 2);
+  if (!Result.Cause) return Title + Folded(Unnamed_Cause_Text(Result), 2);
   const std::string Lines = Lines_Text(Result.Cause->Lines);
   std::string Text = Result.Cause->What;
   if (!Result.Cause->Example.empty()) Text += " " + Result.Cause->Example;
@@ -164,12 +180,11 @@ std::string Joint_Hint(const Calibration_Result& Result) {
 std::string Advice_Text(const Calibration_Result& Result) {
   if (Result.Cause) return Folded(Result.Cause->Advice, 2);
   if (!Is_Usable_Code(*Result.Code)) return Folded(Advice_For(*Result.Code).Next_Step, 2);
-  const char* const Again =
-      "apture again with more images, boards tilted further, and the camera "
-      "rolled.";
-  return Folded(Result.Opinion->Judgement == Verdict::Look
-                    ? std::string("Check the overlay on the set. If a doubt remains, c") + Again
-                    : std::string("C") + Again,
+  const std::string How = " with more images, boards tilted further, and the camera rolled.";
+  const bool Is_Look = Result.Opinion->Judgement == Verdict::Look;
+  return Folded((Is_Look ? "Check the overlay on the set. If a doubt remains, capture again"
+                         : "Capture again") +
+                    How,
                 2);
 }
 

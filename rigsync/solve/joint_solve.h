@@ -28,8 +28,8 @@ enum class Solve_Status {
 constexpr std::size_t Least_Rows = 5;
 
 struct Joint_Options {
-  // A stated square that isn't exact is right to this part of it, one standard deviation: what
-  // printers and typing fingers do.
+  // A stated square that isn't exact is right to this part of it, one standard deviation: errors
+  // of printing and typing.
   double Scale_Deviation = 0.003;
   std::optional<Board_Prior> Prior;
   // How probable it is, before anything was seen, that the stated square is exact. 0 leaves the
@@ -55,8 +55,9 @@ struct Solved_Row {
 
 struct Joint_Solution {
   Solve_Status Status = Solve_Status::Too_Few_Rows;
-  // What follows is only filled for Solved and No_Majority. Otherwise every half-width is infinite
-  // and the noise is NaN.
+  // Mounts, widths, noise and Rows are filled for Solved and No_Majority only; otherwise every
+  // half-width is infinite and the noise is NaN. Settled is always filled, Settings unless there
+  // are too few rows.
   Mounts At;
   Mount_Uncertainty Camera_Mount, Board_Mount;  // of the motions of Cam_Tc and Tr_Chart
   double Scale_Deviation = std::numeric_limits<double>::infinity();  // of Square_Scale

@@ -13,7 +13,7 @@
 
 namespace rigsync {
 
-// A good row passes this limit in one capture of ten thousand times its rows.
+// The probability that a good row is beyond the limit.
 constexpr double Good_Row_Dropped = 1e-4;
 
 struct Row_Distance {

@@ -17,6 +17,8 @@ using testing::ElementsAre;
 Calibration_Result Result_At(double Mm) {
   Calibration_Result Result;
   Result.Code = 0;
+  Result.Norm_Fxy = {1.1, 1.9};
+  Result.Norm_Cxy = {0.5, 0.5};
   Result.Transform_Cam_Tc = {1, 0, 0, 1e-3 * Mm, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
   Result.Solved.emplace();
   rigsync::Joint_Solution& Joint = Result.Solved->Joint;
@@ -52,6 +54,14 @@ TEST(ResultJudgement, AContradictionIsNotUsableAndHasTheCauseThatTheInspectionBl
   EXPECT_EQ(Result.Cause->Id, "some");
   EXPECT_FALSE(rigsync::Is_Usable(Result));
   EXPECT_TRUE(rigsync::Is_Joint_Offered(Result));
+}
+
+// Without the library's lens there is nothing to export with the mount.
+TEST(ResultJudgement, WithoutALensTheJointMountIsNotOffered) {
+  Calibration_Result Result = Result_At(5);
+  Result.Norm_Fxy.clear();
+  rigsync::Judge_Result({}, Result);
+  EXPECT_FALSE(rigsync::Is_Joint_Offered(Result));
 }
 
 TEST(ResultJudgement, AnErrorOfTheCaptureKeepsAnAgreementFromBeingUsable) {

@@ -38,6 +38,16 @@ TEST(Cause, ThereIsNoneWithoutAFindingThatMovesTheMount) {
             "none");
 }
 
+// It helps the solve, and without it a weak capture would be worse.
+TEST(Cause, APlaceThatServesAsAPriorIsNoCause) {
+  rigsync::Inspection Inspected = With({Of("board_euler")});
+  Inspected.Solution.emplace();
+  Inspected.Solution->Place.emplace();
+  EXPECT_TRUE(rigsync::Likeliest_Cause(Inspected));
+  Inspected.Solution->Place->Is_Prior = true;
+  EXPECT_FALSE(rigsync::Likeliest_Cause(Inspected));
+}
+
 TEST(Cause, IsTheWholeFindingWithItsTexts) {
   const std::optional<Finding> Cause = rigsync::Likeliest_Cause(
       With({{"scale", Level::Error, "Too long.", "By 5.", "Measure.", {}}, Of("coverage")}));
@@ -51,10 +61,10 @@ TEST(Cause, WhatSpoilsEveryRowComesBeforeWhatSpoilsSome) {
   const std::vector<Finding> In_Order = {Of("trackers_disagree", Level::Error),
                                          Of("tracker_slipped", Level::Error, {14, 15}),
                                          Of("scale"),
+                                         Of("turns_about_one_axis"),
                                          Of("sample_disagrees", Level::Warning, {3, 9, 17}),
                                          Of("lens_fits_badly", Level::Error),
                                          Of("board_euler"),
-                                         Of("turns_about_one_axis"),
                                          Of("few_boards")};
   for (std::size_t First = 0; First < In_Order.size(); ++First) {
     // The grave ones were added last.

@@ -34,10 +34,18 @@ Joint_Solution Solved_To(double Mm, double Degrees) {
   return Joint;
 }
 
-std::vector<Finding> Judged(const Joint_Solution& Joint) {
+std::vector<Finding> Judged(const Joint_Solution& Joint,
+                            const rigsync::Accuracy_Limits& Limits = {}) {
   Findings List;
-  rigsync::Judge_Mount_Uncertainty(Joint, List);
+  rigsync::Judge_Mount_Uncertainty(Joint, Limits, List);
   return List.Sorted();
+}
+
+TEST(MountFindings, TheLimitsAreTheCallers) {
+  EXPECT_TRUE(Judged(Solved_To(9, 0.9), {10, 1}).empty());
+  const std::vector<Finding> Narrow = Judged(Solved_To(0.6, 0.01), {0.5, 0.02});
+  ASSERT_EQ(Narrow.size(), 1u);
+  EXPECT_NE(Narrow[0].What.find("0.5 mm and 0.02 degrees"), std::string::npos) << Narrow[0].What;
 }
 
 TEST(MountFindings, AMountIsOpenBeyondThreeMillimetresOrThreeTenthsOfADegree) {
@@ -164,6 +172,22 @@ TEST(MountFindings, ASlipIsAnErrorWhenFoundAndAWarningWhenSuspected) {
   EXPECT_THAT(Found[0].What, AllOf(HasSubstr("tracker slipped"), HasSubstr("from line 5 on")));
   EXPECT_THAT(Found[0].Example, HasSubstr("differ by 5.0 mm and 0.30 degrees"));
   EXPECT_THAT(Found[0].Lines, ElementsAre(5, 6, 7));
+}
+
+// Lines before the camera's slip show a mount that no longer exists, however many they are.
+TEST(MountFindings, TheLongerPartIsAdvisedForASlipOfTheBoardAlone) {
+  Joint_Solution Joint;
+  Joint.Rows.resize(6);
+  Slip Likeliest;
+  Likeliest.Evidence = Slip_Evidence::Found;
+  Likeliest.Motion << 0, 0, 0, 0, 0, 0.005;
+  Likeliest.First_Row = 4;
+  Likeliest.Tracker = rigsync::Slipped_Tracker::Camera;
+  const std::string Of_Camera = Judged_Slip(Joint, Likeliest).at(0).Advice;
+  EXPECT_THAT(Of_Camera, HasSubstr("no longer exists"));
+  EXPECT_EQ(Of_Camera.find("longer part"), std::string::npos);
+  Likeliest.Tracker = rigsync::Slipped_Tracker::Board;
+  EXPECT_THAT(Judged_Slip(Joint, Likeliest).at(0).Advice, HasSubstr("longer part"));
 }
 
 TEST(MountFindings, ASlipThatMovesNoPictureIsNotReported) {

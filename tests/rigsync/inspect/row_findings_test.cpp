@@ -57,6 +57,19 @@ TEST(RowFindings, ALineThatWasLeftOutIsReportedWithHowFarItIsOff) {
             "0.040 degrees.");
 }
 
+// What is left may be the mount before a tracker moved.
+TEST(RowFindings, ALastLineThatIsOffIsNotSimplyToBeRemoved) {
+  const auto Advice = [](bool Is_Last_Kept) {
+    return Judged(Solved({Row(0, true, 0.4, 0.03), Row(1, false, 31.0, 2.1),
+                          Row(2, true, 0.6, 0.05), Row(3, Is_Last_Kept, 31.0, 2.1)}))
+        .at(0)
+        .Advice;
+  };
+  EXPECT_EQ(Advice(true), "Remove the line.");
+  EXPECT_THAT(Advice(false), testing::HasSubstr("If one has moved, capture again"));
+  EXPECT_THAT(Advice(false), testing::HasSubstr("remove these lines"));
+}
+
 TEST(RowFindings, SeveralLinesAreOneFindingWithTheirRange) {
   const auto Found = Judged(Solved({Row(0, false, 80.0, 0.4), Row(5, true, 0.5, 0.04),
                                     Row(7, false, 12.0, 4.0), Row(9, false, 20.0, 1.0)}));

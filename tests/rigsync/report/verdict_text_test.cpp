@@ -24,6 +24,9 @@ Calibration_Result Result_At(double Mm) {
   Calibration_Result Result;
   Result.Code = 0;
   Result.Image_Size = {1920, 1080};
+  Result.Norm_Fxy = {1.04, 1.85};
+  Result.Norm_Cxy = {0.5, 0.5};
+  Result.Distortion = {0, 0, 0, 0, 0};
   Result.Transform_Cam_Tc = {1, 0, 0, 0.06 + 1e-3 * Mm, 0, 1, 0, -0.14, 0, 0, 1, -0.08, 0, 0, 0, 1};
   Result.Solved.emplace();
   Result.Solved->Lens_Px = {2000, 2000, 960, 540, 0, 0};
