@@ -554,7 +554,7 @@ TEST_F(Inspect, AWrongEstimateIsReportedWithTheMeasuredValues) {
   const std::string Advice = Turned.Text("board_euler", "advice");
   std::smatch Angles;
   ASSERT_TRUE(std::regex_search(
-      Advice, Angles, std::regex("angles are (.*),(.*),(.*) \\(\\+- (.*) degrees at 95 percent")))
+      Advice, Angles, std::regex("angles of (.*),(.*),(.*) \\(\\+- (.*) degrees at 95 percent")))
       << Advice;
   const double Half_Width_Deg = std::stod(Angles[4]);
   EXPECT_LT(Half_Width_Deg, 0.1);  // noise of 0.03 degrees in 20 images
