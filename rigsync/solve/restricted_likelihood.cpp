@@ -16,12 +16,6 @@ const Variances Least(1.0, 0.0, 0.0);
 // A variance this small part of what the rows can resolve is at its limit.
 constexpr double At_Limit = 1e-3;
 
-Matrix6d Row_Covariance(const Linear_Row& Row, const Variances& At) {
-  Matrix6d Sum = Matrix6d::Zero();
-  for (int k = 0; k < Noise_Sources; ++k) Sum += At[k] * Row.Shapes[static_cast<std::size_t>(k)];
-  return Sum;
-}
-
 double Log_Determinant(const Eigen::VectorXd& Pivots) {
   return Pivots.array().log().sum();
 }
@@ -138,6 +132,12 @@ Eigen::Matrix3d Free_Inverse(const Likelihood_Terms& Terms, const Variances& Fre
 }
 
 }  // namespace
+
+Matrix6d Row_Covariance(const Linear_Row& Row, const Variances& At) {
+  Matrix6d Sum = Matrix6d::Zero();
+  for (int k = 0; k < Noise_Sources; ++k) Sum += At[k] * Row.Shapes[static_cast<std::size_t>(k)];
+  return Sum;
+}
 
 Likelihood_Terms Evaluate_Likelihood(const std::vector<Linear_Row>& Rows, const Linear_Prior& Prior,
                                      const Variances& At) {

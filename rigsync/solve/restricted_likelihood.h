@@ -22,6 +22,9 @@ struct Linear_Row {
   Noise_Shapes Shapes;
 };
 
+// Of a row's residual: the sum of its shapes, each times its variance.
+Matrix6d Row_Covariance(const Linear_Row& Row, const Variances& At);
+
 // What is known of the unknowns beside the rows: how sure (the inverse of a covariance), and how
 // far they are from what was said, in the sense of a step.
 struct Linear_Prior {

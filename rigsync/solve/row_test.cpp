@@ -11,16 +11,10 @@
 namespace rigsync {
 namespace {
 
-Matrix6d Covariance_Of(const Linear_Row& Row, const Variances& At) {
-  Matrix6d Sum = Matrix6d::Zero();
-  for (int k = 0; k < Noise_Sources; ++k) Sum += At[k] * Row.Shapes[static_cast<std::size_t>(k)];
-  return Sum;
-}
-
 // The squared distance of a row to what the others predict. A row that was fitted drew the
 // prediction towards itself, and is further from what the others say than its residual shows.
 double Squared_Distance(const Linear_Row& Row, const Joint_Fit& Fit, bool Was_Fitted) {
-  const Matrix6d Own = Covariance_Of(Row, Fit.Variance);
+  const Matrix6d Own = Row_Covariance(Row, Fit.Variance);
   const Matrix6d By_Unknowns =
       Row.Model.Derivative * Fit.Terms.Covariance * Row.Model.Derivative.transpose();
   const Matrix6d Sum = Was_Fitted ? Matrix6d(Own - By_Unknowns) : Matrix6d(Own + By_Unknowns);

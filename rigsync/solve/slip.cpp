@@ -56,11 +56,7 @@ struct Slip_Fit {
 std::vector<White_Row> Whiten(const Joint_Solution& Solution) {
   std::vector<White_Row> White;
   for (const Linear_Row& Row : Linearise_Rows(Solution.Settled, Solution.At, Solution.Settings)) {
-    Matrix6d Covariance = Matrix6d::Zero();
-    for (int k = 0; k < Noise_Sources; ++k) {
-      Covariance += Solution.Variance[k] * Row.Shapes[static_cast<std::size_t>(k)];
-    }
-    const Eigen::LLT<Matrix6d> Root(Covariance);
+    const Eigen::LLT<Matrix6d> Root(Row_Covariance(Row, Solution.Variance));
     White_Row New;
     New.Residual = Root.matrixL().solve(Row.Model.Residual);
     New.Derivative = Root.matrixL().solve(Row.Model.Derivative);
