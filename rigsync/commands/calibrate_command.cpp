@@ -15,6 +15,7 @@
 #include "rigsync/command_line/capture_flags.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
+#include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/inspect/cause.h"
 #include "rigsync/inspect/inspection.h"
@@ -71,9 +72,9 @@ struct Calibrate_Arguments {
 };
 
 Solution_Choice Parse_Solution(const std::string& Flag, const std::string& Text) {
-  if (Text == "library") return Solution_Choice::Library;
-  if (Text != "joint") Refuse(Flag, Text, "library or joint");
-  return Solution_Choice::Joint;
+  const auto Choice = Solution_Named(Text);
+  if (!Choice) Refuse(Flag, Text, "library or joint");
+  return *Choice;
 }
 
 // Whether the axes are kept as they are.

@@ -8,6 +8,7 @@
 #include "rigsync/formats/result_file.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/transform_difference.h"
+#include "rigsync/geometry/transform_list.h"
 #include "rigsync/report/transform_text.h"
 #include "rigsync/solve/rigid_motion.h"
 #include "rigsync/system/usage_error.h"
@@ -35,15 +36,6 @@ struct Compare_Arguments {
   std::string Result_File, Truth_File;
   std::string Max_Offset = "5mm", Max_Angle = "0.3";
 };
-
-// Row by row, as in a result.
-std::vector<double> Flat(const Eigen::Matrix4d& Transform) {
-  std::vector<double> Elements;
-  for (int r = 0; r < 4; ++r) {
-    for (int c = 0; c < 4; ++c) Elements.push_back(Transform(r, c));
-  }
-  return Elements;
-}
 
 // The exception's text comes from the JSON library and would not help the user.
 simulate::Truth Read_Truth_File(const std::string& File) {
@@ -136,8 +128,8 @@ int Compare(const Compare_Arguments& Arguments) {
   }
   Require_Finite_Mount(Arguments.Result_File, Transform_Cam_Tc);
   Print_Lens_Comparison(Result, Truth);
-  const bool Is_Within_Bounds =
-      Print_Transform_Comparison(Transform_Cam_Tc, Flat(Truth.Transform_Cam_Tc), Max_Mm, Max_Deg);
+  const bool Is_Within_Bounds = Print_Transform_Comparison(
+      Transform_Cam_Tc, List_From_Matrix(Truth.Transform_Cam_Tc), Max_Mm, Max_Deg);
   Print_Uncertainty_Comparison(Arguments.Result_File, Truth);
   return Is_Within_Bounds ? Exit_Success : Exit_Beyond_Bound;
 }

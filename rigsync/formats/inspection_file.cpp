@@ -2,7 +2,9 @@
 #include "rigsync/formats/inspection_file.h"
 
 #include "rigsync/capture/capture_file.h"
+#include "rigsync/formats/opinion_words.h"
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/transform_list.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/version.h"
 
@@ -125,31 +127,8 @@ Json Agreement_Json(const std::optional<Agreement>& Measured) {
 
 // ---- What was solved ---------------------------------------------------------------------------
 
-const char* Status_Name(Solve_Status Status) {
-  switch (Status) {
-    case Solve_Status::Solved:
-      return "solved";
-    case Solve_Status::Too_Few_Rows:
-      return "too_few_rows";
-    case Solve_Status::No_Majority:
-      return "no_majority";
-    case Solve_Status::Not_Converged:
-      return "not_converged";
-  }
-  return "";
-}
-
 Json Three(const Eigen::Vector3d& Values) {
   return {Values.x(), Values.y(), Values.z()};
-}
-
-// The 16 numbers of a transform, row by row.
-Json Transform_Json(const Eigen::Isometry3d& Transform) {
-  Json Numbers = Json::array();
-  for (int r = 0; r < 4; ++r) {
-    for (int c = 0; c < 4; ++c) Numbers.push_back(Transform.matrix()(r, c));
-  }
-  return Numbers;
 }
 
 Json Uncertainty_Json(const Mount_Uncertainty& Mount) {
@@ -160,7 +139,7 @@ Json Uncertainty_Json(const Mount_Uncertainty& Mount) {
 }
 
 Json Camera_Mount_Json(const Joint_Solution& Joint) {
-  Json Mount = {{"transform_cam_tc", Transform_Json(Joint.At.Transform_Cam_Tc)}};
+  Json Mount = {{"transform_cam_tc", List_From_Matrix(Joint.At.Transform_Cam_Tc.matrix())}};
   Mount.update(Uncertainty_Json(Joint.Camera_Mount));
   return Mount;
 }

@@ -3,6 +3,7 @@
 
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/transform_list.h"
 #include "rigsync/solve/lens_uncertainty.h"
 #include "rigsync/solve/talent_error.h"
 
@@ -18,28 +19,19 @@ using Json = nlohmann::ordered_json;
 
 constexpr double Mm_In_Metre = 1000.0;
 
-const char* Status_Name(Solve_Status Status) {
-  switch (Status) {
-    case Solve_Status::Solved:
-      return "solved";
-    case Solve_Status::Too_Few_Rows:
-      return "too_few_rows";
-    case Solve_Status::No_Majority:
-      return "no_majority";
-    case Solve_Status::Not_Converged:
-      return "not_converged";
-  }
-  return "";
-}
-
 Json List_Json(const Eigen::VectorXd& Values) {
   return std::vector<double>(Values.data(), Values.data() + Values.size());
 }
 
+Json Matrix_Json(const Matrix6d& Matrix) {
+  Json Rows = Json::array();
+  for (int r = 0; r < 6; ++r) Rows.push_back(List_Json(Matrix.row(r).transpose()));
+  return Rows;
+}
+
 // The 16 numbers, row by row.
 Json Transform_Json(const Eigen::Isometry3d& Transform) {
-  const Eigen::Matrix<double, 4, 4, Eigen::RowMajor> By_Row = Transform.matrix();
-  return std::vector<double>(By_Row.data(), By_Row.data() + By_Row.size());
+  return List_From_Matrix(Transform.matrix());
 }
 
 Json Widest_Json(const Widest& In_Direction) {
@@ -213,12 +205,6 @@ Json Cause_Json(const Calibration_Result& Result) {
   if (!Result.Cause) return nullptr;
   const Finding& Cause = *Result.Cause;
   return {{"id", Cause.Id}, {"text", Cause.What}, {"advice", Cause.Advice}, {"lines", Cause.Lines}};
-}
-
-Json Matrix_Json(const Matrix6d& Matrix) {
-  Json Rows = Json::array();
-  for (int r = 0; r < 6; ++r) Rows.push_back(List_Json(Matrix.row(r).transpose()));
-  return Rows;
 }
 
 }  // namespace rigsync

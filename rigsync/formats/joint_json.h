@@ -16,9 +16,6 @@ nlohmann::ordered_json Opinion_Json(const Calibration_Result& Result);
 nlohmann::ordered_json Joint_Json(const Calibration_Result& Result);
 nlohmann::ordered_json Cause_Json(const Calibration_Result& Result);
 
-// Six numbers in each of six lists, row by row.
-nlohmann::ordered_json Matrix_Json(const Matrix6d& Matrix);
-
 }  // namespace rigsync
 
 #endif  // RIGSYNC_FORMATS_JOINT_JSON_H

@@ -32,6 +32,20 @@ std::optional<Value> Value_In(const std::array<std::pair<Value, const char*>, Si
 
 }  // namespace
 
+const char* Status_Name(Solve_Status Status) {
+  switch (Status) {
+    case Solve_Status::Solved:
+      return "solved";
+    case Solve_Status::Too_Few_Rows:
+      return "too_few_rows";
+    case Solve_Status::No_Majority:
+      return "no_majority";
+    case Solve_Status::Not_Converged:
+      return "not_converged";
+  }
+  return "";
+}
+
 const char* Solution_Name(Solution_Choice Solution) {
   return Name_In(Solution_Names, Solution);
 }

@@ -12,6 +12,9 @@
 
 namespace rigsync {
 
+// "solved", "too_few_rows", "no_majority", "not_converged"
+const char* Status_Name(Solve_Status Status);
+
 // "library", "joint"
 const char* Solution_Name(Solution_Choice Solution);
 std::optional<Solution_Choice> Solution_Named(const std::string& Name);
