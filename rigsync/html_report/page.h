@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// One HTML file that needs nothing else: no script, no font, no request. A policy in its head makes
+// a browser refuse all of these.
+#ifndef RIGSYNC_HTML_REPORT_PAGE_H
+#define RIGSYNC_HTML_REPORT_PAGE_H
+
+#include "rigsync/html_report/element.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace rigsync {
+
+// The tree of a page; Main is where its sections go.
+struct Page {
+  std::unique_ptr<pugi::xml_document> Tree;
+  Element Head, Main;
+};
+
+// Refresh_Seconds above 0 makes a browser load the page again after that time.
+Page Make_Page(std::string_view Title, int Refresh_Seconds = 0);
+
+// A section with its heading; Id is the target of links to it.
+Element Add_Section(Element Main, std::string_view Id, std::string_view Heading);
+
+// What stands with each figure: its title, how to read it, and what good looks like.
+struct Figure_Text {
+  std::string Title, How_To_Read;
+};
+
+// <figure> with its caption; the drawing is added to it.
+Element Add_Figure(Element Section, const Figure_Text& Text);
+
+// An SVG drawing of Width by Height units that shrinks with the page. Title and Description are
+// what a screen reader says instead.
+Element Add_Drawing(Element Figure, double Width, double Height, std::string_view Title,
+                    std::string_view Description);
+
+std::string Page_Source(const Page& Whole);
+
+}  // namespace rigsync
+
+#endif  // RIGSYNC_HTML_REPORT_PAGE_H

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/html_report/page.h"
+#include "rigsync/html_report/style_sheet.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string_view>
+
+namespace rigsync {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+TEST(Page, IsHtmlInUtf8WithAPolicyThatAllowsNothingFromElsewhere) {
+  const Page Whole = Make_Page("A & B");
+  const std::string Source = Page_Source(Whole);
+  EXPECT_THAT(Source, StartsWith("<!DOCTYPE html><html lang=\"en\"><head><meta charset=\"utf-8\""));
+  EXPECT_THAT(Source, HasSubstr("<title>A &amp; B</title>"));
+  EXPECT_THAT(Source, HasSubstr("default-src 'none'; img-src data:; style-src 'sha256-"));
+  EXPECT_THAT(Source, Not(HasSubstr("refresh")));
+  EXPECT_THAT(Source, Not(HasSubstr("unsafe")));
+}
+
+TEST(Page, LoadsItselfAgainWhereAsked) {
+  EXPECT_THAT(Page_Source(Make_Page("Watch", 2)),
+              HasSubstr("<meta http-equiv=\"refresh\" content=\"2\""));
+}
+
+// In these three a style sheet would be written with other characters than it has.
+TEST(Page, TheStyleSheetHasNothingToEscape) {
+  EXPECT_EQ(std::string_view(Style_Sheet()).find_first_of("<>&"), std::string_view::npos);
+}
+
+TEST(Page, ADrawingSaysToAScreenReaderWhatItShows) {
+  const Page Whole = Make_Page("Page");
+  const Element Figure = Add_Figure(Add_Section(Whole.Main, "lens", "The lens"), {"Title", "Read"});
+  Add_Drawing(Figure, 10.5, 20, "Errors", "They grow.");
+  EXPECT_THAT(
+      Page_Source(Whole),
+      HasSubstr("<section id=\"lens\" aria-labelledby=\"lens-heading\"><h2 id=\"lens-heading\">The "
+                "lens</h2><figure><figcaption><h3>Title</h3><p>Read</p></figcaption><svg "
+                "viewBox=\"0 0 10.5 20\" role=\"img\" aria-label=\"Errors. They grow.\""));
+}
+
+}  // namespace
+}  // namespace rigsync
