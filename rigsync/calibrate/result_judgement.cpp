@@ -21,6 +21,10 @@ Second_Opinion Opinion_On(const Calibration_Result& Result, Solution_Choice Choi
                      Result.Inputs.Limits, Judged);
 }
 
+bool Has_Lens(const Calibration_Result& Result) {
+  return !Result.Norm_Fxy.empty() && !Result.Norm_Cxy.empty();
+}
+
 }  // namespace
 
 void Judge_Result(const std::optional<Finding>& Likeliest, Calibration_Result& Result) {
@@ -29,14 +33,16 @@ void Judge_Result(const std::optional<Finding>& Likeliest, Calibration_Result& R
         List_From_Matrix(Result.Solved->Joint.At.Transform_Cam_Tc.matrix());
   }
   const bool Is_Capture_Faulty = Likeliest && Likeliest->Severity == Level::Error;
-  Result.Opinion = Opinion_On(Result, Result.Inputs.Solution, Is_Capture_Faulty);
+  // Without a lens to export with it, the joint mount is no way around the library's answer.
+  const Solution_Choice Choice =
+      Has_Lens(Result) ? Result.Inputs.Solution : Solution_Choice::Library;
+  Result.Opinion = Opinion_On(Result, Choice, Is_Capture_Faulty);
   if (Result.Opinion->Judgement != Verdict::Agree) Result.Cause = Likeliest;
 }
 
 bool Is_Joint_Offered(const Calibration_Result& Result) {
   return Result.Inputs.Solution == Solution_Choice::Library &&
-         !Result.Joint_Transform_Cam_Tc.empty() && !Result.Norm_Fxy.empty() &&
-         !Result.Norm_Cxy.empty() &&
+         !Result.Joint_Transform_Cam_Tc.empty() && Has_Lens(Result) &&
          Opinion_On(Result, Solution_Choice::Joint, false).Judgement != Verdict::Dont_Use;
 }
 

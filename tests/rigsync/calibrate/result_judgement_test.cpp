@@ -64,6 +64,20 @@ TEST(ResultJudgement, WithoutALensTheJointMountIsNotOffered) {
   EXPECT_FALSE(rigsync::Is_Joint_Offered(Result));
 }
 
+// As after code 4: too few boards for the library, enough for the joint solve.
+TEST(ResultJudgement, WithoutALensTheChosenJointMountIsRefusedToo) {
+  Calibration_Result Result = Result_At(0.1);
+  Result.Code = 4;
+  Result.Transform_Cam_Tc.clear();
+  Result.Inputs.Solution = Solution_Choice::Joint;
+  rigsync::Judge_Result({}, Result);
+  EXPECT_EQ(Result.Opinion->Judgement, Verdict::Look);
+  Result.Norm_Fxy.clear();
+  Result.Norm_Cxy.clear();
+  rigsync::Judge_Result({}, Result);
+  EXPECT_EQ(Result.Opinion->Judgement, Verdict::Dont_Use);
+}
+
 TEST(ResultJudgement, AnErrorOfTheCaptureKeepsAnAgreementFromBeingUsable) {
   Calibration_Result Result = Result_At(0.1);
   rigsync::Judge_Result(Blamed(Level::Error), Result);
