@@ -89,17 +89,14 @@ std::vector<Code_Advice> Capture_Codes() {
        "The images do not agree on one mount. Check that the trackers were held still for each "
        "image and are firmly attached. If the rotation axis of one image is much further off than "
        "those of the others, remove its line from the CSV; 'rigsync inspect' names such lines. In "
-       "a "
-       "host, or with --library-only, check too that the board's angles are right to a few tenths "
-       "of "
-       "a degree.",
+       "a host, or with --library-only, check too that the board's angles are right to a few "
+       "tenths of a degree.",
        "Nearly every image contradicts the mean of all images. The lens was solved, the mount was "
        "not: there is no transform to use.",
        {"The camera, the board or a tracker moved while images were taken.", Quaternion_Order,
         "One sample is so far off that it shifts the mean that all images are compared with.",
         "In a host, or with --library-only: the board's angles are off by more than a few tenths "
-        "of "
-        "a degree, or --board gives rows first: 8x11 instead of 11x8.",
+        "of a degree, or --board gives rows first: 8x11 instead of 11x8.",
         "In a host, or with --body-axes as-given: the tracker's axes are nearly those of the "
         "camera. Such a mount has no definite rotation axis, and the outlier filter compares "
         "rotation axes. Mount the tracker rotated by some tens of degrees."}},
