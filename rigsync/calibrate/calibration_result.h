@@ -38,10 +38,24 @@ struct Calibration_Inputs {
   bool Keeps_Body_Axes = false;  // --body-axes as-given
 };
 
+// SHA-256 of the files of a capture, 64 lower-case hexadecimal digits. Empty for a file that can't
+// be read.
+struct Input_Hashes {
+  std::string Csv;                  // empty for a pipe, too
+  std::vector<std::string> Images;  // one for each image that the CSV names
+};
+
+// Of a run whose result was read from a file; empty for those of this program.
+struct Run_Versions {
+  std::string Rigsync, Opencv, Eigen;
+};
+
 // The outcome of one library run.
 struct Calibration_Result {
   Calibration_Inputs Inputs;
   std::vector<Capture_Image> Images;  // named by the CSV, in its order
+  Input_Hashes Hashes;
+  Run_Versions Versions;
 
   std::optional<int> Code;  // the library's; none when an exception ended the run
   std::string Message;      // the meaning of the code, or the exception's text in a sentence
@@ -60,7 +74,7 @@ struct Calibration_Result {
   std::vector<double> FoV, Focal_Length_mm;
 
   // The second opinion; nothing of it with Inputs.Is_Library_Only.
-  std::optional<Capture_Solution> Solved;      // not read back from a file
+  std::optional<Capture_Solution> Solved;
   std::vector<double> Joint_Transform_Cam_Tc;  // row by row; empty when it is not solved
   std::optional<Second_Opinion> Opinion;
   // What explains the opinion: a finding of the inspection. None when no cause stands out.

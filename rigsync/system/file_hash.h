@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// A file's SHA-256, by which a result tells later whether it was made from the same file.
+#ifndef RIGSYNC_SYSTEM_FILE_HASH_H
+#define RIGSYNC_SYSTEM_FILE_HASH_H
+
+#include <filesystem>
+#include <string>
+
+namespace rigsync {
+
+// 64 lower-case hexadecimal digits. Empty for what is no regular file, a pipe for example, and for
+// a file that can't be read. May be called from several threads at once.
+std::string File_Sha256(const std::filesystem::path& File);
+
+}  // namespace rigsync
+
+#endif  // RIGSYNC_SYSTEM_FILE_HASH_H
