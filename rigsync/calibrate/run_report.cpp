@@ -143,7 +143,8 @@ bool Take_Search_Line(Run_Report& Report, std::string_view Message) {
   if (Take_Fate_Line(Report, Message)) return true;
   const auto Name = Remove_Head(Message, "Process : ");
   if (!Name) return false;
-  Report.Images.push_back({std::string(*Name), Image_Fate::Kept, std::nullopt, std::nullopt});
+  Report.Images.push_back(
+      {std::string(*Name), Image_Fate::Kept, std::nullopt, std::nullopt, std::nullopt});
   return true;
 }
 
@@ -184,6 +185,7 @@ void Take_Quality_Line(Run_Report& Report, std::string_view Message) {
   if (const auto Error = Image_Number(Message, "Image ", " reprojection error : ", " pixels.")) {
     if (Image_Report* const Image = Image_At(Report.Images, Error->first, Is_Kept)) {
       Image->Reprojection_Px = Error->second;
+      if (Report.Step < Run_Step::Removing_Outliers) Image->First_Reprojection_Px = Error->second;
     }
   } else if (const auto Average =
                  Number_Between(Message, "Average reprojection error : ", " pixels.")) {

@@ -40,6 +40,8 @@ struct Image_Report {
   std::optional<double> Axis_Difference_Deg;
   // Mean distance between found and predicted corners, pixels, in the last pass that measured it.
   std::optional<double> Reprojection_Px;
+  // The same in the first pass, before outliers were removed.
+  std::optional<double> First_Reprojection_Px;
 };
 
 // Whether the angle of the image's rotation axis is beyond the outlier filter's limit. An outlier

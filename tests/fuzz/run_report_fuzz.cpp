@@ -108,6 +108,7 @@ class Made_Up_Run {
       const Logged Error = Take_Number(Input);
       Say_Number("Image " + std::to_string(Index++) + " reprojection error : ", Error, " pixels.");
       Image.Reprojection_Px = Error.Value;
+      if (!Kept_Alone) Image.First_Reprojection_Px = Error.Value;
     }
     const Logged Mean = Take_Number(Input);
     Say_Number("Average reprojection error : ", Mean, " pixels.");
@@ -185,6 +186,8 @@ void Check_Images(const Run_Report& Read, const Run_Report& Expected) {
     Promise(Left.Fate == Right.Fate, "an image has its fate: " + Left.Name);
     Promise(Same(Left.Axis_Difference_Deg, Right.Axis_Difference_Deg), "an image has its angle");
     Promise(Same(Left.Reprojection_Px, Right.Reprojection_Px), "an image has its error");
+    Promise(Same(Left.First_Reprojection_Px, Right.First_Reprojection_Px),
+            "an image has its first error");
   }
 }
 

@@ -62,7 +62,7 @@ TEST(CalibrationResult, OneNumberThatIsNotFiniteMakesAUsableCodeMisleading) {
 TEST(CalibrationResult, TheReasonOfAnOutlierNamesItsLimit) {
   Run_Report Report;
   const auto Reason = [&](Image_Fate Fate, std::optional<double> Axis_Deg) {
-    return Drop_Reason(Report, Image_Report{"a.png", Fate, Axis_Deg, 1.0});
+    return Drop_Reason(Report, Image_Report{"a.png", Fate, Axis_Deg, 1.0, {}});
   };
   EXPECT_EQ(Reason(Image_Fate::Kept, 0.1), "");
   EXPECT_EQ(Reason(Image_Fate::Unknown, 0.1), "");
@@ -82,9 +82,9 @@ TEST(CalibrationResult, TheReasonOfAnOutlierNamesItsLimit) {
 TEST(CalibrationResult, AnImageHasTheLineOfTheCsvOnlyWhereTheNamesAgree) {
   Calibration_Result Result;
   Result.Images = {{2, "a.png"}, {5, "b.png"}};
-  Result.Report.Images = {{"a.png", Image_Fate::Kept, {}, {}},
-                          {"c.png", Image_Fate::Kept, {}, {}},
-                          {"d.png", Image_Fate::Kept, {}, {}}};
+  Result.Report.Images = {{"a.png", Image_Fate::Kept, {}, {}, {}},
+                          {"c.png", Image_Fate::Kept, {}, {}, {}},
+                          {"d.png", Image_Fate::Kept, {}, {}, {}}};
   EXPECT_EQ(Csv_Line(Result, 0), 2u);
   EXPECT_EQ(Csv_Line(Result, 1), std::nullopt);
   EXPECT_EQ(Csv_Line(Result, 2), std::nullopt);

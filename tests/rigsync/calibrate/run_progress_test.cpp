@@ -16,7 +16,8 @@ Run_Report Searching(std::size_t Count, std::size_t Dropped = 0) {
   Run_Report Report;
   Report.Step = Run_Step::Finding_Boards;
   for (std::size_t i = 0; i < Count; ++i) {
-    Report.Images.push_back({"i", i < Dropped ? Image_Fate::No_Board : Image_Fate::Kept, {}, {}});
+    Report.Images.push_back(
+        {"i", i < Dropped ? Image_Fate::No_Board : Image_Fate::Kept, {}, {}, {}});
   }
   return Report;
 }

@@ -177,6 +177,14 @@ TEST(RunReport, DropsTheFirstPassOfAKeptImageWhenTheLastPassBegins) {
   EXPECT_EQ(Last.Images[4].Reprojection_Px, std::nullopt);
 }
 
+TEST(RunReport, KeepsTheErrorOfTheFirstPassBesideThatOfTheLast) {
+  const Run_Report Report = Whole_Report();
+  EXPECT_EQ(Report.Images[0].First_Reprojection_Px, 9.5);
+  EXPECT_EQ(Report.Images[0].Reprojection_Px, 1.5);
+  EXPECT_EQ(Report.Images[2].First_Reprojection_Px, 8.0);
+  EXPECT_EQ(Report.Images[1].First_Reprojection_Px, std::nullopt);
+}
+
 TEST(RunReport, AnImagePathIsNotReadAsAMessage) {
   rigsync::Run_Log_Reader Reader;
   for (const char* Message :

@@ -30,11 +30,11 @@ Calibration_Result Good_Result() {
   Result.Transform_Cam_Tc = {1, 0, 0, 0.06, 0, 1, 0, -0.14, 0, 0, 1, -0.08, 0, 0, 0, 1};
   Result.Run_Folder = "/out/run_x";
   Result.Run_Log = "/out/run_x/log_x";
-  Result.Report.Images = {{"a.png", Image_Fate::Kept, 0.1, 1.0},
-                          {"b.png", Image_Fate::Unreadable, {}, {}},
-                          {"c.png", Image_Fate::No_Board, {}, {}},
-                          {"d.png", Image_Fate::Outlier, 2.006, 9.0},
-                          {"e.png", Image_Fate::Outlier, 0.5, 9.0}};
+  Result.Report.Images = {{"a.png", Image_Fate::Kept, 0.1, 1.0, {}},
+                          {"b.png", Image_Fate::Unreadable, {}, {}, {}},
+                          {"c.png", Image_Fate::No_Board, {}, {}, {}},
+                          {"d.png", Image_Fate::Outlier, 2.006, 9.0, {}},
+                          {"e.png", Image_Fate::Outlier, 0.5, 9.0, {}}};
   Result.Images = {{2, "a.png"}, {3, "b.png"}, {4, "c.png"}, {5, "d.png"}, {106, "e.png"}};
   Result.Report.Lens_Rms_Px = 0.215;
   Result.Report.Filter_Spread_M = {0.001, 0.002, 0.003};
@@ -163,7 +163,7 @@ TEST(ResultText, ExplainsOutliersByPositionInAUsableResultOnly) {
 
 TEST(ResultText, DroppedImagesWithOneReasonAreOneLine) {
   Calibration_Result Result = Good_Result();
-  Result.Report.Images.assign(500, {"x.png", Image_Fate::Unreadable, {}, {}});
+  Result.Report.Images.assign(500, {"x.png", Image_Fate::Unreadable, {}, {}, {}});
   const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", false);
   EXPECT_THAT(Text, HasSubstr("\n  500 images: cannot be read\n"));
   std::istringstream Lines(Text);
