@@ -4,6 +4,7 @@
 // prepares the folders, calls the library once and reports the outcome.
 #include "rigsync/calibrate/calibration_result.h"
 #include "rigsync/calibrate/codes.h"
+#include "rigsync/calibrate/input_hashes.h"
 #include "rigsync/calibrate/library_inputs.h"
 #include "rigsync/calibrate/library_run.h"
 #include "rigsync/calibrate/reprojection_folders.h"
@@ -299,6 +300,7 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
   const fs::path Out = Make_Out_Folder("--out", Arguments.Out, Needed_Bytes(Result.Images.size()),
                                        "run log and result");
   Warn_If_Space_Is_Short(Out, Result.Images, Image_Root);
+  Result.Hashes = Hash_Inputs(Result.Inputs, Result.Images);
   const Progress_Kind Kind = Kind_Of_Progress(Arguments.Is_Quiet || Arguments.Is_Verbose);
   const std::optional<Inspection> Inspected =
       Inspect_Inputs(Result.Inputs, Result.Images.size(), Kind);

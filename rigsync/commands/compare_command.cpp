@@ -104,13 +104,13 @@ bool Print_Transform_Comparison(const std::vector<double>& Solved,
 
 // Whether the stated uncertainty of the joint mount holds the truth: its 95 % region, of all six
 // numbers together.
-void Print_Uncertainty_Comparison(const std::string& Result_File, const simulate::Truth& Truth) {
-  const std::optional<Joint_Mount> Joint = Read_Joint_Mount(Result_File);
-  if (!Joint) return;
+void Print_Uncertainty_Comparison(const Calibration_Result& Result, const simulate::Truth& Truth) {
+  if (!Result.Solved || Result.Solved->Joint.Status != Solve_Status::Solved) return;
+  const Joint_Solution& Joint = Result.Solved->Joint;
   constexpr double Stated_Part = 0.95;
   const Vector6d Motion =
-      Motion_Between(Joint->Transform_Cam_Tc, Eigen::Isometry3d(Truth.Transform_Cam_Tc));
-  const bool Is_Within = Joint->Uncertainty.Probability_Nearer(Motion) <= Stated_Part;
+      Motion_Between(Joint.At.Transform_Cam_Tc, Eigen::Isometry3d(Truth.Transform_Cam_Tc));
+  const bool Is_Within = Joint.Camera_Mount.Probability_Nearer(Motion) <= Stated_Part;
   fmt::print("  Joint solution: {:.3f} mm and {:.4f} deg off, {} its 95 % uncertainty.\n",
              1000.0 * Motion.tail<3>().norm(), Degrees_Per_Radian * Motion.head<3>().norm(),
              Is_Within ? "within" : "BEYOND");
@@ -130,7 +130,7 @@ int Compare(const Compare_Arguments& Arguments) {
   Print_Lens_Comparison(Result, Truth);
   const bool Is_Within_Bounds = Print_Transform_Comparison(
       Transform_Cam_Tc, List_From_Matrix(Truth.Transform_Cam_Tc), Max_Mm, Max_Deg);
-  Print_Uncertainty_Comparison(Arguments.Result_File, Truth);
+  Print_Uncertainty_Comparison(Result, Truth);
   return Is_Within_Bounds ? Exit_Success : Exit_Beyond_Bound;
 }
 

@@ -91,8 +91,9 @@ Json Noise_Json(const Capture_Solution& Solved) {
           {"still_tracker", Still_Tracker_Json(Solved.Joint.Settings.Moving)}};
 }
 
+// A solution that was read from a file has the lens and its covariance without the rows.
 Json Lens_Json(const Capture_Solution& Solved) {
-  if (Solved.Seen.Rows.empty()) return nullptr;
+  if (Solved.Seen.Rows.empty() && Solved.Seen.Lens_Covariance.isZero(0.0)) return nullptr;
   const Lens& Seen = Solved.Lens_Px;
   const Matrix6d& Covariance = Solved.Seen.Lens_Covariance;
   return {{"fx", Seen.Fx},

@@ -46,6 +46,14 @@ const char* Status_Name(Solve_Status Status) {
   return "";
 }
 
+std::optional<Solve_Status> Status_Named(const std::string& Name) {
+  for (const auto Status : {Solve_Status::Solved, Solve_Status::Too_Few_Rows,
+                            Solve_Status::No_Majority, Solve_Status::Not_Converged}) {
+    if (Name == Status_Name(Status)) return Status;
+  }
+  return std::nullopt;
+}
+
 const char* Solution_Name(Solution_Choice Solution) {
   return Name_In(Solution_Names, Solution);
 }

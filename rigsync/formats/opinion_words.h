@@ -14,6 +14,7 @@ namespace rigsync {
 
 // "solved", "too_few_rows", "no_majority", "not_converged"
 const char* Status_Name(Solve_Status Status);
+std::optional<Solve_Status> Status_Named(const std::string& Name);
 
 // "library", "joint"
 const char* Solution_Name(Solution_Choice Solution);

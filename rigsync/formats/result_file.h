@@ -6,12 +6,8 @@
 #define RIGSYNC_FORMATS_RESULT_FILE_H
 
 #include "rigsync/calibrate/calibration_result.h"
-#include "rigsync/solve/mount_uncertainty.h"
-
-#include <Eigen/Geometry>
 
 #include <filesystem>
-#include <optional>
 #include <vector>
 
 namespace rigsync {
@@ -20,21 +16,19 @@ namespace rigsync {
 // Throws std::runtime_error when the file can't be written.
 void Write_Result(const std::filesystem::path& Folder, const Calibration_Result& Result);
 
-// Reads code, message, lens, both mounts, the choice between them, and the second opinion with its
-// limits and cause back, digit for digit; the rest of the result is left empty. A file from before
-// there were two solutions has the library's alone and no opinion. A vector that is null in the
-// file is empty; a null element of a mount is NaN. Throws Usage_Error, which names the file, for
-// any other file, and for a null element of the lens, since that is a number that is not finite.
+// Reads back what Write_Result wrote, so that the same result written again gives the same bytes.
+// What the file does not have is as in a result that was just made: of a solution the rows'
+// observations and the settings of its fit, of a cause its level, the text of an exception beside
+// the message. Opinion has the half-widths of the joint mount.
+//
+// A vector that is null in the file is empty; a null element is NaN, or infinite in the half-widths
+// and on the diagonals of covariances. An older file lacks some keys: what they hold is empty, the
+// images are those that the file names, and their number is right. One from before there were two
+// solutions has the library's alone and no opinion.
+//
+// Throws Usage_Error, which names the file, for any other file, and for a null element of the lens,
+// since that is a number that is not finite.
 Calibration_Result Read_Result(const std::filesystem::path& File);
-
-// The joint mount with its uncertainty: covariance, and degrees of freedom of all six numbers.
-struct Joint_Mount {
-  Eigen::Isometry3d Transform_Cam_Tc = Eigen::Isometry3d::Identity();
-  Mount_Uncertainty Uncertainty;
-};
-
-// None for a file that has none. Throws Usage_Error as Read_Result does.
-std::optional<Joint_Mount> Read_Joint_Mount(const std::filesystem::path& File);
 
 // Throws Usage_Error, which names the file and the probable cause, for a mount that holds NaN.
 void Require_Finite_Mount(const std::filesystem::path& File,

@@ -4,6 +4,8 @@
 // that of a capture made with quaternions, solved by the command's own solver.
 #include "rigsync/formats/result_file.h"
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/formats/json_fields.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync/system/usage_error.h"
 #include "rigsync/system/version.h"
 
@@ -17,6 +19,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <random>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -411,6 +414,7 @@ TEST(ResultFile, NumbersOfAListStandOnOneLine) {
 std::vector<std::pair<std::string, rigsync::Calibration_Result>> Kinds_Of_Result() {
   pose_rig::Options Few, Clean;
   Few.Images = 4;
+  Few.Lens_Mm = Clean.Lens_Mm = 0.2;
   rigsync::Calibration_Result Library_Only = Whole_Result();
   Library_Only.Inputs.Is_Library_Only = Library_Only.Inputs.Keeps_Body_Axes = true;
   Library_Only.Inputs.Stated_Board = rigsync::Board_Place{};
@@ -433,8 +437,172 @@ std::vector<std::pair<std::string, rigsync::Calibration_Result>> Kinds_Of_Result
           {"piped", Piped}};
 }
 
-TEST(ResultFile, FollowsItsSchema) {
+// With every key of the report, so that each is read back.
+rigsync::Calibration_Result With_Report(rigsync::Calibration_Result Result) {
+  using rigsync::Image_Fate;
+  Result.Report.Version = "v0.0.9";
+  Result.Report.Lens_Rms_Px = 0.123456;
+  Result.Report.First_Reprojection_Px = 3.5;
+  Result.Report.Reprojection_Px = 1.25;
+  Result.Report.Norm_Reprojection = 1.25 / 1080.0;
+  Result.Report.Filter_Spread_M = {0.002, 0.004, 0.01};
+  Result.Report.Spread_M = {0.0005, 0.0006, std::nan("")};
+  Result.Report.Max_Spread_M = 0.0006;
+  Result.Report.Images = {{"image_0.png", Image_Fate::Kept, 0.25, 1.5, 2.5},
+                          {"image_1.png", Image_Fate::Outlier, 0.5, 9.0, 9.0},
+                          {"image_2.png", Image_Fate::No_Board, {}, {}, {}},
+                          {"image_3.png", Image_Fate::Kept, 0.125, 1.0, 2.0},
+                          {"image_4.png", Image_Fate::Unreadable, {}, {}, {}},
+                          {"image_5.png", Image_Fate::Unknown, 0.5, {}, 3.0}};
+  if (Result.Images.empty()) {
+    for (int i = 0; i < 8; ++i) {
+      Result.Images.push_back({std::size_t(i) + 2, "image_" + std::to_string(i) + ".png"});
+    }
+  }
+  Result.Hashes.Csv = std::string(64, 'a');
+  for (std::size_t i = 0; i < Result.Images.size(); ++i) {
+    Result.Hashes.Images.push_back(i == 4 ? "" : std::string(64, char('0' + i % 10)));
+  }
+  Result.Seconds = 12.0625;
+  Result.Inputs.Sensor_Size_Mm = {{23.7, 13.3}};
+  Result.Inputs.Board_Accuracy = {0.7, 0.003};
+  Result.Inputs.Talent_Distance = 4.2;
+  Result.Inputs.Limits = {2.5, 0.2};
+  return Result;
+}
+
+std::vector<std::pair<std::string, rigsync::Calibration_Result>> Kinds_With_Reports() {
+  auto Kinds = Kinds_Of_Result();
   for (const auto& [Name, Result] : Kinds_Of_Result()) {
+    Kinds.emplace_back(Name + ", with report", With_Report(Result));
+  }
+  rigsync::Calibration_Result Refused = With_Report(Whole_Result());
+  Refused.Code = 13;
+  Refused.Transform_Cam_Tc.clear();
+  Refused.Report.Too_Few_Remaining = 3;
+  Kinds.emplace_back("refused", Refused);
+  rigsync::Calibration_Result Of_Another_Version = With_Report(Whole_Result());
+  Of_Another_Version.Versions = {"0.0.1", "4.5.0", "3.4.1"};
+  Kinds.emplace_back("of another version", Of_Another_Version);
+  return Kinds;
+}
+
+// The second file is made from what was read of the first, so every number that is not read, or is
+// read as another, shows.
+TEST(ResultFile, WhatWasReadIsWrittenAgainWithTheSameBytes) {
+  for (const auto& [Name, Result] : Kinds_With_Reports()) {
+    const Scratch_Folder First, Second;
+    rigsync::Write_Result(First.Path(), Result);
+    rigsync::Write_Result(Second.Path(), rigsync::Read_Result(First.Path() / "result.json"));
+    EXPECT_EQ(Read_Text((Second.Path() / "result.json").string()),
+              Read_Text((First.Path() / "result.json").string()))
+        << Name;
+  }
+}
+
+TEST(ResultFile, AnotherUnitInTheFileMovesNoBit) {
+  std::mt19937 Random(7);
+  for (int i = 0; i < 20000; ++i) {
+    const double Value = std::ldexp(static_cast<double>(Random()) / 3.0, int(Random() % 40) - 60);
+    for (const double Factor : {rigsync::Degrees_Per_Radian, 1000.0, 1080.0, 1.37}) {
+      const double Told = Factor * Value;
+      ASSERT_EQ(Factor * rigsync::Unscaled(Told, Factor), Told) << Value;
+    }
+  }
+  EXPECT_TRUE(std::isnan(rigsync::Unscaled(std::nan(""), 1000.0)));
+  EXPECT_EQ(rigsync::Unscaled(HUGE_VAL, 1000.0), HUGE_VAL);
+}
+
+TEST(ResultFile, TheReportIsReadBackInTheOrderOfItsLines) {
+  using rigsync::Image_Fate;
+  const rigsync::Calibration_Result Read = Written_And_Read(With_Report(Whole_Result()));
+  ASSERT_EQ(Read.Report.Images.size(), 6u);
+  const Image_Fate Fates[] = {Image_Fate::Kept, Image_Fate::Outlier,    Image_Fate::No_Board,
+                              Image_Fate::Kept, Image_Fate::Unreadable, Image_Fate::Unknown};
+  for (std::size_t i = 0; i < 6; ++i) {
+    EXPECT_EQ(Read.Report.Images[i].Name, "image_" + std::to_string(i) + ".png");
+    EXPECT_EQ(Read.Report.Images[i].Fate, Fates[i]) << i;
+    EXPECT_EQ(rigsync::Csv_Line(Read, i), i + 2);
+  }
+  EXPECT_EQ(Read.Report.Images[0].First_Reprojection_Px, 2.5);
+  EXPECT_EQ(Read.Report.Images[0].Reprojection_Px, 1.5);
+  EXPECT_EQ(Read.Report.Images[3].Axis_Difference_Deg, 0.125);
+  EXPECT_EQ(Read.Report.Images[2].Reprojection_Px, std::nullopt);
+  EXPECT_THAT(rigsync::Drop_Reason(Read.Report, Read.Report.Images[1]),
+              HasSubstr("position over 2.6, 5.2 or 13.0 mm"));
+  EXPECT_EQ(Read.Images.size(), 8u);
+  EXPECT_EQ(Read.Report.Norm_Reprojection, 1.25 / 1080.0);
+  EXPECT_EQ(Read.Inputs.Talent_Distance, 4.2);
+  EXPECT_EQ(Read.Hashes.Images[3], std::string(64, '3'));
+  EXPECT_EQ(Read.Hashes.Images[4], "");
+}
+
+TEST(ResultFile, TheJointSolutionIsReadBackAsItWasSolved) {
+  const rigsync::Calibration_Result Result = Judged_Result(Slipped_Capture());
+  const rigsync::Calibration_Result Read = Written_And_Read(Result);
+  const rigsync::Joint_Solution &Joint = Result.Solved->Joint, &Read_Joint = Read.Solved->Joint;
+  EXPECT_EQ(Read_Joint.Status, rigsync::Solve_Status::Solved);
+  EXPECT_EQ(Read_Joint.At.Transform_Cam_Tc.matrix(), Joint.At.Transform_Cam_Tc.matrix());
+  EXPECT_EQ(Read_Joint.At.Transform_Tr_Chart.matrix(), Joint.At.Transform_Tr_Chart.matrix());
+  EXPECT_EQ(Read_Joint.At.Square_Scale, Joint.At.Square_Scale);
+  EXPECT_EQ(Read_Joint.Camera_Mount.Covariance, Joint.Camera_Mount.Covariance);
+  EXPECT_EQ(Read_Joint.Camera_Mount.Freedom, Joint.Camera_Mount.Freedom);
+  EXPECT_EQ(Read_Joint.Camera_Mount.Widest_Mm.Half_Width, Joint.Camera_Mount.Widest_Mm.Half_Width);
+  EXPECT_EQ(Read_Joint.Board_Mount.Covariance, Joint.Board_Mount.Covariance);
+  EXPECT_DOUBLE_EQ(Read_Joint.Noise.Rotation_Rad, Joint.Noise.Rotation_Rad);
+  EXPECT_DOUBLE_EQ(Read.Solved->Seen.Corner_Variance, Result.Solved->Seen.Corner_Variance);
+  EXPECT_EQ(Read.Solved->Seen.Lens_Covariance, Result.Solved->Seen.Lens_Covariance);
+  EXPECT_EQ(Read.Solved->Lens_Px.Fy, 1500.5);
+  ASSERT_EQ(Read_Joint.Rows.size(), 24u);
+  EXPECT_EQ(Read_Joint.Rows[3].Row, 3u);
+  EXPECT_FALSE(Read_Joint.Rows[3].Is_Kept);
+  EXPECT_NEAR((Read_Joint.Rows[3].Residual - Joint.Rows[3].Residual).norm(), 0.0, 1e-15);
+  EXPECT_EQ(Read.Solved->Likeliest_Slip->First_Row, 14u);
+  EXPECT_EQ(Read.Solved->Likeliest_Slip->Tracker, rigsync::Slipped_Tracker::Board);
+  EXPECT_EQ(Read.Solved->Lens_Check->F, 12.5);
+  EXPECT_EQ(Read.Solved->Place->Difference_Mm, 4.5);
+  EXPECT_EQ(Read.Opinion->Half_Width_Mm, Result.Opinion->Half_Width_Mm);
+  EXPECT_THAT(Read.Cause->Lines, ElementsAre(16u, 17u));
+}
+
+// Nothing is known of a mount that was not solved.
+TEST(ResultFile, AnUnsolvedMountIsReadAsOneOfWhichNothingIsKnown) {
+  pose_rig::Options Few;
+  Few.Images = 4;
+  const rigsync::Calibration_Result Read = Written_And_Read(Judged_Result(Few));
+  EXPECT_EQ(Read.Solved->Joint.Status, rigsync::Solve_Status::Too_Few_Rows);
+  EXPECT_EQ(Read.Solved->Joint.Camera_Mount.Half_Width_Mm.x(), HUGE_VAL);
+  EXPECT_EQ(Read.Opinion->Half_Width_Deg, HUGE_VAL);
+  EXPECT_TRUE(std::isnan(Read.Solved->Joint.Noise.Position));
+  EXPECT_TRUE(Read.Joint_Transform_Cam_Tc.empty());
+}
+
+// The list of all images came with the hashes.
+TEST(ResultFile, AFileWithoutHashesHasTheImagesThatItNames) {
+  const Scratch_Folder Scratch;
+  rigsync::Calibration_Result Result = With_Report(Judged_Result(Slipped_Capture()));
+  Result.Images.push_back({30, "never reached.png"});
+  rigsync::Write_Result(Scratch.Path(), Result);
+  nlohmann::json File = Read_Json(Scratch.Path() / "result.json");
+  File["inputs"].erase("hashes");
+  for (const char* List : {"kept", "dropped", "unknown"}) {
+    for (nlohmann::json& Image : File["images"][List]) Image.erase("first_reprojection_px");
+  }
+  const rigsync::Calibration_Result Read =
+      rigsync::Read_Result(Scratch.Write("earlier.json", File.dump()));
+  ASSERT_EQ(Read.Images.size(), 25u);
+  EXPECT_EQ(Read.Images[14].Name, "image_14.png");
+  EXPECT_EQ(Read.Images[14].Line, 16u);
+  EXPECT_EQ(Read.Images[24].Name, "");
+  EXPECT_EQ(Read.Hashes.Csv, "");
+  EXPECT_TRUE(Read.Hashes.Images.empty());
+  EXPECT_EQ(Read.Report.Images[0].First_Reprojection_Px, std::nullopt);
+  EXPECT_EQ(Read.Report.Images[0].Reprojection_Px, 1.5);
+  EXPECT_EQ(Read.Solved->Joint.Rows[3].Row, 3u);
+}
+
+TEST(ResultFile, FollowsItsSchema) {
+  for (const auto& [Name, Result] : Kinds_With_Reports()) {
     EXPECT_EQ(Said_By("check_schema.py", Result), "") << Name;
   }
 }
@@ -488,8 +656,8 @@ bool Is_On_The_Page(const std::string& Path, const std::map<std::string, std::st
 
 TEST(ResultFile, ThePageHasEveryKeyAndNoOther) {
   rigsync::Calibration_Result Result = Judged_Result(Slipped_Capture());
-  Result.Report.Images = {{"a.png", rigsync::Image_Fate::Kept, 0.25, 1.5},
-                          {"b.png", rigsync::Image_Fate::Outlier, 2.0, 9.0}};
+  Result.Report.Images = {{"a.png", rigsync::Image_Fate::Kept, 0.25, 1.5, 2.5},
+                          {"b.png", rigsync::Image_Fate::Outlier, 2.0, 9.0, 9.5}};
   std::set<std::string> Paths;
   Add_Paths(Written(Result), "", Paths);
   const auto Texts = Keys_Of_The_Page();
@@ -508,15 +676,15 @@ TEST(ResultFile, ThePageHasEveryKeyAndNoOther) {
 TEST(ResultFile, ListsImagesWithAnUnknownFateSeparately) {
   const Scratch_Folder Scratch;
   rigsync::Calibration_Result Result = Whole_Result();
-  Result.Report.Images = {{"a.png", rigsync::Image_Fate::Unknown, 0.25, 1.5},
-                          {"b.png", rigsync::Image_Fate::Outlier, 2.0, 9.0}};
+  Result.Report.Images = {{"a.png", rigsync::Image_Fate::Unknown, 0.25, 1.5, 2.5},
+                          {"b.png", rigsync::Image_Fate::Outlier, 2.0, 9.0, 9.5}};
   Result.Images = {{2, "a.png"}, {3, "b.png"}};
   rigsync::Write_Result(Scratch.Path(), Result);
   const nlohmann::json Images = Read_Json(Scratch.Path() / "result.json")["images"];
   EXPECT_TRUE(Images["kept"].empty());
   EXPECT_EQ(Images["dropped"].size(), 1u);
   EXPECT_EQ(Images["unknown"], nlohmann::json::parse(R"([{"image": "a.png", "line": 2,
-      "axis_difference_deg": 0.25, "reprojection_px": 1.5}])"));
+      "axis_difference_deg": 0.25, "first_reprojection_px": 2.5, "reprojection_px": 1.5}])"));
 }
 
 TEST(ResultFile, WritingLeavesOneFileAndReplacesAnEarlierOne) {
@@ -566,6 +734,21 @@ TEST(ResultFile, AFileThatIsNoResultIsRefusedByName) {
       {R"({"format":"rigsync-result","format_version":1,"solution":"both","transform_cam_tc":null,
            "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
        "'solution' is not library or joint"},
+      {R"({"format":"rigsync-result","format_version":1,"inputs":{"board":[11,-8]},
+           "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
+       "'board' has an element that is not a whole number"},
+      {R"({"format":"rigsync-result","format_version":1,"transform_cam_tc":null,
+           "images":{"given":4000000000},
+           "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
+       "'given' is not a whole number"},
+      {R"({"format":"rigsync-result","format_version":1,"transform_cam_tc":null,
+           "joint":{"status":"solved","transform_cam_tc":null},
+           "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
+       "'transform_cam_tc' is null"},
+      {R"({"format":"rigsync-result","format_version":1,"transform_cam_tc":null,
+           "joint":{"status":"too_few_rows","rows":[{"line":7}]},"inputs":{"hashes":{"images":[]}},
+           "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
+       "no image of the capture is in line 7"},
   };
   for (const auto& [Text, Why] : Cases) {
     SCOPED_TRACE(Text);
