@@ -186,6 +186,14 @@ std::optional<Board_Observation> Solve_Board_Pose(const Corner_List& Corners,
   return Seen;
 }
 
+Board_Observation Predict_Board(const Eigen::Isometry3d& Transform_Cam_Chart,
+                                const Board_Size& Board, double Square_Size, const Lens& Lens_Px) {
+  const std::vector<cv::Point3d> Points = Corners_Chart(Board, Square_Size);
+  Projection At = Project(Points, Corner_List(Points.size(), {0, 0}), Lens_Px, Transform_Cam_Chart);
+  At.Residuals_Px.setZero();
+  return Describe(Transform_Cam_Chart, At);
+}
+
 Observations Observe(const std::vector<Row_Facts>& Rows, const Board_Size& Board,
                      double Square_Size, const Lens& Lens_Px) {
   Observations All;

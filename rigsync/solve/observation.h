@@ -74,6 +74,11 @@ std::optional<Board_Observation> Solve_Board_Pose(const Corner_List& Corners,
                                                   const Board_Size& Board, double Square_Size,
                                                   const Lens& Lens_Px);
 
+// What the image of a board at a pose would say of it, its corners being where the lens puts them.
+// The board is in front of the camera.
+Board_Observation Predict_Board(const Eigen::Isometry3d& Transform_Cam_Chart,
+                                const Board_Size& Board, double Square_Size, const Lens& Lens_Px);
+
 // The observations of a capture. The corners' variance is that of all residuals together, and the
 // lens's covariance is the one that these corners give a lens solved from them.
 Observations Observe(const std::vector<Row_Facts>& Rows, const Board_Size& Board,

@@ -94,6 +94,19 @@ TEST(Observation, ExactCornersGiveTheTruePose) {
   }
 }
 
+TEST(Observation, ABoardIsPredictedToSayWhatItsCornersSay) {
+  const simulate::Plan Plan = Small_Plan();
+  const Board_Observation Predicted =
+      rigsync::Predict_Board(True_Pose(Plan, 1), Board, Square_Size, Lens_Of(Plan));
+  const auto Seen = rigsync::Solve_Board_Pose(
+      Corners_Of(simulate::Project_Board(Plan, Plan.Images[1])), Board, Square_Size, Lens_Of(Plan));
+  ASSERT_TRUE(Seen);
+  EXPECT_TRUE(Predicted.Unit_Covariance.isApprox(Seen->Unit_Covariance, 1e-4));
+  EXPECT_TRUE(Predicted.Lens_Sensitivity.isApprox(Seen->Lens_Sensitivity, 1e-4));
+  EXPECT_TRUE(Predicted.Lens_Information.isApprox(Seen->Lens_Information, 1e-4));
+  EXPECT_EQ(Predicted.Squared_Residuals_Px, 0.0);
+}
+
 TEST(Observation, TheCovarianceIsThatOfManyDraws) {
   const simulate::Plan Plan = Small_Plan();
   constexpr double Deviation_Px = 0.1;
