@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// accuracy rows|faults [CAPTURES [FIRST_SEED]]: how far Transform_Cam_Tc is off on captures whose
-// truth is known, as CSV. No image is drawn: the simulator projects the corners, and noise is added
-// to corners and tracker samples.
+// accuracy rows|faults|poses [CAPTURES [FIRST_SEED]]: how far Transform_Cam_Tc is off on captures
+// whose truth is known, as CSV. No image is drawn: the simulator projects the corners, and noise is
+// added to corners and tracker samples.
 //
 //   rows    in many settings, CAPTURES in each: the library with the true place of the board and
 //           with the solved one, the joint solve, and OpenCV's solvers by Park and by Shah
 //   faults  captures with random faults: what the library alone would call usable, and what it
 //           would with the joint solve as a second opinion
+//   poses   captures taken pose by pose, as advised and as simulated: how many images it takes
 #include "bench/fault_study.h"
+#include "bench/next_pose.h"
 #include "bench/seed_pool.h"
 #include "bench/setting_rows.h"
 
@@ -42,8 +44,8 @@ int main(int Argument_Count, char** Arguments) {
   const std::string What = Argument_Count > 1 ? Arguments[1] : "";
   const long Captures = Argument_Count > 2 ? std::strtol(Arguments[2], nullptr, 10) : 200;
   const long First = Argument_Count > 3 ? std::strtol(Arguments[3], nullptr, 10) : 1;
-  if ((What != "rows" && What != "faults") || Captures < 1 || First < 1) {
-    std::fprintf(stderr, "usage: accuracy rows|faults [CAPTURES [FIRST_SEED]]\n");
+  if ((What != "rows" && What != "faults" && What != "poses") || Captures < 1 || First < 1) {
+    std::fprintf(stderr, "usage: accuracy rows|faults|poses [CAPTURES [FIRST_SEED]]\n");
     return 2;
   }
   std::cout.rdbuf(nullptr);  // the library's log lines
@@ -52,6 +54,8 @@ int main(int Argument_Count, char** Arguments) {
   try {
     if (What == "rows") {
       Print_All(bench::Setting_Rows_Header(), bench::Setting_Rows_Lines, First_Seed, Count);
+    } else if (What == "poses") {
+      Print_All(bench::Next_Pose_Header(), bench::Next_Pose_Lines, First_Seed, Count);
     } else {
       Print_All(bench::Fault_Study_Header(), bench::Fault_Study_Line, First_Seed, Count);
     }
