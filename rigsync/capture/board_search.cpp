@@ -115,16 +115,29 @@ std::size_t Board_Search::Usable_Count() const {
 Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vector<bool>& Readable,
                            const fs::path& Image_Root, const Board_Size& Board,
                            const Search_Progress& Progress, std::size_t Threads) {
+  return Search_Boards(Rows, Readable, Known_Images(Rows.size()), Image_Root, Board, Progress,
+                       Threads);
+}
+
+Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vector<bool>& Readable,
+                           const Known_Images& Known, const fs::path& Image_Root,
+                           const Board_Size& Board, const Search_Progress& Progress,
+                           std::size_t Threads) {
   const Quiet_Output Quiet(true);
-  const auto Readable_Count =
-      static_cast<std::size_t>(std::count(Readable.begin(), Readable.end(), true));
-  const std::size_t Used_Threads = std::max(std::min(Threads, Readable_Count), std::size_t{1});
+  std::size_t Opened = 0;
+  for (std::size_t i = 0; i < Rows.size(); ++i) Opened += Readable[i] && !Known[i] ? 1 : 0;
+  const std::size_t Used_Threads = std::max(std::min(Threads, Opened), std::size_t{1});
   std::vector<Detection_Images> Images(Used_Threads);
   First_Image_Size First_Size(Rows.size());
   Board_Search Search;
   Search.Images.resize(Rows.size());
   const auto Search_Row = [&](std::size_t Row, std::size_t Thread) {
     Searched_Image& Result = Search.Images[Row];
+    if (Known[Row]) {
+      Result = *Known[Row];
+      First_Size.Note(Row, {Result.Width, Result.Height});
+      return;
+    }
     if (!Rows[Row].Is_Image) Result.State = Image_State::Not_An_Image;
     const cv::Mat Image = First_Size.Read(Row, [&] {
       return Readable[Row] ? Read_Image(Image_Root / Rows[Row].Image, Result.State) : cv::Mat();

@@ -61,6 +61,16 @@ Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vect
                            const std::filesystem::path& Image_Root, const Board_Size& Board,
                            const Search_Progress& Progress, std::size_t Threads = Core_Count());
 
+// Images whose search is known from before, one entry for each row, or no entry at all.
+using Known_Images = std::vector<std::optional<Searched_Image>>;
+
+// The same without opening the known images. They were searched in a capture whose first image had
+// the same size.
+Board_Search Search_Boards(const std::vector<Capture_Row>& Rows, const std::vector<bool>& Readable,
+                           const Known_Images& Known, const std::filesystem::path& Image_Root,
+                           const Board_Size& Board, const Search_Progress& Progress,
+                           std::size_t Threads = Core_Count());
+
 struct Board_Pose {
   std::size_t Row = 0;  // index of the row
   Eigen::Quaterniond Rotation_Cam_Chart;

@@ -26,14 +26,15 @@ class First_Image_Size {
   // for it, and is passed on.
   cv::Mat Read(std::size_t Row, const std::function<cv::Mat()>& Read_Image);
 
+  // Notes the size of a row's image without reading it; 0 by 0 for one that did not open.
+  void Note(std::size_t Row, cv::Size Size);
+
   // Waits until a row and all before it have been read, and the row's image opened; returns its
   // size. For a thread that has read an image that opened. Every row before it has to be read at
   // some time by a thread that does not wait here before it has read it.
   cv::Size Wait();
 
  private:
-  void Note(std::size_t Row, cv::Size Size);
-
   std::mutex Guard;
   std::condition_variable Changed;
   std::vector<std::optional<cv::Size>> Sizes;  // none for a row that has not been read
