@@ -44,6 +44,20 @@ class Interrupt_Text {
   Interrupt_Text& operator=(const Interrupt_Text&) = delete;
 };
 
+// While one of these exists, the first signal that would end the process (Ctrl-C, a closed
+// terminal, SIGTERM) asks it to stop instead, and the second ends it as usual. A signal that is
+// ignored stays ignored. Only one may exist at a time, and no Interrupt_Text beside it.
+class Stop_Request {
+ public:
+  Stop_Request();
+  ~Stop_Request();
+  Stop_Request(const Stop_Request&) = delete;
+  Stop_Request& operator=(const Stop_Request&) = delete;
+
+  // Waits. False, at once, when the process was asked to stop.
+  bool Wait(double Seconds) const;
+};
+
 // The process id.
 unsigned long Process_Number();
 

@@ -24,6 +24,7 @@ constexpr std::array<int, 3> Signals = {SIGINT, SIGTERM, SIGHUP};
 std::string Interrupt_Message;
 int Saved_Error = -1;
 std::array<struct sigaction, Signals.size()> Previous_Actions;
+std::array<int, 2> Stop_Pipe = {-1, -1};  // to read from, to write to
 // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 // Calls only functions that are safe in a signal handler.
@@ -34,6 +35,32 @@ void Write_And_Raise(int Signal) {
   // The handler was removed when it was entered (SA_RESETHAND): the signal now ends the process,
   // and the shell sees which signal it was.
   raise(Signal);
+}
+
+// As above, the next signal ends the process.
+void Ask_To_Stop(int /*Signal*/) {
+  const int Error_Before = errno;
+  if (write(Stop_Pipe[1], "x", 1) < 0) {
+    // It was asked already.
+  }
+  errno = Error_Before;
+}
+
+void Install(void (*Handler)(int)) {
+  struct sigaction Action = {};
+  Action.sa_handler = Handler;
+  Action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+  sigemptyset(&Action.sa_mask);
+  for (std::size_t i = 0; i < Signals.size(); ++i) {
+    sigaction(Signals[i], nullptr, &Previous_Actions[i]);
+    if (Previous_Actions[i].sa_handler != SIG_IGN) sigaction(Signals[i], &Action, nullptr);
+  }
+}
+
+void Restore_Handlers() {
+  for (std::size_t i = 0; i < Signals.size(); ++i) {
+    sigaction(Signals[i], &Previous_Actions[i], nullptr);
+  }
 }
 
 // ---- Files -------------------------------------------------------------------------------------
@@ -70,22 +97,41 @@ Prepared_Process::~Prepared_Process() = default;
 Interrupt_Text::Interrupt_Text(const std::string& Text) {
   Interrupt_Message = Text;
   Saved_Error = Copy_Of(STDERR_FILENO);
-  struct sigaction Action = {};
-  Action.sa_handler = Write_And_Raise;
-  Action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
-  sigemptyset(&Action.sa_mask);
-  for (std::size_t i = 0; i < Signals.size(); ++i) {
-    sigaction(Signals[i], nullptr, &Previous_Actions[i]);
-    if (Previous_Actions[i].sa_handler != SIG_IGN) sigaction(Signals[i], &Action, nullptr);
-  }
+  Install(Write_And_Raise);
 }
 
 Interrupt_Text::~Interrupt_Text() {
-  for (std::size_t i = 0; i < Signals.size(); ++i) {
-    sigaction(Signals[i], &Previous_Actions[i], nullptr);
-  }
+  Restore_Handlers();
   if (Saved_Error >= 0) close(Saved_Error);
   Saved_Error = -1;
+}
+
+Stop_Request::Stop_Request() {
+  if (pipe(Stop_Pipe.data()) != 0) Stop_Pipe = {-1, -1};
+  for (const int End : Stop_Pipe) {
+    if (End < 0) continue;
+    fcntl(End, F_SETFD, FD_CLOEXEC);
+    fcntl(End, F_SETFL, O_NONBLOCK);
+  }
+  if (Stop_Pipe[0] >= 0) Install(Ask_To_Stop);
+}
+
+Stop_Request::~Stop_Request() {
+  if (Stop_Pipe[0] < 0) return;
+  Restore_Handlers();
+  for (int& End : Stop_Pipe) {
+    close(End);
+    End = -1;
+  }
+}
+
+bool Stop_Request::Wait(double Seconds) const {
+  constexpr double Milliseconds = 1000.0;
+  pollfd Asked{Stop_Pipe[0], POLLIN, 0};
+  const int Ready = poll(&Asked, 1, static_cast<int>(Milliseconds * Seconds));
+  // A signal interrupts the wait; what it wrote is in the pipe by then.
+  if (Ready < 0 && errno == EINTR) return poll(&Asked, 1, 0) != 1;
+  return Ready != 1;
 }
 
 unsigned long Process_Number() {

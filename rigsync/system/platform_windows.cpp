@@ -58,6 +58,16 @@ BOOL WINAPI Write_And_Continue(DWORD /*Event*/) {
   return FALSE;
 }
 
+// Set when the process was asked to stop.
+HANDLE Stop_Event = nullptr;
+
+// TRUE ends the event here. The next one, the stop being asked for, goes to the system's handler.
+BOOL WINAPI Ask_To_Stop(DWORD /*Event*/) {
+  const std::lock_guard<std::mutex> Guard(Interrupt_Lock);
+  if (Stop_Event == nullptr || WaitForSingleObject(Stop_Event, 0) == WAIT_OBJECT_0) return FALSE;
+  return SetEvent(Stop_Event);
+}
+
 // ---- Streams and descriptors -------------------------------------------------------------------
 
 // INVALID_HANDLE_VALUE for a descriptor without a file.
@@ -134,6 +144,32 @@ Interrupt_Text::~Interrupt_Text() {
   const std::lock_guard<std::mutex> Guard(Interrupt_Lock);
   if (Saved_Error >= 0) _close(Saved_Error);
   Saved_Error = -1;
+}
+
+Stop_Request::Stop_Request() {
+  const HANDLE Event = CreateEventW(nullptr, TRUE, FALSE, nullptr);  // stays set
+  {
+    const std::lock_guard<std::mutex> Guard(Interrupt_Lock);
+    Stop_Event = Event;
+  }
+  SetConsoleCtrlHandler(Ask_To_Stop, TRUE);
+}
+
+Stop_Request::~Stop_Request() {
+  SetConsoleCtrlHandler(Ask_To_Stop, FALSE);
+  const std::lock_guard<std::mutex> Guard(Interrupt_Lock);
+  if (Stop_Event != nullptr) CloseHandle(Stop_Event);
+  Stop_Event = nullptr;
+}
+
+bool Stop_Request::Wait(double Seconds) const {
+  constexpr double Milliseconds = 1000.0;
+  const auto Time = static_cast<DWORD>(Milliseconds * Seconds);
+  if (Stop_Event == nullptr) {
+    Sleep(Time);
+    return true;
+  }
+  return WaitForSingleObject(Stop_Event, Time) != WAIT_OBJECT_0;
 }
 
 unsigned long Process_Number() {
