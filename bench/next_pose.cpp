@@ -220,8 +220,11 @@ Run Take(Way How, const Views& Planned, unsigned Seed) {
                                  Seen.Board.Image_Size.width, Seen.Board.Image_Size.height,
                                  As_Lens(Seen.True_Lens)};
   simulate::Random Random(Seed, Hand);
-  rigsync::Unfinished_Capture Unfinished{View.Board, View.Square_Size, View.Width, View.Height, {},
-                                         {},         nullptr,          false,      {}};
+  rigsync::Unfinished_Capture Unfinished;
+  Unfinished.Board = View.Board;
+  Unfinished.Square_Size = View.Square_Size;
+  Unfinished.Width = View.Width;
+  Unfinished.Height = View.Height;
   rigsync::Capture_Solution Solution;
   for (std::size_t i = 0; i < Most_Images && !Is_Done(Done); ++i) {
     Isometry3d Pose = Planned.Transform_Cam_Chart[i];

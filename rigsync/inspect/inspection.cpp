@@ -98,12 +98,12 @@ bool Are_Mounts_Solved(const Inspection& Result) {
   return Result.Solution && Result.Solution->Joint.Status == Solve_Status::Solved;
 }
 
-void Inspect_Boards(const std::vector<bool>& Readable, const Search_Progress& Progress,
+void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Searcher,
                     Inspection& Result) {
   const std::vector<Capture_Row>& Rows = Result.File.Rows;
   const Board_Estimate& Estimate = Result.Inputs.Board;
   const Board_Size& Board = Estimate.Board;
-  Result.Search = Search_Boards(Rows, Readable, Result.Inputs.Image_Root, Board, Progress);
+  Result.Search = Searcher(Rows, Readable);
   Judge_Search(Rows, *Result.Search, Result.All_Findings);
   if (Image_Count(Rows) == 0) {
     Judge_Image_Count(0, Result.All_Findings);
@@ -135,6 +135,14 @@ bool Is_Solution_Sound(const Inspection& Inspected) {
 }
 
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress) {
+  const auto Search_All = [&](const std::vector<Capture_Row>& Rows,
+                              const std::vector<bool>& Readable) {
+    return Search_Boards(Rows, Readable, Inputs.Image_Root, Inputs.Board.Board, Progress);
+  };
+  return Inspect_Capture(Inputs, Board_Searcher(Search_All));
+}
+
+Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Board_Searcher& Searcher) {
   Inspection Result;
   Result.Inputs = Inputs;
   Result.File = Read_Inspected_File(Inputs.Csv);
@@ -145,7 +153,7 @@ Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progres
   Judge_Samples(Rows, Result.All_Findings);
   Result.Rotations = Measure_Rotations(Rows);
   if (Inputs.Opens_Images) {
-    Inspect_Boards(Readable_Rows(Paths), Progress, Result);
+    Inspect_Boards(Readable_Rows(Paths), Searcher, Result);
   } else {
     Judge_Image_Count(Image_Count(Rows), Result.All_Findings);
   }

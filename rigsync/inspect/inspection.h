@@ -17,7 +17,9 @@
 #include "rigsync/solve/second_opinion.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
+#include <vector>
 
 namespace rigsync {
 
@@ -50,6 +52,13 @@ bool Is_Solution_Sound(const Inspection& Inspected);
 
 // Throws Usage_Error when the CSV file cannot be read. Progress is called after each image.
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress);
+
+// Returns what Search_Boards returns for these rows.
+using Board_Searcher = std::function<Board_Search(const std::vector<Capture_Row>& Rows,
+                                                  const std::vector<bool>& Readable)>;
+
+// The same with a search of the caller's, which may know some of the images.
+Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Board_Searcher& Searcher);
 
 }  // namespace rigsync
 

@@ -154,6 +154,13 @@ double Cost_Of(const Matrix6d& Covariance, const Accuracy_Limits& Limits) {
          Covariance.diagonal().tail<3>().sum() / Squared(Limits.Mm / 1000.0);
 }
 
+// A row with this board, whatever its samples, if the board has a pose by the lens.
+void Add_Expected(const Corner_List& Corners, const Design& With, std::vector<Observation>& Rows) {
+  const Board_View& View = With.View;
+  const auto Seen = Solve_Board_Pose(Corners, View.Board, View.Square_Size, View.Lens_Px);
+  if (Seen) Rows.push_back(Observation_At(Seen->Transform_Cam_Chart, With));
+}
+
 // Rows that the solve kept, or all whose board has a pose by the lens.
 std::vector<Observation> Rows_So_Far(const Unfinished_Capture& Of, bool Is_Solved,
                                      const Design& With) {
@@ -199,6 +206,7 @@ class Frame_Cells {
         Rows(static_cast<int>(std::ceil(Of.Height / Side))),
         Is_Covered(static_cast<std::size_t>(Cols * Rows), false) {
     for (const Row_Facts& Facts : Of.Facts) Cover(Facts.Corners);
+    for (const Corner_List& Corners : Of.Without_Samples) Cover(Corners);
   }
 
   // How many cells the board would be the first to cover.
@@ -302,7 +310,7 @@ Mount_Widths Modelled_Widths(const std::vector<Observation>& Rows, const Design&
 Mount_Widths Widths_After(const Unfinished_Capture& Of, std::vector<Observation> Rows,
                           const Design& With, const Eigen::Isometry3d& Transform_Cam_Chart) {
   const Variances& Noise = Of.Solution->Joint.Variance;
-  const Mount_Widths Now = Modelled_Widths(Rows, With, Noise);
+  const Mount_Widths Now = Modelled_Widths(Rows_So_Far(Of, true, With), With, Noise);
   Rows.push_back(Observation_At(Transform_Cam_Chart, With));
   const Mount_Widths After = Modelled_Widths(Rows, With, Noise);
   const Mount_Widths Stated = Widths_Of(Of.Solution->Joint.Camera_Mount);
@@ -312,7 +320,8 @@ Mount_Widths Widths_After(const Unfinished_Capture& Of, std::vector<Observation>
 std::optional<Next_Pose> Choose_Pose(const Unfinished_Capture& Of) {
   const bool Is_Solved = Is_Known(Of);
   Design With = Begin(Of, Is_Solved);
-  const std::vector<Observation> Rows = Rows_So_Far(Of, Is_Solved, With);
+  std::vector<Observation> Rows = Rows_So_Far(Of, Is_Solved, With);
+  for (const Corner_List& Corners : Of.Without_Samples) Add_Expected(Corners, With, Rows);
   for (const Observation& Seen : Rows) Add(Terms_Of(Seen, With), With);
   const double Last_Roll_Deg =
       Rows.empty() ? 0.0 : Roll_Deg_Of(Rows.back().Board.Transform_Cam_Chart.linear());
@@ -346,8 +355,8 @@ std::vector<Verdict_Reason> Doubts_About(const Unfinished_Capture& Of) {
 
 // "Within", so that NaN is not.
 bool Is_Certain(const Mount_Widths& Widths, const Accuracy_Limits& Limits) {
-  return Sure_Factor * Widths.Mm <= Enough_Part * Limits.Mm &&
-         Sure_Factor * Widths.Deg <= Enough_Part * Limits.Deg;
+  const Mount_Widths Most = Enough_Widths(Limits);
+  return Widths.Mm <= Most.Mm && Widths.Deg <= Most.Deg;
 }
 
 void Judge_Enough(const Unfinished_Capture& Of, Capture_Advice& Advice) {
@@ -364,6 +373,10 @@ void Judge_Enough(const Unfinished_Capture& Of, Capture_Advice& Advice) {
 }
 
 }  // namespace
+
+Mount_Widths Enough_Widths(const Accuracy_Limits& Limits) {
+  return {Enough_Part / Sure_Factor * Limits.Mm, Enough_Part / Sure_Factor * Limits.Deg};
+}
 
 Capture_Advice Advise(const Unfinished_Capture& Capture) {
   Capture_Advice Advice;

@@ -25,9 +25,12 @@ namespace rigsync {
 // A capture as far as it was taken.
 struct Unfinished_Capture {
   Board_Size Board;
-  double Square_Size = 0;                      // metres, as stated
-  int Width = 0, Height = 0;                   // of the frame, pixels; both above 0
-  std::vector<Row_Facts> Facts;                // the rows with a board, in order
+  double Square_Size = 0;        // metres, as stated
+  int Width = 0, Height = 0;     // of the frame, pixels; both above 0
+  std::vector<Row_Facts> Facts;  // the rows with a board, in order
+  // Boards of later images whose samples aren't known yet. They count for the next pose, as if they
+  // were rows, and for nothing else.
+  std::vector<Corner_List> Without_Samples;
   std::optional<Lens> Lens_Px;                 // none before it could be fitted
   const Capture_Solution* Solution = nullptr;  // of these rows; null before it could be solved
   bool Is_Faulty = false;  // an inspection finds an error that more images don't mend
@@ -65,6 +68,9 @@ struct Capture_Advice {
 // A half-width at 99 % may take this part of the limit. The rest is for the difference between the
 // two solves, which a verdict adds to it.
 constexpr double Enough_Part = 2.0 / 3.0;
+
+// The half-widths at 95 % with which that is so.
+Mount_Widths Enough_Widths(const Accuracy_Limits& Limits);
 
 // Where the mount isn't solved, or is hardly known, the advice reckons with usual places of the
 // trackers; without a lens, with a usual lens.
