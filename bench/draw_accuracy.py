@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 #
-# draw_accuracy.py ROWS FAULTS DOCS: writes what 'accuracy rows' and 'accuracy faults' have measured
-# into the blocks of DOCS/accuracy.md, and draws DOCS/accuracy-*.svg. Nothing is written unless
-# every figure is there.
+# draw_accuracy.py ROWS FAULTS POSES DOCS: writes what 'accuracy rows', 'accuracy faults' and
+# 'accuracy poses' have measured into the blocks of DOCS/accuracy.md, and draws DOCS/accuracy-*.svg.
+# Nothing is written unless every figure is there. "-" for ROWS and FAULTS leaves theirs as it is.
 import collections
 import csv
 import math
@@ -41,6 +41,14 @@ KINDS = {"clean": "no fault", "estimate": "the estimate of the board is off",
          "unit": "the square's unit is wrong", "lens": "the lens doesn't fit the model",
          "one-axis": "turns about one axis only", "small-turns": "small turns",
          "few-images": "5 to 12 images"}
+
+
+# Ways to take a capture, and the accuracies that it is taken for: column -> name in the table.
+WAYS = {"simulated": "simulated", "advised": "advised, followed roughly",
+        "advised, followed exactly": "advised, followed exactly"}
+TARGETS = {"to_3mm_0.3deg": "3 mm, 0.3°", "to_1mm_0.1deg": "1 mm, 0.1°",
+           "to_0.7mm_0.07deg": "0.7 mm, 0.07°", "to_0.5mm_0.05deg": "0.5 mm, 0.05°",
+           "enough": "the command says that there is enough"}
 
 
 class Refused(Exception):
@@ -301,6 +309,43 @@ def verdict_table(faults):
     return table(header, rows)
 
 
+# ---- Poses that were advised ------------------------------------------------------------------
+
+
+def quartiles(values):
+    """Median and, in brackets, both quartiles; a value that wasn't reached counts as the most."""
+    values = sorted(math.inf if math.isnan(value) else value for value in values)
+    shown = [values[min(len(values) - 1, int(part * len(values)))] for part in (0.5, 0.25, 0.75)]
+    texts = [f"{value:.0f}" if math.isfinite(value) else "more than 48" for value in shown]
+    return f"{texts[0]} ({texts[1]} to {texts[2]})"
+
+
+def pose_table(poses):
+    header = ["Half-widths at 95 %"] + list(WAYS.values()) + ["the truth is inside"]
+    rows = []
+    for target, name in TARGETS.items():
+        cells, inside = [], []
+        for way in WAYS:
+            lines = [line for line in poses if line["way"] == way]
+            cells.append(quartiles([line[f"{target}_images"] for line in lines]))
+            reached = [line[f"{target}_inside"] for line in lines
+                       if not math.isnan(line[f"{target}_inside"])]
+            inside.append(f"{100 * statistics.mean(reached):.0f}")
+        rows.append([name] + cells + [", ".join(inside) + " %"])
+    return table(header, rows)
+
+
+def pose_block(poses):
+    seeds = sorted({line["seed"] for line in poses})
+    agree = {way: [line["enough_verdict"] for line in poses if line["way"] == way] for way in WAYS}
+    advised = agree["advised"]
+    return (f"{len(seeds)} captures in each column, seeds {seeds[0]:.0f} to {seeds[-1]:.0f}.\n\n"
+            + pose_table(poses) + "\n\n"
+            f"When there was enough of a capture that was advised and followed roughly, "
+            f"`rigsync calibrate` called {advised.count(0)} of {len(advised)} usable; of the "
+            f"simulated ones, {agree['simulated'].count(0)}.")
+
+
 def measured_block(data, faults):
     first = next(iter(data["noise"].values()))
     seeds = sorted(line["seed"] for line in first)
@@ -371,15 +416,20 @@ def draw(name, rows, target):
 
 
 def main():
-    rows, faults, docs = (pathlib.Path(argument) for argument in sys.argv[1:4])
+    rows, faults, poses, docs = sys.argv[1:5]
+    docs = pathlib.Path(docs)
+    data = {}
     try:
-        data, fault_lines = groups(read(rows)), read(faults)
+        found = {"poses": pose_block(read(poses))}
+        if rows != "-":
+            data = groups(read(rows))
+            found.update(blocks(data, read(faults)))
         page = (docs / "accuracy.md").read_text(encoding="utf-8")
-        for where, text in blocks(data, fault_lines).items():
+        for where, text in found.items():
             page = fill(page, where, text)
     except (Refused, KeyError, OSError) as problem:
         sys.exit(f"draw_accuracy.py: {problem}")
-    for name in PLOTS:
+    for name in PLOTS if data else ():
         draw(name, data[name], docs / f"accuracy-{name}.svg")
     (docs / "accuracy.md").write_text(page, encoding="utf-8")
 
