@@ -12,6 +12,7 @@
 
 #include <opencv2/calib3d.hpp>
 
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -23,6 +24,12 @@ struct Options {
   double Position_Mm = 0.3, Rotation_Deg = 0.03;
   double Corner_Px = 0.03;
   double P1 = 0, P2 = 0, K3 = 0;
+  // What changes between two captures of one rig: the focal length, the camera's tracker turned
+  // about the axes of Cam and shifted along them, the board's true square in units of Square_Size.
+  double Focal_Factor = 1.0;
+  Eigen::Vector3d Tilt_Pan_Roll_Deg = Eigen::Vector3d::Zero();
+  Eigen::Vector3d Shift_Mm = Eigen::Vector3d::Zero();
+  double Square_Factor = 1.0;
 };
 
 struct Rig {
@@ -46,7 +53,8 @@ inline rigsync::Corner_List Project(const simulate::Plan& Plan, const simulate::
   for (int r = 0; r < 8; ++r) {
     for (int c = 0; c < 11; ++c) {
       const Eigen::Vector4d Point =
-          Image.Transform_Cam_Chart * Eigen::Vector4d(0.03 * c, 0.03 * r, 0, 1);
+          Image.Transform_Cam_Chart *
+          Eigen::Vector4d(Of.Square_Factor * 0.03 * c, Of.Square_Factor * 0.03 * r, 0, 1);
       const double X = Point.x() / Point.z(), Y = Point.y() / Point.z(), R2 = X * X + Y * Y;
       const double Radial = 1 + R2 * (Lens.K1 + R2 * (Lens.K2 + R2 * Of.K3));
       const double Xd = X * Radial + 2 * Of.P1 * X * Y + Of.P2 * (R2 + 2 * X * X);
@@ -84,6 +92,23 @@ inline rigsync::Lens Solve_Lens(const std::vector<rigsync::Row_Facts>& Facts) {
           Camera.at<double>(1, 2), Distortion.at<double>(0), Distortion.at<double>(1)};
 }
 
+// The simulator takes the mount as Rx Ry Rz.
+inline void Turn_And_Shift(const Options& Of, simulate::Options& Settings) {
+  constexpr double Rad = 3.14159265358979323846 / 180.0;
+  const auto From_Euler = [](const Eigen::Vector3d& Deg) {
+    return Eigen::Matrix3d(Eigen::AngleAxisd(Rad * Deg.x(), Eigen::Vector3d::UnitX()) *
+                           Eigen::AngleAxisd(Rad * Deg.y(), Eigen::Vector3d::UnitY()) *
+                           Eigen::AngleAxisd(Rad * Deg.z(), Eigen::Vector3d::UnitZ()));
+  };
+  const Eigen::Matrix3d Rotation =
+      From_Euler(Of.Tilt_Pan_Roll_Deg) * From_Euler(Settings.Camera_Mount_Euler_Deg);
+  Settings.Camera_Mount_Euler_Deg =
+      Eigen::Vector3d(std::atan2(-Rotation(1, 2), Rotation(2, 2)), std::asin(Rotation(0, 2)),
+                      std::atan2(-Rotation(0, 1), Rotation(0, 0))) /
+      Rad;
+  Settings.Camera_Mount_Offset += 1e-3 * Of.Shift_Mm;
+}
+
 inline Rig Make_Rig(const Options& Of) {
   simulate::Options Settings;
   Settings.Seed = Of.Seed;
@@ -92,6 +117,8 @@ inline Rig Make_Rig(const Options& Of) {
   Settings.Height = 540;
   Settings.Position_Noise_Mm = Of.Position_Mm;
   Settings.Rotation_Noise_Deg = Of.Rotation_Deg;
+  Settings.Norm_Fx *= Of.Focal_Factor;
+  Turn_And_Shift(Of, Settings);
   const simulate::Plan Plan = simulate::Make_Plan(Settings);
   simulate::Random Random(Of.Seed, 30);
   Rig Made;
