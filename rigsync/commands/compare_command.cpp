@@ -1,16 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync compare': compares the calibration of a simulated capture with ground truth.
+// 'rigsync compare': compares a result with an earlier one of the same rig, or the result of a
+// simulated capture with ground truth.
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/calibrate/drift.h"
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
+#include "rigsync/formats/drift_file.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/transform_difference.h"
 #include "rigsync/geometry/transform_list.h"
+#include "rigsync/report/drift_text.h"
 #include "rigsync/report/transform_text.h"
 #include "rigsync/solve/rigid_motion.h"
+#include "rigsync/system/terminal.h"
 #include "rigsync/system/usage_error.h"
 #include "simulate/simulate.h"
 
@@ -24,17 +29,25 @@ namespace rigsync {
 namespace {
 
 constexpr const char* Footer =
-    R"(Exit status: 0 when both differences are within their bounds, 1 when one is
-beyond, 2 for wrong usage. The last line says whether the truth is inside the
-uncertainty of the joint solution; it has no status of its own.
+    R"(With the result.json of an earlier day as reference: how lens and mount differ,
+in millimetres, degrees and pixels, whether the uncertainty of both explains it,
+and what probably happened. With the truth.json of 'rigsync simulate': how far
+the result is from the truth, and whether that is inside the uncertainty of the
+joint solution.
 
-Example:
+Exit status: 0 when the differences of the mount are within --max-offset and
+--max-angle, and for two results the picture within --max-pixels; 1 when one is
+beyond; 2 for wrong usage. The uncertainty has no status of its own.
+
+Examples:
+  rigsync compare today/result.json yesterday/result.json
   rigsync compare result/result.json capture/truth.json)";
 
 // The command line as typed.
 struct Compare_Arguments {
-  std::string Result_File, Truth_File;
-  std::string Max_Offset = "5mm", Max_Angle = "0.3";
+  std::string Result_File, Reference_File;
+  std::string Max_Offset = "5mm", Max_Angle = "0.3", Max_Pixels = "8";
+  bool Is_Json = false;
 };
 
 // The exception's text comes from the JSON library and would not help the user.
@@ -44,7 +57,8 @@ simulate::Truth Read_Truth_File(const std::string& File) {
   } catch (const std::runtime_error&) {
     throw Usage_Error(
         File +
-        ": can't be read as ground truth; expected a truth.json that 'rigsync simulate' wrote");
+        ": can't be read as ground truth; expected a truth.json that 'rigsync simulate' wrote, or "
+        "an earlier result.json");
   }
 }
 
@@ -79,6 +93,12 @@ double Read_Max_Deg(const std::string& Text) {
     Refuse("--max-angle", Text, "an angle from 0 to below 180 degrees, for example 0.3");
   }
   return Degrees;
+}
+
+double Read_Max_Pixels(const std::string& Text) {
+  const double Pixels = Parse_Number("--max-pixels", Text);
+  if (!(Pixels >= 0.0)) Refuse("--max-pixels", Text, "a number of pixels from 0, for example 8");
+  return Pixels;
 }
 
 // Prints the two transforms and their differences. Returns whether these are within the bounds.
@@ -116,33 +136,70 @@ void Print_Uncertainty_Comparison(const Calibration_Result& Result, const simula
              Is_Within ? "within" : "BEYOND");
 }
 
-int Compare(const Compare_Arguments& Arguments) {
-  const double Max_Mm = Read_Max_Mm(Arguments.Max_Offset);
-  const double Max_Deg = Read_Max_Deg(Arguments.Max_Angle);
-  const Calibration_Result Result = Read_Result(Arguments.Result_File);
-  const simulate::Truth Truth = Read_Truth_File(Arguments.Truth_File);
+int Compare_With_Truth(const Compare_Arguments& Arguments, const Calibration_Result& Result,
+                       const Drift_Bounds& Bounds) {
+  const simulate::Truth Truth = Read_Truth_File(Arguments.Reference_File);
+  if (Arguments.Is_Json) {
+    throw Usage_Error(Arguments.Reference_File +
+                      ": is a ground truth; --json is for the comparison of two results");
+  }
+  Print_Lens_Comparison(Result, Truth);
+  const bool Is_Within =
+      Print_Transform_Comparison(Chosen_Transform_Cam_Tc(Result),
+                                 List_From_Matrix(Truth.Transform_Cam_Tc), Bounds.Mm, Bounds.Deg);
+  Print_Uncertainty_Comparison(Result, Truth);
+  return Is_Within ? Exit_Success : Exit_Beyond_Bound;
+}
+
+// With a mount of finite numbers.
+Calibration_Result Read_Mounted_Result(const std::string& File) {
+  Calibration_Result Result = Read_Result(File);
   const std::vector<double>& Transform_Cam_Tc = Chosen_Transform_Cam_Tc(Result);
   if (Transform_Cam_Tc.empty()) {
-    throw Usage_Error(
-        fmt::format("{} has no transform: {}", Arguments.Result_File, Result.Message));
+    throw Usage_Error(fmt::format("{} has no transform: {}", File, Result.Message));
   }
-  Require_Finite_Mount(Arguments.Result_File, Transform_Cam_Tc);
-  Print_Lens_Comparison(Result, Truth);
-  const bool Is_Within_Bounds = Print_Transform_Comparison(
-      Transform_Cam_Tc, List_From_Matrix(Truth.Transform_Cam_Tc), Max_Mm, Max_Deg);
-  Print_Uncertainty_Comparison(Result, Truth);
-  return Is_Within_Bounds ? Exit_Success : Exit_Beyond_Bound;
+  Require_Finite_Mount(File, Transform_Cam_Tc);
+  return Result;
+}
+
+// A wrong result differs from a good one, and the rig may be as it was.
+void Warn_If_Unusable(const std::string& File, const Calibration_Result& Result) {
+  if (!Is_Usable(Result)) Warn(File + " is not usable by its own verdict");
+}
+
+int Compare_With_Result(const Compare_Arguments& Arguments, const Calibration_Result& Now,
+                        const Drift_Bounds& Bounds) {
+  const Calibration_Result Then = Read_Mounted_Result(Arguments.Reference_File);
+  Warn_If_Unusable(Arguments.Result_File, Now);
+  Warn_If_Unusable(Arguments.Reference_File, Then);
+  const Drift Seen = Compare_Results(Now, Then);
+  const bool Is_Within = Is_Within_Bounds(Seen, Bounds);
+  std::vector<std::string> Texts;
+  for (const Drift_Cause Cause : Seen.Causes) Texts.push_back(Cause_Text(Cause, Seen, Now, Then));
+  Print(Arguments.Is_Json ? Drift_Json(Seen, Texts, Is_Within)
+                          : Drift_Text(Seen, Now, Then, Bounds, Uses_Colour(stdout)));
+  return Is_Within ? Exit_Success : Exit_Beyond_Bound;
+}
+
+int Compare(const Compare_Arguments& Arguments) {
+  const Drift_Bounds Bounds = {Read_Max_Mm(Arguments.Max_Offset), Read_Max_Deg(Arguments.Max_Angle),
+                               Read_Max_Pixels(Arguments.Max_Pixels)};
+  const Calibration_Result Result = Read_Mounted_Result(Arguments.Result_File);
+  return Is_Result_File(Arguments.Reference_File) ? Compare_With_Result(Arguments, Result, Bounds)
+                                                  : Compare_With_Truth(Arguments, Result, Bounds);
 }
 
 }  // namespace
 
 void Add_Compare_Command(Command_Line& Line) {
   CLI::App* Command = Line.Program.add_subcommand(
-      "compare", "Compare a calibration of a simulated capture with ground truth.");
+      "compare", "Compare a result with an earlier one, or with the truth.");
   const auto Arguments = std::make_shared<Compare_Arguments>();
   Command->add_option("RESULT", Arguments->Result_File, "result.json of 'rigsync calibrate'")
       ->required();
-  Command->add_option("TRUTH", Arguments->Truth_File, "truth.json of 'rigsync simulate'")
+  Command
+      ->add_option("REFERENCE", Arguments->Reference_File,
+                   "result.json of an earlier day, or truth.json of 'rigsync simulate'")
       ->required();
   Command->add_option("--max-offset", Arguments->Max_Offset, "bound of the translation difference")
       ->type_name("LENGTH")
@@ -150,6 +207,13 @@ void Add_Compare_Command(Command_Line& Line) {
   Command->add_option("--max-angle", Arguments->Max_Angle, "bound of the rotation difference")
       ->type_name("DEG")
       ->capture_default_str();
+  Command
+      ->add_option("--max-pixels", Arguments->Max_Pixels,
+                   "bound of the shift in the picture, for two results: pixels of an image with "
+                   "1080 lines")
+      ->type_name("PX")
+      ->capture_default_str();
+  Command->add_flag("--json", Arguments->Is_Json, "print the comparison of two results as JSON");
   Command->group("Commands");
   Command->footer(Footer);
   Command->callback(

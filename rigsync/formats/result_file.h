@@ -30,6 +30,9 @@ void Write_Result(const std::filesystem::path& Folder, const Calibration_Result&
 // since that is a number that is not finite.
 Calibration_Result Read_Result(const std::filesystem::path& File);
 
+// Whether the file is a result.json by its "format"; false for one that can't be read.
+bool Is_Result_File(const std::filesystem::path& File);
+
 // Throws Usage_Error, which names the file and the probable cause, for a mount that holds NaN.
 void Require_Finite_Mount(const std::filesystem::path& File,
                           const std::vector<double>& Transform_Cam_Tc);

@@ -271,6 +271,12 @@ Calibration_Result Read_Result(const std::filesystem::path& File) {
   return Result;
 }
 
+bool Is_Result_File(const std::filesystem::path& File) {
+  std::ifstream Stream(File);
+  const Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
+  return Root.is_object() && Root.value("format", Json()) == Result_Format;
+}
+
 void Require_Finite_Mount(const std::filesystem::path& File,
                           const std::vector<double>& Transform_Cam_Tc) {
   const bool Is_Finite = std::all_of(Transform_Cam_Tc.begin(), Transform_Cam_Tc.end(),

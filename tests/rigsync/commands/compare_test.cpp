@@ -3,6 +3,7 @@
 // 'rigsync compare' on results that differ from the ground truth by known amounts.
 #include "rigsync/calibrate/calibration_result.h"
 #include "rigsync/formats/result_file.h"
+#include "rigsync/geometry/transform_list.h"
 #include "simulate/simulate.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
@@ -146,6 +147,127 @@ TEST(Compare, AFileThatIsNoGroundTruthIsRefusedInPlainWords) {
     EXPECT_THAT(Refused.Said, HasSubstr(Truth + ": can't be read as ground truth; expected"));
     EXPECT_THAT(Refused.Said, testing::Not(HasSubstr("json.exception")));
   }
+}
+
+// ---- Two results -------------------------------------------------------------------------------
+
+// The rig of the capture, known to 0.1 mm, 0.006 degrees and 0.1 pixels, with the tracker shifted
+// along y and turned about x of the camera.
+std::string Write_Day(const Scratch_Folder& Scratch, const std::string& Day, double Shift_Mm,
+                      double Turn_Deg, bool Has_Uncertainty = true) {
+  rigsync::Calibration_Result Result = Result_Off_By(0.0, 0.0);
+  const Eigen::Isometry3d Rig(simulate::Read_Truth(Capture_File("truth.json")).Transform_Cam_Tc);
+  rigsync::Vector6d Motion = rigsync::Vector6d::Zero();
+  Motion[0] = Turn_Deg * 3.14159265358979323846 / 180.0;
+  Motion[4] = Shift_Mm / 1000.0;
+  const Eigen::Isometry3d Mount = rigsync::Moved(Rig, Motion);
+  Result.Transform_Cam_Tc = rigsync::List_From_Matrix(Mount.matrix());
+  Result.Inputs.Square_Size = 0.03;
+  Result.Inputs.Board = {7, 5};
+  if (Has_Uncertainty) {
+    Result.Joint_Transform_Cam_Tc = Result.Transform_Cam_Tc;
+    rigsync::Capture_Solution& Solved = Result.Solved.emplace();
+    rigsync::Vector6d Deviations;
+    Deviations << 0.1, 0.1, 0.1, 0.1, 1e-4, 1e-4;
+    Solved.Lens_Px = {Result.Norm_Fxy[0] * 640, Result.Norm_Fxy[1] * 480, Result.Norm_Cxy[0] * 640,
+                      Result.Norm_Cxy[1] * 480, Result.Distortion[0],     Result.Distortion[1]};
+    Solved.Seen.Lens_Covariance = Deviations.cwiseAbs2().asDiagonal();
+    Solved.Joint.Status = rigsync::Solve_Status::Solved;
+    Solved.Joint.At.Transform_Cam_Tc = Mount;
+    Solved.Joint.Camera_Mount.Covariance = 1e-8 * rigsync::Matrix6d::Identity();
+    Solved.Joint.Camera_Mount.Freedom = rigsync::Vector6d::Constant(30);
+    Solved.Joint.Camera_Mount.Joint_Freedom = 30;
+    Solved.Joint.Scale_Deviation = 0.0005;
+  }
+  const std::filesystem::path Folder = Scratch.Path() / Day;
+  std::filesystem::create_directories(Folder);
+  rigsync::Write_Result(Folder, Result);
+  return (Folder / "result.json").string();
+}
+
+TEST(CompareResults, SaysThatNothingChangedWithinTheUncertainty) {
+  const Scratch_Folder Scratch;
+  const Finished Result = Rigsync(
+      {"compare", Write_Day(Scratch, "now", 0.1, 0.0), Write_Day(Scratch, "then", 0.0, 0.0)});
+  EXPECT_EQ(Result.Status, 0) << Result.Error;
+  EXPECT_THAT(Result.Output, testing::StartsWith("No change: lens and mount are the same"));
+  EXPECT_THAT(Result.Output, HasSubstr("Within the bounds."));
+  EXPECT_LE(Widest_Line(Result.Output), 80u);
+}
+
+TEST(CompareResults, NamesTheCauseWithItsDirectionAndEndsIn1BeyondABound) {
+  const Scratch_Folder Scratch;
+  const std::string Then = Write_Day(Scratch, "then", 0.0, 0.0);
+  const std::string Shifted = Write_Day(Scratch, "shifted", -4.0, 0.0);
+  const Finished Within = Rigsync({"compare", Shifted, Then});
+  EXPECT_EQ(Within.Status, 0);
+  EXPECT_THAT(Within.Output, testing::StartsWith(
+                                 "The camera's tracker has shifted on the camera by 4.0 mm, as the "
+                                 "camera looks:\nup 4.0. Fasten it"));
+  EXPECT_EQ(Rigsync({"compare", Shifted, Then, "--max-offset", "3.9mm"}).Status, 1);
+  const Finished Turned = Rigsync({"compare", Write_Day(Scratch, "turned", 0.0, -0.5), Then});
+  EXPECT_EQ(Turned.Status, 1);
+  EXPECT_THAT(Turned.Output, HasSubstr("tilted down 0.50."));
+  EXPECT_THAT(Turned.Output, HasSubstr("BEYOND the bounds."));
+  EXPECT_LE(Widest_Line(Turned.Output), 80u);
+}
+
+// 4 mm at 3 m are 4/3000 of the focal length in pixels, here times 1080 over 480 lines.
+TEST(CompareResults, ThePictureHasABoundOfItsOwn) {
+  const Scratch_Folder Scratch;
+  const std::string Now = Write_Day(Scratch, "now", 4.0, 0.0);
+  const std::string Then = Write_Day(Scratch, "then", 0.0, 0.0);
+  const double Fy = simulate::Read_Truth(Capture_File("truth.json")).True_Lens.Fy;
+  const double Px = Fy * 4.0 / 3000.0 * 1080.0 / 480.0;
+  const auto Status_With = [&](double Bound) {
+    return Rigsync({"compare", Now, Then, "--max-pixels", std::to_string(Bound)}).Status;
+  };
+  // Distortion changes the corners by some percent.
+  EXPECT_EQ(Status_With(1.15 * Px), 0);
+  EXPECT_EQ(Status_With(0.95 * Px), 1);
+  EXPECT_EQ(Rigsync({"compare", Now, Then, "--max-pixels", "-1"}).Status, 2);
+}
+
+TEST(CompareResults, JsonHasTheNumbersAndTheCauses) {
+  const Scratch_Folder Scratch;
+  const std::string Then = Write_Day(Scratch, "then", 0.0, 0.0);
+  const Finished Result = Rigsync({"compare", Write_Day(Scratch, "now", 6.0, 0.0), Then, "--json"});
+  EXPECT_EQ(Result.Status, 1);
+  const nlohmann::json File = nlohmann::json::parse(Result.Output);
+  EXPECT_EQ(File["format"], "rigsync-drift");
+  EXPECT_EQ(File["within_bounds"], false);
+  EXPECT_EQ(File["within_uncertainty"], false);
+  ASSERT_EQ(File["causes"].size(), 1u);
+  EXPECT_EQ(File["causes"][0]["id"], "mount_shifted");
+  EXPECT_NEAR(File["mount"]["difference_mm"], 6.0, 1e-9);
+  EXPECT_NEAR(File["mount"]["joint"]["shift_mm"][1], 6.0, 1e-9);
+  EXPECT_EQ(File["picture"]["distance_m"], 3.0);
+  EXPECT_EQ(File["picture"]["shifts"].size(), 5u);
+  EXPECT_NEAR(File["lens"]["joint"]["difference"][0], 0.0, 1e-9);
+}
+
+TEST(CompareResults, AResultWithoutAnUncertaintyIsNamed) {
+  const Scratch_Folder Scratch;
+  const Finished Result = Rigsync({"compare", Write_Day(Scratch, "now", 4.0, 0.0),
+                                   Write_Day(Scratch, "then", 0.0, 0.0, false)});
+  EXPECT_EQ(Result.Status, 0);
+  EXPECT_THAT(Result.Output, testing::StartsWith("The reference has no uncertainty"));
+  const Finished Json = Rigsync({"compare", (Scratch.Path() / "now/result.json").string(),
+                                 (Scratch.Path() / "then/result.json").string(), "--json"});
+  EXPECT_TRUE(nlohmann::json::parse(Json.Output)["within_uncertainty"].is_null());
+}
+
+TEST(CompareResults, ATruthHasNoJsonAndAnUnusableResultIsWarnedOf) {
+  const Scratch_Folder Scratch;
+  const std::string Now = Write_Day(Scratch, "now", 0.0, 0.0);
+  const Finished Refused = Compare(Now, {"--json"});
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_THAT(Refused.Said, HasSubstr("--json is for the comparison of two results"));
+  rigsync::Calibration_Result Bad = rigsync::Read_Result(Now);
+  Bad.Code = 6;
+  rigsync::Write_Result(Scratch.Path(), Bad);
+  EXPECT_THAT(Rigsync({"compare", (Scratch.Path() / "result.json").string(), Now}).Said,
+              HasSubstr("result.json is not usable by its own verdict"));
 }
 
 }  // namespace

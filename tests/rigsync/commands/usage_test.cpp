@@ -236,7 +236,7 @@ TEST(Usage, AWrongCommandLineEndsWithStatus2AndAMessageThatNamesTheMistake) {
       {{"export", "/none.json", "--to="}, {"--to: the value is missing"}},
       {{"board", "--board", "11x8", "-o"}, {"--output: the value is missing"}},
       {{"board", "-o", "a.svg", "-o", "b.svg"}, {"--output is given more than once"}},
-      {{"compare", "r.json"}, {"TRUTH is missing: truth.json of"}},
+      {{"compare", "r.json"}, {"REFERENCE is missing: result.json of"}},
       {{"export", "/none.json", "--to", "ue5"}, {"/none.json", "can't be opened"}},
       {{"export", "/tmp", "--to", "ue5"}, {"/tmp: is a folder; expected a result.json"}},
   };
