@@ -74,11 +74,6 @@ std::optional<std::pair<std::size_t, double>> Image_Number(std::string_view Mess
   return std::make_pair(*Index, *Value);
 }
 
-bool Shows_A_Board(const Image_Report& Image) {
-  return Image.Fate == Image_Fate::Kept || Image.Fate == Image_Fate::Outlier ||
-         Image.Fate == Image_Fate::Unknown;
-}
-
 bool Is_Kept(const Image_Report& Image) {
   return Image.Fate == Image_Fate::Kept;
 }
@@ -203,6 +198,11 @@ void Take_Quality_Line(Run_Report& Report, std::string_view Message) {
 }
 
 }  // namespace
+
+bool Shows_A_Board(const Image_Report& Image) {
+  return Image.Fate == Image_Fate::Kept || Image.Fate == Image_Fate::Outlier ||
+         Image.Fate == Image_Fate::Unknown;
+}
 
 bool Is_Axis_Beyond_Limit(const Image_Report& Image) {
   return Image.Axis_Difference_Deg && *Image.Axis_Difference_Deg > library_limits::Axis_Deg;

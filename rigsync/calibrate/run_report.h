@@ -44,6 +44,9 @@ struct Image_Report {
   std::optional<double> First_Reprojection_Px;
 };
 
+// Whether the run found the board in the image.
+bool Shows_A_Board(const Image_Report& Image);
+
 // Whether the angle of the image's rotation axis is beyond the outlier filter's limit. An outlier
 // for which it is not was dropped for its position.
 bool Is_Axis_Beyond_Limit(const Image_Report& Image);
@@ -85,6 +88,11 @@ class Run_Log_Reader {
 
   // What the lines so far say.
   const Run_Report& Report() const { return Partial; }
+
+  // Where the last line stood: in the corner dump, whose lines are no messages, and how many images
+  // the dump has named with it.
+  bool Is_In_Dump() const { return Is_In_Corner_Dump; }
+  std::size_t Dumped_Count() const { return Dumped_Images; }
 
  private:
   // Whether Message is the mark that ends the corner dump.

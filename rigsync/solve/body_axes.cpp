@@ -43,6 +43,12 @@ Eigen::Matrix3d Rotation_Chosen_Tc(const Eigen::Matrix3d& Rotation_Chosen_Body) 
   return Tracker_Axes_Relabelling() * Rotation_Chosen_Body * Tracker_Axes_Relabelling().transpose();
 }
 
+Tracker_Sample Turned(const Tracker_Sample& Sample, const Eigen::Quaterniond& Turn) {
+  const std::array<double, 4>& Q = Sample.Quaternion;  // w first, as Eigen's constructor has it
+  const Eigen::Quaterniond New = Turn * Eigen::Quaterniond(Q[0], Q[1], Q[2], Q[3]);
+  return {Sample.Position, {New.w(), New.x(), New.y(), New.z()}};
+}
+
 }  // namespace
 
 Body_Axes Choose_Body_Axes(const Eigen::Matrix3d& Rotation_Cam_Tc) {
@@ -66,10 +72,12 @@ Body_Axes Choose_Body_Axes(const Eigen::Matrix3d& Rotation_Cam_Tc) {
 
 Tracker_Sample With_Axes(const Tracker_Sample& Sample, const Body_Axes& Axes) {
   if (!Axes.Is_Turned) return Sample;
-  const std::array<double, 4>& Q = Sample.Quaternion;  // w first, as Eigen's constructor has it
-  const Eigen::Quaterniond Chosen =
-      Eigen::Quaterniond(Axes.Rotation_Chosen_Body) * Eigen::Quaterniond(Q[0], Q[1], Q[2], Q[3]);
-  return {Sample.Position, {Chosen.w(), Chosen.x(), Chosen.y(), Chosen.z()}};
+  return Turned(Sample, Eigen::Quaterniond(Axes.Rotation_Chosen_Body));
+}
+
+Tracker_Sample With_Own_Axes(const Tracker_Sample& Chosen_Sample, const Body_Axes& Axes) {
+  if (!Axes.Is_Turned) return Chosen_Sample;
+  return Turned(Chosen_Sample, Eigen::Quaterniond(Axes.Rotation_Chosen_Body).conjugate());
 }
 
 Eigen::Isometry3d With_Own_Axes(const Eigen::Isometry3d& Chosen_Transform_Cam_Tc,

@@ -35,6 +35,9 @@ Body_Axes Choose_Body_Axes(const Eigen::Matrix3d& Rotation_Cam_Tc);
 // A sample of the camera's tracker with the chosen axes.
 Tracker_Sample With_Axes(const Tracker_Sample& Sample, const Body_Axes& Axes);
 
+// The sample with the tracker's own axes, from one with the chosen axes.
+Tracker_Sample With_Own_Axes(const Tracker_Sample& Chosen_Sample, const Body_Axes& Axes);
+
 // Transform_Cam_Tc of the tracker's own axes, from the one that was solved with the chosen axes.
 Eigen::Isometry3d With_Own_Axes(const Eigen::Isometry3d& Chosen_Transform_Cam_Tc,
                                 const Body_Axes& Axes);

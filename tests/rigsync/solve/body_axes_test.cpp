@@ -87,6 +87,11 @@ TEST(BodyAxes, SamplesWithChosenAxesGiveTheChosenMountAndTheWayBackTheTrueOne) {
       const auto Transform_Base_Chosen =
           rigsync::Transform_Base_Tracker(rigsync::With_Axes(Sample, Axes));
       ASSERT_TRUE(Transform_Base_Chosen);
+      const rigsync::Tracker_Sample Own =
+          rigsync::With_Own_Axes(rigsync::With_Axes(Sample, Axes), Axes);
+      for (std::size_t k = 0; k < 4; ++k) {
+        EXPECT_NEAR(Own.Quaternion[k], Sample.Quaternion[k], 1e-15);
+      }
       // Where the camera is, by the true mount and the true pose of its tracker.
       const Isometry3d Transform_Cam_Base =
           True_Mount * Isometry3d(Image.Transform_Base_Tc).inverse();
