@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/review/run_view.h"
 
+#include "rigsync/calibrate/run_log_rows.h"
 #include "rigsync/geometry/transform_list.h"
+#include "rigsync/review/recalled_rows.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace rigsync {
@@ -28,6 +29,36 @@ std::optional<Rig_Chain> Joint_Chain(const Calibration_Result& Result) {
                    At.Square_Scale * Result.Inputs.Square_Size};
 }
 
+// The library's mounts of its last pass belong together; the board's is in the run log alone.
+std::optional<Rig_Chain> Library_Chain(const Calibration_Result& Result, const Logged_Run& Logged) {
+  const Eigen::Matrix4d Transform_Cam_Tc = Matrix_From_List(Result.Transform_Cam_Tc);
+  if (!Transform_Cam_Tc.allFinite() || !Logged.Transform_Tr_Chart) return std::nullopt;
+  return Rig_Chain{Eigen::Isometry3d(Transform_Cam_Tc), *Logged.Transform_Tr_Chart,
+                   Result.Inputs.Board, Result.Inputs.Square_Size};
+}
+
+// One row for each image that the CSV named. The CSV's own names are not known where it came
+// through a pipe: then the run log has those that the run got to.
+std::vector<Viewed_Row> Named_Rows(const Calibration_Result& Result) {
+  std::vector<Capture_Image> Images = Result.Images;
+  if (Images.empty()) {
+    for (const Image_Report& Image : Result.Report.Images) Images.push_back({0, Image.Name});
+  }
+  std::vector<Viewed_Row> Rows;
+  for (std::size_t i = 0; i < Images.size(); ++i) {
+    Viewed_Row Row;
+    Row.Image = Images[i];
+    Row.File = Result.Inputs.Image_Root / Images[i].Name;
+    Row.Report.Name = Images[i].Name;
+    Row.Report.Fate = Image_Fate::Unknown;
+    if (i < Result.Report.Images.size() && Result.Report.Images[i].Name == Images[i].Name) {
+      Row.Report = Result.Report.Images[i];
+    }
+    Rows.push_back(Row);
+  }
+  return Rows;
+}
+
 void Take_Inspection(const Inspection& Inspected, Run_View& View) {
   const std::vector<Capture_Row>& Rows = Inspected.File.Rows;
   for (std::size_t i = 0; i < View.Rows.size() && i < Rows.size(); ++i) {
@@ -46,20 +77,20 @@ Run_View Make_Run_View(const Calibration_Result& Result,
                        const std::optional<Inspection>& Inspected) {
   Run_View View;
   View.Result = Result;
-  for (std::size_t i = 0; i < Result.Images.size(); ++i) {
-    Viewed_Row Row;
-    Row.Image = Result.Images[i];
-    Row.File = Result.Inputs.Image_Root / Result.Images[i].Name;
-    if (i < Result.Report.Images.size()) Row.Report = Result.Report.Images[i];
-    View.Rows.push_back(Row);
-  }
+  View.Rows = Named_Rows(Result);
   if (!Result.Image_Size.empty()) {
     View.Width = static_cast<int>(Result.Image_Size[0]);
     View.Height = static_cast<int>(Result.Image_Size[1]);
   }
-  if (Inspected) Take_Inspection(*Inspected, View);
+  const Logged_Run Logged = Read_Logged_Run(Result.Run_Log);
+  if (Inspected) {
+    Take_Inspection(*Inspected, View);
+  } else {
+    Recall_Rows(Logged, View);
+  }
   View.Lens_Px = Lens_Of(Result);
-  View.Chain = Joint_Chain(Result);
+  View.Chain = Result.Inputs.Solution == Solution_Choice::Joint ? Joint_Chain(Result)
+                                                                : Library_Chain(Result, Logged);
   return View;
 }
 

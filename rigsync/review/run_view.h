@@ -20,14 +20,14 @@ namespace rigsync {
 
 // One image of the capture.
 struct Viewed_Row {
-  Capture_Image Image;         // line and path, as the CSV names them
+  Capture_Image Image;         // line and path, as the CSV names them; line 0 where it is unknown
   std::filesystem::path File;  // the photograph, absolute; it may be gone by now
   // With the tracker's own axes, also where the library got others. None when the CSV can't be read
   // any more and the run log doesn't have them either.
   std::optional<Tracker_Sample> Camera, Board;
   // Found corners, pixels of the full image, row by row of the board; empty without a board.
   Corner_List Corners;
-  Image_Report Report;  // what became of it
+  Image_Report Report;  // what became of it; Unknown for one that the run didn't get to
 };
 
 struct Run_View {
@@ -39,7 +39,7 @@ struct Run_View {
 };
 
 // Inspected is the inspection of the run's capture. Without one, as for an older run, samples and
-// corners come from the run log and from the CSV as far as they can still be read.
+// corners come from what is left of it (recalled_rows.h).
 Run_View Make_Run_View(const Calibration_Result& Result,
                        const std::optional<Inspection>& Inspected = {});
 
