@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace rigsync {
 namespace {
@@ -24,9 +25,12 @@ Vector6d Motion_At(const Json_Fields& Object, const char* Turn_Deg, const char* 
   return Motion;
 }
 
-Eigen::Isometry3d Transform_At(const Json_Fields& Object, const char* Key) {
-  const std::vector<double> Numbers = Object.Finite_Numbers_At(Key, 16);
+Eigen::Isometry3d Transform_Of(const std::vector<double>& Numbers, const Json_Fields& Object,
+                               const char* Key) {
   if (Numbers.empty()) Object.Refuse(fmt::format("'{}' is null", Key));
+  const bool Is_Finite = std::all_of(Numbers.begin(), Numbers.end(),
+                                     [](double Value) { return std::isfinite(Value); });
+  if (!Is_Finite) Object.Refuse_Null_In(Key);
   return Eigen::Isometry3d(Matrix_From_List(Numbers));
 }
 
@@ -71,12 +75,16 @@ void Read_Noise(const Json_Fields& Object, Capture_Solution& Solved) {
   Solved.Joint.Settings.Moving.Board = Still != "board";
 }
 
-void Read_Mounts(const Json_Fields& Object, Capture_Solution& Solved) {
+// The camera's mount is the one that was read already: with the joint solution chosen, the top of
+// the file has it.
+void Read_Mounts(const Json_Fields& Object, const std::vector<double>& Joint_Transform_Cam_Tc,
+                 Capture_Solution& Solved) {
   Joint_Solution& Joint = Solved.Joint;
-  Joint.At.Transform_Cam_Tc = Transform_At(Object, "transform_cam_tc");
+  Joint.At.Transform_Cam_Tc = Transform_Of(Joint_Transform_Cam_Tc, Object, "transform_cam_tc");
   Joint.Camera_Mount = Uncertainty_At(Object);
   const Json_Fields Board = Object.Object("board_place");
-  Joint.At.Transform_Tr_Chart = Transform_At(Board, "transform_tr_chart");
+  Joint.At.Transform_Tr_Chart =
+      Transform_Of(Board.Numbers("transform_tr_chart", 16), Board, "transform_tr_chart");
   Joint.Board_Mount = Uncertainty_At(Board);
   Solved.Place = Place_At(Board);
   const Json_Fields Square = Object.Object("square");
@@ -152,7 +160,7 @@ void Read_Solved(const Json_Fields& Root, Calibration_Result& Result) {
   const auto Status = Status_Named(Object.Text("status"));
   if (!Status) Root.Refuse("'status' of the joint solution is none that there is");
   Solved.Joint.Status = *Status;
-  if (*Status == Solve_Status::Solved) Read_Mounts(Object, Solved);
+  if (*Status == Solve_Status::Solved) Read_Mounts(Object, Result.Joint_Transform_Cam_Tc, Solved);
   Read_Lens(Object, Solved);
   Solved.Lens_Check = Lens_Check_At(Object);
   Solved.Joint.Rows = Rows_At(Object, Result);

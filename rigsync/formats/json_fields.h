@@ -40,6 +40,9 @@ class Json_Fields {
 
   [[noreturn]] void Refuse(const std::string& Reason) const { Refuse_File(*File, Reason); }
 
+  // For a null element where the number is needed.
+  [[noreturn]] void Refuse_Null_In(const char* Key) const { Refuse_Not_Finite(*File, Key); }
+
   // Whether the key is there and not null.
   bool Has(const char* Key) const;
 

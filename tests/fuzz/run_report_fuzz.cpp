@@ -51,7 +51,7 @@ class Made_Up_Run {
       const bool Is_A_Fate = !Expected.Images.empty() &&
                              "Process : " + Name == Expected.Images.back().Name + " Not exist!";
       if (Is_A_Fate) Name = "_";
-      Expected.Images.push_back({Name, Fate, std::nullopt, std::nullopt});
+      Expected.Images.push_back({Name, Fate, std::nullopt, std::nullopt, std::nullopt});
     }
     Log_Search();
     Log_Lens(Input);
