@@ -9,9 +9,9 @@
 
 namespace rigsync {
 
-// Root is the whole file. Result has its inputs, mounts and images, by whose lines the rows are found, and
-// gets Solved, Opinion and Cause. What the file does not tell of a solution is as in one that was
-// never solved.
+// Root is the whole file. Result has its inputs, mounts and images, by whose lines the rows are
+// found, and gets Solved, Opinion and Cause. What the file does not tell of a solution is as in one
+// that was never solved.
 void Read_Second_Opinion(const Json_Fields& Root, Calibration_Result& Result);
 
 }  // namespace rigsync
