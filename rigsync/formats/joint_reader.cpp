@@ -154,8 +154,9 @@ std::optional<Slip> Slip_At(const Json_Fields& Joint, const Calibration_Result& 
 }
 
 void Read_Solved(const Json_Fields& Root, Calibration_Result& Result) {
-  if (!Root.Has("joint")) return;
   const Json_Fields Object = Root.Object("joint");
+  // Without one the object has at most the mount, which is read already.
+  if (!Object.Has("status")) return;
   Capture_Solution Solved;
   const auto Status = Status_Named(Object.Text("status"));
   if (!Status) Root.Refuse("'status' of the joint solution is none that there is");
