@@ -8,6 +8,7 @@
 #include "rigsync/formats/engine_fields.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
+#include "rigsync/report/verdict_words.h"
 #include "rigsync/system/out_folder.h"
 #include "rigsync/system/quiet_output.h"
 #include "rigsync/system/text.h"
@@ -78,51 +79,6 @@ bool Has_Reason(const Calibration_Result& Result, Verdict_Reason Reason) {
   return std::find(Reasons.begin(), Reasons.end(), Reason) != Reasons.end();
 }
 
-std::string Limits_Text(const Calibration_Result& Result) {
-  return fmt::format("{:g} mm and {:g} degrees", Result.Inputs.Limits.Mm, Result.Inputs.Limits.Deg);
-}
-
-std::string Apart_Text(const Calibration_Result& Result) {
-  return fmt::format(
-      "the mounts of the library and of the joint solve are {:.2f} mm and {:.3f} degrees apart",
-      Result.Opinion->Difference_Mm, Result.Opinion->Difference_Deg);
-}
-
-// As a part of a sentence.
-std::string Reason_Phrase(const Calibration_Result& Result, Verdict_Reason Reason) {
-  switch (Reason) {
-    case Verdict_Reason::No_Library_Transform:
-      return Result.Transform_Cam_Tc.empty() ? "the library gave no mount"
-                                             : "the library's mount holds NaN or infinite numbers";
-    case Verdict_Reason::Library_Code:
-      return fmt::format("the library refuses its result with code {}", Result.Code.value_or(0));
-    case Verdict_Reason::Not_Solved:
-      return "the joint solve has no mount that confirms it";
-    case Verdict_Reason::Difference_Beyond_Limit:
-      return fmt::format("{} (limits: {})", Apart_Text(Result), Limits_Text(Result));
-    case Verdict_Reason::Width_Beyond_Limit:
-      return fmt::format("the capture does not tell the mount to {}", Limits_Text(Result));
-    case Verdict_Reason::Slip_Found:
-      return "a tracker slipped on its mount during the capture";
-    case Verdict_Reason::Difference_Unlikely:
-      return Apart_Text(Result) + ", more than the noise of the capture explains";
-    case Verdict_Reason::Difference_And_Width:
-      return fmt::format("{}, which with the uncertainty of the capture is beyond {}",
-                         Apart_Text(Result), Limits_Text(Result));
-    case Verdict_Reason::Slip_Suspected:
-      return "a tracker may have slipped on its mount during the capture";
-    case Verdict_Reason::Last_Rows_Left_Out:
-      return "the last image contradicts the others, so that a tracker may have moved before it";
-    case Verdict_Reason::Lens_Does_Not_Fit:
-      return "the lens model does not fit the camera, which moves the mount";
-    case Verdict_Reason::Capture_Faulty:
-      return "the capture has an error that spoils both solves alike";
-    case Verdict_Reason::Place_Contradicted:
-      return "the stated place of the board is not the one that the capture shows";
-  }
-  return {};
-}
-
 // Whether someone has to say which mount is meant: the library's was chosen, and it contradicts the
 // joint one or is missing.
 bool Needs_Choice(const Calibration_Result& Result) {
@@ -144,12 +100,12 @@ bool Is_Joint_Doubtful(const Calibration_Result& Result) {
   if (Has_Reason(Result, Verdict_Reason::No_Library_Transform)) {
     throw Usage_Error("--solution",
                       fmt::format("{}: {}; choose the joint one with --solution joint", File,
-                                  Reason_Phrase(Result, Verdict_Reason::No_Library_Transform)));
+                                  Reason_Phrase(Verdict_Reason::No_Library_Transform, Result)));
   }
   throw Usage_Error(
       "--solution",
       fmt::format("{}: {}; choose one with --solution joint{} or --solution library", File,
-                  Reason_Phrase(Result, Verdict_Reason::Difference_Beyond_Limit),
+                  Reason_Phrase(Verdict_Reason::Difference_Beyond_Limit, Result),
                   Is_Joint_Doubtful(Result) ? "" : " (in most captures the nearer one)"));
 }
 
@@ -190,7 +146,7 @@ bool Is_Ruled_Out(const Calibration_Result& Result) {
 std::string Doubts_Text(const Calibration_Result& Result) {
   std::vector<std::string> Phrases;
   for (const Verdict_Reason Reason : Result.Opinion->Reasons) {
-    Phrases.push_back(Reason_Phrase(Result, Reason));
+    Phrases.push_back(Reason_Phrase(Reason, Result));
   }
   std::string Text = Is_Ruled_Out(Result) ? "this result must not be used"
                                           : "check this result on the set before it is used";

@@ -7,6 +7,7 @@
 #include "rigsync/report/heading.h"
 #include "rigsync/report/transform_text.h"
 #include "rigsync/report/verdict_text.h"
+#include "rigsync/report/verdict_words.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/terminal.h"
@@ -43,16 +44,9 @@ std::string Inspect_Hint(const Calibration_Inputs& Inputs) {
 
 // For a result whose code is good only because NaN is above no limit.
 std::string Not_Finite_Text(const Calibration_Result& Result, bool Colour) {
-  const std::string Sentence = fmt::format(
-      "Code {}, but the result must not be used: it holds NaN or infinite numbers.", *Result.Code);
-  return Painted_Lines(Style::Bad, Folded(Sentence, 0), Colour) + Heading("Next step", Colour) +
-         Folded("Look in the CSV for NaN or infinite tracker values.", 2) +
-         Inspect_Hint(Result.Inputs);
-}
-
-Style Code_Style(int Code) {
-  if (Code == 0) return Style::Good;
-  return Is_Usable_Code(Code) ? Style::Warning : Style::Bad;
+  const std::string Sentence = Folded(Not_Finite_Sentence(*Result.Code), 0);
+  return Painted_Lines(Style::Bad, Sentence, Colour) + Heading("Next step", Colour) +
+         Folded(Not_Finite_Advice, 2) + Inspect_Hint(Result.Inputs);
 }
 
 std::string Causes_Text(const Code_Advice& Advice, bool Colour) {
@@ -67,8 +61,8 @@ std::string Code_Verdict_Text(const Calibration_Result& Result, bool Colour) {
   const int Code = *Result.Code;
   if (Has_Misleading_Code(Result)) return Not_Finite_Text(Result, Colour);
   const Code_Advice Advice = Advice_For(Code);
-  const std::string Sentence = Folded(fmt::format("Code {}. {}", Code, Advice.Meaning), 0);
-  std::string Text = Painted_Lines(Code_Style(Code), Sentence, Colour);
+  std::string Text =
+      Painted_Lines(Verdict_Style(Tone_Of_Code(Code)), Folded(Code_Sentence(Code), 0), Colour);
   if (Code == 0) return Text + Folded(Advice.Next_Step, 2);
   Text += Folded(Advice.On_Stage, 2) + Causes_Text(Advice, Colour);
   Text += Heading("Next step", Colour) + Folded(Advice.Next_Step, 2);
@@ -80,7 +74,7 @@ std::string Code_Verdict_Text(const Calibration_Result& Result, bool Colour) {
 std::string Library_Text(const Calibration_Result& Result, bool Colour) {
   const Code_Advice Advice = Advice_For(*Result.Code);
   std::string Text = Heading("The library's own verdict", Colour);
-  Text += Folded(fmt::format("Code {}. {}", *Result.Code, Advice.Meaning), 2);
+  Text += Folded(Code_Sentence(*Result.Code), 2);
   if (*Result.Code == 0) return Text;
   Text += Folded(Advice.On_Stage, 2);
   if (!Result.Cause) Text += Causes_Text(Advice, Colour);
@@ -172,11 +166,6 @@ std::string Lens_Text(const Calibration_Result& Result, bool Colour) {
   return Text;
 }
 
-// "60.0 mm to the right", or "to the left" for a negative value.
-std::string Direction_Text(double Metres, const char* Positive, const char* Negative) {
-  return fmt::format("{:.1f} mm {}", std::abs(Metres) * 1000.0, Metres < 0 ? Negative : Positive);
-}
-
 std::string Mount_Text(const Calibration_Result& Result, bool Colour) {
   const std::vector<double>& Transform = Chosen_Transform_Cam_Tc(Result);
   if (Transform.empty()) return {};
@@ -190,14 +179,8 @@ std::string Mount_Text(const Calibration_Result& Result, bool Colour) {
                     Result.Library_Axes.Mount_Angle_Deg),
         2);
   }
-  const double Position[] = {Transform[3], Transform[7], Transform[11]};
-  const auto Is_Finite = [](double Value) { return std::isfinite(Value); };
-  if (!std::all_of(std::begin(Position), std::end(Position), Is_Finite)) return Text;
-  return Text + Folded(fmt::format("Seen from the camera, the tracker is {}, {} and {}.",
-                                   Direction_Text(Position[0], "to the right", "to the left"),
-                                   Direction_Text(Position[1], "down", "up"),
-                                   Direction_Text(Position[2], "ahead", "behind")),
-                       2);
+  const std::string Place = Seen_From_Camera(Transform);
+  return Place.empty() ? Text : Text + Folded(Place, 2);
 }
 
 std::string Files_Text(const Calibration_Result& Result,

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <cstddef>
 
 namespace rigsync {
@@ -12,6 +13,11 @@ double Element(const std::vector<double>& Transform, std::size_t r, std::size_t 
   return Transform[4 * r + c];
 }
 
+// "60.0 mm to the right", or "to the left" for a negative value.
+std::string Direction_Text(double Metres, const char* Positive, const char* Negative) {
+  return fmt::format("{:.1f} mm {}", std::abs(Metres) * 1000.0, Metres < 0 ? Negative : Positive);
+}
+
 }  // namespace
 
 std::string Transform_Row_Text(const std::vector<double>& Transform, int r) {
@@ -19,6 +25,15 @@ std::string Transform_Row_Text(const std::vector<double>& Transform, int r) {
   return fmt::format("{:>9.5f}{:>9.5f}{:>9.5f} {:>8.5f}", Element(Transform, Row, 0),
                      Element(Transform, Row, 1), Element(Transform, Row, 2),
                      Element(Transform, Row, 3));
+}
+
+std::string Seen_From_Camera(const std::vector<double>& Transform_Cam_Tc) {
+  const double Right = Element(Transform_Cam_Tc, 0, 3), Down = Element(Transform_Cam_Tc, 1, 3),
+               Ahead = Element(Transform_Cam_Tc, 2, 3);
+  if (!std::isfinite(Right) || !std::isfinite(Down) || !std::isfinite(Ahead)) return {};
+  return fmt::format("Seen from the camera, the tracker is {}, {} and {}.",
+                     Direction_Text(Right, "to the right", "to the left"),
+                     Direction_Text(Down, "down", "up"), Direction_Text(Ahead, "ahead", "behind"));
 }
 
 }  // namespace rigsync

@@ -6,6 +6,7 @@
 #define RIGSYNC_REPORT_VERDICT_TEXT_H
 
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/system/terminal.h"
 
 #include <string>
 
@@ -16,8 +17,8 @@ namespace rigsync {
 std::string Verdict_Text(const Calibration_Result& Result, const std::filesystem::path& Result_File,
                          bool Colour);
 
-// A reason of the opinion as a sentence with its figures.
-std::string Reason_Text(Verdict_Reason Reason, const Calibration_Result& Result);
+// The colour of a verdict.
+Style Verdict_Style(Verdict Judgement);
 
 }  // namespace rigsync
 

@@ -236,10 +236,11 @@ TEST(Export, MountsThatContradictEachOtherAreAskedAbout) {
   const Finished Refused = Export(File, "ue5");
   EXPECT_EQ(Refused.Status, 2);
   EXPECT_EQ(Refused.Output, "");
-  EXPECT_THAT(Refused.Said,
-              HasSubstr("the mounts of the library and of the joint solve are 14.24 mm and 0.710 "
-                        "degrees apart (limits: 3 mm and 0.3 degrees); choose one with --solution "
-                        "joint (in most captures the nearer one) or --solution library"));
+  EXPECT_THAT(
+      Refused.Said,
+      HasSubstr("the mounts of the library and of the joint solve are 14.24 mm and 0.710 "
+                "degrees apart; the limits are 3 mm and 0.3 degrees; choose one with --solution "
+                "joint (in most captures the nearer one) or --solution library"));
 }
 
 TEST(Export, TheMountThatIsAskedForIsExportedWithAWarning) {
@@ -280,8 +281,8 @@ TEST(Export, AMissingOrBrokenMountOfTheLibraryLeavesTheJointOne) {
                                  "0,0,0,1]",
                                  Reference_Pose));
   const std::pair<std::string, const char*> Cases[] = {
-      {Missing, "the library gave no mount; choose the joint one with --solution joint"},
-      {Broken, "the library's mount holds NaN or infinite numbers; choose the joint one with"}};
+      {Missing, "the library gave no transform; choose the joint one with --solution joint"},
+      {Broken, "the library's transform holds NaN or infinite numbers; choose the joint one with"}};
   for (const auto& [File, Sentence] : Cases) {
     SCOPED_TRACE(Sentence);
     const Finished Refused = Export(File, "ue5");
@@ -308,17 +309,18 @@ TEST(Export, ADoubtfulResultIsExportedWithItsReasons) {
        "check this result on the set before it is used: the mounts of the library and of the joint "
        "solve are 14.24 mm and 0.710 degrees apart, more than the noise of the capture explains."},
       {"look", R"("difference_and_width", "slip_suspected")",
-       "which with the uncertainty of the capture is beyond 3 mm and 0.3 degrees; a tracker may "
-       "have slipped on its mount during the capture."},
+       "degrees: together this is beyond the limits; a tracker may have slipped on its mount "
+       "during "
+       "the capture."},
       {"look", R"("last_rows_left_out", "lens_does_not_fit")",
-       "a tracker may have moved before it; the lens model does not fit the camera"},
+       "this is the mount before; the lens model does not fit the camera"},
       {"look", R"("place_contradicted")", "the stated place of the board is not the one"},
       {"dont_use", R"("library_code")",
        "this result must not be used: the library refuses its result with code 0."},
       {"dont_use", R"("not_solved")",
-       "this result must not be used: the joint solve has no mount that confirms it."},
+       "this result must not be used: the rows do not determine the mount."},
       {"dont_use", R"("width_beyond_limit")",
-       "this result must not be used: the capture does not tell the mount to 3 mm and 0.3 degrees"},
+       "this result must not be used: the capture tells the mount only to +- "},
       {"dont_use", R"("slip_found")", "must not be used: a tracker slipped on its mount during"},
       {"dont_use", "", "this result must not be used."},
   };

@@ -3,6 +3,7 @@
 
 #include "rigsync/calibrate/result_judgement.h"
 #include "rigsync/report/result_text.h"
+#include "rigsync/report/verdict_words.h"
 
 #include <gmock/gmock.h>
 
