@@ -205,7 +205,11 @@ Json Joint_Json(const Calibration_Result& Result) {
 Json Cause_Json(const Calibration_Result& Result) {
   if (!Result.Cause) return nullptr;
   const Finding& Cause = *Result.Cause;
-  return {{"id", Cause.Id}, {"text", Cause.What}, {"advice", Cause.Advice}, {"lines", Cause.Lines}};
+  return {{"id", Cause.Id},
+          {"text", Cause.What},
+          {"example", Cause.Example},
+          {"advice", Cause.Advice},
+          {"lines", Cause.Lines}};
 }
 
 }  // namespace rigsync

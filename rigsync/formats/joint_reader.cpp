@@ -204,6 +204,7 @@ void Read_Cause(const Json_Fields& Root, Calibration_Result& Result) {
   Finding Cause;
   Cause.Id = One_Line(Object.Text("id"));
   Cause.What = One_Line(Object.Text("text"));
+  Cause.Example = One_Line(Object.Text("example"));
   Cause.Advice = One_Line(Object.Text("advice"));
   Cause.Lines = Object.Counts("lines");
   Result.Cause = Cause;

@@ -302,7 +302,8 @@ TEST(ResultFile, ASecondOpinionIsReadBackWithReasonsLimitsAndCause) {
       {Verdict_Reason::Place_Contradicted, "place_contradicted"}};
   rigsync::Calibration_Result Result = Whole_Result();
   Result.Inputs.Limits = {2.5, 0.2};
-  Result.Cause = rigsync::Finding{"stale", rigsync::Level::Error, "Old\nsamples.", "", "Go.", {7}};
+  Result.Cause =
+      rigsync::Finding{"stale", rigsync::Level::Error, "Old\nsamples.", "Off by 3 mm.", "Go.", {7}};
   for (const auto& [Reason, Name] : Reasons) {
     Result.Opinion = rigsync::Second_Opinion{
         rigsync::Verdict::Look, {Reason, Verdict_Reason::Slip_Found}, 1.0 / 3, 0.02, 0.995, 1, 1};
@@ -317,6 +318,7 @@ TEST(ResultFile, ASecondOpinionIsReadBackWithReasonsLimitsAndCause) {
     EXPECT_EQ(Read.Inputs.Limits.Deg, 0.2);
     EXPECT_EQ(Read.Cause->Id, "stale");
     EXPECT_EQ(Read.Cause->What, "Old samples.");
+    EXPECT_EQ(Read.Cause->Example, "Off by 3 mm.");
     EXPECT_EQ(Read.Cause->Advice, "Go.");
   }
 }
