@@ -20,8 +20,7 @@ std::string Page_Text(std::string_view Text);
 // A new last child. Class may have several names; empty for none. In SVG and HTML alike.
 Element Add(Element Parent, const char* Tag, std::string_view Class = {});
 
-// The same with a text. Use it for an HTML element without content too: written as <td/>, it would
-// swallow what follows.
+// The same with a text.
 Element Add_Text(Element Parent, const char* Tag, std::string_view Text,
                  std::string_view Class = {});
 

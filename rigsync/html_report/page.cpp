@@ -27,11 +27,36 @@ std::string Style_Digest(std::string_view Style) {
   return Text;
 }
 
+// Units across a phone in which a text of 12 units can still be read.
+constexpr double Widest_On_Phone = 400;
+// Of a drawing on a wide screen: its texts are then about as large as those of the page.
+constexpr double Pixels_Per_Unit = 1.25;
+
 void Add_Meta(Element Head, const char* Kind, std::string_view Name, std::string_view Content) {
   Element Meta = Add(Head, "meta");
   Set(Meta, Kind, Name);
   Set(Meta, "content", Content);
 }
+
+bool Is_Void(std::string_view Tag) {
+  return Tag == "meta" || Tag == "img" || Tag == "br" || Tag == "hr" || Tag == "col";
+}
+
+bool Is_In_Drawing(Element At) {
+  for (; At; At = At.parent()) {
+    if (std::string_view(At.name()) == "svg") return true;
+  }
+  return false;
+}
+
+// Gives empty elements an empty text, so that they are written with an end tag.
+struct End_Tags : pugi::xml_tree_walker {
+  bool for_each(Element& Each) override {
+    const bool Is_Empty = Each.type() == pugi::node_element && !Each.first_child();
+    if (Is_Empty && !Is_Void(Each.name()) && !Is_In_Drawing(Each)) Append_Text(Each, "");
+    return true;
+  }
+};
 
 }  // namespace
 
@@ -66,6 +91,22 @@ Element Add_Section(Element Main, std::string_view Id, std::string_view Heading)
   return Section;
 }
 
+Element Add_Contents(Element Main) {
+  Element Contents = Add(Main, "nav", "contents");
+  Set(Contents, "aria-label", "Contents");
+  return Contents;
+}
+
+void Fill_Contents(Element Contents) {
+  const Element List = Add(Contents, "ul");
+  for (Element Each = Contents.next_sibling("section"); Each; Each = Each.next_sibling("section")) {
+    const Element Heading = Each.child("h2");
+    if (!Heading) continue;
+    Set(Add_Text(Add(List, "li"), "a", Heading.text().get()), "href",
+        fmt::format("#{}", Each.attribute("id").value()));
+  }
+}
+
 Element Add_Figure(Element Section, const Figure_Text& Text) {
   Element Figure = Add(Section, "figure");
   Element Caption = Add(Figure, "figcaption");
@@ -76,7 +117,11 @@ Element Add_Figure(Element Section, const Figure_Text& Text) {
 
 Element Add_Drawing(Element Figure, double Width, double Height, std::string_view Title,
                     std::string_view Description) {
-  Element Svg = Add(Figure, "svg");
+  const bool Is_Wide = Width > Widest_On_Phone;
+  Element Frame = Add(Figure, "div", Is_Wide ? "drawing wide" : "drawing");
+  if (Is_Wide) Set(Frame, "tabindex", "0");  // so that the arrow keys can scroll it
+  Element Svg = Add(Frame, "svg");
+  Set(Svg, "width", Pixels_Per_Unit * Width);
   Set(Svg, "viewBox", fmt::format("0 0 {} {}", Short_Number(Width), Short_Number(Height)));
   Set(Svg, "role", "img");
   Set(Svg, "aria-label", fmt::format("{}. {}", Title, Description));
@@ -84,6 +129,8 @@ Element Add_Drawing(Element Figure, double Width, double Height, std::string_vie
 }
 
 std::string Page_Source(const Page& Whole) {
+  End_Tags Added;
+  Whole.Tree->traverse(Added);
   std::ostringstream Source;
   Whole.Tree->save(Source, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
   return Source.str() + "\n";

@@ -25,6 +25,11 @@ Page Make_Page(std::string_view Title, int Refresh_Seconds = 0);
 // A section with its heading; Id is the target of links to it.
 Element Add_Section(Element Main, std::string_view Id, std::string_view Heading);
 
+// A list of links to the sections, which Fill_Contents makes when all of them are there: one for
+// each section with a heading of the second level that follows the list.
+Element Add_Contents(Element Main);
+void Fill_Contents(Element Contents);
+
 // What stands with each figure: its title, how to read it, and what good looks like.
 struct Figure_Text {
   std::string Title, How_To_Read;
@@ -33,8 +38,9 @@ struct Figure_Text {
 // <figure> with its caption; the drawing is added to it.
 Element Add_Figure(Element Section, const Figure_Text& Text);
 
-// An SVG drawing of Width by Height units that shrinks with the page. Title and Description are
-// what a screen reader says instead.
+// An SVG drawing of Width by Height units that shrinks with the page. On a phone one that is wider
+// than 400 units scrolls by itself instead of shrinking until nobody can read it. Title and
+// Description are what a screen reader says instead.
 Element Add_Drawing(Element Figure, double Width, double Height, std::string_view Title,
                     std::string_view Description);
 

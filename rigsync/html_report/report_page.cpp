@@ -1,13 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/html_report/report_page.h"
 
+#include "rigsync/html_report/inputs_section.h"
 #include "rigsync/html_report/page.h"
+#include "rigsync/html_report/verdict_section.h"
+#include "rigsync/report/verdict_words.h"
+
+#include <fmt/format.h>
 
 namespace rigsync {
+namespace {
+
+std::string Title_Of(const Run_View& View) {
+  const Calibration_Result& Result = View.Result;
+  return fmt::format("{} Calibration of {}", Words_Of(Result, {}).Short,
+                     Result.Inputs.Csv.filename().string());
+}
+
+}  // namespace
 
 std::string Report_Page(const Run_View& View) {
-  const Page Whole = Make_Page("Calibration");
-  Add_Text(Whole.Main, "h1", View.Result.Message);
+  const Page Whole = Make_Page(Title_Of(View));
+  Add_Verdict_Section(Whole.Main, View);
+  const Element Contents = Add_Contents(Whole.Main);
+  Add_Mount_Section(Whole.Main, View);
+  Add_Inputs_Section(Whole.Main, View);
+  Fill_Contents(Contents);
   return Page_Source(Whole);
 }
 

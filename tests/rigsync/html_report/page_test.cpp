@@ -37,12 +37,23 @@ TEST(Page, TheStyleSheetHasNothingToEscape) {
 TEST(Page, ADrawingSaysToAScreenReaderWhatItShows) {
   const Page Whole = Make_Page("Page");
   const Element Figure = Add_Figure(Add_Section(Whole.Main, "lens", "The lens"), {"Title", "Read"});
-  Add_Drawing(Figure, 10.5, 20, "Errors", "They grow.");
+  Add_Drawing(Figure, 10.4, 20, "Errors", "They grow.");
   EXPECT_THAT(
       Page_Source(Whole),
       HasSubstr("<section id=\"lens\" aria-labelledby=\"lens-heading\"><h2 id=\"lens-heading\">The "
-                "lens</h2><figure><figcaption><h3>Title</h3><p>Read</p></figcaption><svg "
-                "viewBox=\"0 0 10.5 20\" role=\"img\" aria-label=\"Errors. They grow.\""));
+                "lens</h2><figure><figcaption><h3>Title</h3><p>Read</p></figcaption><div "
+                "class=\"drawing\"><svg width=\"13\" viewBox=\"0 0 10.4 20\" role=\"img\" "
+                "aria-label=\"Errors. They grow.\""));
+}
+
+// A browser reads <div/> as the beginning of a div, which then swallows what follows.
+TEST(Page, AnEmptyElementHasAnEndTagUnlessHtmlForbidsIt) {
+  const Page Whole = Make_Page("Page");
+  Add(Whole.Main, "div");
+  Add(Whole.Main, "img");
+  Add(Add(Add(Whole.Main, "svg"), "g"), "path");
+  EXPECT_THAT(Page_Source(Whole),
+              HasSubstr("<main><div></div><img/><svg><g><path/></g></svg></main>"));
 }
 
 }  // namespace

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/html_report/verdict_section.h"
+
+#include "rigsync/html_report/page.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace rigsync {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+std::string Verdict_Of(const Calibration_Result& Result) {
+  const Page Whole = Make_Page("Page");
+  Run_View View;
+  View.Result = Result;
+  Add_Verdict_Section(Whole.Main, View);
+  return Page_Source(Whole);
+}
+
+std::string Mount_Of(const Calibration_Result& Result) {
+  const Page Whole = Make_Page("Page");
+  Run_View View;
+  View.Result = Result;
+  Add_Mount_Section(Whole.Main, View);
+  return Page_Source(Whole);
+}
+
+Calibration_Result With_Code(int Code) {
+  Calibration_Result Result;
+  Result.Code = Code;
+  Result.Inputs.Is_Library_Only = true;
+  Result.Image_Size = {1920, 1080};
+  Result.Norm_Fxy = {1.04, 1.85};
+  Result.Norm_Cxy = {0.5, 0.5};
+  Result.Distortion = {0, 0, 0, 0, 0};
+  // A quarter turn about the view: x of the tracker is y of the camera.
+  Result.Transform_Cam_Tc = {0, -1, 0, 0.06, 1, 0, 0, -0.14, 0, 0, 1, -0.08, 0, 0, 0, 1};
+  return Result;
+}
+
+TEST(VerdictSection, SaysWithoutASecondOpinionWhatTheCodeMeans) {
+  EXPECT_THAT(Verdict_Of(With_Code(0)), HasSubstr(">Usable.</h1>"));
+  EXPECT_THAT(Verdict_Of(With_Code(99)), HasSubstr(">Look before you use it.</h1>"));
+  EXPECT_THAT(Verdict_Of(With_Code(4)), HasSubstr(">Don't use it.</h1>"));
+  EXPECT_THAT(Verdict_Of(With_Code(4)), HasSubstr("<h2>Most likely cause</h2>"));
+  EXPECT_THAT(Verdict_Of(With_Code(0)), Not(HasSubstr("cause")));
+}
+
+TEST(VerdictSection, RefusesAnExceptionAndNumbersThatAreNotFinite) {
+  Calibration_Result Ended;
+  Ended.Message = "An exception ended the run: bad_alloc & more";
+  EXPECT_THAT(Verdict_Of(Ended), HasSubstr(">Don't use it.</h1><p class=\"reason\">An exception "
+                                           "ended the run: bad_alloc &amp; more</p>"));
+  Calibration_Result Broken = With_Code(0);
+  Broken.Transform_Cam_Tc[3] = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_THAT(Verdict_Of(Broken), HasSubstr(">Don't use it.</h1>"));
+  EXPECT_THAT(Mount_Of(Broken), HasSubstr("data-value=\"null\" data-factor=\"1000\">none</td>"));
+}
+
+TEST(VerdictSection, EachToneHasASignOfItsOwnShape) {
+  const std::string Disc = "M24 2a22", Triangle = "M24 3L47 44H1z", Octagon = "M15 2h18l13";
+  EXPECT_THAT(Verdict_Of(With_Code(0)), HasSubstr(Disc));
+  EXPECT_THAT(Verdict_Of(With_Code(99)), HasSubstr(Triangle));
+  EXPECT_THAT(Verdict_Of(With_Code(4)), HasSubstr(Octagon));
+}
+
+TEST(MountSection, TellsPositionInMillimetresAndTurnInDegrees) {
+  const std::string Source = Mount_Of(With_Code(0));
+  EXPECT_THAT(Source, HasSubstr("60.0 mm to the right, 140.0 mm up and 80.0 mm behind"));
+  EXPECT_THAT(Source, HasSubstr(">-140.00</td>"));
+  EXPECT_THAT(Source, HasSubstr("data-turn=\"library.2\">90.000</td>"));
+  EXPECT_THAT(Source, HasSubstr("With --library-only there is no second opinion"));
+}
+
+TEST(MountSection, SaysSoWhenThereIsNone) {
+  Calibration_Result Result;
+  Result.Code = 4;
+  EXPECT_THAT(Mount_Of(Result), HasSubstr("This run has no mount."));
+}
+
+}  // namespace
+}  // namespace rigsync
