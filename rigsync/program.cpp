@@ -28,6 +28,7 @@ std::unique_ptr<Command_Line> Make_Command_Line() {
   Add_Simulate_Command(*Line);
   Add_Inspect_Command(*Line);
   Add_Calibrate_Command(*Line);
+  Add_Report_Command(*Line);
   Add_Compare_Command(*Line);
   Add_Export_Command(*Line);
   Add_Codes_Command(*Line);

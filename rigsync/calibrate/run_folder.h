@@ -3,8 +3,8 @@
 // The folder of a run's files. Each run has one of its own inside the output folder, so that two
 // runs, successive or simultaneous, never touch each other's log, images or result:
 //
-//   OUT/result.json                       the newest run that ended
-//   OUT/run_2022-11-17-09.05.33/          one run: run log, reprojection images, result.json
+//   OUT/result.json, report.html          the newest run that ended
+//   OUT/run_2022-11-17-09.05.33/          one run: run log, reprojection images, both files
 #ifndef RIGSYNC_CALIBRATE_RUN_FOLDER_H
 #define RIGSYNC_CALIBRATE_RUN_FOLDER_H
 

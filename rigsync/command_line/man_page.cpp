@@ -27,8 +27,11 @@ Stage file: the settings that stay the same for every capture of a stage. Its ke
 .I OUT/result.json
 The latest finished calibration: lens, transform, verdict and inputs.
 .TP
+.I OUT/report.html
+The page of that result: verdict, mount and figures, for any browser.
+.TP
 .I OUT/run_DATE\-TIME/
-One run: its run log, its reprojection images and its own \fIresult.json\fR.
+One run: its run log, its reprojection images, and its own \fIresult.json\fR and \fIreport.html\fR.
 .TP
 .I capture.csv
 One line per image: its path and the poses of both trackers.
@@ -37,7 +40,7 @@ One line per image: its path and the poses of both trackers.
 constexpr const char* See_Also = R"(.SH SEE ALSO
 The documentation in the source, installed in \fI)" RIGSYNC_DOCDIR R"(\fR:
 \fIdocs/codes.md\fR, \fIdocs/conventions.md\fR, \fIdocs/engines.md\fR,
-\fIdocs/inspect.md\fR, \fIdocs/result\-file.md\fR, \fIdocs/run\-log.md\fR and
+\fIdocs/inspect.md\fR, \fIdocs/report.md\fR, \fIdocs/result\-file.md\fR, \fIdocs/run\-log.md\fR and
 \fIdocs/stage\-file.md\fR.
 )";
 

@@ -16,6 +16,7 @@
 #include "rigsync/command_line/capture_flags.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
+#include "rigsync/commands/report_file.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/inspect/cause.h"
@@ -254,10 +255,9 @@ void Report_Exception(const Calibration_Result& Result) {
       fmt::format("  The run log shows how far the run got:\n  {}\n", Result.Run_Log.string()));
 }
 
-void Report_Result(const Calibration_Result& Result, const fs::path& Out) {
+void Report_Result(const Calibration_Result& Result, const Written_Files& Files) {
   if (!Result.Code) return Report_Exception(Result);
-  Print(Result_Text(Result, Written_Reprojections(Result.Run_Folder, Result.Images),
-                    Out / "result.json", Uses_Colour(stdout)));
+  Print(Result_Text(Result, Files, Uses_Colour(stdout)));
   if (Has_Misleading_Code(Result) && !Result.Opinion) {
     Warn(
         fmt::format("the code is {}, but the result holds NaN or infinite numbers and must not be "
@@ -320,7 +320,11 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
   // The files are written first, in case standard output is a closed pipe. The result is printed
   // even if they can't be written.
   const std::string Write_Error = Write_Results(Out, Result);
-  Report_Result(Result, Out);
+  Written_Files Files;
+  Files.Result = Out / "result.json";
+  if (Write_Error.empty()) Files.Page = Write_Reports(Out, Result.Run_Folder);
+  Files.Reprojections = Written_Reprojections(Result.Run_Folder, Result.Images);
+  Report_Result(Result, Files);
   if (!Write_Error.empty()) throw std::runtime_error(Write_Error);
   return Exit_Status(Result);
 }
@@ -342,7 +346,9 @@ void Add_Calibrate_Command(Command_Line& Line) {
        {"body-axes", "auto|as-given",
         "whether the library may get other axes of the camera's tracker, which it needs for some "
         "mounts (default: auto)"}});
-  Command->add_option("--out", Arguments->Out, "folder for result.json, run log and images")
+  Command
+      ->add_option("--out", Arguments->Out,
+                   "folder for result.json, report.html, run log and images")
       ->required()
       ->type_name("DIR");
   CLI::Option* const Verbose = Command->add_flag("--verbose", Arguments->Is_Verbose,

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// result.json: the result of one calibration, for scripts and for 'rigsync export' and 'rigsync
-// compare'. docs/result-file.md describes the format.
+// result.json: the result of one calibration, for scripts and for 'rigsync export', 'rigsync
+// report' and 'rigsync compare'. docs/result-file.md describes the format.
 #ifndef RIGSYNC_FORMATS_RESULT_FILE_H
 #define RIGSYNC_FORMATS_RESULT_FILE_H
 

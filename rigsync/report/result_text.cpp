@@ -183,14 +183,14 @@ std::string Mount_Text(const Calibration_Result& Result, bool Colour) {
   return Place.empty() ? Text : Text + Folded(Place, 2);
 }
 
-std::string Files_Text(const Calibration_Result& Result,
-                       const std::vector<std::filesystem::path>& Reprojections,
-                       const std::filesystem::path& Result_File, bool Colour) {
+std::string Files_Text(const Calibration_Result& Result, const Written_Files& Files, bool Colour) {
   std::string Text = Heading("Files", Colour);
-  Text += fmt::format("  result           {}\n", Result_File.string());
+  Text += fmt::format("  result           {}\n", Files.Result.string());
+  if (!Files.Page.empty()) Text += fmt::format("  page             {}\n", Files.Page.string());
   if (!Result.Run_Log.empty()) {
     Text += fmt::format("  run log          {}\n", Result.Run_Log.string());
   }
+  const auto& Reprojections = Files.Reprojections;
   if (Reprojections.empty()) return Text;
   Text += fmt::format("  reprojection     {}\n",
                       Reprojections.size() == 1
@@ -202,15 +202,12 @@ std::string Files_Text(const Calibration_Result& Result,
 
 }  // namespace
 
-std::string Result_Text(const Calibration_Result& Result,
-                        const std::vector<std::filesystem::path>& Reprojections,
-                        const std::filesystem::path& Result_File, bool Colour) {
+std::string Result_Text(const Calibration_Result& Result, const Written_Files& Files, bool Colour) {
   const std::string First =
-      Result.Opinion ? Verdict_Text(Result, Result_File, Colour) + Library_Text(Result, Colour)
+      Result.Opinion ? Verdict_Text(Result, Files.Result, Colour) + Library_Text(Result, Colour)
                      : Code_Verdict_Text(Result, Colour);
   return First + Fit_Text(Result.Report, Colour) + Images_Text(Result, Colour) +
-         Lens_Text(Result, Colour) + Mount_Text(Result, Colour) +
-         Files_Text(Result, Reprojections, Result_File, Colour);
+         Lens_Text(Result, Colour) + Mount_Text(Result, Colour) + Files_Text(Result, Files, Colour);
 }
 
 }  // namespace rigsync

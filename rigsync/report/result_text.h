@@ -13,12 +13,16 @@
 
 namespace rigsync {
 
-// For a run that returned a code. Reprojections are the paths of the reprojection images that it
-// wrote, Result_File is the path of the newest result. Lines have at most 80 columns, except those
-// with paths. The text is coloured if Colour is true.
-std::string Result_Text(const Calibration_Result& Result,
-                        const std::vector<std::filesystem::path>& Reprojections,
-                        const std::filesystem::path& Result_File, bool Colour);
+// What a run wrote, beside its run log.
+struct Written_Files {
+  std::filesystem::path Result;                      // the newest result.json
+  std::filesystem::path Page;                        // its report.html; empty when there is none
+  std::vector<std::filesystem::path> Reprojections;  // the reprojection images
+};
+
+// For a run that returned a code. Lines have at most 80 columns, except those with paths. The text
+// is coloured if Colour is true.
+std::string Result_Text(const Calibration_Result& Result, const Written_Files& Files, bool Colour);
 
 }  // namespace rigsync
 

@@ -20,14 +20,14 @@ TEST(Usage, HelpNamesEveryCommand) {
   EXPECT_EQ(Help.Status, 0);
   EXPECT_EQ(Help.Error, "");
   for (const char* Command :
-       {"simulate", "inspect", "calibrate", "compare", "export", "codes", "board"}) {
+       {"simulate", "inspect", "calibrate", "report", "compare", "export", "codes", "board"}) {
     EXPECT_THAT(Help.Output, HasSubstr(std::string("  ") + Command + " "));
   }
 }
 
 TEST(Usage, HelpOfEachCommandHasAnExampleAndFitsATerminal) {
   for (const char* Command :
-       {"simulate", "inspect", "calibrate", "compare", "export", "codes", "board"}) {
+       {"simulate", "inspect", "calibrate", "report", "compare", "export", "codes", "board"}) {
     SCOPED_TRACE(Command);
     const Finished Help = Rigsync({Command, "--help"});
     EXPECT_EQ(Help.Status, 0);

@@ -59,9 +59,11 @@ Calibration_Result Bad_Result(int Code, const std::filesystem::path& Csv,
 }
 
 TEST(ResultText, PrintsAGoodRunWordForWord) {
-  EXPECT_EQ(rigsync::Result_Text(Good_Result(), {"/out/run_x/Reproject_a.png"}, "/out/result.json",
-                                 /*Colour=*/false),
-            R"(Code 0. Calibrated: the result is within every limit.
+  EXPECT_EQ(
+      rigsync::Result_Text(Good_Result(),
+                           {"/out/result.json", "/out/report.html", {"/out/run_x/Reproject_a.png"}},
+                           /*Colour=*/false),
+      R"(Code 0. Calibrated: the result is within every limit.
   Export it to the engine with 'rigsync export'.
 
 Fit
@@ -98,6 +100,7 @@ Transform_Cam_Tc (tracker to camera; last column in metres)
 
 Files
   result           /out/result.json
+  page             /out/report.html
   run log          /out/run_x/log_x
   reprojection     1 image,
                    /out/run_x/Reproject_a.png
@@ -108,7 +111,7 @@ Files
 TEST(ResultText, OmitsWhatTheRunDidNotReach) {
   Calibration_Result Result;
   Result.Code = 1;
-  const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", false);
+  const std::string Text = rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, false);
   EXPECT_THAT(Text, HasSubstr("Code 1. The CSV file can't be opened."));
   for (const char* Part : {"Fit", "Images", "Lens", "Transform", "run log", "reprojection"}) {
     EXPECT_THAT(Text, Not(HasSubstr(Part)));
@@ -117,7 +120,8 @@ TEST(ResultText, OmitsWhatTheRunDidNotReach) {
 
 TEST(ResultText, PrintsTheCausesAndTheNextStepOfABadRunWordForWord) {
   const Calibration_Result Result = Bad_Result(13, "/in/capture.csv", "/in");
-  const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  const std::string Text =
+      rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false);
   const rigsync::Code_Advice Advice = rigsync::Advice_For(13);
   ASSERT_GE(Advice.Causes.size(), 2u);
   std::size_t At = 0;
@@ -142,15 +146,16 @@ TEST(ResultText, SeparatesHugeNumbers) {
   Calibration_Result Result = Good_Result();
   Result.Report.Spread_M = {169.17863, 72.78732, 200.31856};
   Result.Transform_Cam_Tc[3] = -1180.74890;
-  const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  const std::string Text =
+      rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false);
   EXPECT_THAT(Text, HasSubstr(" 169178.63 72787.32 200318.56 mm\n"));
   EXPECT_THAT(Text, HasSubstr(" -1180.74890\n"));
 }
 
 TEST(ResultText, ExplainsOutliersByPositionInAUsableResultOnly) {
   const auto Says = [](const Calibration_Result& Result) {
-    return rigsync::Result_Text(Result, {}, "/out/result.json", false).find("The position limit") !=
-           std::string::npos;
+    return rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, false)
+               .find("The position limit") != std::string::npos;
   };
   Calibration_Result Result = Good_Result();
   EXPECT_TRUE(Says(Result));
@@ -164,7 +169,7 @@ TEST(ResultText, ExplainsOutliersByPositionInAUsableResultOnly) {
 TEST(ResultText, DroppedImagesWithOneReasonAreOneLine) {
   Calibration_Result Result = Good_Result();
   Result.Report.Images.assign(500, {"x.png", Image_Fate::Unreadable, {}, {}, {}});
-  const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", false);
+  const std::string Text = rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, false);
   EXPECT_THAT(Text, HasSubstr("\n  500 images: cannot be read\n"));
   std::istringstream Lines(Text);
   std::size_t Count = 0;
@@ -176,7 +181,7 @@ TEST(ResultText, AnImageWhoseLineIsNotKnownHasNone) {
   Calibration_Result Result = Good_Result();
   Result.Images.clear();  // the CSV came through a pipe
   EXPECT_THAT(
-      rigsync::Result_Text(Result, {}, "/out/result.json", false),
+      rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, false),
       AllOf(HasSubstr("\n  1 image: cannot be read\n    b.png\n"), Not(HasSubstr("line "))));
 }
 
@@ -188,10 +193,10 @@ TEST(ResultText, TheVerdictHasTheColourOfItsCode) {
   for (const auto& [Code, Colour] : Cases) {
     Calibration_Result Result = Good_Result();
     Result.Code = Code;
-    const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", true);
+    const std::string Text = rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, true);
     EXPECT_NE(Text.substr(0, Text.find('\n')).find(Colour), std::string::npos) << Code;
   }
-  EXPECT_THAT(rigsync::Result_Text(Good_Result(), {}, "/out/result.json", false),
+  EXPECT_THAT(rigsync::Result_Text(Good_Result(), {"/out/result.json", {}, {}}, false),
               Not(HasSubstr("\x1b")));
 }
 
@@ -200,10 +205,10 @@ TEST(ResultText, SuggestsAnInspectionThatAShellRunsOnTheSameImages) {
   const std::string Start =
       "\n    rigsync inspect '/in a/it'\\''s.csv' --board 11x8 --square 0.03 \\\n"
       "      --board-euler 12,-20.25,8 --board-offset -0.17,0.05,0.04";
-  EXPECT_THAT(rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
+  EXPECT_THAT(rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false),
               HasSubstr(Start + "\n"));
   Result.Inputs.Image_Root = "/photos";
-  EXPECT_THAT(rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
+  EXPECT_THAT(rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false),
               HasSubstr(Start + " \\\n      --image-root /photos\n"));
 }
 
@@ -212,7 +217,8 @@ TEST(ResultText, SuggestsPathsWithoutDots) {
   std::filesystem::create_directory(Scratch.Path() / "down");
   const Calibration_Result Result =
       Bad_Result(4, Scratch.Path() / "down/../x.csv", Scratch.Path() / "down/..");
-  const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  const std::string Text =
+      rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false);
   EXPECT_THAT(Text, AllOf(HasSubstr("rigsync inspect " + Scratch.String() + "/x.csv --board"),
                           Not(HasSubstr("--image-root"))));
 }
@@ -220,7 +226,7 @@ TEST(ResultText, SuggestsPathsWithoutDots) {
 TEST(ResultText, FoldsTheReasonOfAnOutlier) {
   Calibration_Result Result = Good_Result();
   Result.Report.Filter_Spread_M = {121.0, 119.0, 56.0};
-  EXPECT_THAT(rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
+  EXPECT_THAT(rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false),
               HasSubstr("  line 106: outlier, position over 157300.0, 154700.0 or 72800.0 mm "
                         "(x, y, z)\n  from the mean\n    e.png\n"));
 }
@@ -229,7 +235,7 @@ TEST(ResultText, CountsNoImageAsKeptWhenNoneRemains) {
   Calibration_Result Result = Good_Result();
   Result.Code = 13;
   Result.Report.Too_Few_Remaining = 0;
-  EXPECT_THAT(rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false),
+  EXPECT_THAT(rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false),
               HasSubstr("\nImages: 5 searched, 3 show the board, 0 kept\n"));
 }
 
@@ -238,7 +244,8 @@ TEST(ResultText, CountsTheOutliersThatTheRunLogDoesNotName) {
   Result.Code = 13;
   for (const std::size_t i : {0u, 4u}) Result.Report.Images[i].Fate = Image_Fate::Unknown;
   Result.Report.Too_Few_Remaining = 1;
-  const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  const std::string Text =
+      rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false);
   EXPECT_THAT(Text, HasSubstr("\nImages: 5 searched, 3 show the board, 1 kept\n"));
   EXPECT_THAT(Text, HasSubstr("    d.png\n  Of the other 2, 1 is an outlier by position; "
                               "the run log does not say which.\n"));
@@ -249,7 +256,8 @@ TEST(ResultText, AResultWhoseNumbersAreNotFiniteIsNotCalledGood) {
   Calibration_Result Result = Good_Result();
   Result.Transform_Cam_Tc[3] = std::nan("");
   Result.Report.Reprojection_Px = std::nan("");
-  const std::string Text = rigsync::Result_Text(Result, {}, "/out/result.json", /*Colour=*/false);
+  const std::string Text =
+      rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, /*Colour=*/false);
   EXPECT_THAT(Text,
               AllOf(HasSubstr("Code 0, but the result must not be used"), HasSubstr("Next step"),
                     Not(HasSubstr("within every limit")), Not(HasSubstr("Export it")),

@@ -151,11 +151,11 @@ TEST(VerdictText, TheLibrarysOwnVerdictFollowsAndTheCausesOfItsCodeOnlyWithoutAB
   Calibration_Result Result = Result_At(5);
   Result.Code = 13;
   rigsync::Judge_Result(Stale_Rows(), Result);
-  const std::string Known = rigsync::Result_Text(Result, {}, "/out/result.json", false);
+  const std::string Known = rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, false);
   EXPECT_THAT(Known, AllOf(StartsWith("Don't use it."), HasSubstr("The library's own verdict"),
                            HasSubstr("Code 13."), Not(HasSubstr("Likely causes"))));
   Result.Cause.reset();
-  EXPECT_THAT(rigsync::Result_Text(Result, {}, "/out/result.json", false),
+  EXPECT_THAT(rigsync::Result_Text(Result, {"/out/result.json", {}, {}}, false),
               HasSubstr("Likely causes"));
 }
 

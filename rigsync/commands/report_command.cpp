@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// 'rigsync report': makes the page of a finished run anew from its result.json.
+#include "rigsync/command_line/command.h"
+#include "rigsync/command_line/exit_status.h"
+#include "rigsync/commands/report_file.h"
+#include "rigsync/system/usage_error.h"
+#include "rigsync/system/whole_file.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+
+namespace rigsync {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* Footer =
+    R"('rigsync calibrate' writes the page itself; this makes it anew, for an older run
+or after an update. Open it in any browser: it is one file and needs no network.
+Run log, CSV and images are found where they were, or, after they were moved
+together with the result, where they are now; what is gone is left out.
+
+Exit status: 0, 2 for wrong usage or a file that can't be read or written.
+
+Example:
+  rigsync report result/result.json
+  rigsync report result/run_2022-11-17-09.05.33 -o monday.html)";
+
+// The command line as typed.
+struct Report_Arguments {
+  std::string Result, Output;
+};
+
+// A folder stands for the result.json in it.
+fs::path Result_File(const std::string& Typed) {
+  std::error_code Ignored;
+  return fs::is_directory(Typed, Ignored) ? fs::path(Typed) / "result.json" : fs::path(Typed);
+}
+
+int Report(const Report_Arguments& Arguments) {
+  const fs::path File = Result_File(Arguments.Result);
+  const fs::path Output = Arguments.Output.empty()
+                              ? fs::absolute(File).parent_path() / "report.html"
+                              : fs::path(Arguments.Output);
+  const std::string Page = Report_Of_File(File);
+  try {
+    Write_Whole(Output, Page);
+  } catch (const std::runtime_error& Error) {
+    throw Usage_Error("--output", fmt::format("--output: {}", Error.what()));
+  }
+  Print(fmt::format("report: {}\n", Output.string()));
+  return Exit_Success;
+}
+
+}  // namespace
+
+void Add_Report_Command(Command_Line& Line) {
+  CLI::App* Command = Line.Program.add_subcommand(
+      "report", "Make the page of a finished run anew: verdict, mount and figures.");
+  const auto Arguments = std::make_shared<Report_Arguments>();
+  Command
+      ->add_option("RESULT", Arguments->Result,
+                   "result.json of 'rigsync calibrate', or the folder that has it")
+      ->required();
+  Command
+      ->add_option("-o,--output", Arguments->Output,
+                   "file to write (default: report.html in RESULT's folder)")
+      ->type_name("FILE");
+  Command->group("Commands");
+  Command->footer(Footer);
+  Command->callback(
+      [&Line, Arguments] { Line.Action = [Arguments] { return Report(*Arguments); }; });
+}
+
+}  // namespace rigsync
