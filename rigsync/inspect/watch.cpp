@@ -75,6 +75,11 @@ std::map<fs::path, File_Stamp> Newest(std::vector<std::pair<File_Stamp, fs::path
   return By_Name;
 }
 
+// Errors of a capture that has only begun. Every other error would come before them.
+bool Is_Mended_By_Images(const Finding& Cause) {
+  return Cause.Id == "too_few_boards" || Cause.Id == "too_few_samples";
+}
+
 }  // namespace
 
 Capture_Watch::Capture_Watch(const Inspection_Inputs& Inputs) : Boards(Inputs.Board.Board) {
@@ -174,7 +179,7 @@ void Capture_Watch::Advise_Next() {
       Capture.Solution = &*Inspected.Solution;
     }
     const auto Cause = Likeliest_Cause(Inspected);
-    Capture.Is_Faulty = Cause && Cause->Severity == Level::Error;
+    Capture.Is_Faulty = Cause && Cause->Severity == Level::Error && !Is_Mended_By_Images(*Cause);
   }
   Seen.Advice = Advise(Capture);
 }

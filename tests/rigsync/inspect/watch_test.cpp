@@ -210,6 +210,13 @@ TEST_F(Watching, EndsByItselfOnlyWhenAskedToAndThereIsEnough) {
   EXPECT_EQ(Image, Images);
 }
 
+TEST_F(Watching, ACaptureThatHasOnlyBegunIsNotCalledFaulty) {
+  for (int i = 1; i <= 7; ++i) Add_Whole(i);
+  Capture_Watch Watch(Inputs);
+  EXPECT_TRUE(Watch.Look({}));
+  EXPECT_THAT(Watch.Capture().Advice.Doubts, IsEmpty());
+}
+
 TEST_F(Watching, AnErrorThatSpoilsTheCaptureIsNeverEnough) {
   for (int i = 1; i <= Images; ++i) Add_Image(i);
   // The camera's positions in millimetres.
