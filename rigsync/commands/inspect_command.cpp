@@ -6,11 +6,15 @@
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/formats/inspection_file.h"
+#include "rigsync/html_report/watch_page.h"
 #include "rigsync/inspect/inspection.h"
+#include "rigsync/inspect/watch.h"
 #include "rigsync/report/inspect_report.h"
+#include "rigsync/report/watch_report.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/progress_output.h"
 #include "rigsync/system/terminal.h"
+#include "rigsync/system/whole_file.h"
 
 #include <fmt/format.h>
 
@@ -28,19 +32,26 @@ solves where the camera's tracker and the board are mounted, and how well that
 is known. --board-euler and --board-offset are compared with it if you give
 them. docs/inspect.md explains each finding.
 
+With --watch it looks again, every second, whether the CSV or the images have
+changed, and says which pose of the board to photograph next, until there is
+enough. It goes on until Ctrl-C.
+
 Exit status: 0 clean (notes only), 1 warnings, 2 unusable capture or
-wrong usage, 70 when an exception ended the run.
+wrong usage, 70 when an exception ended the run. With --watch: 0 at Ctrl-C,
+or when there is enough.
 
 Example:
   rigsync inspect capture/capture.csv --board 11x8 --square 30mm
-  rigsync inspect capture/capture.csv --config stage.toml)";
+  rigsync inspect capture/capture.csv --config stage.toml
+  rigsync inspect capture/capture.csv --config stage.toml --watch)";
 
 constexpr const char* Without_Images = " (or --no-images, which needs no board)";
 
 // The command line as typed, not parsed yet.
 struct Inspect_Arguments {
   Capture_Arguments Capture;
-  bool Json = false, No_Images = false;
+  bool Json = false, No_Images = false, Watch = false, Until_Enough = false;
+  std::string Page;  // empty for none
 };
 
 Inspection_Inputs Read_Inputs(const Inspect_Arguments& Arguments) {
@@ -85,7 +96,55 @@ int Inspection_Status(const Findings& List) {
   return Exit_Unusable;
 }
 
+// Keeps one screen up to date on a terminal. Elsewhere each state is a block of lines of its own,
+// unless it reads like the last.
+class Watch_Screen {
+ public:
+  void Show(const Watched_Capture& Capture) {
+    std::string Text;
+    for (const std::string& Line : Watch_Lines(Capture, Uses_Colour(stdout))) {
+      Text += Line + (Is_Screen ? Rest_Of_Line : "") + "\n";
+    }
+    if (Text == Shown) return;
+    Print(Is_Screen ? (Shown.empty() ? Whole_Screen : Begin) + Text + Rest_Of_Screen
+                    : (Shown.empty() ? "" : "\n") + Text);
+    std::fflush(stdout);
+    Shown = Text;
+  }
+
+ private:
+  static constexpr const char* Rest_Of_Line = "\x1b[K";
+  static constexpr const char* Rest_Of_Screen = "\x1b[J";
+  const std::string Begin = "\x1b[H", Whole_Screen = "\x1b[H\x1b[2J";
+
+  const bool Is_Screen = Is_Terminal(stdout) && Terminal_Takes_Colours(stdout);
+  std::string Shown;
+};
+
+// Until there is enough, or until Ctrl-C.
+int Watch_Capture(const Inspect_Arguments& Arguments) {
+  constexpr double Seconds_Between_Looks = 1.0;
+  Capture_Watch Watched(Read_Inputs(Arguments));
+  Watch_Screen Screen;
+  const Stop_Request Stop;
+  Watch_Steps Steps;
+  Steps.Show = [&](const Watched_Capture& Capture) {
+    Screen.Show(Capture);
+    if (!Arguments.Page.empty()) Write_Whole(Arguments.Page, Watch_Page(Capture));
+  };
+  Steps.Wait = [&] { return Stop.Wait(Seconds_Between_Looks); };
+  // A line for each look that searches images, cleared after it.
+  Steps.Progress = [Line = Search_Progress()](std::size_t Done, std::size_t All) mutable {
+    if (!Line) Line = Progress_Line();
+    Line(Done, All);
+    if (Done == All) Line = {};
+  };
+  Watch(Watched, Arguments.Until_Enough, Steps);
+  return Exit_Success;
+}
+
 int Inspect(const Inspect_Arguments& Arguments) {
+  if (Arguments.Watch) return Watch_Capture(Arguments);
   const Inspection Result = Inspect_Capture(Read_Inputs(Arguments), Progress_Line());
   Print(Arguments.Json ? Inspection_Json(Result) : Inspection_Text(Result, Uses_Colour(stdout)));
   return Inspection_Status(Result.All_Findings);
@@ -98,8 +157,20 @@ void Add_Inspect_Command(Command_Line& Line) {
       Line.Program.add_subcommand("inspect", "Check a capture for mistakes and weaknesses.");
   const auto Arguments = std::make_shared<Inspect_Arguments>();
   Add_Capture_Flags(*Command, Arguments->Capture);
-  Command->add_flag("--no-images", Arguments->No_Images, "check the file only; open no images");
-  Command->add_flag("--json", Arguments->Json, "print the report as JSON");
+  CLI::Option* const No_Images =
+      Command->add_flag("--no-images", Arguments->No_Images, "check the file only; open no images");
+  CLI::Option* const Json =
+      Command->add_flag("--json", Arguments->Json, "print the report as JSON");
+  CLI::Option* const Watch = Command->add_flag(
+      "--watch", Arguments->Watch, "look again when files change; say which pose to take next");
+  Watch->excludes(No_Images)->excludes(Json);
+  Command->add_flag("--until-enough", Arguments->Until_Enough, "end --watch when there is enough")
+      ->needs(Watch);
+  Command
+      ->add_option("--page", Arguments->Page,
+                   "with --watch: an HTML page that is written anew at each change")
+      ->type_name("FILE")
+      ->needs(Watch);
   Command->group("Commands");
   Command->footer(Footer);
   Command->callback(
