@@ -4,6 +4,7 @@
 #include "rigsync/solve/apparent_motion.h"
 #include "rigsync/solve/disagreement.h"
 #include "rigsync/solve/exact_square.h"
+#include "rigsync/solve/lens_effect.h"
 #include "rigsync/solve/model_average.h"
 #include "rigsync/solve/robust_start.h"
 #include "rigsync/solve/row_test.h"
@@ -77,25 +78,9 @@ Selection Select_Rows(const std::vector<Observation>& Rows, const Robust_Start& 
   return Selected;
 }
 
-// Corners whose errors move boards by more than they scatter, being alike all over an image, moved
-// the lens by more too. The factor of its variance is the corners' as far as it is sure, by a
-// standard deviation, so that it stays 1 where the corners are what they seem.
-double Lens_Factor(const Joint_Fit& Fit) {
-  const double Deviation =
-      std::sqrt(Variance_Covariance(Fit.Terms, Fit.Variance)(Corner_Noise, Corner_Noise));
-  return std::max(1.0, Fit.Variance[Corner_Noise] - Deviation);
-}
-
-// The unknowns follow the poses, and these the lens that they were all solved with.
 Unknown_Matrix Lens_Part(const std::vector<Observation>& Kept, const Joint_Fit& Fit,
                          const Matrix6d& Lens_Covariance) {
-  Eigen::Matrix<double, Unknowns, Lens_Parameters> By_Lens;
-  By_Lens.setZero();
-  for (std::size_t i = 0; i < Kept.size(); ++i) {
-    By_Lens += Fit.Rows[i].Model.Derivative.transpose() * Fit.Terms.Weights[i] *
-               Kept[i].Board.Lens_Sensitivity;
-  }
-  By_Lens = (Fit.Terms.Covariance * By_Lens).eval();
+  const Unknowns_By_Lens By_Lens = Follow_Lens(Kept, Fit);
   return Lens_Factor(Fit) * (By_Lens * Lens_Covariance * By_Lens.transpose());
 }
 

@@ -108,6 +108,7 @@ Board_Observation Describe(const Eigen::Isometry3d& Transform_Cam_Chart, const P
   Seen.Lens_Sensitivity = -Seen.Unit_Covariance * Pose_And_Lens;
   Seen.Lens_Information =
       At.By_Lens.transpose() * At.By_Lens + Pose_And_Lens.transpose() * Seen.Lens_Sensitivity;
+  Seen.Lens_Gradient = At.By_Lens.transpose() * At.Residuals_Px;
   Seen.Squared_Residuals_Px = At.Residuals_Px.squaredNorm();
   return Seen;
 }

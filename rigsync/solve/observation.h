@@ -36,9 +36,11 @@ struct Board_Observation {
   Matrix6d Unit_Covariance = Matrix6d::Identity();
   // The motion of the solved pose for a change of the lens: -(J'J)^-1 J' J_lens.
   Matrix6d Lens_Sensitivity = Matrix6d::Zero();
-  // What is left of J_lens'J_lens when the pose follows the lens, and the sum of the squared
-  // corner residuals, square pixels.
+  // What is left of J_lens'J_lens when the pose follows the lens, J_lens' times the corner
+  // residuals (observed less projected), and the sum of their squares, square pixels. A lens with
+  // the least squares is where the second adds up to 0.
   Matrix6d Lens_Information = Matrix6d::Zero();
+  Vector6d Lens_Gradient = Vector6d::Zero();
   double Squared_Residuals_Px = 0;
 };
 
