@@ -11,6 +11,7 @@
 #include "rigsync/solve/board_place.h"
 #include "rigsync/solve/body_axes.h"
 #include "rigsync/solve/capture_solution.h"
+#include "rigsync/solve/cross_check.h"
 #include "rigsync/solve/second_opinion.h"
 
 #include <array>
@@ -77,6 +78,8 @@ struct Calibration_Result {
   std::optional<Capture_Solution> Solved;
   std::vector<double> Joint_Transform_Cam_Tc;  // row by row; empty when it is not solved
   std::optional<Second_Opinion> Opinion;
+  // Every other image solved apart. None also in a result of before there was a cross-check.
+  std::optional<Cross_Check> Halves;
   // What explains the opinion: a finding of the inspection. None when no cause stands out.
   std::optional<Finding> Cause;
 

@@ -267,9 +267,17 @@ void Report_Result(const Calibration_Result& Result, const Written_Files& Files)
   }
 }
 
+// Odd and even images of the capture solved apart.
+Cross_Check Check_Halves_Of(const Inspection& Inspected, const Calibration_Inputs& Inputs) {
+  const Board_Search& Search = *Inspected.Search;
+  return Check_Halves(Facts_Of(Inspected.File.Rows, Search), Inputs.Board, Inputs.Square_Size,
+                      *Inspected.Solution, {Search.Width, Search.Height}, Inputs.Talent_Distance);
+}
+
 // The capture as the library reads it: with other axes of the camera's tracker where it needs them.
 void Prepare_Library_Call(const std::optional<Inspection>& Inspected, Calibration_Result& Result) {
   if (Inspected) Result.Solved = Inspected->Solution;
+  if (Inspected && Inspected->Solution) Result.Halves = Check_Halves_Of(*Inspected, Result.Inputs);
   Choose_Library_Inputs(Result);
   Result.Library_Csv = Result.Inputs.Csv;
   if (!Result.Library_Axes.Is_Turned) return;

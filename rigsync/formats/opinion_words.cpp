@@ -13,6 +13,12 @@ constexpr std::array<std::pair<Solution_Choice, const char*>, 2> Solution_Names 
 constexpr std::array<std::pair<Verdict, const char*>, 3> Verdict_Names = {
     {{Verdict::Agree, "agree"}, {Verdict::Look, "look"}, {Verdict::Dont_Use, "dont_use"}}};
 
+constexpr std::array<std::pair<Cross_Status, const char*>, 4> Cross_Status_Names = {
+    {{Cross_Status::Compared, "compared"},
+     {Cross_Status::Too_Few_Rows, "too_few_rows"},
+     {Cross_Status::Whole_Unsolved, "whole_unsolved"},
+     {Cross_Status::Half_Unsolved, "half_unsolved"}}};
+
 template <typename Table, typename Value>
 const char* Name_In(const Table& Names, Value Wanted) {
   for (const auto& [Each, Name] : Names) {
@@ -52,6 +58,14 @@ std::optional<Solve_Status> Status_Named(const std::string& Name) {
     if (Name == Status_Name(Status)) return Status;
   }
   return std::nullopt;
+}
+
+const char* Cross_Status_Name(Cross_Status Status) {
+  return Name_In(Cross_Status_Names, Status);
+}
+
+std::optional<Cross_Status> Cross_Status_Named(const std::string& Name) {
+  return Value_In(Cross_Status_Names, Name);
 }
 
 const char* Solution_Name(Solution_Choice Solution) {

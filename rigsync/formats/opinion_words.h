@@ -5,6 +5,7 @@
 #ifndef RIGSYNC_FORMATS_OPINION_WORDS_H
 #define RIGSYNC_FORMATS_OPINION_WORDS_H
 
+#include "rigsync/solve/cross_check.h"
 #include "rigsync/solve/second_opinion.h"
 
 #include <optional>
@@ -15,6 +16,10 @@ namespace rigsync {
 // "solved", "too_few_rows", "no_majority", "not_converged"
 const char* Status_Name(Solve_Status Status);
 std::optional<Solve_Status> Status_Named(const std::string& Name);
+
+// "compared", "too_few_rows", "whole_unsolved", "half_unsolved"
+const char* Cross_Status_Name(Cross_Status Status);
+std::optional<Cross_Status> Cross_Status_Named(const std::string& Name);
 
 // "library", "joint"
 const char* Solution_Name(Solution_Choice Solution);

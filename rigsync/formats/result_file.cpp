@@ -2,6 +2,7 @@
 #include "rigsync/formats/result_file.h"
 
 #include "rigsync/capture/library_limits.h"
+#include "rigsync/formats/cross_check_json.h"
 #include "rigsync/formats/joint_json.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_format.h"
@@ -245,6 +246,7 @@ std::string Result_Json(const Calibration_Result& Result) {
   File["second_opinion"] = Opinion_Json(Result);
   File["cause"] = Cause_Json(Result);
   File["joint"] = Joint_Json(Result);
+  File["cross_check"] = Cross_Check_Json(Result);
   File["library"] = Library_Json(Result);
   File["body_axes"] = Body_Axes_Json(Result);
   File["quality"] = Quality_Json(Result.Report);

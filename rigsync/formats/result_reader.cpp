@@ -2,6 +2,7 @@
 //
 // result.json read back: see result_file.h.
 #include "rigsync/capture/library_limits.h"
+#include "rigsync/formats/cross_check_json.h"
 #include "rigsync/formats/joint_reader.h"
 #include "rigsync/formats/json_fields.h"
 #include "rigsync/formats/opinion_words.h"
@@ -268,6 +269,7 @@ Calibration_Result Read_Result(const std::filesystem::path& File) {
   Result.Run_Folder = Root.Text("run_folder");
   Result.Run_Log = Root.Text("run_log");
   Read_Second_Opinion(Root, Result);
+  Read_Cross_Check(Root, Result);
   return Result;
 }
 

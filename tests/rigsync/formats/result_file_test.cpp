@@ -72,6 +72,23 @@ pose_rig::Options Slipped_Capture() {
   return Options;
 }
 
+rigsync::Cross_Check Compared_Halves() {
+  rigsync::Cross_Check Check;
+  Check.Status = rigsync::Cross_Status::Compared;
+  Check.Halves[0] = {12, {1500, 1501, 960, 541, -0.1, 0.02}, Eigen::Isometry3d::Identity()};
+  Check.Halves[1] = {11, {1499, 1502, 961, 540, -0.11, 0.03}, Eigen::Isometry3d::Identity()};
+  Check.Halves[1].Transform_Cam_Tc.translation().x() = 0.0005;
+  Check.Mm = {0.5, 0.625};
+  Check.Deg = {0.03125, 0.0625};
+  Check.Px = {1.5, 1.25};
+  Check.Probability_Nearer = 0.375;
+  Check.Distance = 4.5;
+  Check.Cols = 2;
+  Check.Rows = 1;
+  Check.Points = {{{480.5, 540}, {1, -2}, 0.75}, {{1440.5, 540}, {-0.5, 0.25}, 1.75}};
+  return Check;
+}
+
 // A result with a second opinion in every part; the library's mount is 4 mm beside the joint one.
 rigsync::Calibration_Result Judged_Result(const pose_rig::Options& Capture) {
   rigsync::Calibration_Result Result = Whole_Result();
@@ -100,6 +117,7 @@ rigsync::Calibration_Result Judged_Result(const pose_rig::Options& Capture) {
   Result.Library_Axes = rigsync::Choose_Body_Axes(Eigen::Matrix3d::Identity());
   Result.Inputs.Stated_Board = rigsync::Board_Place{{4, 5, 6}, {0.4, 0.5, 0.6}};
   Result.Solved = std::move(Solved);
+  Result.Halves = Compared_Halves();
   return Result;
 }
 
@@ -565,6 +583,42 @@ TEST(ResultFile, TheJointSolutionIsReadBackAsItWasSolved) {
   EXPECT_EQ(Read.Solved->Place->Difference_Mm, 4.5);
   EXPECT_EQ(Read.Opinion->Half_Width_Mm, Result.Opinion->Half_Width_Mm);
   EXPECT_THAT(Read.Cause->Lines, ElementsAre(16u, 17u));
+}
+
+TEST(ResultFile, TheCrossCheckIsReadBackAsItWasMade) {
+  const rigsync::Cross_Check Read = *Written_And_Read(Judged_Result(Slipped_Capture())).Halves;
+  EXPECT_EQ(Read.Status, rigsync::Cross_Status::Compared);
+  EXPECT_EQ(Read.Halves[1].Rows, 11u);
+  EXPECT_EQ(Read.Halves[1].Lens_Px.K2, 0.03);
+  EXPECT_EQ(Read.Halves[1].Transform_Cam_Tc.translation().x(), 0.0005);
+  EXPECT_EQ(Read.Mm.Seen, 0.5);
+  EXPECT_EQ(Read.Deg.Expected, 0.0625);
+  EXPECT_EQ(Read.Px.Ratio(), 1.2);
+  EXPECT_EQ(Read.Cols, 2);
+  EXPECT_EQ(Read.Rows, 1);
+  EXPECT_EQ(Read.Points[1].Pixel, Eigen::Vector2d(1440.5, 540));
+  EXPECT_EQ(Read.Points[0].Difference_Px, Eigen::Vector2d(1, -2));
+}
+
+// Without a comparison only the status says why; a result without a check has null.
+TEST(ResultFile, ACrossCheckThatWasNotMadeSaysWhy) {
+  using rigsync::Cross_Status;
+  const std::pair<Cross_Status, const char*> Cases[] = {
+      {Cross_Status::Too_Few_Rows, "too_few_rows"},
+      {Cross_Status::Whole_Unsolved, "whole_unsolved"},
+      {Cross_Status::Half_Unsolved, "half_unsolved"}};
+  for (const auto& [Status, Name] : Cases) {
+    rigsync::Calibration_Result Result = Judged_Result(Slipped_Capture());
+    Result.Halves = rigsync::Cross_Check{};
+    Result.Halves->Status = Status;
+    const nlohmann::json File = Written(Result)["cross_check"];
+    EXPECT_EQ(File["status"], Name);
+    EXPECT_TRUE(File["difference_mm"].is_null());
+    EXPECT_EQ(Said_By("check_schema.py", Result), "");
+    EXPECT_EQ(Written_And_Read(Result).Halves->Status, Status);
+  }
+  EXPECT_TRUE(Written(Whole_Result())["cross_check"].is_null());
+  EXPECT_FALSE(Written_And_Read(Whole_Result()).Halves);
 }
 
 // Nothing is known of a mount that was not solved.
