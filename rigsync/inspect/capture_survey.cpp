@@ -25,14 +25,6 @@ constexpr std::size_t Many_Boards = 60;
 
 constexpr int Long_Side_Cells = 16, Short_Side_Cells = 9;
 
-// Distortion is determined only where there are corners. The outermost cells stay empty, because
-// the board's white margin has to be in the frame too. Good captures reach two thirds of all cells
-// or more.
-constexpr double Least_Share = 0.5;
-// The frame has nine parts (three by three). A part counts as covered when a fifth of its cells
-// are.
-constexpr double Least_Part_Share = 0.2;
-
 // Focal length and distance are determined separately only by boards that are tilted against the
 // image plane: 10 degrees about the main axis. Half of that about the perpendicular axis determines
 // the two focal lengths separately.
@@ -65,9 +57,9 @@ double Part_Share(const Coverage& Frame_Coverage, int Part) {
 
 std::string Empty_Parts(const Coverage& Frame_Coverage) {
   std::string Names;
-  for (int Part = 0; Part < 9; ++Part) {
-    if (Part_Share(Frame_Coverage, Part) >= Least_Part_Share) continue;
-    Names += (Names.empty() ? "" : ", ") + std::string(Part_Names[Part]);
+  for (const Frame_Part& Part : Frame_Parts(Frame_Coverage)) {
+    if (Part.Share >= Least_Part_Share) continue;
+    Names += (Names.empty() ? "" : ", ") + Part.Name;
   }
   return Names;
 }
@@ -78,6 +70,14 @@ double Coverage::Share() const {
   const auto Covered_Cells =
       std::count_if(Images.begin(), Images.end(), [](int Count) { return Count > 0; });
   return static_cast<double>(Covered_Cells) / static_cast<double>(Images.size());
+}
+
+std::vector<Frame_Part> Frame_Parts(const Coverage& Frame_Coverage) {
+  std::vector<Frame_Part> Parts;
+  for (int Part = 0; Part < 9; ++Part) {
+    Parts.push_back({Part_Names[Part], Part_Share(Frame_Coverage, Part)});
+  }
+  return Parts;
 }
 
 std::optional<Coverage> Measure_Coverage(const Board_Search& Search) {

@@ -24,6 +24,22 @@ struct Coverage {
   double Share() const;  // of the cells with at least one image
 };
 
+// Distortion is determined only where there are corners. The outermost cells stay empty, because
+// the board's white margin has to be in the frame too. Good captures reach two thirds of all cells
+// or more.
+constexpr double Least_Share = 0.5;
+// A part counts as covered when a fifth of its cells are.
+constexpr double Least_Part_Share = 0.2;
+
+// One of the nine parts of the frame, three by three.
+struct Frame_Part {
+  std::string Name;  // "upper left", "centre", "bottom"
+  double Share = 0;  // of its cells that have corners
+};
+
+// From the upper left, row by row.
+std::vector<Frame_Part> Frame_Parts(const Coverage& Frame_Coverage);
+
 // None without a board.
 std::optional<Coverage> Measure_Coverage(const Board_Search& Search);
 
