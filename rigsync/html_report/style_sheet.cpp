@@ -100,6 +100,30 @@ a { color: var(--kept); }
 .tracker { fill: none; stroke: var(--warn); stroke-width: 2; }
 .board { fill: none; stroke: var(--board); }
 .reference { fill: none; stroke: var(--quiet); stroke-dasharray: 4 3; }
+.stale { fill: none; stroke: var(--warn); stroke-width: 2; }
+.slip { fill: none; stroke: var(--bad); stroke-width: 2; stroke-dasharray: 6 3; }
+.warn-text { color: var(--warn); font-weight: 600; }
+.cell { fill: var(--kept); stroke: none; }
+.gap { fill: var(--soft); stroke: var(--line); stroke-dasharray: 2 2; }
+.dot { fill: var(--ink); stroke: none; }
+.dots { fill: none; stroke: var(--ink); stroke-width: 1.6; stroke-linecap: round; }
+.ring { fill: none; stroke: var(--line); }
+.ray { stroke: var(--kept); stroke-opacity: 0.4; fill: none; }
+.band { fill: var(--kept); fill-opacity: 0.2; stroke: none; }
+.matrix th, .matrix td { padding: 0.35rem 0.6rem; }
+.shade-1 { background: color-mix(in srgb, var(--kept) 8%, transparent); }
+.shade-2 { background: color-mix(in srgb, var(--kept) 16%, transparent); }
+.shade-3 { background: color-mix(in srgb, var(--kept) 26%, transparent); }
+.shade-4 { background: color-mix(in srgb, var(--kept) 38%, transparent); }
+.shade-5 { background: color-mix(in srgb, var(--kept) 52%, transparent); }
+.trio {
+  display: grid; gap: 1rem 2rem;
+  grid-template-columns: repeat(auto-fit, minmax(17rem, 1fr));
+}
+.trio figure { display: grid; grid-template-rows: subgrid; grid-row: span 2; gap: 0.5rem; }
+svg.framed { max-width: 42rem; }
+.scroller { overflow-x: auto; }
+svg.wide { min-width: 40rem; max-width: 60rem; }
 @media screen and (max-width: 40rem) {
   .wide svg { max-width: none; width: 34rem; }
   .verdict { padding: 1rem; gap: 0 0.75rem; }
@@ -118,7 +142,7 @@ a { color: var(--kept); }
   h2, h2 + p, h3, caption, figcaption, thead { break-after: avoid; }
   tr, img, svg, .table { break-inside: avoid; }
   .contents { display: none; }
-  .drawing, .table { overflow: visible; }
+  .drawing, .table, .scroller { overflow: visible; }
   .pair { grid-template-columns: repeat(2, minmax(0, 1fr)); gap: 0 8mm; }
   .verdict h1 { font-size: 24pt; }
   .reason { font-size: 12pt; }

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Numbers in a page.
+#ifndef RIGSYNC_HTML_REPORT_NUMBER_TEXT_H
+#define RIGSYNC_HTML_REPORT_NUMBER_TEXT_H
+
+#include "rigsync/html_report/element.h"
+
+#include <string>
+#include <string_view>
+
+namespace rigsync {
+
+// With two significant digits and without an exponent: "0.034", "1.8", "25", "130". A number that
+// is not finite is "unknown".
+std::string Two_Figures(double Value);
+
+// Says which number of result.json the element shows: its path there, and the number with all its
+// digits.
+void Mark_Number(Element At, std::string_view Key, double Value);
+
+// 1, 2 or 5 times a power of ten by which Largest is to be magnified to take Room at most. 1 where
+// Largest is not above 0.
+double Round_Magnification(double Largest, double Room);
+
+}  // namespace rigsync
+
+#endif  // RIGSYNC_HTML_REPORT_NUMBER_TEXT_H
