@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The sections with figures of the capture: what is drawn, what is said, and what is left when a
+// part is missing.
+#include "rigsync/html_report/frame_section.h"
+#include "tests/rigsync/html_report/section_view.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace rigsync {
+namespace {
+
+using section_view::Count;
+using section_view::Make_View;
+using section_view::Page_Of;
+using section_view::Text_Of;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr section_view::Section All_Sections[] = {Add_Frame_Section};
+
+const Run_View& Sound_View() {
+  static const Run_View View = Make_View();
+  return View;
+}
+
+// ---- All -------------------------------------------------------------------------------------
+
+TEST(FigureSections, EveryDrawingSaysWhatItShowsAndEveryFigureHowToReadIt) {
+  for (const auto Add : All_Sections) {
+    const Page Whole = Page_Of(Add, Sound_View());
+    EXPECT_GE(Count(Whole, ".//section/h2"), 1u);
+    EXPECT_GE(Count(Whole, ".//svg"), 1u);
+    EXPECT_EQ(Count(Whole, ".//svg[not(@role='img') or string-length(@aria-label) < 20]"), 0u);
+    EXPECT_EQ(Count(Whole, ".//figure[not(figcaption/h3) or not(figcaption/p)]"), 0u);
+    EXPECT_EQ(Count(Whole, ".//figure[not(contains(figcaption/p, 'Good:'))]"), 0u);
+    EXPECT_EQ(Count(Whole, ".//@style"), 0u);
+  }
+}
+
+TEST(FigureSections, NoNumberOfADrawingIsWrittenAsNotANumber) {
+  for (const auto Add : All_Sections) {
+    const std::string Source = Page_Source(Page_Of(Add, Sound_View()));
+    EXPECT_THAT(Source, Not(HasSubstr("nan")));
+    EXPECT_THAT(Source, Not(HasSubstr("inf\"")));
+  }
+}
+
+// Nothing was read, found or solved.
+TEST(FigureSections, WithoutAnythingASectionSaysWhatIsMissing) {
+  Run_View With_Rows;
+  With_Rows.Rows.resize(1);
+  for (const auto Add : All_Sections) {
+    for (const Run_View& View : {Run_View{}, With_Rows}) {
+      const Page Whole = Page_Of(Add, View);
+      EXPECT_EQ(Count(Whole, ".//svg"), 0u);
+      EXPECT_GE(Count(Whole, ".//p[@class='quiet']"), 1u);
+    }
+  }
+}
+
+// ---- One by one ------------------------------------------------------------------------------
+
+TEST(FrameSection, ALensOfTheModelFits) {
+  EXPECT_THAT(Text_Of(Page_Of(Add_Frame_Section, Sound_View())),
+              HasSubstr("The lens model fits: no ring"));
+}
+
+// Its errors cancel out along every ring.
+TEST(FrameSection, TangentialDistortionIsToldWithWhatItDoesToTheMount) {
+  corner_rig::Options Of;
+  Of.P1 = 0.004;
+  Run_View View = Make_View(Of);
+  const std::string Text = Text_Of(Page_Of(Add_Frame_Section, View));
+  EXPECT_THAT(Text, HasSubstr("The lens model leaves something: with tangential distortion"));
+  EXPECT_THAT(Text, HasSubstr("That is much beside the limits."));
+  View.Result.Inputs.Limits = {1000, 90};
+  EXPECT_THAT(Text_Of(Page_Of(Add_Frame_Section, View)),
+              HasSubstr("That is little beside the limits."));
+}
+
+// The numbers of a page that was made without a joint solve: rings alone judge.
+TEST(FrameSection, ARingThatIsClearlyOffIsNamed) {
+  Run_View View = Sound_View();
+  View.Result.Solved.reset();
+  View.Lens_Px->K1 += 0.05;
+  EXPECT_THAT(Text_Of(Page_Of(Add_Frame_Section, View)),
+              testing::ContainsRegex("pixels off (in|out)wards, which is [0-9]+ standard errors"));
+}
+
+}  // namespace
+}  // namespace rigsync
