@@ -2,6 +2,7 @@
 //
 // The sections with figures of the capture: what is drawn, what is said, and what is left when a
 // part is missing.
+#include "rigsync/html_report/coverage_section.h"
 #include "rigsync/html_report/frame_section.h"
 #include "tests/rigsync/html_report/section_view.h"
 
@@ -21,7 +22,7 @@ using section_view::Text_Of;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr section_view::Section All_Sections[] = {Add_Frame_Section};
+constexpr section_view::Section All_Sections[] = {Add_Frame_Section, Add_Coverage_Section};
 
 const Run_View& Sound_View() {
   static const Run_View View = Make_View();
@@ -90,6 +91,22 @@ TEST(FrameSection, ARingThatIsClearlyOffIsNamed) {
   View.Lens_Px->K1 += 0.05;
   EXPECT_THAT(Text_Of(Page_Of(Add_Frame_Section, View)),
               testing::ContainsRegex("pixels off (in|out)wards, which is [0-9]+ standard errors"));
+}
+
+TEST(CoverageSection, EveryPartOfTheFrameIsACellOrAGap) {
+  Run_View View = Sound_View();
+  const Page Whole = Page_Of(Add_Coverage_Section, View);
+  EXPECT_EQ(Count(Whole, ".//rect[@class='cell']") + Count(Whole, ".//rect[@class='gap']"),
+            16u * 9u);
+  EXPECT_EQ(Count(Whole, ".//path[@class='dots']"), 1u);
+  // All corners in the cell at the upper left: the emptiest part is the first of those without any.
+  for (Viewed_Row& Row : View.Rows) {
+    for (auto& Corner : Row.Corners) Corner = {10.0f, 10.0f};
+  }
+  const Page Gaps = Page_Of(Add_Coverage_Section, View);
+  EXPECT_EQ(Count(Gaps, ".//rect[@class='cell']"), 1u);
+  EXPECT_THAT(Text_Of(Gaps), HasSubstr("reaches the top of the frame"));
+  EXPECT_THAT(Text_Of(Gaps), HasSubstr("Corners reach 1 % of the frame"));
 }
 
 }  // namespace
