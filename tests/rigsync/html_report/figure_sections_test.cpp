@@ -4,6 +4,7 @@
 // part is missing.
 #include "rigsync/html_report/coverage_section.h"
 #include "rigsync/html_report/frame_section.h"
+#include "rigsync/html_report/poses_section.h"
 #include "tests/rigsync/html_report/section_view.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +23,8 @@ using section_view::Text_Of;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr section_view::Section All_Sections[] = {Add_Frame_Section, Add_Coverage_Section};
+constexpr section_view::Section All_Sections[] = {Add_Frame_Section, Add_Coverage_Section,
+                                                  Add_Poses_Section};
 
 const Run_View& Sound_View() {
   static const Run_View View = Make_View();
@@ -107,6 +109,18 @@ TEST(CoverageSection, EveryPartOfTheFrameIsACellOrAGap) {
   EXPECT_EQ(Count(Gaps, ".//rect[@class='cell']"), 1u);
   EXPECT_THAT(Text_Of(Gaps), HasSubstr("reaches the top of the frame"));
   EXPECT_THAT(Text_Of(Gaps), HasSubstr("Corners reach 1 % of the frame"));
+}
+
+TEST(PosesSection, EveryBoardHasItsMarkAndADroppedOneACross) {
+  Run_View View = Sound_View();
+  View.Rows[3].Report.Fate = Image_Fate::Outlier;
+  View.Rows[8].Corners.clear();
+  const Page Whole = Page_Of(Add_Poses_Section, View);
+  // 24 boards less one that was not found, in three drawings; one mark of each is the legend's.
+  EXPECT_EQ(Count(Whole, ".//circle[@class='kept']"), 3u * (22 + 1));
+  EXPECT_EQ(Count(Whole, ".//path[@class='dropped']"), 3u * (1 + 1));
+  EXPECT_EQ(Count(Whole, ".//title[contains(., 'line 5, image_3.png')]"), 3u);
+  EXPECT_EQ(Count(Whole, ".//title[contains(., 'image_8.png')]"), 0u);
 }
 
 }  // namespace

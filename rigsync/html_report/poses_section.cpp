@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/html_report/poses_section.h"
+
+#include "rigsync/geometry/angle.h"
+#include "rigsync/html_report/frame_drawing.h"
+#include "rigsync/html_report/number_text.h"
+#include "rigsync/html_report/page.h"
+#include "rigsync/html_report/plot.h"
+#include "rigsync/review/seen_boards.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace rigsync {
+namespace {
+
+constexpr double Dial_Size = 300.0, Dial_Radius = 112.0;
+constexpr double Ring_Deg = 15.0;
+// Boards that are tilted by less than this say little about the focal length.
+constexpr double Least_Good_Tilt_Deg = 10.0;
+
+std::string Tip_Of(const Run_View& View, const Seen_Board& Board) {
+  const Viewed_Row& Row = View.Rows[Board.Row];
+  return fmt::format("line {}, {}: tilt {}, roll {} degrees, {} m{}", Row.Image.Line,
+                     Row.Image.Name, Short_Number(Board.Tilt_Deg, 0),
+                     Short_Number(Board.Roll_Deg, 0), Short_Number(Board.Distance),
+                     Board.Is_Kept ? "" : "; left out");
+}
+
+void Add_Mark(Element Svg, double X, double Y, const Run_View& View, const Seen_Board& Board) {
+  Element Mark =
+      Board.Is_Kept ? Add_Circle(Svg, X, Y, 3.5, "kept") : Add_Cross(Svg, X, Y, 4.5, "dropped");
+  Add_Tip(Mark, Tip_Of(View, Board));
+}
+
+bool Has_Left_Out(const std::vector<Seen_Board>& Boards) {
+  return std::any_of(Boards.begin(), Boards.end(),
+                     [](const Seen_Board& Board) { return !Board.Is_Kept; });
+}
+
+void Add_Marks_Legend(Element Svg, double X, double Y, const std::vector<Seen_Board>& Boards) {
+  std::vector<Legend_Entry> Entries = {{Mark_Shape::Circle, "kept", "used"}};
+  if (Has_Left_Out(Boards)) Entries.push_back({Mark_Shape::Cross, "dropped", "left out"});
+  Add_Legend(Svg, X, Y, Entries);
+}
+
+// ---- Tilt ------------------------------------------------------------------------------------
+
+double Outer_Tilt(const std::vector<Seen_Board>& Boards) {
+  double Largest = 2 * Ring_Deg;
+  for (const Seen_Board& Board : Boards) Largest = std::max(Largest, Board.Tilt_Deg);
+  return Ring_Deg * std::ceil(Largest / Ring_Deg);
+}
+
+void Draw_Tilt_Rings(Element Svg, double Outer_Deg) {
+  const double Middle = Dial_Size / 2;
+  for (double Deg = Ring_Deg; Deg <= Outer_Deg + 0.5; Deg += Ring_Deg) {
+    Add_Circle(Svg, Middle, Middle, Dial_Radius * Deg / Outer_Deg, "ring");
+    // On the diagonal, where there are fewer marks than on the axes.
+    const double Along = Dial_Radius * Deg / Outer_Deg * std::sqrt(0.5);
+    Add_Label(Svg, Middle + Along + 2, Middle + Along + 10, Short_Number(Deg, 0) + "°", "tick");
+  }
+  Add_Line(Svg, Middle - Dial_Radius, Middle, Middle + Dial_Radius, Middle, "grid");
+  Add_Line(Svg, Middle, Middle - Dial_Radius, Middle, Middle + Dial_Radius, "grid");
+  Add_Label(Svg, Middle, Middle - Dial_Radius - 8, "top nearer", "label", "middle");
+  Add_Label(Svg, Middle, Middle + Dial_Radius + 18, "bottom nearer", "label", "middle");
+  Add_Label(Svg, Middle + Dial_Radius + 4, Middle + 4, "right", "label");
+  Add_Label(Svg, Middle - Dial_Radius - 4, Middle + 4, "left", "label", "end");
+}
+
+void Add_Tilts(Element Parent, const Run_View& View, const std::vector<Seen_Board>& Boards) {
+  Element Figure = Add_Figure(
+      Parent, {"Tilt",
+               "Each mark is a board; the farther from the middle, the more it was tilted, with "
+               "the side nearer to the camera that the mark is at. Good: marks on all sides, most "
+               "of them beyond 15 degrees."});
+  const auto Tilted = std::count_if(Boards.begin(), Boards.end(), [](const Seen_Board& Board) {
+    return Board.Tilt_Deg >= Least_Good_Tilt_Deg;
+  });
+  Element Svg = Add_Drawing(Figure, Dial_Size, Dial_Size, "Tilt of the boards",
+                            fmt::format("{} of {} are tilted by {} degrees or more.", Tilted,
+                                        Boards.size(), Short_Number(Least_Good_Tilt_Deg)));
+  const double Outer_Deg = Outer_Tilt(Boards);
+  Draw_Tilt_Rings(Svg, Outer_Deg);
+  for (const Seen_Board& Board : Boards) {
+    const Eigen::Vector2d At = Eigen::Vector2d::Constant(Dial_Size / 2) +
+                               Dial_Radius * Board.Tilt_Deg / Outer_Deg * Board.Near_Side;
+    Add_Mark(Svg, At.x(), At.y(), View, Board);
+  }
+  Add_Marks_Legend(Svg, 4, 10, Boards);
+}
+
+// ---- Roll ------------------------------------------------------------------------------------
+
+void Draw_Dial(Element Svg) {
+  const double Middle = Dial_Size / 2;
+  Add_Circle(Svg, Middle, Middle, Dial_Radius, "ring");
+  for (int Deg = 0; Deg < 360; Deg += 45) {
+    const double Angle = Deg / Degrees_Per_Radian;
+    const double X = std::sin(Angle), Y = -std::cos(Angle);
+    Add_Line(Svg, Middle + 0.92 * Dial_Radius * X, Middle + 0.92 * Dial_Radius * Y,
+             Middle + Dial_Radius * X, Middle + Dial_Radius * Y, "axis");
+    Add_Label(Svg, Middle + (Dial_Radius + 16) * X, Middle + (Dial_Radius + 14) * Y + 4,
+              fmt::format("{}°", Deg), "tick", "middle");
+  }
+}
+
+// An upright board as a picture in the middle, to show what 0 degrees means.
+void Draw_Upright_Board(Element Svg) {
+  const double Middle = Dial_Size / 2;
+  Element Outline = Add(Svg, "rect", "board");
+  Set(Outline, "x", Middle - 28);
+  Set(Outline, "y", Middle - 20);
+  Set(Outline, "width", 56);
+  Set(Outline, "height", 40);
+  Add_Circle(Svg, Middle - 21, Middle - 13, 3, "found");
+  Add_Label(Svg, Middle, Middle + 36, "as at 0°", "note", "middle");
+}
+
+void Add_Rolls(Element Parent, const Run_View& View, const std::vector<Seen_Board>& Boards) {
+  Element Figure = Add_Figure(
+      Parent, {"Roll",
+               "How far the board was turned in its own plane, clockwise as the camera sees it; "
+               "0 degrees is upright, with its first corner at the upper left. Good: marks in at "
+               "least three quarters of the dial, because turns about two axes tell where the "
+               "camera is on its tracker."});
+  Element Svg = Add_Drawing(Figure, Dial_Size, Dial_Size, "Roll of the boards",
+                            fmt::format("{} boards.", Boards.size()));
+  Draw_Dial(Svg);
+  Draw_Upright_Board(Svg);
+  const double Middle = Dial_Size / 2;
+  for (const Seen_Board& Board : Boards) {
+    const double Angle = Board.Roll_Deg / Degrees_Per_Radian;
+    const double X = std::sin(Angle), Y = -std::cos(Angle);
+    Add_Line(Svg, Middle + 0.5 * Dial_Radius * X, Middle + 0.5 * Dial_Radius * Y,
+             Middle + 0.82 * Dial_Radius * X, Middle + 0.82 * Dial_Radius * Y,
+             Board.Is_Kept ? "ray" : "reference");
+    Add_Mark(Svg, Middle + 0.82 * Dial_Radius * X, Middle + 0.82 * Dial_Radius * Y, View, Board);
+  }
+  Add_Marks_Legend(Svg, 4, 10, Boards);
+}
+
+// ---- Distance --------------------------------------------------------------------------------
+
+void Add_Distances(Element Parent, const Run_View& View, const std::vector<Seen_Board>& Boards) {
+  double Nearest = Boards.front().Distance, Farthest = Nearest, Share = 0;
+  for (const Seen_Board& Board : Boards) {
+    Nearest = std::min(Nearest, Board.Distance);
+    Farthest = std::max(Farthest, Board.Distance);
+    Share = std::max(Share, 100.0 * Board.Frame_Share);
+  }
+  Element Figure = Add_Figure(
+      Parent, {"Distance",
+               "Distance of the board's centre from the camera, and the part of the frame within "
+               "its outermost corners. Good: the farthest board is at least half as far again as "
+               "the nearest, and none is smaller than a twentieth of the frame."});
+  const Plot Drawn =
+      Add_Plot(Figure, Round_Axis(Nearest, Farthest, "metres from the camera"),
+               Round_Axis(0.0, Share, "% of the frame"), "Distance of the boards",
+               fmt::format("From {} to {} m.", Short_Number(Nearest), Short_Number(Farthest)),
+               {Dial_Size, Dial_Size});
+  for (const Seen_Board& Board : Boards) {
+    Add_Mark(Drawn.Svg, Drawn.X_At(Board.Distance), Drawn.Y_At(100.0 * Board.Frame_Share), View,
+             Board);
+  }
+  Add_Marks_Legend(Drawn.Svg, 160, 9, Boards);
+}
+
+}  // namespace
+
+void Add_Poses_Section(Element Main, const Run_View& View) {
+  Element Section = Add_Section(Main, "poses", "How the board was held");
+  const std::vector<Seen_Board> Boards = Measure_Boards(View);
+  if (Boards.empty()) {
+    Add_Text(Section, "p",
+             View.Lens_Px ? "The corners that were found are not known any more."
+                          : "No lens was solved, so the boards have no poses.",
+             "quiet");
+    return;
+  }
+  Element Row = Add(Section, "div", "trio");
+  Add_Tilts(Row, View, Boards);
+  Add_Rolls(Row, View, Boards);
+  Add_Distances(Row, View, Boards);
+}
+
+}  // namespace rigsync
