@@ -5,6 +5,7 @@
 #include "rigsync/html_report/coverage_section.h"
 #include "rigsync/html_report/frame_section.h"
 #include "rigsync/html_report/poses_section.h"
+#include "rigsync/html_report/samples_section.h"
 #include "tests/rigsync/html_report/section_view.h"
 
 #include <gmock/gmock.h>
@@ -24,11 +25,17 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr section_view::Section All_Sections[] = {Add_Frame_Section, Add_Coverage_Section,
-                                                  Add_Poses_Section};
+                                                  Add_Poses_Section, Add_Samples_Section};
 
 const Run_View& Sound_View() {
   static const Run_View View = Make_View();
   return View;
+}
+
+double Number_At(const Page& Whole, const std::string& Key) {
+  const auto Found = Whole.Main.select_node((".//*[@data-key='" + Key + "']").c_str());
+  return Found ? std::stod(Found.node().attribute("data-value").value())
+               : std::numeric_limits<double>::quiet_NaN();
 }
 
 // ---- All -------------------------------------------------------------------------------------
@@ -121,6 +128,39 @@ TEST(PosesSection, EveryBoardHasItsMarkAndADroppedOneACross) {
   EXPECT_EQ(Count(Whole, ".//path[@class='dropped']"), 3u * (1 + 1));
   EXPECT_EQ(Count(Whole, ".//title[contains(., 'line 5, image_3.png')]"), 3u);
   EXPECT_EQ(Count(Whole, ".//title[contains(., 'image_8.png')]"), 0u);
+}
+
+TEST(SamplesSection, ARowHasItsResidualAndTheNumberOfTheFile) {
+  const Page Whole = Page_Of(Add_Samples_Section, Sound_View());
+  EXPECT_THAT(Text_Of(Whole), HasSubstr("No row contradicts the others; half of them are off"));
+  EXPECT_EQ(Count(Whole, ".//circle[@data-key='joint.rows.7.f']"), 2u);
+  EXPECT_EQ(Number_At(Whole, "joint.rows.7.f"), Sound_View().Result.Solved->Joint.Rows[7].F);
+  EXPECT_EQ(Count(Whole, ".//line[@class='slip']"), 0u);
+  EXPECT_EQ(Count(Whole, ".//div[@class='scroller' and @tabindex='0']"), 2u);
+}
+
+TEST(SamplesSection, LeftOutRowsRepeatsAndASlipAreMarked) {
+  Run_View View = Sound_View();
+  Joint_Solution& Joint = View.Result.Solved->Joint;
+  Joint.Rows[5].Is_Kept = false;
+  Joint.Rows[5].Residual << 0, 0, 0, 0.03, 0, 0;
+  View.Rows[9].Camera = View.Rows[8].Camera;
+  Slip Seen;
+  Seen.Evidence = Slip_Evidence::Found;
+  Seen.Tracker = Slipped_Tracker::Board;
+  Seen.First_Row = 14;
+  Seen.Motion << 0, 0.01, 0, 0, 0, 0.008;
+  View.Result.Solved->Likeliest_Slip = Seen;
+  const Page Whole = Page_Of(Add_Samples_Section, View);
+  const std::string Text = Text_Of(Whole);
+  EXPECT_THAT(Text, HasSubstr("1 of 24 rows contradict the others"));
+  EXPECT_THAT(Text, HasSubstr("1 sample repeats the one before"));
+  EXPECT_THAT(Text, HasSubstr("the board's tracker slipped before line 16, by 8.0 mm and 0.57"));
+  EXPECT_EQ(Count(Whole, ".//line[@class='slip']"), 2u);
+  // Far beyond the others: at the upper edge, with its size.
+  EXPECT_EQ(Count(Whole, ".//path[@class='dropped']/title[contains(., '30 mm')]"), 1u);
+  EXPECT_EQ(Count(Whole, ".//text[@class='note' and .='30']"), 1u);
+  EXPECT_EQ(Count(Whole, ".//rect[@class='stale']/title"), 2u);
 }
 
 }  // namespace
