@@ -4,6 +4,7 @@
 // part is missing.
 #include "rigsync/html_report/coverage_section.h"
 #include "rigsync/html_report/frame_section.h"
+#include "rigsync/html_report/lens_section.h"
 #include "rigsync/html_report/poses_section.h"
 #include "rigsync/html_report/samples_section.h"
 #include "tests/rigsync/html_report/section_view.h"
@@ -25,7 +26,8 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr section_view::Section All_Sections[] = {Add_Frame_Section, Add_Coverage_Section,
-                                                  Add_Poses_Section, Add_Samples_Section};
+                                                  Add_Poses_Section, Add_Samples_Section,
+                                                  Add_Lens_Section};
 
 const Run_View& Sound_View() {
   static const Run_View View = Make_View();
@@ -161,6 +163,18 @@ TEST(SamplesSection, LeftOutRowsRepeatsAndASlipAreMarked) {
   EXPECT_EQ(Count(Whole, ".//path[@class='dropped']/title[contains(., '30 mm')]"), 1u);
   EXPECT_EQ(Count(Whole, ".//text[@class='note' and .='30']"), 1u);
   EXPECT_EQ(Count(Whole, ".//rect[@class='stale']/title"), 2u);
+}
+
+TEST(LensSection, TheTableHasTheNumbersOfTheFile) {
+  const Page Whole = Page_Of(Add_Lens_Section, Sound_View());
+  const Capture_Solution& Solved = *Sound_View().Result.Solved;
+  EXPECT_EQ(Number_At(Whole, "joint.lens.fx"), Solved.Lens_Px.Fx);
+  EXPECT_EQ(Number_At(Whole, "joint.lens.k2"), Solved.Lens_Px.K2);
+  EXPECT_NEAR(Number_At(Whole, "joint.lens.half_width.2"),
+              1.959964 * std::sqrt(Solved.Seen.Lens_Covariance(2, 2)), 1e-12);
+  EXPECT_EQ(Count(Whole, ".//table[@class='matrix']/tbody/tr/td"), 36u);
+  EXPECT_EQ(Count(Whole, ".//table[@class='matrix']/tbody/tr/td[.='1']"), 6u);
+  EXPECT_EQ(Count(Whole, ".//path[@class='band']"), 1u);
 }
 
 }  // namespace
