@@ -3,6 +3,7 @@
 // The sections with figures of the capture: what is drawn, what is said, and what is left when a
 // part is missing.
 #include "rigsync/html_report/coverage_section.h"
+#include "rigsync/html_report/cross_check_section.h"
 #include "rigsync/html_report/frame_section.h"
 #include "rigsync/html_report/lens_section.h"
 #include "rigsync/html_report/poses_section.h"
@@ -27,7 +28,7 @@ using testing::Not;
 
 constexpr section_view::Section All_Sections[] = {Add_Frame_Section, Add_Coverage_Section,
                                                   Add_Poses_Section, Add_Samples_Section,
-                                                  Add_Lens_Section};
+                                                  Add_Lens_Section,  Add_Cross_Check_Section};
 
 const Run_View& Sound_View() {
   static const Run_View View = Make_View();
@@ -73,6 +74,36 @@ TEST(FigureSections, WithoutAnythingASectionSaysWhatIsMissing) {
       EXPECT_GE(Count(Whole, ".//p[@class='quiet']"), 1u);
     }
   }
+}
+
+TEST(FigureSections, BrokenNumbersLeaveAPageThatIsWhole) {
+  const double None = std::numeric_limits<double>::quiet_NaN();
+  Run_View View = Sound_View();
+  View.Lens_Px = Lens{None, None, None, None, None, None};
+  View.Result.Solved->Lens_Px = *View.Lens_Px;
+  View.Result.Solved->Joint.Rows[2].Residual.setConstant(None);
+  View.Result.Halves->Points[3].Difference_Px.setConstant(None);
+  View.Rows[4].Camera->Position[0] = None;
+  View.Rows[5].Board.reset();
+  View.Rows[6].Corners.clear();
+  for (const auto Add : All_Sections) {
+    const std::string Source = Page_Source(Page_Of(Add, View));
+    EXPECT_THAT(Source, Not(HasSubstr("=\"nan")));
+    EXPECT_THAT(Source, HasSubstr("</html>"));
+  }
+}
+
+TEST(FigureSections, AResultOfTheLibraryAloneHasTheFiguresOfItsImages) {
+  Run_View View = Sound_View();
+  View.Result.Solved.reset();
+  View.Result.Halves.reset();
+  View.Result.Inputs.Is_Library_Only = true;
+  EXPECT_GE(Count(Page_Of(Add_Poses_Section, View), ".//svg"), 3u);
+  EXPECT_EQ(Count(Page_Of(Add_Frame_Section, View), ".//svg"), 2u);
+  EXPECT_EQ(Count(Page_Of(Add_Samples_Section, View), ".//svg"), 2u);
+  EXPECT_EQ(Count(Page_Of(Add_Lens_Section, View), ".//svg"), 1u);
+  EXPECT_EQ(Count(Page_Of(Add_Lens_Section, View), ".//table[@class='matrix']"), 0u);
+  EXPECT_THAT(Text_Of(Page_Of(Add_Cross_Check_Section, View)), HasSubstr("--library-only"));
 }
 
 // ---- One by one ------------------------------------------------------------------------------
@@ -175,6 +206,39 @@ TEST(LensSection, TheTableHasTheNumbersOfTheFile) {
   EXPECT_EQ(Count(Whole, ".//table[@class='matrix']/tbody/tr/td"), 36u);
   EXPECT_EQ(Count(Whole, ".//table[@class='matrix']/tbody/tr/td[.='1']"), 6u);
   EXPECT_EQ(Count(Whole, ".//path[@class='band']"), 1u);
+}
+
+TEST(CrossCheckSection, ShowsWhatTheHalvesDifferByBesideWhatWasExpected) {
+  const Page Whole = Page_Of(Add_Cross_Check_Section, Sound_View());
+  const Cross_Check& Check = *Sound_View().Result.Halves;
+  EXPECT_EQ(Number_At(Whole, "cross_check.difference_mm"), Check.Mm.Seen);
+  EXPECT_EQ(Number_At(Whole, "cross_check.expected_px"), Check.Px.Expected);
+  EXPECT_EQ(Count(Whole, ".//circle[@class='reference']"), 45u);
+  EXPECT_THAT(Text_Of(Whole), HasSubstr("12 and 12 of them"));
+}
+
+TEST(CrossCheckSection, SaysHowFarTheHalvesAgree) {
+  Run_View View = Sound_View();
+  const std::pair<double, const char*> Cases[] = {{0.95, "The halves agree"},
+                                                  {0.96, "a little more"},
+                                                  {0.9995, "The halves contradict each other"}};
+  for (const auto& [Probability, Text] : Cases) {
+    View.Result.Halves->Probability_Nearer = Probability;
+    EXPECT_THAT(Text_Of(Page_Of(Add_Cross_Check_Section, View)), HasSubstr(Text));
+  }
+}
+
+TEST(CrossCheckSection, SaysWhyTheHalvesWereNotCompared) {
+  const std::pair<Cross_Status, const char*> Cases[] = {
+      {Cross_Status::Too_Few_Rows, "Fewer than 12 images"},
+      {Cross_Status::Whole_Unsolved, "no answer for all images"},
+      {Cross_Status::Half_Unsolved, "Half of the images alone"}};
+  Run_View View = Sound_View();
+  for (const auto& [Status, Text] : Cases) {
+    View.Result.Halves = Cross_Check{};
+    View.Result.Halves->Status = Status;
+    EXPECT_THAT(Text_Of(Page_Of(Add_Cross_Check_Section, View)), HasSubstr(Text));
+  }
 }
 
 }  // namespace
