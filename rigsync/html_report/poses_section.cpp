@@ -6,11 +6,14 @@
 #include "rigsync/html_report/number_text.h"
 #include "rigsync/html_report/page.h"
 #include "rigsync/html_report/plot.h"
+#include "rigsync/report/pose_text.h"
+#include "rigsync/review/pose_advice.h"
 #include "rigsync/review/seen_boards.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <string>
 
@@ -169,6 +172,56 @@ void Add_Distances(Element Parent, const Run_View& View, const std::vector<Seen_
   Add_Marks_Legend(Drawn.Svg, 160, 9, Boards);
 }
 
+// ---- The next pose ---------------------------------------------------------------------------
+
+std::string Widths_Text(const Mount_Widths& Widths) {
+  return fmt::format("{} mm and {} degrees", Two_Figures(Widths.Mm), Two_Figures(Widths.Deg));
+}
+
+bool Is_Short_Of(const Capture_Advice& Advice, Shortage What) {
+  return std::find(Advice.Short_Of.begin(), Advice.Short_Of.end(), What) != Advice.Short_Of.end();
+}
+
+std::string Gain_Text(const Capture_Advice& Advice) {
+  if (!Advice.Widths_Now || !Advice.Pose->After) return "";
+  return fmt::format(" The mount is known to {} now (95 %), and to {} with this image.",
+                     Widths_Text(*Advice.Widths_Now), Widths_Text(*Advice.Pose->After));
+}
+
+void Add_Pose_Figure(Element Section, const Run_View& View, const Capture_Advice& Advice) {
+  std::string Words = Pose_Text(Advice.Pose->Parts, /*Is_First=*/false);
+  Words[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(Words[0])));
+  Element Figure = Add_Figure(
+      Section, {"The pose that would help most",
+                fmt::format("{}; the roll is from the last image. The heavy edge is nearest to the "
+                            "camera, the ring is the first corner. Good: an image as near to this "
+                            "as is convenient.",
+                            Words)});
+  const std::string Gain = Gain_Text(Advice);
+  if (!Gain.empty()) Add_Text(Figure, "p", Gain.substr(1));
+  const Frame_Drawing Frame = Add_Frame_Drawing(Figure, View.Width, View.Height,
+                                                "The pose that would help most", Words + ".");
+  Set(Frame.Svg, "class", "framed");
+  Draw_Board_In_Frame(Frame, Advice.Pose->Transform_Cam_Chart, View.Result.Inputs.Board,
+                      View.Result.Inputs.Square_Size, *View.Lens_Px);
+}
+
+void Add_Next_Pose(Element Section, const Run_View& View) {
+  const auto Advice = Advise_Run(View);
+  if (!Advice) return;
+  if (Advice->Is_Enough) {
+    Add_Text(Section, "p",
+             "There are enough images: the mount is known well within the limits, and another one "
+             "would change little.");
+    return;
+  }
+  if (Is_Short_Of(*Advice, Shortage::Soundness)) {
+    Add_Text(Section, "p", "More images alone don't mend this capture: see the verdict first.",
+             "warn-text");
+  }
+  if (Advice->Pose) Add_Pose_Figure(Section, View, *Advice);
+}
+
 }  // namespace
 
 void Add_Poses_Section(Element Main, const Run_View& View) {
@@ -185,6 +238,7 @@ void Add_Poses_Section(Element Main, const Run_View& View) {
   Add_Tilts(Row, View, Boards);
   Add_Rolls(Row, View, Boards);
   Add_Distances(Row, View, Boards);
+  Add_Next_Pose(Section, View);
 }
 
 }  // namespace rigsync

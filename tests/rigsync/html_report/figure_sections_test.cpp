@@ -163,6 +163,23 @@ TEST(PosesSection, EveryBoardHasItsMarkAndADroppedOneACross) {
   EXPECT_EQ(Count(Whole, ".//title[contains(., 'image_8.png')]"), 0u);
 }
 
+// Limits of a whole metre are met by any capture that is solved, limits of a thousandth of a
+// millimetre by none.
+TEST(PosesSection, ThePoseThatWouldHelpMostIsDrawnUntilThereIsEnough) {
+  Run_View View = Sound_View();
+  View.Result.Inputs.Limits = {1000, 90};
+  const Page Enough = Page_Of(Add_Poses_Section, View);
+  EXPECT_EQ(Count(Enough, ".//svg"), 3u);
+  EXPECT_THAT(Text_Of(Enough), HasSubstr("There are enough images"));
+  View.Result.Inputs.Limits = {0.001, 0.0001};
+  const Page Not_Enough = Page_Of(Add_Poses_Section, View);
+  EXPECT_EQ(Count(Not_Enough, ".//svg"), 4u);
+  EXPECT_EQ(Count(Not_Enough, ".//path[@class='board']"), 11u + 8u + 4u);
+  EXPECT_THAT(Text_Of(Not_Enough), Not(HasSubstr("There are enough images")));
+  EXPECT_THAT(Text_Of(Not_Enough),
+              testing::ContainsRegex("known to [0-9.]+ mm and [0-9.]+ degrees now"));
+}
+
 TEST(SamplesSection, ARowHasItsResidualAndTheNumberOfTheFile) {
   const Page Whole = Page_Of(Add_Samples_Section, Sound_View());
   EXPECT_THAT(Text_Of(Whole), HasSubstr("No row contradicts the others; half of them are off"));
