@@ -62,7 +62,7 @@ struct Calibrated {
     Capture.Image_Root = Result.Inputs.Image_Root;
     Capture.Board.Board = Result.Inputs.Board;
     Capture.Board.Square_Size = Result.Inputs.Square_Size;
-    Inspected = rigsync::Inspect_Capture(Capture, {});
+    Inspected = rigsync::Inspect_Capture(Capture, rigsync::Search_Progress{});
     Result.Solved = Inspected->Solution;
   }
 
