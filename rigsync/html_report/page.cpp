@@ -13,6 +13,8 @@
 namespace rigsync {
 namespace {
 
+constexpr std::string_view Style_Sources = "style-src";
+
 // As a content security policy names a style sheet: the SHA-256 of its bytes in base 64.
 std::string Style_Digest(std::string_view Style) {
   std::array<unsigned char, EVP_MAX_MD_SIZE> Digest{};
@@ -81,6 +83,16 @@ Page Make_Page(std::string_view Title, int Refresh_Seconds) {
   Add_Text(New.Head, "style", Style_Sheet());
   New.Main = Add(Add(Html, "body"), "main");
   return New;
+}
+
+void Add_Style(Element Anywhere, std::string_view Style) {
+  Element Head = Anywhere.root().child("html").child("head");
+  Element Policy = Head.find_child_by_attribute("meta", "http-equiv", "Content-Security-Policy");
+  std::string Content = Policy.attribute("content").value();
+  const std::size_t Sources = Content.find(Style_Sources) + Style_Sources.size();
+  Content.insert(Sources, fmt::format(" 'sha256-{}'", Style_Digest(Style)));
+  Set(Policy, "content", Content);
+  Add_Text(Head, "style", Style);
 }
 
 Element Add_Section(Element Main, std::string_view Id, std::string_view Heading) {

@@ -22,6 +22,11 @@ struct Page {
 // Refresh_Seconds above 0 makes a browser load the page again after that time.
 Page Make_Page(std::string_view Title, int Refresh_Seconds = 0);
 
+// A further style sheet, for rules that depend on what the page shows. Add it once for each text.
+// Anywhere is any element of a page of Make_Page, whose policy then allows this sheet too. Like the
+// page's own it is without <, > and &.
+void Add_Style(Element Anywhere, std::string_view Style);
+
 // A section with its heading; Id is the target of links to it.
 Element Add_Section(Element Main, std::string_view Id, std::string_view Heading);
 

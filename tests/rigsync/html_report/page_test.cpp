@@ -34,6 +34,15 @@ TEST(Page, TheStyleSheetHasNothingToEscape) {
   EXPECT_EQ(std::string_view(Style_Sheet()).find_first_of("<>&"), std::string_view::npos);
 }
 
+TEST(Page, AFurtherStyleSheetIsAllowedByItsOwnDigest) {
+  const Page Whole = Make_Page("Page");
+  Add_Style(Whole.Main, "p { color: red; }");
+  const std::string Source = Page_Source(Whole);
+  // printf 'p { color: red; }' | openssl dgst -sha256 -binary | base64
+  EXPECT_THAT(Source, HasSubstr(" 'sha256-pckGv9YvNcB5xy+Y4fbqhyo+ib850wyiuWeNbZvLi00='"));
+  EXPECT_THAT(Source, HasSubstr("<style>p { color: red; }</style></head>"));
+}
+
 TEST(Page, ADrawingSaysToAScreenReaderWhatItShows) {
   const Page Whole = Make_Page("Page");
   const Element Figure = Add_Figure(Add_Section(Whole.Main, "lens", "The lens"), {"Title", "Read"});
