@@ -4,6 +4,7 @@
 #include "rigsync/html_report/image_errors_section.h"
 #include "rigsync/html_report/inputs_section.h"
 #include "rigsync/html_report/page.h"
+#include "rigsync/html_report/pixel_scale_section.h"
 #include "rigsync/html_report/rig_section.h"
 #include "rigsync/html_report/verdict_section.h"
 #include "rigsync/report/verdict_words.h"
@@ -28,6 +29,7 @@ std::string Report_Page(const Run_View& View) {
   Add_Mount_Section(Whole.Main, View);
   Add_Rig_Section(Whole.Main, View);
   Add_Image_Errors_Section(Whole.Main, View);
+  Add_Pixel_Scale_Section(Whole.Main, View);
   Add_Inputs_Section(Whole.Main, View);
   Fill_Contents(Contents);
   return Page_Source(Whole);
