@@ -318,7 +318,7 @@ TEST(Export, ADoubtfulResultIsExportedWithItsReasons) {
       {"dont_use", R"("library_code")",
        "this result must not be used: the library refuses its result with code 0."},
       {"dont_use", R"("not_solved")",
-       "this result must not be used: the rows do not determine the mount."},
+       "this result must not be used: fewer than 5 rows have a board and sound samples"},
       {"dont_use", R"("width_beyond_limit")",
        "this result must not be used: the capture tells the mount only to +- "},
       {"dont_use", R"("slip_found")", "must not be used: a tracker slipped on its mount during"},
