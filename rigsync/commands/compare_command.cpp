@@ -39,7 +39,7 @@ Exit status: 0 when the differences of the mount are within --max-offset and
 --max-angle, and for two results the picture within --max-pixels; 1 when one is
 beyond; 2 for wrong usage. The uncertainty has no status of its own.
 
-Examples:
+Example:
   rigsync compare today/result.json yesterday/result.json
   rigsync compare result/result.json capture/truth.json)";
 

@@ -323,7 +323,7 @@ TEST(Calibrate, ACode0WithNumbersThatAreNotFiniteIsWarnedAbout) {
   EXPECT_EQ(Export.Status, 2);
   EXPECT_EQ(Export.Output, "");
   EXPECT_THAT(Export.Said,
-              AllOf(HasSubstr("the library's mount holds NaN or infinite numbers"),
+              AllOf(HasSubstr("the library's transform holds NaN or infinite numbers"),
                     HasSubstr("--solution joint"), Not(HasSubstr("expected a result.json"))));
 }
 
