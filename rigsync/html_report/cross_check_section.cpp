@@ -40,8 +40,18 @@ std::string Missing_Text(const Calibration_Result& Result) {
   return "";
 }
 
-std::string Judgement_Text(const Cross_Check& Check) {
+bool Are_Within(const Cross_Check& Check, const Accuracy_Limits& Limits) {
+  return Check.Mm.Seen <= Limits.Mm && Check.Deg.Seen <= Limits.Deg;
+}
+
+// Halves that agree because nearly anything would: little is known of either.
+constexpr const char* Weak_Halves =
+    "The halves differ by no more than the stated uncertainty explains, but by more than the "
+    "limits: half of these images can't tell the mount.";
+
+std::string Judgement_Text(const Cross_Check& Check, const Accuracy_Limits& Limits) {
   if (!(Check.Probability_Nearer > Usual_Part)) {
+    if (!Are_Within(Check, Limits)) return Weak_Halves;
     return "The halves agree: they differ by no more than the stated uncertainty explains.";
   }
   if (!(Check.Probability_Nearer > Rare_Part)) {
@@ -145,8 +155,9 @@ void Add_Cross_Check_Section(Element Main, const Run_View& View) {
     return;
   }
   const Cross_Check& Check = *View.Result.Halves;
-  Add_Text(Section, "p", Judgement_Text(Check),
-           Check.Probability_Nearer > Usual_Part ? "warn-text" : "");
+  const Accuracy_Limits& Limits = View.Result.Inputs.Limits;
+  const bool Is_Good = !(Check.Probability_Nearer > Usual_Part) && Are_Within(Check, Limits);
+  Add_Text(Section, "p", Judgement_Text(Check, Limits), Is_Good ? "" : "warn-text");
   Add_Text(Section, "p",
            fmt::format("Every other image is solved apart, {} and {} of them, each half with its "
                        "own lens and mount. A ratio of about 1 is good: then the stated "

@@ -156,7 +156,7 @@ void Add_Error(Element Card, const Image_Entry& Entry, const Run_View& View) {
 // What the solve of both mounts says of the row.
 void Add_Joint(Element Card, const Image_Entry& Entry) {
   if (!Entry.Error.Joint) return;
-  Element Line = Add_Text(Card, "p", "Both mounts solved together: ", "quiet");
+  Element Line = Add_Text(Card, "p", "Joint solve: ", "quiet");
   Append_Text(Line, Entry.Error.Joint->Is_Kept ? "kept, F " : "left out, F ");
   const double F = Entry.Error.Joint->F;
   Add_Figure_Of(Line, F, F < 10.0 ? 1 : 0, Key_Of(Entry.Joint_Key, "f"));

@@ -56,7 +56,7 @@ const Mount_Uncertainty* Uncertainty_Of(const Calibration_Result& Result) {
 }
 
 void Add_Widths(Element Body, const char* Key, const Eigen::Vector3d& Half_Width, int Digits) {
-  const Element Row = Add_Row(Body, "\xC2\xB1 95 %", "width");
+  const Element Row = Add_Row(Body, "\xC2\xB1 95 % (joint)", "width");
   for (int k = 0; k < 3; ++k) {
     Add_Number_Cell(Row, {fmt::format("joint.{}.{}", Key, k), Half_Width[k], Digits});
   }
@@ -103,7 +103,11 @@ void Add_Turns(Element Parent, const Calibration_Result& Result) {
 
 void Add_Difference(Element Parent, const Calibration_Result& Result) {
   if (!Result.Opinion || !std::isfinite(Result.Opinion->Difference_Mm)) return;
-  const Element Text = Add_Text(Parent, "p", "The two mounts are ");
+  const bool Is_Within = Result.Opinion->Difference_Mm <= Result.Inputs.Limits.Mm &&
+                         Result.Opinion->Difference_Deg <= Result.Inputs.Limits.Deg;
+  const Element Text =
+      Add_Text(Parent, "p", Is_Within ? "" : "\xE2\x9C\x95 ", Is_Within ? "" : "warn-text");
+  Append_Text(Text, "The two mounts are ");
   Add_Number(Text, "strong", {"second_opinion.difference_mm", Result.Opinion->Difference_Mm});
   Append_Text(Text, " mm and ");
   Add_Number(Text, "strong", {"second_opinion.difference_deg", Result.Opinion->Difference_Deg, 3});
@@ -121,7 +125,7 @@ void Add_Talent(Element Parent, const Calibration_Result& Result) {
   if (Known == nullptr) return;
   const Talent_Error Error = Error_At_Talent(*Known, Result.Solved->Joint.At.Transform_Cam_Tc,
                                              Result.Solved->Lens_Px, Result.Inputs.Talent_Distance);
-  const Element Text = Add_Text(Parent, "p", "At ");
+  const Element Text = Add_Text(Parent, "p", "With the joint mount, at ");
   Add_Number(Text, "span", {"joint.at_talent.distance_m", Error.Distance, 2, 1, /*Is_Short=*/true});
   Append_Text(Text, " m from the camera a virtual object is right to \xC2\xB1 ");
   Add_Number(
@@ -165,15 +169,16 @@ void Add_Bar(Element Svg, double Top, const Told_Width& Width) {
 }
 
 void Add_Bars(Element Svg, double Top, const std::string& Title,
-              const std::array<Told_Width, 3>& Widths) {
+              const std::vector<Told_Width>& Widths) {
   Add_Label(Svg, 0, Top + 12, Title, "note");
   const double First = Top + 20, Limit_X = Bar_Left + Limit_Length;
   for (std::size_t k = 0; k < Widths.size(); ++k) {
     Add_Bar(Svg, First + Bar_Step * static_cast<double>(k), Widths[k]);
   }
-  Add_Line(Svg, Limit_X, First - 4, Limit_X, First + Bar_Step * 3, "axis");
-  Add_Label(Svg, Limit_X, First + Bar_Step * 3 + 12,
-            fmt::format("limit {:g} {}", Widths[0].Limit, Widths[0].Unit), "note", "middle");
+  const double Last = First + Bar_Step * static_cast<double>(Widths.size());
+  Add_Line(Svg, Limit_X, First - 4, Limit_X, Last, "axis");
+  Add_Label(Svg, Limit_X, Last + 12, fmt::format("limit {:g} {}", Widths[0].Limit, Widths[0].Unit),
+            "note", "middle");
 }
 
 std::string Bars_Description(const Mount_Uncertainty& Known, const Accuracy_Limits& Limits) {
@@ -186,6 +191,14 @@ std::string Bars_Description(const Mount_Uncertainty& Known, const Accuracy_Limi
   return Text + fmt::format("Limits: {:g} mm and {:g} degrees.", Limits.Mm, Limits.Deg);
 }
 
+// What the three bars of the joint mount can't show: that the other solve contradicts it.
+void Append_Difference(const Second_Opinion& Opinion, const Accuracy_Limits& Limits,
+                       std::vector<Told_Width>& Shifts, std::vector<Told_Width>& Turns) {
+  if (!std::isfinite(Opinion.Difference_Mm) || !std::isfinite(Opinion.Difference_Deg)) return;
+  Shifts.push_back({"apart", "mm", Opinion.Difference_Mm, Limits.Mm, 2});
+  Turns.push_back({"apart", "deg", Opinion.Difference_Deg, Limits.Deg, 3});
+}
+
 void Add_Half_Width_Figure(Element Section, const Calibration_Result& Result) {
   const auto* Known = Uncertainty_Of(Result);
   if (Known == nullptr || !Known->Half_Width_Mm.allFinite() || !Known->Half_Width_Deg.allFinite()) {
@@ -195,18 +208,20 @@ void Add_Half_Width_Figure(Element Section, const Calibration_Result& Result) {
   const Element Figure = Add_Figure(
       Section,
       {"How well the capture tells the mount",
-       "Each bar is how far off the joint mount may be on one axis, in 95 of 100 captures. Good is "
-       "a bar that ends well before the line; a bar beyond it has a cross."});
-  const Element Svg = Add_Drawing(Figure, 360, 224, "Half-widths beside the limits",
+       "The upper three bars are how far off the joint mount may be on each axis, in 95 of 100 "
+       "captures; the last one is how far the library's mount is from it. Good is a bar that ends "
+       "well before the line; a bar beyond it has a cross."});
+  const Element Svg = Add_Drawing(Figure, 360, 268, "Half-widths beside the limits",
                                   Bars_Description(*Known, Limits));
-  std::array<Told_Width, 3> Shifts, Turns;
+  std::vector<Told_Width> Shifts, Turns;
   for (std::size_t k = 0; k < 3; ++k) {
     const auto i = static_cast<Eigen::Index>(k);
-    Shifts[k] = {Axis_Names[k], "mm", Known->Half_Width_Mm[i], Limits.Mm, 2};
-    Turns[k] = {Axis_Names[k], "deg", Known->Half_Width_Deg[i], Limits.Deg, 3};
+    Shifts.push_back({Axis_Names[k], "mm", Known->Half_Width_Mm[i], Limits.Mm, 2});
+    Turns.push_back({Axis_Names[k], "deg", Known->Half_Width_Deg[i], Limits.Deg, 3});
   }
-  Add_Bars(Svg, 0, "Position, \xC2\xB1 mm along each axis", Shifts);
-  Add_Bars(Svg, 114, "Rotation, \xC2\xB1 degrees about each axis", Turns);
+  if (Result.Opinion) Append_Difference(*Result.Opinion, Limits, Shifts, Turns);
+  Add_Bars(Svg, 0, "Position, mm", Shifts);
+  Add_Bars(Svg, 136, "Rotation, degrees", Turns);
 }
 
 // What can't be told, and why.

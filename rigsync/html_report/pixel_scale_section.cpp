@@ -178,9 +178,7 @@ void Add_Pixel_Scale_Section(Element Main, const Run_View& View) {
       {"Pixels and millimetres",
        "The error of the kept images in millimetres at each distance, beside what a mount does "
        "that is a millimetre or a tenth of a degree off; short strokes are the boards. Good: at "
-       "the "
-       "talent's distance the error is no larger than a virtual object may be out of place, and "
-       "the boards reach out to the talent."});
+       "the talent's distance the error is no larger than a virtual object may be out of place."});
   Add_Scale_Table(Figure, *All);
   Add_Scale_Plot(Figure, *All);
 }

@@ -30,7 +30,7 @@ std::string Tip_Of(const Run_View& View, const Seen_Board& Board) {
   return fmt::format("line {}, {}: tilt {}, roll {} degrees, {} m{}", Row.Image.Line,
                      Row.Image.Name, Short_Number(Board.Tilt_Deg, 0),
                      Short_Number(Board.Roll_Deg, 0), Short_Number(Board.Distance),
-                     Board.Is_Kept ? "" : "; left out");
+                     Board.Is_Kept ? "" : "; dropped");
 }
 
 void Add_Mark(Element Svg, double X, double Y, const Run_View& View, const Seen_Board& Board) {
@@ -45,8 +45,8 @@ bool Has_Left_Out(const std::vector<Seen_Board>& Boards) {
 }
 
 void Add_Marks_Legend(Element Svg, double X, double Y, const std::vector<Seen_Board>& Boards) {
-  std::vector<Legend_Entry> Entries = {{Mark_Shape::Circle, "kept", "used"}};
-  if (Has_Left_Out(Boards)) Entries.push_back({Mark_Shape::Cross, "dropped", "left out"});
+  std::vector<Legend_Entry> Entries = {{Mark_Shape::Circle, "kept", "kept"}};
+  if (Has_Left_Out(Boards)) Entries.push_back({Mark_Shape::Cross, "dropped", "dropped"});
   Add_Legend(Svg, X, Y, Entries);
 }
 
@@ -182,10 +182,13 @@ bool Is_Short_Of(const Capture_Advice& Advice, Shortage What) {
   return std::find(Advice.Short_Of.begin(), Advice.Short_Of.end(), What) != Advice.Short_Of.end();
 }
 
-std::string Gain_Text(const Capture_Advice& Advice) {
+std::string Gain_Text(const Capture_Advice& Advice, const Accuracy_Limits& Limits) {
   if (!Advice.Widths_Now || !Advice.Pose->After) return "";
-  return fmt::format(" The mount is known to {} now (95 %), and to {} with this image.",
-                     Widths_Text(*Advice.Widths_Now), Widths_Text(*Advice.Pose->After));
+  const bool Is_One_Enough =
+      Advice.Pose->After->Mm <= Limits.Mm && Advice.Pose->After->Deg <= Limits.Deg;
+  return fmt::format(" The mount is known to {} now (95 %), and to {} with this image.{}",
+                     Widths_Text(*Advice.Widths_Now), Widths_Text(*Advice.Pose->After),
+                     Is_One_Enough ? "" : " One image is not enough.");
 }
 
 void Add_Pose_Figure(Element Section, const Run_View& View, const Capture_Advice& Advice) {
@@ -197,7 +200,7 @@ void Add_Pose_Figure(Element Section, const Run_View& View, const Capture_Advice
                             "camera, the ring is the first corner. Good: an image as near to this "
                             "as is convenient.",
                             Words)});
-  const std::string Gain = Gain_Text(Advice);
+  const std::string Gain = Gain_Text(Advice, View.Result.Inputs.Limits);
   if (!Gain.empty()) Add_Text(Figure, "p", Gain.substr(1));
   const Frame_Drawing Frame = Add_Frame_Drawing(Figure, View.Width, View.Height,
                                                 "The pose that would help most", Words + ".");
@@ -210,9 +213,12 @@ void Add_Next_Pose(Element Section, const Run_View& View) {
   const auto Advice = Advise_Run(View);
   if (!Advice) return;
   if (Advice->Is_Enough) {
+    const auto& Opinion = View.Result.Opinion;
+    const bool Is_Agreed = Opinion && Opinion->Judgement == Verdict::Agree;
     Add_Text(Section, "p",
-             "There are enough images: the mount is known well within the limits, and another one "
-             "would change little.");
+             Is_Agreed ? "There are enough images: the mount is known well within the limits, and "
+                         "another one would change little."
+                       : "Another image of this kind would change little: see the verdict first.");
     return;
   }
   if (Is_Short_Of(*Advice, Shortage::Soundness)) {

@@ -252,6 +252,12 @@ void Add_Rig_Section(Element Main, const Run_View& View) {
   Element Section = Add_Section(Main, "rig", "The rig");
   Add_Style(Main, Rig_Style);
   const std::optional<Isometry3d> Mount = Mount_Of(View);
+  const auto& Opinion = View.Result.Opinion;
+  if (Mount && Opinion && Opinion->Judgement == Verdict::Dont_Use) {
+    Add_Text(Section, "p",
+             "The verdict is against this mount: the tracker may sit elsewhere than it is drawn.",
+             "warn-text");
+  }
   if (Mount) {
     Add_Near_Figure(Section, View, *Mount);
   } else {

@@ -145,25 +145,33 @@ std::size_t Count_Left_Out(const std::vector<Row_Value>& Rows) {
 
 void Add_Residual_Panel(Element Figure, const Run_View& View, bool Is_Mm) {
   const std::vector<Row_Value> Rows = Residuals_Of(View, Is_Mm);
-  const Plot Drawn = Add_Plot(
-      Figure, Line_Axis(View), Round_Axis(0.0, Upper_End(Rows), Is_Mm ? "mm" : "degrees", 4),
-      Is_Mm ? "Residual of every row in millimetres" : "Residual of every row in degrees",
-      fmt::format("{} rows, {} left out.", Rows.size(), Count_Left_Out(Rows)), Panel_Size);
+  const Accuracy_Limits& Limits = View.Result.Inputs.Limits;
+  const double Limit = Is_Mm ? Limits.Mm : Limits.Deg;
+  const double End = std::max(Upper_End(Rows), Limit);
+  const Plot Drawn =
+      Add_Plot(Figure, Line_Axis(View), Round_Axis(0.0, End, Is_Mm ? "mm" : "degrees", 4),
+               Is_Mm ? "Residual of every row in millimetres" : "Residual of every row in degrees",
+               fmt::format("{} rows, {} left out.", Rows.size(), Count_Left_Out(Rows)), Panel_Size);
   Set(Drawn.Svg, "class", "wide");
   const Legend_Entry Of_Row{Mark_Shape::Circle, "kept", "row"};
   Add_Legend(Drawn.Svg, 560, 10, {Of_Row, {Mark_Shape::Cross, "dropped", "left out"}});
+  Add_Line(Drawn.Svg, Drawn.Left, Drawn.Y_At(Limit), Drawn.Left + Drawn.Width, Drawn.Y_At(Limit),
+           "reference");
   if (const Slip* const Seen = Slip_Of(View)) Draw_Slip(Drawn, View, *Seen);
   Draw_Row_Values(Drawn, Rows, Of_Row);
 }
 
-std::string Residual_Heading(const std::vector<Row_Value>& Rows) {
+std::string Residual_Heading(const std::vector<Row_Value>& Rows, double Limit_Mm) {
   const std::size_t Left_Out = Count_Left_Out(Rows);
   if (Left_Out > 0)
     return fmt::format("{} of {} rows contradict the others", Left_Out, Rows.size());
   std::vector<double> Values;
   for (const Row_Value& Row : Rows) Values.push_back(Row.Value);
-  return fmt::format("No row contradicts the others; half of them are off by more than {} mm",
-                     Two_Figures(Median(Values)));
+  const double Middle = Median(Values);
+  return fmt::format("{}; half of them are off by more than {} mm",
+                     Middle > Limit_Mm ? "The rows are alike, and all are far off"
+                                       : "No row contradicts the others",
+                     Two_Figures(Middle));
 }
 
 // A box that scrolls on its own where the screen is narrower than the drawing.
@@ -181,13 +189,13 @@ void Add_Residuals(Element Section, const Run_View& View) {
     return;
   }
   Element Figure = Add_Figure(
-      Section, {Residual_Heading(Residuals_Of(View, true)),
-                "How far the board is, in every image, from where both mounts and both samples put "
-                "it. Good: an even band below a millimetre or two, without a trend or a step. A "
-                "row that was left out is a "
-                "cross; its sample is stale, has jumped, or belongs to another image. A step means "
-                "that a tracker slipped. What is beyond the axis stands at its top with its "
-                "number."});
+      Section,
+      {Residual_Heading(Residuals_Of(View, true), View.Result.Inputs.Limits.Mm),
+       "How far the board is, in every image, from where the joint solve and the two samples put "
+       "it. Good: an even band below the dashed line, which is the limit of the mount, without a "
+       "trend or a step. A cross is a row that the joint solve left out: its sample is stale, has "
+       "jumped, or belongs to another image. A step means that a tracker slipped. What is beyond "
+       "the axis stands at its top with its number."});
   if (const Slip* const Seen = Slip_Of(View)) {
     Add_Text(Figure, "p", Slip_Text(View, *Seen), "warn-text");
   }
@@ -240,9 +248,16 @@ std::size_t Count_Repeats(const std::vector<Row_Value>& Rows) {
   }));
 }
 
-std::string Motion_Heading(std::size_t Repeats) {
-  if (Repeats == 0) return "No sample repeats the one before";
-  return fmt::format("{} sample{} the one before", Repeats, Repeats == 1 ? " repeats" : "s repeat");
+std::string Repeats_Text(std::size_t Repeats, const char* Tracker) {
+  return fmt::format("{} sample{} of the {} tracker", Repeats, Repeats == 1 ? "" : "s", Tracker);
+}
+
+std::string Motion_Heading(std::size_t Camera, std::size_t Board) {
+  if (Camera + Board == 0) return "No sample repeats the one before";
+  const std::string Both = Camera > 0 && Board > 0 ? " and " : "";
+  return fmt::format(
+      "{}{}{} repeat{} the one before", Camera > 0 ? Repeats_Text(Camera, "camera's") : "", Both,
+      Board > 0 ? Repeats_Text(Board, "board's") : "", Camera + Board == 1 ? "s" : "");
 }
 
 void Add_Motion(Element Section, const Run_View& View) {
@@ -260,10 +275,12 @@ void Add_Motion(Element Section, const Run_View& View) {
     return;
   }
   Element Figure = Add_Figure(
-      Section, {Motion_Heading(Count_Repeats(Camera_Mm) + Count_Repeats(Board_Mm)),
-                "How far each tracker moved and turned from the row before. Good: at least one of "
-                "them moves from every image to the next. A square at 0 is a sample that was not "
-                "updated: the tracker was out of sight, or the image was taken too early."});
+      Section, {Motion_Heading(Count_Repeats(Camera_Mm), Count_Repeats(Board_Mm)),
+                "How far each tracker moved and turned from the row before. Good: no square, and "
+                "at least one tracker moves from every image to the next. A square at 0 is a "
+                "sample that was not updated: the tracker was out of sight, or the image was taken "
+                "too early. A tracker that stands still for the whole capture has squares "
+                "throughout."});
   Element Box = Add_Scroller(Figure, "Motion of the trackers");
   Add_Motion_Panel(Box, View, Camera_Mm, Board_Mm, true);
   Add_Motion_Panel(Box, View, Steps_Of(View, Motion, Camera, "camera's", false),

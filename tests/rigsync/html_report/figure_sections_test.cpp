@@ -167,10 +167,16 @@ TEST(PosesSection, EveryBoardHasItsMarkAndADroppedOneACross) {
 // millimetre by none.
 TEST(PosesSection, ThePoseThatWouldHelpMostIsDrawnUntilThereIsEnough) {
   Run_View View = Sound_View();
+  View.Result.Opinion.emplace();
+  View.Result.Opinion->Judgement = Verdict::Agree;
   View.Result.Inputs.Limits = {1000, 90};
   const Page Enough = Page_Of(Add_Poses_Section, View);
   EXPECT_EQ(Count(Enough, ".//svg"), 3u);
   EXPECT_THAT(Text_Of(Enough), HasSubstr("There are enough images"));
+  View.Result.Opinion->Judgement = Verdict::Dont_Use;
+  const Page Contradicted = Page_Of(Add_Poses_Section, View);
+  EXPECT_THAT(Text_Of(Contradicted), Not(HasSubstr("There are enough images")));
+  EXPECT_THAT(Text_Of(Contradicted), HasSubstr("see the verdict first"));
   View.Result.Inputs.Limits = {0.001, 0.0001};
   const Page Not_Enough = Page_Of(Add_Poses_Section, View);
   EXPECT_EQ(Count(Not_Enough, ".//svg"), 4u);
@@ -178,6 +184,7 @@ TEST(PosesSection, ThePoseThatWouldHelpMostIsDrawnUntilThereIsEnough) {
   EXPECT_THAT(Text_Of(Not_Enough), Not(HasSubstr("There are enough images")));
   EXPECT_THAT(Text_Of(Not_Enough),
               testing::ContainsRegex("known to [0-9.]+ mm and [0-9.]+ degrees now"));
+  EXPECT_THAT(Text_Of(Not_Enough), HasSubstr("One image is not enough."));
 }
 
 TEST(SamplesSection, ARowHasItsResidualAndTheNumberOfTheFile) {
@@ -187,6 +194,25 @@ TEST(SamplesSection, ARowHasItsResidualAndTheNumberOfTheFile) {
   EXPECT_EQ(Number_At(Whole, "joint.rows.7.f"), Sound_View().Result.Solved->Joint.Rows[7].F);
   EXPECT_EQ(Count(Whole, ".//line[@class='slip']"), 0u);
   EXPECT_EQ(Count(Whole, ".//div[@class='scroller' and @tabindex='0']"), 2u);
+}
+
+// Rows that are alike in being far off contradict nothing, and that is no good news.
+TEST(SamplesSection, RowsThatAreAllBeyondTheLimitAreNotPraised) {
+  Run_View View = Sound_View();
+  for (Solved_Row& Row : View.Result.Solved->Joint.Rows) Row.Residual << 0, 0, 0, 0.012, 0, 0;
+  EXPECT_THAT(Text_Of(Page_Of(Add_Samples_Section, View)),
+              HasSubstr("all are far off; half of them are off by more than 12 mm"));
+}
+
+TEST(SamplesSection, RepeatsAreToldForEachTracker) {
+  Run_View View = Sound_View();
+  for (const std::size_t Row : {5u, 9u}) View.Rows[Row].Board = View.Rows[Row - 1].Board;
+  EXPECT_THAT(Text_Of(Page_Of(Add_Samples_Section, View)),
+              HasSubstr("2 samples of the board's tracker repeat the one before"));
+  View.Rows[9].Camera = View.Rows[8].Camera;
+  EXPECT_THAT(Text_Of(Page_Of(Add_Samples_Section, View)),
+              HasSubstr("1 sample of the camera's tracker and 2 samples of the board's tracker "
+                        "repeat the one before"));
 }
 
 TEST(SamplesSection, LeftOutRowsRepeatsAndASlipAreMarked) {
@@ -204,7 +230,7 @@ TEST(SamplesSection, LeftOutRowsRepeatsAndASlipAreMarked) {
   const Page Whole = Page_Of(Add_Samples_Section, View);
   const std::string Text = Text_Of(Whole);
   EXPECT_THAT(Text, HasSubstr("1 of 24 rows contradict the others"));
-  EXPECT_THAT(Text, HasSubstr("1 sample repeats the one before"));
+  EXPECT_THAT(Text, HasSubstr("1 sample of the camera's tracker repeats the one before"));
   EXPECT_THAT(Text, HasSubstr("the board's tracker slipped before line 16, by 8.0 mm and 0.57"));
   EXPECT_EQ(Count(Whole, ".//line[@class='slip']"), 2u);
   // Far beyond the others: at the upper edge, with its size.
@@ -243,6 +269,16 @@ TEST(CrossCheckSection, SaysHowFarTheHalvesAgree) {
     View.Result.Halves->Probability_Nearer = Probability;
     EXPECT_THAT(Text_Of(Page_Of(Add_Cross_Check_Section, View)), HasSubstr(Text));
   }
+}
+
+// With a large uncertainty nearly any two halves agree.
+TEST(CrossCheckSection, HalvesThatAreFurtherApartThanTheLimitsAreNotSaidToAgree) {
+  Run_View View = Sound_View();
+  View.Result.Halves->Probability_Nearer = 0.5;
+  View.Result.Halves->Mm.Seen = 7.9;
+  const std::string Text = Text_Of(Page_Of(Add_Cross_Check_Section, View));
+  EXPECT_THAT(Text, Not(HasSubstr("The halves agree")));
+  EXPECT_THAT(Text, HasSubstr("but by more than the limits"));
 }
 
 TEST(CrossCheckSection, SaysWhyTheHalvesWereNotCompared) {

@@ -77,6 +77,27 @@ TEST(MountSection, TellsPositionInMillimetresAndTurnInDegrees) {
   EXPECT_THAT(Source, HasSubstr("With --library-only there is no second opinion"));
 }
 
+// The range of one mount says nothing about a contradiction between both.
+TEST(MountSection, ABarMarksMountsThatAreFurtherApartThanTheLimit) {
+  Calibration_Result Result = With_Code(0);
+  Result.Inputs.Is_Library_Only = false;
+  Result.Joint_Transform_Cam_Tc = Result.Transform_Cam_Tc;
+  Result.Solved.emplace();
+  Mount_Uncertainty& Known = Result.Solved->Joint.Camera_Mount;
+  Known.Half_Width_Mm.setConstant(0.3);
+  Known.Half_Width_Deg.setConstant(0.02);
+  Known.Covariance.setIdentity();
+  Known.Freedom.setConstant(50);
+  Result.Opinion.emplace();
+  Result.Opinion->Difference_Deg = 0.01;
+  Result.Opinion->Difference_Mm = 2.99;
+  EXPECT_THAT(Mount_Of(Result), Not(HasSubstr("\xE2\x9C\x95")));
+  Result.Opinion->Difference_Mm = 3.01;
+  const std::string Apart = Mount_Of(Result);
+  EXPECT_THAT(Apart, HasSubstr("\xE2\x9C\x95 3.01 mm</text>"));
+  EXPECT_THAT(Apart, HasSubstr("<p class=\"warn-text\">\xE2\x9C\x95 The two mounts are "));
+}
+
 TEST(MountSection, SaysSoWhenThereIsNone) {
   Calibration_Result Result;
   Result.Code = 4;
