@@ -11,6 +11,7 @@ set(RIGSYNC_TARGETS_CLI11 CLI11::CLI11)
 set(RIGSYNC_TARGETS_nlohmann_json nlohmann_json::nlohmann_json)
 set(RIGSYNC_TARGETS_fmt fmt::fmt)
 set(RIGSYNC_TARGETS_OpenSSL OpenSSL::Crypto)
+set(RIGSYNC_TARGETS_pugixml pugixml::pugixml)
 set(RIGSYNC_TARGETS_GTest GTest::gtest GTest::gmock GTest::gtest_main)
 
 macro(rigsync_headers_alone Targets)

@@ -59,7 +59,7 @@ void Draw_Cells(const Frame_Drawing& Into, const Coverage& Frame_Coverage) {
       Add_Tip(Cell, Images == 0   ? "no corner"
                     : Images == 1 ? "corners of 1 image"
                                   : fmt::format("corners of {} images", Images));
-      if (Images == 0) Add_Cross(Into.Svg, X + Width / 2, Y + Height / 2, 3.0, "reference");
+      if (Images == 0) Add_Cross(Into.Svg, X + Width / 2, Y + Height / 2, 3.0, "gap-mark");
     }
   }
 }
@@ -103,7 +103,7 @@ void Add_Coverage_Section(Element Main, const Run_View& View) {
   Set(Frame.Svg, "class", "framed");
   Add_Legend(Frame.Svg, Frame.Left, 10,
              {{Mark_Shape::Circle, "dot", "corner"},
-              {Mark_Shape::Cross, "reference", "no corner in this part"}});
+              {Mark_Shape::Cross, "gap-mark", "no corner in this part"}});
   Draw_Cells(Frame, *Frame_Coverage);
   Draw_Corners(Frame, View);
 }

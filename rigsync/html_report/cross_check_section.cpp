@@ -5,6 +5,7 @@
 #include "rigsync/html_report/number_text.h"
 #include "rigsync/html_report/page.h"
 #include "rigsync/html_report/plot.h"
+#include "rigsync/html_report/table.h"
 
 #include <fmt/format.h>
 
@@ -74,7 +75,7 @@ void Add_Number_Cell(Element Row, const std::string& Text, const char* Key, doub
 }
 
 void Add_Table(Element Section, const Cross_Check& Check) {
-  Element Frame = Add(Section, "div", "table");
+  const Element Frame = Add_Table_Frame(Section, "Difference of the halves");
   Element Table = Add(Frame, "table");
   Element Head = Add(Add(Table, "thead"), "tr");
   Add_Text(Head, "th", "Difference of the halves");

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace rigsync {
 namespace {
@@ -52,7 +53,8 @@ void Add_Bar(const Plot& Into, Element Svg, double X, double Width, double Px,
   Set(Bar, "width", Width);
   Set(Bar, "height", Into.Top + Into.Height - Top);
   if (!Is_Cut || Class == "first") return;
-  Element Number = Add_Label(Svg, 0, 0, fmt::format("{:.0f}", Px), "note", "end");
+  // Beside the link, whose name has the number with its decimals.
+  Element Number = Add_Label(Into.Svg, 0, 0, fmt::format("{:.0f}", Px), "note", "end");
   Set(Number, "transform",
       fmt::format("translate({} {}) rotate(-90)", Short_Number(X + 3.5),
                   Short_Number(Into.Top + 4)));
@@ -105,14 +107,26 @@ std::string Description_Of(const std::vector<Image_Entry>& Entries) {
                      Entries.size(), Kept);
 }
 
+// The CSV's lines where all are known, as in the other figures; otherwise the images are counted.
+std::vector<double> Places_By_Time(const Run_View& View) {
+  std::vector<double> Places;
+  for (const Viewed_Row& Row : View.Rows) Places.push_back(static_cast<double>(Row.Image.Line));
+  const bool Are_Known =
+      std::all_of(Places.begin(), Places.end(), [](double Line) { return Line > 0; });
+  if (!Are_Known) std::iota(Places.begin(), Places.end(), 1.0);
+  return Places;
+}
+
 }  // namespace
 
 void Add_Error_Bars(Element Figure, const std::vector<Image_Entry>& Entries, const Run_View& View,
                     Bar_Order Order) {
   const bool Is_By_Time = Order == Bar_Order::By_Time;
-  const Axis X =
-      Round_Axis(0.0, static_cast<double>(Entries.size()) + 1.0,
-                 Is_By_Time ? "image, in the order of the CSV" : "rank, worst first", 10);
+  std::vector<double> Places(Entries.size());
+  std::iota(Places.begin(), Places.end(), 1.0);
+  if (Is_By_Time) Places = Places_By_Time(View);
+  const Axis X = Round_Axis(0.0, Places.empty() ? 1.0 : Places.back() + 1.0,
+                            Is_By_Time ? "line of the CSV file" : "rank, worst first", 10);
   const Axis Y = Round_Axis(0.0, Height_Of_Axis(Entries), "mean distance of the corners, pixels");
   const Plot Into = Add_Plot(Figure, X, Y, Is_By_Time ? "Error by time" : "Error by size",
                              Description_Of(Entries), Size);
@@ -122,7 +136,7 @@ void Add_Error_Bars(Element Figure, const std::vector<Image_Entry>& Entries, con
   std::vector<const Image_Entry*> At(Entries.size());
   for (const Image_Entry& Entry : Entries) At[Is_By_Time ? Entry.Row : Entry.Rank] = &Entry;
   for (std::size_t k = 0; k < At.size(); ++k) {
-    Add_Image(Into, *At[k], View, static_cast<double>(k) + 1.0);
+    Add_Image(Into, *At[k], View, Places[k]);
   }
 }
 

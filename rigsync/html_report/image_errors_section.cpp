@@ -96,6 +96,10 @@ void Add_Bars(Element Section, const std::vector<Image_Entry>& Entries, const Ru
 
 // How to read the cards.
 std::string Cards_Text(const std::vector<Image_Entry>& Entries, double Factor) {
+  const bool Has_Corners =
+      std::any_of(Entries.begin(), Entries.end(),
+                  [](const Image_Entry& Entry) { return !Entry.Error.Found_Px.empty(); });
+  if (!Has_Corners) return "No corners are known: no board was found, or the run log is gone.";
   std::string Text = "Dots are the corners that were found";
   if (Is_Any_Finite(Entries, &Row_Error::Rms_Px)) {
     Text += fmt::format(
@@ -104,7 +108,7 @@ std::string Cards_Text(const std::vector<Image_Entry>& Entries, double Factor) {
         "about as long.",
         Factor_Text(Factor));
   } else {
-    Text += ". The run has no mount to predict them with.";
+    Text += ". The result has no mount to predict them with.";
   }
   Text += " A dashed frame and a cross mark a dropped image.";
   const bool Has_F = std::any_of(Entries.begin(), Entries.end(), [](const Image_Entry& Entry) {

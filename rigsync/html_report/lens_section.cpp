@@ -6,6 +6,7 @@
 #include "rigsync/html_report/number_text.h"
 #include "rigsync/html_report/page.h"
 #include "rigsync/html_report/plot.h"
+#include "rigsync/html_report/table.h"
 #include "rigsync/review/lens_shape.h"
 #include "rigsync/solve/lens_uncertainty.h"
 
@@ -74,9 +75,9 @@ void Add_Number_Row(Element Body, const Shown_Lens& Shown, std::size_t k) {
 }
 
 void Add_Numbers(Element Section, const Shown_Lens& Shown) {
-  Element Table = Add(Add(Section, "div", "table"), "table");
+  Element Table = Add(Add_Table_Frame(Section, "The numbers of the lens"), "table");
   Element Head = Add(Add(Table, "thead"), "tr");
-  for (const char* Name : {"", "Meaning"}) Set(Add_Text(Head, "th", Name), "scope", "col");
+  for (const char* Name : {"Name", "Meaning"}) Set(Add_Text(Head, "th", Name), "scope", "col");
   Set(Add_Text(Head, "th", "Value", "number"), "scope", "col");
   if (Shown.Is_Joint) {
     Set(Add_Text(Head, "th", "Standard deviation", "number"), "scope", "col");
@@ -97,11 +98,12 @@ void Add_Correlations(Element Parent, const Matrix6d& Covariance) {
   Element Figure = Add_Figure(
       Parent, {"Which numbers hang together",
                "Correlations of the errors, from -1 to 1; the fuller the colour, the stronger. "
-               "Where two are "
-               "near 1 or -1, the images can't tell the two apart: one is off, and the other makes "
+               "Where two are near 1 or -1, the images can't tell the two apart: one is off, and "
+               "the other makes "
                "up for it. Good: hardly any colour for Cx and Cy in the rows of Fx and Fy. K1 and "
                "K2 always hang together, and so do Fx and Fy."});
-  Element Table = Add(Add(Figure, "div", "table"), "table", "matrix");
+  Element Table =
+      Add(Add_Table_Frame(Figure, "Correlations of the lens's numbers"), "table", "matrix");
   Element Head = Add(Add(Table, "thead"), "tr");
   Add_Text(Head, "td", "");
   for (const char* Name : Names) Set(Add_Text(Head, "th", Name, "number"), "scope", "col");
@@ -214,7 +216,7 @@ void Add_Lens_Section(Element Main, const Run_View& View) {
   Element Section = Add_Section(Main, "lens", "The lens");
   const auto Shown = Lens_To_Show(View);
   if (!Shown) {
-    Add_Text(Section, "p", "No lens was solved: too few images have a board.", "quiet");
+    Add_Text(Section, "p", "No lens was solved.", "quiet");
     return;
   }
   Add_Text(Section, "p",

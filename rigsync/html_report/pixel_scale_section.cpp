@@ -170,7 +170,7 @@ void Add_Pixel_Scale_Section(Element Main, const Run_View& View) {
   Element Section = Add_Section(Main, "scale", "What a pixel is on the stage");
   const std::optional<Scales> All = Scales_Of(View);
   if (!All || All->Places.empty()) {
-    Add_Text(Section, "p", "There is no mount or no lens to reckon with.", "missing");
+    Add_Text(Section, "p", "The result has no mount or no lens to reckon with.", "missing");
     return;
   }
   Element Figure = Add_Figure(

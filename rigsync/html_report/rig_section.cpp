@@ -261,7 +261,7 @@ void Add_Rig_Section(Element Main, const Run_View& View) {
   if (Mount) {
     Add_Near_Figure(Section, View, *Mount);
   } else {
-    Add_Text(Section, "p", "The run has no mount to draw.", "missing");
+    Add_Text(Section, "p", "The result has no mount to draw.", "missing");
   }
   const std::vector<Standing_Board> Boards = Boards_Of(View);
   if (!Boards.empty()) {

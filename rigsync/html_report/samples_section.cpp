@@ -152,7 +152,6 @@ void Add_Residual_Panel(Element Figure, const Run_View& View, bool Is_Mm) {
       Add_Plot(Figure, Line_Axis(View), Round_Axis(0.0, End, Is_Mm ? "mm" : "degrees", 4),
                Is_Mm ? "Residual of every row in millimetres" : "Residual of every row in degrees",
                fmt::format("{} rows, {} left out.", Rows.size(), Count_Left_Out(Rows)), Panel_Size);
-  Set(Drawn.Svg, "class", "wide");
   const Legend_Entry Of_Row{Mark_Shape::Circle, "kept", "row"};
   Add_Legend(Drawn.Svg, 560, 10, {Of_Row, {Mark_Shape::Cross, "dropped", "left out"}});
   Add_Line(Drawn.Svg, Drawn.Left, Drawn.Y_At(Limit), Drawn.Left + Drawn.Width, Drawn.Y_At(Limit),
@@ -174,15 +173,6 @@ std::string Residual_Heading(const std::vector<Row_Value>& Rows, double Limit_Mm
                      Two_Figures(Middle));
 }
 
-// A box that scrolls on its own where the screen is narrower than the drawing.
-Element Add_Scroller(Element Figure, std::string_view Label) {
-  Element Box = Add(Figure, "div", "scroller");
-  Set(Box, "tabindex", "0");
-  Set(Box, "role", "group");
-  Set(Box, "aria-label", Label);
-  return Box;
-}
-
 void Add_Residuals(Element Section, const Run_View& View) {
   if (!View.Result.Solved || View.Result.Solved->Joint.Rows.empty()) {
     Add_Text(Section, "p", "Without a joint solve the rows have no residuals.", "quiet");
@@ -199,9 +189,8 @@ void Add_Residuals(Element Section, const Run_View& View) {
   if (const Slip* const Seen = Slip_Of(View)) {
     Add_Text(Figure, "p", Slip_Text(View, *Seen), "warn-text");
   }
-  Element Box = Add_Scroller(Figure, "Residuals of the rows");
-  Add_Residual_Panel(Box, View, true);
-  Add_Residual_Panel(Box, View, false);
+  Add_Residual_Panel(Figure, View, true);
+  Add_Residual_Panel(Figure, View, false);
 }
 
 // ---- Motion ----------------------------------------------------------------------------------
@@ -233,7 +222,6 @@ void Add_Motion_Panel(Element Figure, const Run_View& View, const std::vector<Ro
       Figure, Line_Axis(View), Round_Axis(0.0, Upper_End(All), Is_Mm ? "mm" : "degrees", 4),
       Is_Mm ? "Motion of both trackers in millimetres" : "Motion of both trackers in degrees",
       "From each row to the next.", Panel_Size);
-  Set(Drawn.Svg, "class", "wide");
   const Legend_Entry Of_Camera{Mark_Shape::Circle, "camera", "camera's tracker"};
   const Legend_Entry Of_Board{Mark_Shape::Plus, "tracker", "board's tracker"};
   Add_Legend(Drawn.Svg, 350, 10,
@@ -281,9 +269,8 @@ void Add_Motion(Element Section, const Run_View& View) {
                 "sample that was not updated: the tracker was out of sight, or the image was taken "
                 "too early. A tracker that stands still for the whole capture has squares "
                 "throughout."});
-  Element Box = Add_Scroller(Figure, "Motion of the trackers");
-  Add_Motion_Panel(Box, View, Camera_Mm, Board_Mm, true);
-  Add_Motion_Panel(Box, View, Steps_Of(View, Motion, Camera, "camera's", false),
+  Add_Motion_Panel(Figure, View, Camera_Mm, Board_Mm, true);
+  Add_Motion_Panel(Figure, View, Steps_Of(View, Motion, Camera, "camera's", false),
                    Steps_Of(View, Motion, Board, "board's", false), false);
 }
 

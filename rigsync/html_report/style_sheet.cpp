@@ -105,6 +105,7 @@ a { color: var(--kept); }
 .warn-text { color: var(--warn); font-weight: 600; }
 .cell { fill: var(--kept); stroke: none; }
 .gap { fill: var(--soft); stroke: var(--line); stroke-dasharray: 2 2; }
+.gap-mark { fill: none; stroke: var(--quiet); }
 .dot { fill: var(--ink); stroke: none; }
 .dots { fill: none; stroke: var(--ink); stroke-width: 1.6; stroke-linecap: round; }
 .ring { fill: none; stroke: var(--line); }
@@ -122,8 +123,6 @@ a { color: var(--kept); }
 }
 .trio figure { display: grid; grid-template-rows: subgrid; grid-row: span 2; gap: 0.5rem; }
 svg.framed { max-width: 42rem; }
-.scroller { overflow-x: auto; }
-svg.wide { min-width: 40rem; max-width: 60rem; }
 @media screen and (max-width: 40rem) {
   .wide svg { max-width: none; width: 34rem; }
   .verdict { padding: 1rem; gap: 0 0.75rem; }
@@ -142,7 +141,8 @@ svg.wide { min-width: 40rem; max-width: 60rem; }
   h2, h2 + p, h3, caption, figcaption, thead { break-after: avoid; }
   tr, img, svg, .table { break-inside: avoid; }
   .contents { display: none; }
-  .drawing, .table, .scroller { overflow: visible; }
+  .drawing, .table { overflow: visible; }
+  .matrix th, .matrix td { padding: 1mm; font-size: 8pt; }
   .pair { grid-template-columns: repeat(2, minmax(0, 1fr)); gap: 0 8mm; }
   .verdict h1 { font-size: 24pt; }
   .reason { font-size: 12pt; }

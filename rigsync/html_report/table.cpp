@@ -5,12 +5,17 @@
 
 namespace rigsync {
 
-Element Add_Table(Element Parent, std::string_view Caption,
-                  const std::vector<std::string>& Columns) {
+Element Add_Table_Frame(Element Parent, std::string_view Label) {
   const Element Frame = Add(Parent, "div", "table");
   Set(Frame, "tabindex", "0");  // so that the arrow keys can scroll it
   Set(Frame, "role", "group");
-  Set(Frame, "aria-label", Caption);
+  Set(Frame, "aria-label", Label);
+  return Frame;
+}
+
+Element Add_Table(Element Parent, std::string_view Caption,
+                  const std::vector<std::string>& Columns) {
+  const Element Frame = Add_Table_Frame(Parent, Caption);
   const Element Table = Add(Frame, "table");
   Add_Text(Table, "caption", Caption);
   if (!Columns.empty()) {

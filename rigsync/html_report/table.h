@@ -13,6 +13,9 @@
 
 namespace rigsync {
 
+// The box of a table, which scrolls where the screen is too narrow. Label says what it holds.
+Element Add_Table_Frame(Element Parent, std::string_view Label);
+
 // <tbody> of a new table. Columns are the headings; those after the first stand over numbers. With
 // an empty list there is none. The caption names the table, with the unit where it has one.
 Element Add_Table(Element Parent, std::string_view Caption,

@@ -183,6 +183,9 @@ Verdict_Words Code_Words(const Calibration_Result& Result) {
   Words.Next_Steps = {{Is_Misleading ? Not_Finite_Advice : Advice.Next_Step}};
   if (Is_Misleading) return Words;
   if (Advice.Code == 0) {
+    // As good as the library can tell, which is no reason to trust it like an agreement.
+    Words.Tone = Verdict::Look;
+    Words.Short = "Usable, but unconfirmed.";
     Words.Other_Reasons = {"There is no second opinion, so nothing confirms the mount."};
     return Words;
   }

@@ -193,7 +193,7 @@ TEST(SamplesSection, ARowHasItsResidualAndTheNumberOfTheFile) {
   EXPECT_EQ(Count(Whole, ".//circle[@data-key='joint.rows.7.f']"), 2u);
   EXPECT_EQ(Number_At(Whole, "joint.rows.7.f"), Sound_View().Result.Solved->Joint.Rows[7].F);
   EXPECT_EQ(Count(Whole, ".//line[@class='slip']"), 0u);
-  EXPECT_EQ(Count(Whole, ".//div[@class='scroller' and @tabindex='0']"), 2u);
+  EXPECT_EQ(Count(Whole, ".//div[@class='drawing wide' and @tabindex='0']"), 4u);
 }
 
 // Rows that are alike in being far off contradict nothing, and that is no good news.

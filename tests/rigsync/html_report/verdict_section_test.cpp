@@ -44,7 +44,7 @@ Calibration_Result With_Code(int Code) {
 }
 
 TEST(VerdictSection, SaysWithoutASecondOpinionWhatTheCodeMeans) {
-  EXPECT_THAT(Verdict_Of(With_Code(0)), HasSubstr(">Usable.</h1>"));
+  EXPECT_THAT(Verdict_Of(With_Code(0)), HasSubstr(">Usable, but unconfirmed.</h1>"));
   EXPECT_THAT(Verdict_Of(With_Code(99)), HasSubstr(">Look before you use it.</h1>"));
   EXPECT_THAT(Verdict_Of(With_Code(4)), HasSubstr(">Don't use it.</h1>"));
   EXPECT_THAT(Verdict_Of(With_Code(4)), HasSubstr("<h2>Most likely cause</h2>"));
@@ -64,7 +64,10 @@ TEST(VerdictSection, RefusesAnExceptionAndNumbersThatAreNotFinite) {
 
 TEST(VerdictSection, EachToneHasASignOfItsOwnShape) {
   const std::string Disc = "M24 2a22", Triangle = "M24 3L47 44H1z", Octagon = "M15 2h18l13";
-  EXPECT_THAT(Verdict_Of(With_Code(0)), HasSubstr(Disc));
+  Calibration_Result Agreed = With_Code(0);
+  Agreed.Opinion.emplace();
+  Agreed.Opinion->Judgement = Verdict::Agree;
+  EXPECT_THAT(Verdict_Of(Agreed), HasSubstr(Disc));
   EXPECT_THAT(Verdict_Of(With_Code(99)), HasSubstr(Triangle));
   EXPECT_THAT(Verdict_Of(With_Code(4)), HasSubstr(Octagon));
 }

@@ -39,8 +39,8 @@ Calibration_Result With_Opinion(Verdict Judgement, const std::vector<Verdict_Rea
 
 TEST(VerdictWords, OfARunWithoutASecondOpinionAreThoseOfItsCode) {
   const Verdict_Words Good = Words_Of(With_Code(0), {});
-  EXPECT_EQ(Good.Tone, Verdict::Agree);
-  EXPECT_EQ(Good.Short, "Usable.");
+  EXPECT_EQ(Good.Tone, Verdict::Look);
+  EXPECT_EQ(Good.Short, "Usable, but unconfirmed.");
   EXPECT_THAT(Good.Other_Reasons, ElementsAre(HasSubstr("nothing confirms the mount")));
   EXPECT_EQ(Good.Cause, "");
   const Verdict_Words Wide = Words_Of(With_Code(99), {});
