@@ -108,12 +108,13 @@ Mount_Drift Compare_Mounts(const Calibration_Result& Now, const Calibration_Resu
   const Vector6d Motion = Motion_Between(Mount_Of(Then), Mount_Of(Now));
   Of_Mount.Turn_Deg = Degrees_Per_Radian * Motion.head<3>();
   Of_Mount.Shift_Mm = Mm_In_Metre * Motion.tail<3>();
-  Of_Mount.Probability_Of_Less = NaN;
+  Of_Mount.Probability_Of_Less = Of_Mount.Result_Probability_Of_Less = NaN;
   if (!Knows_Mount(Now) || !Knows_Mount(Then)) return Of_Mount;
   const Joint_Solution &Joint = Now.Solved->Joint, &Earlier = Then.Solved->Joint;
   Of_Mount.Joint_Motion = Motion_Between(Earlier.At.Transform_Cam_Tc, Joint.At.Transform_Cam_Tc);
   Of_Mount.Uncertainty = Uncertainty_Of_Difference(Joint.Camera_Mount, Earlier.Camera_Mount);
   Of_Mount.Probability_Of_Less = Probability_Of_Less(Of_Mount.Uncertainty, *Of_Mount.Joint_Motion);
+  Of_Mount.Result_Probability_Of_Less = Probability_Of_Less(Of_Mount.Uncertainty, Motion);
   return Of_Mount;
 }
 
@@ -216,6 +217,15 @@ void Add_Lens_Causes(const Lens_Drift& Of_Lens, Drift& Seen) {
   Seen.Causes.push_back(Is_Centre_Alone ? Drift_Cause::Lens_Displaced : Drift_Cause::Lens_Changed);
 }
 
+// Where the bounds ask for more than the results tell.
+void Add_Unknown(const Drift_Bounds& Bounds, Drift& Seen) {
+  if (!Seen.Of_Mount.Joint_Motion) return;
+  const bool Is_Unexplained = Seen.Causes.empty() && !Is_Within_Bounds(Seen, Bounds);
+  if (Is_Unexplained || Is_Shift_Open(Seen, Bounds) || Is_Turn_Open(Seen, Bounds)) {
+    Seen.Causes.push_back(Drift_Cause::Unknown);
+  }
+}
+
 void Add_Causes(const Calibration_Result& Now, const Calibration_Result& Then, Drift& Seen) {
   Add_Input_Causes(Now, Then, Seen);
   const bool Are_Solved = Knows_Mount(Now) && Knows_Mount(Then);
@@ -233,6 +243,14 @@ void Add_Causes(const Calibration_Result& Now, const Calibration_Result& Then, D
   if (Seen.Of_Lens && !Is_Lens_First) Add_Lens_Causes(*Seen.Of_Lens, Seen);
 }
 
+// Compared with <= so that NaN is outside.
+bool Is_Explained_By_Noise(const Drift& Seen, const Drift_Bounds& Bounds) {
+  return Seen.Has_Uncertainty && Is_Within_Bounds(Seen, Bounds) && !Is_Shift_Open(Seen, Bounds) &&
+         !Is_Turn_Open(Seen, Bounds) && Seen.Of_Mount.Probability_Of_Less <= Sure_Part &&
+         Seen.Of_Mount.Result_Probability_Of_Less <= Sure_Part &&
+         Seen.Of_Lens->Probability_Of_Less <= Sure_Part;
+}
+
 bool Has_Same_Files(const Input_Hashes& One, const Input_Hashes& Other) {
   return !One.Csv.empty() && One.Csv == Other.Csv && !One.Images.empty() &&
          One.Images == Other.Images;
@@ -240,7 +258,8 @@ bool Has_Same_Files(const Input_Hashes& One, const Input_Hashes& Other) {
 
 }  // namespace
 
-Drift Compare_Results(const Calibration_Result& Now, const Calibration_Result& Then) {
+Drift Compare_Results(const Calibration_Result& Now, const Calibration_Result& Then,
+                      const Drift_Bounds& Bounds) {
   Drift Seen;
   Seen.Of_Lens = Compare_Lenses(Now, Then);
   Seen.Of_Mount = Compare_Mounts(Now, Then);
@@ -254,11 +273,26 @@ Drift Compare_Results(const Calibration_Result& Now, const Calibration_Result& T
   Seen.Is_Same_Capture = Has_Same_Files(Now.Hashes, Then.Hashes);
   Seen.Has_Uncertainty =
       Seen.Of_Mount.Joint_Motion && Seen.Of_Lens && Seen.Of_Lens->Joint_Difference;
-  Seen.Is_Within_Uncertainty = Seen.Has_Uncertainty &&
-                               Seen.Of_Mount.Probability_Of_Less <= Sure_Part &&
-                               Seen.Of_Lens->Probability_Of_Less <= Sure_Part;
+  Seen.Is_Within_Uncertainty = Is_Explained_By_Noise(Seen, Bounds);
   Add_Causes(Now, Then, Seen);
+  Add_Unknown(Bounds, Seen);
   return Seen;
+}
+
+bool Is_Shift_Open(const Drift& Seen, const Drift_Bounds& Bounds) {
+  return Seen.Of_Mount.Joint_Motion &&
+         !(Seen.Of_Mount.Uncertainty.Widest_Mm.Half_Width <= Bounds.Mm);
+}
+
+bool Is_Turn_Open(const Drift& Seen, const Drift_Bounds& Bounds) {
+  return Seen.Of_Mount.Joint_Motion &&
+         !(Seen.Of_Mount.Uncertainty.Widest_Deg.Half_Width <= Bounds.Deg);
+}
+
+// Compared with <= so that NaN is beyond.
+bool Is_Within_Bounds(const Drift& Seen, const Drift_Bounds& Bounds) {
+  const bool Is_Picture_Within = !Seen.Of_Lens || Largest_Shift_1080p_Px(Seen) <= Bounds.Px_1080p;
+  return Seen.Of_Mount.Mm() <= Bounds.Mm && Seen.Of_Mount.Deg() <= Bounds.Deg && Is_Picture_Within;
 }
 
 double Largest_Shift_1080p_Px(const Drift& Seen) {

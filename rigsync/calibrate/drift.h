@@ -37,6 +37,14 @@ enum class Drift_Cause {
   Mount_Shifted,
   Lens_Changed,    // focal length or distortion: refocused or zoomed
   Lens_Displaced,  // the principal point alone
+  // The joint mounts are known too little to say, or nothing above explains what is beyond a bound:
+  Unknown,
+};
+
+// What the user accepts: of the difference of the mounts and of the shift in the picture. Pixels
+// are those of an image with 1080 lines.
+struct Drift_Bounds {
+  double Mm = 5.0, Deg = 0.3, Px_1080p = 8.0;
 };
 
 struct Mount_Drift {
@@ -46,8 +54,10 @@ struct Mount_Drift {
   // Of the joint mounts, where both results have one.
   std::optional<Vector6d> Joint_Motion;
   Mount_Uncertainty Uncertainty;  // of Joint_Motion
-  double Probability_Of_Less =
-      0;  // of Joint_Motion, when the mount did not change; NaN without one
+  // Of Joint_Motion, when the mount did not change; NaN without one.
+  double Probability_Of_Less = 0;
+  // Of the motion between the mounts that are the results, by the same uncertainty.
+  double Result_Probability_Of_Less = 0;
 
   double Mm() const { return Shift_Mm.norm(); }
   double Deg() const { return Turn_Deg.norm(); }
@@ -74,13 +84,24 @@ struct Drift {
 
   bool Is_Same_Capture = false;  // by the hashes of the CSV and all images
   bool Has_Uncertainty = false;  // of lens and mount in both results
-  // Whether both are inside; false without an uncertainty.
+  // The joint lenses and mounts, and the mounts that are the results, are inside the uncertainty;
+  // every difference is within the bounds, and so are the joint mounts' half-widths. False without
+  // an uncertainty.
   bool Is_Within_Uncertainty = false;
   std::vector<Drift_Cause> Causes;  // likeliest first; empty for nothing but noise
 };
 
 // Both results have a finite mount (Chosen_Transform_Cam_Tc).
-Drift Compare_Results(const Calibration_Result& Now, const Calibration_Result& Then);
+Drift Compare_Results(const Calibration_Result& Now, const Calibration_Result& Then,
+                      const Drift_Bounds& Bounds = {});
+
+// Of the difference of the joint mounts, widest direction: 95 % half-widths beyond a bound. False
+// without an uncertainty.
+bool Is_Shift_Open(const Drift& Seen, const Drift_Bounds& Bounds);
+bool Is_Turn_Open(const Drift& Seen, const Drift_Bounds& Bounds);
+
+// NaN is beyond every bound. The picture counts where both results have a lens.
+bool Is_Within_Bounds(const Drift& Seen, const Drift_Bounds& Bounds);
 
 // The largest shift in the picture, pixels, as it would be in an image with 1080 lines. NaN when
 // one is not known.

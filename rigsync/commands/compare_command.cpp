@@ -40,7 +40,7 @@ Exit status: 0 when the differences of the mount are within --max-offset and
 beyond; 2 for wrong usage. The uncertainty has no status of its own.
 
 Example:
-  rigsync compare today/result.json yesterday/result.json
+  rigsync compare today yesterday
   rigsync compare result/result.json capture/truth.json)";
 
 // The command line as typed.
@@ -66,8 +66,8 @@ void Print_Lens_Comparison(const Calibration_Result& Result, const simulate::Tru
   if (Result.Norm_Fxy.empty() || Result.Norm_Cxy.empty() || Result.Image_Size.empty()) return;
   const double Width = Result.Image_Size[0], Height = Result.Image_Size[1];
   const auto Print_Line = [](const char* Name, double Solved, double Truth_Value) {
-    fmt::print("  {:<18}{:14.3f}{:14.3f}{:14.3f} pixels\n", Name, Solved, Truth_Value,
-               Solved - Truth_Value);
+    fmt::print("  {:<18}{:>14}{:>14}{:>14} pixels\n", Name, Decimals(Solved, 3),
+               Decimals(Truth_Value, 3), Decimals(Solved - Truth_Value, 3));
   };
   fmt::print("{:<20}{:>14}{:>14}{:>14}\n", "Lens", "solved", "true", "difference");
   Print_Line("focal length x", Result.Norm_Fxy[0] * Width, Truth.True_Lens.Fx);
@@ -113,8 +113,9 @@ bool Print_Transform_Comparison(const std::vector<double>& Solved,
   const double Distance_Mm = std::hypot(Offset_Mm[0], Offset_Mm[1], Offset_Mm[2]);
   const double Angle_Deg = Rotation_Difference_Deg(Solved, True_Transform);
   fmt::print("\nDifference\n");
-  fmt::print("  translation {:10.3f} mm   (x {:.3f}, y {:.3f}, z {:.3f}; bound {:g})\n",
-             Distance_Mm, Offset_Mm[0], Offset_Mm[1], Offset_Mm[2], Max_Mm);
+  fmt::print("  translation {:10.3f} mm   (x {}, y {}, z {}; bound {:g})\n", Distance_Mm,
+             Decimals(Offset_Mm[0], 3), Decimals(Offset_Mm[1], 3), Decimals(Offset_Mm[2], 3),
+             Max_Mm);
   fmt::print("  rotation    {:10.4f} deg  (bound {:g})\n", Angle_Deg, Max_Deg);
   // Compared with <= so that NaN is beyond the bounds.
   const bool Is_Within_Bounds = Distance_Mm <= Max_Mm && Angle_Deg <= Max_Deg;
@@ -172,16 +173,21 @@ int Compare_With_Result(const Compare_Arguments& Arguments, const Calibration_Re
   const Calibration_Result Then = Read_Mounted_Result(Arguments.Reference_File);
   Warn_If_Unusable(Arguments.Result_File, Now);
   Warn_If_Unusable(Arguments.Reference_File, Then);
-  const Drift Seen = Compare_Results(Now, Then);
+  const Drift Seen = Compare_Results(Now, Then, Bounds);
   const bool Is_Within = Is_Within_Bounds(Seen, Bounds);
   std::vector<std::string> Texts;
-  for (const Drift_Cause Cause : Seen.Causes) Texts.push_back(Cause_Text(Cause, Seen, Now, Then));
+  for (const Drift_Cause Cause : Seen.Causes) {
+    Texts.push_back(Cause_Text(Cause, Seen, Now, Then, Bounds));
+  }
   Print(Arguments.Is_Json ? Drift_Json(Seen, Texts, Is_Within)
                           : Drift_Text(Seen, Now, Then, Bounds, Uses_Colour(stdout)));
   return Is_Within ? Exit_Success : Exit_Beyond_Bound;
 }
 
-int Compare(const Compare_Arguments& Arguments) {
+int Compare(const Compare_Arguments& Typed) {
+  Compare_Arguments Arguments = Typed;
+  Arguments.Result_File = Result_File(Typed.Result_File).string();
+  Arguments.Reference_File = Result_File(Typed.Reference_File).string();
   const Drift_Bounds Bounds = {Read_Max_Mm(Arguments.Max_Offset), Read_Max_Deg(Arguments.Max_Angle),
                                Read_Max_Pixels(Arguments.Max_Pixels)};
   const Calibration_Result Result = Read_Mounted_Result(Arguments.Result_File);
@@ -195,11 +201,14 @@ void Add_Compare_Command(Command_Line& Line) {
   CLI::App* Command = Line.Program.add_subcommand(
       "compare", "Compare a result with an earlier one, or with the truth.");
   const auto Arguments = std::make_shared<Compare_Arguments>();
-  Command->add_option("RESULT", Arguments->Result_File, "result.json of 'rigsync calibrate'")
+  Command
+      ->add_option("RESULT", Arguments->Result_File,
+                   "result.json of 'rigsync calibrate', or the folder that has it")
       ->required();
   Command
-      ->add_option("REFERENCE", Arguments->Reference_File,
-                   "result.json of an earlier day, or truth.json of 'rigsync simulate'")
+      ->add_option(
+          "REFERENCE", Arguments->Reference_File,
+          "result.json of an earlier day or its folder, or truth.json of 'rigsync simulate'")
       ->required();
   Command->add_option("--max-offset", Arguments->Max_Offset, "bound of the translation difference")
       ->type_name("LENGTH")

@@ -4,6 +4,7 @@
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/commands/report_file.h"
+#include "rigsync/formats/result_file.h"
 #include "rigsync/system/usage_error.h"
 #include "rigsync/system/whole_file.h"
 
@@ -12,7 +13,6 @@
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
 
 namespace rigsync {
 namespace {
@@ -35,12 +35,6 @@ Example:
 struct Report_Arguments {
   std::string Result, Output;
 };
-
-// A folder stands for the result.json in it.
-fs::path Result_File(const std::string& Typed) {
-  std::error_code Ignored;
-  return fs::is_directory(Typed, Ignored) ? fs::path(Typed) / "result.json" : fs::path(Typed);
-}
 
 int Report(const Report_Arguments& Arguments) {
   const fs::path File = Result_File(Arguments.Result);

@@ -44,7 +44,10 @@ Json Mount_Json(const Mount_Drift& Of_Mount) {
                      {"turn_deg", List_Json(Degrees_Per_Radian * Of_Mount.Joint_Motion->head<3>())},
                      {"half_width_mm", List_Json(Of_Mount.Uncertainty.Half_Width_Mm)},
                      {"half_width_deg", List_Json(Of_Mount.Uncertainty.Half_Width_Deg)},
-                     {"probability_of_less", Of_Mount.Probability_Of_Less}};
+                     {"widest_mm", Of_Mount.Uncertainty.Widest_Mm.Half_Width},
+                     {"widest_deg", Of_Mount.Uncertainty.Widest_Deg.Half_Width},
+                     {"probability_of_less", Of_Mount.Probability_Of_Less},
+                     {"within_uncertainty", Of_Mount.Probability_Of_Less <= Sure_Part}};
   return Object;
 }
 
@@ -56,7 +59,8 @@ Json Lens_Json(const std::optional<Lens_Drift>& Of_Lens) {
   if (Of_Lens->Joint_Difference) {
     Object["joint"] = {{"difference", List_Json(*Of_Lens->Joint_Difference)},
                        {"half_width", List_Json(Of_Lens->Half_Width)},
-                       {"probability_of_less", Of_Lens->Probability_Of_Less}};
+                       {"probability_of_less", Of_Lens->Probability_Of_Less},
+                       {"within_uncertainty", Of_Lens->Probability_Of_Less <= Sure_Part}};
   }
   Object["shifts"] = Shifts_Json(Of_Lens->Shifts);
   return Object;
@@ -93,6 +97,8 @@ const char* Cause_Name(Drift_Cause Cause) {
       return "lens_changed";
     case Drift_Cause::Lens_Displaced:
       return "lens_displaced";
+    case Drift_Cause::Unknown:
+      return "unknown";
   }
   return "";
 }

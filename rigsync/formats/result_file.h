@@ -30,6 +30,10 @@ void Write_Result(const std::filesystem::path& Folder, const Calibration_Result&
 // since that is a number that is not finite.
 Calibration_Result Read_Result(const std::filesystem::path& File);
 
+// What a user types for a result: a folder stands for the result.json in it, any other path for
+// itself.
+std::filesystem::path Result_File(const std::filesystem::path& Typed);
+
 // Whether the file is a result.json by its "format"; false for one that can't be read.
 bool Is_Result_File(const std::filesystem::path& File);
 

@@ -273,6 +273,11 @@ Calibration_Result Read_Result(const std::filesystem::path& File) {
   return Result;
 }
 
+std::filesystem::path Result_File(const std::filesystem::path& Typed) {
+  std::error_code Ignored;
+  return std::filesystem::is_directory(Typed, Ignored) ? Typed / "result.json" : Typed;
+}
+
 bool Is_Result_File(const std::filesystem::path& File) {
   std::ifstream Stream(File);
   const Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);

@@ -2,7 +2,9 @@
 #include "rigsync/report/drift_text.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/inspect/amount.h"
 #include "rigsync/report/heading.h"
+#include "rigsync/report/transform_text.h"
 #include "rigsync/solve/rigid_motion.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
@@ -134,23 +136,75 @@ std::string Open_Text(const Calibration_Result& Now, const Calibration_Result& T
       Which, Is_Known(Now) || Is_Known(Then) ? "no" : "an");
 }
 
-std::string Headline(const Drift& Seen, const Calibration_Result& Now,
-                     const Calibration_Result& Then) {
-  if (Seen.Is_Same_Capture) return "Both results were made from the same files.";
-  if (!Seen.Causes.empty()) return Cause_Text(Seen.Causes.front(), Seen, Now, Then);
-  if (!Seen.Has_Uncertainty) return Open_Text(Now, Then);
-  return Seen.Is_Within_Uncertainty
-             ? "No change: lens and mount are the same within the uncertainty of both results."
-             : "No change that could be seen: lens and mount differ by less than moves a picture.";
+// Of the two results, the one whose joint mount is known less.
+struct Least_Known {
+  const char* Name;
+  double Half_Width;
+};
+
+Least_Known Least_Known_Of(double Now, double Then) {
+  return Now >= Then ? Least_Known{"result", Now} : Least_Known{"reference", Then};
 }
 
-std::string Causes_Text(const Drift& Seen, const Calibration_Result& Now,
-                        const Calibration_Result& Then) {
-  std::string Text;
-  const std::size_t First = Seen.Is_Same_Capture ? 0 : 1;
-  for (std::size_t i = First; i < Seen.Causes.size(); ++i) {
-    Text += Folded("Also: " + Cause_Text(Seen.Causes[i], Seen, Now, Then), 0);
+std::string Open_Shift_Text(const Calibration_Result& Now, const Calibration_Result& Then) {
+  const Least_Known Least = Least_Known_Of(Now.Solved->Joint.Camera_Mount.Widest_Mm.Half_Width,
+                                           Then.Solved->Joint.Camera_Mount.Widest_Mm.Half_Width);
+  return fmt::format(
+      "Can't tell whether the tracker shifted on the camera: the mount of the {} is known only to "
+      "+- {} mm. Capture again.",
+      Least.Name, Amount(Least.Half_Width));
+}
+
+std::string Open_Turn_Text(const Calibration_Result& Now, const Calibration_Result& Then) {
+  const Least_Known Least = Least_Known_Of(Now.Solved->Joint.Camera_Mount.Widest_Deg.Half_Width,
+                                           Then.Solved->Joint.Camera_Mount.Widest_Deg.Half_Width);
+  return fmt::format(
+      "Can't tell whether the tracker turned on the camera: the mount of the {} is known only to "
+      "+- {} degrees. Capture again.",
+      Least.Name, Amount(Least.Half_Width));
+}
+
+// The mounts that are the results, since the joint ones show nothing.
+std::string Difference_Text(const Drift& Seen) {
+  return fmt::format("the mounts that are the results differ by {:.1f} mm and {:.2f} degrees",
+                     Seen.Of_Mount.Mm(), Seen.Of_Mount.Deg());
+}
+
+std::string Unexplained_Text(const Drift& Seen) {
+  return fmt::format(
+      "Can't tell what changed: {}, which is beyond a bound, and the joint solutions show no "
+      "cause. Look at the verdicts of both results, or capture again.",
+      Difference_Text(Seen));
+}
+
+std::string No_Cause_Text(const Drift& Seen) {
+  if (Seen.Is_Within_Uncertainty) {
+    return "No change: lens and mount are the same within the uncertainty of both results.";
   }
+  if (Seen.Of_Mount.Mm() < Least_Drift_Mm && Seen.Of_Mount.Deg() < Least_Drift_Deg) {
+    return "No change that could be seen: lens and mount differ by less than moves a picture.";
+  }
+  return fmt::format("No change beyond the bounds: {}, more than the uncertainty explains.",
+                     Difference_Text(Seen));
+}
+
+constexpr const char* Same_Files_Text = "Both results were made from the same files.";
+
+std::string Headline(const Drift& Seen, const Calibration_Result& Now,
+                     const Calibration_Result& Then, const Drift_Bounds& Bounds) {
+  if (!Seen.Causes.empty()) return Cause_Text(Seen.Causes.front(), Seen, Now, Then, Bounds);
+  if (Seen.Is_Same_Capture) return Same_Files_Text;
+  return Seen.Has_Uncertainty ? No_Cause_Text(Seen) : Open_Text(Now, Then);
+}
+
+// What is below the first sentence.
+std::string More_Text(const Drift& Seen, const Calibration_Result& Now,
+                      const Calibration_Result& Then, const Drift_Bounds& Bounds) {
+  std::string Text;
+  for (std::size_t i = 1; i < Seen.Causes.size(); ++i) {
+    Text += Folded("Also: " + Cause_Text(Seen.Causes[i], Seen, Now, Then, Bounds), 0);
+  }
+  if (!Seen.Causes.empty() && Seen.Is_Same_Capture) Text += Folded(Same_Files_Text, 0);
   if (!Seen.Causes.empty() && !Seen.Has_Uncertainty) Text += Folded(Open_Text(Now, Then), 0);
   return Text;
 }
@@ -166,9 +220,9 @@ std::string Lens_Table(const Lens_Drift& Of_Lens, bool Colour) {
                              Colour);
   for (int k = 0; k < Lens_Parameters; ++k) {
     const int Digits = k < 4 ? 3 : 5;
-    Text +=
-        fmt::format("  {:<18}{:>13.{}f}{:>13.{}f}{:>13.{}f}", Names[static_cast<std::size_t>(k)],
-                    Then[k], Digits, Now[k], Digits, Now[k] - Then[k], Digits);
+    Text += fmt::format("  {:<18}{:>13}{:>13}{:>13}", Names[static_cast<std::size_t>(k)],
+                        Decimals(Then[k], Digits), Decimals(Now[k], Digits),
+                        Decimals(Now[k] - Then[k], Digits));
     Text += Of_Lens.Joint_Difference ? fmt::format("{:>13.{}f}\n", Of_Lens.Half_Width[k], Digits)
                                      : fmt::format("{:>13}\n", "unknown");
   }
@@ -176,8 +230,9 @@ std::string Lens_Table(const Lens_Drift& Of_Lens, bool Colour) {
 }
 
 std::string Motion_Row(const char* Name, const Eigen::Vector3d& Mm, const Eigen::Vector3d& Deg) {
-  return fmt::format("  {:<10}{:>9.2f}{:>9.2f}{:>9.2f}   {:>9.3f}{:>9.3f}{:>9.3f}\n", Name, Mm.x(),
-                     Mm.y(), Mm.z(), Deg.x(), Deg.y(), Deg.z());
+  return fmt::format("  {:<10}{:>9}{:>9}{:>9}   {:>9}{:>9}{:>9}\n", Name, Decimals(Mm.x(), 2),
+                     Decimals(Mm.y(), 2), Decimals(Mm.z(), 2), Decimals(Deg.x(), 3),
+                     Decimals(Deg.y(), 3), Decimals(Deg.z(), 3));
 }
 
 std::string Mount_Table(const Mount_Drift& Of_Mount, bool Colour) {
@@ -225,14 +280,8 @@ std::string Bounds_Text(const Drift& Seen, const Drift_Bounds& Bounds, bool Colo
 
 }  // namespace
 
-// Compared with <= so that NaN is beyond.
-bool Is_Within_Bounds(const Drift& Seen, const Drift_Bounds& Bounds) {
-  const bool Is_Picture_Within = !Seen.Of_Lens || Largest_Shift_1080p_Px(Seen) <= Bounds.Px_1080p;
-  return Seen.Of_Mount.Mm() <= Bounds.Mm && Seen.Of_Mount.Deg() <= Bounds.Deg && Is_Picture_Within;
-}
-
 std::string Cause_Text(Drift_Cause Cause, const Drift& Seen, const Calibration_Result& Now,
-                       const Calibration_Result& Then) {
+                       const Calibration_Result& Then, const Drift_Bounds& Bounds) {
   switch (Cause) {
     case Drift_Cause::Resolution:
       return fmt::format(
@@ -263,13 +312,18 @@ std::string Cause_Text(Drift_Cause Cause, const Drift& Seen, const Calibration_R
       return Lens_Text(Seen);
     case Drift_Cause::Lens_Displaced:
       return Displaced_Text(Seen);
+    case Drift_Cause::Unknown:
+      return Is_Shift_Open(Seen, Bounds)  ? Open_Shift_Text(Now, Then)
+             : Is_Turn_Open(Seen, Bounds) ? Open_Turn_Text(Now, Then)
+                                          : Unexplained_Text(Seen);
   }
   return "";
 }
 
 std::string Drift_Text(const Drift& Seen, const Calibration_Result& Now,
                        const Calibration_Result& Then, const Drift_Bounds& Bounds, bool Colour) {
-  std::string Text = Folded(Headline(Seen, Now, Then), 0) + Causes_Text(Seen, Now, Then);
+  std::string Text =
+      Folded(Headline(Seen, Now, Then, Bounds), 0) + More_Text(Seen, Now, Then, Bounds);
   if (Seen.Of_Lens) Text += Lens_Table(*Seen.Of_Lens, Colour);
   Text += Mount_Table(Seen.Of_Mount, Colour);
   if (Seen.Of_Lens) Text += Picture_Table(Seen, Colour);

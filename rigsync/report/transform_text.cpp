@@ -20,11 +20,19 @@ std::string Direction_Text(double Metres, const char* Positive, const char* Nega
 
 }  // namespace
 
+std::string Decimals(double Value, int Digits) {
+  std::string Text = fmt::format("{:.{}f}", Value, Digits);
+  const bool Is_Zero = std::isfinite(Value) && Text.find_first_of("123456789") == std::string::npos;
+  if (Is_Zero && Text.front() == '-') Text.erase(0, 1);
+  return Text;
+}
+
 std::string Transform_Row_Text(const std::vector<double>& Transform, int r) {
   const auto Row = static_cast<std::size_t>(r);
-  return fmt::format("{:>9.5f}{:>9.5f}{:>9.5f} {:>8.5f}", Element(Transform, Row, 0),
-                     Element(Transform, Row, 1), Element(Transform, Row, 2),
-                     Element(Transform, Row, 3));
+  return fmt::format("{:>9}{:>9}{:>9} {:>8}", Decimals(Element(Transform, Row, 0), 5),
+                     Decimals(Element(Transform, Row, 1), 5),
+                     Decimals(Element(Transform, Row, 2), 5),
+                     Decimals(Element(Transform, Row, 3), 5));
 }
 
 std::string Seen_From_Camera(const std::vector<double>& Transform_Cam_Tc) {

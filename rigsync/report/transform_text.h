@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Flat transforms (16 numbers, row by row) as text.
+// Numbers and flat transforms (16 numbers, row by row) as text.
 #ifndef RIGSYNC_REPORT_TRANSFORM_TEXT_H
 #define RIGSYNC_REPORT_TRANSFORM_TEXT_H
 
@@ -8,6 +8,9 @@
 #include <vector>
 
 namespace rigsync {
+
+// With so many decimals; a value that rounds to zero has no sign.
+std::string Decimals(double Value, int Digits);
 
 // Row r (0 to 3) of a flat transform: rotation and, in the last column, translation in metres.
 std::string Transform_Row_Text(const std::vector<double>& Transform, int r);

@@ -258,6 +258,31 @@ TEST(Drift, WithoutAnUncertaintyTheInputsAloneTellACause) {
   EXPECT_NEAR(Seen.Of_Mount.Mm(), 5.0, 1e-9);
 }
 
+TEST(Drift, WhatIsKnownToLessThanTheBoundsIsUnknown) {
+  rigsync::Vector6d Motion = rigsync::Vector6d::Zero();
+  const rigsync::Calibration_Result Then = Result_By_Hand(Usual_Mount());
+  for (const int Axis : {1, 4}) {
+    Motion = 0.0001 * rigsync::Vector6d::Unit(Axis);
+    rigsync::Calibration_Result Now = Result_By_Hand(rigsync::Moved(Usual_Mount(), Motion));
+    Now.Solved->Joint.Camera_Mount.Covariance(Axis, Axis) = 1.0;
+    const rigsync::Drift Seen = rigsync::Compare_Results(Now, Then);
+    EXPECT_THAT(Seen.Causes, ElementsAre(Drift_Cause::Unknown));
+    EXPECT_FALSE(Seen.Is_Within_Uncertainty);
+    EXPECT_EQ(rigsync::Is_Turn_Open(Seen, {}), Axis == 1);
+    EXPECT_EQ(rigsync::Is_Shift_Open(Seen, {}), Axis == 4);
+  }
+}
+
+// Both are known to 0.06 mm each: their difference to 0.087 mm, by t with 60 degrees of freedom.
+TEST(Drift, HowWellItMustBeKnownIsUpToTheBounds) {
+  const rigsync::Calibration_Result Same = Result_By_Hand(Usual_Mount());
+  const auto Causes_With = [&Same](double Mm) {
+    return rigsync::Compare_Results(Same, Same, {Mm, 0.3, 8.0}).Causes;
+  };
+  EXPECT_THAT(Causes_With(0.09), IsEmpty());
+  EXPECT_THAT(Causes_With(0.08), ElementsAre(Drift_Cause::Unknown));
+}
+
 TEST(Drift, EqualHashesOfAllFilesAreTheSameCapture) {
   rigsync::Calibration_Result Now = Result_By_Hand(Usual_Mount());
   EXPECT_FALSE(rigsync::Compare_Results(Now, Now).Is_Same_Capture);

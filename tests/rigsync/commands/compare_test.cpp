@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -154,7 +155,7 @@ TEST(Compare, AFileThatIsNoGroundTruthIsRefusedInPlainWords) {
 // The rig of the capture, known to 0.1 mm, 0.006 degrees and 0.1 pixels, with the tracker shifted
 // along y and turned about x of the camera.
 std::string Write_Day(const Scratch_Folder& Scratch, const std::string& Day, double Shift_Mm,
-                      double Turn_Deg, bool Has_Uncertainty = true) {
+                      double Turn_Deg, bool Has_Uncertainty = true, double Known_To_Mm = 0.1) {
   rigsync::Calibration_Result Result = Result_Off_By(0.0, 0.0);
   const Eigen::Isometry3d Rig(simulate::Read_Truth(Capture_File("truth.json")).Transform_Cam_Tc);
   rigsync::Vector6d Motion = rigsync::Vector6d::Zero();
@@ -175,6 +176,9 @@ std::string Write_Day(const Scratch_Folder& Scratch, const std::string& Day, dou
     Solved.Joint.Status = rigsync::Solve_Status::Solved;
     Solved.Joint.At.Transform_Cam_Tc = Mount;
     Solved.Joint.Camera_Mount.Covariance = 1e-8 * rigsync::Matrix6d::Identity();
+    Solved.Joint.Camera_Mount.Covariance(4, 4) = 1e-6 * Known_To_Mm * Known_To_Mm;
+    Solved.Joint.Camera_Mount.Widest_Mm.Half_Width = 2 * Known_To_Mm;
+    Solved.Joint.Camera_Mount.Widest_Deg.Half_Width = 0.012;
     Solved.Joint.Camera_Mount.Freedom = rigsync::Vector6d::Constant(30);
     Solved.Joint.Camera_Mount.Joint_Freedom = 30;
     Solved.Joint.Scale_Deviation = 0.0005;
@@ -244,6 +248,93 @@ TEST(CompareResults, JsonHasTheNumbersAndTheCauses) {
   EXPECT_EQ(File["picture"]["distance_m"], 3.0);
   EXPECT_EQ(File["picture"]["shifts"].size(), 5u);
   EXPECT_NEAR(File["lens"]["joint"]["difference"][0], 0.0, 1e-9);
+}
+
+// The chosen mount of a result, 12 mm off the joint one that stays as it was.
+std::string Write_Library_Off(const Scratch_Folder& Scratch, const std::string& Day,
+                              double Shift_Mm) {
+  const std::string File = Write_Day(Scratch, Day, 0.0, 0.0);
+  rigsync::Calibration_Result Result = rigsync::Read_Result(File);
+  Result.Transform_Cam_Tc[7] += Shift_Mm / 1000.0;
+  rigsync::Write_Result(Scratch.Path() / Day, Result);
+  return File;
+}
+
+TEST(CompareResults, AMountThatIsHardlyKnownIsNeverCalledTheSame) {
+  const Scratch_Folder Scratch;
+  const std::string Then = Write_Day(Scratch, "then", 0.0, 0.0);
+  for (const double Shift_Mm : {0.0, 60.0}) {
+    const std::string Now = Write_Day(Scratch, "now", Shift_Mm, 0.0, true, 1250.0);
+    const Finished Result = Rigsync({"compare", Now, Then});
+    EXPECT_THAT(Result.Output,
+                testing::StartsWith("Can't tell whether the tracker shifted on the camera: the "
+                                    "mount of the result is\nknown only to +- 2500 mm. "));
+    EXPECT_THAT(Result.Output, testing::Not(HasSubstr("No change")));
+    auto File = nlohmann::json::parse(Rigsync({"compare", Now, Then, "--json"}).Output);
+    EXPECT_EQ(File["causes"][0]["id"], "unknown");
+    EXPECT_EQ(File["within_uncertainty"], false);
+    EXPECT_EQ(File["mount"]["joint"]["within_uncertainty"], true);
+    EXPECT_GT(File["mount"]["joint"]["widest_mm"], 2500.0);
+  }
+}
+
+TEST(CompareResults, ADifferenceOfTheMountsThatTheJointOnesDoNotShowIsNotWithinTheUncertainty) {
+  const Scratch_Folder Scratch;
+  const std::string Then = Write_Day(Scratch, "then", 0.0, 0.0);
+  const std::string Far = Write_Library_Off(Scratch, "far", 12.0);
+  const Finished Result = Rigsync({"compare", Far, Then});
+  EXPECT_EQ(Result.Status, 1);
+  EXPECT_THAT(Result.Output, testing::StartsWith("Can't tell what changed: the mounts that are the "
+                                                 "results differ by 12.0 mm and\n0.00 degrees"));
+  auto File = nlohmann::json::parse(Rigsync({"compare", Far, Then, "--json"}).Output);
+  EXPECT_EQ(File["causes"][0]["id"], "unknown");
+  EXPECT_EQ(File["within_bounds"], false);
+  EXPECT_EQ(File["within_uncertainty"], false);
+  EXPECT_EQ(File["mount"]["joint"]["within_uncertainty"], true);
+  EXPECT_EQ(File["lens"]["joint"]["within_uncertainty"], true);
+  const std::string Near = Write_Library_Off(Scratch, "near", 4.0);
+  const Finished Within = Rigsync({"compare", Near, Then});
+  EXPECT_EQ(Within.Status, 0);
+  EXPECT_THAT(Within.Output, testing::StartsWith("No change beyond the bounds: the mounts that are "
+                                                 "the results differ by 4.0 mm"));
+  EXPECT_EQ(nlohmann::json::parse(
+                Rigsync({"compare", Near, Then, "--json"}).Output)["within_uncertainty"],
+            false);
+}
+
+TEST(CompareResults, AFolderStandsForTheResultInIt) {
+  const Scratch_Folder Scratch;
+  const std::string Now = Write_Day(Scratch, "now", 6.0, 0.0);
+  const std::string Then = Write_Day(Scratch, "then", 0.0, 0.0);
+  const Finished Folders =
+      Rigsync({"compare", (Scratch.Path() / "now").string(), (Scratch.Path() / "then").string()});
+  EXPECT_EQ(Folders.Status, 1) << Folders.Said;
+  EXPECT_EQ(Folders.Output, Rigsync({"compare", Now, Then}).Output);
+}
+
+TEST(CompareResults, TheCauseComesBeforeTheSameFiles) {
+  const Scratch_Folder Scratch;
+  for (const auto& [Day, Square] : {std::pair("now", 0.0303), std::pair("then", 0.03)}) {
+    rigsync::Calibration_Result Result = rigsync::Read_Result(Write_Day(Scratch, Day, 0.0, 0.0));
+    Result.Images.emplace_back().Name = "a.png";
+    Result.Hashes = {std::string(64, 'a'), {std::string(64, 'b')}};
+    Result.Inputs.Square_Size = Square;
+    rigsync::Write_Result(Scratch.Path() / Day, Result);
+  }
+  const Finished Result = Rigsync({"compare", (Scratch.Path() / "now/result.json").string(),
+                                   (Scratch.Path() / "then/result.json").string()});
+  EXPECT_THAT(Result.Output, testing::StartsWith("Another length of a square was stated"));
+  EXPECT_THAT(Result.Output, HasSubstr("\nBoth results were made from the same files.\n"));
+}
+
+TEST(CompareResults, NoNumberIsANegativeZero) {
+  const Scratch_Folder Scratch;
+  const std::string Then = Write_Day(Scratch, "then", 0.0, 0.0);
+  const Finished Result = Rigsync({"compare", Write_Day(Scratch, "now", -0.004, -0.0004), Then});
+  EXPECT_THAT(Result.Output, HasSubstr("result         0.00     0.00     0.00"));
+  EXPECT_THAT(Result.Output, testing::Not(testing::ContainsRegex("-0[.]0+[^0-9]")));
+  const Finished With_Truth = Compare(Write_Result_Off_By(Scratch, -0.0004, 0.0));
+  EXPECT_THAT(With_Truth.Output, HasSubstr("(x 0.000, y 0.000, z 0.000;"));
 }
 
 TEST(CompareResults, AResultWithoutAnUncertaintyIsNamed) {
