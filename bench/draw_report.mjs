@@ -47,15 +47,18 @@ async function picture(page, section) {
 async function beside(browser, good, bad, file) {
   const page = await browser.newPage({ viewport: { width: 2 * SHOWN_WIDTH + 20, height: 100 } });
   await page.setContent(`<body style="margin:0;background:#fff;font:16px sans-serif">
-    <div style="display:flex;gap:20px;align-items:flex-start"><div>Good<br><img width="${SHOWN_WIDTH}"
-    src="${good}"></div><div>Bad<br><img width="${SHOWN_WIDTH}" src="${bad}"></div></div></body>`);
+    <div style="display:flex;gap:20px;align-items:flex-start">
+    <div>Good<br><img width="${SHOWN_WIDTH}" src="${good}"></div>
+    <div>Bad<br><img width="${SHOWN_WIDTH}" src="${bad}"></div></div></body>`);
   await page.screenshot({ path: file, fullPage: true, type: 'jpeg', quality: 85 });
   await page.close();
 }
 
 // The beginning of the good report, for README.md.
 async function beginning(browser, file) {
-  const page = await browser.newPage({ viewport: { width: 1100, height: 900 }, colorScheme: 'light' });
+  const page = await browser.newPage({
+    viewport: { width: 1100, height: 900 }, colorScheme: 'light',
+  });
   await page.goto(pathToFileURL(join(reports, 'good', 'result', 'report.html')).href);
   const box = await page.locator('#mount').boundingBox();
   await page.screenshot({
