@@ -6,6 +6,7 @@
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/formats/inspection_file.h"
+#include "rigsync/html_report/page_file.h"
 #include "rigsync/html_report/watch_page.h"
 #include "rigsync/inspect/inspection.h"
 #include "rigsync/inspect/watch.h"
@@ -14,23 +15,24 @@
 #include "rigsync/system/platform.h"
 #include "rigsync/system/progress_output.h"
 #include "rigsync/system/terminal.h"
-#include "rigsync/system/whole_file.h"
+#include "rigsync/system/usage_error.h"
 
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 
 namespace rigsync {
 namespace {
 
 constexpr const char* Footer =
-    R"(The command calibrates nothing and writes no file. It reports, by line of the
-CSV, mistakes that a calibration accepts without an error, how well the boards
-cover the frame, and whether the tracker samples agree with the images. It
-solves where the camera's tracker and the board are mounted, and how well that
-is known. --board-euler and --board-offset are compared with it if you give
-them. docs/inspect.md explains each finding.
+    R"(The command calibrates nothing and writes no file but the page of --page. It
+reports, by line of the CSV, mistakes that a calibration accepts without an
+error, how well the boards cover the frame, and whether the tracker samples
+agree with the images. It solves where the camera's tracker and the board are
+mounted, and how well that is known. --board-euler and --board-offset are
+compared with it if you give them. docs/inspect.md explains each finding.
 
 With --watch it looks again, every second, whether the CSV or the images have
 changed, and says which pose of the board to photograph next, until there is
@@ -38,7 +40,7 @@ enough. It goes on until Ctrl-C.
 
 Exit status: 0 clean (notes only), 1 warnings, 2 unusable capture or
 wrong usage, 70 when an exception ended the run. With --watch: 0 at Ctrl-C,
-or when there is enough.
+or when there is enough; 2 for wrong usage, or a page that can't be written.
 
 Example:
   rigsync inspect capture/capture.csv --board 11x8 --square 30mm
@@ -121,16 +123,30 @@ class Watch_Screen {
   std::string Shown;
 };
 
+std::filesystem::path Whole_Path(const std::string& File) {
+  return std::filesystem::weakly_canonical(std::filesystem::absolute(File));
+}
+
+// A page in the place of the capture would be the end of it, even where the CSV is yet to come.
+void Check_Page(const Inspect_Arguments& Arguments) {
+  if (Arguments.Page.empty()) return;
+  Refuse_Other_File("--page", Arguments.Page);
+  if (Whole_Path(Arguments.Page) != Whole_Path(Arguments.Capture.Csv)) return;
+  throw Usage_Error("--page",
+                    fmt::format("--page: {} is the capture. Name another file.", Arguments.Page));
+}
+
 // Until there is enough, or until Ctrl-C.
 int Watch_Capture(const Inspect_Arguments& Arguments) {
   constexpr double Seconds_Between_Looks = 1.0;
+  Check_Page(Arguments);
   Capture_Watch Watched(Read_Inputs(Arguments));
   Watch_Screen Screen;
   const Stop_Request Stop;
   Watch_Steps Steps;
   Steps.Show = [&](const Watched_Capture& Capture) {
     Screen.Show(Capture);
-    if (!Arguments.Page.empty()) Write_Whole(Arguments.Page, Watch_Page(Capture));
+    if (!Arguments.Page.empty()) Write_Page("--page", Arguments.Page, Watch_Page(Capture));
   };
   Steps.Wait = [&] { return Stop.Wait(Seconds_Between_Looks); };
   // A line for each look that searches images, cleared after it.

@@ -5,14 +5,12 @@
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/commands/report_file.h"
 #include "rigsync/formats/result_file.h"
-#include "rigsync/system/usage_error.h"
-#include "rigsync/system/whole_file.h"
+#include "rigsync/html_report/page_file.h"
 
 #include <fmt/format.h>
 
 #include <filesystem>
 #include <memory>
-#include <stdexcept>
 
 namespace rigsync {
 namespace {
@@ -23,7 +21,8 @@ constexpr const char* Footer =
     R"('rigsync calibrate' writes the page itself; this makes it anew, for an older run
 or after an update. Open it in any browser: it is one file and needs no network.
 Run log, CSV and images are found where they were, or, after they were moved
-together with the result, where they are now; what is gone is left out.
+together with the result, where they are now; what is gone is left out. FILE may
+be an older page; any other file that exists is refused and left as it is.
 
 Exit status: 0, 2 for wrong usage or a file that can't be read or written.
 
@@ -41,12 +40,7 @@ int Report(const Report_Arguments& Arguments) {
   const fs::path Output = Arguments.Output.empty()
                               ? fs::absolute(File).parent_path() / "report.html"
                               : fs::path(Arguments.Output);
-  const std::string Page = Report_Of_File(File);
-  try {
-    Write_Whole(Output, Page);
-  } catch (const std::runtime_error& Error) {
-    throw Usage_Error("--output", fmt::format("--output: {}", Error.what()));
-  }
+  Write_Page("--output", Output, Report_Of_File(File));
   Print(fmt::format("report: {}\n", Output.string()));
   return Exit_Success;
 }

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -114,6 +115,28 @@ TEST(ReportUsage, RefusesWhatIsNoResultAndFoldersThatAreNotThere) {
     EXPECT_THAT(Result.Said, HasSubstr(File));
     EXPECT_FALSE(fs::exists(Scratch.Path() / "report.html"));
   }
+}
+
+TEST_F(Report, LeavesEveryFileThatIsNoPageAsItIs) {
+  const std::string Empty = (Top() / "empty").string();
+  std::ofstream(Empty).close();
+  for (const fs::path& Input :
+       {Run / "result.json", Out() / "result.json", Top() / "capture/capture.csv",
+        fs::path(Read_Json(Run / "result.json")["run_log"].get<std::string>()), fs::path(Empty)}) {
+    SCOPED_TRACE(Input);
+    const std::string Before = Read_Text(Input);
+    const Finished Refused = Rigsync({"report", Run.string(), "-o", Input.string()});
+    EXPECT_EQ(Refused.Status, 2);
+    EXPECT_EQ(Refused.Output, "");
+    EXPECT_THAT(Refused.Said, AllOf(HasSubstr("--output"), HasSubstr(Input.string())));
+    EXPECT_TRUE(Read_Text(Input) == Before);
+  }
+}
+
+TEST_F(Report, TakesThePlaceOfAnOlderPage) {
+  const fs::path Older = Scratch.Write("older.html", "<!DOCTYPE html><html></html>\n");
+  EXPECT_EQ(Rigsync({"report", Run.string(), "-o", Older.string()}).Status, 0);
+  EXPECT_TRUE(Read_Text(Older) == Read_Text(Run / "report.html"));
 }
 
 TEST_F(Report, RefusesAFileThatItCantWrite) {

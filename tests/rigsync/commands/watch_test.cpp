@@ -8,6 +8,8 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+using testing::AllOf;
 using testing::HasSubstr;
 
 std::vector<std::string> Watch_Arguments(const std::vector<std::string>& More) {
@@ -40,6 +42,40 @@ TEST(WatchCommand, CtrlCEndsItWithStatus0AndLeavesTheScreenAsItIs) {
   EXPECT_THAT(Run.Shown, HasSubstr("\x1b[2J"));
   // Nothing that would have to be undone: no other screen, no hidden cursor.
   EXPECT_EQ(Run.Shown.find("\x1b[?"), std::string::npos);
+}
+
+TEST(WatchCommand, APageIsNeverWrittenInThePlaceOfAnotherFile) {
+  const Scratch_Folder Scratch;
+  const std::string Capture = Scratch.String() + "/capture.csv";
+  fs::copy_file(Capture_File("capture.csv"), Capture);
+  const std::string Values = Scratch.Write("stage.json", "{}");
+  const std::string Older = Scratch.Write("page.html", "<!DOCTYPE html><html></html>\n");
+  const auto Watch = [&](const std::string& Page) {
+    return Rigsync({"inspect", Capture, "--board", "7x5", "--square", "30mm", "--image-root",
+                    Capture_File("capture.csv").parent_path().string(), "--watch", "--until-enough",
+                    "--page", Page});
+  };
+  for (const std::string& Page : {Capture, Values, Scratch.String()}) {
+    SCOPED_TRACE(Page);
+    const Finished Done = Watch(Page);
+    EXPECT_EQ(Done.Status, 2);
+    EXPECT_EQ(Done.Output, "");
+    EXPECT_THAT(Done.Said, AllOf(HasSubstr("--page"), HasSubstr(Page)));
+  }
+  EXPECT_EQ(Read_Text(Capture), Read_Text(Capture_File("capture.csv")));
+  EXPECT_EQ(Read_Text(Values), "{}");
+  EXPECT_EQ(Watch(Older).Status, 0);
+  EXPECT_THAT(Read_Text(Older), HasSubstr("Enough: the mount is known to"));
+}
+
+TEST(WatchCommand, ACsvThatIsYetToComeIsNoPlaceForThePage) {
+  const Scratch_Folder Scratch;
+  const Finished Done = Rigsync({"inspect", "new.csv", "--board", "7x5", "--square", "30mm",
+                                 "--watch", "--page", "./new.csv"},
+                                Scratch.Path());
+  EXPECT_EQ(Done.Status, 2);
+  EXPECT_THAT(Done.Said, HasSubstr("new.csv is the capture"));
+  EXPECT_FALSE(fs::exists(Scratch.Path() / "new.csv"));
 }
 
 TEST(WatchCommand, FlagsThatMakeNoSenseTogetherAreRefused) {
