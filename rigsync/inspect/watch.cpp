@@ -47,10 +47,13 @@ std::set<fs::path> Listed_Images(const fs::path& Csv, const fs::path& Image_Root
   return Files;
 }
 
-std::set<fs::path> Folders_Of(const std::set<fs::path>& Listed, const fs::path& Image_Root) {
+std::set<fs::path> Folders_Of(const std::set<fs::path>& Listed, const fs::path& Image_Root,
+                              bool Has_Csv) {
   std::set<fs::path> Folders;
   for (const fs::path& File : Listed) Folders.insert(File.parent_path());
-  if (Folders.empty()) Folders = {Compared(Image_Root), Compared(Image_Root / "images")};
+  if (!Folders.empty()) return Folders;
+  Folders.insert(Compared(Image_Root / "images"));
+  if (Has_Csv) Folders.insert(Compared(Image_Root));
   return Folders;
 }
 
@@ -94,7 +97,7 @@ Capture_Watch::Snapshot Capture_Watch::Take_Snapshot() {
     Listed = Listed_Images(Inputs.Csv, Inputs.Image_Root);
   }
   std::vector<std::pair<File_Stamp, fs::path>> Others;
-  for (const fs::path& Folder : Folders_Of(Listed, Inputs.Image_Root)) {
+  for (const fs::path& Folder : Folders_Of(Listed, Inputs.Image_Root, Now.Csv.has_value())) {
     for (const fs::path& File : Images_In(Folder)) {
       const auto Stamp = Listed.count(File) == 0 ? Stamp_Of(File) : std::nullopt;
       if (Stamp) Others.emplace_back(*Stamp, File);
@@ -113,6 +116,7 @@ bool Capture_Watch::Look(const Search_Progress& Progress) {
   Last_State = Now;
   if (Inspected_State && Now == *Inspected_State) return false;
   if (Is_Growing && !Ends_With_A_Line(Seen.Inputs.Csv)) return false;
+  Seen.Has_Csv = Now.Csv.has_value();
   Inspect(Now, Progress);
   Advise_Next();
   Inspected_State = Now;

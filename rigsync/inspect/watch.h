@@ -27,6 +27,7 @@ struct Unlisted_Image {
 // A capture as it was when it was last looked at.
 struct Watched_Capture {
   Inspection_Inputs Inputs;
+  bool Has_Csv = true;                   // false while the CSV doesn't exist
   std::optional<Inspection> Inspected;   // none while the CSV can't be read
   std::string Why_Not;                   // why it can't be read
   std::vector<Unlisted_Image> Unlisted;  // by name
@@ -34,7 +35,8 @@ struct Watched_Capture {
 };
 
 // Looks for images that no line names where the CSV's images are, and while it names none, in the
-// image root and in its folder "images". Of more than Most_Unlisted, those written last.
+// image root and in its folder "images". Without a CSV only in "images": the root may be any
+// folder. Of more than Most_Unlisted, those written last.
 constexpr std::size_t Most_Unlisted = 60;
 
 class Capture_Watch {

@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <sstream>
 
 namespace rigsync {
@@ -71,11 +72,28 @@ const char* State_Words(Image_State State) {
 
 std::string Title(const Watched_Capture& Capture) {
   const std::string Name = Quoted(Capture.Inputs.Csv.filename().string());
+  if (!Capture.Has_Csv) {
+    const std::filesystem::path Full = std::filesystem::absolute(Capture.Inputs.Csv);
+    return fmt::format("{} does not exist yet: {}", Name,
+                       One_Line(Full.lexically_normal().string()));
+  }
   if (!Capture.Inspected) return fmt::format("{} can't be read yet", Name);
   const Inspection& Inspected = *Capture.Inspected;
   const std::size_t Found = Inspected.Search ? Inspected.Search->Usable_Count() : 0;
   return fmt::format("{}: board found in {} of {}", Name, Found,
                      Counted(Inspected.File.Rows.size(), "data line"));
+}
+
+// A path has to be told to its end, so the title goes on in further lines without a CSV.
+std::vector<std::string> Title_Lines(const Watched_Capture& Capture, bool Colour) {
+  std::string Text = Title(Capture);
+  std::vector<std::string> Lines;
+  do {
+    const std::string Line = Cut(Text, Terminal_Width);
+    Text.erase(0, Line.size());
+    Lines.push_back(Painted(Style::Strong, Line, Colour));
+  } while (!Capture.Has_Csv && !Text.empty());
+  return Lines;
 }
 
 // One line; of many images the last, which are the newest by name.
@@ -285,14 +303,19 @@ std::string Advice_Text(const Watched_Capture& Capture) {
   return "Next: " + Pose_Text(Advice.Pose->Parts, Is_First(Capture)) + ".";
 }
 
-std::vector<std::string> Watch_Lines(const Watched_Capture& Capture, bool Colour) {
-  std::vector<std::string> Lines = {
-      Painted(Style::Strong, Cut(Title(Capture), Terminal_Width), Colour)};
+std::vector<std::string> State_Lines(const Watched_Capture& Capture, std::size_t Most,
+                                     bool Colour) {
+  std::vector<std::string> Lines = Title_Lines(Capture, Colour);
   const std::string Unlisted = Unlisted_Text(Capture);
   if (!Unlisted.empty())
     Lines.push_back(Painted(Style::Faint, Cut(Unlisted, Terminal_Width), Colour));
   Append(Map_And_Figures(Capture), Lines);
+  const std::size_t Room = Lines.size() < Most ? Most - Lines.size() : 0;
+  Append(Finding_Lines(Capture, Room, Colour), Lines);
+  return Lines;
+}
 
+std::vector<std::string> Watch_Lines(const Watched_Capture& Capture, bool Colour) {
   const std::string Advice = Advice_Text(Capture);
   const std::size_t Word = Advice.find(':') + 1;
   std::vector<std::string> Last = Folded_Lines(Advice, 0);
@@ -305,9 +328,9 @@ std::vector<std::string> Watch_Lines(const Watched_Capture& Capture, bool Colour
   std::vector<std::string> Short;
   if (!Missing.empty()) Short = Folded_Lines("Missing: " + Missing, 0);
 
-  const std::size_t Taken = Lines.size() + Short.size() + Last.size();
+  const std::size_t Taken = Short.size() + Last.size();
   const std::size_t Room = Taken < Screen_Lines ? Screen_Lines - Taken : 0;
-  Append(Finding_Lines(Capture, Room, Colour), Lines);
+  std::vector<std::string> Lines = State_Lines(Capture, Room, Colour);
   Append(Short, Lines);
   Append(Last, Lines);
   if (Lines.size() > Screen_Lines) {

@@ -18,6 +18,10 @@ constexpr std::size_t Screen_Lines = 23;
 // 'rigsync inspect'.
 std::vector<std::string> Watch_Lines(const Watched_Capture& Capture, bool Colour);
 
+// Those of them that come before what is missing and the advice: the capture so far, with as many
+// findings as Most lines have room for.
+std::vector<std::string> State_Lines(const Watched_Capture& Capture, std::size_t Most, bool Colour);
+
 // "Enough: ..." or "Next: ...", as one sentence.
 std::string Advice_Text(const Watched_Capture& Capture);
 

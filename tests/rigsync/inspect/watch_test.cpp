@@ -185,6 +185,21 @@ TEST_F(Watching, ImagesAreSearchedBeforeALineNamesThem) {
   EXPECT_EQ(Watch.Opened(), 3U);
 }
 
+// Whoever mistypes the CSV's name must not see the images of another folder searched.
+TEST_F(Watching, WithoutACsvTheImageRootItselfIsNotSearched) {
+  fs::copy_file(Photographed() / "images" / Name_Of(1), Folder.Path() / "other.png");
+  Add_Image(2);
+  Capture_Watch Watch(Inputs);
+  Watch.Look({});
+  EXPECT_FALSE(Watch.Capture().Has_Csv);
+  ASSERT_THAT(Watch.Capture().Unlisted, SizeIs(1));
+  EXPECT_EQ(Watch.Capture().Unlisted[0].File.filename(), Name_Of(2));
+  Write_Lines(0);
+  Watch.Look({});
+  EXPECT_TRUE(Watch.Capture().Has_Csv);
+  EXPECT_THAT(Watch.Capture().Unlisted, SizeIs(2));
+}
+
 TEST_F(Watching, EndsByItselfOnlyWhenAskedToAndThereIsEnough) {
   int Image = 0, Looks = 0;
   const auto Take_Next = [&] {
