@@ -30,7 +30,9 @@ body {
 }
 main { max-width: 72rem; margin: 0 auto; padding: 1rem; }
 h1, h2, h3 { line-height: 1.25; text-wrap: balance; }
+h1.page-title { margin: 0; font-size: 1.5rem; }
 h2 { margin: 2.5rem 0 0.5rem; padding-top: 0.75rem; border-top: 1px solid var(--line); }
+h1.page-title + section h2:first-child { margin-top: 1rem; }
 h3 { margin: 0; font-size: 1rem; }
 p { margin: 0.25rem 0 0.75rem; max-width: 44rem; }
 figure { margin: 1rem 0; break-inside: avoid; }

@@ -1,27 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/html_report/watch_page.h"
 
+#include "rigsync/html_report/frame_drawing.h"
 #include "rigsync/html_report/page.h"
 #include "rigsync/html_report/plot.h"
 #include "rigsync/report/watch_report.h"
-
-#include <fmt/format.h>
+#include "rigsync/system/text.h"
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 
 namespace rigsync {
 namespace {
 
 constexpr int Refresh_Seconds = 2;
-constexpr double Drawn_Width = 640;
 
-// The frame in pixels, and how it is drawn.
+// The frame in pixels.
 struct Frame {
-  double Width = 1920, Height = 1080;
+  int Width = 1920, Height = 1080;
   Lens Lens_Px;
-
-  double Scale() const { return Drawn_Width / Width; }
 };
 
 // Before a lens is fitted, the one that the advice reckons with then.
@@ -38,15 +36,17 @@ Frame Frame_Of(const Watched_Capture& Capture) {
   return Of;
 }
 
-// In the drawing's units. Without distortion, which moves no corner by more than a line is wide.
-Eigen::Vector2d Drawn(const Frame& Of, const Eigen::Vector3d& Point_Cam) {
-  return Of.Scale() *
-         Eigen::Vector2d(Of.Lens_Px.Fx * Point_Cam.x() / Point_Cam.z() + Of.Lens_Px.Cx,
-                         Of.Lens_Px.Fy * Point_Cam.y() / Point_Cam.z() + Of.Lens_Px.Cy);
+// With the sign that a terminal may not have.
+std::string With_Signs(std::string Text) {
+  constexpr std::string_view Typed = "+- ", Sign = "\u00b1 ";
+  for (std::size_t At = Text.find(Typed); At != std::string::npos; At = Text.find(Typed, At)) {
+    Text.replace(At, Typed.size(), Sign);
+  }
+  return Text;
 }
 
 // The edge of the inner corners in all images.
-void Add_Found_Boards(Element Svg, const Watched_Capture& Capture, const Frame& Of) {
+void Add_Found_Boards(const Frame_Drawing& Into, const Watched_Capture& Capture) {
   if (!Capture.Inspected || !Capture.Inspected->Search) return;
   const Board_Size& Board = Capture.Inputs.Board.Board;
   const auto Cols = static_cast<std::size_t>(Board.Cols);
@@ -57,25 +57,10 @@ void Add_Found_Boards(Element Svg, const Watched_Capture& Capture, const Frame& 
     for (std::size_t k = 0; k < Edge.size(); ++k) {
       const auto& From = Image.Corners[Edge[k]];
       const auto& To = Image.Corners[Edge[(k + 1) % Edge.size()]];
-      Add_Line(Svg, Of.Scale() * From[0], Of.Scale() * From[1], Of.Scale() * To[0],
-               Of.Scale() * To[1], "kept");
+      Add_Line(Into.Svg, Into.X_At(From[0]), Into.Y_At(From[1]), Into.X_At(To[0]), Into.Y_At(To[1]),
+               "kept");
     }
   }
-}
-
-// The advised board, its rows and columns of corners as lines.
-void Add_Next_Board(Element Svg, const Watched_Capture& Capture, const Frame& Of) {
-  if (!Capture.Advice.Pose) return;
-  const Board_Size& Board = Capture.Inputs.Board.Board;
-  const Eigen::Isometry3d& Pose = Capture.Advice.Pose->Transform_Cam_Chart;
-  const auto Add = [&](double Col, double Row, double To_Col, double To_Row) {
-    const double Square = Capture.Inputs.Board.Square_Size;
-    const Eigen::Vector2d From = Drawn(Of, Pose * (Square * Eigen::Vector3d(Col, Row, 0)));
-    const Eigen::Vector2d To = Drawn(Of, Pose * (Square * Eigen::Vector3d(To_Col, To_Row, 0)));
-    Add_Line(Svg, From.x(), From.y(), To.x(), To.y(), "board");
-  };
-  for (int c = -1; c <= Board.Cols; ++c) Add(c, -1, c, Board.Rows);
-  for (int r = -1; r <= Board.Rows; ++r) Add(-1, r, Board.Cols, r);
 }
 
 void Add_Frame_Figure(Element Section, const Watched_Capture& Capture) {
@@ -83,30 +68,34 @@ void Add_Frame_Figure(Element Section, const Watched_Capture& Capture) {
   Element Figure = Add_Figure(
       Section,
       {"The frame, with the next pose",
-       "The board in lines is where it should be photographed next; the other outlines are "
-       "the boards that were found. Good captures have outlines everywhere, large and "
-       "small, and of every shape."});
-  const double Height = Of.Scale() * Of.Height;
-  Element Svg = Add_Drawing(Figure, Drawn_Width, Height, "The frame, with the next pose",
-                            Advice_Text(Capture));
-  for (const double Y : {0.5, Height - 0.5}) Add_Line(Svg, 0, Y, Drawn_Width, Y, "axis");
-  for (const double X : {0.5, Drawn_Width - 0.5}) Add_Line(Svg, X, 0, X, Height, "axis");
-  Add_Found_Boards(Svg, Capture, Of);
-  Add_Next_Board(Svg, Capture, Of);
+       "The board in lines is where it should be photographed next: its heavy edge is nearest to "
+       "the camera, the ring is the first corner. The other outlines are the boards that were "
+       "found. Good captures have outlines everywhere, large and small, and of every shape."});
+  const Frame_Drawing Drawing =
+      Add_Frame_Drawing(Figure, Of.Width, Of.Height, "The frame, with the next pose",
+                        With_Signs(Advice_Text(Capture)));
+  Set(Drawing.Svg, "class", "framed");
+  Add_Found_Boards(Drawing, Capture);
+  if (!Capture.Advice.Pose) return;
+  Draw_Board_In_Frame(Drawing, Capture.Advice.Pose->Transform_Cam_Chart, Capture.Inputs.Board.Board,
+                      Capture.Inputs.Board.Square_Size, Of.Lens_Px);
 }
 
 }  // namespace
 
 std::string Watch_Page(const Watched_Capture& Capture) {
-  const Page Whole =
-      Make_Page("Capture " + Capture.Inputs.Csv.filename().string(), Refresh_Seconds);
-  Element Advice = Add_Section(Whole.Main, "next", Advice_Text(Capture));
-  for (const std::string& Text : Shortage_Texts(Capture)) Add_Text(Advice, "p", Text);
+  const std::string Title = "Capture of " + One_Line(Capture.Inputs.Csv.filename().string());
+  const Page Whole = Make_Page(Title, Refresh_Seconds);
+  Add_Text(Whole.Main, "h1", Title, "page-title");
+  Element Advice = Add_Section(Whole.Main, "next", With_Signs(Advice_Text(Capture)));
+  for (const std::string& Text : Shortage_Texts(Capture)) Add_Text(Advice, "p", With_Signs(Text));
   Add_Frame_Figure(Advice, Capture);
   Element State = Add_Section(Whole.Main, "state", "The capture so far");
   std::string Screen;
-  for (const std::string& Line : Watch_Lines(Capture, /*Colour=*/false)) Screen += Line + "\n";
-  Add_Text(State, "pre", Screen);
+  for (const std::string& Line : State_Lines(Capture, Screen_Lines, /*Colour=*/false)) {
+    Screen += Line + "\n";
+  }
+  Add_Text(State, "pre", With_Signs(Screen));
   return Page_Source(Whole);
 }
 
