@@ -2,6 +2,7 @@
 #include "rigsync/html_report/cross_check_section.h"
 
 #include "rigsync/html_report/frame_drawing.h"
+#include "rigsync/html_report/keyed_number.h"
 #include "rigsync/html_report/number_text.h"
 #include "rigsync/html_report/page.h"
 #include "rigsync/html_report/plot.h"

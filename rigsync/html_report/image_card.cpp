@@ -2,6 +2,7 @@
 #include "rigsync/html_report/image_card.h"
 
 #include "rigsync/html_report/keyed_number.h"
+#include "rigsync/html_report/number_text.h"
 
 #include <fmt/format.h>
 
@@ -173,13 +174,7 @@ double Arrow_Factor(const std::vector<Image_Entry>& Entries, const Run_View& Vie
       Lengths.push_back((Error.Predicted_Px[k] - Error.Found_Px[k]).norm());
     }
   }
-  const double Most = Median_Arrow * View.Width / Finite_Median(Lengths);
-  if (!std::isfinite(Most) || Most < 1.0) return 1.0;
-  const double Power = std::pow(10.0, std::floor(std::log10(Most)));
-  for (const double Step : {5.0, 2.0}) {
-    if (Step * Power <= Most) return Step * Power;
-  }
-  return Power;
+  return std::max(1.0, Round_Magnification(Finite_Median(Lengths), Median_Arrow * View.Width));
 }
 
 void Add_Image_Card(Element Cards, const Image_Entry& Entry, const Run_View& View,

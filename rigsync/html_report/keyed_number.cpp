@@ -28,11 +28,15 @@ std::string Exact_Number(double Value) {
   return std::isfinite(Value) ? fmt::format("{}", Value) : "null";
 }
 
+void Mark_Number(Element At, std::string_view Key, double Value) {
+  Set(At, "data-key", Key);
+  Set(At, "data-value", Exact_Number(Value));
+}
+
 Element Add_Number(Element Parent, const char* Tag, const Keyed_Number& Number,
                    std::string_view Class) {
   Element New = Add_Text(Parent, Tag, Shown(Number), Class);
-  Set(New, "data-key", Number.Key);
-  Set(New, "data-value", Exact_Number(Number.Value));
+  Mark_Number(New, Number.Key, Number.Value);
   if (Number.Factor != 1.0) Set(New, "data-factor", Exact_Number(Number.Factor));
   return New;
 }

@@ -21,6 +21,10 @@ struct Keyed_Number {
   bool Is_Short = false;  // without zeros at the end, for what somebody typed
 };
 
+// Says which number of result.json the element shows: its path there, and the number with all its
+// digits.
+void Mark_Number(Element At, std::string_view Key, double Value);
+
 // A new last child with the number as its text; "none" for one that isn't finite, which the file
 // has as null.
 Element Add_Number(Element Parent, const char* Tag, const Keyed_Number& Number,

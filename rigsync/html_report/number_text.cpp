@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/html_report/number_text.h"
 
-#include "rigsync/html_report/keyed_number.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -27,11 +25,6 @@ std::string Two_Figures(double Value) {
   return std::abs(std::stod(Text)) >= std::pow(10.0, Power + 1.0) && Decimals > 0
              ? fmt::format("{:.{}f}", Rounded, Decimals - 1)
              : Text;
-}
-
-void Mark_Number(Element At, std::string_view Key, double Value) {
-  Set(At, "data-key", Key);
-  Set(At, "data-value", Exact_Number(Value));
 }
 
 double Round_Magnification(double Largest, double Room) {

@@ -4,20 +4,13 @@
 #ifndef RIGSYNC_HTML_REPORT_NUMBER_TEXT_H
 #define RIGSYNC_HTML_REPORT_NUMBER_TEXT_H
 
-#include "rigsync/html_report/element.h"
-
 #include <string>
-#include <string_view>
 
 namespace rigsync {
 
 // With two significant digits and without an exponent: "0.034", "1.8", "25", "130". A number that
 // is not finite is "unknown".
 std::string Two_Figures(double Value);
-
-// Says which number of result.json the element shows: its path there, and the number with all its
-// digits.
-void Mark_Number(Element At, std::string_view Key, double Value);
 
 // 1, 2 or 5 times a power of ten by which Largest is to be magnified to take Room at most. 1 where
 // Largest is not above 0.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/html_report/frame_drawing.h"
+#include "rigsync/html_report/keyed_number.h"
 #include "rigsync/html_report/number_text.h"
 #include "rigsync/html_report/page.h"
 
