@@ -61,10 +61,10 @@ void Add_Bar(const Plot& Into, Element Svg, double X, double Width, double Px,
   Set(Number, "font-size", 10.0);
 }
 
-void Add_Cross(Element Svg, double X, double Y) {
+void Add_Cross(Element Svg, double X, double Y, std::string_view Class) {
   constexpr double Half = 3.5;
-  Add_Line(Svg, X - Half, Y - Half, X + Half, Y + Half, "dropped");
-  Add_Line(Svg, X - Half, Y + Half, X + Half, Y - Half, "dropped");
+  Add_Line(Svg, X - Half, Y - Half, X + Half, Y + Half, Class);
+  Add_Line(Svg, X - Half, Y + Half, X + Half, Y - Half, Class);
 }
 
 void Add_Image(const Plot& Into, const Image_Entry& Entry, const Run_View& View, double Place) {
@@ -81,8 +81,9 @@ void Add_Image(const Plot& Into, const Image_Entry& Entry, const Run_View& View,
   Set(Hit, "height", Into.Height);
   Add_Bar(Into, Link, X, First_Part * Room, Entry.Error.First_Mean_Px, "first");
   const bool Is_Kept = Entry.Error.Is_Kept;
-  Add_Bar(Into, Link, X, Last_Part * Room, Entry.Error.Mean_Px, Is_Kept ? "kept" : "dropped");
-  if (!Is_Kept) Add_Cross(Link, X, Bottom - 6.0);
+  const char* const Dropped = Is_Set_Aside(Entry.Error) ? "dropped aside" : "dropped";
+  Add_Bar(Into, Link, X, Last_Part * Room, Entry.Error.Mean_Px, Is_Kept ? "kept" : Dropped);
+  if (!Is_Kept) Add_Cross(Link, X, Bottom - 6.0, Dropped);
 }
 
 void Add_Key(Element Svg) {
@@ -97,7 +98,7 @@ void Add_Key(Element Svg) {
   Box(330, "first", "before (first pass)");
   Box(465, "kept", "after, kept");
   Box(560, "dropped", "after, dropped");
-  Add_Cross(Svg, 565, 8.5);
+  Add_Cross(Svg, 565, 8.5, "dropped");
 }
 
 std::string Description_Of(const std::vector<Image_Entry>& Entries) {

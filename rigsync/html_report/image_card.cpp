@@ -114,7 +114,12 @@ void Add_Picture(Element Card, const Image_Entry& Entry, const Run_View& View,
     Set(Svg.last_child(), "y", 28.0);
   }
   Add_Corners(Svg, Entry.Error, Frame, Factor);
-  if (!Entry.Error.Is_Kept) Add_Cross(Svg, Frame);
+  if (!Entry.Error.Is_Kept && !Is_Set_Aside(Entry.Error)) Add_Cross(Svg, Frame);
+}
+
+const char* Fate_Class(const Row_Error& Error) {
+  if (Error.Is_Kept) return "";
+  return Is_Set_Aside(Error) ? " out aside" : " out";
 }
 
 // A number of result.json under its key, where it is one.
@@ -180,13 +185,13 @@ double Arrow_Factor(const std::vector<Image_Entry>& Entries, const Run_View& Vie
 void Add_Image_Card(Element Cards, const Image_Entry& Entry, const Run_View& View,
                     const Thumbnail& Photograph, double Factor) {
   const Viewed_Row& Row = View.Rows[Entry.Row];
-  Element Card = Add(Cards, "article",
-                     fmt::format("card{} rank-{}", Entry.Error.Is_Kept ? "" : " out", Entry.Rank));
+  Element Card =
+      Add(Cards, "article", fmt::format("card{} rank-{}", Fate_Class(Entry.Error), Entry.Rank));
   Set(Card, "id", Entry.Id);
   Add_Text(Card, "h4", Row.Image.Name);
   Add_Picture(Card, Entry, View, Photograph, Factor);
   const std::string Line = Row.Image.Line > 0 ? fmt::format("Line {}, ", Row.Image.Line) : "";
-  Add_Text(Card, "p", Line + Entry.Fate, Entry.Error.Is_Kept ? "fate" : "fate out");
+  Add_Text(Card, "p", Line + Entry.Fate, fmt::format("fate{}", Fate_Class(Entry.Error)));
   Add_Error(Card, Entry, View);
   Add_Joint(Card, Entry);
 }

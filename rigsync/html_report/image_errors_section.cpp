@@ -32,11 +32,13 @@ a:hover .hit, a:focus .hit { fill: var(--line); fill-opacity: 0.5; }
   break-inside: avoid; font-size: 0.9rem;
 }
 .card.out { border: 2px dashed var(--dropped); }
+.card.aside { border-color: var(--quiet); }
 .card:target { outline: 3px solid var(--kept); outline-offset: 2px; }
 .card h4 { margin: 0 0 0.4rem; font-size: 0.9rem; overflow-wrap: anywhere; }
 .card p { margin: 0.3rem 0 0; overflow-wrap: anywhere; }
 .card .fate { font-weight: 600; }
 .card .fate.out { color: var(--dropped); }
+.card .fate.aside { color: var(--quiet); }
 .card svg { width: 100%; max-width: none; background: var(--soft); font-size: 20px; }
 .card svg image { opacity: 0.85; }
 .card svg path { filter: drop-shadow(0 0 1px var(--paper)); }
@@ -110,7 +112,10 @@ std::string Cards_Text(const std::vector<Image_Entry>& Entries, double Factor) {
   } else {
     Text += ". The result has no mount to predict them with.";
   }
-  Text += " A dashed frame and a cross mark a dropped image.";
+  Text +=
+      " A dashed frame marks a dropped image; it is red and has a cross where the joint solve "
+      "didn't "
+      "keep it either.";
   const bool Has_F = std::any_of(Entries.begin(), Entries.end(), [](const Image_Entry& Entry) {
     return Entry.Error.Joint.has_value();
   });

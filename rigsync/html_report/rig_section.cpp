@@ -159,7 +159,7 @@ void Add_Near_Figure(Element Section, const Run_View& View, const Isometry3d& Mo
 struct Standing_Board {
   std::vector<Vector3d> Outline_Cam;  // of its squares
   Vector3d Centre_Cam = Vector3d::Zero();
-  bool Is_Kept = false;
+  bool Is_Kept = false, Is_Set_Aside = false;
   std::string Name;
 };
 
@@ -179,6 +179,7 @@ std::vector<Standing_Board> Boards_Of(const Run_View& View) {
       Board.Centre_Cam += 0.25 * Board.Outline_Cam.back();
     }
     Board.Is_Kept = Errors[i].Is_Kept;
+    Board.Is_Set_Aside = Is_Set_Aside(Errors[i]);
     Board.Name =
         View.Rows[i].Image.Name + (Board.Is_Kept ? "" : ", dropped: " + Errors[i].Drop_Reason);
     Boards.push_back(Board);
@@ -189,12 +190,13 @@ std::vector<Standing_Board> Boards_Of(const Run_View& View) {
 void Draw_Board(const Scale_Drawing& Into, const Standing_Board& Board) {
   Element Group = Add(Into.Svg(), "g");
   Add_Tip(Group, Board.Name);
-  Into.Add_Polygon(Group, Board.Outline_Cam, Board.Is_Kept ? "board" : "dropped outside");
+  const std::string Dropped = Board.Is_Set_Aside ? "dropped aside" : "dropped";
+  Into.Add_Polygon(Group, Board.Outline_Cam, Board.Is_Kept ? "board" : Dropped + " outside");
   if (Board.Is_Kept) return;
   constexpr double Half = 5.0;
   const Eigen::Vector2d At = Into.At(Board.Centre_Cam);
-  Add_Line(Group, At.x() - Half, At.y() - Half, At.x() + Half, At.y() + Half, "dropped");
-  Add_Line(Group, At.x() - Half, At.y() + Half, At.x() + Half, At.y() - Half, "dropped");
+  Add_Line(Group, At.x() - Half, At.y() - Half, At.x() + Half, At.y() + Half, Dropped);
+  Add_Line(Group, At.x() - Half, At.y() + Half, At.x() + Half, At.y() - Half, Dropped);
 }
 
 double Farthest_Of(const std::vector<Standing_Board>& Boards) {
@@ -236,7 +238,8 @@ void Add_Far_Figure(Element Section, const Run_View& View,
       Section,
       {"Boards where they stood",
        fmt::format("Each outline is a board as its image sees it, {} in all; dashed with a cross: "
-                   "dropped ({}). Good: boards at several distances, tilted both ways, and "
+                   "dropped ({}), grey where the joint solve kept it. Good: boards at several "
+                   "distances, tilted both ways, and "
                    "everywhere in the pyramid.",
                    Boards.size(), Dropped)});
   Element Views = Add(Figure, "div", "views");

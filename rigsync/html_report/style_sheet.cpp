@@ -92,6 +92,7 @@ a { color: var(--kept); }
 .label { fill: var(--ink); }
 .kept { fill: var(--kept); stroke: var(--kept); }
 .dropped { fill: none; stroke: var(--dropped); stroke-width: 2; }
+.aside { stroke: var(--quiet); }
 .good { fill: var(--good); stroke: var(--good); }
 .warn { fill: var(--warn); stroke: var(--warn); }
 .bad { fill: var(--bad); stroke: var(--bad); }

@@ -121,6 +121,10 @@ Row_Error Measure_Row(const Run_View& View, std::size_t i) {
 
 }  // namespace
 
+bool Is_Set_Aside(const Row_Error& Error) {
+  return !Error.Is_Kept && Error.Joint && Error.Joint->Is_Kept;
+}
+
 std::vector<Row_Error> Measure_Row_Errors(const Run_View& View) {
   std::vector<Row_Error> Errors;
   for (std::size_t i = 0; i < View.Rows.size(); ++i) Errors.push_back(Measure_Row(View, i));

@@ -42,6 +42,10 @@ struct Row_Error {
   std::optional<Solved_Row> Joint;  // the second opinion's
 };
 
+// Whether the library's filter alone dropped the image. It drops what is further from the mean than
+// 1.3 standard deviations, so that sound images are among it; the joint solve kept this one.
+bool Is_Set_Aside(const Row_Error& Error);
+
 // One for each row of the view, in its order.
 std::vector<Row_Error> Measure_Row_Errors(const Run_View& View);
 

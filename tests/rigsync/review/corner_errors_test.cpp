@@ -139,5 +139,18 @@ TEST(CornerErrors, TheMedianLeavesOutWhatIsNotKnown) {
   EXPECT_TRUE(std::isnan(Finite_Median({NAN})));
 }
 
+TEST(CornerErrors, AnImageIsSetAsideWhereOnlyTheLibraryDroppedIt) {
+  Row_Error Error;
+  EXPECT_FALSE(Is_Set_Aside(Error));  // no board: nothing to keep
+  Error.Joint.emplace();
+  Error.Joint->Is_Kept = true;
+  EXPECT_TRUE(Is_Set_Aside(Error));
+  Error.Joint->Is_Kept = false;
+  EXPECT_FALSE(Is_Set_Aside(Error));
+  Error.Joint->Is_Kept = true;
+  Error.Is_Kept = true;
+  EXPECT_FALSE(Is_Set_Aside(Error));
+}
+
 }  // namespace
 }  // namespace rigsync
