@@ -86,7 +86,8 @@ void Add_Bars(Element Section, const std::vector<Image_Entry>& Entries, const Ru
        "A bar is how far, on average, the corners found in an image are from where both "
        "trackers, both mounts and the lens put them. Good: the kept bars are low and alike, "
        "without a step or a slope. A step means that something moved on the rig; single "
-       "tall bars that were dropped do no harm."});
+       "tall bars that were dropped do no harm. Grey outlines are images that only the "
+       "library dropped."});
   Add_Error_Bars(By_Time, Entries, View, Bar_Order::By_Time);
   Element By_Error =
       Add_Figure(Section, {"The same, worst first",
