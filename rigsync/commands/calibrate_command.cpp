@@ -16,6 +16,7 @@
 #include "rigsync/command_line/capture_flags.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
+#include "rigsync/commands/engine_output.h"
 #include "rigsync/commands/report_file.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
@@ -69,7 +70,7 @@ Example:
 // The command line as typed.
 struct Calibrate_Arguments {
   Capture_Arguments Capture;
-  std::string Out;
+  std::string Out, Engine;
   bool Is_Verbose = false, Is_Quiet = false, Is_Library_Only = false, Allows_Many_Images = false;
 };
 
@@ -297,6 +298,22 @@ int Exit_Status(const Calibration_Result& Result) {
   return *Result.Code;
 }
 
+// Prints the fields of an engine after the result. Returns the export's code; a result without
+// anything to export, or with two mounts that contradict each other, says so instead.
+int Print_Engine(const std::string& Name, const Calibration_Result& Result,
+                 const fs::path& Result_File) {
+  if (Name.empty() || !Result.Code) return 0;
+  try {
+    Require_Export(Result_File.string(), Result, /*Is_Chosen=*/false);
+  } catch (const Usage_Error& Refusal) {
+    Warn(fmt::format("no fields of {}: {}", Engine_Named(Name).Title, Refusal.what()));
+    return 0;
+  }
+  Print("\n");
+  Warn_Of_Doubts(Result);
+  return Print_Export(Engine_Named(Name), Result, Result_File.parent_path(), /*As_Json=*/false);
+}
+
 int Calibrate(const Calibrate_Arguments& Arguments) {
   Calibration_Result Result;
   Result.Inputs = Read_Inputs(Arguments);
@@ -334,7 +351,9 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
   Files.Reprojections = Written_Reprojections(Result.Run_Folder, Result.Images);
   Report_Result(Result, Files);
   if (!Write_Error.empty()) throw std::runtime_error(Write_Error);
-  return Exit_Status(Result);
+  const int Export_Code = Print_Engine(Arguments.Engine, Result, Files.Result);
+  const int Status = Exit_Status(Result);
+  return Status == Exit_Success ? Export_Code : Status;
 }
 
 }  // namespace
@@ -359,6 +378,9 @@ void Add_Calibrate_Command(Command_Line& Line) {
                    "folder for result.json, report.html, run log and images")
       ->required()
       ->type_name("DIR");
+  Add_Engine_Flag(Line, *Command, Arguments->Engine,
+                  "also print the fields of an engine, as 'rigsync export' does: ue4, ue5, ue5-xn "
+                  "or aximmetry");
   CLI::Option* const Verbose = Command->add_flag("--verbose", Arguments->Is_Verbose,
                                                  "show the run log while the library works");
   Command->add_flag("--library-only", Arguments->Is_Library_Only,

@@ -441,4 +441,28 @@ TEST(Calibrate, TheExampleHostPrintsItsUsage) {
   EXPECT_EQ(Alone.Error, "usage: " RIGSYNC_MINIMAL_HOST " CAPTURE.csv OUTPUT_FOLDER\n");
 }
 
+TEST(Calibrate, PrintsTheFieldsOfAnEngineAsExportDoes) {
+  const Scratch_Folder Scratch;
+  std::vector<std::string> Arguments =
+      Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out");
+  Arguments.insert(Arguments.end(), {"--to", "aximmetry"});
+  const Finished Calibrated = Rigsync(Arguments);
+  EXPECT_EQ(Calibrated.Status, 0) << Calibrated.Error;
+  const Finished Exported =
+      Rigsync({"export", (Scratch.Path() / "out/result.json").string(), "--to", "aximmetry"});
+  ASSERT_THAT(Exported.Output, HasSubstr("Aximmetry"));
+  EXPECT_THAT(Calibrated.Output, testing::EndsWith("\n\n" + Exported.Output));
+}
+
+TEST(Calibrate, SaysWhyThereAreNoFieldsOfAnEngine) {
+  const Scratch_Folder Scratch;
+  const std::string Csv = Scratch.Write("capture.csv", "Time,Image\n");
+  std::vector<std::string> Arguments = Calibrate_Arguments(Csv, Scratch.Path() / "out");
+  Arguments.insert(Arguments.end(), {"--to", "ue5"});
+  const Finished Result = Rigsync(Arguments);
+  EXPECT_EQ(Result.Status, 4) << Result.Output;  // the board in fewer than 12 images
+  EXPECT_THAT(Result.Error, AllOf(HasSubstr("no fields of Unreal Engine 5"),
+                                  HasSubstr("has no result to export")));
+}
+
 }  // namespace
