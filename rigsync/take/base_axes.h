@@ -5,7 +5,7 @@
 #ifndef RIGSYNC_TAKE_BASE_AXES_H
 #define RIGSYNC_TAKE_BASE_AXES_H
 
-#include <Eigen/Core>
+#include <Eigen/LU>  // a 3 by 3 matrix with its determinant
 
 #include <array>
 #include <string>

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <optional>
 #include <string_view>
 
 namespace rigsync {
@@ -44,18 +43,22 @@ std::optional<Rotation_Form> Read_Euler(std::string_view Word) {
 
 }  // namespace
 
-Rotation_Form Parse_Rotation(const std::string& Flag, const std::string& Word) {
+std::optional<Rotation_Form> Find_Rotation(const std::string& Word) {
   using Kind = Rotation_Form::Kind;
-  if (Word == "helical") return {Kind::Helical};
-  if (Word == "matrix-columns") return {Kind::Matrix_Columns};
-  if (Word == "matrix-rows") return {Kind::Matrix_Rows};
-  const std::optional<Rotation_Form> Euler = Read_Euler(Word);
-  if (!Euler) {
+  if (Word == "helical") return Rotation_Form{Kind::Helical};
+  if (Word == "matrix-columns") return Rotation_Form{Kind::Matrix_Columns};
+  if (Word == "matrix-rows") return Rotation_Form{Kind::Matrix_Rows};
+  return Read_Euler(Word);
+}
+
+Rotation_Form Parse_Rotation(const std::string& Flag, const std::string& Word) {
+  const std::optional<Rotation_Form> Form = Find_Rotation(Word);
+  if (!Form) {
     Refuse(Flag, Word,
            "helical, euler-xyz-body or euler-xyz-fixed (or another order of x, y and z), "
            "matrix-columns or matrix-rows");
   }
-  return *Euler;
+  return *Form;
 }
 
 std::string Rotation_Word(const Rotation_Form& Form) {

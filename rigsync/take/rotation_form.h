@@ -8,6 +8,7 @@
 #include <Eigen/Geometry>
 
 #include <array>
+#include <optional>
 #include <string>
 
 namespace rigsync {
@@ -31,6 +32,9 @@ struct Rotation_Form {
   bool Is_Euler() const { return Is == Kind::Euler_Body || Is == Kind::Euler_Fixed; }
   bool Is_Matrix() const { return Is == Kind::Matrix_Columns || Is == Kind::Matrix_Rows; }
 };
+
+// Nothing for any other word.
+std::optional<Rotation_Form> Find_Rotation(const std::string& Word);
 
 // Throws Usage_Error for any other word: "FLAG: 'WORD' is wrong; expected ...".
 Rotation_Form Parse_Rotation(const std::string& Flag, const std::string& Word);
