@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace rigsync {
@@ -27,6 +28,9 @@ struct Photographs {
   std::vector<Photograph> Pictures;  // by time, then by name
   Time_Source Source = Time_Source::File_Time;
   double Resolution_Seconds = 0;  // of the times: 1 for EXIF without fractions of a second
+  // Timecode at Seconds == 0, seconds since midnight, if the times are timecodes.
+  std::optional<double> Timecode_Start;
+  std::vector<std::string> Warnings;  // what was left out, a sentence each
 };
 
 // One frame of a clip.
@@ -42,6 +46,8 @@ struct Clip {
   double Rate_Hz = 0;
   std::vector<Clip_Frame> Frames;
   std::optional<double> Timecode_Start;  // of the first frame, seconds since midnight
+  std::size_t Stream = 0;                // of the file's streams, the one with these frames
+  std::vector<std::string> Warnings;     // a sentence each
 };
 
 }  // namespace rigsync
