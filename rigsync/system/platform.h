@@ -10,11 +10,13 @@
 #define RIGSYNC_SYSTEM_PLATFORM_H
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace rigsync {
 
@@ -95,6 +97,31 @@ std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_vie
 
 // Renames a file atomically, replacing an existing file. Both paths must be in the same folder.
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To);
+
+// ---- Other programs ----------------------------------------------------------------------------
+//
+// Child_Process (rigsync/system/child_process.h) is what the command uses.
+
+// A program that runs, with descriptors to read what it writes.
+struct Started_Program {
+  std::intptr_t Process = 0;
+  int Output = -1, Error = -1;
+};
+
+// Starts the program that the first of Words names, with the others as its arguments. A name
+// without a folder is looked for in the search path, and not in the working directory.
+// std::errc::no_such_file_or_directory says that it isn't found.
+std::error_code Start_Program(const std::vector<std::string>& Words, Started_Program& Started);
+
+// Reads Size bytes or fewer as soon as there are some; 0 at the end.
+std::size_t Read_Some(int Descriptor, char* Buffer, std::size_t Size);
+
+// Ends the program at once, without waiting for its end.
+void End_Program(const Started_Program& Started);
+
+// Waits for the end of the program and forgets it. Returns its exit status, or 128 and the number
+// of the signal that ended it.
+int Wait_For_Program(const Started_Program& Started);
 
 // ---- The shell ---------------------------------------------------------------------------------
 

@@ -6,11 +6,15 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX's, with sigaction
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+
+extern char** environ;  // NOLINT: POSIX's, and in no header
 
 namespace rigsync {
 namespace {
@@ -80,6 +84,65 @@ bool Write_All(int Descriptor, std::string_view Text) {
 std::error_code Last_Error() {
   return {errno, std::generic_category()};
 }
+
+// ---- Other programs ----------------------------------------------------------------------------
+
+// A pipe whose ends no other program inherits.
+class Pipe {
+ public:
+  Pipe() {
+    if (pipe(Ends.data()) != 0) Ends = {-1, -1};
+    for (const int End : Ends) {
+      if (End >= 0) fcntl(End, F_SETFD, FD_CLOEXEC);
+    }
+  }
+  ~Pipe() {
+    for (const int End : Ends) {
+      if (End >= 0) close(End);
+    }
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+
+  bool Is_Open() const { return Ends[0] >= 0; }
+  int Writing_End() const { return Ends[1]; }
+  // The caller closes it.
+  int Take_Reading_End() {
+    const int End = Ends[0];
+    Ends[0] = -1;
+    return End;
+  }
+
+ private:
+  std::array<int, 2> Ends = {-1, -1};
+};
+
+// How the started program's streams and signals differ from ours.
+class Start_Plan {
+ public:
+  Start_Plan(int Output, int Error) {
+    posix_spawn_file_actions_init(&Actions);
+    posix_spawn_file_actions_addopen(&Actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&Actions, Output, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&Actions, Error, STDERR_FILENO);
+    // Prepared_Process ignores the signal, and a started program would inherit that.
+    sigset_t Pipe_Signal;
+    sigemptyset(&Pipe_Signal);
+    sigaddset(&Pipe_Signal, SIGPIPE);
+    posix_spawnattr_init(&Attributes);
+    posix_spawnattr_setsigdefault(&Attributes, &Pipe_Signal);
+    posix_spawnattr_setflags(&Attributes, POSIX_SPAWN_SETSIGDEF);
+  }
+  ~Start_Plan() {
+    posix_spawnattr_destroy(&Attributes);
+    posix_spawn_file_actions_destroy(&Actions);
+  }
+  Start_Plan(const Start_Plan&) = delete;
+  Start_Plan& operator=(const Start_Plan&) = delete;
+
+  posix_spawn_file_actions_t Actions{};
+  posix_spawnattr_t Attributes{};
+};
 
 }  // namespace
 
@@ -187,6 +250,44 @@ std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_vie
 
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To) {
   return std::rename(From.c_str(), To.c_str()) == 0 ? std::error_code() : Last_Error();
+}
+
+std::error_code Start_Program(const std::vector<std::string>& Words, Started_Program& Started) {
+  Pipe Output;
+  Pipe Error;
+  if (!Output.Is_Open() || !Error.Is_Open()) return Last_Error();
+  // The parameter is not const for historical reasons; nothing is written to the words.
+  std::vector<char*> Arguments;
+  for (const std::string& Word : Words) Arguments.push_back(const_cast<char*>(Word.c_str()));
+  Arguments.push_back(nullptr);
+  const Start_Plan Plan(Output.Writing_End(), Error.Writing_End());
+  pid_t Process = 0;
+  const int Reason = posix_spawnp(&Process, Words.front().c_str(), &Plan.Actions, &Plan.Attributes,
+                                  Arguments.data(), environ);
+  if (Reason != 0) return {Reason, std::generic_category()};
+  Started = {Process, Output.Take_Reading_End(), Error.Take_Reading_End()};
+  return {};
+}
+
+std::size_t Read_Some(int Descriptor, char* Buffer, std::size_t Size) {
+  ssize_t Count = 0;
+  do {
+    Count = read(Descriptor, Buffer, Size);
+  } while (Count < 0 && errno == EINTR);
+  return Count < 0 ? 0 : static_cast<std::size_t>(Count);
+}
+
+void End_Program(const Started_Program& Started) {
+  kill(static_cast<pid_t>(Started.Process), SIGKILL);
+}
+
+int Wait_For_Program(const Started_Program& Started) {
+  constexpr int Signal_Base = 128;
+  int State = 0;
+  while (waitpid(static_cast<pid_t>(Started.Process), &State, 0) < 0) {
+    if (errno != EINTR) return Signal_Base;
+  }
+  return WIFEXITED(State) ? WEXITSTATUS(State) : Signal_Base + WTERMSIG(State);
 }
 
 std::string Shell_Word(const std::string& Text) {

@@ -2,6 +2,7 @@
 //
 // platform.h for Windows 10 and later, with the C runtime's descriptors, and with system calls
 // where the runtime has no function.
+#include "rigsync/system/child_process.h"
 #include "rigsync/system/platform.h"
 
 #include <fcntl.h>
@@ -98,6 +99,102 @@ std::error_code Write_All(HANDLE File, std::string_view Text) {
   const bool Is_Unsupported = Reason.value() == static_cast<int>(ERROR_INVALID_FUNCTION) ||
                               Reason.value() == static_cast<int>(ERROR_NOT_SUPPORTED);
   return Is_Unsupported ? std::error_code() : Reason;
+}
+
+// ---- Other programs ----------------------------------------------------------------------------
+
+// Closes its handle unless that was taken.
+class Owned_Handle {
+ public:
+  explicit Owned_Handle(HANDLE Owned = INVALID_HANDLE_VALUE) : Value(Owned) {}
+  ~Owned_Handle() {
+    if (Is_Open()) CloseHandle(Value);
+  }
+  Owned_Handle(const Owned_Handle&) = delete;
+  Owned_Handle& operator=(const Owned_Handle&) = delete;
+
+  bool Is_Open() const { return Value != INVALID_HANDLE_VALUE && Value != nullptr; }
+  HANDLE Get() const { return Value; }
+  HANDLE* Place() { return &Value; }
+  HANDLE Take() {
+    const HANDLE Taken = Value;
+    Value = INVALID_HANDLE_VALUE;
+    return Taken;
+  }
+
+ private:
+  HANDLE Value;
+};
+
+std::wstring Wide(const std::string& Text) {
+  const int Length = static_cast<int>(Text.size());
+  const int Wide_Length = MultiByteToWideChar(CP_UTF8, 0, Text.data(), Length, nullptr, 0);
+  std::wstring Wide_Text(static_cast<std::size_t>(Wide_Length), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, Text.data(), Length, Wide_Text.data(), Wide_Length);
+  return Wide_Text;
+}
+
+// A pipe whose writing end a started program inherits.
+bool Make_Pipe(Owned_Handle& Reading_End, Owned_Handle& Writing_End) {
+  return CreatePipe(Reading_End.Place(), Writing_End.Place(), nullptr, 0) != FALSE &&
+         SetHandleInformation(Writing_End.Get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT) != FALSE;
+}
+
+// The value of PATH. Asking SearchPathW for its own search path would look in the working directory
+// too, where a clip's folder may hold any program.
+std::wstring Search_Path() {
+  std::wstring Value(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
+  Value.resize(GetEnvironmentVariableW(L"PATH", Value.data(), static_cast<DWORD>(Value.size())));
+  return Value;
+}
+
+// Empty if there is none.
+std::wstring Program_File(const std::string& Program) {
+  const std::wstring Name = Wide(Program);
+  const std::wstring Folders = Search_Path();
+  const DWORD Size = SearchPathW(Folders.c_str(), Name.c_str(), L".exe", 0, nullptr, nullptr);
+  if (Size == 0) return {};
+  std::wstring File(Size, L'\0');
+  File.resize(SearchPathW(Folders.c_str(), Name.c_str(), L".exe", Size, File.data(), nullptr));
+  return File;
+}
+
+// The handles that a started program inherits, and no others, as its standard streams.
+class Start_Plan {
+ public:
+  Start_Plan(HANDLE Input, HANDLE Output, HANDLE Error) : Inherited{Input, Output, Error} {
+    Info.StartupInfo.cb = sizeof Info;
+    Info.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+    Info.StartupInfo.hStdInput = Input;
+    Info.StartupInfo.hStdOutput = Output;
+    Info.StartupInfo.hStdError = Error;
+    SIZE_T Size = 0;
+    InitializeProcThreadAttributeList(nullptr, 1, 0, &Size);
+    Memory.resize(Size);
+    Info.lpAttributeList = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(Memory.data());
+    InitializeProcThreadAttributeList(Info.lpAttributeList, 1, 0, &Size);
+    UpdateProcThreadAttribute(Info.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
+                              Inherited.data(), sizeof Inherited, nullptr, nullptr);
+  }
+  ~Start_Plan() { DeleteProcThreadAttributeList(Info.lpAttributeList); }
+  Start_Plan(const Start_Plan&) = delete;
+  Start_Plan& operator=(const Start_Plan&) = delete;
+
+  STARTUPINFOEXW Info{};
+
+ private:
+  std::array<HANDLE, 3> Inherited;
+  std::vector<char> Memory;
+};
+
+HANDLE Open_Empty_Input() {
+  SECURITY_ATTRIBUTES Inheritable{sizeof Inheritable, nullptr, TRUE};
+  return CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &Inheritable,
+                     OPEN_EXISTING, 0, nullptr);
+}
+
+int Descriptor_Of(Owned_Handle& Handle) {
+  return _open_osfhandle(reinterpret_cast<intptr_t>(Handle.Take()), _O_RDONLY | _O_BINARY);
 }
 
 }  // namespace
@@ -236,6 +333,50 @@ std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_vie
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To) {
   const DWORD Flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
   return MoveFileExW(From.c_str(), To.c_str(), Flags) != FALSE ? std::error_code() : Last_Error();
+}
+
+std::error_code Start_Program(const std::vector<std::string>& Words, Started_Program& Started) {
+  const std::wstring File = Program_File(Words.front());
+  if (File.empty()) return std::make_error_code(std::errc::no_such_file_or_directory);
+  Owned_Handle Output;
+  Owned_Handle Output_End;
+  Owned_Handle Error;
+  Owned_Handle Error_End;
+  const Owned_Handle Input(Open_Empty_Input());
+  if (!Input.Is_Open() || !Make_Pipe(Output, Output_End) || !Make_Pipe(Error, Error_End)) {
+    return Last_Error();
+  }
+  Start_Plan Plan(Input.Get(), Output_End.Get(), Error_End.Get());
+  std::wstring Line = Wide(Windows_Command_Line(Words));
+  PROCESS_INFORMATION Process{};
+  if (CreateProcessW(File.c_str(), Line.data(), nullptr, nullptr, /*inherit*/ TRUE,
+                     EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &Plan.Info.StartupInfo,
+                     &Process) == FALSE) {
+    return Last_Error();
+  }
+  CloseHandle(Process.hThread);
+  Started = {reinterpret_cast<std::intptr_t>(Process.hProcess), Descriptor_Of(Output),
+             Descriptor_Of(Error)};
+  return {};
+}
+
+std::size_t Read_Some(int Descriptor, char* Buffer, std::size_t Size) {
+  constexpr std::size_t Most_Bytes = 1u << 30;
+  const int Count = _read(Descriptor, Buffer, static_cast<unsigned>(std::min(Size, Most_Bytes)));
+  return Count < 0 ? 0 : static_cast<std::size_t>(Count);
+}
+
+void End_Program(const Started_Program& Started) {
+  TerminateProcess(reinterpret_cast<HANDLE>(Started.Process), 1);
+}
+
+int Wait_For_Program(const Started_Program& Started) {
+  const HANDLE Process = reinterpret_cast<HANDLE>(Started.Process);
+  WaitForSingleObject(Process, INFINITE);
+  DWORD Status = 1;
+  GetExitCodeProcess(Process, &Status);
+  CloseHandle(Process);
+  return static_cast<int>(Status);
 }
 
 // cmd and PowerShell both accept double quotes, which no path contains. One of them still expands a
