@@ -14,7 +14,7 @@ COMPILER = sys.argv[3]
 # Packages that are kept to a few folders: how an include of theirs begins, and their names in the
 # table.
 KEPT = {"CLI/": "CLI11", "cairo": "cairo", "nlohmann/": "JSON", "toml++/": "toml++",
-        "opencv2/": "OpenCV", "openssl/": "OpenSSL"}
+        "opencv2/": "OpenCV", "openssl/": "OpenSSL", "libexif/": "libexif"}
 
 
 def table():
