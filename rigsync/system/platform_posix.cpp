@@ -1,18 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// platform.h for Linux and macOS.
+// platform.h and udp_receiver.h for Linux and macOS.
 #include "rigsync/system/platform.h"
+#include "rigsync/system/udp_receiver.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX's, with sigaction
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <cstring>
 
 extern char** environ;  // NOLINT: POSIX's, and in no header
 
@@ -143,6 +149,38 @@ class Start_Plan {
   posix_spawn_file_actions_t Actions{};
   posix_spawnattr_t Attributes{};
 };
+
+// ---- The network -------------------------------------------------------------------------------
+
+[[noreturn]] void Throw_Last_Error() {
+  throw std::system_error(Last_Error());
+}
+
+in_addr Network_Address(const Ipv4_Address& Address) {
+  in_addr Result{};
+  std::memcpy(&Result.s_addr, Address.data(), Address.size());
+  return Result;
+}
+
+sockaddr_in Socket_Address(const Ipv4_Address& Address, std::uint16_t Port) {
+  sockaddr_in Result{};
+  Result.sin_family = AF_INET;
+  Result.sin_port = htons(Port);
+  Result.sin_addr = Network_Address(Address);
+  return Result;
+}
+
+// A packet is lost when the buffer is full. The system may grant less than this.
+constexpr int Buffer_Bytes = 8 << 20;
+
+int Open_Socket() {
+  const int Handle = socket(AF_INET, SOCK_DGRAM, 0);
+  if (Handle < 0) Throw_Last_Error();
+  fcntl(Handle, F_SETFD, FD_CLOEXEC);
+  fcntl(Handle, F_SETFL, O_NONBLOCK);
+  setsockopt(Handle, SOL_SOCKET, SO_RCVBUF, &Buffer_Bytes, sizeof Buffer_Bytes);
+  return Handle;
+}
 
 }  // namespace
 
@@ -300,6 +338,90 @@ std::string Shell_Word(const std::string& Text) {
 
 std::string Line_Continuation(std::size_t Indent) {
   return " \\\n" + std::string(Indent, ' ');
+}
+
+Udp_Receiver::Udp_Receiver() : Buffer(std::size_t{1} << 16, '\0') {}
+
+Udp_Receiver::~Udp_Receiver() {
+  for (const Opened& Socket : Sockets) close(static_cast<int>(Socket.Handle));
+}
+
+std::uint16_t Udp_Receiver::Bind(std::intptr_t Handle, const Ipv4_Address& Address,
+                                 std::uint16_t Port) {
+  Sockets.push_back({Handle, Port});  // closed at the end, whatever happens
+  sockaddr_in Name = Socket_Address(Address, Port);
+  socklen_t Length = sizeof Name;
+  const int Descriptor = static_cast<int>(Handle);
+  const bool Is_Bound = bind(Descriptor, reinterpret_cast<sockaddr*>(&Name), Length) == 0 &&
+                        getsockname(Descriptor, reinterpret_cast<sockaddr*>(&Name), &Length) == 0;
+  if (!Is_Bound) Throw_Last_Error();
+  return Sockets.back().Port = ntohs(Name.sin_port);
+}
+
+std::uint16_t Udp_Receiver::Listen(const Ipv4_Address& Address, std::uint16_t Port) {
+  return Bind(Open_Socket(), Address, Port);
+}
+
+std::uint16_t Udp_Receiver::Join(const std::vector<Ipv4_Address>& Groups, std::uint16_t Port,
+                                 const Ipv4_Address& Interface) {
+  const int Handle = Open_Socket();
+  const int On = 1;
+  setsockopt(Handle, SOL_SOCKET, SO_REUSEADDR, &On, sizeof On);
+#ifdef SO_REUSEPORT
+#ifndef __linux__
+  // Systems that come from BSD share a port by this option. On Linux it would share out the
+  // packets.
+  setsockopt(Handle, SOL_SOCKET, SO_REUSEPORT, &On, sizeof On);
+#endif
+#endif
+#ifdef IP_MULTICAST_ALL
+  // On Linux a socket gets the groups that any program of the machine has joined.
+  const int Off = 0;
+  setsockopt(Handle, IPPROTO_IP, IP_MULTICAST_ALL, &Off, sizeof Off);
+#endif
+  const std::uint16_t Bound_Port = Bind(Handle, Any_Address, Port);
+  for (const Ipv4_Address& Group : Groups) {
+    const ip_mreq Membership{Network_Address(Group), Network_Address(Interface)};
+    if (setsockopt(Handle, IPPROTO_IP, IP_ADD_MEMBERSHIP, &Membership, sizeof Membership) != 0) {
+      Throw_Last_Error();
+    }
+  }
+  return Bound_Port;
+}
+
+void Udp_Receiver::Receive(double Seconds, std::vector<Udp_Packet>& Packets) {
+  constexpr double Milliseconds = 1000.0;
+  Packets.clear();
+  std::vector<pollfd> Waiting;
+  for (const Opened& Socket : Sockets) {
+    Waiting.push_back({static_cast<int>(Socket.Handle), POLLIN, 0});
+  }
+  const int Ready = poll(Waiting.data(), Waiting.size(), static_cast<int>(Milliseconds * Seconds));
+  if (Ready <= 0) return;
+  for (std::size_t i = 0; i < Waiting.size(); ++i) {
+    if (Waiting[i].revents != 0) Read_All(Sockets[i], Packets);
+  }
+}
+
+// A bounded number, so that one port cannot keep the others waiting.
+void Udp_Receiver::Read_All(const Opened& Socket, std::vector<Udp_Packet>& Packets) {
+  using namespace std::chrono;
+  constexpr int Most_At_A_Time = 256;
+  for (int i = 0; i < Most_At_A_Time; ++i) {
+    sockaddr_in From{};
+    socklen_t Length = sizeof From;
+    const ssize_t Size = recvfrom(static_cast<int>(Socket.Handle), Buffer.data(), Buffer.size(), 0,
+                                  reinterpret_cast<sockaddr*>(&From), &Length);
+    if (Size < 0) return;  // no more for now
+    Udp_Packet Packet;
+    Packet.Utc_Ns = nanoseconds(system_clock::now().time_since_epoch()).count();
+    Packet.Steady_Ns = nanoseconds(steady_clock::now().time_since_epoch()).count();
+    std::memcpy(Packet.Sender.data(), &From.sin_addr.s_addr, Packet.Sender.size());
+    Packet.Sender_Port = ntohs(From.sin_port);
+    Packet.Local_Port = Socket.Port;
+    Packet.Bytes.assign(Buffer.data(), static_cast<std::size_t>(Size));
+    Packets.push_back(std::move(Packet));
+  }
 }
 
 }  // namespace rigsync

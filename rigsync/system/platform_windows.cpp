@@ -1,18 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// platform.h for Windows 10 and later, with the C runtime's descriptors, and with system calls
-// where the runtime has no function.
+// platform.h, child_process.h and udp_receiver.h for Windows 10 and later, with the C runtime's
+// descriptors, and with system calls where the runtime has no function.
 #include "rigsync/system/child_process.h"
 #include "rigsync/system/platform.h"
+#include "rigsync/system/udp_receiver.h"
 
 #include <fcntl.h>
 #include <io.h>
+#include <winsock2.h>
+// After it, which a plain sort would change.
 #include <windows.h>
+#include <ws2tcpip.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 
 namespace rigsync {
@@ -195,6 +201,42 @@ HANDLE Open_Empty_Input() {
 
 int Descriptor_Of(Owned_Handle& Handle) {
   return _open_osfhandle(reinterpret_cast<intptr_t>(Handle.Take()), _O_RDONLY | _O_BINARY);
+}
+
+// ---- The network -------------------------------------------------------------------------------
+
+[[noreturn]] void Throw_Network_Error() {
+  throw std::system_error(WSAGetLastError(), std::system_category());
+}
+
+in_addr Network_Address(const Ipv4_Address& Address) {
+  in_addr Result{};
+  std::memcpy(&Result.s_addr, Address.data(), Address.size());
+  return Result;
+}
+
+sockaddr_in Socket_Address(const Ipv4_Address& Address, std::uint16_t Port) {
+  sockaddr_in Result{};
+  Result.sin_family = AF_INET;
+  Result.sin_port = htons(Port);
+  Result.sin_addr = Network_Address(Address);
+  return Result;
+}
+
+int Set_Option(SOCKET Handle, int Level, int Name, const void* Value, std::size_t Size) {
+  return setsockopt(Handle, Level, Name, static_cast<const char*>(Value), static_cast<int>(Size));
+}
+
+// A packet is lost when the buffer is full. The system may grant less than this.
+constexpr int Buffer_Bytes = 8 << 20;
+
+SOCKET Open_Socket() {
+  const SOCKET Handle = socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+  if (Handle == INVALID_SOCKET) Throw_Network_Error();
+  u_long Does_Not_Wait = 1;
+  ioctlsocket(Handle, static_cast<long>(FIONBIO), &Does_Not_Wait);
+  Set_Option(Handle, SOL_SOCKET, SO_RCVBUF, &Buffer_Bytes, sizeof Buffer_Bytes);
+  return Handle;
 }
 
 }  // namespace
@@ -389,6 +431,92 @@ std::string Shell_Word(const std::string& Text) {
 
 std::string Line_Continuation(std::size_t /*Indent*/) {
   return " ";
+}
+
+Udp_Receiver::Udp_Receiver() : Buffer(std::size_t{1} << 16, '\0') {
+  WSADATA Ignored{};
+  const WORD Version = MAKEWORD(2, 2);
+  const int Failure = WSAStartup(Version, &Ignored);
+  if (Failure != 0) throw std::system_error(Failure, std::system_category());
+}
+
+Udp_Receiver::~Udp_Receiver() {
+  for (const Opened& Socket : Sockets) closesocket(static_cast<SOCKET>(Socket.Handle));
+  WSACleanup();
+}
+
+std::uint16_t Udp_Receiver::Bind(std::intptr_t Handle, const Ipv4_Address& Address,
+                                 std::uint16_t Port) {
+  Sockets.push_back({Handle, Port});  // closed at the end, whatever happens
+  sockaddr_in Name = Socket_Address(Address, Port);
+  int Length = sizeof Name;
+  const auto Socket = static_cast<SOCKET>(Handle);
+  const bool Is_Bound = bind(Socket, reinterpret_cast<sockaddr*>(&Name), Length) == 0 &&
+                        getsockname(Socket, reinterpret_cast<sockaddr*>(&Name), &Length) == 0;
+  if (!Is_Bound) Throw_Network_Error();
+  return Sockets.back().Port = ntohs(Name.sin_port);
+}
+
+// Without this option another program could take the port over.
+std::uint16_t Udp_Receiver::Listen(const Ipv4_Address& Address, std::uint16_t Port) {
+  const SOCKET Handle = Open_Socket();
+  const BOOL On = TRUE;
+  Set_Option(Handle, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, &On, sizeof On);
+  return Bind(static_cast<std::intptr_t>(Handle), Address, Port);
+}
+
+std::uint16_t Udp_Receiver::Join(const std::vector<Ipv4_Address>& Groups, std::uint16_t Port,
+                                 const Ipv4_Address& Interface) {
+  const SOCKET Handle = Open_Socket();
+  const BOOL On = TRUE;
+  Set_Option(Handle, SOL_SOCKET, SO_REUSEADDR, &On, sizeof On);
+  const std::uint16_t Bound_Port = Bind(static_cast<std::intptr_t>(Handle), Any_Address, Port);
+  for (const Ipv4_Address& Group : Groups) {
+    ip_mreq Membership{};
+    Membership.imr_multiaddr = Network_Address(Group);
+    Membership.imr_interface = Network_Address(Interface);
+    if (Set_Option(Handle, IPPROTO_IP, IP_ADD_MEMBERSHIP, &Membership, sizeof Membership) != 0) {
+      Throw_Network_Error();
+    }
+  }
+  return Bound_Port;
+}
+
+void Udp_Receiver::Receive(double Seconds, std::vector<Udp_Packet>& Packets) {
+  constexpr double Milliseconds = 1000.0;
+  Packets.clear();
+  std::vector<WSAPOLLFD> Waiting;
+  for (const Opened& Socket : Sockets) {
+    Waiting.push_back({static_cast<SOCKET>(Socket.Handle), POLLRDNORM, 0});
+  }
+  const int Ready = WSAPoll(Waiting.data(), static_cast<ULONG>(Waiting.size()),
+                            static_cast<int>(Milliseconds * Seconds));
+  if (Ready <= 0) return;
+  for (std::size_t i = 0; i < Waiting.size(); ++i) {
+    if (Waiting[i].revents != 0) Read_All(Sockets[i], Packets);
+  }
+}
+
+// A bounded number, so that one port cannot keep the others waiting.
+void Udp_Receiver::Read_All(const Opened& Socket, std::vector<Udp_Packet>& Packets) {
+  using namespace std::chrono;
+  constexpr int Most_At_A_Time = 256;
+  for (int i = 0; i < Most_At_A_Time; ++i) {
+    sockaddr_in From{};
+    int Length = sizeof From;
+    const int Size =
+        recvfrom(static_cast<SOCKET>(Socket.Handle), Buffer.data(), static_cast<int>(Buffer.size()),
+                 0, reinterpret_cast<sockaddr*>(&From), &Length);
+    if (Size < 0) return;  // no more for now
+    Udp_Packet Packet;
+    Packet.Utc_Ns = nanoseconds(system_clock::now().time_since_epoch()).count();
+    Packet.Steady_Ns = nanoseconds(steady_clock::now().time_since_epoch()).count();
+    std::memcpy(Packet.Sender.data(), &From.sin_addr.s_addr, Packet.Sender.size());
+    Packet.Sender_Port = ntohs(From.sin_port);
+    Packet.Local_Port = Socket.Port;
+    Packet.Bytes.assign(Buffer.data(), static_cast<std::size_t>(Size));
+    Packets.push_back(std::move(Packet));
+  }
 }
 
 }  // namespace rigsync
