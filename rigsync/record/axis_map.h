@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which slot of a packet holds which angle and which coordinate. Devices fill the six slots of FreeD
-// in orders and with signs of their own; a recording is raw, so a wrong map is corrected when it is
-// read.
+// Which slot of a packet holds which angle and which coordinate. Devices fill the six slots of
+// FreeD in orders and with signs of their own; a recording is raw, so a wrong map is corrected when
+// it is read.
 #ifndef RIGSYNC_RECORD_AXIS_MAP_H
 #define RIGSYNC_RECORD_AXIS_MAP_H
 

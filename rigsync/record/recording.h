@@ -36,10 +36,10 @@ bool Is_Recording(const std::filesystem::path& File);
 // the times of receipt, otherwise the times of receipt on the recording machine's steady clock;
 // Facts tell which. Seconds == 0 is the first sample. Timecode_Start is that of OpenTrackIO.
 //
-// Warnings tell what was left out: bad checksums, unknown packets, doubled and late samples, samples
-// with missing segments, gaps, and a file that ends within a packet. Throws Usage_Error, which names
-// the file, when it is no recording, when it holds no readable sample, and when Options name a body
-// that it doesn't hold.
+// Warnings tell what was left out: bad checksums, unknown packets, doubled and late samples,
+// samples with missing segments, gaps, and a file that ends within a packet. Throws Usage_Error,
+// which names the file, when it is no recording, when it holds no readable sample, and when Options
+// name a body that it doesn't hold.
 Take Read_Recording(const std::filesystem::path& File, const Recording_Options& Options);
 
 }  // namespace rigsync
