@@ -4,8 +4,10 @@
 // samples, and which rows are bad. Each board pose follows a recipe (steep, in a corner of the
 // frame, near, ...) and is then moved to the position in the frame that its recipe asks for.
 #include "simulate/geometry.h"
+#include "simulate/motion.h"
 #include "simulate/random.h"
 #include "simulate/simulate.h"
+#include "simulate/tracker.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,8 +18,8 @@ namespace simulate {
 
 namespace {
 
-// Each purpose has its own stream of random numbers. The streams of the photographs are in
-// render.cpp.
+// Each purpose has its own stream of random numbers. Those of the photographs are in render.cpp,
+// those of the times and of a take in motion.cpp and take.cpp.
 enum Stream : unsigned {
   Board_Poses = 1,
   Camera_Poses,
@@ -34,6 +36,41 @@ void Require(bool Holds, const std::string& Option, const std::string& Rule) {
 
 void Require_At_Least_0(double Value, const std::string& Option) {
   Require(std::isfinite(Value) && Value >= 0.0, Option, "has to be a number of at least 0");
+}
+
+void Require_Seconds(double Shortest, double Longest, const std::vector<std::string>& Names) {
+  if (Shortest >= 0.1 && Shortest <= Longest && Longest <= 60.0) return;
+  throw Refused_Options(Names,
+                        "have to be two times from 0.1 to 60 seconds, the shorter one first");
+}
+
+void Check_Recording(const Options& Settings) {
+  const Recording_Options& Recording = Settings.Recording;
+  Require(Recording.Rate_Hz >= 1.0 && Recording.Rate_Hz <= 2000.0, "Rate_Hz",
+          "has to be from 1 to 2000 samples per second");
+  Require_Seconds(Recording.Shortest_Hold, Recording.Longest_Hold,
+                  {"Shortest_Hold", "Longest_Hold"});
+  Require_Seconds(Recording.Shortest_Move, Recording.Longest_Move,
+                  {"Shortest_Move", "Longest_Move"});
+  Require(std::abs(Recording.Clock_Offset) <= 86400.0, "Clock_Offset",
+          "has to be at most a day, 86400 seconds, either way");
+  Require(Recording.Lost_Percent >= 0.0 && Recording.Lost_Percent <= 90.0, "Lost_Percent",
+          "has to be from 0 to 90");
+  Require_At_Least_0(Recording.Drift_Mm_Per_Second, "Drift_Mm_Per_Second");
+  Require_At_Least_0(Recording.Drift_Deg_Per_Second, "Drift_Deg_Per_Second");
+  // A photograph is taken in the middle fifth of its hold, so this much of it is on both sides.
+  const double Most_Lag_Ms = 400.0 * Recording.Shortest_Hold;
+  Require(
+      std::abs(Recording.Lag_Ms) <= Most_Lag_Ms, "Lag_Ms",
+      "has to be at most two fifths of the shortest hold, so that the sample of a photograph is "
+      "one of its own hold");
+  Require(!Recording.One_Body || Settings.Stale_Count == 0, "Stale_Count",
+          "has to be 0 when the board stands still: a stale row moves the camera by a distance of "
+          "its own, and the board with it");
+  Require(Recording.Format == Take_Format::None || Settings.Image_Count > 0, "Image_Count",
+          "has to be at least 1 for a take");
+  Require(Recording.Unit == Length_Unit::Metres || Recording.Format == Take_Format::Motive, "Unit",
+          "can be chosen for a Motive take only");
 }
 
 void Check_Options(const Options& Settings) {
@@ -92,6 +129,7 @@ void Check_Options(const Options& Settings) {
         {"Stale_Count", "Jump_Count", "Missing_Count", "Blank_Count", "Truncated_Count"},
         "together have to be at most the number of images");
   }
+  Check_Recording(Settings);
 }
 
 Lens Lens_In_Pixels(const Options& Settings) {
@@ -392,33 +430,26 @@ Eigen::Matrix4d Draw_Camera_Pose(Random& Generator, Spread Pose_Spread) {
                    {Motion_Scale * X, Motion_Scale * Y, 1.4 + Motion_Scale * (Z - 1.4)});
 }
 
+// The pose of the camera in front of a board that stands still. The sample of the board is that of
+// a tracker in the origin of Base.
+Eigen::Matrix4d Camera_Before_Board(const Plan& Capture,
+                                    const Eigen::Matrix4d& Transform_Cam_Chart) {
+  return Pose_Of_Untracked_Board() *
+         Rigid_Inverse(Transform_Cam_Chart * Capture.Transform_Chart_Tr);
+}
+
 // ---- What the trackers report ----------------------------------------------------------------
 
-// The quaternion as trackers report it: of unit length, with w of at least 0.
-Eigen::Quaterniond Reported_Rotation(const Eigen::Matrix3d& Rotation_Body_Base) {
-  Eigen::Quaterniond Rotation = Eigen::Quaterniond(Rotation_Body_Base).normalized();
-  if (Rotation.w() < 0.0) Rotation.coeffs() = -Rotation.coeffs();
-  return Rotation;
-}
-
-// Rotates a body by a rotation vector in its own axes, radians, and moves it in Base, metres.
-Sample Moved(const Sample& From, const Eigen::Vector3d& Shift,
-             const Eigen::Vector3d& Rotation_Vector) {
-  Sample To;
-  To.Position = From.Position + Shift;
-  // The quaternion takes Base directions to body directions, so a rotation in body axes is applied
-  // last.
-  const Eigen::Matrix3d Rotation_Body_Base =
-      Rotation_From_Vector(Rotation_Vector) * From.Rotation.normalized().toRotationMatrix();
-  To.Rotation = Reported_Rotation(Rotation_Body_Base);
-  return To;
-}
-
-Sample With_Noise(const Options& Settings, const Sample& From, Random& Generator) {
-  const Eigen::Vector3d Shift = Settings.Position_Noise_Mm * 1e-3 * Generator.Gaussian_Vector();
-  const Eigen::Vector3d Rotation_Vector =
-      Radians(Settings.Rotation_Noise_Deg) * Generator.Gaussian_Vector();
-  return Moved(From, Shift, Rotation_Vector);
+// The noise of a sample is the same whether or not the trackers lag. An untracked board has none.
+void Report_Samples(const Options& Settings, Image_Truth& Image, Random& Noise) {
+  const double Since_Picture = -Settings.Recording.Lag_Ms * 1e-3;
+  const Eigen::Matrix4d Transform_Base_Tc =
+      Drifted(Image.Transform_Base_Tc, Image.Still.Camera, Since_Picture);
+  const Eigen::Matrix4d Transform_Base_Tr =
+      Drifted(Image.Transform_Base_Tr, Image.Still.Board, Since_Picture);
+  Image.Tc = With_Noise(Settings, Make_Sample(Transform_Base_Tc), Noise);
+  Image.Tr = With_Noise(Settings, Make_Sample(Transform_Base_Tr), Noise);
+  if (Settings.Recording.One_Body) Image.Tr = Make_Sample(Transform_Base_Tr);
 }
 
 // Assigns the bad kinds to rows, at most one per row. Row 0 has no earlier row that a stale sample
@@ -464,7 +495,11 @@ void Spoil_Samples(Plan& Capture) {
     const Eigen::Vector3d Shift = Settings.Jump_Mm * 1e-3 * Generator.Direction();
     const Eigen::Vector3d Rotation_Vector = Radians(Settings.Jump_Deg) * Generator.Direction();
     if (Image.Kind == Row_Kind::Stale) Image.Tc = Capture.Images[i - 1].Tc;
-    if (Image.Kind == Row_Kind::Jumped) Image.Tc = Moved(Image.Tc, Shift, Rotation_Vector);
+    if (Image.Kind == Row_Kind::Jumped) {
+      Image.Tc = Moved(Image.Tc, Shift, Rotation_Vector);
+      Image.Jump_Shift = Shift;
+      Image.Jump_Turn = Rotation_Vector;
+    }
   }
 }
 
@@ -486,24 +521,6 @@ Refused_Options::Refused_Options(std::vector<std::string> Option_Names, std::str
     : std::invalid_argument("simulate: " + Comma_Separated(Option_Names) + " " + Broken_Rule),
       Names(std::move(Option_Names)),
       Rule(std::move(Broken_Rule)) {}
-
-Sample Make_Sample(const Eigen::Matrix4d& Transform_Base_Tracker) {
-  // Column k is the body's own axis k in the tracker's relabelled axes: body x is -x, body y is -z,
-  // body z is -y.
-  Eigen::Matrix3d Rotation_Tracker_Body;
-  Rotation_Tracker_Body.col(0) << -1, 0, 0;
-  Rotation_Tracker_Body.col(1) << 0, 0, -1;
-  Rotation_Tracker_Body.col(2) << 0, -1, 0;
-  const Eigen::Matrix3d Rotation_Base_Body =
-      Transform_Base_Tracker.topLeftCorner<3, 3>() * Rotation_Tracker_Body;
-  // A sample's quaternion takes Base directions to body directions.
-  const Eigen::Matrix3d Rotation_Body_Base = Rotation_Base_Body.transpose();
-
-  Sample Reported;
-  Reported.Position = Transform_Base_Tracker.topRightCorner<3, 1>();
-  Reported.Rotation = Reported_Rotation(Rotation_Body_Base);
-  return Reported;
-}
 
 Plan Make_Plan(const Options& Settings) {
   Check_Options(Settings);
@@ -538,10 +555,12 @@ Plan Make_Plan(const Options& Settings) {
 
   const std::vector<Row_Kind> Kinds = Deal_Kinds(Settings);
   Random Stale(Settings.Seed, Stale_Moves);
+  const std::vector<Hold> Holds = Draw_Holds(Settings);
   const std::vector<Eigen::Vector3d> Outline = Board_Outline(Settings);
   for (int i = 0; i < Settings.Image_Count; ++i) {
     Image_Truth Image;
     Image.Kind = Kinds[static_cast<size_t>(i)];
+    Image.Still = Holds[static_cast<size_t>(i)];
     Image.Name = Image_Name_Of(i + 1, Settings.Image_Format);
     Image.Transform_Cam_Chart =
         Draw_Board_Pose(Capture, Outline, Board, Numbers[static_cast<size_t>(i)]);
@@ -551,11 +570,15 @@ Plan Make_Plan(const Options& Settings) {
           Pose_After_Move(Settings, Capture.Images.back().Transform_Base_Tc, Stale) *
           Rigid_Inverse(Capture.Transform_Cam_Tc);
     }
+    if (Settings.Recording.One_Body) {
+      Transform_Base_Cam = Camera_Before_Board(Capture, Image.Transform_Cam_Chart);
+    }
     Image.Transform_Base_Tc = Transform_Base_Cam * Capture.Transform_Cam_Tc;
     Image.Transform_Base_Tr =
-        Transform_Base_Cam * Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr;
-    Image.Tc = With_Noise(Settings, Make_Sample(Image.Transform_Base_Tc), Noise);
-    Image.Tr = With_Noise(Settings, Make_Sample(Image.Transform_Base_Tr), Noise);
+        Settings.Recording.One_Body
+            ? Pose_Of_Untracked_Board()
+            : Transform_Base_Cam * Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr;
+    Report_Samples(Settings, Image, Noise);
     Capture.Images.push_back(Image);
   }
   Spoil_Samples(Capture);

@@ -53,6 +53,42 @@ enum class Path_Form {
               // on Linux the backslash is part of the file's name
 };
 
+// The form of a take (README.md).
+enum class Take_Format {
+  None,
+  Motive,
+  Vicon,             // rotations as rotation vectors
+  Vicon_Quaternion,  // rotations as quaternions
+  Qualisys,
+  Tum,
+  Eth,
+  Euroc,
+  Csv,  // centimetres, other axes, and a map of its columns
+};
+
+enum class Length_Unit { Metres, Millimetres };
+
+// The capture as it happens in time: the rig holds still for each photograph and moves on.
+struct Recording_Options {
+  Take_Format Format = Take_Format::None;
+  Length_Unit Unit = Length_Unit::Metres;          // of a Motive take
+  double Rate_Hz = 100.0;                          // samples of the take per second
+  double Shortest_Hold = 1.0, Longest_Hold = 2.5;  // seconds
+  double Shortest_Move = 0.8, Longest_Move = 2.0;  // seconds
+  bool Regular_Holds = false;  // every hold and every move takes the mean of its range
+  // Time on the take's clock less time on the clock of the pictures, seconds.
+  double Clock_Offset = 0.0;
+  double Lost_Percent = 0.0;  // share of the samples of each body that the take has lost
+  // How fast each tracked body moves and turns while the rig holds still, in a direction of its own
+  // in each hold.
+  double Drift_Mm_Per_Second = 0.0, Drift_Deg_Per_Second = 0.0;
+  // A sample shows where the body was this much earlier.
+  double Lag_Ms = 0.0;
+  // Only the camera is tracked. The board stands still, and its samples are those of a tracker in
+  // the origin of Base whose body has the axes of Base.
+  bool One_Body = false;
+};
+
 struct Options {
   unsigned Seed = 1;
   int Image_Count = 24;
@@ -94,7 +130,12 @@ struct Options {
   int Jpeg_Quality = 95;
   Path_Form Paths = Path_Form::Absolute;
   bool Header = true;  // a first line that names the columns
+  Recording_Options Recording;
 };
+
+// Whether a capture's files tell when it happened: if it has a take, or bodies that drift or lag.
+// The files of any other capture have a row every 2.5 seconds and nothing else about time.
+bool Is_Timed(const Recording_Options& Recording);
 
 enum class Row_Kind { Good, Stale, Jumped, Missing_Image, Blank_Image, Truncated_Image };
 
@@ -104,13 +145,30 @@ struct Sample {
   Eigen::Quaterniond Rotation = Eigen::Quaterniond::Identity();  // Base to body
 };
 
+// How a tracked body moves: its origin in metres per second, and its rotation as a vector in
+// radians per second, both along the axes of Base.
+struct Velocity {
+  Eigen::Vector3d Linear = Eigen::Vector3d::Zero();
+  Eigen::Vector3d Angular = Eigen::Vector3d::Zero();
+};
+
+// The time for which the rig holds still, seconds on the take's clock.
+struct Hold {
+  double Begin = 0, End = 0;
+  double Picture = 0;      // when the photograph is taken
+  Velocity Camera, Board;  // of the trackers, constant during the hold
+};
+
 struct Image_Truth {
   std::string Name;  // file name without a folder
   Row_Kind Kind = Row_Kind::Good;
   Eigen::Matrix4d Transform_Cam_Chart;  // true pose of the board
   Eigen::Matrix4d Transform_Base_Tc;    // true pose of the camera's tracker
   Eigen::Matrix4d Transform_Base_Tr;    // true pose of the board's tracker
-  Sample Tc, Tr;                        // as recorded: with noise, stale or jumped
+  // The error of a jumped sample: in Base, metres, and in the body's axes, a rotation vector.
+  Eigen::Vector3d Jump_Shift = Eigen::Vector3d::Zero(), Jump_Turn = Eigen::Vector3d::Zero();
+  Hold Still;     // when, and how still
+  Sample Tc, Tr;  // as recorded: with noise and lag, stale or jumped
 };
 
 // Everything about a capture except its pixels.
@@ -137,6 +195,12 @@ class Refused_Options : public std::invalid_argument {
   std::string Rule;
 };
 
+// The names of the files that a take of this format has, in the capture's folder.
+std::vector<std::string> Take_Names(const Recording_Options& Recording);
+
+// When the last hold ends, seconds on the take's clock; 0 for a capture without images.
+double Duration(const Plan& Capture);
+
 // Draws the poses and samples of a capture. The same options give the same plan on every machine,
 // except for the last bits of sines, cosines and logarithms.
 //
@@ -152,12 +216,14 @@ std::vector<Eigen::Vector2d> Project_Board(const Plan& Capture, const Image_Trut
 using Render_Progress = std::function<void(std::size_t Done, std::size_t All)>;
 
 // Writes the capture to Directory, which is created if missing: the photographs (images/NNNN.png,
-// or in the CSV's folder for Path_Form::Name_Only and Backslash), capture.csv and truth.json.
+// or in the CSV's folder for Path_Form::Name_Only and Backslash), capture.csv and truth.json. A
+// timed capture also has times.csv and the files of its take (take.h), and the file time of each
+// photograph is that of its moment.
 // Throws std::runtime_error when a file cannot be written.
 void Write_Capture(const Plan& Capture, const std::filesystem::path& Directory,
                    const Render_Progress& Progress = {});
 
-// Writes only capture.csv and truth.json, for tests with their own photographs.
+// Writes everything but the photographs, for tests with their own.
 void Write_Tables(const Plan& Capture, const std::filesystem::path& Directory);
 
 // The noise-free sample of a tracker whose pose with relabelled axes is Transform_Base_Tracker
@@ -170,6 +236,10 @@ struct Row_Truth {
   Row_Kind Kind = Row_Kind::Good;
   int Csv_Line = 0;  // counted from 1, including the header line
   Eigen::Matrix4d Transform_Cam_Chart;
+  // When the photograph was taken, on the take's clock, and how the trackers moved then; 0 in a
+  // capture that isn't timed.
+  double Take_Seconds = 0;
+  Velocity Camera, Board;
 };
 
 // The content of truth.json.
@@ -184,6 +254,7 @@ struct Truth {
   Eigen::Vector3d Chart_Euler_Deg;    // the host's estimate, degrees
   Eigen::Vector3d Chart_Translation;  // the host's estimate, metres
   double Position_Noise_Mm = 0, Rotation_Noise_Deg = 0;
+  double Lag_Seconds = 0, Clock_Offset = 0;
   std::vector<Row_Truth> Rows;
 };
 

@@ -4,10 +4,13 @@
 // in this folder describes the CSV and JSON files.
 #include "simulate/render.h"
 #include "simulate/simulate.h"
+#include "simulate/take.h"
 
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 
+#include <chrono>
+#include <cmath>
 #include <fstream>
 #include <iomanip>
 #include <limits>
@@ -74,6 +77,30 @@ const char* Path_Form_Name(Path_Form Form) {
   return "";
 }
 
+const char* Take_Format_Name(Take_Format Format) {
+  switch (Format) {
+    case Take_Format::None:
+      return "none";
+    case Take_Format::Motive:
+      return "motive";
+    case Take_Format::Vicon:
+      return "vicon";
+    case Take_Format::Vicon_Quaternion:
+      return "vicon_quaternion";
+    case Take_Format::Qualisys:
+      return "qualisys";
+    case Take_Format::Tum:
+      return "tum";
+    case Take_Format::Eth:
+      return "eth";
+    case Take_Format::Euroc:
+      return "euroc";
+    case Take_Format::Csv:
+      return "csv";
+  }
+  return "";
+}
+
 // ---- Paths -----------------------------------------------------------------------------------
 
 // The image's path in the CSV.
@@ -121,6 +148,17 @@ int Csv_Line(const Plan& Capture, size_t Index) {
   return static_cast<int>(Index) + (Capture.Settings.Header ? 2 : 1);
 }
 
+double Csv_Time(const Plan& Capture, size_t Index) {
+  constexpr double Seconds_Per_Image = 2.5;
+  if (!Is_Timed(Capture.Settings.Recording)) return Seconds_Per_Image * static_cast<double>(Index);
+  return Capture.Images[Index].Still.Picture;
+}
+
+// On the pictures' own clock.
+double Picture_Seconds(const Plan& Capture, const Image_Truth& Image) {
+  return Image.Still.Picture - Capture.Settings.Recording.Clock_Offset;
+}
+
 void Put_Sample(std::ostream& Out, const Sample& Reported) {
   for (const double Value :
        {Reported.Position.x(), Reported.Position.y(), Reported.Position.z(), Reported.Rotation.w(),
@@ -138,17 +176,28 @@ std::string Csv_Text(const Plan& Capture, const fs::path& Directory) {
     Out << "Time,Image,Tc_X,Tc_Y,Tc_Z,Tc_Qw,Tc_Qx,Tc_Qy,Tc_Qz,"
            "Tr_X,Tr_Y,Tr_Z,Tr_Qw,Tr_Qx,Tr_Qy,Tr_Qz\n";
   }
-  double Time = 0.0;
-  for (const Image_Truth& Image : Capture.Images) {
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    const Image_Truth& Image = Capture.Images[i];
     const std::string Path = Path_In_Csv(Capture, Image, Directory);
     if (Path.find_first_of(",\n\r") != std::string::npos) {
       throw std::runtime_error("simulate: a CSV field can't hold a comma or a line end: " + Path);
     }
-    Out << Time << ',' << Path;
+    Out << Csv_Time(Capture, i) << ',' << Path;
     Put_Sample(Out, Image.Tc);
     Put_Sample(Out, Image.Tr);
     Out << '\n';
-    Time += 2.5;  // seconds per image
+  }
+  return Out.str();
+}
+
+// When each photograph was taken, on the pictures' clock. One that isn't written has no line.
+std::string Times_Text(const Plan& Capture) {
+  std::ostringstream Out;
+  Out.imbue(std::locale::classic());
+  Out << std::fixed << std::setprecision(6);
+  for (const Image_Truth& Image : Capture.Images) {
+    if (Image.Kind == Row_Kind::Missing_Image) continue;
+    Out << Image.Name << ',' << Picture_Seconds(Capture, Image) << '\n';
   }
   return Out.str();
 }
@@ -206,40 +255,75 @@ Json Options_As_Json(const Options& Settings) {
           {"header", Settings.Header}};
 }
 
+Json Recording_As_Json(const Recording_Options& Recording) {
+  return {{"format", Take_Format_Name(Recording.Format)},
+          {"unit", Recording.Unit == Length_Unit::Metres ? "m" : "mm"},
+          {"rate_hz", Recording.Rate_Hz},
+          {"hold_s", {Recording.Shortest_Hold, Recording.Longest_Hold}},
+          {"move_s", {Recording.Shortest_Move, Recording.Longest_Move}},
+          {"regular_holds", Recording.Regular_Holds},
+          {"clock_offset_s", Recording.Clock_Offset},
+          {"lost_percent", Recording.Lost_Percent},
+          {"drift_mm_per_s", Recording.Drift_Mm_Per_Second},
+          {"drift_deg_per_s", Recording.Drift_Deg_Per_Second},
+          {"lag_s", Recording.Lag_Ms * 1e-3},
+          {"one_body", Recording.One_Body}};
+}
+
+Json Velocity_As_Json(const Velocity& Speed) {
+  return {{"linear_m_per_s", Triple(Speed.Linear)}, {"angular_rad_per_s", Triple(Speed.Angular)}};
+}
+
+Json Hold_As_Json(const Plan& Capture, const Image_Truth& Image) {
+  return {{"take_s", Image.Still.Picture},
+          {"picture_s", Picture_Seconds(Capture, Image)},
+          {"hold_s", {Image.Still.Begin, Image.Still.End}},
+          {"camera_velocity", Velocity_As_Json(Image.Still.Camera)},
+          {"board_velocity", Velocity_As_Json(Image.Still.Board)}};
+}
+
+Json Image_As_Json(const Plan& Capture, size_t Index) {
+  const Image_Truth& Image = Capture.Images[Index];
+  Json Entry = {{"name", Image.Name},
+                {"kind", Kind_Name(Image.Kind)},
+                {"csv_line", Csv_Line(Capture, Index)},
+                {"Transform_Cam_Chart", Flat(Image.Transform_Cam_Chart)}};
+  if (Is_Timed(Capture.Settings.Recording)) Entry["time"] = Hold_As_Json(Capture, Image);
+  return Entry;
+}
+
 Json Truth_As_Json(const Plan& Capture) {
   const Options& Settings = Capture.Settings;
   const Lens& Model = Capture.True_Lens;
   Json Images = Json::array();
-  for (size_t i = 0; i < Capture.Images.size(); ++i) {
-    const Image_Truth& Image = Capture.Images[i];
-    Images.push_back({{"name", Image.Name},
-                      {"kind", Kind_Name(Image.Kind)},
-                      {"csv_line", Csv_Line(Capture, i)},
-                      {"Transform_Cam_Chart", Flat(Image.Transform_Cam_Chart)}});
+  for (size_t i = 0; i < Capture.Images.size(); ++i) Images.push_back(Image_As_Json(Capture, i));
+  Json Content = {{"format_version", Format_Version},
+                  {"options", Options_As_Json(Settings)},
+                  {"lens_pixels",
+                   {{"fx", Model.Fx},
+                    {"fy", Model.Fy},
+                    {"cx", Model.Cx},
+                    {"cy", Model.Cy},
+                    {"k1", Model.K1},
+                    {"k2", Model.K2}}},
+                  {"lens_normalised",
+                   {{"fx", Model.Fx / Settings.Width},
+                    {"fy", Model.Fy / Settings.Height},
+                    {"cx", Model.Cx / Settings.Width},
+                    {"cy", Model.Cy / Settings.Height}}},
+                  {"Transform_Cam_Tc", Flat(Capture.Transform_Cam_Tc)},
+                  {"Transform_Chart_Tr", Flat(Capture.Transform_Chart_Tr)},
+                  {"host_estimate",
+                   {{"chart_euler_deg", Triple(Capture.Chart_Euler_Deg)},
+                    {"chart_translation_m", Triple(Capture.Chart_Translation)}}},
+                  {"noise",
+                   {{"position_mm", Settings.Position_Noise_Mm},
+                    {"rotation_deg", Settings.Rotation_Noise_Deg}}},
+                  {"images", Images}};
+  if (Is_Timed(Settings.Recording)) {
+    Content["options"]["recording"] = Recording_As_Json(Settings.Recording);
   }
-  return {{"format_version", Format_Version},
-          {"options", Options_As_Json(Settings)},
-          {"lens_pixels",
-           {{"fx", Model.Fx},
-            {"fy", Model.Fy},
-            {"cx", Model.Cx},
-            {"cy", Model.Cy},
-            {"k1", Model.K1},
-            {"k2", Model.K2}}},
-          {"lens_normalised",
-           {{"fx", Model.Fx / Settings.Width},
-            {"fy", Model.Fy / Settings.Height},
-            {"cx", Model.Cx / Settings.Width},
-            {"cy", Model.Cy / Settings.Height}}},
-          {"Transform_Cam_Tc", Flat(Capture.Transform_Cam_Tc)},
-          {"Transform_Chart_Tr", Flat(Capture.Transform_Chart_Tr)},
-          {"host_estimate",
-           {{"chart_euler_deg", Triple(Capture.Chart_Euler_Deg)},
-            {"chart_translation_m", Triple(Capture.Chart_Translation)}}},
-          {"noise",
-           {{"position_mm", Settings.Position_Noise_Mm},
-            {"rotation_deg", Settings.Rotation_Noise_Deg}}},
-          {"images", Images}};
+  return Content;
 }
 
 // ---- Reading back ----------------------------------------------------------------------------
@@ -256,6 +340,10 @@ Eigen::Matrix4d Pose_In(const Json& Values) {
 Eigen::Vector3d Triple_In(const Json& Values) {
   if (Values.size() != 3) throw std::runtime_error("a triple without 3 numbers");
   return {Values.at(0).get<double>(), Values.at(1).get<double>(), Values.at(2).get<double>()};
+}
+
+Velocity Velocity_In(const Json& Speed) {
+  return {Triple_In(Speed.at("linear_m_per_s")), Triple_In(Speed.at("angular_rad_per_s"))};
 }
 
 Row_Kind Kind_In(const std::string& Name) {
@@ -288,12 +376,22 @@ Truth Truth_In(const Json& File) {
   Result.Chart_Translation = Triple_In(File.at("host_estimate").at("chart_translation_m"));
   Result.Position_Noise_Mm = File.at("noise").at("position_mm");
   Result.Rotation_Noise_Deg = File.at("noise").at("rotation_deg");
+  if (Settings.contains("recording")) {
+    Result.Lag_Seconds = Settings.at("recording").at("lag_s");
+    Result.Clock_Offset = Settings.at("recording").at("clock_offset_s");
+  }
   for (const Json& Image : File.at("images")) {
     Row_Truth Row;
     Row.Name = Image.at("name");
     Row.Kind = Kind_In(Image.at("kind"));
     Row.Csv_Line = Image.at("csv_line");
     Row.Transform_Cam_Chart = Pose_In(Image.at("Transform_Cam_Chart"));
+    if (Image.contains("time")) {
+      const Json& Time = Image.at("time");
+      Row.Take_Seconds = Time.at("take_s");
+      Row.Camera = Velocity_In(Time.at("camera_velocity"));
+      Row.Board = Velocity_In(Time.at("board_velocity"));
+    }
     Result.Rows.push_back(Row);
   }
   return Result;
@@ -327,10 +425,31 @@ void Write_Photograph(const Plan& Capture, size_t Index, const cv::Mat& Rays,
               Cut ? Encoded.size() / 2 : Encoded.size());
 }
 
+// Gives a photograph the file time of the moment at which it was taken.
+void Set_File_Time(const Plan& Capture, const Image_Truth& Image, const fs::path& File) {
+  if (Image.Kind == Row_Kind::Missing_Image) return;
+  using std::chrono::duration;
+  using std::chrono::duration_cast;
+  // What the clock of file times shows is ahead of the system's clock by a whole number of seconds.
+  const double Ahead =
+      duration<double>(fs::file_time_type::clock::now().time_since_epoch()).count() -
+      duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+  const auto Whole = static_cast<long long>(std::llround(Ahead)) + Clock_Epoch;
+  const fs::file_time_type Taken(
+      duration_cast<fs::file_time_type::duration>(std::chrono::seconds(Whole)) +
+      duration_cast<fs::file_time_type::duration>(
+          duration<double>(Picture_Seconds(Capture, Image))));
+  fs::last_write_time(File, Taken);
+}
+
 }  // namespace
 
 void Write_Tables(const Plan& Capture, const fs::path& Directory) {
   Make_Folder(Directory);
+  if (Is_Timed(Capture.Settings.Recording)) {
+    Write_Text(Directory / "times.csv", Times_Text(Capture));
+  }
+  for (const Take_File& File : Take_Files(Capture)) Write_Text(Directory / File.Name, File.Text);
   Write_Text(Directory / "capture.csv", Csv_Text(Capture, Directory));
   Write_Text(Directory / "truth.json", Truth_As_Json(Capture).dump(2) + "\n");
 }
@@ -341,7 +460,9 @@ void Write_Capture(const Plan& Capture, const fs::path& Directory,
   const cv::Mat Rays =
       Make_Pixel_Rays(Capture.True_Lens, Capture.Settings.Width, Capture.Settings.Height);
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
-    Write_Photograph(Capture, i, Rays, Image_File(Capture, Capture.Images[i], Directory));
+    const fs::path File = Image_File(Capture, Capture.Images[i], Directory);
+    Write_Photograph(Capture, i, Rays, File);
+    if (Is_Timed(Capture.Settings.Recording)) Set_File_Time(Capture, Capture.Images[i], File);
     if (Progress) Progress(i + 1, Capture.Images.size());
   }
 }

@@ -56,6 +56,10 @@ std::optional<double> Read_Angle(std::string_view Text) {
   return Read_With_Unit(Text, {{"", 1.0}, {"deg", 1.0}});
 }
 
+std::optional<double> Read_Seconds(std::string_view Text) {
+  return Read_With_Unit(Text, {{"", 1.0}, {"s", 1.0}, {"ms", 1000.0}});
+}
+
 std::optional<double> Read_Number(std::string_view Text) {
   return Read_With_Unit(Text, {{"", 1.0}});
 }
@@ -216,6 +220,12 @@ double Parse_Distance(const std::string& Flag, const std::string& Text) {
     Refuse(Flag, Text, "a length above 0, for example 3m (a number without a unit is in metres)");
   }
   return *Metres;
+}
+
+double Parse_Seconds(const std::string& Flag, const std::string& Text) {
+  const std::optional<double> Seconds = Read_Seconds(Text);
+  if (!Seconds) Refuse(Flag, Text, "a time, for example 0.1 for seconds or 100ms");
+  return *Seconds;
 }
 
 std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text) {

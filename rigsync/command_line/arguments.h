@@ -50,6 +50,9 @@ Length_And_Angle Parse_Length_And_Angle(const std::string& Flag, const std::stri
 // A length above 0, metres.
 double Parse_Distance(const std::string& Flag, const std::string& Text);
 
+// A finite time with the unit s or ms, or without one; seconds.
+double Parse_Seconds(const std::string& Flag, const std::string& Text);
+
 // Two numbers separated by a comma.
 std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text);
 

@@ -23,6 +23,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <set>
 #include <utility>
 
 namespace rigsync {
@@ -53,6 +54,7 @@ struct Simulate_Arguments {
   simulate::Options Options;
   bool Quiet = false;
   std::map<std::string, Flag_Value> Flag_Of_Option;  // by the name of the member of Options
+  std::set<std::string> Typed;                       // the flags on this command line
 };
 
 template <typename Value>
@@ -77,6 +79,19 @@ const Named<simulate::Path_Form>& Path_Forms() {
                                                    {"relative", simulate::Path_Form::Relative},
                                                    {"name", simulate::Path_Form::Name_Only},
                                                    {"backslash", simulate::Path_Form::Backslash}};
+  return Names;
+}
+
+const Named<simulate::Take_Format>& Take_Formats() {
+  using simulate::Take_Format;
+  static const Named<Take_Format> Names = {{"none", Take_Format::None},
+                                           {"motive", Take_Format::Motive}};
+  return Names;
+}
+
+const Named<simulate::Length_Unit>& Take_Units() {
+  static const Named<simulate::Length_Unit> Names = {{"m", simulate::Length_Unit::Metres},
+                                                     {"mm", simulate::Length_Unit::Millimetres}};
   return Names;
 }
 
@@ -151,6 +166,23 @@ class Simulator_Flags {
         Words);
   }
 
+  // The same for an option of the recording.
+  template <typename Value>
+  CLI::Option* Nested_Choice(const std::string& Flag, const std::string& Option, const char* Type,
+                             const Named<Value>& Names, Value simulate::Recording_Options::*Member,
+                             const char* Help) {
+    std::vector<std::string> Words;
+    for (const auto& Entry : Names) Words.push_back(Entry.first);
+    CLI::Option* const Added =
+        Add(Flag, Option, Type, Name_Of(Default().Recording.*Member, Names), Help,
+            [Member, &Names](simulate::Options& Options, const std::string& /*Flag*/,
+                             const std::string& Text) {
+              Options.Recording.*Member = Value_Of(Text, Names);
+            });
+    Require_Choice(Line, Added, Words);
+    return Added;
+  }
+
   void Count(const std::string& Flag, const std::string& Option, int simulate::Options::*Member,
              const char* Help) {
     Add(Flag, Option, "N", fmt::format("{}", Default().*Member), Help,
@@ -220,7 +252,10 @@ class Simulator_Flags {
     return Command
         .add_option_function<std::string>(
             Flag,
-            [Flag, Target, Set](const std::string& Text) { Set(Target->Options, Flag, Text); },
+            [Flag, Target, Set](const std::string& Text) {
+              Target->Typed.insert(Flag);
+              Set(Target->Options, Flag, Text);
+            },
             Help)
         ->type_name(Type)
         ->default_str(Default_Text)
@@ -335,6 +370,90 @@ void Add_File_Flags(Simulator_Flags& Flags) {
             });
 }
 
+// A range of times, SHORTEST,LONGEST in seconds.
+void Add_Seconds_Range(Simulator_Flags& Flags, const std::string& Flag,
+                       const std::array<const char*, 2>& Options,
+                       double simulate::Recording_Options::*Shortest,
+                       double simulate::Recording_Options::*Longest, const char* Help) {
+  const simulate::Recording_Options& Default = Flags.Default().Recording;
+  Flags.Add_Pair(Flag, {{Options[0], "shortest"}, {Options[1], "longest"}}, "A,B",
+                 fmt::format("{},{}", Default.*Shortest, Default.*Longest), Help,
+                 [Shortest, Longest](simulate::Options& Target, const std::string& Name,
+                                     const std::string& Text) {
+                   const std::array<double, 2> Values = Parse_Pair(Name, Text);
+                   Target.Recording.*Shortest = Values[0];
+                   Target.Recording.*Longest = Values[1];
+                 });
+}
+
+// How the rig moves between the photographs, and what the trackers make of it.
+void Add_Motion_Flags(Simulator_Flags& Flags) {
+  using simulate::Recording_Options;
+  const Recording_Options& Default = Flags.Default().Recording;
+  Add_Seconds_Range(Flags, "--hold", {"Shortest_Hold", "Longest_Hold"},
+                    &Recording_Options::Shortest_Hold, &Recording_Options::Longest_Hold,
+                    "how long the rig holds still for a photograph, from A to B seconds");
+  Add_Seconds_Range(Flags, "--move", {"Shortest_Move", "Longest_Move"},
+                    &Recording_Options::Shortest_Move, &Recording_Options::Longest_Move,
+                    "how long it takes to the next one, from A to B seconds");
+  Flags.Add("--clock-offset", "Clock_Offset", "TIME", fmt::format("{}s", Default.Clock_Offset),
+            "time on the take's clock less time on that of the pictures",
+            [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
+              Target.Recording.Clock_Offset = Parse_Seconds(Name, Text);
+            });
+  Flags.Add("--drift", "Drift_Mm_Per_Second", "LENGTH", Millimetres(Default.Drift_Mm_Per_Second),
+            "how far each tracked body moves in a second of a hold",
+            [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
+              Target.Recording.Drift_Mm_Per_Second = Parse_Length(Name, Text) * 1000.0;
+            });
+  Flags.Add("--drift-angle", "Drift_Deg_Per_Second", "DEG",
+            fmt::format("{}", Default.Drift_Deg_Per_Second),
+            "how far each tracked body turns in a second of a hold",
+            [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
+              Target.Recording.Drift_Deg_Per_Second = Parse_Angle(Name, Text);
+            });
+  Flags.Add("--lag", "Lag_Ms", "TIME", fmt::format("{}ms", Default.Lag_Ms),
+            "how much older a tracker sample is than its time says",
+            [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
+              Target.Recording.Lag_Ms = Parse_Seconds(Name, Text) * 1000.0;
+            });
+}
+
+void Add_Take_Flags(Simulator_Flags& Flags) {
+  const simulate::Recording_Options& Default = Flags.Default().Recording;
+  Flags.Set_Group("Take and clip");
+  CLI::Option* const Take = Flags.Nested_Choice(
+      "--take", "Format", "FORMAT", Take_Formats(), &simulate::Recording_Options::Format,
+      "also write what the tracking system records: motive");
+  Flags
+      .Nested_Choice("--take-unit", "Unit", "UNIT", Take_Units(),
+                     &simulate::Recording_Options::Unit, "lengths in a Motive take: m or mm")
+      ->needs(Take);
+  Flags
+      .Add("--take-rate", "Rate_Hz", "HZ", fmt::format("{}", Default.Rate_Hz),
+           "samples of the take per second",
+           [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
+             Target.Recording.Rate_Hz = Parse_Number(Name, Text);
+           })
+      ->needs(Take);
+  Flags
+      .Add("--lost", "Lost_Percent", "PERCENT", fmt::format("{}", Default.Lost_Percent),
+           "share of the samples that the take has lost",
+           [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
+             Target.Recording.Lost_Percent = Parse_Number(Name, Text);
+           })
+      ->needs(Take);
+}
+
+// Flags that say how time passes change nothing in a capture that has neither take nor clip.
+void Refuse_Times_Without_Take(const Simulate_Arguments& Arguments) {
+  if (Arguments.Options.Recording.Format != simulate::Take_Format::None) return;
+  for (const char* Flag : {"--hold", "--move", "--clock-offset", "--regular-holds"}) {
+    if (Arguments.Typed.count(Flag) == 0) continue;
+    throw Usage_Error(Flag, fmt::format("{} requires --take", Flag));
+  }
+}
+
 // What an operator would know of this stage before the calibration.
 Stage_Settings Settings_Of(const simulate::Plan& Capture) {
   const simulate::Options& Options = Capture.Settings;
@@ -402,6 +521,7 @@ int Simulate(const Simulate_Arguments& Arguments) {
   } catch (const simulate::Refused_Options& Refusal) {
     throw In_Flags(Refusal, Arguments.Flag_Of_Option);
   }
+  Refuse_Times_Without_Take(Arguments);
   Refuse_Commas(Arguments);
   Make_Out_Folder("DIR", Arguments.Directory, Needed_Bytes(Arguments.Options), "the capture");
   const fs::path Directory(Arguments.Directory);
@@ -420,6 +540,12 @@ int Simulate(const Simulate_Arguments& Arguments) {
     if (Count > 0) fmt::print("  rows with {}: {}\n", Name, Count);
   }
   fmt::print("  capture          {}\n", (Directory / "capture.csv").string());
+  for (const std::string& Name : simulate::Take_Names(Options.Recording)) {
+    fmt::print("  take             {}\n", (Directory / Name).string());
+  }
+  if (simulate::Is_Timed(Options.Recording)) {
+    fmt::print("  picture times    {}\n", (Directory / "times.csv").string());
+  }
   fmt::print("  truth            {}\n", (Directory / "truth.json").string());
   fmt::print("  board, estimate  {}\n", (Directory / "stage.json").string());
   fmt::print("Calibrate it with\n  rigsync calibrate {}{}--config {} --out RESULT_DIR\n",
@@ -440,6 +566,24 @@ void Add_Simulate_Command(Command_Line& Line) {
   Add_Photograph_Flags(Flags);
   Add_Rig_Flags(Flags);
   Add_Trouble_Flags(Flags);
+  Add_Take_Flags(Flags);
+  Add_Motion_Flags(Flags);
+  const auto Add_Switch = [&](const char* Flag, bool simulate::Recording_Options::*Member,
+                              const char* Help) {
+    Command
+        ->add_flag_function(
+            Flag,
+            [Arguments, Flag, Member](std::int64_t) {
+              Arguments->Typed.insert(Flag);
+              Arguments->Options.Recording.*Member = true;
+            },
+            Help)
+        ->group("Take and clip");
+  };
+  Add_Switch("--regular-holds", &simulate::Recording_Options::Regular_Holds,
+             "every hold and every move takes the mean of its range");
+  Add_Switch("--one-body", &simulate::Recording_Options::One_Body,
+             "only the camera is tracked, and the board stands still");
   Add_File_Flags(Flags);
   Command
       ->add_flag_function(

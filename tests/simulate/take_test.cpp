@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Takes, read by small readers that know each format's columns and nothing of the writers.
+#include "simulate/take.h"
+
+#include "simulate/motion.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using simulate::Image_Truth;
+using simulate::Make_Plan;
+using simulate::Options;
+using simulate::Plan;
+using simulate::Row_Kind;
+using simulate::Sample;
+using simulate::Take_Format;
+using simulate::Take_Row;
+
+Options Take_Of(Take_Format Format) {
+  Options Settings;
+  Settings.Seed = 6;
+  Settings.Width = 320;
+  Settings.Height = 240;
+  Settings.Board_Cols = 6;
+  Settings.Board_Rows = 5;
+  Settings.Image_Count = 6;
+  Settings.Recording.Format = Format;
+  return Settings;
+}
+
+struct Read_Sample {
+  double Seconds = 0;
+  bool Is_Lost = false;
+  Eigen::Vector3d Position = Eigen::Vector3d::Zero();      // metres
+  Eigen::Matrix3d Attitude = Eigen::Matrix3d::Identity();  // body to Base
+};
+
+using Bodies = std::map<std::string, std::vector<Read_Sample>>;
+
+std::vector<std::string> Split(const std::string& Text, char Separator) {
+  std::vector<std::string> Parts(1);
+  for (const char Letter : Text) {
+    if (Letter == Separator) {
+      Parts.emplace_back();
+    } else {
+      Parts.back() += Letter;
+    }
+  }
+  return Parts;
+}
+
+std::vector<std::string> Lines_Of(const std::string& Text) {
+  std::vector<std::string> Lines = Split(Text, '\n');
+  if (Lines.back().empty()) Lines.pop_back();
+  for (std::string& Line : Lines) {
+    if (!Line.empty() && Line.back() == '\r') Line.pop_back();
+  }
+  return Lines;
+}
+
+double Number(const std::string& Text) {
+  char* End = nullptr;
+  const double Value = std::strtod(Text.c_str(), &End);
+  EXPECT_EQ(*End, '\0') << Text;
+  return Value;
+}
+
+Eigen::Matrix3d Matrix_Of(double W, double X, double Y, double Z) {
+  Eigen::Matrix3d Rotation;
+  Rotation << 1 - 2 * (Y * Y + Z * Z), 2 * (X * Y - W * Z), 2 * (X * Z + W * Y),  //
+      2 * (X * Y + W * Z), 1 - 2 * (X * X + Z * Z), 2 * (Y * Z - W * X),          //
+      2 * (X * Z - W * Y), 2 * (Y * Z + W * X), 1 - 2 * (X * X + Y * Y);
+  return Rotation;
+}
+
+std::string Text_Of(const std::vector<simulate::Take_File>& Files, const std::string& Name) {
+  for (const simulate::Take_File& File : Files) {
+    if (File.Name == Name) return File.Text;
+  }
+  ADD_FAILURE() << "no file " << Name;
+  return "";
+}
+
+// A Motive take: columns by their names, seven of each body.
+Bodies Read_Motive(const std::string& Text) {
+  const std::vector<std::string> Lines = Lines_Of(Text);
+  const double Scale = Lines.at(0).find("Length Units,Meters") != std::string::npos ? 1.0 : 1e-3;
+  const std::vector<std::string> Types = Split(Lines.at(2), ','), Names = Split(Lines.at(3), ','),
+                                 Parts = Split(Lines.at(5), ','), Axes = Split(Lines.at(6), ',');
+  Bodies All;
+  for (std::size_t Row = 7; Row < Lines.size(); ++Row) {
+    const std::vector<std::string> Cells = Split(Lines[Row], ',');
+    EXPECT_EQ(Cells.size(), Types.size()) << Lines[Row];
+    std::map<std::string, std::map<std::string, std::string>> Values;
+    for (std::size_t c = 2; c < Cells.size(); ++c) {
+      if (Types.at(c) == "Rigid Body") Values[Names.at(c)][Parts.at(c) + Axes.at(c)] = Cells[c];
+    }
+    for (auto& [Name, Value] : Values) {
+      Read_Sample Next;
+      Next.Seconds = Number(Cells[1]);
+      Next.Is_Lost = Value["PositionX"].empty();
+      if (!Next.Is_Lost) {
+        Next.Position = {Number(Value["PositionX"]), Number(Value["PositionY"]),
+                         Number(Value["PositionZ"])};
+        Next.Position *= Scale;
+        Next.Attitude = Matrix_Of(Number(Value["RotationW"]), Number(Value["RotationX"]),
+                                  Number(Value["RotationY"]), Number(Value["RotationZ"]));
+      }
+      All[Name].push_back(Next);
+    }
+  }
+  return All;
+}
+
+Bodies Read_Take(const Plan& Capture) {
+  const std::vector<simulate::Take_File> Files = simulate::Take_Files(Capture);
+  return Read_Motive(Text_Of(Files, "take.csv"));
+}
+
+// What a sample of a row says in the terms of a take: the quaternion of a row takes Base to body,
+// so its matrix is transposed.
+Eigen::Matrix3d Attitude_Of(const Sample& Reading) {
+  const Eigen::Quaterniond& Q = Reading.Rotation;
+  return Matrix_Of(Q.w(), Q.x(), Q.y(), Q.z()).transpose();
+}
+
+struct Precision {
+  Take_Format Format;
+  double Position, Rotation;  // half of the last digit: metres, and of a matrix's element
+};
+
+// With numbers off by d, the element 1 - 2 (y y + z z) of the matrix changes by at most
+// 4 d (|y| + |z|), which is 4 sqrt(2) d for a unit quaternion, and other elements by less.
+constexpr double Per_Digit = 5.657;
+
+constexpr Precision Precisions[] = {{Take_Format::Motive, 0.5e-6, Per_Digit * 0.5e-6}};
+
+class TakeFormat : public testing::TestWithParam<Precision> {};
+
+TEST_P(TakeFormat, HasTheSamplesOfTheRowsToTheDigitsOfTheFormat) {
+  const Plan Capture = Make_Plan(Take_Of(GetParam().Format));
+  const Bodies Read = Read_Take(Capture);
+  ASSERT_EQ(Read.count("camera"), 1u);
+  ASSERT_EQ(Read.count("board"), 1u);
+  for (const Image_Truth& Image : Capture.Images) {
+    SCOPED_TRACE(Image.Name);
+    for (const auto& [Name, Row] :
+         {std::pair<const char*, Sample>{"camera", Image.Tc}, {"board", Image.Tr}}) {
+      // Every sample of the hold, as all of it is still.
+      int Count = 0;
+      for (const Read_Sample& Next : Read.at(Name)) {
+        if (Next.Seconds < Image.Still.Begin || Next.Seconds > Image.Still.End) continue;
+        ++Count;
+        ASSERT_FALSE(Next.Is_Lost);
+        ASSERT_LE((Next.Position - Row.Position).cwiseAbs().maxCoeff(),
+                  GetParam().Position * 1.0001);
+        ASSERT_LE((Next.Attitude - Attitude_Of(Row)).cwiseAbs().maxCoeff(),
+                  GetParam().Rotation * 1.0001);
+      }
+      EXPECT_GE(Count, 100) << "holds last a second at least";
+    }
+  }
+}
+
+TEST_P(TakeFormat, SamplesAtTheStatedRateFromTheBeginningToTheEnd) {
+  Options Settings = Take_Of(GetParam().Format);
+  Settings.Recording.Rate_Hz = 50.0;
+  const Plan Capture = Make_Plan(Settings);
+  const Bodies Read = Read_Take(Capture);
+  const std::vector<Read_Sample>& Samples = Read.at("camera");
+  ASSERT_EQ(Samples.size(), static_cast<std::size_t>(simulate::Duration(Capture) * 50.0) + 1);
+  for (std::size_t i = 0; i < Samples.size(); ++i) {
+    EXPECT_NEAR(Samples[i].Seconds, static_cast<double>(i) * 0.02, 1e-9);
+  }
+}
+
+TEST_P(TakeFormat, IsTheSameForEqualSeedsOnly) {
+  Options Settings = Take_Of(GetParam().Format);
+  Settings.Position_Noise_Mm = 0.3;
+  Settings.Recording.Lost_Percent = 3.0;
+  const auto Text = [&] { return simulate::Take_Files(Make_Plan(Settings)).front().Text; };
+  const std::string First = Text();
+  EXPECT_EQ(First, Text());
+  Settings.Seed = 7;
+  EXPECT_NE(First, Text());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TakeFormat, testing::ValuesIn(Precisions));
+
+TEST(MotiveTake, IsInMillimetresWhenAskedFor) {
+  Options Settings = Take_Of(Take_Format::Motive);
+  const Plan In_Metres = Make_Plan(Settings);
+  Settings.Recording.Unit = simulate::Length_Unit::Millimetres;
+  const Plan In_Millimetres = Make_Plan(Settings);
+  const std::string Text = simulate::Take_Files(In_Millimetres).front().Text;
+  EXPECT_THAT(Text, testing::HasSubstr(",Length Units,Millimeters,"));
+  const Bodies A = Read_Take(In_Metres), B = Read_Take(In_Millimetres);
+  for (std::size_t i = 0; i < A.at("board").size(); ++i) {
+    // Six decimals of a metre, and six of a millimetre.
+    EXPECT_LE((A.at("board")[i].Position - B.at("board")[i].Position).cwiseAbs().maxCoeff(),
+              0.501e-6);
+  }
+}
+
+TEST(MotiveTake, HasAThirdBodyBeforeTheTwo) {
+  const Bodies Read = Read_Take(Make_Plan(Take_Of(Take_Format::Motive)));
+  EXPECT_EQ(Read.count("prop"), 1u);
+  EXPECT_EQ(Read.size(), 3u);
+}
+
+TEST(RecordTake, SeesTheRigAsItWasBeforeTheLag) {
+  Options Settings = Take_Of(Take_Format::Motive);
+  Settings.Recording.Drift_Mm_Per_Second = 10.0;
+  Settings.Recording.Drift_Deg_Per_Second = 0.5;
+  Settings.Recording.Lag_Ms = 100.0;
+  const Plan Capture = Make_Plan(Settings);
+  const std::vector<Take_Row> Late = simulate::Record_Take(Capture);
+  Settings.Recording.Lag_Ms = 0.0;
+  const std::vector<Take_Row> Prompt = simulate::Record_Take(Make_Plan(Settings));
+  // 100 ms are ten samples.
+  for (std::size_t i = 10; i < Late.size(); ++i) {
+    ASSERT_LE((Late[i].Camera.Reading.Position - Prompt[i - 10].Camera.Reading.Position).norm(),
+              1e-12);
+    ASSERT_LE((Late[i].Board.Reading.Position - Prompt[i - 10].Board.Reading.Position).norm(),
+              1e-12);
+  }
+}
+
+TEST(RecordTake, HasTheNoiseOfTheSettingsInEverySample) {
+  Options Settings = Take_Of(Take_Format::Motive);
+  Settings.Position_Noise_Mm = 0.5;
+  Settings.Rotation_Noise_Deg = 0.1;
+  const Plan Capture = Make_Plan(Settings);
+  double Squares = 0.0, Angle_Squares = 0.0;
+  int Count = 0;
+  for (const Take_Row& Row : simulate::Record_Take(Capture)) {
+    const simulate::Rig_Pose Pose = simulate::Pose_At(Capture, Row.Seconds);
+    for (const auto& [Reading, Truth] :
+         {std::pair<Sample, Eigen::Matrix4d>{Row.Camera.Reading, Pose.Transform_Base_Tc},
+          {Row.Board.Reading, Pose.Transform_Base_Tr}}) {
+      const Sample Clean = simulate::Make_Sample(Truth);
+      Squares += (Reading.Position - Clean.Position).squaredNorm() / 3.0;
+      const double Angle = Reading.Rotation.angularDistance(Clean.Rotation);
+      Angle_Squares += Angle * Angle / 3.0;
+      ++Count;
+    }
+  }
+  // The relative error of a standard deviation from 3 n numbers is 1 / sqrt(6 n); five of them.
+  const double Tolerance = 5.0 / std::sqrt(6.0 * Count);
+  EXPECT_NEAR(std::sqrt(Squares / Count) / 0.5e-3, 1.0, Tolerance);
+  EXPECT_NEAR(std::sqrt(Angle_Squares / Count) / (0.1 / 57.29577951308232), 1.0, Tolerance);
+}
+
+TEST(RecordTake, LosesAboutTheStatedShareInRuns) {
+  Options Settings = Take_Of(Take_Format::Motive);
+  Settings.Image_Count = 60;
+  Settings.Recording.Lost_Percent = 10.0;
+  const std::vector<Take_Row> Rows = simulate::Record_Take(Make_Plan(Settings));
+  for (const auto Body : {&Take_Row::Camera, &Take_Row::Board}) {
+    int Lost = 0, Runs = 0;
+    for (std::size_t i = 0; i < Rows.size(); ++i) {
+      const bool Is_Lost = !(Rows[i].*Body).Is_Tracked;
+      Lost += Is_Lost ? 1 : 0;
+      Runs += Is_Lost && (i == 0 || (Rows[i - 1].*Body).Is_Tracked) ? 1 : 0;
+    }
+    // About 19000 samples in 190 runs of ten, whose number and length are both uncertain by about
+    // 1 in 14: five times the root of their sum is half of what is expected.
+    const double Share = static_cast<double>(Lost) / static_cast<double>(Rows.size());
+    EXPECT_NEAR(Share, 0.1, 0.05);
+    EXPECT_NEAR(static_cast<double>(Lost) / Runs, 10.0, 4.0);
+  }
+}
+
+TEST(RecordTake, JumpsAndRepeatsSamplesInTheHoldsOfSuchRows) {
+  Options Settings = Take_Of(Take_Format::Motive);
+  Settings.Image_Count = 12;
+  Settings.Jump_Count = 3;
+  Settings.Stale_Count = 3;
+  const Plan Capture = Make_Plan(Settings);
+  for (const Take_Row& Row : simulate::Record_Take(Capture)) {
+    const Image_Truth& Image = Capture.Images[simulate::Image_At(Capture, Row.Seconds)];
+    if (Row.Seconds > Image.Still.End) continue;
+    // The row is the sample of the hold, as there is no noise.
+    ASSERT_LE((Row.Camera.Reading.Position - Image.Tc.Position).norm(), 1e-12) << Image.Name;
+    ASSERT_LE((Row.Board.Reading.Position - Image.Tr.Position).norm(), 1e-12) << Image.Name;
+  }
+}
+
+TEST(RecordTake, LeavesTheBoardOutWhenOnlyTheCameraIsTracked) {
+  Options Settings = Take_Of(Take_Format::Motive);
+  Settings.Recording.One_Body = true;
+  const Bodies Read = Read_Take(Make_Plan(Settings));
+  EXPECT_EQ(Read.count("camera"), 1u);
+  EXPECT_EQ(Read.count("board"), 0u);
+}
+
+}  // namespace
