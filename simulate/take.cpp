@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Each format writes attitudes, body to Base, which is the conjugate of a sample's quaternion; only
-// the plain CSV has the sample's own direction. Lines end as the systems end them: those that run
-// on Windows with a carriage return.
+// the plain CSV has the sample's own direction. Coordinates are those of Base, which is up to the
+// tracking system. Motive, Vicon and Qualisys end their lines as Windows does.
 #include "simulate/take.h"
 
 #include "simulate/geometry.h"
@@ -86,6 +86,13 @@ std::ostringstream Text_With_Digits(int Digits) {
 // The attitude: body directions to Base.
 Eigen::Quaterniond Attitude(const Sample& Reading) {
   return Reading.Rotation.conjugate();
+}
+
+// An angle within half a turn has a quaternion with w of at least 0, which samples have.
+Eigen::Vector3d Rotation_Vector(const Eigen::Quaterniond& Rotation) {
+  const double Sine = Rotation.vec().norm();
+  if (!(Sine > 0.0)) return Eigen::Vector3d::Zero();
+  return Rotation.vec() * (2.0 * std::atan2(Sine, Rotation.w()) / Sine);
 }
 
 struct Named_Body {
@@ -214,6 +221,205 @@ std::vector<Take_File> Motive_Take(const Plan& Capture, const std::vector<Take_R
   return {{"take.csv", Out.str()}};
 }
 
+// ---- Vicon -----------------------------------------------------------------------------------
+
+constexpr double Degrees = 180.0 / Pi;
+constexpr double Millimetres = 1000.0;
+
+void Put_Segment(std::ostream& Out, const Body_Reading& Body, bool As_Quaternion) {
+  if (!Body.Is_Tracked) return Put_Blanks(Out, ',', As_Quaternion ? 7 : 6);
+  const Eigen::Quaterniond Rotation = Attitude(Body.Reading);
+  if (As_Quaternion) {
+    Put(Out, ',', {Rotation.x(), Rotation.y(), Rotation.z(), Rotation.w()});
+  } else {
+    const Eigen::Vector3d Vector_Deg = Degrees * Rotation_Vector(Rotation);
+    Put(Out, ',', {Vector_Deg.x(), Vector_Deg.y(), Vector_Deg.z()});
+  }
+  const Eigen::Vector3d Position_Mm = Millimetres * Body.Reading.Position;
+  Put(Out, ',', {Position_Mm.x(), Position_Mm.y(), Position_Mm.z()});
+}
+
+// Lines of names, columns and units. A segment's name stands above its first column.
+std::string Vicon_Header(const Plan& Capture, bool As_Quaternion) {
+  std::ostringstream Names, Columns, Units, Out;
+  for (const Named_Body& Body : Bodies_Of(Capture)) {
+    Names << ',' << Body.Name << ':' << Body.Name << (As_Quaternion ? ",,,,,," : ",,,,,");
+    Columns << (As_Quaternion ? ",RX,RY,RZ,RW,TX,TY,TZ" : ",RX,RY,RZ,TX,TY,TZ");
+    Units << (As_Quaternion ? ",,,,,mm,mm,mm" : ",deg,deg,deg,mm,mm,mm");
+  }
+  Out.imbue(std::locale::classic());
+  Out << "Segments" << Windows_Line_End << Capture.Settings.Recording.Rate_Hz << Windows_Line_End
+      << ',' << Names.str() << Windows_Line_End << "Frame,Sub Frame" << Columns.str()
+      << Windows_Line_End << ',' << Units.str() << Windows_Line_End;
+  return Out.str();
+}
+
+std::vector<Take_File> Vicon_Take(const Plan& Capture, const std::vector<Take_Row>& Rows,
+                                  bool As_Quaternion) {
+  std::ostringstream Out = Text_With_Digits(6);
+  Out << Vicon_Header(Capture, As_Quaternion);
+  for (std::size_t i = 0; i < Rows.size(); ++i) {
+    Out << i + 1 << ",0";
+    for (const Named_Body& Body : Bodies_Of(Capture)) {
+      Put_Segment(Out, Rows[i].*Body.Reading, As_Quaternion);
+    }
+    Out << Windows_Line_End;
+  }
+  return {{"take.csv", Out.str()}};
+}
+
+// ---- Qualisys --------------------------------------------------------------------------------
+
+std::string Qualisys_Header(const Plan& Capture, std::size_t Rows) {
+  const std::vector<Named_Body> Bodies = Bodies_Of(Capture);
+  std::ostringstream Out;
+  Out.imbue(std::locale::classic());
+  Out << "NO_OF_FRAMES\t" << Rows << "\r\nNO_OF_CAMERAS\t8\r\nNO_OF_BODIES\t" << Bodies.size()
+      << "\r\nFREQUENCY\t" << Capture.Settings.Recording.Rate_Hz
+      << "\r\nNO_OF_ANALOG\t0\r\nANALOG_FREQUENCY\t0\r\nDESCRIPTION\t--\r\n"
+         "TIME_STAMP\t2024-03-14, 10:20:30\t1234.56789012\r\nDATA_INCLUDED\t6D\r\nBODY_NAMES";
+  for (const Named_Body& Body : Bodies) Out << '\t' << Body.Name;
+  Out << Windows_Line_End << "Frame\tTime\t";
+  for (const Named_Body& Body : Bodies) {
+    Out << Body.Name << " X\tY\tZ\tRoll\tPitch\tYaw\tResidual\t";
+    for (int k = 0; k < 9; ++k) Out << "Rot[" << k << "]\t";
+  }
+  Out << Windows_Line_End;
+  return Out.str();
+}
+
+// Every number is followed by a tab. The angles are turns about the body's axes, x before y before
+// z, and the matrix goes column by column.
+void Put_6D(std::ostream& Out, const Body_Reading& Body) {
+  constexpr double Residual_Mm = 0.5;
+  if (!Body.Is_Tracked) return Put_Blanks(Out, '\t', 16);
+  const Eigen::Vector3d Position_Mm = Millimetres * Body.Reading.Position;
+  const Eigen::Matrix3d Rotation = Attitude(Body.Reading).toRotationMatrix();
+  const double Roll = std::atan2(-Rotation(1, 2), Rotation(2, 2));
+  const double Pitch = std::asin(std::clamp(Rotation(0, 2), -1.0, 1.0));
+  const double Yaw = std::atan2(-Rotation(0, 1), Rotation(0, 0));
+  for (const double Value : {Position_Mm.x(), Position_Mm.y(), Position_Mm.z(), Degrees * Roll,
+                             Degrees * Pitch, Degrees * Yaw, Residual_Mm}) {
+    Out << Value << '\t';
+  }
+  for (int c = 0; c < 3; ++c) {
+    for (int r = 0; r < 3; ++r) Out << Rotation(r, c) << '\t';
+  }
+}
+
+std::vector<Take_File> Qualisys_Take(const Plan& Capture, const std::vector<Take_Row>& Rows) {
+  std::ostringstream Out = Text_With_Digits(5);
+  Out << Qualisys_Header(Capture, Rows.size());
+  for (std::size_t i = 0; i < Rows.size(); ++i) {
+    Out << i + 1 << '\t' << Rows[i].Seconds << '\t';
+    for (const Named_Body& Body : Bodies_Of(Capture)) Put_6D(Out, Rows[i].*Body.Reading);
+    Out << Windows_Line_End;
+  }
+  return {{"take.tsv", Out.str()}};
+}
+
+// ---- Pose files ------------------------------------------------------------------------------
+
+// A file of one body: a line for each sample that isn't lost.
+struct Pose_File_Form {
+  const char* Extension;
+  const char* Header;  // with its line end; may be empty
+  char Separator;
+  bool In_Nanoseconds, Is_W_First;
+};
+
+std::string Pose_File_Text(const Pose_File_Form& Form, const std::vector<Take_Row>& Rows,
+                           Body_Reading Take_Row::*Body) {
+  std::ostringstream Out = Text_With_Digits(6);
+  Out << Form.Header;
+  for (const Take_Row& Row : Rows) {
+    if (!(Row.*Body).Is_Tracked) continue;
+    if (Form.In_Nanoseconds) {
+      Out << std::llround(Row.Seconds * 1e9);
+    } else {
+      Out << Row.Seconds;
+    }
+    const Eigen::Vector3d& Position = (Row.*Body).Reading.Position;
+    const Eigen::Quaterniond Rotation = Attitude((Row.*Body).Reading);
+    Put(Out, Form.Separator, {Position.x(), Position.y(), Position.z()});
+    if (Form.Is_W_First) Put(Out, Form.Separator, {Rotation.w()});
+    Put(Out, Form.Separator, {Rotation.x(), Rotation.y(), Rotation.z()});
+    if (!Form.Is_W_First) Put(Out, Form.Separator, {Rotation.w()});
+    Out << '\n';
+  }
+  return Out.str();
+}
+
+Pose_File_Form Form_Of(Take_Format Format) {
+  if (Format == Take_Format::Tum) {
+    return {".txt", "# timestamp tx ty tz qx qy qz qw\n", ' ', false, false};
+  }
+  if (Format == Take_Format::Euroc) {
+    return {".csv",
+            "#timestamp, p_RS_R_x [m], p_RS_R_y [m], p_RS_R_z [m], q_RS_w [], q_RS_x [], "
+            "q_RS_y [], q_RS_z []\n",
+            ',', true, true};
+  }
+  return {".csv", "", ',', false, false};
+}
+
+std::vector<Take_File> Pose_Files(const Plan& Capture, const std::vector<Take_Row>& Rows) {
+  const Pose_File_Form Form = Form_Of(Capture.Settings.Recording.Format);
+  std::vector<Take_File> Files;
+  for (const Named_Body& Body : Bodies_Of(Capture)) {
+    Files.push_back(
+        {std::string(Body.Name) + Form.Extension, Pose_File_Text(Form, Rows, Body.Reading)});
+  }
+  return Files;
+}
+
+// ---- Plain CSV and its map -------------------------------------------------------------------
+
+// Turns the axes of Base into the file's, in which y is up: x is Base's x, y its z, and z the
+// reverse of its y. The map says it the other way round, as what each axis of Base is in the file.
+Eigen::Vector3d In_Axes_Of_File(const Eigen::Vector3d& Vector_Base) {
+  return {Vector_Base.x(), Vector_Base.z(), -Vector_Base.y()};
+}
+
+// A body's own axes are renamed with those of Base, so the axis of its rotation is turned alike.
+// The quaternion is that of the sample, Base to body.
+void Put_Plain(std::ostream& Out, const Body_Reading& Body) {
+  constexpr double Centimetres = 100.0;
+  if (!Body.Is_Tracked) return Put_Blanks(Out, ';', 7);
+  const Eigen::Vector3d Position_Cm = Centimetres * In_Axes_Of_File(Body.Reading.Position);
+  const Eigen::Vector3d Axis = In_Axes_Of_File(Body.Reading.Rotation.vec());
+  Put(Out, ';', {Axis.x(), Axis.y(), Axis.z(), Body.Reading.Rotation.w()});
+  Put(Out, ';', {Position_Cm.x(), Position_Cm.y(), Position_Cm.z()});
+}
+
+std::string Map_Of_Body(const std::string& Name) {
+  return "\n[[body]]\nname = \"" + Name + "\"\nposition = [\"" + Name + "_x\", \"" + Name +
+         "_y\", \"" + Name + "_z\"]\nlength-unit = \"cm\"\nquaternion = { w = \"" + Name +
+         "_qw\", x = \"" + Name + "_qx\", y = \"" + Name + "_qy\", z = \"" + Name +
+         "_qz\" }\ndirection = \"base-to-body\"\n";
+}
+
+std::vector<Take_File> Plain_Take(const Plan& Capture, const std::vector<Take_Row>& Rows) {
+  std::string Map =
+      "separator = \"semicolon\"\nheader-lines = 1\naxes = [\"x\", \"-z\", \"y\"]\n\n"
+      "[time]\ncolumn = \"t\"\nunit = \"ms\"\n";
+  std::ostringstream Out = Text_With_Digits(6);
+  Out << 't';
+  for (const Named_Body& Body : Bodies_Of(Capture)) {
+    for (const char* Part : {"_qx", "_qy", "_qz", "_qw", "_x", "_y", "_z"}) {
+      Out << ';' << Body.Name << Part;
+    }
+    Map += Map_Of_Body(Body.Name);
+  }
+  Out << '\n';
+  for (const Take_Row& Row : Rows) {
+    Out << 1000.0 * Row.Seconds;
+    for (const Named_Body& Body : Bodies_Of(Capture)) Put_Plain(Out, Row.*Body.Reading);
+    Out << '\n';
+  }
+  return {{"take.csv", Out.str()}, {"take.toml", Map}};
+}
+
 }  // namespace
 
 std::vector<Take_Row> Record_Take(const Plan& Capture) {
@@ -243,19 +449,43 @@ std::vector<Take_Row> Record_Take(const Plan& Capture) {
 
 std::vector<std::string> Take_Names(const Recording_Options& Recording) {
   switch (Recording.Format) {
-    case Take_Format::Motive:
-      return {"take.csv"};
-    default:
+    case Take_Format::None:
       return {};
+    case Take_Format::Motive:
+    case Take_Format::Vicon:
+    case Take_Format::Vicon_Quaternion:
+      return {"take.csv"};
+    case Take_Format::Qualisys:
+      return {"take.tsv"};
+    case Take_Format::Csv:
+      return {"take.csv", "take.toml"};
+    case Take_Format::Tum:
+    case Take_Format::Eth:
+    case Take_Format::Euroc:
+      break;
   }
+  const std::string Extension = Form_Of(Recording.Format).Extension;
+  if (Recording.One_Body) return {"camera" + Extension};
+  return {"camera" + Extension, "board" + Extension};
 }
 
 std::vector<Take_File> Take_Files(const Plan& Capture) {
-  switch (Capture.Settings.Recording.Format) {
+  const Take_Format Format = Capture.Settings.Recording.Format;
+  if (Format == Take_Format::None) return {};
+  const std::vector<Take_Row> Rows = Record_Take(Capture);
+  switch (Format) {
     case Take_Format::Motive:
-      return Motive_Take(Capture, Record_Take(Capture));
+      return Motive_Take(Capture, Rows);
+    case Take_Format::Vicon:
+      return Vicon_Take(Capture, Rows, /*As_Quaternion=*/false);
+    case Take_Format::Vicon_Quaternion:
+      return Vicon_Take(Capture, Rows, /*As_Quaternion=*/true);
+    case Take_Format::Qualisys:
+      return Qualisys_Take(Capture, Rows);
+    case Take_Format::Csv:
+      return Plain_Take(Capture, Rows);
     default:
-      return {};
+      return Pose_Files(Capture, Rows);
   }
 }
 

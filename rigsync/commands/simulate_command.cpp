@@ -85,7 +85,14 @@ const Named<simulate::Path_Form>& Path_Forms() {
 const Named<simulate::Take_Format>& Take_Formats() {
   using simulate::Take_Format;
   static const Named<Take_Format> Names = {{"none", Take_Format::None},
-                                           {"motive", Take_Format::Motive}};
+                                           {"motive", Take_Format::Motive},
+                                           {"vicon", Take_Format::Vicon},
+                                           {"vicon-quaternion", Take_Format::Vicon_Quaternion},
+                                           {"qualisys", Take_Format::Qualisys},
+                                           {"tum", Take_Format::Tum},
+                                           {"eth", Take_Format::Eth},
+                                           {"euroc", Take_Format::Euroc},
+                                           {"csv", Take_Format::Csv}};
   return Names;
 }
 
@@ -424,7 +431,8 @@ void Add_Take_Flags(Simulator_Flags& Flags) {
   Flags.Set_Group("Take and clip");
   CLI::Option* const Take = Flags.Nested_Choice(
       "--take", "Format", "FORMAT", Take_Formats(), &simulate::Recording_Options::Format,
-      "also write what the tracking system records: motive");
+      "also write what the tracking system records: motive, vicon (rotation vectors), "
+      "vicon-quaternion, qualisys, tum, eth, euroc, csv (with a map of its columns)");
   Flags
       .Nested_Choice("--take-unit", "Unit", "UNIT", Take_Units(),
                      &simulate::Recording_Options::Unit, "lengths in a Motive take: m or mm")

@@ -123,9 +123,146 @@ Bodies Read_Motive(const std::string& Text) {
   return All;
 }
 
+Eigen::Matrix3d Matrix_Of_Vector_Deg(const Eigen::Vector3d& Vector_Deg) {
+  const double Angle = Vector_Deg.norm() / 57.29577951308232;
+  const Eigen::Vector3d Part = std::sin(0.5 * Angle) * Vector_Deg.normalized();
+  return Matrix_Of(std::cos(0.5 * Angle), Part.x(), Part.y(), Part.z());
+}
+
+// A Vicon take: six or seven columns of each segment, from the one that its name stands above.
+Bodies Read_Vicon(const std::string& Text) {
+  const std::vector<std::string> Lines = Lines_Of(Text);
+  EXPECT_EQ(Lines.at(0), "Segments");
+  const double Rate_Hz = Number(Lines.at(1));
+  const std::vector<std::string> Names = Split(Lines.at(2), ','), Columns = Split(Lines.at(3), ','),
+                                 Units = Split(Lines.at(4), ',');
+  const bool Is_Quaternion = Columns.at(5) == "RW";
+  EXPECT_EQ(Units.at(2), Is_Quaternion ? "" : "deg");
+  EXPECT_EQ(Units.back(), "mm");
+  Bodies All;
+  for (std::size_t Row = 5; Row < Lines.size(); ++Row) {
+    const std::vector<std::string> Cells = Split(Lines[Row], ',');
+    EXPECT_EQ(Cells.size(), Columns.size()) << Lines[Row];
+    for (std::size_t c = 2; c < Cells.size(); ++c) {
+      if (Names.at(c).empty()) continue;
+      Read_Sample Next;
+      Next.Seconds = (Number(Cells[0]) - 1.0) / Rate_Hz;
+      Next.Is_Lost = Cells[c].empty();
+      if (!Next.Is_Lost) {
+        const std::size_t T = c + (Is_Quaternion ? 4 : 3);
+        const Eigen::Vector3d R(Number(Cells[c]), Number(Cells[c + 1]), Number(Cells[c + 2]));
+        Next.Attitude = Is_Quaternion ? Matrix_Of(Number(Cells[c + 3]), R.x(), R.y(), R.z())
+                                      : Matrix_Of_Vector_Deg(R);
+        Next.Position = {Number(Cells[T]), Number(Cells[T + 1]), Number(Cells[T + 2])};
+        Next.Position *= 1e-3;
+      }
+      All[Split(Names[c], ':').at(1)].push_back(Next);
+    }
+  }
+  return All;
+}
+
+// A Qualisys take. The matrix is compared with the angles: turns about x, y, z of the body.
+Bodies Read_Qualisys(const std::string& Text) {
+  const std::vector<std::string> Lines = Lines_Of(Text);
+  EXPECT_EQ(Split(Lines.at(9), '\t').at(0), "BODY_NAMES");
+  const std::vector<std::string> Names = Split(Lines.at(9), '\t');
+  Bodies All;
+  for (std::size_t Row = 11; Row < Lines.size(); ++Row) {
+    const std::vector<std::string> Cells = Split(Lines[Row], '\t');
+    EXPECT_EQ(Cells.size(), Split(Lines.at(10), '\t').size()) << Lines[Row];
+    for (std::size_t Body = 1; Body < Names.size(); ++Body) {
+      const std::size_t First = 2 + 16 * (Body - 1);
+      EXPECT_EQ(Split(Lines.at(10), '\t').at(First), Names[Body] + " X");
+      Read_Sample Next;
+      Next.Seconds = Number(Cells[1]);
+      Next.Is_Lost = Cells[First].empty();
+      if (!Next.Is_Lost) {
+        const auto Cell = [&](std::size_t k) { return Number(Cells[First + k]); };
+        Next.Position = 1e-3 * Eigen::Vector3d(Cell(0), Cell(1), Cell(2));
+        for (int k = 0; k < 9; ++k) {
+          Next.Attitude(k % 3, k / 3) = Cell(7 + static_cast<std::size_t>(k));
+        }
+        const Eigen::Matrix3d Turned = Matrix_Of_Vector_Deg({Cell(3), 0, 0}) *
+                                       Matrix_Of_Vector_Deg({0, Cell(4), 0}) *
+                                       Matrix_Of_Vector_Deg({0, 0, Cell(5)});
+        // Five decimals of a degree, and of an element.
+        EXPECT_LE((Turned - Next.Attitude).cwiseAbs().maxCoeff(), 0.6e-5);
+      }
+      All[Names[Body]].push_back(Next);
+    }
+  }
+  return All;
+}
+
+// A pose file of one body: time, position, quaternion.
+std::vector<Read_Sample> Read_Pose_File(const std::string& Text, Take_Format Format) {
+  const char Separator = Format == Take_Format::Tum ? ' ' : ',';
+  std::vector<Read_Sample> Samples;
+  for (const std::string& Line : Lines_Of(Text)) {
+    if (Line.at(0) == '#') continue;
+    const std::vector<std::string> Cells = Split(Line, Separator);
+    EXPECT_EQ(Cells.size(), 8u) << Line;
+    const auto Cell = [&](std::size_t k) { return Number(Cells.at(k)); };
+    Read_Sample Next;
+    Next.Seconds = Cell(0) * (Format == Take_Format::Euroc ? 1e-9 : 1.0);
+    Next.Position = {Cell(1), Cell(2), Cell(3)};
+    Next.Attitude = Format == Take_Format::Euroc ? Matrix_Of(Cell(4), Cell(5), Cell(6), Cell(7))
+                                                 : Matrix_Of(Cell(7), Cell(4), Cell(5), Cell(6));
+    Samples.push_back(Next);
+  }
+  return Samples;
+}
+
+// The plain CSV: centimetres with y up, quaternions x, y, z, w from Base to the body. Written out,
+// what its map says: x, y, z of Base are x, -z, y of the file.
+Bodies Read_Plain(const std::string& Text) {
+  Eigen::Matrix3d Rotation_Base_File;
+  Rotation_Base_File << 1, 0, 0,  //
+      0, 0, -1,                   //
+      0, 1, 0;
+  const std::vector<std::string> Lines = Lines_Of(Text);
+  const std::vector<std::string> Names = Split(Lines.at(0), ';');
+  Bodies All;
+  for (std::size_t Row = 1; Row < Lines.size(); ++Row) {
+    const std::vector<std::string> Cells = Split(Lines[Row], ';');
+    EXPECT_EQ(Cells.size(), Names.size()) << Lines[Row];
+    for (std::size_t c = 1; c + 6 < Names.size(); c += 7) {
+      Read_Sample Next;
+      Next.Seconds = Number(Cells[0]) * 1e-3;
+      Next.Is_Lost = Cells[c].empty();
+      if (!Next.Is_Lost) {
+        const auto Cell = [&](std::size_t k) { return Number(Cells[c + k]); };
+        const Eigen::Matrix3d Attitude = Matrix_Of(Cell(3), Cell(0), Cell(1), Cell(2)).transpose();
+        Next.Attitude = Rotation_Base_File * Attitude * Rotation_Base_File.transpose();
+        Next.Position = Rotation_Base_File * Eigen::Vector3d(Cell(4), Cell(5), Cell(6)) * 1e-2;
+      }
+      All[Names[c].substr(0, Names[c].find('_'))].push_back(Next);
+    }
+  }
+  return All;
+}
+
 Bodies Read_Take(const Plan& Capture) {
   const std::vector<simulate::Take_File> Files = simulate::Take_Files(Capture);
-  return Read_Motive(Text_Of(Files, "take.csv"));
+  Bodies All;
+  const Take_Format Format = Capture.Settings.Recording.Format;
+  switch (Format) {
+    case Take_Format::Motive:
+      return Read_Motive(Text_Of(Files, "take.csv"));
+    case Take_Format::Vicon:
+    case Take_Format::Vicon_Quaternion:
+      return Read_Vicon(Text_Of(Files, "take.csv"));
+    case Take_Format::Qualisys:
+      return Read_Qualisys(Text_Of(Files, "take.tsv"));
+    case Take_Format::Csv:
+      return Read_Plain(Text_Of(Files, "take.csv"));
+    default:
+      for (const simulate::Take_File& File : Files) {
+        All[Split(File.Name, '.').at(0)] = Read_Pose_File(File.Text, Format);
+      }
+      return All;
+  }
 }
 
 // What a sample of a row says in the terms of a take: the quaternion of a row takes Base to body,
@@ -137,14 +274,24 @@ Eigen::Matrix3d Attitude_Of(const Sample& Reading) {
 
 struct Precision {
   Take_Format Format;
-  double Position, Rotation;  // half of the last digit: metres, and of a matrix's element
+  double Position, Rotation;  // from half of the last digit: metres, and of a matrix's element
 };
 
 // With numbers off by d, the element 1 - 2 (y y + z z) of the matrix changes by at most
 // 4 d (|y| + |z|), which is 4 sqrt(2) d for a unit quaternion, and other elements by less.
 constexpr double Per_Digit = 5.657;
 
-constexpr Precision Precisions[] = {{Take_Format::Motive, 0.5e-6, Per_Digit * 0.5e-6}};
+constexpr Precision Precisions[] = {
+    {Take_Format::Motive, 0.5e-6, Per_Digit * 0.5e-6},
+    // A rotation vector in degrees, each of three numbers off by half a digit: sqrt(3) of it, and
+    // no element changes faster than the angle.
+    {Take_Format::Vicon, 0.5e-9, 1.7321 * 0.5e-6 / 57.2957},
+    {Take_Format::Vicon_Quaternion, 0.5e-9, Per_Digit * 0.5e-6},
+    {Take_Format::Qualisys, 0.5e-8, 0.5e-5},
+    {Take_Format::Tum, 0.5e-6, Per_Digit * 0.5e-6},
+    {Take_Format::Eth, 0.5e-6, Per_Digit * 0.5e-6},
+    {Take_Format::Euroc, 0.5e-6, Per_Digit * 0.5e-6},
+    {Take_Format::Csv, 0.5e-8, Per_Digit * 0.5e-6}};
 
 class TakeFormat : public testing::TestWithParam<Precision> {};
 
@@ -164,7 +311,7 @@ TEST_P(TakeFormat, HasTheSamplesOfTheRowsToTheDigitsOfTheFormat) {
         ++Count;
         ASSERT_FALSE(Next.Is_Lost);
         ASSERT_LE((Next.Position - Row.Position).cwiseAbs().maxCoeff(),
-                  GetParam().Position * 1.0001);
+                  GetParam().Position * 1.0001 + 1e-12);
         ASSERT_LE((Next.Attitude - Attitude_Of(Row)).cwiseAbs().maxCoeff(),
                   GetParam().Rotation * 1.0001);
       }
@@ -197,6 +344,42 @@ TEST_P(TakeFormat, IsTheSameForEqualSeedsOnly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, TakeFormat, testing::ValuesIn(Precisions));
+
+TEST_P(TakeFormat, LeavesOutOrBlanksTheSamplesThatAreLost) {
+  Options Settings = Take_Of(GetParam().Format);
+  Settings.Recording.Lost_Percent = 20.0;
+  const Plan Capture = Make_Plan(Settings);
+  const std::vector<Take_Row> Rows = simulate::Record_Take(Capture);
+  const Bodies Read = Read_Take(Capture);
+  for (const auto& [Name, Body] :
+       {std::pair<const char*, simulate::Body_Reading Take_Row::*>{"camera", &Take_Row::Camera},
+        {"board", &Take_Row::Board}}) {
+    std::vector<double> Tracked, Told;
+    for (const Take_Row& Row : Rows) {
+      if ((Row.*Body).Is_Tracked) Tracked.push_back(Row.Seconds);
+    }
+    for (const Read_Sample& Next : Read.at(Name)) {
+      if (!Next.Is_Lost) Told.push_back(Next.Seconds);
+    }
+    EXPECT_LT(Tracked.size(), Rows.size());
+    EXPECT_THAT(Told, testing::Pointwise(testing::DoubleNear(1e-9), Tracked));
+  }
+}
+
+TEST_P(TakeFormat, NamesItsFiles) {
+  for (const bool One_Body : {false, true}) {
+    Options Settings = Take_Of(GetParam().Format);
+    Settings.Recording.One_Body = One_Body;
+    std::vector<std::string> Names;
+    for (const simulate::Take_File& File : simulate::Take_Files(Make_Plan(Settings))) {
+      Names.push_back(File.Name);
+    }
+    EXPECT_EQ(Names, simulate::Take_Names(Settings.Recording));
+    const Bodies Read = Read_Take(Make_Plan(Settings));
+    EXPECT_EQ(Read.count("camera"), 1u);
+    EXPECT_EQ(Read.count("board"), One_Body ? 0u : 1u);
+  }
+}
 
 TEST(MotiveTake, IsInMillimetresWhenAskedFor) {
   Options Settings = Take_Of(Take_Format::Motive);
@@ -297,12 +480,14 @@ TEST(RecordTake, JumpsAndRepeatsSamplesInTheHoldsOfSuchRows) {
   }
 }
 
-TEST(RecordTake, LeavesTheBoardOutWhenOnlyTheCameraIsTracked) {
-  Options Settings = Take_Of(Take_Format::Motive);
-  Settings.Recording.One_Body = true;
-  const Bodies Read = Read_Take(Make_Plan(Settings));
-  EXPECT_EQ(Read.count("camera"), 1u);
-  EXPECT_EQ(Read.count("board"), 0u);
+TEST(PlainTake, HasAMapOfEveryColumn) {
+  const std::vector<simulate::Take_File> Files =
+      simulate::Take_Files(Make_Plan(Take_Of(Take_Format::Csv)));
+  const std::string Map = Text_Of(Files, "take.toml");
+  for (const std::string& Column : Split(Lines_Of(Text_Of(Files, "take.csv")).at(0), ';')) {
+    EXPECT_THAT(Map, testing::HasSubstr('"' + Column + '"'));
+  }
+  EXPECT_THAT(Map, testing::HasSubstr("axes = [\"x\", \"-z\", \"y\"]\n"));
 }
 
 }  // namespace
