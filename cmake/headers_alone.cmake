@@ -4,7 +4,8 @@
 # with RIGSYNC_FOREIGN_NAMES in place of every library.
 
 # The targets of each package that the build requires.
-set(RIGSYNC_TARGETS_OpenCV opencv_core opencv_imgproc opencv_imgcodecs opencv_calib3d)
+set(RIGSYNC_TARGETS_OpenCV opencv_core opencv_imgproc opencv_imgcodecs opencv_calib3d
+                           opencv_aruco)
 set(RIGSYNC_TARGETS_Eigen3 Eigen3::Eigen)
 set(RIGSYNC_TARGETS_Boost Boost::headers)
 set(RIGSYNC_TARGETS_CLI11 CLI11::CLI11)

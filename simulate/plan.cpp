@@ -4,6 +4,7 @@
 // samples, and which rows are bad. Each board pose follows a recipe (steep, in a corner of the
 // frame, near, ...) and is then moved to the position in the frame that its recipe asks for.
 #include "simulate/geometry.h"
+#include "simulate/marker_cells.h"
 #include "simulate/motion.h"
 #include "simulate/random.h"
 #include "simulate/simulate.h"
@@ -27,7 +28,8 @@ enum Stream : unsigned {
   Bad_Rows,
   Host_Estimate,
   Stale_Moves,
-  Jumps
+  Jumps,
+  Cuts
 };
 
 void Require(bool Holds, const std::string& Option, const std::string& Rule) {
@@ -73,6 +75,21 @@ void Check_Recording(const Options& Settings) {
           "can be chosen for a Motive take only");
 }
 
+void Check_Markers(const Options& Settings) {
+  Require(Settings.Marker_Size >= 0.1 && Settings.Marker_Size <= 0.9, "Marker_Size",
+          "has to be from 0.1 to 0.9");
+  Require(Settings.First_Marker >= -1, "First_Marker", "has to be at least 0");
+  if (Settings.First_Marker < 0) return;
+  Require(Marker_Count() > 0, "First_Marker",
+          "needs OpenCV's module aruco, which this program was built without");
+  const long long White = (Settings.Board_Cols + 1LL) * (Settings.Board_Rows + 1LL) / 2;
+  if (Settings.First_Marker + White > Marker_Count()) {
+    throw Refused_Options({"First_Marker", "Board_Cols", "Board_Rows"},
+                          "together need no more markers than the " +
+                              std::to_string(Marker_Count()) + " that there are");
+  }
+}
+
 void Check_Options(const Options& Settings) {
   Require(Settings.Image_Count >= 0, "Image_Count", "has to be at least 0");
   // 32768 is where OpenCV's image filters end.
@@ -114,20 +131,23 @@ void Check_Options(const Options& Settings) {
   Require(Settings.Jpeg_Quality >= 0 && Settings.Jpeg_Quality <= 100, "Jpeg_Quality",
           "has to be from 0 to 100");
 
-  // Counts are summed in 64 bits: five large ints don't fit an int.
+  Check_Markers(Settings);
+
+  // Counts are summed in 64 bits: six large ints don't fit an int.
   Require(Settings.Stale_Count >= 0, "Stale_Count", "has to be at least 0");
   Require(Settings.Jump_Count >= 0, "Jump_Count", "has to be at least 0");
   Require(Settings.Missing_Count >= 0, "Missing_Count", "has to be at least 0");
   Require(Settings.Blank_Count >= 0, "Blank_Count", "has to be at least 0");
   Require(Settings.Truncated_Count >= 0, "Truncated_Count", "has to be at least 0");
+  Require(Settings.Cut_Count >= 0, "Cut_Count", "has to be at least 0");
   Require(Settings.Stale_Count < std::max(Settings.Image_Count, 1), "Stale_Count",
           "has to be below the number of images: the first row has no row before it to repeat");
   const long long Bad = 0LL + Settings.Stale_Count + Settings.Jump_Count + Settings.Missing_Count +
-                        Settings.Blank_Count + Settings.Truncated_Count;
+                        Settings.Blank_Count + Settings.Truncated_Count + Settings.Cut_Count;
   if (Bad > Settings.Image_Count) {
-    throw Refused_Options(
-        {"Stale_Count", "Jump_Count", "Missing_Count", "Blank_Count", "Truncated_Count"},
-        "together have to be at most the number of images");
+    throw Refused_Options({"Stale_Count", "Jump_Count", "Missing_Count", "Blank_Count",
+                           "Truncated_Count", "Cut_Count"},
+                          "together have to be at most the number of images");
   }
   Check_Recording(Settings);
 }
@@ -407,6 +427,58 @@ Eigen::Matrix4d Draw_Board_Pose(const Plan& Capture, const std::vector<Eigen::Ve
                         "have to describe a lens that shows the whole board in the frame");
 }
 
+// ---- Boards that the frame cuts off ----------------------------------------------------------
+
+double Part_Outside(const Plan& Capture, const Image_Truth& Image) {
+  const std::vector<Eigen::Vector2d> Corners = Project_Board(Capture, Image);
+  const auto Is_Outside = [&](const Eigen::Vector2d& Pixel) {
+    return !(Pixel.minCoeff() >= 0.0 && Pixel.x() <= Capture.Settings.Width - 1.0 &&
+             Pixel.y() <= Capture.Settings.Height - 1.0);
+  };
+  return static_cast<double>(std::count_if(Corners.begin(), Corners.end(), Is_Outside)) /
+         static_cast<double>(Corners.size());
+}
+
+bool Shows_Outline(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline,
+                   const Eigen::Matrix4d& Transform_Cam_Chart) {
+  const double Fold = Fold_Radius(Capture.True_Lens);
+  return std::all_of(Outline.begin(), Outline.end(), [&](const Eigen::Vector3d& Edge_Chart) {
+    const Eigen::Vector3d Edge_Cam = Transformed(Transform_Cam_Chart, Edge_Chart);
+    return Edge_Cam.z() > 0.0 && Edge_Cam.head<2>().norm() < 0.98 * Fold * Edge_Cam.z();
+  });
+}
+
+// Moves the board towards one side of the frame until a part of its inner corners, drawn from a
+// fifth to half, is outside. Of the four sides, tries one after the other.
+void Cut_Off(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline, Random& Generator,
+             Image_Truth& Image) {
+  const Eigen::Vector3d Whole_Place = Image.Transform_Cam_Chart.topRightCorner<3, 1>();
+  const double Goal = Generator.Between(0.2, 0.5);
+  const int First_Side = Generator.Index(4);
+  const Lens& Model = Capture.True_Lens;
+  const double Width = Capture.Settings.Width / Model.Fx * Whole_Place.z();
+  const double Height = Capture.Settings.Height / Model.Fy * Whole_Place.z();
+  const Eigen::Vector3d Ways[] = {{Width, 0, 0}, {0, Height, 0}, {-Width, 0, 0}, {0, -Height, 0}};
+  for (int Side = First_Side; Side < First_Side + 4; ++Side) {
+    const Eigen::Vector3d& Way = Ways[Side % 4];
+    // The part outside grows with the distance, so the right distance is between two others.
+    double Near = 0.0, Far = 1.0;
+    constexpr int Steps = 40;
+    for (int Step = 0; Step < Steps; ++Step) {
+      const double Middle = (Near + Far) / 2.0;
+      Image.Transform_Cam_Chart.topRightCorner<3, 1>() = Whole_Place + Middle * Way;
+      (Part_Outside(Capture, Image) < Goal ? Near : Far) = Middle;
+    }
+    Image.Transform_Cam_Chart.topRightCorner<3, 1>() = Whole_Place + Near * Way;
+    const double Part = Part_Outside(Capture, Image);
+    if (Part > 0.0 && Part <= 0.5 && Shows_Outline(Capture, Outline, Image.Transform_Cam_Chart)) {
+      return;
+    }
+  }
+  throw Refused_Options({"Cut_Count", "K1", "K2"},
+                        "together need a lens that shows a board beyond the edge of the frame");
+}
+
 // ---- Where the camera is ---------------------------------------------------------------------
 
 // In Base, x points to the right, y ahead and z up. Before its rotation the camera is upright: its
@@ -472,6 +544,7 @@ std::vector<Row_Kind> Deal_Kinds(const Options& Settings) {
   Deal(Row_Kind::Missing_Image, Settings.Missing_Count);
   Deal(Row_Kind::Blank_Image, Settings.Blank_Count);
   Deal(Row_Kind::Truncated_Image, Settings.Truncated_Count);
+  Deal(Row_Kind::Cut_Board, Settings.Cut_Count);
   return Kinds;
 }
 
@@ -554,7 +627,7 @@ Plan Make_Plan(const Options& Settings) {
   }
 
   const std::vector<Row_Kind> Kinds = Deal_Kinds(Settings);
-  Random Stale(Settings.Seed, Stale_Moves);
+  Random Stale(Settings.Seed, Stale_Moves), Cut(Settings.Seed, Cuts);
   const std::vector<Hold> Holds = Draw_Holds(Settings);
   const std::vector<Eigen::Vector3d> Outline = Board_Outline(Settings);
   for (int i = 0; i < Settings.Image_Count; ++i) {
@@ -564,6 +637,7 @@ Plan Make_Plan(const Options& Settings) {
     Image.Name = Image_Name_Of(i + 1, Settings.Image_Format);
     Image.Transform_Cam_Chart =
         Draw_Board_Pose(Capture, Outline, Board, Numbers[static_cast<size_t>(i)]);
+    if (Image.Kind == Row_Kind::Cut_Board) Cut_Off(Capture, Outline, Cut, Image);
     Eigen::Matrix4d Transform_Base_Cam = Draw_Camera_Pose(Camera, Settings.Pose_Spread);
     if (Image.Kind == Row_Kind::Stale) {
       Transform_Base_Cam =

@@ -6,6 +6,7 @@
 #include "simulate/render.h"
 
 #include "simulate/geometry.h"
+#include "simulate/marker_cells.h"
 #include "simulate/random.h"
 
 #include <opencv2/imgproc.hpp>
@@ -38,7 +39,10 @@ struct Board_View {
   Lens Model;
   int Cols = 0, Rows = 0;
   float White = 0, Black = 0;
-  cv::Rect Box;  // no pixel outside shows the board
+  // Of each white square, row by row; empty for a board without markers.
+  std::vector<Marker_Cells> Markers;
+  double Marker_Size = 0;  // squares
+  cv::Rect Box;            // no pixel outside shows the board
 };
 
 Board_View View_Board(const Plan& Capture, const Image_Truth& Image, float White, float Black) {
@@ -57,6 +61,13 @@ Board_View View_Board(const Plan& Capture, const Image_Truth& Image, float White
   View.Rows = Settings.Board_Rows;
   View.White = White;
   View.Black = Black;
+  View.Marker_Size = Settings.Marker_Size;
+  if (Settings.First_Marker >= 0) {
+    const int White_Squares = (View.Cols + 1) * (View.Rows + 1) / 2;
+    for (int k = 0; k < White_Squares; ++k) {
+      View.Markers.push_back(Cells_Of_Marker(Settings.First_Marker + k));
+    }
+  }
 
   // Sixteen points per side follow a curved edge to much less than the two pixels of padding.
   constexpr int Steps = 16;
@@ -86,12 +97,46 @@ Board_View View_Board(const Plan& Capture, const Image_Truth& Image, float White
 
 enum class Surface { None, White, Black };
 
-Surface Surface_At(const Board_View& View, double U, double V) {
+// Without markers.
+Surface Square_At(const Board_View& View, double U, double V) {
   const int Col = static_cast<int>(std::floor(U)), Row = static_cast<int>(std::floor(V));
   if (Col < -2 || Row < -2 || Col > View.Cols || Row > View.Rows) return Surface::None;
   if (Col < -1 || Row < -1 || Col >= View.Cols || Row >= View.Rows) return Surface::White;
   // The outermost square at the first inner corner, (-1, -1), is black.
   return ((Col + Row) & 1) == 0 ? Surface::Black : Surface::White;
+}
+
+// What a white square shows at U, V. Squares are counted in rows of one more than there are
+// corners, and every other one is white.
+Surface Marked_Surface_At(const Board_View& View, int Col, int Row, double U, double V) {
+  const double Across = (U - Col - 0.5) / View.Marker_Size + 0.5;
+  const double Down = (V - Row - 0.5) / View.Marker_Size + 0.5;
+  if (Across < 0.0 || Across >= 1.0 || Down < 0.0 || Down >= 1.0) return Surface::White;
+  const auto Square = static_cast<std::size_t>((Row + 1) * (View.Cols + 1) + Col + 1);
+  const Marker_Cells& Marker = View.Markers[Square / 2];
+  const auto Cell_Col = static_cast<std::size_t>(Across * Cells_Across);
+  const auto Cell_Row = static_cast<std::size_t>(Down * Cells_Across);
+  return Marker[Cell_Row][Cell_Col] ? Surface::White : Surface::Black;
+}
+
+Surface Surface_At(const Board_View& View, double U, double V) {
+  const Surface Plain = Square_At(View, U, V);
+  const int Col = static_cast<int>(std::floor(U)), Row = static_cast<int>(std::floor(V));
+  const bool Is_In_Margin = Col < -1 || Row < -1 || Col >= View.Cols || Row >= View.Rows;
+  if (View.Markers.empty() || Plain != Surface::White || Is_In_Margin) return Plain;
+  return Marked_Surface_At(View, Col, Row, U, V);
+}
+
+// Whether an area with these half extents around U, V reaches a marker. One that spans much of a
+// square may reach that of a neighbour.
+bool Touches_Marker(const Board_View& View, double U, double V, double Half_U, double Half_V) {
+  if (View.Markers.empty()) return false;
+  const double Reach = View.Marker_Size / 2.0;
+  if (std::max(Half_U, Half_V) > 0.5 - Reach) return true;
+  const auto From_Middle = [](double At) { return std::abs(At - std::floor(At) - 0.5); };
+  const bool Is_White =
+      ((static_cast<int>(std::floor(U)) + static_cast<int>(std::floor(V))) & 1) != 0;
+  return Is_White && From_Middle(U) < Reach + Half_U && From_Middle(V) < Reach + Half_V;
 }
 
 // The fraction of an area that the board covers, and the light from that fraction.
@@ -157,20 +202,23 @@ Coverage Cover_Area(const Board_View& View, const Footprint& Hit, double Size) {
   const double U_High = std::floor(Hit.U + Half_Ui + Half_Uj);
   const double V_Low = std::floor(Hit.V - Half_Vi - Half_Vj);
   const double V_High = std::floor(Hit.V + Half_Vi + Half_Vj);
-  if (U_Low == U_High && V_Low == V_High) return Covered_By(View, Surface_At(View, Hit.U, Hit.V));
-  if (U_Low + 1.0 == U_High && V_Low == V_High) {
-    const auto Below = static_cast<float>(Part_Below(U_High - Hit.U, Half_Ui, Half_Uj));
-    return Covered_By(View, Surface_At(View, U_Low + 0.5, Hit.V)) * Below +
-           Covered_By(View, Surface_At(View, U_High + 0.5, Hit.V)) * (1.0f - Below);
+  const bool Is_Plain = !Touches_Marker(View, Hit.U, Hit.V, Half_Ui + Half_Uj, Half_Vi + Half_Vj);
+  if (Is_Plain && U_Low == U_High && V_Low == V_High) {
+    return Covered_By(View, Square_At(View, Hit.U, Hit.V));
   }
-  if (U_Low == U_High && V_Low + 1.0 == V_High) {
+  if (Is_Plain && U_Low + 1.0 == U_High && V_Low == V_High) {
+    const auto Below = static_cast<float>(Part_Below(U_High - Hit.U, Half_Ui, Half_Uj));
+    return Covered_By(View, Square_At(View, U_Low + 0.5, Hit.V)) * Below +
+           Covered_By(View, Square_At(View, U_High + 0.5, Hit.V)) * (1.0f - Below);
+  }
+  if (Is_Plain && U_Low == U_High && V_Low + 1.0 == V_High) {
     const auto Below = static_cast<float>(Part_Below(V_High - Hit.V, Half_Vi, Half_Vj));
-    return Covered_By(View, Surface_At(View, Hit.U, V_Low + 0.5)) * Below +
-           Covered_By(View, Surface_At(View, Hit.U, V_High + 0.5)) * (1.0f - Below);
+    return Covered_By(View, Square_At(View, Hit.U, V_Low + 0.5)) * Below +
+           Covered_By(View, Square_At(View, Hit.U, V_High + 0.5)) * (1.0f - Below);
   }
 
-  // A corner, or squares smaller than the area: the mean of 64 samples on a lattice with one sample
-  // in each of its 64 columns and 64 rows.
+  // A corner, a marker, or squares smaller than the area: the mean of 64 samples on a lattice with
+  // one sample in each of its 64 columns and 64 rows.
   constexpr int Samples = 64, Stride = 27;
   Coverage Sum(0.0f, 0.0f);
   for (int k = 0; k < Samples; ++k) {

@@ -118,6 +118,13 @@ struct Options {
   double Jump_Mm = 80.0, Jump_Deg = 4.0;
   // Bad images: not written; a uniform grey image without a board; truncated after half its bytes.
   int Missing_Count = 0, Blank_Count = 0, Truncated_Count = 0;
+  // Images in which an edge of the frame cuts off a part of the board, with a fifth to half of its
+  // inner corners.
+  int Cut_Count = 0;
+  // ArUco markers in the board's white squares, row by row from the first corner's side, from this
+  // id on; -1 for a board without markers. The edge of a marker is a fraction of a square's.
+  int First_Marker = -1;
+  double Marker_Size = 0.5;
   // Error of the host's board estimate on each of the three axes.
   double Estimate_Error_Deg = 0.0;
   double Estimate_Error_Mm = 0.0;
@@ -137,7 +144,7 @@ struct Options {
 // The files of any other capture have a row every 2.5 seconds and nothing else about time.
 bool Is_Timed(const Recording_Options& Recording);
 
-enum class Row_Kind { Good, Stale, Jumped, Missing_Image, Blank_Image, Truncated_Image };
+enum class Row_Kind { Good, Stale, Jumped, Missing_Image, Blank_Image, Truncated_Image, Cut_Board };
 
 // A tracker's sample as recorded in a row.
 struct Sample {
@@ -206,7 +213,7 @@ double Duration(const Plan& Capture);
 //
 // Throws Refused_Options for options that can't be met: counts below 0, more bad rows
 // than images, a board of fewer than 2 corners a side, an unknown image format, a size below 16
-// pixels, a lens that can't show the whole board.
+// pixels, a lens that can't show the whole board, markers that there are not.
 Plan Make_Plan(const Options& Settings);
 
 // The true image positions of the board's inner corners, row by row, pixels.

@@ -25,9 +25,9 @@ namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
 
 constexpr int Format_Version = 1;
-constexpr Row_Kind All_Kinds[] = {Row_Kind::Good,        Row_Kind::Stale,
-                                  Row_Kind::Jumped,      Row_Kind::Missing_Image,
-                                  Row_Kind::Blank_Image, Row_Kind::Truncated_Image};
+constexpr Row_Kind All_Kinds[] = {
+    Row_Kind::Good,        Row_Kind::Stale,           Row_Kind::Jumped,   Row_Kind::Missing_Image,
+    Row_Kind::Blank_Image, Row_Kind::Truncated_Image, Row_Kind::Cut_Board};
 
 const char* Kind_Name(Row_Kind Kind) {
   switch (Kind) {
@@ -43,6 +43,8 @@ const char* Kind_Name(Row_Kind Kind) {
       return "blank";
     case Row_Kind::Truncated_Image:
       return "truncated";
+    case Row_Kind::Cut_Board:
+      return "cut";
   }
   return "";
 }
@@ -215,44 +217,51 @@ Json Triple(const Eigen::Vector3d& Values) {
 }
 
 Json Options_As_Json(const Options& Settings) {
-  return {{"seed", Settings.Seed},
-          {"image_count", Settings.Image_Count},
-          {"width", Settings.Width},
-          {"height", Settings.Height},
-          {"board_cols", Settings.Board_Cols},
-          {"board_rows", Settings.Board_Rows},
-          {"square_size_m", Settings.Square_Size},
-          {"norm_fx", Settings.Norm_Fx},
-          {"norm_fy", Settings.Norm_Fy},
-          {"norm_cx", Settings.Norm_Cx},
-          {"norm_cy", Settings.Norm_Cy},
-          {"k1", Settings.K1},
-          {"k2", Settings.K2},
-          {"camera_mount_euler_deg", Triple(Settings.Camera_Mount_Euler_Deg)},
-          {"camera_mount_offset_m", Triple(Settings.Camera_Mount_Offset)},
-          {"board_mount_euler_deg", Triple(Settings.Board_Mount_Euler_Deg)},
-          {"board_mount_offset_m", Triple(Settings.Board_Mount_Offset)},
-          {"position_noise_mm", Settings.Position_Noise_Mm},
-          {"rotation_noise_deg", Settings.Rotation_Noise_Deg},
-          {"stale_count", Settings.Stale_Count},
-          {"stale_mm", Settings.Stale_Mm},
-          {"stale_deg", Settings.Stale_Deg},
-          {"jump_count", Settings.Jump_Count},
-          {"jump_mm", Settings.Jump_Mm},
-          {"jump_deg", Settings.Jump_Deg},
-          {"missing_count", Settings.Missing_Count},
-          {"blank_count", Settings.Blank_Count},
-          {"truncated_count", Settings.Truncated_Count},
-          {"estimate_error_deg", Settings.Estimate_Error_Deg},
-          {"estimate_error_mm", Settings.Estimate_Error_Mm},
-          {"pose_spread", Spread_Name(Settings.Pose_Spread)},
-          {"blur_pixels", Settings.Blur_Pixels},
-          {"sensor_noise", Settings.Sensor_Noise},
-          {"lighting_gradient", Settings.Lighting_Gradient},
-          {"image_format", Settings.Image_Format},
-          {"jpeg_quality", Settings.Jpeg_Quality},
-          {"paths", Path_Form_Name(Settings.Paths)},
-          {"header", Settings.Header}};
+  Json Values = {{"seed", Settings.Seed},
+                 {"image_count", Settings.Image_Count},
+                 {"width", Settings.Width},
+                 {"height", Settings.Height},
+                 {"board_cols", Settings.Board_Cols},
+                 {"board_rows", Settings.Board_Rows},
+                 {"square_size_m", Settings.Square_Size},
+                 {"norm_fx", Settings.Norm_Fx},
+                 {"norm_fy", Settings.Norm_Fy},
+                 {"norm_cx", Settings.Norm_Cx},
+                 {"norm_cy", Settings.Norm_Cy},
+                 {"k1", Settings.K1},
+                 {"k2", Settings.K2},
+                 {"camera_mount_euler_deg", Triple(Settings.Camera_Mount_Euler_Deg)},
+                 {"camera_mount_offset_m", Triple(Settings.Camera_Mount_Offset)},
+                 {"board_mount_euler_deg", Triple(Settings.Board_Mount_Euler_Deg)},
+                 {"board_mount_offset_m", Triple(Settings.Board_Mount_Offset)},
+                 {"position_noise_mm", Settings.Position_Noise_Mm},
+                 {"rotation_noise_deg", Settings.Rotation_Noise_Deg},
+                 {"stale_count", Settings.Stale_Count},
+                 {"stale_mm", Settings.Stale_Mm},
+                 {"stale_deg", Settings.Stale_Deg},
+                 {"jump_count", Settings.Jump_Count},
+                 {"jump_mm", Settings.Jump_Mm},
+                 {"jump_deg", Settings.Jump_Deg},
+                 {"missing_count", Settings.Missing_Count},
+                 {"blank_count", Settings.Blank_Count},
+                 {"truncated_count", Settings.Truncated_Count},
+                 {"estimate_error_deg", Settings.Estimate_Error_Deg},
+                 {"estimate_error_mm", Settings.Estimate_Error_Mm},
+                 {"pose_spread", Spread_Name(Settings.Pose_Spread)},
+                 {"blur_pixels", Settings.Blur_Pixels},
+                 {"sensor_noise", Settings.Sensor_Noise},
+                 {"lighting_gradient", Settings.Lighting_Gradient},
+                 {"image_format", Settings.Image_Format},
+                 {"jpeg_quality", Settings.Jpeg_Quality},
+                 {"paths", Path_Form_Name(Settings.Paths)},
+                 {"header", Settings.Header}};
+  // Only where they are asked for: other captures are the same as before there were markers.
+  if (Settings.First_Marker >= 0) {
+    Values["first_marker"] = Settings.First_Marker;
+    Values["marker_size"] = Settings.Marker_Size;
+  }
+  if (Settings.Cut_Count > 0) Values["cut_count"] = Settings.Cut_Count;
+  return Values;
 }
 
 Json Recording_As_Json(const Recording_Options& Recording) {

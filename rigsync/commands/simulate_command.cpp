@@ -301,6 +301,15 @@ void Add_Photograph_Flags(Simulator_Flags& Flags) {
             [](Options& Target, const std::string& Name, const std::string& Text) {
               Target.Square_Size = Parse_Square(Name, Text);
             });
+  Flags.Add(
+      "--markers", "First_Marker", "FIRST", "none",
+      "ArUco markers in the white squares, as rigsync board --markers draws them, from the id "
+      "FIRST on",
+      [](Options& Target, const std::string& Name, const std::string& Text) {
+        Target.First_Marker = static_cast<int>(Parse_Whole(Name, Text, 0, 100000));
+      });
+  Flags.Number("--marker-size", "Marker_Size", &Options::Marker_Size,
+               "edge of a marker, as a fraction of a square's");
   Flags.Choice("--spread", "Pose_Spread", "NAME", Spreads(), &Options::Pose_Spread,
                "how the operator moves: good, frontal, centred, one-axis, same-pose");
   Flags.Number("--blur", "Blur_Pixels", &Options::Blur_Pixels,
@@ -362,6 +371,8 @@ void Add_Trouble_Flags(Simulator_Flags& Flags) {
   Flags.Count("--blank", "Blank_Count", &Options::Blank_Count, "images without a board");
   Flags.Count("--truncated", "Truncated_Count", &Options::Truncated_Count,
               "images cut off after half their bytes");
+  Flags.Count("--cut", "Cut_Count", &Options::Cut_Count,
+              "images in which the edge of the frame cuts off a part of the board");
 }
 
 void Add_File_Flags(Simulator_Flags& Flags) {
@@ -543,7 +554,8 @@ int Simulate(const Simulate_Arguments& Arguments) {
                                                   {Options.Jump_Count, "a jumped tracker sample"},
                                                   {Options.Missing_Count, "a missing image"},
                                                   {Options.Blank_Count, "an image without a board"},
-                                                  {Options.Truncated_Count, "a truncated image"}};
+                                                  {Options.Truncated_Count, "a truncated image"},
+                                                  {Options.Cut_Count, "a board that is cut off"}};
   for (const auto& [Count, Name] : Troubles) {
     if (Count > 0) fmt::print("  rows with {}: {}\n", Name, Count);
   }

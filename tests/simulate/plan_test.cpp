@@ -511,6 +511,55 @@ TEST(MakePlan, DealsAsManyBadRowsOfEachKindAsAskedFor) {
   }
 }
 
+// From a fifth to half of the inner corners are outside of the frame, and all others are inside.
+TEST(MakePlan, CutsOffUpToHalfOfTheCornersOfAsManyBoardsAsWereAskedFor) {
+  for (unsigned Seed = 1; Seed <= 20; ++Seed) {
+    SCOPED_TRACE(Seed);
+    Options Settings = Small_Capture(Seed);
+    Settings.Cut_Count = 7;
+    const Plan Capture = Make_Plan(Settings);
+    EXPECT_EQ(Count_Of(Capture, Row_Kind::Cut_Board), 7);
+    for (const Image_Truth& Image : Capture.Images) {
+      const auto Corners = Project_Board(Capture, Image);
+      const auto Outside = std::count_if(Corners.begin(), Corners.end(), [&](const auto& Pixel) {
+        return Pixel.x() < 0 || Pixel.y() < 0 || Pixel.x() > 639 || Pixel.y() > 479;
+      });
+      // One row of corners of the eleven by eight leaves at once where it is parallel to the edge.
+      const bool Is_Cut = Image.Kind == Row_Kind::Cut_Board;
+      EXPECT_GE(Outside, Is_Cut ? 7 : 0) << Image.Name;
+      EXPECT_LE(Outside, Is_Cut ? 44 : 0) << Image.Name;
+    }
+  }
+}
+
+TEST(MakePlan, MovesCameraAndBoardAlikeWhereTheBoardIsCutOff) {
+  Options Settings = Small_Capture();
+  const Plan Whole = Make_Plan(Settings);
+  Settings.Cut_Count = 5;
+  const Plan Capture = Make_Plan(Settings);
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    SCOPED_TRACE(i);
+    const Image_Truth &Image = Capture.Images[i], &Before = Whole.Images[i];
+    EXPECT_EQ(Same_Truth(Image, Before), Image.Kind != Row_Kind::Cut_Board);
+    EXPECT_EQ(Image.Transform_Base_Tc, Before.Transform_Base_Tc);
+    const Eigen::Matrix4d Transform_Base_Cam =
+        Image.Transform_Base_Tc * Capture.Transform_Cam_Tc.inverse();
+    EXPECT_LE((Transform_Base_Cam * Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr -
+               Image.Transform_Base_Tr)
+                  .cwiseAbs()
+                  .maxCoeff(),
+              Pose_Tolerance);
+  }
+}
+
+TEST(MakePlan, RefusesMarkersBeyondTheLastThereIs) {
+  Options Settings = Small_Capture();  // 54 white squares
+  Settings.First_Marker = 946;
+  EXPECT_NO_THROW(Make_Plan(Settings));
+  Settings.First_Marker = 947;
+  EXPECT_THROW(Make_Plan(Settings), simulate::Refused_Options);
+}
+
 TEST(MakePlan, DealsAllRowsWhenAllAreToBeBad) {
   Options Settings = Small_Capture();
   Settings.Image_Count = 12;
@@ -647,8 +696,8 @@ TEST(MakePlan, PutsTheHostsEstimateOffByTheErrorOnEveryAxis) {
 TEST(MakePlan, NamesTheOptionsThatCantBeMet) {
   const double Nan = std::numeric_limits<double>::quiet_NaN();
   const double Infinite = std::numeric_limits<double>::infinity();
-  const std::vector<std::string> Bad_Rows = {"Stale_Count", "Jump_Count", "Missing_Count",
-                                             "Blank_Count", "Truncated_Count"};
+  const std::vector<std::string> Bad_Rows = {"Stale_Count", "Jump_Count",      "Missing_Count",
+                                             "Blank_Count", "Truncated_Count", "Cut_Count"};
   const std::vector<std::string> Lens = {"Norm_Fx", "Norm_Fy", "Norm_Cx", "Norm_Cy", "K1", "K2"};
   const struct {
     std::vector<std::string> Names;
@@ -688,6 +737,9 @@ TEST(MakePlan, NamesTheOptionsThatCantBeMet) {
       {{"Missing_Count"}, [](Options& Settings) { Settings.Missing_Count = -1; }},
       {{"Blank_Count"}, [](Options& Settings) { Settings.Blank_Count = -1; }},
       {{"Truncated_Count"}, [](Options& Settings) { Settings.Truncated_Count = -1; }},
+      {{"Cut_Count"}, [](Options& Settings) { Settings.Cut_Count = -1; }},
+      {{"First_Marker"}, [](Options& Settings) { Settings.First_Marker = -2; }},
+      {{"Marker_Size"}, [](Options& Settings) { Settings.Marker_Size = 0.91; }},
       {Bad_Rows, [](Options& Settings) { Settings.Jump_Count = 20, Settings.Blank_Count = 5; }},
       {Bad_Rows,
        [](Options& Settings) {

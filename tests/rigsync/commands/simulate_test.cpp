@@ -45,6 +45,9 @@ TEST(Simulate, EveryFlagReachesItsOption) {
                                    "--missing=1",
                                    "--blank=1",
                                    "--truncated=1",
+                                   "--cut=1",
+                                   "--markers=60",
+                                   "--marker-size=0.4",
                                    "--estimate-error-angle=0.5",
                                    "--estimate-error-offset=2mm",
                                    "--spread=centred",
@@ -89,6 +92,9 @@ TEST(Simulate, EveryFlagReachesItsOption) {
   EXPECT_EQ(Options["missing_count"], 1);
   EXPECT_EQ(Options["blank_count"], 1);
   EXPECT_EQ(Options["truncated_count"], 1);
+  EXPECT_EQ(Options["cut_count"], 1);
+  EXPECT_EQ(Options["first_marker"], 60);
+  EXPECT_EQ(Options["marker_size"], 0.4);
   EXPECT_EQ(Options["estimate_error_deg"], 0.5);
   EXPECT_EQ(Options["estimate_error_mm"], 2.0);
   EXPECT_EQ(Options["pose_spread"], "centred");

@@ -77,6 +77,9 @@ TEST(Usage, SimulateHelpNamesEveryOptionOfTheSimulator) {
                            "--missing",
                            "--blank",
                            "--truncated",
+                           "--cut",
+                           "--markers",
+                           "--marker-size",
                            "--estimate-error-angle",
                            "--estimate-error-offset",
                            "--spread",
@@ -121,8 +124,11 @@ TEST(Usage, WhatTheSimulatorRefusesIsNamedByItsFlag) {
       {{"--sensor-noise", "-1"}, "--sensor-noise has to be"},
       {{"--lighting", "1.5"}, "--lighting has to be from 0 to 1"},
       {{"--images", "9", "--jumped", "5", "--blank", "5"},
-       "--stale, --jumped, --missing, --blank, --truncated together have to be at most the number "
-       "of images"},
+       "--stale, --jumped, --missing, --blank, --truncated, --cut together have to be at most the "
+       "number of images"},
+      {{"--marker-size", "1"}, "--marker-size has to be from 0.1 to 0.9"},
+      {{"--markers", "950"},
+       "--markers, --board (columns), --board (rows) together need no more markers than the 1000"},
       {{"--distortion", "-60,0"},
        "--focal (x), --focal (y), --principal-point (x), --principal-point (y), --distortion (k1), "
        "--distortion (k2) have to describe a lens that shows the whole board"},
