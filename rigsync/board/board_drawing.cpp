@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/board/board_drawing.h"
 
+#include "rigsync/capture/board_markers.h"
 #include "rigsync/system/text.h"
 
 #include <cairo-pdf.h>
@@ -100,6 +101,37 @@ void Draw_Squares(cairo_t* Canvas, const Board_Page& Page) {
   cairo_fill(Canvas);
 }
 
+// Adds a marker's black to the path: its outline, with white cells as holes.
+void Add_Marker(cairo_t* Canvas, int Id, double X, double Y, double Edge) {
+  cairo_rectangle(Canvas, X, Y, Edge, Edge);
+  const auto Cells = Cells_Of_Marker(Id);
+  const double Cell = Edge / static_cast<double>(Marker_Cells);
+  for (std::size_t r = 0; r < Marker_Cells; ++r) {
+    for (std::size_t c = 0; c < Marker_Cells; ++c) {
+      if (!Cells[r][c]) continue;
+      cairo_rectangle(Canvas, X + static_cast<double>(c) * Cell, Y + static_cast<double>(r) * Cell,
+                      Cell, Cell);
+    }
+  }
+}
+
+// All cells are one path: between cells that are filled one by one a print shows hairlines.
+void Draw_Markers(cairo_t* Canvas, const Board_Page& Page) {
+  if (!Page.First_Marker) return;
+  const Marked_Board Board = {Page.Board, *Page.First_Marker};
+  const double Edge = Page.Marker_Size * Page.Square;
+  const double Free = (Page.Square - Edge) / 2.0;
+  for (int k = 0; k < White_Square_Count(Page.Board); ++k) {
+    const int Id = Board.First_Id + k;
+    const Square_Place Place = Square_Of_Marker(Board, Id).value();
+    Add_Marker(Canvas, Id, Page.Board_X + Place.Col * Page.Square + Free,
+               Page.Board_Y + Place.Row * Page.Square + Free, Edge);
+  }
+  cairo_set_fill_rule(Canvas, CAIRO_FILL_RULE_EVEN_ODD);
+  cairo_fill(Canvas);
+  cairo_set_fill_rule(Canvas, CAIRO_FILL_RULE_WINDING);
+}
+
 void Draw_Text(cairo_t* Canvas, const std::string& Text, double X, double Y) {
   cairo_move_to(Canvas, X, Y);
   cairo_show_text(Canvas, Text.c_str());
@@ -127,11 +159,17 @@ void Draw_Ruler(cairo_t* Canvas, double X, double Length) {
   Draw_Text(Canvas, "mm", X + Length + Number_Reach + 1.0, Number_Baseline);
 }
 
+std::string Markers_Text(const Board_Page& Page) {
+  if (!Page.First_Marker) return "";
+  return fmt::format(", ArUco markers {} to {} of 4x4_1000", *Page.First_Marker,
+                     *Page.First_Marker + White_Square_Count(Page.Board) - 1);
+}
+
 std::string Strip_Text(const Board_Page& Page) {
   std::string Text = fmt::format(
-      "{} x {} inner corners, squares of {:g} mm. Print at 100 %: the ruler is {:g} mm "
+      "{} x {} inner corners, squares of {:g} mm{}. Print at 100 %: the ruler is {:g} mm "
       "long.",
-      Page.Board.Cols, Page.Board.Rows, Page.Square, Page.Ruler);
+      Page.Board.Cols, Page.Board.Rows, Page.Square, Markers_Text(Page), Page.Ruler);
   if (!Looks_Same_Half_Turned(Page.Board)) Text += " The first corner is at the top left.";
   return Text;
 }
@@ -153,6 +191,7 @@ void Draw(cairo_t* Canvas, const Board_Page& Page) {
   cairo_paint(Canvas);
   cairo_set_source_rgb(Canvas, 0, 0, 0);
   Draw_Squares(Canvas, Page);
+  Draw_Markers(Canvas, Page);
 
   cairo_select_font_face(Canvas, "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
   // No hinting: it would round the letters to a pixel grid, which a page doesn't have.

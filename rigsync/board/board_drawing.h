@@ -33,7 +33,17 @@ struct Board_Page {
   double Margin = 0;                // least white margin on any side of the board
   bool Strip_Beside = false;        // the strip is at the right side, not at the bottom
   double Ruler = 0;                 // length, a multiple of 10
+  // The first id of the markers in the white squares; none for a board without. Set by the caller
+  // of Plan_Page.
+  std::optional<int> First_Marker;
+  double Marker_Size = 0.5;  // edge of a marker, as a fraction of a square's
 };
+
+// The smallest markers, whose cells are a twentieth of a square, and the largest. With markers of
+// half a square the library finds boards as without them. Beyond that its search takes ever longer,
+// up to seconds for an image, and misses some: the black of a marker comes too close to the
+// corners.
+constexpr double Least_Marker_Size = 0.3, Largest_Marker_Size = 0.5;
 
 // Width of the edge that printers can't print on. Strip and board keep clear of it.
 constexpr double Printer_Edge = 5.0;
@@ -59,7 +69,8 @@ enum class Drawing_Form { Svg, Pdf };
 
 // The contents of the file; the same page gives the same bytes. On a board that looks different
 // after half a turn, the first corner that detection reports is the one at the top left. Throws
-// std::runtime_error when drawing fails.
+// std::runtime_error when drawing fails, std::logic_error for markers where Can_Find_Markers() is
+// false.
 std::string Draw_Page(const Board_Page& Page, Drawing_Form Form);
 
 }  // namespace rigsync

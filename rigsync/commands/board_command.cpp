@@ -2,6 +2,7 @@
 //
 // 'rigsync board': a chessboard to print at true scale, with a ruler to check the print.
 #include "rigsync/board/board_drawing.h"
+#include "rigsync/capture/board_markers.h"
 #include "rigsync/capture/board_size.h"
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/command.h"
@@ -15,6 +16,7 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 
@@ -43,6 +45,12 @@ The first corner is at the top left, the second is to its right:
 Use one even and one odd count: such a board looks different after half a turn,
 so its first corner is unambiguous.
 
+With --markers the white squares bear ArUco markers (OpenCV's DICT_4X4_1000), row
+by row from the first corner's side. rigsync inspect then reads from an image
+which board it shows, how it is held, and how many corners it has, and boards
+that are cut off or partly covered count too. Give each board of a stage its own
+ids: a board of 11x8 has 54, so 0, 54, 108 and so on.
+
 Print at 100 % ("actual size", never "fit to page"), measure the ruler and the
 squares on the print, and glue it to a flat, stiff panel.
 
@@ -50,10 +58,13 @@ Exit status: 0 on success, 2 for wrong usage or a file that can't be written.
 
 Example:
   rigsync board --board 11x8 --square 30mm --paper a3 -o board.svg
-  rigsync board --board 11x8 --square 20mm --paper a4 -o board.pdf)";
+  rigsync board --board 11x8 --square 20mm --paper a4 -o board.pdf
+  rigsync board --board 11x8 --square 30mm --markers 54 --paper a3 -o second.pdf)";
 
 struct Board_Arguments {
   std::string Board, Square, Paper, Output;
+  std::optional<std::string> Markers;  // empty without a first id
+  std::string Marker_Size;
 };
 
 std::string Paper_Names() {
@@ -74,6 +85,41 @@ Paper Parse_Paper(const std::string& Flag, const std::string& Text) {
     Refuse(Flag, Text, Paper_Names() + ", 50 to 5000 each, for example 420x297");
   }
   return {Text, std::min((*Sides)[0], (*Sides)[1]), std::max((*Sides)[0], (*Sides)[1])};
+}
+
+int Parse_First_Marker(const std::string& Flag, const std::string& Text, const Board_Size& Board) {
+  if (!Can_Find_Markers()) {
+    throw Usage_Error(Flag, Flag +
+                                ": this rigsync was built without OpenCV's ArUco module (aruco, or "
+                                "objdetect from OpenCV 4.7 on), so it knows no markers.");
+  }
+  const int First = Text.empty() ? 0 : static_cast<int>(Parse_Whole(Flag, Text, 0, Marker_Count));
+  const int White = White_Square_Count(Board);
+  if (First + White <= Marker_Count) return First;
+  throw Usage_Error(
+      Flag,
+      White > Marker_Count
+          ? fmt::format("{}: a board of {}x{} has {} white squares, but there are only {} "
+                        "markers. Use fewer corners, or no markers.",
+                        Flag, Board.Cols, Board.Rows, White, Marker_Count)
+          : fmt::format("{}: a board of {}x{} has {} white squares and there are {} markers, "
+                        "so FIRST is at most {}.",
+                        Flag, Board.Cols, Board.Rows, White, Marker_Count, Marker_Count - White));
+}
+
+double Parse_Marker_Size(const std::string& Flag, const std::string& Text) {
+  const double Size = Parse_Number(Flag, Text);
+  if (Size > Largest_Marker_Size) {
+    Refuse(Flag, Text,
+           fmt::format("at most {}; with larger markers the library searches an image for up to "
+                       "seconds and misses boards",
+                       Largest_Marker_Size));
+  }
+  if (!(Size >= Least_Marker_Size)) {
+    Refuse(Flag, Text,
+           fmt::format("at least {}; smaller ones are hard to read", Least_Marker_Size));
+  }
+  return Size;
 }
 
 // By the ending of the output's name.
@@ -149,6 +195,11 @@ void Print_Page(const Board_Page& Page, const fs::path& Output) {
   fmt::print("  file             {}\n", Output.string());
   fmt::print("  white margin     {:.1f} mm or more\n", Page.Margin);
   fmt::print("  ruler            {:g} mm\n", Page.Ruler);
+  if (Page.First_Marker) {
+    fmt::print("  markers          {} to {}, {:g} mm wide\n", *Page.First_Marker,
+               *Page.First_Marker + White_Square_Count(Page.Board) - 1,
+               Page.Marker_Size * Page.Square);
+  }
   fmt::print("{}", Folded("Print it at 100 % (\"actual size\"), measure the ruler and the squares "
                           "on the print, and pass the measured size to --square.",
                           0));
@@ -161,7 +212,15 @@ int Draw_Board(const Board_Arguments& Arguments) {
   const fs::path Output(Arguments.Output);
   const Drawing_Form Form = Parse_Form("--output", Output);
   Require_File_Name("--output", Output);
-  const std::optional<Board_Page> Page = Plan_Page(Board, Square, Sheet);
+  std::optional<Board_Page> Page = Plan_Page(Board, Square, Sheet);
+  if (Arguments.Markers) {
+    const int First = Parse_First_Marker("--markers", *Arguments.Markers, Board);
+    if (Page) Page->First_Marker = First;
+  }
+  if (!Arguments.Marker_Size.empty()) {
+    const double Size = Parse_Marker_Size("--marker-size", Arguments.Marker_Size);
+    if (Page) Page->Marker_Size = Size;
+  }
   if (!Page) Refuse_Size(Board, Square, Sheet);
   const std::string Bytes = Draw_Page(*Page, Form);
   try {
@@ -196,6 +255,18 @@ void Add_Board_Command(Command_Line& Line) {
           ->required()
           ->type_name("PAPER");
   for (const Paper& Known : Named_Papers()) Line.Choices[Paper_Option].push_back(Known.Name);
+  CLI::Option* const Markers =
+      Command
+          ->add_option_function<std::string>(
+              "--markers", [Arguments](const std::string& Text) { Arguments->Markers = Text; },
+              "ArUco markers in the white squares, from the id FIRST on (default: 0)")
+          ->expected(0, 1)
+          ->type_name("[FIRST]");
+  Command
+      ->add_option("--marker-size", Arguments->Marker_Size,
+                   "edge of a marker, as a fraction of a square's, 0.3 to 0.5 (default: 0.5)")
+      ->type_name("FRACTION")
+      ->needs(Markers);
   Command->add_option("-o,--output", Arguments->Output, "file to write, .svg or .pdf")
       ->required()
       ->type_name("FILE");

@@ -3,6 +3,7 @@
 // 'rigsync board' as a print shop and a camera see it: the file is rendered by other programs, and
 // the library's own detection looks for the board in the picture.
 #include "rigsync/board/board_drawing.h"
+#include "rigsync/capture/board_markers.h"
 #include "rigsync/system/text.h"
 #include "tests/core/capture/capture_stage.h"
 #include "tests/rigsync/support/program.h"
@@ -10,9 +11,11 @@
 #include <gmock/gmock.h>
 #include <opencv2/imgproc.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <iterator>
+#include <map>
 #include <sstream>
 #include <thread>
 #include <tuple>
@@ -34,9 +37,11 @@ constexpr const char* Dots_Per_Inch = "127";
 constexpr double Distance_Tolerance = 0.2;
 
 Finished Draw(const std::string& Board, const std::string& Square, const std::string& Paper,
-              const fs::path& Output) {
-  return Rigsync(
-      {"board", "--board", Board, "--square", Square, "--paper", Paper, "-o", Output.string()});
+              const fs::path& Output, const std::vector<std::string>& More = {}) {
+  std::vector<std::string> Words = {"board",   "--board", Board, "--square",     Square,
+                                    "--paper", Paper,     "-o",  Output.string()};
+  Words.insert(Words.end(), More.begin(), More.end());
+  return Rigsync(Words);
 }
 
 void Require(const Finished& Done) {
@@ -321,6 +326,107 @@ TEST(Board, TheTextTellsCountsSquareAndRuler) {
   EXPECT_THAT(Text_Of("11x9"), AllOf(HasSubstr("11 x 9"), Not(HasSubstr("first corner"))));
 }
 
+// ---- Markers ---------------------------------------------------------------------------------
+
+// The markers' corners are those of the printed squares, to whole pixels.
+constexpr double Marker_Tolerance_Px = 2.0;
+
+// Where a board of these squares has its markers: the first row of squares begins with a black one,
+// the next with a white one, and so on.
+void Expect_Markers(const std::vector<rigsync::Seen_Marker>& Found, cv::Size Board,
+                    const cv::Point2f& First_Corner, double Square, int First_Id, double Size) {
+  std::map<int, const rigsync::Seen_Marker*> By_Id;
+  for (const rigsync::Seen_Marker& Marker : Found) By_Id[Marker.Id] = &Marker;
+  EXPECT_EQ(By_Id.size(), Found.size()) << "each marker once";
+  int Id = First_Id;
+  for (int Row = 0; Row <= Board.height; ++Row) {
+    for (int Col = Row % 2 == 0 ? 1 : 0; Col <= Board.width; Col += 2, ++Id) {
+      ASSERT_EQ(By_Id.count(Id), 1u) << Id;
+      const double Free = (1.0 - Size) / 2.0;
+      const cv::Point2f Top_Left(static_cast<float>(First_Corner.x + (Col - 1 + Free) * Square),
+                                 static_cast<float>(First_Corner.y + (Row - 1 + Free) * Square));
+      const auto Edge = static_cast<float>(Size * Square);
+      const cv::Point2f Corners[] = {Top_Left, Top_Left + cv::Point2f(Edge, 0),
+                                     Top_Left + cv::Point2f(Edge, Edge),
+                                     Top_Left + cv::Point2f(0, Edge)};
+      for (std::size_t k = 0; k < 4; ++k) {
+        const auto& [X, Y] = By_Id[Id]->Corners[k];
+        EXPECT_LE(Distance({X, Y}, Corners[k]), Marker_Tolerance_Px) << Id << " corner " << k;
+      }
+    }
+  }
+  EXPECT_EQ(static_cast<std::size_t>(Id - First_Id), Found.size()) << "and no other";
+}
+
+TEST(Board, WithMarkersTheLibraryFindsEveryCornerAndEveryMarkerIsUprightInItsSquare) {
+  if (!rigsync::Can_Find_Markers()) GTEST_SKIP() << "built without OpenCV's ArUco module";
+  struct Case {
+    cv::Size Board;
+    const char* Square;
+    double Square_Mm;
+    const char *Paper, *Ending;
+    std::vector<std::string> Flags;
+    int First_Id;
+    double Size;
+  };
+  const Case Cases[] = {
+      {{11, 8}, "30mm", 30.0, "a3", ".svg", {"--markers"}, 0, 0.5},
+      {{11, 8}, "30mm", 30.0, "a3", ".pdf", {"--markers", "946"}, 946, 0.5},
+      {{8, 11}, "17mm", 17.0, "a4", ".svg", {"--markers=54", "--marker-size", "0.4"}, 54, 0.4},
+      {{10, 4}, "20mm", 20.0, "300x120", ".pdf", {"--markers", "7"}, 7, 0.5},
+  };
+  const Scratch_Folder Scratch;
+  for (const Case& Asked : Cases) {
+    SCOPED_TRACE(Counts(Asked.Board) + Asked.Ending);
+    const fs::path Output = Scratch.Path() / (std::string("board") + Asked.Ending);
+    Require(Draw(Counts(Asked.Board), Asked.Square, Asked.Paper, Output, Asked.Flags));
+    const std::string Picture = Rendered(Output);
+    const std::vector<cv::Point2f> Corners = Found_In(Picture, Asked.Board);
+    ASSERT_EQ(Corners.size(), static_cast<std::size_t>(Asked.Board.area()));
+    const double Square = Asked.Square_Mm * Pixels_Per_Mm;
+    EXPECT_THAT(Neighbour_Distances(Corners, Asked.Board),
+                Each(DoubleNear(Square, Distance_Tolerance)));
+    Expect_Markers(rigsync::Find_Markers(cv::imread(Picture)), Asked.Board, Corners[0], Square,
+                   Asked.First_Id, Asked.Size);
+  }
+}
+
+TEST(Board, TheStripTellsWhichMarkersTheBoardHas) {
+  if (!rigsync::Can_Find_Markers()) GTEST_SKIP() << "built without OpenCV's ArUco module";
+  const Scratch_Folder Scratch;
+  const fs::path Output = Scratch.Path() / "board.pdf";
+  Require(Draw("11x8", "30mm", "a3", Output, {"--markers", "54"}));
+  EXPECT_THAT(Run_Program(RIGSYNC_PDFTOTEXT, {Output.string(), "-"}).Output,
+              HasSubstr("11 x 8 inner corners, squares of 30 mm, ArUco markers 54 to 107 of "
+                        "4x4_1000. Print at 100 %"));
+}
+
+TEST(Board, MarkersThatThereAreNotOrThatSpoilTheBoardAreRefused) {
+  if (!rigsync::Can_Find_Markers()) GTEST_SKIP() << "built without OpenCV's ArUco module";
+  const Scratch_Folder Scratch;
+  const fs::path Output = Scratch.Path() / "board.svg";
+  struct Case {
+    const char* Board;
+    std::vector<std::string> Flags;
+    const char* Why;
+  };
+  const Case Cases[] = {
+      {"11x8", {"--markers", "947"}, "--markers: a board of 11x8 has 54 white squares"},
+      {"11x8", {"--markers", "947"}, "so FIRST is at most 946"},
+      {"60x60", {"--markers"}, "a board of 60x60 has 1860 white squares, but there are only 1000"},
+      {"11x8", {"--markers", "first"}, "--markers: 'first' is wrong"},
+      {"11x8", {"--markers", "--marker-size", "0.51"}, "--marker-size: '0.51' is wrong"},
+      {"11x8", {"--markers", "--marker-size", "0.29"}, "--marker-size: '0.29' is wrong"},
+      {"11x8", {"--marker-size", "0.4"}, "--marker-size requires --markers"},
+  };
+  for (const Case& Asked : Cases) {
+    const Finished Refused = Draw(Asked.Board, "10mm", "a0", Output, Asked.Flags);
+    EXPECT_EQ(Refused.Status, 2) << Asked.Why;
+    EXPECT_THAT(Refused.Said, HasSubstr(Asked.Why));
+  }
+  EXPECT_FALSE(fs::exists(Output));
+}
+
 TEST(Board, ABoardThatJustFitsIsDrawnAndAMillimetreLessOfPaperIsRefused) {
   const Scratch_Folder Scratch;
   const fs::path Output = Scratch.Path() / "board.svg";
@@ -420,10 +526,12 @@ TEST(Board, TheExamplesOfTheHelpWork) {
     std::vector<std::string> Words{std::istream_iterator<std::string>(Text), {}};
     if (Words.size() < 3 || Words[0] != "rigsync") continue;
     ++Examples;
+    const bool Needs_Module = std::find(Words.begin(), Words.end(), "--markers") != Words.end();
+    if (Needs_Module && !rigsync::Can_Find_Markers()) continue;
     EXPECT_EQ(Rigsync({Words.begin() + 1, Words.end()}, Scratch.Path()).Status, 0) << Line;
     EXPECT_TRUE(fs::exists(Scratch.Path() / Words.back())) << Line;
   }
-  EXPECT_EQ(Examples, 2);
+  EXPECT_EQ(Examples, 3);
 }
 
 TEST(Board, APaperMayBeWrittenInCapitalsAndWithAnyMultiplicationSign) {
