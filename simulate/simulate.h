@@ -84,6 +84,8 @@ struct Recording_Options {
   double Drift_Mm_Per_Second = 0.0, Drift_Deg_Per_Second = 0.0;
   // A sample shows where the body was this much earlier.
   double Lag_Ms = 0.0;
+  // The samples are sent as they come, so the files tell their times also without a take.
+  bool Is_Streamed = false;
   // Only the camera is tracked. The board stands still, and its samples are those of a tracker in
   // the origin of Base whose body has the axes of Base.
   bool One_Body = false;
@@ -140,7 +142,8 @@ struct Options {
   Recording_Options Recording;
 };
 
-// Whether a capture's files tell when it happened: if it has a take, or bodies that drift or lag.
+// Whether a capture's files tell when it happened: if it has a take or a
+// stream, or bodies that drift or lag.
 // The files of any other capture have a row every 2.5 seconds and nothing else about time.
 bool Is_Timed(const Recording_Options& Recording);
 

@@ -2,11 +2,13 @@
 #include "simulate/stream.h"
 
 #include "simulate/geometry.h"
+#include "simulate/take.h"
 
 #include <Eigen/Geometry>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <stdexcept>
 #include <utility>
@@ -203,14 +205,13 @@ std::vector<std::string> Opentrackio_Packets(const Opentrackio_Settings& Setting
   return Packets;
 }
 
-std::vector<std::string> Arrived(const std::vector<std::string>& Sent,
-                                 const Network_Trouble& Trouble) {
-  std::vector<std::string> Packets;
+std::vector<Datagram> Arrived(const std::vector<Datagram>& Sent, const Network_Trouble& Trouble) {
+  std::vector<Datagram> Packets;
   for (std::size_t i = 0; i < Sent.size(); ++i) {
     if (Is_Every(i, Trouble.Lost_Every)) continue;
-    std::string Packet = Sent[i];
-    if (Is_Every(i, Trouble.Spoiled_Every) && !Packet.empty()) {
-      char& Byte = Packet[Packet.size() / 2];
+    Datagram Packet = Sent[i];
+    if (Is_Every(i, Trouble.Spoiled_Every) && !Packet.Bytes.empty()) {
+      char& Byte = Packet.Bytes[Packet.Bytes.size() / 2];
       Byte = static_cast<char>(Byte ^ 1);
     }
     Packets.push_back(Packet);
@@ -220,6 +221,28 @@ std::vector<std::string> Arrived(const std::vector<std::string>& Sent,
     if (Is_Every(i, Trouble.Swapped_Every)) std::swap(Packets[i], Packets[i + 1]);
   }
   return Packets;
+}
+
+std::vector<Datagram> Stream_Of(const Plan& Capture, const Stream_Settings& Settings) {
+  std::vector<Datagram> Sent;
+  std::array<std::uint16_t, 2> Sequences{};  // each source counts its own packets
+  const auto Send = [&](double Seconds, int Body, const Body_Reading& Seen) {
+    if (!Seen.Is_Tracked) return;
+    if (Settings.Form == Stream_Form::Freed) {
+      Sent.push_back({Seconds, Body, Freed_Packet(Freed_Pose_Of(Body, Seen.Reading))});
+      return;
+    }
+    for (std::string& Bytes :
+         Opentrackio_Packets(Settings.Opentrackio, Body, static_cast<double>(Clock_Epoch) + Seconds,
+                             Seen.Reading, Sequences[static_cast<std::size_t>(Body - 1)])) {
+      Sent.push_back({Seconds, Body, std::move(Bytes)});
+    }
+  };
+  for (const Take_Row& Row : Record_Take(Capture)) {
+    Send(Row.Seconds, 1, Row.Camera);
+    if (!Capture.Settings.Recording.One_Body) Send(Row.Seconds, 2, Row.Board);
+  }
+  return Arrived(Sent, Settings.Trouble);
 }
 
 }  // namespace simulate

@@ -57,7 +57,13 @@ std::vector<std::string> Opentrackio_Packets(const Opentrackio_Settings& Setting
                                              double Seconds, const Sample& Reported,
                                              std::uint16_t& Sequence);
 
-// ---- What happens on the way -------------------------------------------------------------------
+// ---- The stream of a capture -------------------------------------------------------------------
+
+struct Datagram {
+  double Seconds = 0;  // when it is sent, on the take's clock
+  int Body = 1;        // camera ID or source number: 1 the camera, 2 the board
+  std::string Bytes;
+};
 
 // Every so many packets, counted from the first; 0 for never.
 struct Network_Trouble {
@@ -67,8 +73,19 @@ struct Network_Trouble {
   std::size_t Spoiled_Every = 0;  // arrives with a wrong byte
 };
 
-std::vector<std::string> Arrived(const std::vector<std::string>& Sent,
-                                 const Network_Trouble& Trouble);
+std::vector<Datagram> Arrived(const std::vector<Datagram>& Sent, const Network_Trouble& Trouble);
+
+enum class Stream_Form { Freed, Opentrackio };
+
+struct Stream_Settings {
+  Stream_Form Form = Stream_Form::Freed;
+  Opentrackio_Settings Opentrackio;
+  Network_Trouble Trouble;
+};
+
+// What the tracking system sends of the samples of Record_Take, as it arrives. A lost sample is not
+// sent. OpenTrackIO's timestamps begin at Clock_Epoch.
+std::vector<Datagram> Stream_Of(const Plan& Capture, const Stream_Settings& Settings);
 
 }  // namespace simulate
 

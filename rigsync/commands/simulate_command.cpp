@@ -6,6 +6,7 @@
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
+#include "rigsync/commands/simulate_stream.h"
 #include "rigsync/formats/stage_file.h"
 #include "rigsync/system/out_folder.h"
 #include "rigsync/system/platform.h"
@@ -53,6 +54,7 @@ struct Simulate_Arguments {
   std::string Directory;
   simulate::Options Options;
   bool Quiet = false;
+  Stream_Arguments Stream;
   std::map<std::string, Flag_Value> Flag_Of_Option;  // by the name of the member of Options
   std::set<std::string> Typed;                       // the flags on this command line
 };
@@ -466,10 +468,11 @@ void Add_Take_Flags(Simulator_Flags& Flags) {
 
 // Flags that say how time passes change nothing in a capture that has neither take nor clip.
 void Refuse_Times_Without_Take(const Simulate_Arguments& Arguments) {
-  if (Arguments.Options.Recording.Format != simulate::Take_Format::None) return;
+  const simulate::Recording_Options& Recording = Arguments.Options.Recording;
+  if (Recording.Format != simulate::Take_Format::None || Recording.Is_Streamed) return;
   for (const char* Flag : {"--hold", "--move", "--clock-offset", "--regular-holds"}) {
     if (Arguments.Typed.count(Flag) == 0) continue;
-    throw Usage_Error(Flag, fmt::format("{} requires --take", Flag));
+    throw Usage_Error(Flag, fmt::format("{} requires --take or --stream", Flag));
   }
 }
 
@@ -532,8 +535,10 @@ void Write_Files(const simulate::Plan& Capture, const fs::path& Directory, Progr
   Write_Stage_File(Directory / "stage.json", Settings_Of(Capture));
 }
 
-int Simulate(const Simulate_Arguments& Arguments) {
+int Simulate(Simulate_Arguments Arguments) {
   const auto Start = std::chrono::steady_clock::now();
+  Arguments.Options.Recording.Is_Streamed = !Arguments.Stream.Form.empty();
+  const Stream_Plan Stream = Read_Stream_Plan(Arguments.Stream);
   simulate::Plan Capture;
   try {
     Capture = simulate::Make_Plan(Arguments.Options);
@@ -568,6 +573,8 @@ int Simulate(const Simulate_Arguments& Arguments) {
   }
   fmt::print("  truth            {}\n", (Directory / "truth.json").string());
   fmt::print("  board, estimate  {}\n", (Directory / "stage.json").string());
+  std::fflush(stdout);
+  if (Options.Recording.Is_Streamed) Send_Stream(Stream, Capture, Arguments.Quiet);
   fmt::print("Calibrate it with\n  rigsync calibrate {}{}--config {} --out RESULT_DIR\n",
              Shell_Word((Directory / "capture.csv").string()), Line_Continuation(4),
              Shell_Word((Directory / "stage.json").string()));
@@ -604,6 +611,7 @@ void Add_Simulate_Command(Command_Line& Line) {
              "every hold and every move takes the mean of its range");
   Add_Switch("--one-body", &simulate::Recording_Options::One_Body,
              "only the camera is tracked, and the board stands still");
+  Add_Stream_Flags(Line, *Command, Arguments->Stream);
   Add_File_Flags(Flags);
   Command
       ->add_flag_function(

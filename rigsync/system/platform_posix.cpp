@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// platform.h and udp_receiver.h for Linux and macOS.
+// platform.h, child_process.h, udp_receiver.h and udp_sender.h for Linux and macOS.
 #include "rigsync/system/platform.h"
 #include "rigsync/system/udp_receiver.h"
+#include "rigsync/system/udp_sender.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -422,6 +423,20 @@ void Udp_Receiver::Read_All(const Opened& Socket, std::vector<Udp_Packet>& Packe
     Packet.Bytes.assign(Buffer.data(), static_cast<std::size_t>(Size));
     Packets.push_back(std::move(Packet));
   }
+}
+
+Udp_Sender::Udp_Sender() : Handle(Open_Socket()) {}
+
+Udp_Sender::~Udp_Sender() {
+  close(static_cast<int>(Handle));
+}
+
+void Udp_Sender::Send(const Ipv4_Address& To, std::uint16_t Port, std::string_view Bytes) {
+  const sockaddr_in Name = Socket_Address(To, Port);
+  const ssize_t Sent = sendto(static_cast<int>(Handle), Bytes.data(), Bytes.size(), 0,
+                              reinterpret_cast<const sockaddr*>(&Name), sizeof Name);
+  // A full buffer loses the packet, as a network may at any time.
+  if (Sent < 0 && errno != EAGAIN && errno != EWOULDBLOCK) Throw_Last_Error();
 }
 
 }  // namespace rigsync

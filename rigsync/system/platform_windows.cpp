@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// platform.h, child_process.h and udp_receiver.h for Windows 10 and later, with the C runtime's
-// descriptors, and with system calls where the runtime has no function.
+// platform.h, child_process.h, udp_receiver.h and udp_sender.h for Windows 10 and later, with the C
+// runtime's descriptors, and with system calls where the runtime has no function.
 #include "rigsync/system/child_process.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/udp_receiver.h"
+#include "rigsync/system/udp_sender.h"
 
 #include <fcntl.h>
 #include <io.h>
@@ -207,6 +208,14 @@ int Descriptor_Of(Owned_Handle& Handle) {
 
 [[noreturn]] void Throw_Network_Error() {
   throw std::system_error(WSAGetLastError(), std::system_category());
+}
+
+// Winsock counts its users: each call has its WSACleanup.
+void Start_Network() {
+  WSADATA Ignored{};
+  const WORD Version = MAKEWORD(2, 2);
+  const int Failure = WSAStartup(Version, &Ignored);
+  if (Failure != 0) throw std::system_error(Failure, std::system_category());
 }
 
 in_addr Network_Address(const Ipv4_Address& Address) {
@@ -434,10 +443,7 @@ std::string Line_Continuation(std::size_t /*Indent*/) {
 }
 
 Udp_Receiver::Udp_Receiver() : Buffer(std::size_t{1} << 16, '\0') {
-  WSADATA Ignored{};
-  const WORD Version = MAKEWORD(2, 2);
-  const int Failure = WSAStartup(Version, &Ignored);
-  if (Failure != 0) throw std::system_error(Failure, std::system_category());
+  Start_Network();
 }
 
 Udp_Receiver::~Udp_Receiver() {
@@ -517,6 +523,24 @@ void Udp_Receiver::Read_All(const Opened& Socket, std::vector<Udp_Packet>& Packe
     Packet.Bytes.assign(Buffer.data(), static_cast<std::size_t>(Size));
     Packets.push_back(std::move(Packet));
   }
+}
+
+Udp_Sender::Udp_Sender() {
+  Start_Network();
+  Handle = static_cast<std::intptr_t>(Open_Socket());
+}
+
+Udp_Sender::~Udp_Sender() {
+  closesocket(static_cast<SOCKET>(Handle));
+  WSACleanup();
+}
+
+void Udp_Sender::Send(const Ipv4_Address& To, std::uint16_t Port, std::string_view Bytes) {
+  const sockaddr_in Name = Socket_Address(To, Port);
+  const int Sent = sendto(static_cast<SOCKET>(Handle), Bytes.data(), static_cast<int>(Bytes.size()),
+                          0, reinterpret_cast<const sockaddr*>(&Name), sizeof Name);
+  // A full buffer loses the packet, as a network may at any time.
+  if (Sent < 0 && WSAGetLastError() != WSAEWOULDBLOCK) Throw_Network_Error();
 }
 
 }  // namespace rigsync

@@ -198,14 +198,54 @@ TEST(Opentrackio, TransformsComposeToTheBodysPose) {
   }
 }
 
+// The bytes of packets that were sent as one letter each.
+std::string Letters(const std::vector<Datagram>& Packets) {
+  std::string Text;
+  for (const Datagram& Packet : Packets) Text += Packet.Bytes;
+  return Text;
+}
+
 TEST(Arrived, LosesDoublesSwapsAndSpoilsPacketsAsTold) {
-  const std::vector<std::string> Sent = {"a", "b", "c", "d"};
-  using Packets = std::vector<std::string>;
-  EXPECT_EQ(Arrived(Sent, {}), Sent);
-  EXPECT_EQ(Arrived(Sent, {2, 0, 0, 0}), (Packets{"a", "c"}));
-  EXPECT_EQ(Arrived(Sent, {0, 3, 0, 0}), (Packets{"a", "b", "c", "c", "d"}));
-  EXPECT_EQ(Arrived(Sent, {0, 0, 2, 0}), (Packets{"a", "c", "b", "d"}));
-  EXPECT_EQ(Arrived(Sent, {0, 0, 0, 4}), (Packets{"a", "b", "c", "e"}));
+  const std::vector<Datagram> Sent = {{0, 1, "a"}, {0, 1, "b"}, {0, 1, "c"}, {0, 1, "d"}};
+  EXPECT_EQ(Letters(Arrived(Sent, {})), "abcd");
+  EXPECT_EQ(Letters(Arrived(Sent, {2, 0, 0, 0})), "ac");
+  EXPECT_EQ(Letters(Arrived(Sent, {0, 3, 0, 0})), "abccd");
+  EXPECT_EQ(Letters(Arrived(Sent, {0, 0, 2, 0})), "acbd");
+  EXPECT_EQ(Letters(Arrived(Sent, {0, 0, 0, 4})), "abce");
+}
+
+// Without noise a body in the middle of a hold is where the row of its image says.
+TEST(Stream, SendsBothBodiesWhereTheRowsOfTheCaptureAre) {
+  Options Settings;
+  Settings.Image_Count = 3;
+  const Plan Capture = Make_Plan(Settings);
+  const std::vector<Datagram> Packets = Stream_Of(Capture, {});
+  for (const Image_Truth& Image : Capture.Images) {
+    int Seen = 0;
+    for (const Datagram& Packet : Packets) {
+      if (!(Packet.Seconds > Image.Still.Begin && Packet.Seconds < Image.Still.End)) continue;
+      const Sample& Reported = Packet.Body == 1 ? Image.Tc : Image.Tr;
+      EXPECT_EQ(Packet.Bytes, Freed_Packet(Freed_Pose_Of(Packet.Body, Reported)));
+      ++Seen;
+    }
+    // Both bodies at 100 Hz.
+    EXPECT_NEAR(Seen, 200.0 * (Image.Still.End - Image.Still.Begin), 4.0);
+  }
+}
+
+TEST(Stream, OfOneBodyNamesNoOther) {
+  Options Settings;
+  Settings.Image_Count = 2;
+  Settings.Recording.One_Body = true;
+  Stream_Settings Form;
+  Form.Form = Stream_Form::Opentrackio;
+  const std::vector<Datagram> Packets = Stream_Of(Make_Plan(Settings), Form);
+  ASSERT_FALSE(Packets.empty());
+  unsigned Expected_Sequence = 0;
+  for (const Datagram& Packet : Packets) {
+    EXPECT_EQ(Packet.Body, 1);
+    EXPECT_EQ(Number_At(Packet.Bytes, 6, 2), Expected_Sequence++ % 65536u);
+  }
 }
 
 }  // namespace
