@@ -130,7 +130,7 @@ Eigen::Matrix4d Transform_Cam_Chart_Of(const Plan& Capture, const Rig_Pose& Pose
 }
 
 bool Is_Timed(const Recording_Options& Recording) {
-  return Recording.Is_Streamed || Recording.Format != Take_Format::None ||
+  return Recording.Format != Take_Format::None || Recording.Clip || Recording.Is_Streamed ||
          Recording.Drift_Mm_Per_Second > 0.0 || Recording.Drift_Deg_Per_Second > 0.0 ||
          Recording.Lag_Ms != 0.0;
 }

@@ -3,6 +3,8 @@
 // Draws a random capture: the poses of the board and both trackers in every image, the tracker
 // samples, and which rows are bad. Each board pose follows a recipe (steep, in a corner of the
 // frame, near, ...) and is then moved to the position in the frame that its recipe asks for.
+#include "simulate/avi.h"
+#include "simulate/clip.h"
 #include "simulate/geometry.h"
 #include "simulate/marker_cells.h"
 #include "simulate/motion.h"
@@ -69,8 +71,8 @@ void Check_Recording(const Options& Settings) {
   Require(!Recording.One_Body || Settings.Stale_Count == 0, "Stale_Count",
           "has to be 0 when the board stands still: a stale row moves the camera by a distance of "
           "its own, and the board with it");
-  Require(Recording.Format == Take_Format::None || Settings.Image_Count > 0, "Image_Count",
-          "has to be at least 1 for a take");
+  Require((Recording.Format == Take_Format::None && !Recording.Clip) || Settings.Image_Count > 0,
+          "Image_Count", "has to be at least 1 for a take or a clip");
   Require(Recording.Unit == Length_Unit::Metres || Recording.Format == Take_Format::Motive, "Unit",
           "can be chosen for a Motive take only");
 }
@@ -576,6 +578,21 @@ void Spoil_Samples(Plan& Capture) {
   }
 }
 
+void Check_Clip(const Plan& Capture) {
+  const Options& Settings = Capture.Settings;
+  const std::size_t Frames = Clip_Frame_Count(Capture);
+  Require(Frames > 0, "Clock_Offset",
+          "has to be below the length of the take, so that the clip begins before its end");
+  // The most that a pixel has been seen to take at the default noise and the best quality.
+  constexpr double Bytes_Per_Pixel = 0.25;
+  const double Bytes =
+      static_cast<double>(Frames) * Settings.Width * Settings.Height * Bytes_Per_Pixel;
+  if (Bytes <= static_cast<double>(Largest_Clip_Bytes)) return;
+  throw Refused_Options({"Image_Count", "Width", "Height", "Longest_Hold", "Longest_Move"},
+                        "together make a clip of " + std::to_string(Frames / Clip_Rate_Hz) +
+                            " seconds, which doesn't fit in a file of 2 GB");
+}
+
 // 0001.png and so on, counted from 1.
 std::string Image_Name_Of(int Number, const std::string& Format) {
   const std::string Digits = std::to_string(Number);
@@ -656,6 +673,7 @@ Plan Make_Plan(const Options& Settings) {
     Capture.Images.push_back(Image);
   }
   Spoil_Samples(Capture);
+  if (Settings.Recording.Clip) Check_Clip(Capture);
   return Capture;
 }
 

@@ -45,6 +45,12 @@ struct Board_View {
   cv::Rect Box;            // no pixel outside shows the board
 };
 
+// Whether the lens shows a point, somewhere in its image. Points nearer than a centimetre are taken
+// as beside the camera.
+bool Is_Shown(const Eigen::Vector3d& Point_Cam, double Fold) {
+  return Point_Cam.z() > 0.01 && Point_Cam.head<2>().norm() < 0.98 * Fold * Point_Cam.z();
+}
+
 Board_View View_Board(const Plan& Capture, const Image_Truth& Image, float White, float Black) {
   const Options& Settings = Capture.Settings;
   const Eigen::Matrix4d& Transform_Cam_Chart = Image.Transform_Cam_Chart;
@@ -69,6 +75,7 @@ Board_View View_Board(const Plan& Capture, const Image_Truth& Image, float White
     }
   }
 
+  const double Fold = Fold_Radius(View.Model);
   // Sixteen points per side follow a curved edge to much less than the two pixels of padding.
   constexpr int Steps = 16;
   Eigen::Vector2d Low(1e300, 1e300), High(-1e300, -1e300);
@@ -80,12 +87,18 @@ Board_View View_Board(const Plan& Capture, const Image_Truth& Image, float White
                                         {-2.0, V},
                                         {View.Cols + 1.0, V}}) {
       const Eigen::Vector3d Edge_Cam = Ray_From_Squares * Eigen::Vector3d(Across, Along, 1.0);
+      // In a move the board may reach beyond what the lens can show; then it may be anywhere.
+      if (!Is_Shown(Edge_Cam, Fold)) {
+        View.Box = cv::Rect(0, 0, Settings.Width, Settings.Height);
+        return View;
+      }
       const Eigen::Vector2d Pixel = Project(View.Model, Edge_Cam);
       Low = Low.cwiseMin(Pixel);
       High = High.cwiseMax(Pixel);
     }
   }
   const double Padding = 2.0 + 0.01 * (High - Low).maxCoeff();
+  if (!(Low.x() - Padding < Settings.Width && Low.y() - Padding < Settings.Height)) return View;
   const int Left = static_cast<int>(std::floor(std::max(Low.x() - Padding, 0.0)));
   const int Top = static_cast<int>(std::floor(std::max(Low.y() - Padding, 0.0)));
   const int Right = static_cast<int>(std::ceil(std::min(High.x() + Padding, Settings.Width - 1.0)));
@@ -99,8 +112,9 @@ enum class Surface { None, White, Black };
 
 // Without markers.
 Surface Square_At(const Board_View& View, double U, double V) {
+  // Not in whole numbers yet: towards the horizon of the board's plane they get too large.
+  if (!(U >= -2.0 && V >= -2.0 && U < View.Cols + 1.0 && V < View.Rows + 1.0)) return Surface::None;
   const int Col = static_cast<int>(std::floor(U)), Row = static_cast<int>(std::floor(V));
-  if (Col < -2 || Row < -2 || Col > View.Cols || Row > View.Rows) return Surface::None;
   if (Col < -1 || Row < -1 || Col >= View.Cols || Row >= View.Rows) return Surface::White;
   // The outermost square at the first inner corner, (-1, -1), is black.
   return ((Col + Row) & 1) == 0 ? Surface::Black : Surface::White;
@@ -397,38 +411,6 @@ Lighting Light_Frame(const Options& Settings) {
   return Light;
 }
 
-// Applies the light, adds the sensor's noise and rounds to bytes. Every row has its own generator
-// state, so rows can be processed in any order.
-cv::Mat Expose(const Options& Settings, std::size_t Index, const cv::Mat& Picture) {
-  static const std::array<float, Grain_Count> Grains = Make_Grains();
-  const Lighting Light = Light_Frame(Settings);
-  const float Noise = static_cast<float>(Settings.Sensor_Noise);
-  cv::Mat Photograph(Picture.size(), CV_8UC3);
-  cv::parallel_for_(cv::Range(0, Picture.rows), [&](const cv::Range& Range) {
-    for (int j = Range.start; j < Range.end; ++j) {
-      std::uint64_t State = (static_cast<std::uint64_t>(Settings.Seed) << 32) ^
-                            (static_cast<std::uint64_t>(Index) << 16) ^
-                            static_cast<std::uint64_t>(j);
-      State = Next_Bits(State);
-      const cv::Vec3f* Scene_Row = Picture.ptr<cv::Vec3f>(j);
-      cv::Vec3b* Photograph_Row = Photograph.ptr<cv::Vec3b>(j);
-      const float Row_Light = Light.At_Origin + Light.Per_Row * static_cast<float>(j);
-      for (int i = 0; i < Picture.cols; ++i) {
-        const float Light_Level = Row_Light + Light.Per_Column * static_cast<float>(i);
-        std::uint64_t Bits = Next_Bits(State);
-        for (int Channel = 0; Channel < 3; ++Channel) {
-          const float Level =
-              Scene_Row[i][Channel] * Light_Level + Noise * Grains[Bits % Grain_Count];
-          Bits >>= 16;
-          // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and lround is slower
-          Photograph_Row[i][Channel] = static_cast<uchar>(std::clamp(Level, 0.0f, 255.0f) + 0.5f);
-        }
-      }
-    }
-  });
-  return Photograph;
-}
-
 }  // namespace
 
 cv::Mat Make_Pixel_Rays(const Lens& Model, int Width, int Height) {
@@ -452,22 +434,70 @@ cv::Mat Make_Pixel_Rays(const Lens& Model, int Width, int Height) {
   return Rays;
 }
 
-cv::Mat Render_Photograph(const Plan& Capture, std::size_t Index, const cv::Mat& Rays) {
-  const Options& Settings = Capture.Settings;
-  const Image_Truth& Image = Capture.Images.at(Index);
-  cv::Mat Picture;
-  if (Image.Kind == Row_Kind::Blank_Image) {
-    Picture = cv::Mat(Settings.Height, Settings.Width, CV_32FC3, cv::Scalar::all(128.0));
-    return Expose(Settings, Index, Picture);
-  }
+// Every row has its own generator state, so rows can be processed in any order.
+cv::Mat Expose(const Options& Settings, std::size_t Number, const cv::Mat& Picture) {
+  static const std::array<float, Grain_Count> Grains = Make_Grains();
+  const Lighting Light = Light_Frame(Settings);
+  const float Noise = static_cast<float>(Settings.Sensor_Noise);
+  cv::Mat Photograph(Picture.size(), CV_8UC3);
+  cv::parallel_for_(cv::Range(0, Picture.rows), [&](const cv::Range& Range) {
+    for (int j = Range.start; j < Range.end; ++j) {
+      std::uint64_t State = (static_cast<std::uint64_t>(Settings.Seed) << 32) ^
+                            (static_cast<std::uint64_t>(Number) << 16) ^
+                            static_cast<std::uint64_t>(j);
+      State = Next_Bits(State);
+      const cv::Vec3f* Scene_Row = Picture.ptr<cv::Vec3f>(j);
+      cv::Vec3b* Photograph_Row = Photograph.ptr<cv::Vec3b>(j);
+      const float Row_Light = Light.At_Origin + Light.Per_Row * static_cast<float>(j);
+      for (int i = 0; i < Picture.cols; ++i) {
+        const float Light_Level = Row_Light + Light.Per_Column * static_cast<float>(i);
+        std::uint64_t Bits = Next_Bits(State);
+        for (int Channel = 0; Channel < 3; ++Channel) {
+          const float Level =
+              Scene_Row[i][Channel] * Light_Level + Noise * Grains[Bits % Grain_Count];
+          Bits >>= 16;
+          // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative, and lround is slower
+          Photograph_Row[i][Channel] = static_cast<uchar>(std::clamp(Level, 0.0f, 255.0f) + 0.5f);
+        }
+      }
+    }
+  });
+  return Photograph;
+}
 
+cv::Mat Draw_Room(const Plan& Capture, std::size_t Index) {
+  const Options& Settings = Capture.Settings;
+  if (Capture.Images.at(Index).Kind == Row_Kind::Blank_Image) {
+    return {Settings.Height, Settings.Width, CV_32FC3, cv::Scalar::all(128.0)};
+  }
   Random Generator(Settings.Seed, Scene + 1000 * (1 + static_cast<unsigned>(Index)));
-  Picture = Draw_Background(Generator, Settings.Width, Settings.Height);
+  return Draw_Background(Generator, Settings.Width, Settings.Height);
+}
+
+void Draw_Board_In(const Plan& Capture, const Eigen::Matrix4d& Transform_Cam_Chart,
+                   const cv::Mat& Rays, cv::Mat& Picture) {
+  const Eigen::Vector3d Normal_Cam = Transform_Cam_Chart.block<3, 1>(0, 2);
+  const Eigen::Vector3d Origin_Cam = Transform_Cam_Chart.block<3, 1>(0, 3);
+  // How far the camera is in front of the board's plane. From behind, the board is blank paper; in
+  // the plane, it is not seen.
+  const double Before_Board = Normal_Cam.dot(Origin_Cam);
+  if (std::abs(Before_Board) < 1e-3) return;
   // Matt paper looks darker at a flatter angle of light; the lamp is near the camera.
-  const float Shade = static_cast<float>(0.7 + 0.3 * Image.Transform_Cam_Chart(2, 2));
-  Draw_Board(View_Board(Capture, Image, Shade * Paper_White, Shade * Ink_Black), Rays,
-             Settings.Blur_Pixels, Picture);
-  return Expose(Settings, Index, Picture);
+  const float Shade = static_cast<float>(0.7 + 0.3 * std::abs(Transform_Cam_Chart(2, 2)));
+  Image_Truth Image;
+  Image.Transform_Cam_Chart = Transform_Cam_Chart;
+  const Board_View View = View_Board(Capture, Image, Shade * Paper_White,
+                                     Shade * (Before_Board > 0.0 ? Ink_Black : Paper_White));
+  if (!View.Box.empty()) Draw_Board(View, Rays, Capture.Settings.Blur_Pixels, Picture);
+}
+
+cv::Mat Render_Photograph(const Plan& Capture, std::size_t Index, const cv::Mat& Rays) {
+  const Image_Truth& Image = Capture.Images.at(Index);
+  cv::Mat Picture = Draw_Room(Capture, Index);
+  if (Image.Kind != Row_Kind::Blank_Image) {
+    Draw_Board_In(Capture, Image.Transform_Cam_Chart, Rays, Picture);
+  }
+  return Expose(Capture.Settings, Index, Picture);
 }
 
 }  // namespace simulate

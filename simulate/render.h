@@ -7,6 +7,7 @@
 
 #include "simulate/simulate.h"
 
+#include <Eigen/Core>
 #include <opencv2/core.hpp>
 
 #include <cstddef>
@@ -21,6 +22,16 @@ cv::Mat Make_Pixel_Rays(const Lens& Model, int Width, int Height);
 // blank one. Rays must belong to the plan's lens and size. The same plan gives the same pixels on
 // one machine for any number of threads.
 cv::Mat Render_Photograph(const Plan& Capture, std::size_t Index, const cv::Mat& Rays);
+
+// The steps of a photograph, in the linear grey levels of the scene (CV_32FC3): the room behind the
+// board of entry Index, uniformly grey for a blank image; a board in front of it, wherever that is.
+cv::Mat Draw_Room(const Plan& Capture, std::size_t Index);
+void Draw_Board_In(const Plan& Capture, const Eigen::Matrix4d& Transform_Cam_Chart,
+                   const cv::Mat& Rays, cv::Mat& Picture);
+
+// Applies the light, adds the sensor's noise and rounds to bytes (CV_8UC3). Pictures with the same
+// Number have the same noise.
+cv::Mat Expose(const Options& Settings, std::size_t Number, const cv::Mat& Picture);
 
 }  // namespace simulate
 

@@ -71,6 +71,7 @@ enum class Length_Unit { Metres, Millimetres };
 // The capture as it happens in time: the rig holds still for each photograph and moves on.
 struct Recording_Options {
   Take_Format Format = Take_Format::None;
+  bool Clip = false;                               // also write a clip, at 25 frames per second
   Length_Unit Unit = Length_Unit::Metres;          // of a Motive take
   double Rate_Hz = 100.0;                          // samples of the take per second
   double Shortest_Hold = 1.0, Longest_Hold = 2.5;  // seconds
@@ -142,8 +143,8 @@ struct Options {
   Recording_Options Recording;
 };
 
-// Whether a capture's files tell when it happened: if it has a take or a
-// stream, or bodies that drift or lag.
+// Whether a capture's files tell when it happened: if it has a take, a clip or a stream, or bodies
+// that drift or lag.
 // The files of any other capture have a row every 2.5 seconds and nothing else about time.
 bool Is_Timed(const Recording_Options& Recording);
 
@@ -227,8 +228,9 @@ using Render_Progress = std::function<void(std::size_t Done, std::size_t All)>;
 
 // Writes the capture to Directory, which is created if missing: the photographs (images/NNNN.png,
 // or in the CSV's folder for Path_Form::Name_Only and Backslash), capture.csv and truth.json. A
-// timed capture also has times.csv and the files of its take (take.h), and the file time of each
-// photograph is that of its moment.
+// timed capture also has times.csv, the files of its take (take.h) and clip.avi (clip.h), and the
+// file time of each photograph is that of its moment. Progress counts photographs and the clip's
+// frames.
 // Throws std::runtime_error when a file cannot be written.
 void Write_Capture(const Plan& Capture, const std::filesystem::path& Directory,
                    const Render_Progress& Progress = {});

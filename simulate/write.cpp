@@ -2,6 +2,7 @@
 //
 // Writes a capture's files (photographs, capture.csv, truth.json) and reads truth.json. README.md
 // in this folder describes the CSV and JSON files.
+#include "simulate/clip.h"
 #include "simulate/render.h"
 #include "simulate/simulate.h"
 #include "simulate/take.h"
@@ -266,6 +267,7 @@ Json Options_As_Json(const Options& Settings) {
 
 Json Recording_As_Json(const Recording_Options& Recording) {
   return {{"format", Take_Format_Name(Recording.Format)},
+          {"clip", Recording.Clip},
           {"unit", Recording.Unit == Length_Unit::Metres ? "m" : "mm"},
           {"rate_hz", Recording.Rate_Hz},
           {"hold_s", {Recording.Shortest_Hold, Recording.Longest_Hold}},
@@ -468,12 +470,18 @@ void Write_Capture(const Plan& Capture, const fs::path& Directory,
   Write_Tables(Capture, Directory);
   const cv::Mat Rays =
       Make_Pixel_Rays(Capture.True_Lens, Capture.Settings.Width, Capture.Settings.Height);
+  const bool Has_Clip = Capture.Settings.Recording.Clip;
+  const size_t All = Capture.Images.size() + (Has_Clip ? Clip_Frame_Count(Capture) : 0);
   for (size_t i = 0; i < Capture.Images.size(); ++i) {
     const fs::path File = Image_File(Capture, Capture.Images[i], Directory);
     Write_Photograph(Capture, i, Rays, File);
     if (Is_Timed(Capture.Settings.Recording)) Set_File_Time(Capture, Capture.Images[i], File);
-    if (Progress) Progress(i + 1, Capture.Images.size());
+    if (Progress) Progress(i + 1, All);
   }
+  if (!Has_Clip) return;
+  Write_Clip(Capture, Directory / "clip.avi", Rays, [&](size_t Done, size_t /*Frames*/) {
+    if (Progress) Progress(Capture.Images.size() + Done, All);
+  });
 }
 
 Truth Read_Truth(const fs::path& Path) {

@@ -13,6 +13,7 @@
 #include "rigsync/system/progress_output.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
+#include "simulate/clip.h"
 #include "simulate/simulate.h"
 
 #include <fmt/format.h>
@@ -469,10 +470,11 @@ void Add_Take_Flags(Simulator_Flags& Flags) {
 // Flags that say how time passes change nothing in a capture that has neither take nor clip.
 void Refuse_Times_Without_Take(const Simulate_Arguments& Arguments) {
   const simulate::Recording_Options& Recording = Arguments.Options.Recording;
-  if (Recording.Format != simulate::Take_Format::None || Recording.Is_Streamed) return;
+  if (Recording.Format != simulate::Take_Format::None || Recording.Clip) return;
+  if (Recording.Is_Streamed) return;
   for (const char* Flag : {"--hold", "--move", "--clock-offset", "--regular-holds"}) {
     if (Arguments.Typed.count(Flag) == 0) continue;
-    throw Usage_Error(Flag, fmt::format("{} requires --take or --stream", Flag));
+    throw Usage_Error(Flag, fmt::format("{} requires --take, --clip or --stream", Flag));
   }
 }
 
@@ -525,12 +527,16 @@ std::string Interrupted(const fs::path& Directory, Progress_Kind Kind) {
 void Write_Files(const simulate::Plan& Capture, const fs::path& Directory, Progress_Kind Kind) {
   const Interrupt_Text Interruption(Interrupted(Directory, Kind));
   Progress_Output Progress(Kind);
-  Progress.Begin(fmt::format("rendering {} photographs", Capture.Images.size()));
+  const std::size_t Frames =
+      Capture.Settings.Recording.Clip ? simulate::Clip_Frame_Count(Capture) : 0;
+  Progress.Begin(fmt::format("rendering {} photographs{}", Capture.Images.size(),
+                             Frames > 0 ? fmt::format(" and {} frames", Frames) : ""));
   simulate::Write_Capture(Capture, Directory, [&](std::size_t Done, std::size_t All) {
     const double Left =
         Progress.Seconds() / static_cast<double>(Done) * static_cast<double>(All - Done);
-    Progress.Show(
-        fmt::format("Rendering photographs: {} of {}, {} left", Done, All, Duration_Text(Left)));
+    Progress.Show(fmt::format("Rendering {}: {} of {}, {} left",
+                              Frames > 0 ? "photographs and clip" : "photographs", Done, All,
+                              Duration_Text(Left)));
   });
   Write_Stage_File(Directory / "stage.json", Settings_Of(Capture));
 }
@@ -567,6 +573,9 @@ int Simulate(Simulate_Arguments Arguments) {
   fmt::print("  capture          {}\n", (Directory / "capture.csv").string());
   for (const std::string& Name : simulate::Take_Names(Options.Recording)) {
     fmt::print("  take             {}\n", (Directory / Name).string());
+  }
+  if (Options.Recording.Clip) {
+    fmt::print("  clip             {}\n", (Directory / "clip.avi").string());
   }
   if (simulate::Is_Timed(Options.Recording)) {
     fmt::print("  picture times    {}\n", (Directory / "times.csv").string());
@@ -607,6 +616,8 @@ void Add_Simulate_Command(Command_Line& Line) {
             Help)
         ->group("Take and clip");
   };
+  Add_Switch("--clip", &simulate::Recording_Options::Clip,
+             "also write what the camera records, clip.avi at 25 frames per second");
   Add_Switch("--regular-holds", &simulate::Recording_Options::Regular_Holds,
              "every hold and every move takes the mean of its range");
   Add_Switch("--one-body", &simulate::Recording_Options::One_Body,

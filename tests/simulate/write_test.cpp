@@ -2,6 +2,7 @@
 //
 // The files of a capture: their content, their paths, and bad images.
 #include "simulate/simulate.h"
+#include "simulate/take.h"
 
 #include "tests/support/read_text.h"
 #include "tests/support/scratch_folder.h"
@@ -12,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
@@ -134,6 +136,75 @@ TEST(WriteTables, RefusesAFolderWhoseNameWouldSplitACsvField) {
                std::runtime_error);
   Settings.Paths = Path_Form::Relative;
   EXPECT_NO_THROW(simulate::Write_Tables(Make_Plan(Settings), Folder.Path() / "a,b"));
+}
+
+// ---- Times -----------------------------------------------------------------------------------
+
+Options Tiny_Take() {
+  Options Settings = Tiny_Capture();
+  Settings.Recording.Format = simulate::Take_Format::Motive;
+  Settings.Recording.Clock_Offset = 0.25;
+  return Settings;
+}
+
+TEST(WriteTables, SaysWhenEachPhotographWasTakenIfTheCaptureIsTimed) {
+  const Scratch_Folder Folder;
+  Options Settings = Tiny_Take();
+  Settings.Missing_Count = 1;
+  const Plan Capture = Make_Plan(Settings);
+  simulate::Write_Tables(Capture, Folder.Path());
+  const std::vector<std::string> Times = Lines_Of(Folder.Path() / "times.csv"),
+                                 Rows = Lines_Of(Folder.Path() / "capture.csv");
+  ASSERT_EQ(Times.size(), Capture.Images.size() - 1) << "a missing photograph has no time";
+  size_t Line = 0;
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    const Image_Truth& Image = Capture.Images[i];
+    EXPECT_EQ(std::stod(Fields_Of(Rows[i + 1])[0]), Image.Still.Picture) << "on the take's clock";
+    if (Image.Kind == Row_Kind::Missing_Image) continue;
+    const std::vector<std::string> Fields = Fields_Of(Times[Line++]);
+    ASSERT_EQ(Fields.size(), 2u);
+    EXPECT_EQ(Fields[0], Image.Name);
+    EXPECT_NEAR(std::stod(Fields[1]), Image.Still.Picture - 0.25, 0.51e-6);
+  }
+}
+
+TEST(WriteTables, WritesTheTakeBesideTheCapture) {
+  const Scratch_Folder Folder;
+  const Plan Capture = Make_Plan(Tiny_Take());
+  simulate::Write_Tables(Capture, Folder.Path());
+  EXPECT_EQ(Read_Text(Folder.Path() / "take.csv"), simulate::Take_Files(Capture).at(0).Text);
+}
+
+TEST(WriteTables, SaysNothingOfTimesInACaptureThatHasNone) {
+  const Scratch_Folder Folder;
+  simulate::Write_Tables(Make_Plan(Tiny_Capture()), Folder.Path());
+  EXPECT_FALSE(fs::exists(Folder.Path() / "times.csv"));
+  EXPECT_EQ(Fields_Of(Lines_Of(Folder.Path() / "capture.csv").at(2))[0], "2.5");
+  EXPECT_THAT(Read_Text(Folder.Path() / "truth.json"),
+              testing::Not(testing::HasSubstr("recording")));
+  EXPECT_EQ(simulate::Read_Truth(Folder.Path() / "truth.json").Rows[2].Take_Seconds, 0.0);
+}
+
+TEST(WriteCapture, GivesPhotographsTheFileTimesOfTheirMoments) {
+  const Scratch_Folder Folder;
+  const Plan Capture = Make_Plan(Tiny_Take());
+  simulate::Write_Capture(Capture, Folder.Path());
+  const auto Time_Of = [&](size_t Index) {
+    return fs::last_write_time(Folder.Path() / "images" / Capture.Images[Index].Name);
+  };
+  for (size_t i = 1; i < Capture.Images.size(); ++i) {
+    const double Later = std::chrono::duration<double>(Time_Of(i) - Time_Of(0)).count();
+    // File systems store 100 ns or better.
+    EXPECT_NEAR(Later, Capture.Images[i].Still.Picture - Capture.Images[0].Still.Picture, 1e-6);
+  }
+  // 2024-03-14 10:20:30 UTC is 19796 days, 10 hours, 20 minutes and 30 seconds after 1970.
+  const double Taken =
+      (19796 * 24 + 10) * 3600.0 + 20 * 60 + 30 - 0.25 + Capture.Images[0].Still.Picture;
+  const double Age =
+      std::chrono::duration<double>(fs::file_time_type::clock::now() - Time_Of(0)).count();
+  const double Now =
+      std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+  EXPECT_NEAR(Now - Age, Taken, 0.1) << "both clocks are read one after the other";
 }
 
 // ---- Paths -----------------------------------------------------------------------------------
@@ -276,6 +347,27 @@ TEST(WriteCapture, ThrowsWhenAFileCantBeWritten) {
 }
 
 // ---- truth.json ------------------------------------------------------------------------------
+
+TEST(ReadTruth, ReadsTimesVelocitiesAndLagOfATimedCapture) {
+  const Scratch_Folder Folder;
+  Options Settings = Tiny_Take();
+  Settings.Recording.Drift_Mm_Per_Second = 10.0;
+  Settings.Recording.Drift_Deg_Per_Second = 0.5;
+  Settings.Recording.Lag_Ms = 80.0;
+  const Plan Capture = Make_Plan(Settings);
+  simulate::Write_Tables(Capture, Folder.Path());
+  const simulate::Truth Known = simulate::Read_Truth(Folder.Path() / "truth.json");
+  EXPECT_DOUBLE_EQ(Known.Lag_Seconds, 0.08);
+  EXPECT_EQ(Known.Clock_Offset, 0.25);
+  for (size_t i = 0; i < Capture.Images.size(); ++i) {
+    const simulate::Hold& Still = Capture.Images[i].Still;
+    EXPECT_EQ(Known.Rows[i].Take_Seconds, Still.Picture);
+    EXPECT_EQ(Known.Rows[i].Camera.Linear, Still.Camera.Linear);
+    EXPECT_EQ(Known.Rows[i].Camera.Angular, Still.Camera.Angular);
+    EXPECT_EQ(Known.Rows[i].Board.Linear, Still.Board.Linear);
+    EXPECT_EQ(Known.Rows[i].Board.Angular, Still.Board.Angular);
+  }
+}
 
 TEST(ReadTruth, GivesBackWhatWentIntoTheCapture) {
   const Scratch_Folder Folder;

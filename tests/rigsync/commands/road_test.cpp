@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// From what a tracking system recorded and pictures to the numbers of an engine, in two commands:
+// import and calibrate. The simulator writes the same capture in each format, so the samples of the
+// imported rows are known to the digits of the format.
+#include "tests/rigsync/support/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+// The 14 numbers of a row's samples, by the name of its image.
+using Samples = std::map<std::string, std::vector<double>>;
+
+Samples Read_Samples(const fs::path& Csv) {
+  Samples All;
+  std::ifstream In(Csv);
+  for (std::string Line; std::getline(In, Line);) {
+    if (Line.rfind('T', 0) == 0) continue;
+    std::istringstream Fields(Line);
+    std::vector<std::string> Texts;
+    for (std::string Field; std::getline(Fields, Field, ',');) Texts.push_back(Field);
+    if (Texts.size() != 16) throw std::runtime_error("not 16 fields in " + Csv.string());
+    std::vector<double> Numbers;
+    for (std::size_t i = 2; i < Texts.size(); ++i) Numbers.push_back(std::stod(Texts[i]));
+    All[fs::path(Texts[1]).filename().string()] = Numbers;
+  }
+  return All;
+}
+
+// How far two quaternions are apart, of which both signs are the same rotation.
+double Quaternion_Difference(const double* A, const double* B) {
+  double Plus = 0, Minus = 0;
+  for (int i = 0; i < 4; ++i) {
+    Plus = std::max(Plus, std::abs(A[i] + B[i]));
+    Minus = std::max(Minus, std::abs(A[i] - B[i]));
+  }
+  return std::min(Plus, Minus);
+}
+
+struct Differences {
+  double Position = 0, Quaternion = 0;  // the largest of a coordinate, metres, and of an element
+};
+
+Differences Between(const std::vector<double>& A, const std::vector<double>& B) {
+  Differences Worst;
+  for (const std::size_t Body : {0u, 7u}) {
+    for (std::size_t i = 0; i < 3; ++i) {
+      Worst.Position = std::max(Worst.Position, std::abs(A[Body + i] - B[Body + i]));
+    }
+    Worst.Quaternion =
+        std::max(Worst.Quaternion, Quaternion_Difference(&A[Body + 3], &B[Body + 3]));
+  }
+  return Worst;
+}
+
+// A format, how its take is named in 'rigsync import', and what its digits leave of a position and
+// of an element of a quaternion.
+struct Road {
+  std::string Format;
+  std::vector<std::string> Takes, Flags;
+  double Position_Step = 0, Quaternion_Step = 0;
+};
+
+std::vector<Road> Roads() {
+  // Half of the last digit. A quaternion whose elements are rounded is set to unit length, which
+  // moves an element by no more than the rounding of all four: twice as much.
+  constexpr double Micrometre = 0.5e-6, Nanometre = 0.5e-9, Six_Digits = 1e-6;
+  // Of angles with six decimals in degrees, or of a matrix with five. An element of a quaternion
+  // changes by at most half the angle.
+  constexpr double Millionth_Degree = 2e-8, Matrix_Of_Five = 1e-5;
+  return {{"motive", {"take.csv"}, {}, Micrometre, Six_Digits},
+          {"vicon", {"take.csv"}, {"--rotation", "helical"}, Nanometre, Millionth_Degree},
+          {"vicon-quaternion", {"take.csv"}, {}, Nanometre, Six_Digits},
+          {"qualisys", {"take.tsv"}, {}, 0.5e-8, Matrix_Of_Five},
+          {"tum", {"camera.txt", "board.txt"}, {}, Micrometre, Six_Digits},
+          {"eth", {"camera.csv", "board.csv"}, {}, Micrometre, Six_Digits},
+          {"euroc", {"camera.csv", "board.csv"}, {}, Micrometre, Six_Digits},
+          {"csv", {"take.csv"}, {"--map", "take.toml"}, 0.5e-8, Six_Digits}};
+}
+
+class Roads_From : public testing::TestWithParam<Road> {};
+
+Finished Simulate(const fs::path& Folder, std::vector<std::string> More) {
+  std::vector<std::string> Arguments = {"simulate", Folder.string(), "--images", "24",
+                                        "--size",   "640x480",       "--board",  "7x5",
+                                        "--paths",  "relative",      "--quiet",  "--clock-offset",
+                                        "100",      "--seed",        "5"};
+  Arguments.insert(Arguments.end(), More.begin(), More.end());
+  return Rigsync(Arguments);
+}
+
+Finished Import(const fs::path& Folder, const Road& By, std::vector<std::string> Pictures) {
+  std::vector<std::string> Arguments = {"import"};
+  for (const std::string& Take : By.Takes) Arguments.push_back((Folder / Take).string());
+  Arguments.insert(Arguments.end(), {"--camera", "camera", "--board", "board", "--config",
+                                     (Folder / "stage.json").string(), "-o",
+                                     (Folder / "imported" / "capture.csv").string()});
+  for (const std::string& Flag : By.Flags) {
+    Arguments.push_back(Flag == "take.toml" ? (Folder / Flag).string() : Flag);
+  }
+  Arguments.insert(Arguments.end(), Pictures.begin(), Pictures.end());
+  fs::create_directory(Folder / "imported");
+  return Rigsync(Arguments);
+}
+
+Finished Calibrate(const fs::path& Folder) {
+  return Rigsync({"calibrate", (Folder / "imported" / "capture.csv").string(), "--config",
+                  (Folder / "stage.json").string(), "--out", (Folder / "result").string(), "--to",
+                  "ue5"});
+}
+
+std::vector<std::string> Photographs_Of(const fs::path& Folder) {
+  return {"--images", (Folder / "images").string(), "--times", (Folder / "times.csv").string()};
+}
+
+TEST_P(Roads_From, ATakeAndPhotographsLeadToTheRowsOfTheCaptureAndTheNumbersOfAnEngine) {
+  const Scratch_Folder Scratch;
+  const fs::path Folder = Scratch.Path() / "capture";
+  ASSERT_EQ(Simulate(Folder, {"--take", GetParam().Format, "--lost", "3"}).Status, 0);
+  const Finished Imported = Import(Folder, GetParam(), Photographs_Of(Folder));
+  ASSERT_LE(Imported.Status, 1) << Imported.Error << Imported.Output;
+
+  const Samples True = Read_Samples(Folder / "capture.csv");
+  const Samples Rows = Read_Samples(Folder / "imported" / "capture.csv");
+  EXPECT_GE(Rows.size(), 20u) << Imported.Output;  // of 24; a lost sample may cost a row
+  for (const auto& [Image, Row] : Rows) {
+    ASSERT_EQ(True.count(Image), 1u) << Image;
+    const Differences Off = Between(Row, True.at(Image));
+    EXPECT_LE(Off.Position, GetParam().Position_Step) << Image;
+    EXPECT_LE(Off.Quaternion, GetParam().Quaternion_Step) << Image;
+  }
+
+  const Finished Calibrated = Calibrate(Folder);
+  EXPECT_EQ(Calibrated.Status, 0) << Calibrated.Error << Calibrated.Output;
+  EXPECT_THAT(Calibrated.Output, HasSubstr("Unreal Engine 5: the camera as seen from its tracker"));
+}
+
+std::string Test_Name(const testing::TestParamInfo<Road>& Info) {
+  std::string Name = Info.param.Format;
+  std::replace(Name.begin(), Name.end(), '-', '_');
+  return Name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, Roads_From, testing::ValuesIn(Roads()), Test_Name);
+
+// The frames of a clip are not the photographs, so only the samples can be compared: each row's are
+// those of one row of the capture.
+TEST(Road, FromATakeAndAClipLeadsToTheNumbersOfAnEngine) {
+  const Scratch_Folder Scratch;
+  const fs::path Folder = Scratch.Path() / "capture";
+  ASSERT_EQ(Simulate(Folder, {"--take", "motive", "--clip"}).Status, 0);
+  const Road By = Roads().front();
+  const Finished Imported = Import(Folder, By, {"--clip", (Folder / "clip.avi").string()});
+  ASSERT_LE(Imported.Status, 1) << Imported.Error << Imported.Output;
+
+  const Samples True = Read_Samples(Folder / "capture.csv");
+  const Samples Rows = Read_Samples(Folder / "imported" / "capture.csv");
+  EXPECT_EQ(Rows.size(), True.size()) << Imported.Output;
+  for (const auto& [Image, Row] : Rows) {
+    Differences Nearest{1e9, 1e9};
+    for (const auto& [Name, Other] : True) {
+      const Differences Off = Between(Row, Other);
+      if (Off.Position < Nearest.Position) Nearest = Off;
+    }
+    EXPECT_LE(Nearest.Position, By.Position_Step) << Image;
+    EXPECT_LE(Nearest.Quaternion, By.Quaternion_Step) << Image;
+  }
+
+  const Finished Calibrated = Calibrate(Folder);
+  EXPECT_EQ(Calibrated.Status, 0) << Calibrated.Error << Calibrated.Output;
+  EXPECT_THAT(Calibrated.Output, HasSubstr("Unreal Engine 5: the camera as seen from its tracker"));
+}
+
+}  // namespace
