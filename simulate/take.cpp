@@ -325,7 +325,8 @@ struct Pose_File_Form {
   const char* Extension;
   const char* Header;  // with its line end; may be empty
   char Separator;
-  bool In_Nanoseconds, Is_W_First;
+  bool In_Nanoseconds;  // since 1970; otherwise seconds on the take's clock
+  bool Is_W_First;
 };
 
 std::string Pose_File_Text(const Pose_File_Form& Form, const std::vector<Take_Row>& Rows,
@@ -335,7 +336,7 @@ std::string Pose_File_Text(const Pose_File_Form& Form, const std::vector<Take_Ro
   for (const Take_Row& Row : Rows) {
     if (!(Row.*Body).Is_Tracked) continue;
     if (Form.In_Nanoseconds) {
-      Out << std::llround(Row.Seconds * 1e9);
+      Out << Clock_Epoch * 1'000'000'000 + std::llround(Row.Seconds * 1e9);
     } else {
       Out << Row.Seconds;
     }

@@ -441,37 +441,40 @@ void Add_Motion_Flags(Simulator_Flags& Flags) {
 }
 
 void Add_Take_Flags(Simulator_Flags& Flags) {
-  const simulate::Recording_Options& Default = Flags.Default().Recording;
+  using simulate::Recording_Options;
+  const Recording_Options& Default = Flags.Default().Recording;
   Flags.Set_Group("Take and clip");
-  CLI::Option* const Take = Flags.Nested_Choice(
-      "--take", "Format", "FORMAT", Take_Formats(), &simulate::Recording_Options::Format,
+  Flags.Nested_Choice(
+      "--take", "Format", "FORMAT", Take_Formats(), &Recording_Options::Format,
       "also write what the tracking system records: motive, vicon (rotation vectors), "
       "vicon-quaternion, qualisys, tum, eth, euroc, csv (with a map of its columns)");
-  Flags
-      .Nested_Choice("--take-unit", "Unit", "UNIT", Take_Units(),
-                     &simulate::Recording_Options::Unit, "lengths in a Motive take: m or mm")
-      ->needs(Take);
-  Flags
-      .Add("--take-rate", "Rate_Hz", "HZ", fmt::format("{}", Default.Rate_Hz),
-           "samples of the take per second",
-           [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
-             Target.Recording.Rate_Hz = Parse_Number(Name, Text);
-           })
-      ->needs(Take);
-  Flags
-      .Add("--lost", "Lost_Percent", "PERCENT", fmt::format("{}", Default.Lost_Percent),
-           "share of the samples that the take has lost",
-           [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
-             Target.Recording.Lost_Percent = Parse_Number(Name, Text);
-           })
-      ->needs(Take);
+  Flags.Nested_Choice("--take-unit", "Unit", "UNIT", Take_Units(), &Recording_Options::Unit,
+                      "lengths in a Motive take: m or mm");
+  Flags.Add("--take-rate", "Rate_Hz", "HZ", fmt::format("{}", Default.Rate_Hz),
+            "samples of the take per second",
+            [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
+              Target.Recording.Rate_Hz = Parse_Number(Name, Text);
+            });
+  Flags.Add("--lost", "Lost_Percent", "PERCENT", fmt::format("{}", Default.Lost_Percent),
+            "share of the samples that the take has lost",
+            [](simulate::Options& Target, const std::string& Name, const std::string& Text) {
+              Target.Recording.Lost_Percent = Parse_Number(Name, Text);
+            });
 }
 
-// Flags that say how time passes change nothing in a capture that has neither take nor clip.
-void Refuse_Times_Without_Take(const Simulate_Arguments& Arguments) {
+// Flags that would change nothing in a capture without a take, or without take and clip.
+void Refuse_Flags_Without_Take(const Simulate_Arguments& Arguments) {
   const simulate::Recording_Options& Recording = Arguments.Options.Recording;
-  if (Recording.Format != simulate::Take_Format::None || Recording.Clip) return;
+  if (Recording.Format != simulate::Take_Format::None) return;
+  if (Arguments.Typed.count("--take-unit") != 0) {
+    throw Usage_Error("--take-unit", "--take-unit requires --take");
+  }
   if (Recording.Is_Streamed) return;
+  for (const char* Flag : {"--take-rate", "--lost"}) {
+    if (Arguments.Typed.count(Flag) == 0) continue;
+    throw Usage_Error(Flag, fmt::format("{} requires --take or --stream", Flag));
+  }
+  if (Recording.Clip) return;
   for (const char* Flag : {"--hold", "--move", "--clock-offset", "--regular-holds"}) {
     if (Arguments.Typed.count(Flag) == 0) continue;
     throw Usage_Error(Flag, fmt::format("{} requires --take, --clip or --stream", Flag));
@@ -545,13 +548,13 @@ int Simulate(Simulate_Arguments Arguments) {
   const auto Start = std::chrono::steady_clock::now();
   Arguments.Options.Recording.Is_Streamed = !Arguments.Stream.Form.empty();
   const Stream_Plan Stream = Read_Stream_Plan(Arguments.Stream);
+  Refuse_Flags_Without_Take(Arguments);
   simulate::Plan Capture;
   try {
     Capture = simulate::Make_Plan(Arguments.Options);
   } catch (const simulate::Refused_Options& Refusal) {
     throw In_Flags(Refusal, Arguments.Flag_Of_Option);
   }
-  Refuse_Times_Without_Take(Arguments);
   Refuse_Commas(Arguments);
   Make_Out_Folder("DIR", Arguments.Directory, Needed_Bytes(Arguments.Options), "the capture");
   const fs::path Directory(Arguments.Directory);

@@ -195,6 +195,9 @@ Bodies Read_Qualisys(const std::string& Text) {
   return All;
 }
 
+// 2024-03-14 10:20:30 UTC: 19796 days, 10 hours, 20 minutes and 30 seconds after 1970.
+constexpr long long Start_Nanoseconds = ((19796LL * 24 + 10) * 3600 + 20 * 60 + 30) * 1'000'000'000;
+
 // A pose file of one body: time, position, quaternion.
 std::vector<Read_Sample> Read_Pose_File(const std::string& Text, Take_Format Format) {
   const char Separator = Format == Take_Format::Tum ? ' ' : ',';
@@ -205,7 +208,9 @@ std::vector<Read_Sample> Read_Pose_File(const std::string& Text, Take_Format For
     EXPECT_EQ(Cells.size(), 8u) << Line;
     const auto Cell = [&](std::size_t k) { return Number(Cells.at(k)); };
     Read_Sample Next;
-    Next.Seconds = Cell(0) * (Format == Take_Format::Euroc ? 1e-9 : 1.0);
+    Next.Seconds = Format == Take_Format::Euroc
+                       ? static_cast<double>(std::stoll(Cells[0]) - Start_Nanoseconds) * 1e-9
+                       : Cell(0);
     Next.Position = {Cell(1), Cell(2), Cell(3)};
     Next.Attitude = Format == Take_Format::Euroc ? Matrix_Of(Cell(4), Cell(5), Cell(6), Cell(7))
                                                  : Matrix_Of(Cell(7), Cell(4), Cell(5), Cell(6));

@@ -50,6 +50,16 @@ TEST(Arguments, ALengthAndAnAngleAreOneValue) {
   }
 }
 
+TEST(Arguments, ATimeIsInSecondsUnlessItCarriesAUnit) {
+  EXPECT_EQ(rigsync::Parse_Seconds("--x", "0.1"), 0.1);
+  EXPECT_EQ(rigsync::Parse_Seconds("--x", "-2.5s"), -2.5);
+  EXPECT_EQ(rigsync::Parse_Seconds("--x", "100 ms"), 0.1);
+  for (const char* Wrong : {"", "1m", "100mm", "nan", "1,5", "soon"}) {
+    EXPECT_THAT(Refusal([&] { rigsync::Parse_Seconds("--x", Wrong); }), HasSubstr("a time"))
+        << Wrong;
+  }
+}
+
 TEST(Arguments, ADistanceIsAboveZero) {
   EXPECT_EQ(rigsync::Parse_Distance("--x", "250cm"), 2.5);
   for (const char* Wrong : {"0", "-3m", "far", ""}) {

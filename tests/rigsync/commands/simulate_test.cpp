@@ -114,6 +114,80 @@ TEST(Simulate, EveryFlagReachesItsOption) {
   EXPECT_EQ(Images, 8u);
 }
 
+TEST(Simulate, EveryFlagOfTakeAndClipReachesItsOption) {
+  const Scratch_Folder Scratch;
+  const Finished Result =
+      Rigsync({"simulate", Scratch.String(), "--images=2", "--size=320x240", "--board=5x4",
+               "--take=motive", "--take-unit=mm", "--take-rate=50", "--hold=0.5,0.75",
+               "--move=0.25,0.5", "--regular-holds", "--clock-offset=-1500ms", "--lost=3",
+               "--drift=10mm", "--drift-angle=0.5", "--lag=100ms", "--one-body", "--clip"});
+  ASSERT_EQ(Result.Status, 0) << Result.Error;
+  const nlohmann::json Recording = Read_Json(Scratch.Path() / "truth.json")["options"]["recording"];
+  EXPECT_EQ(Recording["format"], "motive");
+  EXPECT_EQ(Recording["unit"], "mm");
+  EXPECT_EQ(Recording["rate_hz"], 50.0);
+  EXPECT_EQ(Recording["hold_s"], (std::vector<double>{0.5, 0.75}));
+  EXPECT_EQ(Recording["move_s"], (std::vector<double>{0.25, 0.5}));
+  EXPECT_EQ(Recording["regular_holds"], true);
+  EXPECT_EQ(Recording["clock_offset_s"], -1.5);
+  EXPECT_EQ(Recording["lost_percent"], 3.0);
+  EXPECT_EQ(Recording["drift_mm_per_s"], 10.0);
+  EXPECT_EQ(Recording["drift_deg_per_s"], 0.5);
+  EXPECT_EQ(Recording["lag_s"], 0.1);
+  EXPECT_EQ(Recording["one_body"], true);
+  EXPECT_EQ(Recording["clip"], true);
+  for (const char* Name : {"take.csv", "times.csv", "clip.avi"}) {
+    EXPECT_TRUE(fs::is_regular_file(Scratch.Path() / Name)) << Name;
+    EXPECT_THAT(Result.Output, HasSubstr((Scratch.Path() / Name).string()));
+  }
+}
+
+TEST(Simulate, EveryFormatOfATakeHasItsFiles) {
+  const std::pair<const char*, std::vector<const char*>> Formats[] = {
+      {"motive", {"take.csv"}},
+      {"vicon", {"take.csv"}},
+      {"vicon-quaternion", {"take.csv"}},
+      {"qualisys", {"take.tsv"}},
+      {"tum", {"camera.txt", "board.txt"}},
+      {"eth", {"camera.csv", "board.csv"}},
+      {"euroc", {"camera.csv", "board.csv"}},
+      {"csv", {"take.csv", "take.toml"}}};
+  for (const auto& [Format, Names] : Formats) {
+    const Scratch_Folder Scratch;
+    const Finished Result = Rigsync({"simulate", Scratch.String(), "--images=1", "--size=160x120",
+                                     "--board=5x4", "--take", Format});
+    ASSERT_EQ(Result.Status, 0) << Result.Error;
+    for (const char* Name : Names) {
+      EXPECT_TRUE(fs::is_regular_file(Scratch.Path() / Name)) << Format << ": " << Name;
+      EXPECT_THAT(Result.Output, HasSubstr((Scratch.Path() / Name).string()));
+    }
+  }
+}
+
+TEST(Simulate, AFlagThatNeedsATakeOrAClipIsRefusedWithoutOne) {
+  const Scratch_Folder Scratch;
+  const auto Error_Of = [&](std::vector<std::string> Flags) {
+    Flags.insert(Flags.begin(),
+                 {"simulate", Scratch.String(), "--images=1", "--size=160x120", "--board=5x4"});
+    const Finished Result = Rigsync(Flags);
+    return Result.Status == 2 ? Result.Error : "status " + std::to_string(Result.Status);
+  };
+  for (const char* Flag : {"--take-unit=mm", "--take-rate=50", "--lost=3"}) {
+    EXPECT_THAT(Error_Of({Flag}), HasSubstr("requires --take")) << Flag;
+    EXPECT_THAT(Error_Of({Flag, "--take=none"}), HasSubstr("requires --take")) << Flag;
+    EXPECT_THAT(Error_Of({Flag, "--clip"}), HasSubstr("requires --take")) << Flag;
+  }
+  for (const char* Flag : {"--hold=1,2", "--move=1,2", "--clock-offset=1", "--regular-holds"}) {
+    EXPECT_THAT(Error_Of({Flag}), HasSubstr("requires --take, --clip or --stream")) << Flag;
+    EXPECT_EQ(Error_Of({Flag, "--take=tum"}), "status 0") << Flag;
+  }
+  EXPECT_THAT(Error_Of({"--take=tum", "--take-unit=mm"}),
+              HasSubstr("--take-unit can be chosen for a Motive take only"));
+  EXPECT_THAT(Error_Of({"--take=tum", "--hold=2,1"}), HasSubstr("--hold (shortest)"));
+  EXPECT_THAT(Error_Of({"--lag=500ms"}), HasSubstr("--lag has to be at most two fifths"));
+  EXPECT_THAT(Error_Of({"--take=spss"}), HasSubstr("'spss' is wrong"));
+}
+
 TEST(Simulate, WithoutFlagsTheDefaultsAreThoseThatHelpShows) {
   // Read from help instead of drawing 24 large images.
   const std::string Help = Rigsync({"simulate", "--help"}).Output;
