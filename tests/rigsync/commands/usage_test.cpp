@@ -89,7 +89,20 @@ TEST(Usage, SimulateHelpNamesEveryOptionOfTheSimulator) {
                            "--format",
                            "--jpeg-quality",
                            "--paths",
-                           "--no-header"}) {
+                           "--no-header",
+                           "--take",
+                           "--take-unit",
+                           "--take-rate",
+                           "--lost",
+                           "--hold",
+                           "--move",
+                           "--clock-offset",
+                           "--drift",
+                           "--drift-angle",
+                           "--lag",
+                           "--clip",
+                           "--regular-holds",
+                           "--one-body"}) {
     EXPECT_THAT(Help, HasSubstr(std::string("  ") + Flag));
   }
 }
@@ -105,6 +118,24 @@ TEST(Usage, WhatTheSimulatorRefusesIsNamedByItsFlag) {
   const Scratch_Folder Scratch;
   const std::string Out = (Scratch.Path() / "out").string();
   const std::pair<std::vector<std::string>, const char*> Cases[] = {
+      {{"--take", "tum", "--take-rate", "0.5"}, "--take-rate has to be from 1 to 2000 samples"},
+      {{"--take", "tum", "--lost", "91"}, "--lost has to be from 0 to 90"},
+      {{"--take", "tum", "--hold", "2,1"}, "--hold (shortest), --hold (longest) have to be two"},
+      {{"--take", "tum", "--move", "0,1"}, "--move (shortest), --move (longest) have to be two"},
+      {{"--take", "tum", "--clock-offset", "86401"}, "--clock-offset has to be at most a day"},
+      {{"--take", "tum", "--take-unit", "mm"}, "--take-unit can be chosen for a Motive take only"},
+      {{"--take", "tum", "--images", "0"}, "--images has to be at least 1 for a take or a clip"},
+      {{"--drift=-1mm"}, "--drift has to be a number of at least 0"},
+      {{"--drift-angle=-1"}, "--drift-angle has to be a number of at least 0"},
+      {{"--lag", "401ms"}, "--lag has to be at most two fifths of the shortest hold"},
+      {{"--one-body", "--stale", "1"}, "--stale has to be 0 when the board stands still"},
+      {{"--clip", "--clock-offset", "1h"}, "--clock-offset: '1h' is wrong"},
+      {{"--clip", "--clock-offset", "900"},
+       "--clock-offset has to be below the length of the take"},
+      {{"--clip", "--images", "99"},
+       "--images, --size (width), --size (height), --hold (longest), --move (longest) together "
+       "make "
+       "a clip of"},
       {{"--images", "3", "--stale", "3"}, "--stale has to be below the number of images"},
       {{"--size", "15x480"}, "--size (width) has to be from 16 to 32767 pixels"},
       {{"--size", "640x40000"}, "--size (height) has to be from 16 to 32767 pixels"},
