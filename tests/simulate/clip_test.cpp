@@ -210,6 +210,23 @@ TEST(DrawBoardIn, FillsTheFrameUpToTheHorizonOfABoardThatPassesBelowTheCamera) {
   EXPECT_EQ(cv::countNonZero(Lower == 100.0), 0);
 }
 
+TEST(DrawBoardIn, CoversTheFrameWithABoardThatPassesBesideTheCamera) {
+  // A board of metres in the plane x + z = 0.05: every ray of the frame meets it within ten
+  // centimetres, and the board goes on behind the camera. Of 16 points along its edge, the last one
+  // before the camera is at (-0.2, 0.25), left of the frame, and the next one behind it.
+  Options Settings = Short_Clip();
+  Settings.K1 = Settings.K2 = 0.0;
+  Settings.Square_Size = 1.0;
+  const Plan Capture = Make_Plan(Settings);
+  cv::Mat Picture(Settings.Height, Settings.Width, CV_32FC3, cv::Scalar::all(100.0));
+  const Eigen::Matrix3d Rotation = simulate::Rotation_Y(0.25 * simulate::Pi);
+  const double Along = -2.0 + 9.0 * 12 / 16;  // squares, from the corner at which the chart begins
+  const Eigen::Matrix4d Pose = simulate::Pose_From(
+      Rotation, Eigen::Vector3d(-0.2, 0.0, 0.25) - Rotation * Eigen::Vector3d(Along, 2.0, 0.0));
+  simulate::Draw_Board_In(Capture, Pose, Rays_Of(Capture), Picture);
+  EXPECT_EQ(Share_Of_Board(Picture), 1.0);
+}
+
 // ---- The file --------------------------------------------------------------------------------
 
 std::uint32_t Word_At(const std::string& File, std::size_t Place) {

@@ -185,7 +185,7 @@ TEST(Simulate, AFlagThatNeedsATakeOrAClipIsRefusedWithoutOne) {
               HasSubstr("--take-unit can be chosen for a Motive take only"));
   EXPECT_THAT(Error_Of({"--take=tum", "--hold=2,1"}), HasSubstr("--hold (shortest)"));
   EXPECT_THAT(Error_Of({"--lag=500ms"}), HasSubstr("--lag has to be at most two fifths"));
-  EXPECT_THAT(Error_Of({"--take=spss"}), HasSubstr("'spss' is wrong"));
+  EXPECT_THAT(Error_Of({"--take=mocap"}), HasSubstr("'mocap' is wrong"));
 }
 
 TEST(Simulate, WithoutFlagsTheDefaultsAreThoseThatHelpShows) {
