@@ -17,16 +17,16 @@ namespace {
 constexpr std::size_t Pose_Cells = 8, First_Rotation = 4;
 
 struct Pose_Format {
-  const char *Name, *Order;  // as in messages; of the quaternion
+  const char *Name, *Maker, *Order;  // as in messages: "ETH pose CSV", "ETH"; of the quaternion
   char Separator;
   double Seconds_Per_Unit;
   std::array<std::size_t, 4> Wxyz;  // the columns of the quaternion
 };
 
 const Pose_Format& Facts_Of(Take_Format Format) {
-  static const Pose_Format Tum{"TUM pose file", "xyzw", ' ', 1.0, {7, 4, 5, 6}},
-      Eth{"ETH pose CSV", "xyzw", ',', 1.0, {7, 4, 5, 6}},
-      Euroc{"EuRoC pose CSV", "wxyz", ',', 1e-9, {4, 5, 6, 7}};
+  static const Pose_Format Tum{"TUM pose file", "TUM", "xyzw", ' ', 1.0, {7, 4, 5, 6}},
+      Eth{"ETH pose CSV", "ETH", "xyzw", ',', 1.0, {7, 4, 5, 6}},
+      Euroc{"EuRoC pose CSV", "EuRoC", "wxyz", ',', 1e-9, {4, 5, 6, 7}};
   if (Format == Take_Format::Tum) return Tum;
   return Format == Take_Format::Eth ? Eth : Euroc;
 }
@@ -54,9 +54,9 @@ void Check_Names(Table_File& File, const Pose_Format& Format) {
   const std::string Order = Quaternion_Order(Names);
   if (Order.empty() || Order == Format.Order) return;
   File.Refuse_Line(
-      fmt::format("names the quaternion in the order {}, and a {} has it as {}; "
-                  "expected --map with a map of the columns",
-                  Order, Format.Name, Format.Order));
+      fmt::format("names the quaternion in the order {}, and {} files have {}; expected "
+                  "--map with a map of the columns",
+                  Order, Format.Maker, Format.Order));
 }
 
 // Goes to before the first line of numbers; returns how many cells it has.
@@ -104,10 +104,10 @@ void Read_Pose_File(Table_File& File, Take_Format Format, const Take_Options& Op
   for (const std::size_t Column : Known.Wxyz) Body.Rotation.push_back({Column});
   Layout.Bodies.push_back(Body);
   Warn_Of_Unused_Rotation(Options, "the file has quaternions", Into);
-  Into.Facts.emplace_back("length unit", fmt::format("metres, as a {} has it", Known.Name));
+  Into.Facts.emplace_back("length unit", fmt::format("metres, as {} files have it", Known.Maker));
   Into.Facts.emplace_back("rotation",
-                          fmt::format("quaternions {}, as a {} has them",
-                                      Is_W_First ? "w, x, y, z" : "x, y, z, w", Known.Name));
+                          fmt::format("quaternions {}, as {} files have them",
+                                      Is_W_First ? "w, x, y, z" : "x, y, z, w", Known.Maker));
   Set_Axes(Options, Base_Axes::Identity(), Layout, Into);
   Read_Rows(File, Layout, false, Into);
 }

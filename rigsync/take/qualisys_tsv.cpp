@@ -64,6 +64,10 @@ Header Read_Header(Table_File& File) {
   return Found;
 }
 
+std::string Cell_At(const Header_Row& Row, std::size_t Index) {
+  return Index < Row.size() ? Row[Index] : std::string();
+}
+
 std::string Value_Of(const Header& Header, const char* Key) {
   const auto Found = Header.Values.find(Key);
   return Found == Header.Values.end() || Found->second.empty() ? std::string()
@@ -83,13 +87,15 @@ bool Is_Column_Word(const std::string& Text) {
 }
 
 // The words of the columns alone. The body's name stands before the word of its columns, "camera
-// X", or in a cell of its own, for which the lines of samples have none.
+// X", or in a cell of its own before X, for which the lines of samples have none.
 void Drop_Names(Header& Header) {
-  Header_Row Words(Header.Columns.begin(), Header.Columns.begin() + 2);
-  for (std::size_t i = 2; i < Header.Columns.size(); ++i) {
-    const std::string& Cell = Header.Columns[i];
-    const std::string Last = Cell.substr(Cell.find_last_of(' ') + 1);  // npos + 1 is 0
-    if (Is_Column_Word(Last)) Words.push_back(Last);
+  const Header_Row& Columns = Header.Columns;
+  Header_Row Words(Columns.begin(), Columns.begin() + 2);
+  for (std::size_t i = 2; i < Columns.size(); ++i) {
+    const std::string Last = Columns[i].substr(Columns[i].find_last_of(' ') + 1);  // npos + 1 is 0
+    const bool Is_Name = !Is_Column_Word(Last) && Cell_At(Columns, i + 1) == "X";
+    // A project may call the angles otherwise.
+    if (!Is_Name) Words.push_back(Is_Column_Word(Last) ? Last : Columns[i]);
   }
   Header.Columns = std::move(Words);
 }
@@ -120,7 +126,8 @@ std::vector<Body_Cells> Find_Bodies(Table_File& File, const Header& Header) {
   }
   for (std::size_t i = 0; i < Bodies.size(); ++i) {
     for (const std::string& Word : Column_Words()) {
-      if (Word == "Residual" || Bodies[i].Column_Of.count(Word) != 0) continue;
+      const bool Is_Needed = Word.size() == 1 || Word.rfind("Rot", 0) == 0;  // X, Y, Z, Rot[0] ...
+      if (!Is_Needed || Bodies[i].Column_Of.count(Word) != 0) continue;
       File.Refuse_Line(fmt::format("has no column {} of {}; expected all of a 6D export", Word,
                                    Shown(Bodies[i].Name)));
     }
@@ -188,9 +195,9 @@ std::optional<Rotation_Form> Element_Order::Agreeing(bool Are_Rows) const {
 bool Read_Elements(const Body_Cells& Body, const Cells& Row, Eigen::Matrix3d& Matrix,
                    Eigen::Vector3d& Angles_Rad) {
   const auto Number = [&](const std::string& Word, double& Value) {
-    const std::size_t Index = Body.Column_Of.at(Word);
-    if (Index >= Row.size()) return false;
-    const Cell_Value Cell = Read_Cell(Row[Index]);
+    const auto Column = Body.Column_Of.find(Word);
+    if (Column == Body.Column_Of.end() || Column->second >= Row.size()) return false;
+    const Cell_Value Cell = Read_Cell(Row[Column->second]);
     Value = Cell.Value;
     return Cell.Is == Cell_Value::Kind::Number;
   };
@@ -233,20 +240,19 @@ Rotation_Form Form_Of(Table_File& File, const std::vector<Body_Cells>& Bodies,
   Warn_Of_Unused_Rotation(Options, "the file has matrices", Into);
   const Element_Order Order = Count_Agreement(File, Bodies);
   const std::optional<Rotation_Form> Columns = Order.Agreeing(false), Rows = Order.Agreeing(true);
-  if (Order.Count() > 0 && !Columns && !Rows) {
+  if (!Columns && !Rows) {
     File.Refuse(
-        "has matrices Rot[0] to Rot[8] that are not those of Roll, Pitch and Yaw, neither by "
-        "columns nor by rows: the project may define these angles otherwise; expected --rotation "
-        "matrix-columns (as Qualisys describes it) or --rotation matrix-rows");
+        "has no Roll, Pitch and Yaw that agree with Rot[0] to Rot[8], neither by columns nor by "
+        "rows: the project may define these angles otherwise; expected --rotation matrix-columns "
+        "or --rotation matrix-rows");
   }
   const Rotation_Form Form{Columns ? Kind::Matrix_Columns : Kind::Matrix_Rows};
-  const Rotation_Form Angles = Columns.value_or(Rows.value_or(Rotation_Form{}));
-  const bool Is_Open = Columns.has_value() == Rows.has_value();
   Into.Facts.emplace_back(
-      "rotation", Is_Open ? "matrix-columns (matrix-rows gives the same rotations in this file)"
-                          : fmt::format("{}, as Roll, Pitch and Yaw show ({})", Rotation_Word(Form),
-                                        Rotation_Word(Angles)));
-  return Is_Open ? Rotation_Form{Kind::Matrix_Columns} : Form;
+      "rotation", Columns && Rows
+                      ? "matrix-columns (matrix-rows gives the same rotations in this file)"
+                      : fmt::format("{}, as Roll, Pitch and Yaw show ({})", Rotation_Word(Form),
+                                    Rotation_Word(Columns ? *Columns : *Rows)));
+  return Form;
 }
 
 void Read_Facts(Table_File& File, const Header& Header, Take& Into) {

@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -59,6 +60,65 @@ std::string_view Unquoted(std::string_view Cell) {
 bool Is_Next_To_Zero(std::string_view Cell) {
   const std::size_t Exponent = Cell.find_first_of("eE");
   return Exponent != std::string_view::npos && Cell.substr(Exponent + 1, 1) == "-";
+}
+
+// The number of bytes of the character that begins with this byte; 0 for none.
+std::size_t Character_Length(unsigned char First) {
+  if (First < 0x80) return 1;
+  if (First >= 0xc2 && First < 0xe0) return 2;
+  if (First >= 0xe0 && First < 0xf0) return 3;
+  return First >= 0xf0 && First < 0xf5 ? 4 : 0;
+}
+
+bool Is_Continuation(char Byte) {
+  return (static_cast<unsigned char>(Byte) & 0xc0) == 0x80;
+}
+
+// The second byte of a character excludes long forms of others, surrogates, and what is above
+// U+10FFFF.
+bool Is_Second_Byte(unsigned char First, unsigned char Second) {
+  if (First == 0xe0) return Second >= 0xa0;
+  if (First == 0xed) return Second < 0xa0;
+  if (First == 0xf0) return Second >= 0x90;
+  if (First == 0xf4) return Second < 0x90;
+  return true;
+}
+
+// Names of a file end up in JSON, which has to be UTF-8.
+bool Is_Utf8(std::string_view Text) {
+  for (std::size_t i = 0; i < Text.size();) {
+    const auto First = static_cast<unsigned char>(Text[i]);
+    const std::size_t Length = Character_Length(First);
+    if (Length == 0 || Length > Text.size() - i) return false;
+    for (std::size_t k = 1; k < Length; ++k) {
+      if (!Is_Continuation(Text[i + k])) return false;
+    }
+    if (Length > 1 && !Is_Second_Byte(First, static_cast<unsigned char>(Text[i + 1]))) return false;
+    i += Length;
+  }
+  return true;
+}
+
+// Each byte is the character of its number.
+std::string From_Latin_1(std::string_view Text) {
+  std::string Result;
+  for (const char Letter : Text) {
+    const auto Code = static_cast<unsigned char>(Letter);
+    if (Code < 0x80) {
+      Result += Letter;
+    } else {
+      Result += static_cast<char>(0xc0 | (Code >> 6));
+      Result += static_cast<char>(0x80 | (Code & 0x3f));
+    }
+  }
+  return Result;
+}
+
+// Text up to Longest bytes, with whole characters.
+std::string_view Start_Of(std::string_view Text, std::size_t Longest) {
+  if (Text.size() <= Longest) return Text;
+  while (Longest > 0 && Is_Continuation(Text[Longest])) --Longest;
+  return Text.substr(0, Longest);
 }
 
 }  // namespace
@@ -124,6 +184,7 @@ bool Table_File::Next() {
   if (!Line_Text.empty() && Line_Text.back() == '\r') Line_Text.pop_back();
   Position = Is_Last ? End : End + 1;
   ++Line_Number;
+  if (!Is_Utf8(Line_Text)) Line_Text = From_Latin_1(Line_Text);
   return true;
 }
 
@@ -177,8 +238,8 @@ Cell_Value Read_Cell(std::string_view Cell) {
 
 std::string Shown(std::string_view Text) {
   constexpr std::size_t Longest = 40;
-  std::string Line = One_Line(Text.substr(0, 4 * Longest));
-  if (Line.size() > Longest) Line = Line.substr(0, Longest - 3) + "...";
+  std::string Line = One_Line(Start_Of(Text, 4 * Longest));
+  if (Line.size() > Longest) Line = std::string(Start_Of(Line, Longest - 3)) + "...";
   return "'" + Line + "'";
 }
 

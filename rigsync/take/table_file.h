@@ -30,7 +30,8 @@ class Table_File {
   // Goes back to before the first line.
   void Rewind();
 
-  // The line, without its end and without a byte-order mark.
+  // The line in UTF-8, without its end and without a byte-order mark. One that is not UTF-8 in the
+  // file is taken for Latin-1, in which older programs write names with accents.
   std::string_view Text() const { return Line_Text; }
   std::size_t Line() const { return Line_Number; }  // counted from 1
   const std::filesystem::path& Path() const { return File; }
@@ -73,7 +74,7 @@ Cell_Value Read_Cell(std::string_view Cell);
 // The same without a limit: a time in nanoseconds is a large number.
 Cell_Value Read_Time_Cell(std::string_view Cell);
 
-// A text of the file as a message shows it: on one line, in quotes, not longer than 40 characters.
+// A text of the file as a message shows it: on one line, in quotes, not longer than 40 bytes.
 std::string Shown(std::string_view Text);
 
 }  // namespace rigsync

@@ -35,7 +35,7 @@ void Expect_Poses(const Take& Read) {
 TEST(PoseFile, OfTumHasSecondsAndTheRealPartLast) {
   const Take Read = Take_Of(Tum, {}, "camera.txt");
   EXPECT_EQ(Read.Format, "TUM pose file");
-  EXPECT_EQ(Fact(Read, "rotation"), "quaternions x, y, z, w, as a TUM pose file has them");
+  EXPECT_EQ(Fact(Read, "rotation"), "quaternions x, y, z, w, as TUM files have them");
   Expect_Poses(Read);
 }
 
@@ -48,7 +48,7 @@ TEST(PoseFile, OfEthHasCommasAndOtherwiseTheSame) {
 TEST(PoseFile, OfEurocHasNanosecondsAndTheRealPartFirst) {
   const Take Read = Take_Of(Euroc);
   EXPECT_EQ(Read.Format, "EuRoC pose CSV");
-  EXPECT_EQ(Fact(Read, "rotation"), "quaternions w, x, y, z, as a EuRoC pose CSV has them");
+  EXPECT_EQ(Fact(Read, "rotation"), "quaternions w, x, y, z, as EuRoC files have them");
   Expect_Poses(Read);
 }
 
@@ -68,9 +68,10 @@ TEST(PoseFile, MayHaveALineOfNames) {
 }
 
 TEST(PoseFile, IsRefusedWhereItsHeaderNamesAnotherOrder) {
-  EXPECT_EQ(Refusal_Of(std::string("t, x, y, z, q_w, q_x, q_y, q_z\n") + Eth),
-            "line 1: names the quaternion in the order wxyz, and a ETH pose CSV has it as xyzw; "
-            "expected --map with a map of the columns");
+  EXPECT_EQ(
+      Refusal_Of(std::string("t, x, y, z, q_w, q_x, q_y, q_z\n") + Eth),
+      "line 1: names the quaternion in the order wxyz, and ETH files have xyzw; expected --map "
+      "with a map of the columns");
   EXPECT_THAT(Refusal_Of(Changed(Tum, "qx qy qz qw", "qw qx qy qz")),
               HasSubstr("names the quaternion in the order wxyz"));
   EXPECT_THAT(Refusal_Of(Changed(Euroc, "q_RS_w [], q_RS_x [], q_RS_y [], q_RS_z []",

@@ -106,7 +106,8 @@ TEST(QualisysTsv, LeavesTheOrderOfElementsOpenWhereItMakesNoDifference) {
 TEST(QualisysTsv, RefusesMatricesThatAreNotThoseOfTheAngles) {
   const std::string Other =
       Header_Lines + Column_Names() + Samples("1 0 0 0 0 1 0 -1 0", "0 1 0 -1 0 0 0 0 1");
-  EXPECT_THAT(Refusal_Of(Other), HasSubstr("neither by columns nor by rows"));
+  EXPECT_THAT(Refusal_Of(Other),
+              HasSubstr("has no Roll, Pitch and Yaw that agree with Rot[0] to Rot[8]"));
   EXPECT_THAT(Refusal_Of(Other), HasSubstr("--rotation matrix-columns"));
   // A quarter about x: y goes to z.
   const Take Read = Take_Of(Other, With_Rotation("matrix-columns"));
@@ -114,6 +115,13 @@ TEST(QualisysTsv, RefusesMatricesThatAreNotThoseOfTheAngles) {
   const Take Rows = Take_Of(Other, With_Rotation("matrix-rows"));
   Expect_Pose(Rows.Bodies.at(0).Samples.at(0), {1.5, 2.25, -0.125}, {Half_Root, Half_Root, 0, 0});
   EXPECT_EQ(Fact(Rows, "rotation"), "matrix-rows, by --rotation");
+}
+
+TEST(QualisysTsv, AsksForTheOrderOfElementsWhereTheAnglesHaveOtherNames) {
+  std::string Other = By_Columns();
+  for (int i = 0; i < 2; ++i) Other = Changed(Other, "Roll\tPitch\tYaw", "Heading\tLook up\tBank");
+  EXPECT_THAT(Refusal_Of(Other), HasSubstr("expected --rotation matrix-columns"));
+  Expect_Poses(Take_Of(Other, With_Rotation("matrix-columns")));
 }
 
 TEST(QualisysTsv, RefusesElementsThatAreNoRotation) {

@@ -54,6 +54,35 @@ TEST(TakeFile, IsRefusedWhenItIsNotThereOrNoText) {
   }
 }
 
+TEST(TakeFile, HasNamesInUtf8WhateverTheFileHas) {
+  const auto Name_Of = [](const std::string& Name) {
+    return Take_Of("Objects\n100\n,," + Name +
+                   "\nFrame,Sub Frame,RX,RY,RZ,RW,TX,TY,TZ\n,,,,,,m,m,m\n1,0,0,0,0,1,1,2,3\n")
+        .Bodies.at(0)
+        .Name;
+  };
+  for (const std::string Name : {"K\xc3\xa4mera", "\xe2\x82\xac", "\xf0\x9f\x8e\xa5"}) {
+    EXPECT_EQ(Name_Of(Name), Name);
+  }
+  EXPECT_EQ(Name_Of("K\xe4mera"), "K\xc3\xa4mera");
+  EXPECT_EQ(Name_Of("\xff"), "\xc3\xbf");
+  // A character cut off, a long form, a surrogate, above U+10FFFF, a byte that begins none.
+  EXPECT_EQ(Name_Of("\xe2\x82"), "\xc3\xa2\xc2\x82");
+  EXPECT_EQ(Name_Of("\xc0\xaf"), "\xc3\x80\xc2\xaf");
+  EXPECT_EQ(Name_Of("\xe0\x80\x80"), "\xc3\xa0\xc2\x80\xc2\x80");
+  EXPECT_EQ(Name_Of("\xed\xa0\x80"), "\xc3\xad\xc2\xa0\xc2\x80");
+  EXPECT_EQ(Name_Of("\xf4\x90\x80\x80"), "\xc3\xb4\xc2\x90\xc2\x80\xc2\x80");
+  EXPECT_EQ(Name_Of("\x80"), "\xc2\x80");
+}
+
+TEST(TakeFile, ShowsNoHalfCharacters) {
+  std::string Name;
+  for (int i = 0; i < 30; ++i) Name += "\xe2\x82\xac";
+  std::string Whole;
+  for (int i = 0; i < 12; ++i) Whole += "\xe2\x82\xac";
+  EXPECT_THAT(Refusal_Of(Name), HasSubstr("begins with '" + Whole + "...'"));
+}
+
 TEST(TakeFile, NamesTheArgumentThatTheCallerGives) {
   Take_Options Options;
   Options.Argument = "TAKE2";

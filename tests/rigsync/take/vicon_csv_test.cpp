@@ -60,6 +60,14 @@ TEST(ViconCsv, TurnsEulerAnglesInTheOrderOfTheFlag) {
             "euler-yxz-body in degrees, by --rotation and the header");
 }
 
+// A quarter about z and then one about the fixed x: x goes to y and on to z, y to -x, z to -y.
+TEST(ViconCsv, TakesEachAngleFromTheColumnOfItsAxis) {
+  const std::string Quarters =
+      Changed(Segments, "69.282032302755,69.282032302755,69.282032302755", "90,0,90");
+  const Take Read = Take_Of(Quarters, With_Rotation("euler-zxy-fixed"));
+  Expect_Pose(Read.Bodies[0].Samples[0], {1.5, 2.25, -0.125}, {0.5, -0.5, 0.5, -0.5});
+}
+
 TEST(ViconCsv, TakesUnitsFromTheHeader) {
   std::string Radians = Changed(Segments, "deg,deg,deg", "rad,rad,rad");
   Radians = Changed(Radians, "69.282032302755,69.282032302755,69.282032302755",
