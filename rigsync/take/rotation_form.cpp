@@ -3,7 +3,6 @@
 
 #include "rigsync/system/usage_error.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <string_view>
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/rigsync/take/take_text.h"
 
+#include <algorithm>
+
 namespace rigsync {
 namespace {
 
