@@ -36,8 +36,8 @@ Exif_Data Load(const std::string& Data) {
                                            static_cast<unsigned>(Data.size())));
 }
 
-// The segment with EXIF of a JPEG file, from "Exif" on; empty if there is none before the picture. A
-// segment is FF, its marker, and its length in two bytes, which it includes.
+// The segment with EXIF of a JPEG file, from "Exif" on; empty if there is none before the picture.
+// A segment is FF, its marker, and its length in two bytes, which it includes.
 std::string_view Exif_Segment(std::string_view Bytes) {
   constexpr std::string_view Start_Of_Image = "\xff\xd8", Header("Exif\0\0", 6);
   constexpr unsigned char App1 = 0xe1, Start_Of_Scan = 0xda, Fill = 0xff;
@@ -45,8 +45,8 @@ std::string_view Exif_Segment(std::string_view Bytes) {
   Bytes.remove_prefix(2);
   while (Bytes.size() >= 4 && static_cast<unsigned char>(Bytes[0]) == Fill) {
     const auto Marker = static_cast<unsigned char>(Bytes[1]);
-    const std::size_t Length = 256u * static_cast<unsigned char>(Bytes[2]) +
-                               static_cast<unsigned char>(Bytes[3]);
+    const std::size_t Length =
+        256u * static_cast<unsigned char>(Bytes[2]) + static_cast<unsigned char>(Bytes[3]);
     if (Marker == Fill) {
       Bytes.remove_prefix(1);
       continue;

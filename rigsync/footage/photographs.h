@@ -4,7 +4,7 @@
 //
 // Times come from a list if there is one, otherwise from EXIF if the pictures have it, otherwise
 // from the file system; always from one source for all pictures, because each has a clock of its
-// own. docs/import.md tells users the same.
+// own.
 #ifndef RIGSYNC_FOOTAGE_PHOTOGRAPHS_H
 #define RIGSYNC_FOOTAGE_PHOTOGRAPHS_H
 

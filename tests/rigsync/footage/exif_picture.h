@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Pictures with EXIF that is written byte by byte here, as its specification has it.
+// Pictures with EXIF that is written byte by byte here, as the format has it.
 #ifndef RIGSYNC_TESTS_RIGSYNC_FOOTAGE_EXIF_PICTURE_H
 #define RIGSYNC_TESTS_RIGSYNC_FOOTAGE_EXIF_PICTURE_H
 
