@@ -10,6 +10,7 @@
 #include "rigsync/report/record_text.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/progress_output.h"
+#include "rigsync/system/text.h"
 #include "rigsync/system/udp_receiver.h"
 #include "rigsync/system/usage_error.h"
 
@@ -241,7 +242,7 @@ class Live_Output {
   Live_Output(bool Is_Quiet, std::string Listens_To)
       : Kind(Kind_Of_Progress(Is_Quiet)), Sources(std::move(Listens_To)), Output(Kind) {
     if (Kind == Progress_Kind::None) return;
-    Print_Error("rigsync: listening for " + Sources + "; Ctrl-C ends the recording\n");
+    Print_Error(Folded("rigsync: listening for " + Sources + "; Ctrl-C ends the recording", 0));
   }
 
   void Show(const Live_View& View) {
@@ -273,10 +274,9 @@ bool Is_Finished(const Record_Plan& Plan, const Live_View& View) {
 
 // Until the plan or a signal ends it. Throws std::runtime_error when the file can't be written any
 // longer.
-void Record_Packets(const Record_Plan& Plan, Udp_Receiver& Receiver, Packet_Log_Writer& Log,
-                    Live_State& State, Live_Output& Output) {
+void Record_Packets(const Record_Plan& Plan, const Stop_Request& Stop, Udp_Receiver& Receiver,
+                    Packet_Log_Writer& Log, Live_State& State, Live_Output& Output) {
   constexpr double Seconds_Between_Looks = 0.1;
-  const Stop_Request Stop;
   std::vector<Udp_Packet> Packets;
   std::size_t Count = 0;
   double Next_Look = 0;
@@ -309,22 +309,26 @@ int Record(const Record_Arguments& Arguments) {
   const Record_Plan Plan = Read_Plan(Arguments);
   Udp_Receiver Receiver;
   const std::string Sources = Open_Ports(Plan, Receiver);
-  Packet_Log_Writer Log = Create_Log(Plan.Output);
+  const Stop_Request Stop;
+  std::optional<Packet_Log_Writer> Log = Create_Log(Plan.Output);
   Live_State State(Steady_Now_Ns());
   std::string Failure;
   try {
     Live_Output Output(Plan.Is_Quiet, Sources);
-    Record_Packets(Plan, Receiver, Log, State, Output);
+    Record_Packets(Plan, Stop, Receiver, *Log, State, Output);
   } catch (const std::runtime_error& Error) {
     Failure = Error.what();
   }
   const Live_View View = State.Look(Steady_Now_Ns());
+  const std::uint64_t Size = Log->Size();
+  Log.reset();  // an open file is not removed everywhere
   if (View.Counts.Packets == 0 && Failure.empty()) {
-    fs::remove(Plan.Output);
+    std::error_code Ignored;
+    fs::remove(Plan.Output, Ignored);
     Complain(Silence_Text(View, Sources) + " There is no recording.");
     return Exit_Warnings;
   }
-  Print(Recorded_Text(View, Plan.Output, Log.Size()));
+  Print(Recorded_Text(View, Plan.Output, Size));
   if (!Failure.empty()) {
     throw Usage_Error("--output",
                       fmt::format("--output: the recording ended: {}. What was recorded before is "

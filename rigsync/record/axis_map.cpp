@@ -42,9 +42,10 @@ std::string_view Trimmed(std::string_view Text) {
 
 std::optional<std::size_t> Index_In(const std::array<std::string_view, 3>& Names,
                                     std::string_view Name) {
-  const auto* const Found = std::find(Names.begin(), Names.end(), Name);
-  if (Found == Names.end()) return std::nullopt;
-  return static_cast<std::size_t>(Found - Names.begin());
+  const auto* const End = Names.data() + Names.size();
+  const auto* const Found = std::find(Names.data(), End, Name);
+  if (Found == End) return std::nullopt;
+  return static_cast<std::size_t>(Found - Names.data());
 }
 
 // True if Target is one of these names and Value another of them, with or without a minus.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Whole numbers in bytes: big-endian as the tracker formats have them, little-endian as a recording
-// has them. Whoever calls these has looked that the bytes are there.
+// Whole numbers in bytes, big-endian as the tracker formats have them and little-endian as a
+// recording has them, and the difference of times from a file. Whoever calls these has looked that
+// the bytes are there.
 #ifndef RIGSYNC_RECORD_BYTES_H
 #define RIGSYNC_RECORD_BYTES_H
 
@@ -33,6 +34,12 @@ inline void Append_Little_Endian(std::uint64_t Value, std::size_t Count, std::st
   for (std::size_t i = 0; i < Count; ++i) {
     Bytes += static_cast<char>(static_cast<std::uint8_t>(Value >> (8U * i)));
   }
+}
+
+// From one time to another. Wraps around where a damaged file has times that no clock shows.
+inline std::int64_t Nanoseconds_Between(std::int64_t From, std::int64_t To) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(To) -
+                                   static_cast<std::uint64_t>(From));
 }
 
 }  // namespace rigsync

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/record/live_state.h"
 
+#include "rigsync/record/bytes.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -44,7 +46,7 @@ double Rate_Of(const std::vector<double>& Times, double Now) {
 
 double Live_State::Seconds_At(std::int64_t Steady_Ns) const {
   constexpr double Seconds_Per_Nanosecond = 1e-9;
-  return static_cast<double>(Steady_Ns - Start_Ns) * Seconds_Per_Nanosecond;
+  return static_cast<double>(Nanoseconds_Between(Start_Ns, Steady_Ns)) * Seconds_Per_Nanosecond;
 }
 
 void Live_State::Feed(const Udp_Packet& Packet) {

@@ -2,6 +2,7 @@
 #include "rigsync/record/recording.h"
 
 #include "rigsync/geometry/statistics.h"
+#include "rigsync/record/bytes.h"
 #include "rigsync/record/gap_counter.h"
 #include "rigsync/record/packet_log.h"
 #include "rigsync/record/stream_decoder.h"
@@ -48,11 +49,8 @@ constexpr std::size_t Most_Statuses = 20;
 // Which of two times a sample is given.
 enum class Sample_Clock { Stamps, Receipt };
 
-// Wraps around where a file has times that no clock shows.
 double Seconds_Between(std::int64_t From_Ns, std::int64_t To_Ns) {
-  const std::uint64_t Difference =
-      static_cast<std::uint64_t>(To_Ns) - static_cast<std::uint64_t>(From_Ns);
-  return static_cast<double>(static_cast<std::int64_t>(Difference)) * Seconds_Per_Nanosecond;
+  return static_cast<double>(Nanoseconds_Between(From_Ns, To_Ns)) * Seconds_Per_Nanosecond;
 }
 
 std::string Counted(std::size_t Count, const std::string& Name) {
@@ -277,7 +275,7 @@ void Warn_Of_Packets(const Stream_Counts& Counts, const Recording_Options& Optio
   Add(Counts.Unknown, "packet", "left out that are neither FreeD D1 nor OpenTrackIO");
   Add(Counts.Unreadable, "sample", "of OpenTrackIO left out that can't be read");
   Add(Counts.Unfinished, "packet", "of OpenTrackIO left out: the rest of the sample is missing");
-  Add(Counts.Doubled, "packet", "left out that came twice");
+  Add(Counts.Doubled, "packet", "left out that repeat another of the same moment");
 }
 
 [[noreturn]] void Refuse_Recording(const fs::path& File, const std::string& Why) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/record/stream_decoder.h"
 
+#include "rigsync/record/bytes.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -125,7 +127,8 @@ void Stream_Decoder::Feed_Message(const Udp_Packet& Packet, std::string_view Mes
   }
   Memory& Body = Memories[*Index];
   const bool Is_Doubled =
-      Body.Last_Message == Message && Packet.Steady_Ns - Body.Last_Steady_Ns < Doubled_Within_Ns;
+      Body.Last_Message == Message &&
+      Nanoseconds_Between(Body.Last_Steady_Ns, Packet.Steady_Ns) < Doubled_Within_Ns;
   Body.Last_Message = Message;
   Body.Last_Steady_Ns = Packet.Steady_Ns;
   if (Is_Doubled) {
@@ -206,7 +209,9 @@ void Stream_Decoder::Feed_Payload(const Udp_Packet& Packet, const Opentrackio_Pa
 
 // A sample comes again when both its number and its bytes do: there are senders that don't count.
 Stream_Decoder::Order Stream_Decoder::Order_Of(const Opentrackio_Payload& Payload, Memory& Body) {
-  if (Payload.Steady_Ns - Body.Last_Steady_Ns > Silence_Ns) Body.Has_Sequence = false;
+  if (Nanoseconds_Between(Body.Last_Steady_Ns, Payload.Steady_Ns) > Silence_Ns) {
+    Body.Has_Sequence = false;
+  }
   Body.Last_Steady_Ns = Payload.Steady_Ns;
   const std::size_t Hash = std::hash<std::string>()(Payload.Bytes);
   std::size_t& Hash_There = Body.Hashes[Payload.Sequence % Remembered];
