@@ -33,7 +33,8 @@ struct Calibration_Inputs {
   std::optional<std::array<double, 2>> Sensor_Size_Mm;  // width, height
   Solution_Choice Solution = Solution_Choice::Library;
   Accuracy_Limits Limits;
-  double Talent_Distance = 3.0;  // metres from the camera
+  double Talent_Distance = 3.0;     // metres from the camera
+  std::optional<int> First_Marker;  // of the board's ArUco markers, if it is stated
   // Only the library's call, without a second opinion. Needs Stated_Board.
   bool Is_Library_Only = false;
   bool Keeps_Body_Axes = false;  // --body-axes as-given

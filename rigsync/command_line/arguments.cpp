@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/command_line/arguments.h"
 
+#include "rigsync/capture/board_markers.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -178,6 +180,10 @@ long Parse_Whole(const std::string& Flag, const std::string& Text, long Least, l
            "a whole number from " + std::to_string(Least) + " to " + std::to_string(Most));
   }
   return *Value;
+}
+
+int Parse_Marker(const std::string& Flag, const std::string& Text) {
+  return static_cast<int>(Parse_Whole(Flag, Text, 0, Marker_Count - 1));
 }
 
 std::array<double, 3> Parse_Angles(const std::string& Flag, const std::string& Text) {

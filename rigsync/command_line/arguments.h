@@ -36,6 +36,9 @@ double Parse_Angle(const std::string& Flag, const std::string& Text);
 // A whole number within [Least, Most].
 long Parse_Whole(const std::string& Flag, const std::string& Text, long Least, long Most);
 
+// The id of a marker.
+int Parse_Marker(const std::string& Flag, const std::string& Text);
+
 // a,b,c. A component of an offset is at most 10 metres, so that millimetres without a unit are
 // refused.
 std::array<double, 3> Parse_Angles(const std::string& Flag, const std::string& Text);

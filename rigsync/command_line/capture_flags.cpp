@@ -22,6 +22,9 @@ void Add_Capture_Flags(CLI::App& Command, Capture_Arguments& Arguments,
        "measured, metres or with units, up to 10 m each"},
       {"board-accuracy", "LENGTH,ANGLE",
        "one standard deviation of these two on each axis (default: 5mm,1deg)"},
+      {"markers", "FIRST",
+       "the first id of the markers on the board (rigsync board --markers): another board is then "
+       "told"},
   };
   Flags.insert(Flags.end(), More.begin(), More.end());
   Command.add_option("CAPTURE", Arguments.Csv, "the capture's CSV file")->required();

@@ -28,8 +28,9 @@ struct Value_Flag {
   const char* Help;
 };
 
-// Adds CAPTURE, --board, --square, --board-euler, --board-offset, the flags of More, --config and
-// --image-root, in this order. Arguments has to outlive the parsing of the command line.
+// Adds CAPTURE, --board, --square, --board-euler, --board-offset, --board-accuracy, --markers, the
+// flags of More, --config and --image-root, in this order. Arguments has to outlive the parsing of
+// the command line.
 void Add_Capture_Flags(CLI::App& Command, Capture_Arguments& Arguments,
                        const std::vector<Value_Flag>& More = {});
 

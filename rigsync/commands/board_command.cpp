@@ -93,7 +93,7 @@ int Parse_First_Marker(const std::string& Flag, const std::string& Text, const B
                                 ": this rigsync was built without OpenCV's ArUco module (aruco, or "
                                 "objdetect from OpenCV 4.7 on), so it knows no markers.");
   }
-  const int First = Text.empty() ? 0 : static_cast<int>(Parse_Whole(Flag, Text, 0, Marker_Count));
+  const int First = Text.empty() ? 0 : Parse_Marker(Flag, Text);
   const int White = White_Square_Count(Board);
   if (First + White <= Marker_Count) return First;
   throw Usage_Error(

@@ -130,6 +130,7 @@ Calibration_Inputs Read_Inputs(const Calibrate_Arguments& Arguments) {
     const auto Limits = Values.Read("limits", Parse_Length_And_Angle);
     Inputs.Limits = {1000.0 * Limits.Length, Limits.Angle_Deg};
   }
+  if (Values.Has("markers")) Inputs.First_Marker = Values.Read("markers", Parse_Marker);
   if (Values.Has("talent-distance")) {
     Inputs.Talent_Distance = Values.Read("talent-distance", Parse_Distance);
   }
@@ -152,6 +153,7 @@ std::optional<Inspection> Inspect_Inputs(const Calibration_Inputs& Inputs, std::
   Capture.Board.Square_Size = Inputs.Square_Size;
   Capture.Board.Accuracy = Inputs.Board_Accuracy;
   Capture.Limits = Inputs.Limits;
+  Capture.First_Marker = Inputs.First_Marker;
   if (Inputs.Stated_Board) {
     Capture.Board.Euler = Inputs.Stated_Board->Euler_Deg;
     Capture.Board.Offset = Inputs.Stated_Board->Offset;

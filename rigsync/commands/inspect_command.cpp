@@ -72,6 +72,7 @@ Inspection_Inputs Read_Inputs(const Inspect_Arguments& Arguments) {
       Board.Accuracy = {Stated.Angle_Deg, Stated.Length};
     }
   }
+  if (Values.Has("markers")) Inputs.First_Marker = Values.Read("markers", Parse_Marker);
   Inputs.Image_Root = Image_Root_Of(Arguments.Capture);
   return Inputs;
 }

@@ -304,13 +304,14 @@ void Add_Photograph_Flags(Simulator_Flags& Flags) {
             [](Options& Target, const std::string& Name, const std::string& Text) {
               Target.Square_Size = Parse_Square(Name, Text);
             });
-  Flags.Add(
-      "--markers", "First_Marker", "FIRST", "none",
-      "ArUco markers in the white squares, as rigsync board --markers draws them, from the id "
-      "FIRST on",
-      [](Options& Target, const std::string& Name, const std::string& Text) {
-        Target.First_Marker = static_cast<int>(Parse_Whole(Name, Text, 0, 100000));
-      });
+  Flags
+      .Add("--markers", "First_Marker", "[FIRST]", "",
+           "ArUco markers in the white squares, as rigsync board --markers draws them, from the id "
+           "FIRST on (0 without it)",
+           [](Options& Target, const std::string& Name, const std::string& Text) {
+             Target.First_Marker = Text.empty() ? 0 : Parse_Marker(Name, Text);
+           })
+      ->expected(0, 1);
   Flags.Number("--marker-size", "Marker_Size", &Options::Marker_Size,
                "edge of a marker, as a fraction of a square's");
   Flags.Choice("--spread", "Pose_Spread", "NAME", Spreads(), &Options::Pose_Spread,
@@ -484,10 +485,13 @@ void Refuse_Flags_Without_Take(const Simulate_Arguments& Arguments) {
 // What an operator would know of this stage before the calibration.
 Stage_Settings Settings_Of(const simulate::Plan& Capture) {
   const simulate::Options& Options = Capture.Settings;
-  return {{"board", fmt::format("{}x{}", Options.Board_Cols, Options.Board_Rows)},
-          {"square", fmt::format("{}", Options.Square_Size)},
-          {"board-euler", Comma_List(List(Capture.Chart_Euler_Deg))},
-          {"board-offset", Metres(Capture.Chart_Translation)}};
+  Stage_Settings Settings = {
+      {"board", fmt::format("{}x{}", Options.Board_Cols, Options.Board_Rows)},
+      {"square", fmt::format("{}", Options.Square_Size)},
+      {"board-euler", Comma_List(List(Capture.Chart_Euler_Deg))},
+      {"board-offset", Metres(Capture.Chart_Translation)}};
+  if (Options.First_Marker >= 0) Settings["markers"] = fmt::format("{}", Options.First_Marker);
+  return Settings;
 }
 
 // The simulator refuses its options by their names; the user typed flags.

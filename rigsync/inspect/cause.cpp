@@ -25,6 +25,9 @@ constexpr Candidate Candidates[] = {
     {"not_finite"},
     {"camera_quaternion_zero"},
     {"board_quaternion_zero"},
+    {"image_mirrored"},
+    {"several_boards"},
+    {"board_counts"},
     {"trackers_fixed"},
     {"trackers_disagree"},
     {"axis_mirrored"},
@@ -36,6 +39,7 @@ constexpr Candidate Candidates[] = {
     // Turns are those of the rows that agree: without the bad ones they are the same.
     {"turns_too_small"},
     {"turns_about_one_axis"},
+    {"board_half_turned"},
     {"sample_disagrees", Level::Note, true},
     {"lens_fits_badly"},
     {"board_turned"},

@@ -6,6 +6,7 @@
 #include "rigsync/inspect/board_findings.h"
 #include "rigsync/inspect/capture_file_findings.h"
 #include "rigsync/inspect/image_path_findings.h"
+#include "rigsync/inspect/marker_findings.h"
 #include "rigsync/inspect/mount_findings.h"
 #include "rigsync/inspect/row_findings.h"
 #include "rigsync/inspect/square_findings.h"
@@ -98,6 +99,25 @@ bool Are_Mounts_Solved(const Inspection& Result) {
   return Result.Solution && Result.Solution->Joint.Status == Solve_Status::Solved;
 }
 
+// The boards' markers in a few images. Most captures have none, which two images tell.
+void Inspect_Markers(Inspection& Result) {
+  const Inspection_Inputs& Inputs = Result.Inputs;
+  if (!Can_Find_Markers()) return;
+  const std::vector<Capture_Row>& Rows = Result.File.Rows;
+  const auto Look = [&](const std::vector<std::size_t>& Chosen) {
+    return Search_Markers(Rows, Chosen, Inputs.Image_Root);
+  };
+  const bool Has_Markers =
+      Inputs.First_Marker || !Read_Boards(Look(First_Look(*Result.Search))).empty();
+  if (!Has_Markers) return;
+  Stated_Markers Stated;
+  Stated.Board = Inputs.Board.Board;
+  Stated.First_Id = Inputs.First_Marker;
+  Stated.Has_Stated_Place = Inputs.Board.Euler || Inputs.Board.Offset;
+  Judge_Markers(Rows, *Result.Search, Look(Second_Look(*Result.Search, Stated.Board)), Stated,
+                Result.All_Findings);
+}
+
 void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Searcher,
                     Inspection& Result) {
   const std::vector<Capture_Row>& Rows = Result.File.Rows;
@@ -105,6 +125,7 @@ void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Sea
   const Board_Size& Board = Estimate.Board;
   Result.Search = Searcher(Rows, Readable);
   Judge_Search(Rows, *Result.Search, Result.All_Findings);
+  Inspect_Markers(Result);
   if (Image_Count(Rows) == 0) {
     Judge_Image_Count(0, Result.All_Findings);
     return;

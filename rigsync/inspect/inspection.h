@@ -28,7 +28,8 @@ struct Inspection_Inputs {
   std::filesystem::path Image_Root;  // where relative image paths start, absolute
   bool Opens_Images = true;          // false: no image is opened, and Board is not read
   Board_Estimate Board;
-  Accuracy_Limits Limits;  // how far off the mount may be
+  std::optional<int> First_Marker;  // of the board's ArUco markers, if it is stated
+  Accuracy_Limits Limits;           // how far off the mount may be
 };
 
 struct Inspection {
