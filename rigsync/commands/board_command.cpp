@@ -45,11 +45,11 @@ The first corner is at the top left, the second is to its right:
 Use one even and one odd count: such a board looks different after half a turn,
 so its first corner is unambiguous.
 
-With --markers the white squares bear ArUco markers (OpenCV's DICT_4X4_1000), row
-by row from the first corner's side. rigsync inspect then reads from an image
-which board it shows, how it is held, and how many corners it has, and boards
-that are cut off or partly covered count too. Give each board of a stage its own
-ids: a board of 11x8 has 54, so 0, 54, 108 and so on.
+With --markers the white squares bear ArUco markers (OpenCV's DICT_4X4_1000),
+row by row from the first corner's side. rigsync inspect then reads from an
+image which board it shows, how it is held, and how many corners it has. Give
+each board of a stage its own ids: a board of 11x8 has 54, so 0, 54, 108 and so
+on.
 
 Print at 100 % ("actual size", never "fit to page"), measure the ruler and the
 squares on the print, and glue it to a flat, stiff panel.
@@ -59,7 +59,7 @@ Exit status: 0 on success, 2 for wrong usage or a file that can't be written.
 Example:
   rigsync board --board 11x8 --square 30mm --paper a3 -o board.svg
   rigsync board --board 11x8 --square 20mm --paper a4 -o board.pdf
-  rigsync board --board 11x8 --square 30mm --markers 54 --paper a3 -o second.pdf)";
+  rigsync board --board 11x8 --square 30mm --markers 54 --paper a3 -o next.pdf)";
 
 struct Board_Arguments {
   std::string Board, Square, Paper, Output;
