@@ -33,12 +33,36 @@ struct Clock_Match {
   bool Is_Certain = false;
 };
 
+// The noise of a body's samples: standard deviation on each axis.
+struct Body_Noise {
+  double Position_Mm = 0, Rotation_Deg = 0;
+};
+
+// Or a speed.
+struct Speed_Limit {
+  double Linear = 0, Angular = 0;  // m/s, rad/s
+};
+
+// A tracked body of the take.
+struct Body_Facts {
+  std::size_t Samples = 0, Lost = 0;  // with a pose, without one
+  double Rate_Hz = 0;                 // of the samples
+  Body_Noise Noise;
+  Speed_Limit Rest;  // up to these speeds it stands still
+};
+
 // One body while a picture was taken.
 struct Body_Reading {
   Tracker_Sample Sample;  // of the row
   std::size_t Sample_Count = 0;
   double Spread_Mm = 0, Spread_Deg = 0;  // of those samples, standard deviation on each axis
   Body_Velocity Velocity;
+};
+
+// Which samples a row's pose comes from.
+enum class Pose_Choice {
+  Hold,     // the median of the hold around the picture
+  Picture,  // a line through the samples around the picture's time
 };
 
 struct Imported_Row {
@@ -54,6 +78,11 @@ struct Import_Record {
   std::vector<std::filesystem::path> Takes;
   std::string Format, Camera_Body, Board_Body;  // Board_Body is empty for a board that stands still
   std::vector<std::pair<std::string, std::string>> Facts;  // of the takes (take.h)
+  std::filesystem::path Pictures;                          // the folder, or the clip
+  std::string Picture_Times;  // where their times come from: "EXIF", "the frames of a clip"
+  Body_Facts Camera, Board;   // Board has no samples for a board that stands still
+  Pose_Choice Pose = Pose_Choice::Hold;
+  std::size_t Hold_Count = 0;
   Clock_Match Clock;
   std::vector<Imported_Row> Rows;  // in the order of the pictures
 };
