@@ -124,7 +124,7 @@ double Vertex_Shift(const std::vector<double>& Values, std::size_t Index) {
 
 // Certain: so many more photographs and holds have each other than with any other offset, and of
 // all this part.
-constexpr double Least_More = 4.0, Least_Part = 0.6;
+constexpr double Least_More = 5.0, Least_Part = 0.6;
 
 // A photograph is somewhere within this time, if nothing else is known of it.
 constexpr double Least_Resolution = 0.1;

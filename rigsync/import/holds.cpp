@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/import/holds.h"
 
-#include "rigsync/import/body_motion.h"
-
 #include <algorithm>
+#include <utility>
 
 namespace rigsync {
 namespace {
@@ -80,17 +79,17 @@ Body_Rest Find_Rest(const Body_Track& Body, const Hold_Options& Options) {
   // Two samples that follow each other closely, or with one lost between them.
   constexpr double Least_Step = 0.1, Steps_Of_One_Lost = 2.5;
   const double Interval = Sample_Interval(Body);
-  const std::vector<Speed_Sample> Speeds = Measure_Speeds(Body);
   Body_Rest Rest;
-  Rest.Facts.Samples = Speeds.size();
-  Rest.Facts.Lost = Body.Samples.size() - Speeds.size();
+  Rest.Speeds = Measure_Speeds(Body);
+  Rest.Facts.Samples = Rest.Speeds.size();
+  Rest.Facts.Lost = Body.Samples.size() - Rest.Speeds.size();
   Rest.Facts.Rate_Hz = Interval > 0.0 ? 1.0 / Interval : 0.0;
   Rest.Facts.Noise = Measure_Noise(Body);
   Rest.Facts.Rest =
       Options.Rest ? *Options.Rest : Rest_Limit(Rest.Facts.Noise, Interval, Least_Rest_Limit);
-  Rest.Still = Joined(
-      Body, Rest.Facts.Rest,
-      Still_Stretches(Speeds, Rest.Facts.Rest, std::max(Least_Step, Steps_Of_One_Lost * Interval)));
+  Rest.Still = Joined(Body, Rest.Facts.Rest,
+                      Still_Stretches(Rest.Speeds, Rest.Facts.Rest,
+                                      std::max(Least_Step, Steps_Of_One_Lost * Interval)));
   return Rest;
 }
 
@@ -100,10 +99,12 @@ Hold_Search Find_Holds(const Body_Track& Camera, const Body_Track* Board,
   Hold_Search Search;
   Body_Rest Rest = Find_Rest(Camera, Options);
   Search.Camera = Rest.Facts;
+  Search.Camera_Speeds = std::move(Rest.Speeds);
   std::vector<Hold> Still = std::move(Rest.Still);
   if (Board != nullptr) {
-    const Body_Rest Board_Rest = Find_Rest(*Board, Options);
+    Body_Rest Board_Rest = Find_Rest(*Board, Options);
     Search.Board = Board_Rest.Facts;
+    Search.Board_Speeds = std::move(Board_Rest.Speeds);
     Still = Common(Still, Board_Rest.Still);
   }
   for (const Hold& One : Still) {

@@ -4,6 +4,7 @@
 #ifndef RIGSYNC_IMPORT_HOLDS_H
 #define RIGSYNC_IMPORT_HOLDS_H
 
+#include "rigsync/import/body_motion.h"
 #include "rigsync/import/import_record.h"
 #include "rigsync/take/take.h"
 
@@ -36,14 +37,16 @@ constexpr double Longest_Interruption_Seconds = 0.5;
 // One body's side of it.
 struct Body_Rest {
   Body_Facts Facts;
+  std::vector<Speed_Sample> Speeds;
   std::vector<Hold> Still;  // however short, in the order of time
 };
 Body_Rest Find_Rest(const Body_Track& Body, const Hold_Options& Options);
 
 struct Hold_Search {
   Body_Facts Camera, Board;  // Board stays empty without a tracked board
-  std::vector<Hold> Holds;   // in the order of time
-  std::vector<Hold> Short;   // stops that are shorter than the options ask for, 0.1 s and more
+  std::vector<Speed_Sample> Camera_Speeds, Board_Speeds;
+  std::vector<Hold> Holds;  // in the order of time
+  std::vector<Hold> Short;  // stops that are shorter than the options ask for, 0.1 s and more
 };
 
 // Board is null for a board that stands still and isn't tracked. The tracks may have times of their
