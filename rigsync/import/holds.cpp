@@ -43,17 +43,23 @@ bool Stands_As_Before(const Body_Track& Body, const Speed_Limit& Limit, const Ho
          Angle_Between(Before->Sample, After->Sample) <= Speed_Window_Seconds * Limit.Angular;
 }
 
+// What comes between two stretches at the same place, such as a jump that lasts long enough to look
+// still, is part of the interruption.
 std::vector<Hold> Joined(const Body_Track& Body, const Speed_Limit& Limit,
                          const std::vector<Hold>& Stretches) {
   std::vector<Hold> List;
   for (const Hold& One : Stretches) {
-    const bool Is_Near = !List.empty() && One.Begin_Seconds - List.back().End_Seconds <=
-                                              Longest_Interruption_Seconds;
-    if (Is_Near && Stands_As_Before(Body, Limit, List.back(), One)) {
-      List.back().End_Seconds = One.End_Seconds;
-    } else {
+    const auto Is_Continued = [&](const Hold& Earlier) {
+      return One.Begin_Seconds - Earlier.End_Seconds <= Longest_Interruption_Seconds &&
+             Stands_As_Before(Body, Limit, Earlier, One);
+    };
+    const auto Earlier = std::find_if(List.rbegin(), List.rend(), Is_Continued);
+    if (Earlier == List.rend()) {
       List.push_back(One);
+      continue;
     }
+    List.erase(Earlier.base(), List.end());
+    List.back().End_Seconds = One.End_Seconds;
   }
   return List;
 }

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/import/capture_import.h"
+
+#include "rigsync/import/body_motion.h"
+#include "rigsync/system/usage_error.h"
+#include "tests/rigsync/import/session.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace rigsync {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+struct Staged {
+  Session Of;
+  Take Tracks;
+};
+
+Staged Make_Stage(const Session_Plan& Plan, unsigned Seed) {
+  Chance By(Seed);
+  Staged Made;
+  Made.Of = Make_Session(Plan, By);
+  const Tracker_Plan Tracker{100.0, -2.0, Made.Of.End_Seconds() + 2.0, 0.1, 0.01};
+  Made.Tracks.Format = "a model";
+  Made.Tracks.Bodies.push_back(Track(
+      "cam", [&](double At) { return Made.Of.Camera_At(At); }, Tracker, By));
+  Made.Tracks.Bodies.push_back(Track(
+      "slate", [&](double At) { return Made.Of.Board_At(At); }, Tracker, By));
+  return Made;
+}
+
+Import_Request Both_Bodies() {
+  Import_Request Request;
+  Request.Camera = "cam";
+  Request.Board = "slate";
+  return Request;
+}
+
+std::string Refusal(const std::function<void()>& Call) {
+  try {
+    Call();
+  } catch (const Usage_Error& Error) {
+    return Error.what();
+  }
+  return "";
+}
+
+// 0.1 mm of noise on each axis, the median of a hundred samples and more.
+constexpr double Noise_Left = 0.0001;
+
+void Expect_Poses(const Staged& On, const Capture_Import& Made) {
+  for (const Imported_Row& Row : Made.Record.Rows) {
+    if (!Row.Refusal.empty()) continue;
+    const double Middle = 0.5 * (Row.Begin_Seconds + Row.End_Seconds);
+    EXPECT_LT(Distance_Between(Row.Camera.Sample, Sample_Of(On.Of.Camera_At(Middle))), Noise_Left);
+    EXPECT_LT(Distance_Between(Row.Board.Sample, Sample_Of(On.Of.Board_At(Middle))), Noise_Left);
+  }
+}
+
+TEST(CaptureImport, GivesEachHoldOfAClipItsPoseWithoutAStatedOffset) {
+  const Staged On = Make_Stage({20, 1.2, 4.0, 0.7, 3.0}, 1);
+  Chance By(2);
+  const Clip From = Film(On.Of, {25.0, -3.0, On.Of.End_Seconds() + 1.0}, By);
+  const Capture_Import Made = Import_Clip(On.Tracks, From, Both_Bodies());
+  EXPECT_NEAR(Made.Record.Clock.Offset_Seconds, -3.0, 0.040);
+  EXPECT_EQ(Made.Record.Hold_Count, 20U);
+  EXPECT_EQ(Refusal_Reasons(Made.Record.Rows).size(), 0U);
+  Expect_Poses(On, Made);
+}
+
+TEST(CaptureImport, GivesEachPhotographItsHoldWithoutAStatedOffset) {
+  const Staged On = Make_Stage({25, 1.2, 4.0, 0.7, 3.0}, 3);
+  Chance By(4);
+  const Capture_Import Made =
+      Import_Photographs(On.Tracks, Photograph_Holds(On.Of, 777.0, By), Both_Bodies());
+  EXPECT_EQ(Made.Record.Rows.size(), 25U);
+  EXPECT_EQ(Refusal_Reasons(Made.Record.Rows).size(), 0U);
+  Expect_Poses(On, Made);
+}
+
+TEST(CaptureImport, RefusesAnOffsetThatIsNotCertainAndSaysWhatToDo) {
+  const Staged On = Make_Stage({10, 3.0, 3.0, 2.0, 2.0}, 5);
+  Chance By(6);
+  const Photographs From = Photograph_Holds(On.Of, 50.0, By);
+  EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, From, Both_Bodies()); }),
+              AllOf(HasSubstr("--offset: "), HasSubstr("next best"), HasSubstr("hold irregularly"),
+                    HasSubstr("has 10 holds, which is few")));
+  Import_Request Stated = Both_Bodies();
+  Stated.Offset_Seconds = 50.0;
+  Expect_Poses(On, Import_Photographs(On.Tracks, From, Stated));
+}
+
+TEST(CaptureImport, TakesTimecodesAndWarnsWhenMotionIsCertainOfAnotherOffset) {
+  Staged On = Make_Stage({25, 1.2, 4.0, 0.7, 3.0}, 7);
+  Chance By(8);
+  Clip From = Film(On.Of, {25.0, 0.0, On.Of.End_Seconds()}, By);
+  On.Tracks.Timecode_Start = 3600.0;
+  From.Timecode_Start = 3600.0;
+  const Capture_Import Right = Import_Clip(On.Tracks, From, Both_Bodies());
+  EXPECT_EQ(Right.Record.Clock.Method, Clock_Method::Timecode);
+  EXPECT_TRUE(Right.Warnings.empty());
+  From.Timecode_Start = 3601.0;
+  const Capture_Import Off = Import_Clip(On.Tracks, From, Both_Bodies());
+  EXPECT_DOUBLE_EQ(Off.Record.Clock.Offset_Seconds, 1.0);
+  ASSERT_EQ(Off.Warnings.size(), 1U);
+  EXPECT_THAT(Off.Warnings[0], HasSubstr("The timecode says"));
+}
+
+TEST(CaptureImport, NamesTheBodiesThatThereAreWhenOneIsNot) {
+  const Staged On = Make_Stage({3, 1.0, 2.0, 1.0, 2.0}, 9);
+  Import_Request Request = Both_Bodies();
+  Request.Board = "Slate";
+  EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, {}, Request); }),
+              AllOf(HasSubstr("--board: "), HasSubstr("'cam', 'slate'")));
+  Request.Board = "cam";
+  EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, {}, Request); }),
+              HasSubstr("is the body of --camera"));
+}
+
+TEST(CaptureImport, SaysThatATakeWithoutHoldsHasNone) {
+  Staged On = Make_Stage({3, 1.0, 2.0, 1.0, 2.0}, 10);
+  Import_Request Request = Both_Bodies();
+  Request.Holds.Least_Seconds = 9.0;
+  EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, {}, Request); }),
+              AllOf(HasSubstr("--still: the take has no hold"), HasSubstr("3 shorter stops")));
+}
+
+TEST(CaptureImport, SaysWhyNoPictureHasARow) {
+  const Staged On = Make_Stage({20, 1.2, 4.0, 0.7, 3.0}, 11);
+  Chance By(12);
+  Import_Request Request = Both_Bodies();
+  Request.Offset_Seconds = 1e6;
+  EXPECT_THAT(
+      Refusal([&] { Import_Photographs(On.Tracks, Photograph_Holds(On.Of, 0.0, By), Request); }),
+      AllOf(HasSubstr("--images: "), HasSubstr("20 times taken"), HasSubstr("after the take")));
+}
+
+TEST(CaptureImport, JoinsTakesOnOneClock) {
+  Staged On = Make_Stage({3, 1.0, 2.0, 1.0, 2.0}, 13);
+  Take First = On.Tracks, Second = On.Tracks;
+  First.Bodies.pop_back();
+  Second.Bodies.erase(Second.Bodies.begin());
+  EXPECT_EQ(Joined_Takes(First, Second).Bodies.size(), 2U);
+  // By timecode, Second's clock began 5 s after that of First and shows 5 s less.
+  First.Timecode_Start = 86398.0;
+  Second.Timecode_Start = 3.0;
+  const double Before = Second.Bodies[0].Samples[0].Seconds;
+  const Take Both = Joined_Takes(First, Second);
+  EXPECT_DOUBLE_EQ(Both.Bodies[1].Samples[0].Seconds, Before + 5.0);
+  Second.Timecode_Start = 3600.0;
+  EXPECT_THAT(Refusal([&] { Joined_Takes(First, Second); }),
+              HasSubstr("TAKE2: it has no time in common"));
+}
+
+}  // namespace
+}  // namespace rigsync
