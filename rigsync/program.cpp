@@ -27,6 +27,7 @@ std::unique_ptr<Command_Line> Make_Command_Line() {
       "  rigsync export result/result.json --to ue5");
   Add_Simulate_Command(*Line);
   Add_Record_Command(*Line);
+  Add_Import_Command(*Line);
   Add_Inspect_Command(*Line);
   Add_Calibrate_Command(*Line);
   Add_Report_Command(*Line);

@@ -35,6 +35,7 @@ struct Command_Line {
 
 void Add_Simulate_Command(Command_Line& Line);
 void Add_Record_Command(Command_Line& Line);
+void Add_Import_Command(Command_Line& Line);
 void Add_Inspect_Command(Command_Line& Line);
 void Add_Calibrate_Command(Command_Line& Line);
 void Add_Compare_Command(Command_Line& Line);

@@ -5,6 +5,7 @@
 #include "rigsync/command_line/capture_flags.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
+#include "rigsync/commands/inspection_status.h"
 #include "rigsync/formats/inspection_file.h"
 #include "rigsync/html_report/page_file.h"
 #include "rigsync/html_report/watch_page.h"
@@ -84,19 +85,6 @@ Search_Progress Progress_Line() {
   return [Shown](std::size_t Done, std::size_t All) {
     Shown->Show(fmt::format("Searching for boards: {} of {}", Done, All));
   };
-}
-
-// Exit_Success, Exit_Warnings or Exit_Unusable.
-int Inspection_Status(const Findings& List) {
-  switch (List.Gravest()) {
-    case Level::Note:
-      return Exit_Success;
-    case Level::Warning:
-      return Exit_Warnings;
-    case Level::Error:
-      return Exit_Unusable;
-  }
-  return Exit_Unusable;
 }
 
 // Keeps one screen up to date on a terminal. Elsewhere each state is a block of lines of its own,
