@@ -332,9 +332,9 @@ Clock_Match Match_By_Holds(const std::vector<Hold>& Holds, const Photographs& Fr
   const auto [Lobe_Begin, Lobe_End] = Reach(Points, At, Half_Way);
   const Sum_Point* const Second = Highest(Points, Lobe_Begin, Lobe_End);
   Match.Offset_Seconds = 0.5 * (First + Last);
-  Match.Score = Best->Sum / Count;
+  Match.Score = std::min(1.0, Best->Sum / Count);  // a sum of slopes rounds
   if (Second != nullptr) {
-    Match.Second_Score = Second->Sum / Count;
+    Match.Second_Score = std::clamp(Second->Sum / Count, 0.0, 1.0);
     Match.Second_Offset_Seconds = Second->Offset;
   }
   Match.Is_Certain = Match.Score >= Least_Part &&

@@ -19,8 +19,8 @@
 namespace rigsync {
 namespace {
 
-// An offset that is farther off is another hold's.
-constexpr double Wrong_Seconds = 0.3;
+// An offset that is farther off is another hold's. Times to a second leave half a second open.
+constexpr double Wrong_Seconds = 0.3, Wrong_Resolutions = 0.5;
 
 std::size_t Captures(std::size_t Usual) {
   const char* const Asked = std::getenv("RIGSYNC_CLOCK_CAPTURES");
@@ -32,10 +32,10 @@ struct Tally {
   double Worst_Seconds = 0;
   double Least_Right_Margin = 1, Most_Wrong_Margin = -1;
 
-  void Add(const Clock_Match& Match, double Truth) {
+  void Add(const Clock_Match& Match, double Truth, double Resolution = 0.0) {
     const double Error = std::abs(Match.Offset_Seconds - Truth);
     const double Margin = Match.Score - Match.Second_Score;
-    if (Error > Wrong_Seconds) {
+    if (Error > std::max(Wrong_Seconds, Wrong_Resolutions * Resolution)) {
       ++Wrong;
       if (!Match.Is_Certain) ++Wrong_Refused;
       Most_Wrong_Margin = std::max(Most_Wrong_Margin, Margin);
@@ -125,7 +125,7 @@ Tally Match_Photographs(const Session_Plan& Plan, double Resolution, std::size_t
       }
     }
     const Hold_Search Stops = Find_Holds(Made.Camera, &Made.Board, {});
-    Found.Add(Match_By_Holds(Stops.Holds, From), Offset);
+    Found.Add(Match_By_Holds(Stops.Holds, From), Offset, Resolution);
   }
   return Found;
 }
