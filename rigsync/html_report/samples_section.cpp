@@ -196,9 +196,9 @@ void Add_Residuals(Element Section, const Run_View& View) {
 
 // ---- Motion ----------------------------------------------------------------------------------
 
-using Step_Of_Row = std::function<const std::optional<Tracker_Step>&(const Row_Motion&)>;
+using Step_Of_Row = std::function<const std::optional<Tracker_Step>&(const Row_Steps&)>;
 
-std::vector<Row_Value> Steps_Of(const Run_View& View, const std::vector<Row_Motion>& Motion,
+std::vector<Row_Value> Steps_Of(const Run_View& View, const std::vector<Row_Steps>& Motion,
                                 const Step_Of_Row& Step_Of, const char* Name, bool Is_Mm) {
   std::vector<Row_Value> Rows;
   for (std::size_t i = 0; i < Motion.size(); ++i) {
@@ -250,11 +250,11 @@ std::string Motion_Heading(std::size_t Camera, std::size_t Board) {
 }
 
 void Add_Motion(Element Section, const Run_View& View) {
-  const std::vector<Row_Motion> Motion = Measure_Motion(View);
-  const auto Camera = [](const Row_Motion& Row) -> const std::optional<Tracker_Step>& {
+  const std::vector<Row_Steps> Motion = Measure_Motion(View);
+  const auto Camera = [](const Row_Steps& Row) -> const std::optional<Tracker_Step>& {
     return Row.Camera;
   };
-  const auto Board = [](const Row_Motion& Row) -> const std::optional<Tracker_Step>& {
+  const auto Board = [](const Row_Steps& Row) -> const std::optional<Tracker_Step>& {
     return Row.Board;
   };
   const auto Camera_Mm = Steps_Of(View, Motion, Camera, "camera's", true);

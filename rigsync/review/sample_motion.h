@@ -18,14 +18,14 @@ struct Tracker_Step {
   bool Is_Repeat = false;
 };
 
-struct Row_Motion {
+struct Row_Steps {
   // None for the first row, and where this row or the one before has no sample that is a pose.
   std::optional<Tracker_Step> Camera, Board;
 };
 
 // One for each row of the view. A tracker that repeats itself in most rows stands still: none of
 // its steps is called a repeat.
-std::vector<Row_Motion> Measure_Motion(const Run_View& View);
+std::vector<Row_Steps> Measure_Motion(const Run_View& View);
 
 }  // namespace rigsync
 

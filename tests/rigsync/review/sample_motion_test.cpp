@@ -49,7 +49,7 @@ TEST(SampleMotion, ARowWithoutASampleHasNoStepAndNorHasTheNext) {
 TEST(SampleMotion, ATrackerThatStandsStillIsNotStale) {
   const auto Motion = Measure_Motion(
       View_Of({Sample_At(1), Sample_At(1), Sample_At(1), Sample_At(1), Sample_At(2)}));
-  for (const Row_Motion& Row : Motion) EXPECT_FALSE(Row.Camera && Row.Camera->Is_Repeat);
+  for (const Row_Steps& Row : Motion) EXPECT_FALSE(Row.Camera && Row.Camera->Is_Repeat);
 }
 
 }  // namespace
