@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// joint_solve [CAPTURES [FIRST_SEED [NAME]]]: both mounts solved together, beside the closed forms
-// of Shah and of Park and Martin, on captures whose truth is known. No image is drawn: the
-// simulator plans the poses, and board poses are off by what noise of the corners and the lens
-// solved from them do to first order. Prints a table: median errors of Transform_Cam_Tc, the part
-// of captures in which the truth is inside the stated 95 % (of the six axes together, and of the
-// axes with the least and the most), and what became of bad rows; how often a slip is found; and
-// the time that it takes.
+// joint_solve [CAPTURES [FIRST_SEED [NAME]]] (NAME lag: only what a lag does): both mounts solved
+// together, beside the closed forms of Shah and of Park and Martin, on captures whose truth is
+// known. No image is drawn: the simulator plans the poses, and board poses are off by what noise of
+// the corners and the lens solved from them do to first order. Prints a table: median errors of
+// Transform_Cam_Tc, the part of captures in which the truth is inside the stated 95 % (of the six
+// axes together, and of the axes with the least and the most), and what became of bad rows; how
+// often a slip is found; what a lag between pictures and samples does, solved and unsolved; and the
+// time that it takes.
 #include "rigsync/solve/joint_solve.h"
 #include "rigsync/solve/closed_form.h"
 #include "rigsync/solve/slip.h"
@@ -59,6 +60,10 @@ struct Setting {
   Fixed Standing = Fixed::None;
   double Slip_Mm = 0.0;   // from a drawn row on, and a tenth of it in degrees
   double Nudge_Mm = 0.0;  // by which the camera that stands is pushed once, with its tracker
+  // Each body moves at this speed in a direction of its own, as a recording shows it with noise.
+  double Speed_Mm = 0.0, Speed_Deg = 0.0;
+  double Speed_Noise_Mm = 0.3, Speed_Noise_Deg = 0.03;
+  double Lag_Seconds = 0.0;
 };
 
 std::vector<Setting> Settings() {
@@ -176,6 +181,39 @@ Isometry3d Reported(const Isometry3d& True_Pose, const Setting& Of, double Facto
   return Pose;
 }
 
+rigsync::Body_Velocity Drawn_Velocity(const Setting& Of, simulate::Random& Random) {
+  rigsync::Body_Velocity Velocity;
+  Velocity.Linear = 1e-3 * Of.Speed_Mm * Random.Direction();
+  Velocity.Angular = Of.Speed_Deg * Radian_In_Degrees * Random.Direction();
+  return Velocity;
+}
+
+// Where the body was, by the velocity that it had.
+Isometry3d Earlier(const Isometry3d& Pose, const rigsync::Body_Velocity& Velocity, double Seconds) {
+  Isometry3d Before = Pose;
+  Before.linear() = By_Turn(-Seconds * Velocity.Angular) * Pose.linear();
+  Before.translation() -= Seconds * Velocity.Linear;
+  return Before;
+}
+
+void Blur(const Setting& Of, simulate::Random& Random, rigsync::Body_Velocity& Velocity) {
+  Velocity.Linear += 1e-3 * Of.Speed_Noise_Mm * Random.Gaussian_Vector();
+  Velocity.Angular += Of.Speed_Noise_Deg * Radian_In_Degrees * Random.Gaussian_Vector();
+}
+
+// Samples that are late, and the velocities.
+void Add_Lag(const Setting& Of, simulate::Random& Random, Observation& Row) {
+  rigsync::Row_Motion Motion{Drawn_Velocity(Of, Random), Drawn_Velocity(Of, Random)};
+  if (Of.Standing == Fixed::Camera_Stands) Motion.Camera = {};
+  if (Of.Standing == Fixed::Board_Stands) Motion.Board = {};
+  Row.Transform_Tc_Base =
+      Earlier(Row.Transform_Tc_Base.inverse(), Motion.Camera, Of.Lag_Seconds).inverse();
+  Row.Transform_Base_Tr = Earlier(Row.Transform_Base_Tr, Motion.Board, Of.Lag_Seconds);
+  Blur(Of, Random, Motion.Camera);
+  Blur(Of, Random, Motion.Board);
+  Row.Motion = Motion;
+}
+
 Isometry3d Stale(const Isometry3d& Pose, const Setting& Of, simulate::Random& Random) {
   Isometry3d Old = Pose;
   Old.linear() = By_Turn(Of.Stale_Deg * Radian_In_Degrees * Random.Direction()) * Old.linear();
@@ -266,6 +304,7 @@ Capture Make_Capture(const Setting& Of, unsigned Seed) {
     if (Made.Is_Stale.back()) Camera = Stale(Camera, Of, Random);
     Row.Transform_Tc_Base = Reported(Camera, Of, 1.0, Random).inverse();
     Row.Transform_Base_Tr = Reported(On_Board, Of, Of.Board_Factor, Random);
+    if (Of.Speed_Mm > 0.0 || Of.Speed_Deg > 0.0) Add_Lag(Of, Random, Row);
     Made.Seen.Rows.push_back(Row);
   }
   Made.Seen.Corner_Variance = Corner_Deviation_Px * Corner_Deviation_Px;
@@ -449,6 +488,117 @@ void Print_Slips(unsigned First_Seed, int Captures) {
   Run_Slips(Stale, First_Seed, Captures);
 }
 
+struct Lag_Tally {
+  Errors Unsolved, Solved, Known;
+  std::vector<double> Lag_Errors_Ms, Half_Widths_Ms;
+  int Lag_Inside = 0, Mount_Inside = 0, Unsolved_Inside = 0, Found = 0, Not_Seen = 0, Open = 0;
+  int Good_Dropped_Unsolved = 0, Good_Dropped = 0, Failed = 0;
+};
+
+int Dropped_Good_Rows(const Capture& Made, const rigsync::Joint_Solution& Solution) {
+  return static_cast<int>(std::count_if(
+      Solution.Rows.begin(), Solution.Rows.end(),
+      [&Made](const rigsync::Solved_Row& Row) { return !Row.Is_Kept && !Made.Is_Stale[Row.Row]; }));
+}
+
+int Is_Mount_Inside(const Capture& Made, const rigsync::Joint_Solution& Solution) {
+  const Vector6d Error =
+      rigsync::Motion_Between(Solution.At.Transform_Cam_Tc, Made.Transform_Cam_Tc);
+  return Solution.Camera_Mount.Probability_Nearer(Error) <= 0.95 ? 1 : 0;
+}
+
+void Count_Lag(const Setting& Of, const Capture& Made, Lag_Tally& Sum) {
+  rigsync::Joint_Options Solving, Knowing;
+  Solving.Lag.Is_Solved = true;
+  Knowing.Lag.Seconds = Of.Lag_Seconds;
+  const rigsync::Joint_Solution Without = rigsync::Solve_Mounts(Made.Seen);
+  const rigsync::Joint_Solution With = rigsync::Solve_Mounts(Made.Seen, Solving);
+  const rigsync::Joint_Solution Known = rigsync::Solve_Mounts(Made.Seen, Knowing);
+  if (With.Status != rigsync::Solve_Status::Solved || Without.Rows.empty() || Known.Rows.empty()) {
+    ++Sum.Failed;
+    return;
+  }
+  Sum.Unsolved.Add(Made.Transform_Cam_Tc, Without.At.Transform_Cam_Tc);
+  Sum.Solved.Add(Made.Transform_Cam_Tc, With.At.Transform_Cam_Tc);
+  Sum.Known.Add(Made.Transform_Cam_Tc, Known.At.Transform_Cam_Tc);
+  const double Error = std::abs(With.Lag->Seconds - Of.Lag_Seconds);
+  Sum.Lag_Errors_Ms.push_back(1e3 * Error);
+  Sum.Half_Widths_Ms.push_back(1e3 * With.Lag->Half_Width_Seconds);
+  Sum.Lag_Inside += Error <= With.Lag->Half_Width_Seconds ? 1 : 0;
+  Sum.Mount_Inside += Is_Mount_Inside(Made, With);
+  Sum.Unsolved_Inside += Is_Mount_Inside(Made, Without);
+  const rigsync::Lag_Evidence Evidence = rigsync::Evidence_Of(*With.Lag);
+  Sum.Found += Evidence == rigsync::Lag_Evidence::Found ? 1 : 0;
+  Sum.Not_Seen += Evidence == rigsync::Lag_Evidence::Not_Seen ? 1 : 0;
+  Sum.Open += Evidence == rigsync::Lag_Evidence::Open ? 1 : 0;
+  Sum.Good_Dropped_Unsolved += Dropped_Good_Rows(Made, Without);
+  Sum.Good_Dropped += Dropped_Good_Rows(Made, With);
+}
+
+void Run_Lags(const Setting& Of, unsigned First_Seed, int Captures) {
+  Lag_Tally Sum;
+  for (int k = 0; k < Captures; ++k) {
+    Count_Lag(Of, Make_Capture(Of, First_Seed + static_cast<unsigned>(k)), Sum);
+  }
+  const double Count = std::max<double>(1.0, static_cast<double>(Sum.Solved.Mm.size()));
+  std::printf(
+      "| %-30s | %.2f %.3f | %.2f %.3f | %.2f %.3f | %.1f | %.1f | %.1f | %.1f | %.1f | %d %d %d "
+      "| %d %d | %d |\n",
+      Of.Name.c_str(), Median(Sum.Unsolved.Mm), Median(Sum.Unsolved.Deg), Median(Sum.Solved.Mm),
+      Median(Sum.Solved.Deg), Median(Sum.Known.Mm), Median(Sum.Known.Deg),
+      Median(Sum.Lag_Errors_Ms), Median(Sum.Half_Widths_Ms), 100 * Sum.Lag_Inside / Count,
+      100 * Sum.Mount_Inside / Count, 100 * Sum.Unsolved_Inside / Count, Sum.Found, Sum.Not_Seen,
+      Sum.Open, Sum.Good_Dropped_Unsolved, Sum.Good_Dropped, Sum.Failed);
+  std::fflush(stdout);
+}
+
+struct Lag_Row {
+  double Lag_Ms, Speed_Mm, Speed_Deg, Position_Mm;
+  int Images = 24, Stale = 0;
+  Fixed Standing = Fixed::None;
+};
+
+void Print_Lags(unsigned First_Seed, int Captures) {
+  std::printf(
+      "\n| lag and speed | unsolved | solved | known | lag off, ms | +- ms | lag inside %% | mount "
+      "inside %% | unsolved %% | found, not seen, open | good dropped unsolved, solved | failed |\n"
+      "| --- | --- | --- | --- | --- | --- | --- | --- | --- | --- | --- | --- |\n");
+  const Lag_Row Rows[] = {{100, 10, 0.5, 0.3},
+                          {0, 10, 0.5, 0.3},
+                          {30, 10, 0.5, 0.3},
+                          {-60, 10, 0.5, 0.3},
+                          {100, 10, 0.5, 0.1},
+                          {100, 10, 0.5, 1.0},
+                          {100, 3, 0.15, 0.3},
+                          {0, 3, 0.15, 0.3},
+                          {100, 0, 0.5, 0.3},
+                          {100, 10, 0, 0.3},
+                          {0, 0.01, 0, 0.3},
+                          {250, 30, 2, 0.3},
+                          {100, 30, 2, 0.1},
+                          {100, 10, 0.5, 0.3, 12},
+                          {100, 10, 0.5, 0.3, 24, 6},
+                          {100, 10, 0.5, 0.3, 24, 0, Fixed::Camera_Stands},
+                          {100, 10, 0.5, 0.3, 24, 0, Fixed::Board_Stands}};
+  for (const Lag_Row& Row : Rows) {
+    Setting Of;
+    char Name[100];
+    std::snprintf(Name, sizeof Name, "%.0f ms, %g mm/s %g deg/s, noise %.1f mm, %d, %d stale%s",
+                  Row.Lag_Ms, Row.Speed_Mm, Row.Speed_Deg, Row.Position_Mm, Row.Images, Row.Stale,
+                  Row.Standing == Fixed::None ? "" : ", one stands");
+    Of.Name = Name;
+    Of.Lag_Seconds = 1e-3 * Row.Lag_Ms;
+    Of.Speed_Mm = Row.Speed_Mm;
+    Of.Speed_Deg = Row.Speed_Deg;
+    Of.Position_Mm = Row.Position_Mm;
+    Of.Rotation_Deg = 0.1 * Row.Position_Mm;
+    Of.Images = Row.Images;
+    Of.Stale = Row.Stale;
+    Of.Standing = Row.Standing;
+    Run_Lags(Of, First_Seed, Captures);
+  }
+}
+
 void Print_Times(unsigned First_Seed) {
   for (const int Images : {24, 60, 200}) {
     Setting Of;
@@ -488,7 +638,8 @@ int main(int Count, char** Arguments) {
   for (const Setting& Of : Settings()) {
     if (Of.Name.find(Only) != std::string::npos) Run(Of, First_Seed, Captures);
   }
-  Print_Slips(First_Seed, Captures);
+  if (Only != "lag") Print_Slips(First_Seed, Captures);
+  if (Only.empty() || Only == "lag") Print_Lags(First_Seed, Captures);
   std::printf("\n");
   Print_Times(First_Seed);
   return 0;

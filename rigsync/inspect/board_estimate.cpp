@@ -56,7 +56,10 @@ double Measured_Place::Half_Width_At(const Vector3d& Point_Chart) const {
 // again without it.
 Measured_Place Measure_Place(const Capture_Solution& Solution) {
   const bool Had_Prior = Solution.Place && Solution.Place->Is_Prior;
-  const Joint_Solution Own = Had_Prior ? Solve_Mounts(Solution.Seen) : Solution.Joint;
+  Joint_Options Without_Prior;
+  Without_Prior.Lag.Seconds = Solution.Joint.At.Lag_Seconds;
+  const Joint_Solution Own =
+      Had_Prior ? Solve_Mounts(Solution.Seen, Without_Prior) : Solution.Joint;
   return {Own.At.Transform_Tr_Chart, Own.Board_Mount};
 }
 

@@ -42,23 +42,26 @@ Place_Comparison Compare(const Board_Prior& Prior, const Joint_Solution& Joint,
 
 }  // namespace
 
-std::vector<Row_Facts> Facts_Of(const std::vector<Capture_Row>& Rows, const Board_Search& Search) {
+std::vector<Row_Facts> Facts_Of(const std::vector<Capture_Row>& Rows, const Board_Search& Search,
+                                const Row_Motions& Motions) {
   std::vector<Row_Facts> Facts;
   for (std::size_t i = 0; i < Rows.size(); ++i) {
     const Searched_Image& Image = Search.Images[i];
     if (!Rows[i].Is_Sound || Image.State != Image_State::Board_Found) continue;
-    Facts.push_back({i, Rows[i].Camera, Rows[i].Board, Image.Corners});
+    Facts.push_back({i, Rows[i].Camera, Rows[i].Board, Image.Corners,
+                     i < Motions.size() ? Motions[i] : std::nullopt});
   }
   return Facts;
 }
 
 Capture_Solution Solve_Capture(const std::vector<Row_Facts>& Facts, const Board_Size& Board,
                                double Square_Size, const Lens& Lens_Px,
-                               const std::optional<Stated_Place>& Stated) {
+                               const std::optional<Stated_Place>& Stated, const Lag_Choice& Lag) {
   Capture_Solution Solution;
   Solution.Lens_Px = Lens_Px;
   Solution.Seen = Observe(Facts, Board, Square_Size, Lens_Px);
   Joint_Options Options;
+  Options.Lag = Lag;
   Solution.Joint = Solve_Mounts(Solution.Seen, Options);
   if (Stated && Has_Answer(Solution.Joint)) {
     const Eigen::Vector3d Centre_Chart(0.5 * (Board.Cols - 1) * Square_Size,

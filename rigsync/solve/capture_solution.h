@@ -43,14 +43,20 @@ struct Capture_Solution {
   std::optional<Place_Comparison> Place;  // none without a stated place, or when nothing was solved
 };
 
+// The motion of each row of the CSV while its picture was taken; none for one of which it isn't
+// known. Empty when nothing was recorded.
+using Row_Motions = std::vector<std::optional<Row_Motion>>;
+
 // What the sound rows of a capture bring in which the board was found.
-std::vector<Row_Facts> Facts_Of(const std::vector<Capture_Row>& Rows, const Board_Search& Search);
+std::vector<Row_Facts> Facts_Of(const std::vector<Capture_Row>& Rows, const Board_Search& Search,
+                                const Row_Motions& Motions = {});
 
 // Solves first without the stated place, and again with it as a prior where the capture does not
 // contradict it.
 Capture_Solution Solve_Capture(const std::vector<Row_Facts>& Facts, const Board_Size& Board,
                                double Square_Size, const Lens& Lens_Px,
-                               const std::optional<Stated_Place>& Stated = {});
+                               const std::optional<Stated_Place>& Stated = {},
+                               const Lag_Choice& Lag = {});
 
 }  // namespace rigsync
 

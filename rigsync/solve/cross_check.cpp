@@ -98,12 +98,15 @@ Mount_And_Lens_Matrix Covariance_Of(const Joint_Solution& Joint, const Matrix6d&
   return Covariance;
 }
 
+// With the lag of the whole capture: both halves have the same one, and neither knows it as well.
 std::optional<Solved_Half> Solve_Half(const std::vector<Row_Facts>& Rows, const Board_Size& Board,
-                                      double Square_Size, const Lens& Start) {
-  const auto Own_Lens = Refine_Lens(Rows, Board, Square_Size, Start);
+                                      double Square_Size, const Capture_Solution& Whole) {
+  const auto Own_Lens = Refine_Lens(Rows, Board, Square_Size, Whole.Lens_Px);
   if (!Own_Lens) return std::nullopt;
   const Observations Seen = Observe(Rows, Board, Square_Size, *Own_Lens);
-  const Joint_Solution Joint = Solve_Mounts(Seen);
+  Joint_Options Options;
+  Options.Lag.Seconds = Whole.Joint.At.Lag_Seconds;
+  const Joint_Solution Joint = Solve_Mounts(Seen, Options);
   if (Joint.Status != Solve_Status::Solved) return std::nullopt;
   Solved_Half Half;
   Half.Answer = {Rows.size(), *Own_Lens, Joint.At.Transform_Cam_Tc};
@@ -216,8 +219,8 @@ Cross_Check Check_Halves(const std::vector<Row_Facts>& Facts, const Board_Size& 
   if (Whole.Joint.Status != Solve_Status::Solved) {
     return Not_Compared(Cross_Status::Whole_Unsolved);
   }
-  const auto Odd = Solve_Half(Half_Of(Facts, Whole.Joint, 0), Board, Square_Size, Whole.Lens_Px);
-  const auto Even = Solve_Half(Half_Of(Facts, Whole.Joint, 1), Board, Square_Size, Whole.Lens_Px);
+  const auto Odd = Solve_Half(Half_Of(Facts, Whole.Joint, 0), Board, Square_Size, Whole);
+  const auto Even = Solve_Half(Half_Of(Facts, Whole.Joint, 1), Board, Square_Size, Whole);
   if (!Odd || !Even) return Not_Compared(Cross_Status::Half_Unsolved);
   Cross_Check Check;
   Check.Status = Cross_Status::Compared;

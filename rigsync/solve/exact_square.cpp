@@ -16,6 +16,7 @@ Exact_Square Fit_Exact_Square(const std::vector<Observation>& Rows, const Joint_
   Square.Fit = Fit_Rows(Rows, Start, Free.Variance, Exact_Settings);
   if (!Square.Fit.Has_Converged) return Square;
   Square.Motion = Step_Between(Free.At, Square.Fit.At);
+  Square.Lag_Change = Square.Fit.At.Lag_Seconds - Free.At.Lag_Seconds;
   // Each likelihood lacks the constant of its own prior.
   const double Log_Odds = Square.Fit.Terms.Log_Likelihood - Free.Terms.Log_Likelihood +
                           std::log(Settings.Scale_Deviation / Exact_Scale_Deviation) +
@@ -36,6 +37,10 @@ Unknown_Uncertainty Average(const Unknown_Uncertainty& Free, const Unknown_Uncer
     Both.Row_Covariance_By_Variance[k] = Part * Exact.Row_Covariance_By_Variance[k] +
                                          (1.0 - Part) * Free.Row_Covariance_By_Variance[k];
   }
+  Both.Lag_Variance = Part * Exact.Lag_Variance + (1.0 - Part) * Free.Lag_Variance +
+                      Part * (1.0 - Part) * Square.Lag_Change * Square.Lag_Change;
+  Both.Lag_Variance_By_Variance =
+      Part * Exact.Lag_Variance_By_Variance + (1.0 - Part) * Free.Lag_Variance_By_Variance;
   return Both;
 }
 

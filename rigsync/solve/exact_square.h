@@ -22,6 +22,7 @@ struct Exact_Square {
   double Probability = 0;  // of the square being exact, by the rows
   Joint_Fit Fit;
   Unknown_Vector Motion = Unknown_Vector::Zero();  // to this fit from that with a free scale
+  double Lag_Change = 0;                           // likewise, seconds
 };
 
 // Prior_Probability is that of a square being exact before anything was seen; 0 leaves the scale

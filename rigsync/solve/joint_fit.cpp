@@ -2,6 +2,7 @@
 #include "rigsync/solve/joint_fit.h"
 
 #include "rigsync/geometry/statistics.h"
+#include "rigsync/solve/lag_solve.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,12 +63,16 @@ Point After_Step(const std::vector<Observation>& Rows, const Point& From,
                  const Likelihood_Terms& Terms, const Fit_Settings& Settings) {
   const double Squares = Weighted_Squares(From.Rows, Terms.Weights, From.Prior);
   Unknown_Vector Step = Terms.Step;
+  double Lag_Step = Terms.Lag ? Terms.Lag->Step : 0.0;
   Point Next = From;
   for (int k = 0; k < Most_Halvings; ++k) {
-    Next = Linearise_Point(Rows, Moved(From.At, Step), Settings);
+    Mounts At = Moved(From.At, Step);
+    At.Lag_Seconds += Lag_Step;
+    Next = Linearise_Point(Rows, At, Settings);
     // Rounding alone makes a settled fit worse by some 1e-9 of itself.
     if (Weighted_Squares(Next.Rows, Terms.Weights, Next.Prior) <= Squares * (1.0 + 1e-9)) break;
     Step *= 0.5;
+    Lag_Step *= 0.5;
   }
   return Next;
 }
@@ -115,6 +120,7 @@ Linear_Prior Linearise_Prior(const Mounts& At, const Fit_Settings& Settings) {
         Motion_Between(At.Transform_Tr_Chart, Settings.Prior->Transform_Tr_Chart);
   }
   Prior.Information = Deviations.cwiseAbs2().cwiseInverse().asDiagonal();
+  if (Settings.Solves_Lag) Prior.Lag = {1.0 / (Lag_Deviation * Lag_Deviation), -At.Lag_Seconds};
   return Prior;
 }
 

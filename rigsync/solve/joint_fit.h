@@ -30,6 +30,7 @@ struct Fit_Settings {
   Moving_Trackers Moving;
   double Scale_Deviation = 0;  // of the stated square, as a part of it
   std::optional<Board_Prior> Prior;
+  bool Solves_Lag = false;  // otherwise it stays where the fit starts
 };
 
 struct Joint_Fit {

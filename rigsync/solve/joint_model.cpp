@@ -25,6 +25,18 @@ Eigen::Matrix3d Position_Shape(const Eigen::Matrix3d& Rotation_Cam_Base,
           (Noisy_Axis_Factor - 1.0) * Axis_Cam * Axis_Cam.transpose());
 }
 
+// The motion of the predicted pose per second of the lag.
+Vector6d Prediction_By_Lag(const Observation& Seen, const Mounts& At,
+                           const Tracker_Poses& Trackers) {
+  const Eigen::Matrix3d Rotation_Cam_Base =
+      At.Transform_Cam_Tc.linear() * Trackers.Transform_Tc_Base.linear();
+  const Vector6d Motion_Base = Motion_Seen_By_Camera(
+      Seen, Trackers, Trackers.Transform_Base_Tr * At.Transform_Tr_Chart.translation());
+  Vector6d Motion;
+  Motion << Rotation_Cam_Base * Motion_Base.head<3>(), Rotation_Cam_Base * Motion_Base.tail<3>();
+  return Motion;
+}
+
 }  // namespace
 
 Mounts Moved(const Mounts& At, const Unknown_Vector& Step) {
@@ -32,6 +44,7 @@ Mounts Moved(const Mounts& At, const Unknown_Vector& Step) {
   After.Transform_Cam_Tc = Moved(At.Transform_Cam_Tc, Step.segment<6>(Camera_Mount));
   After.Transform_Tr_Chart = Moved(At.Transform_Tr_Chart, Step.segment<6>(Board_Mount));
   After.Square_Scale = At.Square_Scale * std::exp(Step[Scale_Unknown]);
+  After.Lag_Seconds = At.Lag_Seconds;
   return After;
 }
 
@@ -44,7 +57,8 @@ Unknown_Vector Step_Between(const Mounts& From, const Mounts& To) {
 }
 
 Eigen::Isometry3d Predicted_Transform_Cam_Chart(const Observation& Seen, const Mounts& At) {
-  return At.Transform_Cam_Tc * Seen.Transform_Tc_Base * Seen.Transform_Base_Tr *
+  const Tracker_Poses Trackers = Poses_At_Picture(Seen, At.Lag_Seconds);
+  return At.Transform_Cam_Tc * Trackers.Transform_Tc_Base * Trackers.Transform_Base_Tr *
          At.Transform_Tr_Chart;
 }
 
@@ -54,9 +68,10 @@ Row_Model Linearise(const Observation& Seen, const Mounts& At) {
   Observed.translation() *= At.Square_Scale;
   Row_Model Row;
   Row.Residual = Motion_Between(Predicted, Observed);
+  const Tracker_Poses Trackers = Poses_At_Picture(Seen, At.Lag_Seconds);
   const Eigen::Matrix3d Rotation_Cam_Tr = At.Transform_Cam_Tc.linear() *
-                                          Seen.Transform_Tc_Base.linear() *
-                                          Seen.Transform_Base_Tr.linear();
+                                          Trackers.Transform_Tc_Base.linear() *
+                                          Trackers.Transform_Base_Tr.linear();
   // Both mounts turn and shift the predicted pose.
   Row.Derivative.block<6, 3>(0, Camera_Mount) =
       Turn_At_Lever(Predicted.translation() - At.Transform_Cam_Tc.translation());
@@ -67,6 +82,9 @@ Row_Model Linearise(const Observation& Seen, const Mounts& At) {
   // A turn of the predicted pose acts on the residual's from the right, and reversed.
   const Eigen::Matrix3d By_Turn = Turn_Derivative(Row.Residual.head<3>()).transpose();
   Row.Derivative.topRows<3>() = (By_Turn * Row.Derivative.topRows<3>()).eval();
+  if (!Seen.Motion) return Row;
+  Row.By_Lag = Prediction_By_Lag(Seen, At, Trackers);
+  Row.By_Lag.head<3>() = (By_Turn * Row.By_Lag.head<3>()).eval();
   return Row;
 }
 

@@ -31,6 +31,15 @@ std::vector<Observation> Usable_Rows(const Observations& Seen) {
   return Usable;
 }
 
+// A tracker that stands still has velocities of noise alone.
+void Hold_Still_Trackers(const Moving_Trackers& Moving, std::vector<Observation>& Rows) {
+  for (Observation& Seen : Rows) {
+    if (!Seen.Motion) continue;
+    if (!Moving.Camera) Seen.Motion->Camera = {};
+    if (!Moving.Board) Seen.Motion->Board = {};
+  }
+}
+
 std::vector<Observation> Kept_Rows(const std::vector<Observation>& Rows,
                                    const std::vector<bool>& Is_Kept) {
   std::vector<Observation> Kept;
@@ -104,9 +113,14 @@ Unknown_Matrix Rest_Part(const Capture_Rest& Rest, const Mounts& At) {
 Unknown_Uncertainty Uncertainty_Of(const Joint_Fit& Fit, const std::vector<Observation>& Kept,
                                    const Observations& Seen, const Capture_Rest& Rest,
                                    const Fit_Settings& Settings) {
-  return Describe_Unknowns(Fit.Rows, Fit.Terms, Fit.Variance,
-                           Lens_Part(Kept, Fit, Seen.Lens_Covariance) + Rest_Part(Rest, Fit.At) +
-                               Open_Part(Kept, Fit, Settings));
+  Unknown_Uncertainty Unknown =
+      Describe_Unknowns(Fit.Rows, Fit.Terms, Fit.Variance,
+                        Lens_Part(Kept, Fit, Seen.Lens_Covariance) + Rest_Part(Rest, Fit.At) +
+                            Open_Part(Kept, Fit, Settings));
+  if (!Fit.Terms.Lag) return Unknown;
+  const auto By_Lens = Lag_By_Lens(Kept, Fit);
+  Unknown.Lag_Variance += Lens_Factor(Fit) * By_Lens.dot(By_Lens * Seen.Lens_Covariance);
+  return Unknown;
 }
 
 void Describe_Uncertainty(const Unknown_Uncertainty& Unknown, Joint_Solution& Solution) {
@@ -114,6 +128,14 @@ void Describe_Uncertainty(const Unknown_Uncertainty& Unknown, Joint_Solution& So
   Solution.Board_Mount = Describe_Mount(Unknown, Board_Mount);
   Solution.Scale_Deviation =
       Solution.At.Square_Scale * std::sqrt(Unknown.Covariance(Scale_Unknown, Scale_Unknown));
+}
+
+void Describe_Lag(const Unknown_Uncertainty& Unknown, const std::vector<Observation>& Kept,
+                  Joint_Solution& Solution) {
+  const bool Is_Solved = Solution.Settings.Solves_Lag;
+  if (!Is_Solved && Solution.At.Lag_Seconds == 0.0) return;
+  Solution.Lag = {Solution.At.Lag_Seconds, Is_Solved ? Lag_Half_Width(Unknown) : 0.0, !Is_Solved,
+                  Measure_Speed(Kept, Solution.At.Transform_Tr_Chart)};
 }
 
 // How the trackers' noise may be shared out. Either tracker may turn with three times the standard
@@ -158,6 +180,8 @@ Explained_Fit Explain(const std::vector<Observation>& Kept, const Joint_Fit& Fir
   const double Free_Part = std::max(1.0 - Square.Probability, 1e-12);
   Fit.Both.Log_Evidence = Free.Terms.Log_Likelihood - std::log(Free_Part) + std::log(Probability);
   Fit.Both.Motion = Step_Between(First.At, Free.At) + Square.Probability * Square.Motion;
+  Fit.Both.Lag_Change =
+      Free.At.Lag_Seconds - First.At.Lag_Seconds + Square.Probability * Square.Lag_Change;
   Fit.Both.Uncertainty = Uncertainty_Of(Free, Kept, Seen, Rest, Settings);
   if (Square.Probability > 0.0) {
     Settings.Scale_Deviation = Exact_Scale_Deviation;
@@ -211,9 +235,12 @@ void Describe_Fit(const Observations& Seen, const Capture_Rest& Rest, const Sele
     if (Mean.Probabilities[k] > Mean.Probabilities[Likeliest]) Likeliest = k;
   }
   Solution.At = Moved(First.At, Mean.Motion);
+  Solution.At.Lag_Seconds += Mean.Lag_Change;
   Solution.Widening =
       Widening(Measure_Disagreement(Fits[Likeliest].Free, Neighbouring_Rows(Kept)), Kept.size());
-  Describe_Uncertainty(Widened(Mean.Uncertainty, Solution.Widening), Solution);
+  const Unknown_Uncertainty Unknown = Widened(Mean.Uncertainty, Solution.Widening);
+  Describe_Uncertainty(Unknown, Solution);
+  Describe_Lag(Unknown, Kept, Solution);
   Solution.Variance = First.Variance;
   Solution.Noise = {std::sqrt(First.Variance[Corner_Noise]),
                     std::sqrt(First.Variance[Rotation_Noise]),
@@ -254,10 +281,13 @@ Joint_Solution Solve_Mounts(const Observations& Seen, const Joint_Options& Optio
   Solution.Settled = Usable_Rows(Seen);
   if (Solution.Settled.size() < Least_Rows) return Solution;
   const Capture_Rest Rest = Settle_Still_Trackers(Solution.Settled);
-  Solution.Settings = {Seen.Corner_Variance, Rest.Moving, Options.Scale_Deviation, Options.Prior};
+  Hold_Still_Trackers(Rest.Moving, Solution.Settled);
+  Solution.Settings = {Seen.Corner_Variance, Rest.Moving, Options.Scale_Deviation, Options.Prior,
+                       Options.Lag.Is_Solved};
   Solution.Status = Solve_Status::Not_Converged;
-  const auto Start = Find_Start(Solution.Settled);
+  auto Start = Find_Start(Solution.Settled);
   if (!Start) return Solution;
+  if (!Options.Lag.Is_Solved) Start->At.Lag_Seconds = Options.Lag.Seconds;
   const Selection Selected = Select_Rows(Solution.Settled, *Start, Solution.Settings);
   if (!Selected.Fit.Has_Converged || Selected.Distances.empty()) return Solution;
   Describe_Fit(Seen, Rest, Selected, Options.Exact_Square_Probability, Solution);

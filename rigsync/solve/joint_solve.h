@@ -7,6 +7,7 @@
 
 #include "rigsync/solve/capture_motion.h"
 #include "rigsync/solve/joint_fit.h"
+#include "rigsync/solve/lag_solve.h"
 #include "rigsync/solve/mount_uncertainty.h"
 #include "rigsync/solve/observation.h"
 #include "rigsync/solve/tracker_rest.h"
@@ -35,6 +36,8 @@ struct Joint_Options {
   // How probable it is, before anything was seen, that the stated square is exact. 0 leaves the
   // scale free.
   double Exact_Square_Probability = 0.5;
+  // Needs the motion of the rows: those without are taken to stand still.
+  Lag_Choice Lag = {};
 };
 
 // The noise that the capture shows, standard deviations on each axis.
@@ -63,6 +66,7 @@ struct Joint_Solution {
   double Scale_Deviation = std::numeric_limits<double>::infinity();  // of Square_Scale
   double Exact_Square_Probability = 0;                               // after the rows were seen
   Noise_Estimate Noise;
+  std::optional<Lag_Estimate> Lag;  // none where samples were taken as of the pictures' moments
   // Groups of neighbouring rows contradict each other by this much more than independent noise lets
   // them: all half-widths are stated this much wider, at least 1. They cover errors that are alike
   // in neighbouring poses as far as these differ within the capture, and no error that all rows

@@ -19,6 +19,10 @@ using Unknowns_By_Lens = Eigen::Matrix<double, Unknowns, Lens_Parameters>;
 // The step of the unknowns for a change of Fx, Fy, Cx, Cy, K1 and K2. Kept are the rows of the fit.
 Unknowns_By_Lens Follow_Lens(const std::vector<Observation>& Kept, const Joint_Fit& Fit);
 
+// The same of a lag that is an unknown, seconds.
+Eigen::Matrix<double, 1, Lens_Parameters> Lag_By_Lens(const std::vector<Observation>& Kept,
+                                                      const Joint_Fit& Fit);
+
 // By which the rows say that the variance of the lens is larger than the corners' scatter tells, at
 // least 1. Corners whose errors move boards by more than they scatter, being alike all over an
 // image, moved the lens by more too. It is the corners' factor as far as it is sure, by a standard

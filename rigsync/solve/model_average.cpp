@@ -31,6 +31,7 @@ Average_Explanation Average(const std::vector<Explanation>& All) {
   for (Unknown_Matrix& Derivative : Sum.Row_Covariance_By_Variance) Derivative.setZero();
   for (std::size_t i = 0; i < All.size(); ++i) {
     Mean.Motion += Mean.Probabilities[i] * All[i].Motion;
+    Mean.Lag_Change += Mean.Probabilities[i] * All[i].Lag_Change;
   }
   for (std::size_t i = 0; i < All.size(); ++i) {
     const double Part = Mean.Probabilities[i];
@@ -40,6 +41,9 @@ Average_Explanation Average(const std::vector<Explanation>& All) {
     for (std::size_t k = 0; k < Noise_Sources; ++k) {
       Sum.Row_Covariance_By_Variance[k] += Part * All[i].Uncertainty.Row_Covariance_By_Variance[k];
     }
+    const double Lag_Away = All[i].Lag_Change - Mean.Lag_Change;
+    Sum.Lag_Variance += Part * (All[i].Uncertainty.Lag_Variance + Lag_Away * Lag_Away);
+    Sum.Lag_Variance_By_Variance += Part * All[i].Uncertainty.Lag_Variance_By_Variance;
   }
   return Mean;
 }

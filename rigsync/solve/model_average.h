@@ -14,12 +14,14 @@ namespace rigsync {
 struct Explanation {
   double Log_Evidence = 0;  // of the rows under it, with its prior probability, up to a constant
   Unknown_Vector Motion = Unknown_Vector::Zero();  // from a point that all share to its solution
+  double Lag_Change = 0;                           // likewise, seconds
   Unknown_Uncertainty Uncertainty;
 };
 
 struct Average_Explanation {
   std::vector<double> Probabilities;  // in the order given, adding up to 1
   Unknown_Vector Motion = Unknown_Vector::Zero();
+  double Lag_Change = 0;
   Unknown_Uncertainty Uncertainty;
 };
 

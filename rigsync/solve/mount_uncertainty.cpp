@@ -2,6 +2,7 @@
 #include "rigsync/solve/mount_uncertainty.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/solve/lag_solve.h"
 
 #include <Eigen/Cholesky>
 #include <Eigen/Eigenvalues>
@@ -15,13 +16,10 @@
 namespace rigsync {
 namespace {
 
-// From here on t and F are those of a known covariance, to a thousandth.
-constexpr double Most_Freedom = 1e5;
-
 constexpr double Mm_In_Metre = 1000.0;
 
 double Bounded_Freedom(double Freedom) {
-  return Freedom >= 1.0 ? std::min(Freedom, Most_Freedom) : 1.0;
+  return Freedom >= 1.0 ? std::min(Freedom, Known_Freedom) : 1.0;
 }
 
 // What weights that were estimated add to the covariance.
@@ -58,7 +56,7 @@ double Freedom_Along(const Unknown_Uncertainty& Unknown, const Unknown_Vector& C
   }
   const double Variance = Combination.dot(Unknown.Covariance * Combination);
   const double Spread = Gradient.dot(Unknown.Variance_Covariance * Gradient);
-  return Bounded_Freedom(Spread > 0.0 ? 2.0 * Variance * Variance / Spread : Most_Freedom);
+  return Bounded_Freedom(Spread > 0.0 ? 2.0 * Variance * Variance / Spread : Known_Freedom);
 }
 
 Unknown_Vector Padded(const Vector6d& Direction, int First) {
@@ -115,6 +113,7 @@ Unknown_Uncertainty Describe_Unknowns(const std::vector<Linear_Row>& Rows,
     Unknown.Row_Covariance_By_Variance[k] =
         Terms.Covariance * Terms.Information_Loss[k] * Terms.Covariance;
   }
+  if (Terms.Lag) Add_Lag_Uncertainty(Rows, Terms, Unknown);
   return Unknown;
 }
 
@@ -122,6 +121,8 @@ Unknown_Uncertainty Widened(const Unknown_Uncertainty& Unknown, double Factor) {
   Unknown_Uncertainty Wide = Unknown;
   Wide.Covariance *= Factor * Factor;
   for (Unknown_Matrix& Derivative : Wide.Row_Covariance_By_Variance) Derivative *= Factor * Factor;
+  Wide.Lag_Variance *= Factor * Factor;
+  Wide.Lag_Variance_By_Variance *= Factor * Factor;
   return Wide;
 }
 

@@ -45,6 +45,9 @@ struct Unknown_Uncertainty {
   // Derivative of the rows' part by each variance.
   std::array<Unknown_Matrix, Noise_Sources> Row_Covariance_By_Variance;
   Eigen::Matrix3d Variance_Covariance = Eigen::Matrix3d::Zero();
+  // The same of the lag, seconds^2; 0 where it is no unknown.
+  double Lag_Variance = 0;
+  Variances Lag_Variance_By_Variance = Variances::Zero();
 };
 
 // Rows and terms at the solution. Known_Covariance is what else moves the unknowns: the lens, the
@@ -58,6 +61,9 @@ Unknown_Uncertainty Widened(const Unknown_Uncertainty& Unknown, double Factor);
 
 // Of the six unknowns that begin at First (Camera_Mount or Board_Mount).
 Mount_Uncertainty Describe_Mount(const Unknown_Uncertainty& Unknown, int First);
+
+// From here on t and F are those of a known covariance, to a thousandth.
+constexpr double Known_Freedom = 1e5;
 
 // The half-width of a 95 % interval in standard deviations, by the t distribution.
 double Half_Width_Factor(double Freedom);

@@ -148,7 +148,8 @@ std::optional<Observation> Observe_Row(const Row_Facts& Facts, const Board_Size&
   if (!Transform_Base_Tc || !Transform_Base_Tr) return std::nullopt;
   const auto Seen = Solve_Board_Pose(Facts.Corners, Board, Square_Size, Lens_Px);
   if (!Seen) return std::nullopt;
-  return Observation{Facts.Row, *Seen, Transform_Base_Tc->inverse(), *Transform_Base_Tr};
+  return Observation{Facts.Row, *Seen, Transform_Base_Tc->inverse(), *Transform_Base_Tr,
+                     Facts.Motion};
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "rigsync/capture/lens.h"
 #include "rigsync/capture/tracker_sample.h"
 #include "rigsync/solve/rigid_motion.h"
+#include "rigsync/solve/row_motion.h"
 
 #include <Eigen/Core>
 #include <Eigen/Geometry>
@@ -50,6 +51,7 @@ struct Observation {
   Board_Observation Board;
   Eigen::Isometry3d Transform_Tc_Base = Eigen::Isometry3d::Identity();
   Eigen::Isometry3d Transform_Base_Tr = Eigen::Isometry3d::Identity();
+  std::optional<Row_Motion> Motion = {};  // none where nobody recorded it
 };
 
 struct Observations {
@@ -64,6 +66,7 @@ struct Row_Facts {
   std::size_t Row = 0;
   Tracker_Sample Camera, Board;
   Corner_List Corners;
+  std::optional<Row_Motion> Motion = {};  // while the picture was taken; none if not known
 };
 
 // The pose of a tracker with the axes of Tc or Tr. None for a sample that holds NaN or infinity, or

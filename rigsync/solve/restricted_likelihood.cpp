@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/solve/restricted_likelihood.h"
 
+#include "rigsync/solve/lag_solve.h"
+
 #include <Eigen/Cholesky>
 #include <Eigen/LU>
 
@@ -64,11 +66,25 @@ void Solve_Step(const std::vector<Linear_Row>& Rows, const Linear_Prior& Prior, 
   Terms.Log_Likelihood = -0.5 * (Logarithms + Squares);
 }
 
+// What the lag makes of a row: its weighted residual and how much of it the unknowns explain.
+void Add_Row_Lag(const Linear_Row& Row, const Row_Derivative& Weighted, const Matrix6d& Weight,
+                 Lag_Terms& Lag, Vector6d& Left, Matrix6d& Explained) {
+  const Vector6d Followed = Weight * Following(Row, Lag);
+  Left -= Lag.Step * (Weight * Row.Model.By_Lag);
+  Explained += Lag.Variance * Followed * Followed.transpose();
+  for (std::size_t k = 0; k < Noise_Sources; ++k) {
+    const Vector6d Shaped = Row.Shapes[k] * Followed;
+    Lag.Mixed_Loss[k] += Weighted.transpose() * Shaped;
+    Lag.Loss[static_cast<int>(k)] += Followed.dot(Shaped);
+  }
+}
+
 // One row's part of score, information and their sums.
 void Add_Row(const Linear_Row& Row, const Matrix6d& Weight, Likelihood_Terms& Terms) {
   const Row_Derivative Weighted = Weight * Row.Model.Derivative;
-  const Vector6d Left = Weight * (Row.Model.Residual - Row.Model.Derivative * Terms.Step);
-  const Matrix6d Explained = Weighted * Terms.Covariance * Weighted.transpose();
+  Vector6d Left = Weight * (Row.Model.Residual - Row.Model.Derivative * Terms.Step);
+  Matrix6d Explained = Weighted * Terms.Covariance * Weighted.transpose();
+  if (Terms.Lag) Add_Row_Lag(Row, Weighted, Weight, *Terms.Lag, Left, Explained);
   std::array<Matrix6d, Noise_Sources> Weighted_Shapes, Explained_Shapes;
   for (std::size_t k = 0; k < Noise_Sources; ++k) {
     const Matrix6d& Shape = Row.Shapes[k];
@@ -87,6 +103,18 @@ void Add_Row(const Linear_Row& Row, const Matrix6d& Weight, Likelihood_Terms& Te
   }
 }
 
+// The lag's part of what follows.
+Eigen::Matrix3d Shared_Lag_Information(const Unknown_Matrix& Covariance, const Lag_Terms& Lag) {
+  Eigen::Matrix3d Sum = 0.5 * Lag.Variance * Lag.Variance * Lag.Loss * Lag.Loss.transpose();
+  for (std::size_t k = 0; k < Noise_Sources; ++k) {
+    for (std::size_t l = 0; l < Noise_Sources; ++l) {
+      Sum(static_cast<int>(k), static_cast<int>(l)) +=
+          Lag.Variance * Lag.Mixed_Loss[k].dot(Covariance * Lag.Mixed_Loss[l]);
+    }
+  }
+  return Sum;
+}
+
 // What the unknowns, which all rows share, take from the information of the variances.
 void Add_Shared_Information(Likelihood_Terms& Terms) {
   std::array<Unknown_Matrix, Noise_Sources> Shared;
@@ -99,6 +127,7 @@ void Add_Shared_Information(Likelihood_Terms& Terms) {
           0.5 * Trace_Of_Product(Shared[k], Shared[l]);
     }
   }
+  if (Terms.Lag) Terms.Variance_Information += Shared_Lag_Information(Terms.Covariance, *Terms.Lag);
 }
 
 // How far a variance reaches, as the rows resolve it.
@@ -145,6 +174,7 @@ Likelihood_Terms Evaluate_Likelihood(const std::vector<Linear_Row>& Rows, const 
   Terms.Weights.reserve(Rows.size());
   for (Unknown_Matrix& Loss : Terms.Information_Loss) Loss.setZero();
   Solve_Step(Rows, Prior, At, Terms);
+  if (Prior.Lag) Add_Lag(Rows, *Prior.Lag, Terms);
   for (std::size_t i = 0; i < Rows.size(); ++i) Add_Row(Rows[i], Terms.Weights[i], Terms);
   Add_Shared_Information(Terms);
   return Terms;
@@ -153,6 +183,7 @@ Likelihood_Terms Evaluate_Likelihood(const std::vector<Linear_Row>& Rows, const 
 double Weighted_Squares(const std::vector<Linear_Row>& Rows, const std::vector<Matrix6d>& Weights,
                         const Linear_Prior& Prior) {
   double Sum = Prior.Distance.dot(Prior.Information * Prior.Distance);
+  if (Prior.Lag) Sum += Prior.Lag->Information * Prior.Lag->Distance * Prior.Lag->Distance;
   for (std::size_t i = 0; i < Rows.size(); ++i) {
     Sum += Rows[i].Model.Residual.dot(Weights[i] * Rows[i].Model.Residual);
   }

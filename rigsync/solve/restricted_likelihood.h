@@ -13,6 +13,7 @@
 #include "rigsync/solve/joint_model.h"
 
 #include <array>
+#include <optional>
 #include <vector>
 
 namespace rigsync {
@@ -27,14 +28,30 @@ Matrix6d Row_Covariance(const Linear_Row& Row, const Variances& At);
 
 // What is known of the unknowns beside the rows: how sure (the inverse of a covariance), and how
 // far they are from what was said, in the sense of a step.
+struct Lag_Prior {
+  double Information = 0, Distance = 0;
+};
+
 struct Linear_Prior {
   Unknown_Matrix Information = Unknown_Matrix::Zero();
   Unknown_Vector Distance = Unknown_Vector::Zero();
+  std::optional<Lag_Prior> Lag;  // none: the lag is no unknown
+};
+
+// The part of a lag that is an unknown (lag_solve.h).
+struct Lag_Terms {
+  double Step = 0;                                          // seconds
+  double Variance = 0;                                      // seconds^2
+  Unknown_Vector Unknowns_By_Lag = Unknown_Vector::Zero();  // how the unknowns follow it
+  // Derivative of the information by each variance, reversed: of unknowns and lag, when the
+  // unknowns follow the lag, and of the lag.
+  std::array<Unknown_Vector, Noise_Sources> Mixed_Loss;
+  Variances Loss = Variances::Zero();
 };
 
 // Everything about one set of rows at one set of variances.
 struct Likelihood_Terms {
-  Unknown_Matrix Covariance = Unknown_Matrix::Zero();  // of the unknowns
+  Unknown_Matrix Covariance = Unknown_Matrix::Zero();  // of the unknowns, at a known lag
   Unknown_Vector Step = Unknown_Vector::Zero();        // to the least squares solution
   double Squares_Gained = 0;                           // by the step, as the derivatives say
   std::vector<Matrix6d> Weights;                       // of the rows: inverse covariances
@@ -43,6 +60,7 @@ struct Likelihood_Terms {
   Variances Score = Variances::Zero();  // derivative of the log likelihood by the variances
   Eigen::Matrix3d Variance_Information = Eigen::Matrix3d::Zero();  // expected
   double Log_Likelihood = 0;  // restricted, without its constant
+  std::optional<Lag_Terms> Lag;
 };
 
 Likelihood_Terms Evaluate_Likelihood(const std::vector<Linear_Row>& Rows, const Linear_Prior& Prior,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/solve/row_test.h"
 
+#include "rigsync/solve/lag_solve.h"
 #include "rigsync/solve/mount_uncertainty.h"
 
 #include <Eigen/Cholesky>
@@ -15,8 +16,12 @@ namespace {
 // prediction towards itself, and is further from what the others say than its residual shows.
 double Squared_Distance(const Linear_Row& Row, const Joint_Fit& Fit, bool Was_Fitted) {
   const Matrix6d Own = Row_Covariance(Row, Fit.Variance);
-  const Matrix6d By_Unknowns =
+  Matrix6d By_Unknowns =
       Row.Model.Derivative * Fit.Terms.Covariance * Row.Model.Derivative.transpose();
+  if (Fit.Terms.Lag) {
+    const Vector6d Followed = Following(Row, *Fit.Terms.Lag);
+    By_Unknowns += Fit.Terms.Lag->Variance * Followed * Followed.transpose();
+  }
   const Matrix6d Sum = Was_Fitted ? Matrix6d(Own - By_Unknowns) : Matrix6d(Own + By_Unknowns);
   // A residual's covariance after a fit is Own - By_Unknowns, and that of the row against the
   // others gives the same squared distance.
@@ -40,7 +45,8 @@ std::vector<Row_Distance> Test_Rows(const std::vector<Observation>& Rows,
   const std::vector<Linear_Row> All = Linearise_Rows(Rows, Fit.At, Settings);
   const Linear_Prior Prior = Linearise_Prior(Fit.At, Settings);
   const double Squares = Weighted_Squares(Fit.Rows, Fit.Terms.Weights, Prior);
-  const double Freedom = 6.0 * static_cast<double>(Fit.Rows.size()) - Unknowns;
+  const double Freedom =
+      6.0 * static_cast<double>(Fit.Rows.size()) - Unknowns - (Fit.Terms.Lag ? 1 : 0);
   std::vector<Row_Distance> Distances;
   for (std::size_t i = 0; i < All.size(); ++i) {
     const double Squared = Squared_Distance(All[i], Fit, Is_Kept[i]);

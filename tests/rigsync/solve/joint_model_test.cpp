@@ -64,6 +64,45 @@ TEST(JointModel, TheDerivativeIsThatOfDifferences) {
   }
 }
 
+rigsync::Row_Motion Some_Motion() {
+  rigsync::Row_Motion Motion;
+  Motion.Camera = {Vector3d(0.02, -0.05, 0.03), Vector3d(0.3, 0.1, -0.2)};
+  Motion.Board = {Vector3d(-0.04, 0.01, 0.06), Vector3d(-0.1, 0.4, 0.2)};
+  return Motion;
+}
+
+TEST(JointModel, TheDerivativeByTheLagIsThatOfDifferences) {
+  Observation Row = Row_Off();
+  Row.Motion = Some_Motion();
+  for (const double Lag_Seconds : {0.0, 0.2, -0.1}) {
+    Mounts At = True_Mounts(), Before = At, After = At;
+    At.Lag_Seconds = Lag_Seconds;
+    Before.Lag_Seconds = Lag_Seconds - Step;
+    After.Lag_Seconds = Lag_Seconds + Step;
+    const Vector6d Difference =
+        (rigsync::Linearise(Row, After).Residual - rigsync::Linearise(Row, Before).Residual) /
+        (2 * Step);
+    ASSERT_GT(Difference.norm(), 0.1);
+    EXPECT_LE((rigsync::Linearise(Row, At).By_Lag + Difference).norm(), Difference_Tolerance);
+  }
+}
+
+TEST(JointModel, TheOtherDerivativesFollowTheLag) {
+  Observation Row = Row_Off();
+  Row.Motion = Some_Motion();
+  Mounts At = True_Mounts();
+  At.Lag_Seconds = 0.2;
+  for (int k = 0; k < rigsync::Unknowns; ++k) {
+    const Unknown_Vector Change = Step * Unknown_Vector::Unit(k);
+    const Vector6d After = rigsync::Linearise(Row, rigsync::Moved(At, Change)).Residual;
+    const Vector6d Before = rigsync::Linearise(Row, rigsync::Moved(At, -Change)).Residual;
+    const Vector6d Difference = (After - Before) / (2 * Step);
+    EXPECT_LE((rigsync::Linearise(Row, At).Derivative.col(k) + Difference).norm(),
+              Difference_Tolerance)
+        << k;
+  }
+}
+
 // What a turn of a tracker in the tracking system does to the predicted pose, by differences.
 Matrix6d Shape_By_Differences(const Observation& Row, const Mounts& At, bool Camera, bool Board) {
   Matrix6d Sum = Matrix6d::Zero();

@@ -14,6 +14,7 @@
 
 namespace {
 
+using Eigen::Index;
 using Eigen::MatrixXd;
 using Eigen::VectorXd;
 using rigsync::Likelihood_Terms;
@@ -44,7 +45,22 @@ Case Make_Case() {
   return Made;
 }
 
-// All rows, with the prior as rows of its own, in one matrix each.
+// The same with rows that move, and the lag as an unknown.
+Case With_Lag() {
+  Case Made = Make_Case();
+  simulate::Random Random(5, 6);
+  for (Linear_Row& Row : Made.Rows) {
+    Row.Model.By_Lag << 0.02 * Random.Gaussian_Vector(), 0.01 * Random.Gaussian_Vector();
+  }
+  Made.Prior.Lag = {/*Information=*/4.0, /*Distance=*/-0.05};
+  return Made;
+}
+
+Index Unknowns_Of(const Case& Of) {
+  return Unknowns + (Of.Prior.Lag ? 1 : 0);
+}
+
+// All rows, with the prior as rows of its own, in one matrix each. The lag is the last unknown.
 struct Dense {
   MatrixXd Derivative, Covariance;
   VectorXd Residual;
@@ -52,21 +68,26 @@ struct Dense {
 };
 
 Dense As_Dense(const Case& Of) {
-  const auto Rows = static_cast<Eigen::Index>(Of.Rows.size());
-  const Eigen::Index All = 6 * Rows + Unknowns;
-  Dense Full{MatrixXd::Zero(All, Unknowns), MatrixXd::Zero(All, All), VectorXd::Zero(All), {}};
+  const auto Rows = static_cast<Index>(Of.Rows.size());
+  const Index Own = Unknowns_Of(Of), All = 6 * Rows + Own;
+  Dense Full{MatrixXd::Zero(All, Own), MatrixXd::Zero(All, All), VectorXd::Zero(All), {}};
   Full.Shapes.assign(Noise_Sources, MatrixXd::Zero(All, All));
-  for (Eigen::Index i = 0; i < Rows; ++i) {
+  for (Index i = 0; i < Rows; ++i) {
     const Linear_Row& Row = Of.Rows[static_cast<std::size_t>(i)];
-    Full.Derivative.middleRows<6>(6 * i) = Row.Model.Derivative;
+    Full.Derivative.block<6, Unknowns>(6 * i, 0) = Row.Model.Derivative;
+    if (Of.Prior.Lag) Full.Derivative.block<6, 1>(6 * i, Unknowns) = Row.Model.By_Lag;
     Full.Residual.segment<6>(6 * i) = Row.Model.Residual;
     for (std::size_t k = 0; k < Noise_Sources; ++k) {
       Full.Shapes[k].block<6, 6>(6 * i, 6 * i) = Row.Shapes[k];
     }
   }
-  Full.Derivative.bottomRows<Unknowns>().setIdentity();
-  Full.Residual.tail<Unknowns>() = Of.Prior.Distance;
-  Full.Covariance.bottomRightCorner<Unknowns, Unknowns>() = Of.Prior.Information.inverse();
+  Full.Derivative.bottomRows(Own).setIdentity();
+  Full.Residual.segment<Unknowns>(6 * Rows) = Of.Prior.Distance;
+  Full.Covariance.block<Unknowns, Unknowns>(6 * Rows, 6 * Rows) = Of.Prior.Information.inverse();
+  if (Of.Prior.Lag) {
+    Full.Residual[All - 1] = Of.Prior.Lag->Distance;
+    Full.Covariance(All - 1, All - 1) = 1.0 / Of.Prior.Lag->Information;
+  }
   for (std::size_t k = 0; k < Noise_Sources; ++k) {
     Full.Covariance += Of.At[static_cast<int>(k)] * Full.Shapes[k];
   }
@@ -80,8 +101,7 @@ MatrixXd Projector(const Dense& Full) {
          Weighted * (Full.Derivative.transpose() * Weighted).inverse() * Weighted.transpose();
 }
 
-TEST(RestrictedLikelihood, ScoreAndInformationAreThoseOfTheTextbook) {
-  const Case Made = Make_Case();
+void Expect_The_Textbooks_Score_And_Information(const Case& Made) {
   const Dense Full = As_Dense(Made);
   const MatrixXd P = Projector(Full);
   const Likelihood_Terms Terms = rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Made.At);
@@ -98,6 +118,14 @@ TEST(RestrictedLikelihood, ScoreAndInformationAreThoseOfTheTextbook) {
   }
 }
 
+TEST(RestrictedLikelihood, ScoreAndInformationAreThoseOfTheTextbook) {
+  Expect_The_Textbooks_Score_And_Information(Make_Case());
+}
+
+TEST(RestrictedLikelihood, ScoreAndInformationAllowForALag) {
+  Expect_The_Textbooks_Score_And_Information(With_Lag());
+}
+
 TEST(RestrictedLikelihood, StepAndCovarianceAreThoseOfGeneralisedLeastSquares) {
   const Case Made = Make_Case();
   const Dense Full = As_Dense(Made);
@@ -109,15 +137,33 @@ TEST(RestrictedLikelihood, StepAndCovarianceAreThoseOfGeneralisedLeastSquares) {
   EXPECT_LE((Terms.Step - Step).norm(), 1e-6 * Step.norm());
 }
 
-// Kenward and Roger's correction, in the paper's own terms.
-TEST(RestrictedLikelihood, WeightsThatWereEstimatedWidenTheCovariance) {
-  const Case Made = Make_Case();
+TEST(RestrictedLikelihood, ALagTakesItsStepWithAllUnknowns) {
+  const Case Made = With_Lag();
   const Dense Full = As_Dense(Made);
+  const MatrixXd Weight = Full.Covariance.inverse();
+  const MatrixXd Covariance = (Full.Derivative.transpose() * Weight * Full.Derivative).inverse();
+  const VectorXd Step = Covariance * Full.Derivative.transpose() * Weight * Full.Residual;
   const Likelihood_Terms Terms = rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Made.At);
+  ASSERT_TRUE(Terms.Lag);
+  EXPECT_NEAR(Terms.Lag->Step / Step[Unknowns], 1.0, 1e-6);
+  EXPECT_NEAR(Terms.Lag->Variance / Covariance(Unknowns, Unknowns), 1.0, 1e-6);
+  EXPECT_LE((Terms.Step - Step.head<Unknowns>()).norm(), 1e-6 * Step.norm());
+  EXPECT_LE((Terms.Lag->Variance * Terms.Lag->Unknowns_By_Lag -
+             Covariance.block<Unknowns, 1>(0, Unknowns))
+                .norm(),
+            1e-6 * Covariance.norm());
+  const double Squares = Full.Residual.dot(Weight * Full.Residual);
+  const VectorXd Left = Full.Residual - Full.Derivative * Step;
+  EXPECT_NEAR(Terms.Squares_Gained / (Squares - Left.dot(Weight * Left)), 1.0, 1e-6);
+}
+
+// Kenward and Roger's correction, in the paper's own terms.
+MatrixXd Corrected_Covariance(const Case& Made, const Likelihood_Terms& Terms) {
+  const Dense Full = As_Dense(Made);
   const MatrixXd Weight = Full.Covariance.inverse(), Weighted = Weight * Full.Derivative;
   const MatrixXd Phi = (Full.Derivative.transpose() * Weighted).inverse();
   const MatrixXd W = Terms.Variance_Information.inverse();
-  MatrixXd Sum = MatrixXd::Zero(Unknowns, Unknowns);
+  MatrixXd Sum = MatrixXd::Zero(Unknowns_Of(Made), Unknowns_Of(Made));
   for (Eigen::Index k = 0; k < Noise_Sources; ++k) {
     for (Eigen::Index l = 0; l < Noise_Sources; ++l) {
       const MatrixXd& First = Full.Shapes[static_cast<std::size_t>(k)];
@@ -128,16 +174,59 @@ TEST(RestrictedLikelihood, WeightsThatWereEstimatedWidenTheCovariance) {
       Sum += W(k, l) * (Q - P_First * Phi * P_Second);
     }
   }
-  const MatrixXd Expected = Phi + 2.0 * Phi * Sum * Phi;
+  EXPECT_GT((Phi * Sum * Phi).norm(), 1e-3 * Phi.norm());
+  return Phi + 2.0 * Phi * Sum * Phi;
+}
+
+TEST(RestrictedLikelihood, WeightsThatWereEstimatedWidenTheCovariance) {
+  const Case Made = Make_Case();
+  const Likelihood_Terms Terms = rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Made.At);
+  const MatrixXd Expected = Corrected_Covariance(Made, Terms);
   const MatrixXd Covariance =
       rigsync::Describe_Unknowns(Made.Rows, Terms, Made.At, rigsync::Unknown_Matrix::Zero())
           .Covariance;
-  ASSERT_GT((Expected - Phi).norm(), 1e-3 * Phi.norm());
   EXPECT_LE((Covariance - Expected).norm(), 1e-6 * Expected.norm());
 }
 
-TEST(RestrictedLikelihood, TheScoreIsTheLikelihoodsDerivative) {
-  const Case Made = Make_Case();
+TEST(RestrictedLikelihood, ALagWidensTheCovariance) {
+  const Case Made = With_Lag();
+  const Likelihood_Terms Terms = rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Made.At);
+  const MatrixXd Expected = Corrected_Covariance(Made, Terms);
+  const rigsync::Unknown_Uncertainty Unknown =
+      rigsync::Describe_Unknowns(Made.Rows, Terms, Made.At, rigsync::Unknown_Matrix::Zero());
+  const MatrixXd Of_Unknowns = Expected.topLeftCorner(Unknowns, Unknowns);
+  ASSERT_GT((Of_Unknowns - Terms.Covariance).norm(), 1e-2 * Terms.Covariance.norm());
+  EXPECT_LE((Unknown.Covariance - Of_Unknowns).norm(), 1e-6 * Of_Unknowns.norm());
+  EXPECT_NEAR(Unknown.Lag_Variance / Expected(Unknowns, Unknowns), 1.0, 1e-6);
+}
+
+// For the degrees of freedom: by differences of the covariance without the weights' correction.
+TEST(RestrictedLikelihood, TheVariancesOfALagsFitFollowThoseOfTheNoise) {
+  const Case Made = With_Lag();
+  const auto Covariance_At = [&Made](const Variances& At) {
+    Case There = Made;
+    There.At = At;
+    const Dense Full = As_Dense(There);
+    return MatrixXd(
+        (Full.Derivative.transpose() * Full.Covariance.inverse() * Full.Derivative).inverse());
+  };
+  const Likelihood_Terms Terms = rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Made.At);
+  const rigsync::Unknown_Uncertainty Unknown =
+      rigsync::Describe_Unknowns(Made.Rows, Terms, Made.At, rigsync::Unknown_Matrix::Zero());
+  for (int k = 0; k < Noise_Sources; ++k) {
+    Variances Change = Variances::Zero();
+    Change[k] = 1e-4 * Made.At[k];
+    const MatrixXd Difference =
+        (Covariance_At(Made.At + Change) - Covariance_At(Made.At - Change)) / (2 * Change[k]);
+    EXPECT_NEAR(Unknown.Lag_Variance_By_Variance[k] / Difference(Unknowns, Unknowns), 1.0, 1e-4);
+    const MatrixXd Of_Unknowns = Difference.topLeftCorner(Unknowns, Unknowns);
+    EXPECT_LE(
+        (Unknown.Row_Covariance_By_Variance[static_cast<std::size_t>(k)] - Of_Unknowns).norm(),
+        1e-4 * Of_Unknowns.norm());
+  }
+}
+
+void Expect_Score_Of_Differences(const Case& Made) {
   const Likelihood_Terms Terms = rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Made.At);
   for (int k = 0; k < Noise_Sources; ++k) {
     Variances Change = Variances::Zero();
@@ -148,6 +237,14 @@ TEST(RestrictedLikelihood, TheScoreIsTheLikelihoodsDerivative) {
     const double Difference = (At(Made.At + Change) - At(Made.At - Change)) / (2 * Change[k]);
     EXPECT_NEAR(Difference / Terms.Score[k], 1.0, 1e-4) << k;
   }
+}
+
+TEST(RestrictedLikelihood, TheScoreIsTheLikelihoodsDerivative) {
+  Expect_Score_Of_Differences(Make_Case());
+}
+
+TEST(RestrictedLikelihood, TheScoreIsTheLikelihoodsDerivativeWithALag) {
+  Expect_Score_Of_Differences(With_Lag());
 }
 
 // Three rows that say 0, 3 and 6 mm of one shift: squares of 18 mm^2 about their mean, of nine
