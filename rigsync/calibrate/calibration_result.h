@@ -38,6 +38,7 @@ struct Calibration_Inputs {
   // Only the library's call, without a second opinion. Needs Stated_Board.
   bool Is_Library_Only = false;
   bool Keeps_Body_Axes = false;  // --body-axes as-given
+  Lag_Choice Lag;                // of the joint solve
 };
 
 // SHA-256 of the files of a capture, 64 lower-case hexadecimal digits. Empty for a file that can't

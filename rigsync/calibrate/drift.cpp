@@ -270,6 +270,8 @@ Drift Compare_Results(const Calibration_Result& Now, const Calibration_Result& T
         Shifts_Over_Frame({Seen.Of_Lens->Then, Mount_Of(Then)}, {Seen.Of_Lens->Now, Mount_Of(Now)},
                           Now.Image_Size, Seen.Talent_Distance);
   }
+  if (Then.Solved) Seen.Lag_Then = Then.Solved->Joint.Lag;
+  if (Now.Solved) Seen.Lag_Now = Now.Solved->Joint.Lag;
   Seen.Is_Same_Capture = Has_Same_Files(Now.Hashes, Then.Hashes);
   Seen.Has_Uncertainty =
       Seen.Of_Mount.Joint_Motion && Seen.Of_Lens && Seen.Of_Lens->Joint_Difference;

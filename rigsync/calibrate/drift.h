@@ -82,6 +82,9 @@ struct Drift {
   std::vector<Picture_Shift> Shifts;
   double Image_Height = 0;  // of the later result, pixels
 
+  // Between pictures and samples; none where a solve did not reckon with one.
+  std::optional<Lag_Estimate> Lag_Then, Lag_Now;
+
   bool Is_Same_Capture = false;  // by the hashes of the CSV and all images
   bool Has_Uncertainty = false;  // of lens and mount in both results
   // The joint lenses and mounts, and the mounts that are the results, are inside the uncertainty;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/formats/drift_file.h"
 
+#include "rigsync/formats/opinion_words.h"
 #include "rigsync/geometry/angle.h"
 
 #include <nlohmann/json.hpp>
@@ -73,6 +74,13 @@ Json Picture_Json(const Drift& Seen) {
           {"shifts", Shifts_Json(Seen.Shifts)}};
 }
 
+Json Lag_Json(const std::optional<Lag_Estimate>& Lag) {
+  if (!Lag) return nullptr;
+  return {{"evidence", Lag_Evidence_Name(Evidence_Of(*Lag))},
+          {"ms", 1000.0 * Lag->Seconds},
+          {"half_width_ms", 1000.0 * Lag->Half_Width_Seconds}};
+}
+
 }  // namespace
 
 const char* Cause_Name(Drift_Cause Cause) {
@@ -116,6 +124,7 @@ std::string Drift_Json(const Drift& Seen, const std::vector<std::string>& Texts,
   File["mount"] = Mount_Json(Seen.Of_Mount);
   File["lens"] = Lens_Json(Seen.Of_Lens);
   File["picture"] = Picture_Json(Seen);
+  File["lag"] = {{"then", Lag_Json(Seen.Lag_Then)}, {"now", Lag_Json(Seen.Lag_Now)}};
   return File.dump(2) + "\n";
 }
 

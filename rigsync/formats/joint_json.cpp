@@ -18,6 +18,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr double Mm_In_Metre = 1000.0;
+constexpr double Ms_In_Second = 1000.0;
 
 Json List_Json(const Eigen::VectorXd& Values) {
   return std::vector<double>(Values.data(), Values.data() + Values.size());
@@ -149,13 +150,22 @@ Json Slip_Json(const Calibration_Result& Result) {
   return Object;
 }
 
+Json Lag_Json(const std::optional<Lag_Estimate>& Lag) {
+  if (!Lag) return nullptr;
+  return {{"evidence", Lag_Evidence_Name(Evidence_Of(*Lag))},
+          {"ms", Ms_In_Second * Lag->Seconds},
+          {"half_width_ms", Ms_In_Second * Lag->Half_Width_Seconds},
+          {"speed_mm_s", Mm_In_Metre * Lag->Speed.Shift},
+          {"turn_deg_s", Degrees_Per_Radian * Lag->Speed.Turn}};
+}
+
 // What a mount that was not solved leaves null.
 Json Unsolved_Json() {
   Json Object;
   for (const char* Key :
        {"transform_cam_tc", "half_width_mm", "half_width_deg", "widest_mm", "widest_deg",
         "covariance", "degrees_of_freedom", "joint_degrees_of_freedom", "at_talent", "board_place",
-        "square", "noise"}) {
+        "square", "noise", "lag"}) {
     Object[Key] = nullptr;
   }
   return Object;
@@ -172,6 +182,7 @@ Json Solved_Json(const Calibration_Result& Result) {
                       {"deviation", Joint.Scale_Deviation},
                       {"probability_exact", Joint.Exact_Square_Probability}};
   Object["noise"] = Noise_Json(*Result.Solved);
+  Object["lag"] = Lag_Json(Joint.Lag);
   return Object;
 }
 

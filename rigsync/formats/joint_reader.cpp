@@ -15,6 +15,7 @@ namespace rigsync {
 namespace {
 
 constexpr double Mm_In_Metre = 1000.0;
+constexpr double Ms_In_Second = 1000.0;
 constexpr double Open = Mount_Uncertainty::Open;
 
 // A motion that the file has in degrees and millimetres.
@@ -75,6 +76,19 @@ void Read_Noise(const Json_Fields& Object, Capture_Solution& Solved) {
   Solved.Joint.Settings.Moving.Board = Still != "board";
 }
 
+void Read_Lag(const Json_Fields& Joint, Joint_Solution& Solution) {
+  if (!Joint.Has("lag")) return;
+  const Json_Fields Object = Joint.Object("lag");
+  Lag_Estimate Lag;
+  Lag.Seconds = Unscaled(Object.Number("ms"), Ms_In_Second);
+  Lag.Half_Width_Seconds = Unscaled(Object.Number("half_width_ms", Open), Ms_In_Second);
+  Lag.Is_Stated = Object.Text("evidence") == Lag_Evidence_Name(Lag_Evidence::Stated);
+  Lag.Speed = {Unscaled(Object.Number("speed_mm_s"), Mm_In_Metre),
+               Unscaled(Object.Number("turn_deg_s"), Degrees_Per_Radian)};
+  Solution.At.Lag_Seconds = Lag.Seconds;
+  Solution.Lag = Lag;
+}
+
 // The camera's mount is the one that was read already: with the joint solution chosen, the top of
 // the file has it.
 void Read_Mounts(const Json_Fields& Object, const std::vector<double>& Joint_Transform_Cam_Tc,
@@ -92,6 +106,7 @@ void Read_Mounts(const Json_Fields& Object, const std::vector<double>& Joint_Tra
   Joint.Scale_Deviation = Square.Number("deviation", Open);
   Joint.Exact_Square_Probability = Square.Number("probability_exact");
   Read_Noise(Object.Object("noise"), Solved);
+  Read_Lag(Object, Joint);
 }
 
 void Read_Lens(const Json_Fields& Joint, Capture_Solution& Solved) {

@@ -38,6 +38,20 @@ std::optional<Value> Value_In(const std::array<std::pair<Value, const char*>, Si
 
 }  // namespace
 
+const char* Lag_Evidence_Name(Lag_Evidence Evidence) {
+  switch (Evidence) {
+    case Lag_Evidence::Stated:
+      return "stated";
+    case Lag_Evidence::Open:
+      return "open";
+    case Lag_Evidence::Not_Seen:
+      return "not_seen";
+    case Lag_Evidence::Found:
+      return "found";
+  }
+  return "";
+}
+
 const char* Status_Name(Solve_Status Status) {
   switch (Status) {
     case Solve_Status::Solved:

@@ -21,6 +21,9 @@ std::optional<Solve_Status> Status_Named(const std::string& Name);
 const char* Cross_Status_Name(Cross_Status Status);
 std::optional<Cross_Status> Cross_Status_Named(const std::string& Name);
 
+// "stated", "open", "not_seen", "found"
+const char* Lag_Evidence_Name(Lag_Evidence Evidence);
+
 // "library", "joint"
 const char* Solution_Name(Solution_Choice Solution);
 std::optional<Solution_Choice> Solution_Named(const std::string& Name);

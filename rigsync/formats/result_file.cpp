@@ -67,6 +67,13 @@ Json Hashes_Json(const Calibration_Result& Result) {
   return Object;
 }
 
+// Null where none was asked for.
+Json Lag_Json(const Lag_Choice& Lag) {
+  if (!Lag.Is_Solved && Lag.Seconds == 0.0) return nullptr;
+  return {{"solved", Lag.Is_Solved},
+          {"stated_ms", Lag.Is_Solved ? Json(nullptr) : Json(1000.0 * Lag.Seconds)}};
+}
+
 Json Inputs_Json(const Calibration_Result& Result) {
   const Calibration_Inputs& Inputs = Result.Inputs;
   Json Object;
@@ -85,6 +92,7 @@ Json Inputs_Json(const Calibration_Result& Result) {
   Object["limits"] = {{"mm", Inputs.Limits.Mm}, {"deg", Inputs.Limits.Deg}};
   Object["talent_distance_m"] = Inputs.Talent_Distance;
   Object["body_axes"] = Inputs.Keeps_Body_Axes ? "as-given" : "auto";
+  Object["lag"] = Lag_Json(Inputs.Lag);
   Object["library_only"] = Inputs.Is_Library_Only;
   Object["hashes"] = Hashes_Json(Result);
   return Object;

@@ -113,6 +113,8 @@ void Read_Inputs(const Json_Fields& Object, Calibration_Inputs& Inputs) {
   Inputs.Talent_Distance = Object.Number("talent_distance_m", Inputs.Talent_Distance);
   Inputs.Is_Library_Only = Object.Truth("library_only");
   Inputs.Keeps_Body_Axes = Object.Text("body_axes") == "as-given";
+  const Json_Fields Lag = Object.Object("lag");
+  Inputs.Lag = {Lag.Truth("solved"), Unscaled(Lag.Number("stated_ms", 0.0), 1000.0)};
 }
 
 Eigen::Matrix3d Signed_Permutation_At(const Json_Fields& Object) {

@@ -2,10 +2,12 @@
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/transform_list.h"
 #include "rigsync/html_report/keyed_number.h"
+#include "rigsync/html_report/number_text.h"
 #include "rigsync/html_report/page.h"
 #include "rigsync/html_report/plot.h"
 #include "rigsync/html_report/table.h"
 #include "rigsync/html_report/verdict_section.h"
+#include "rigsync/report/lag_text.h"
 #include "rigsync/report/transform_text.h"
 #include "rigsync/solve/talent_error.h"
 
@@ -138,6 +140,22 @@ void Add_Talent(Element Parent, const Calibration_Result& Result) {
   Append_Text(Text, " pixels, across the view (95 %).");
 }
 
+// The lag, where the solve reckoned with one.
+void Add_Lag(Element Parent, const Calibration_Result& Result) {
+  if (!Result.Solved || !Result.Solved->Joint.Lag) return;
+  const Lag_Estimate& Lag = *Result.Solved->Joint.Lag;
+  const Element Text = Add_Text(Parent, "p", "Lag between pictures and samples: ");
+  if (Evidence_Of(Lag) != Lag_Evidence::Open) {
+    Add_Number(Text, "strong", {"joint.lag.ms", 1000.0 * Lag.Seconds, 0});
+    if (!Lag.Is_Stated) {
+      Append_Text(Text, " \xC2\xB1 ");
+      Add_Number(Text, "strong", {"joint.lag.half_width_ms", 1000.0 * Lag.Half_Width_Seconds, 0});
+    }
+    Append_Text(Text, " ms. ");
+  }
+  Append_Text(Text, With_Plus_Minus(Lag_Sentences(Lag)));
+}
+
 // A bar that is longer than this many limits is cut off and ends in an arrow.
 constexpr double Longest_Bar = 1.6;
 constexpr double Bar_Left = 64, Limit_Length = 125, Bar_Step = 22;
@@ -255,6 +273,7 @@ void Add_Mount_Section(Element Main, const Run_View& View) {
            "quiet");
   Add_Difference(Numbers, Result);
   Add_Talent(Numbers, Result);
+  Add_Lag(Numbers, Result);
   Add_Half_Width_Figure(Add(Pair, "div"), Result);
 }
 

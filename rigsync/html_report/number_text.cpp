@@ -37,4 +37,11 @@ double Round_Magnification(double Largest, double Room) {
   return Power;
 }
 
+std::string With_Plus_Minus(std::string Text) {
+  for (std::size_t At = Text.find("+-"); At != std::string::npos; At = Text.find("+-", At)) {
+    Text.replace(At, 2, "\xC2\xB1");
+  }
+  return Text;
+}
+
 }  // namespace rigsync

@@ -12,6 +12,9 @@ namespace rigsync {
 // is not finite is "unknown".
 std::string Two_Figures(double Value);
 
+// With the sign for the terminal's +-.
+std::string With_Plus_Minus(std::string Text);
+
 // 1, 2 or 5 times a power of ten by which Largest is to be magnified to take Room at most. 1 where
 // Largest is not above 0.
 double Round_Magnification(double Largest, double Room);

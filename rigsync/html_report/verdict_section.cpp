@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/html_report/verdict_section.h"
 
+#include "rigsync/html_report/number_text.h"
 #include "rigsync/html_report/page.h"
 #include "rigsync/report/verdict_words.h"
 
@@ -38,14 +39,6 @@ void Add_Sign(Element Parent, const Tone_Look& Look) {
   Set(Svg, "aria-hidden", "true");  // the heading beside it says the same
   Set(Add(Svg, "path", "sign-shape"), "d", Look.Outline);
   Set(Add(Svg, "path", "sign-mark"), "d", Look.Mark);
-}
-
-// The sign of the terminal as people write it.
-std::string With_Plus_Minus(std::string Text) {
-  for (std::size_t At = Text.find("+-"); At != std::string::npos; At = Text.find("+-", At)) {
-    Text.replace(At, 2, "\xC2\xB1");
-  }
-  return Text;
 }
 
 // "2022-11-17 09:05" of "2022-11-17T09:05:33+0100"

@@ -139,8 +139,9 @@ void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Sea
   Result.Lens = Fit_Lens(*Result.Search, Board, Estimate.Square_Size);
   if (!Result.Lens) return;
   Judge_Lens(Rows, *Result.Lens, Result.All_Findings);
-  Result.Solution = Solve_Capture(Facts_Of(Rows, *Result.Search), Board, Estimate.Square_Size,
-                                  Result.Lens->Lens_Px, Stated_Place_Of(Estimate));
+  Result.Solution = Solve_Capture(Facts_Of(Rows, *Result.Search, Result.Inputs.Motions), Board,
+                                  Estimate.Square_Size, Result.Lens->Lens_Px,
+                                  Stated_Place_Of(Estimate), Result.Inputs.Lag);
   Result.Board_Poses = Measure_Poses(Result.Lens->Poses);
   if (Result.Board_Poses) Judge_Poses(*Result.Board_Poses, Result.All_Findings);
   Result.Tracker_Agreement = Measure_Agreement(Rows, Result.Lens->Poses);

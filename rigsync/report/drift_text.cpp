@@ -4,6 +4,7 @@
 #include "rigsync/geometry/angle.h"
 #include "rigsync/inspect/amount.h"
 #include "rigsync/report/heading.h"
+#include "rigsync/report/lag_text.h"
 #include "rigsync/report/transform_text.h"
 #include "rigsync/solve/rigid_motion.h"
 #include "rigsync/system/terminal.h"
@@ -262,6 +263,16 @@ std::string Picture_Table(const Drift& Seen, bool Colour) {
   return Text;
 }
 
+// Only where one of the results has a lag.
+std::string Lag_Table(const Drift& Seen, bool Colour) {
+  if (!Seen.Lag_Then && !Seen.Lag_Now) return {};
+  const auto Amount_Of = [](const std::optional<Lag_Estimate>& Lag) {
+    return Lag ? Lag_Amount(*Lag) : "not solved";
+  };
+  return Heading("Lag between pictures and samples", Colour) +
+         fmt::format("  then  {}\n  now   {}\n", Amount_Of(Seen.Lag_Then), Amount_Of(Seen.Lag_Now));
+}
+
 std::string Bounds_Text(const Drift& Seen, const Drift_Bounds& Bounds, bool Colour) {
   std::string Text = Heading("Bounds", Colour);
   Text += fmt::format("  mount    {:10.3f} mm      (bound {:g})\n", Seen.Of_Mount.Mm(), Bounds.Mm);
@@ -327,6 +338,7 @@ std::string Drift_Text(const Drift& Seen, const Calibration_Result& Now,
   if (Seen.Of_Lens) Text += Lens_Table(*Seen.Of_Lens, Colour);
   Text += Mount_Table(Seen.Of_Mount, Colour);
   if (Seen.Of_Lens) Text += Picture_Table(Seen, Colour);
+  Text += Lag_Table(Seen, Colour);
   return Text + Bounds_Text(Seen, Bounds, Colour);
 }
 

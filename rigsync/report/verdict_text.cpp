@@ -2,6 +2,7 @@
 #include "rigsync/report/verdict_text.h"
 
 #include "rigsync/report/heading.h"
+#include "rigsync/report/lag_text.h"
 #include "rigsync/report/verdict_words.h"
 #include "rigsync/solve/talent_error.h"
 #include "rigsync/system/terminal.h"
@@ -53,6 +54,12 @@ std::string Mounts_Text(const Calibration_Result& Result, bool Colour) {
   return Text + Half_Widths_Text(Joint_Of(Result).Camera_Mount) + Talent_Text(Result);
 }
 
+std::string Lag_Text(const Calibration_Result& Result, bool Colour) {
+  const std::optional<Lag_Estimate>& Lag = Joint_Of(Result).Lag;
+  if (!Lag) return {};
+  return Heading("Lag between pictures and samples", Colour) + Folded(Lag_Sentences(*Lag), 2);
+}
+
 std::string Cause_Text(const Verdict_Words& Words, bool Colour) {
   return Words.Cause.empty() ? "" : Heading(Words.Cause_Title, Colour) + Folded(Words.Cause, 2);
 }
@@ -85,7 +92,7 @@ std::string Verdict_Text(const Calibration_Result& Result, const std::filesystem
   const std::string Headline = Folded(Words.Short + " " + Words.First_Reason, 0);
   std::string Text = Painted_Lines(Verdict_Style(Words.Tone), Headline, Colour);
   for (const std::string& Reason : Words.Other_Reasons) Text += Folded(Reason, 2);
-  return Text + Mounts_Text(Result, Colour) + Cause_Text(Words, Colour) +
+  return Text + Mounts_Text(Result, Colour) + Lag_Text(Result, Colour) + Cause_Text(Words, Colour) +
          Next_Step_Text(Words, Colour);
 }
 

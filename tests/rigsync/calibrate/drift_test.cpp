@@ -74,6 +74,17 @@ rigsync::Drift Drift_Of(const Change& Made, unsigned Pair) {
   return rigsync::Compare_Results(Result_Of(Now, Made.Stated_Square), Result_Of(Then, 0.03));
 }
 
+TEST(Drift, HasTheLagsOfBothResults) {
+  rigsync::Calibration_Result Now = Result_Of({}, 0.03);
+  const rigsync::Calibration_Result Then = Now;
+  Now.Solved->Joint.Lag.emplace();
+  Now.Solved->Joint.Lag->Seconds = 0.04;
+  const rigsync::Drift Seen = rigsync::Compare_Results(Now, Then);
+  EXPECT_FALSE(Seen.Lag_Then);
+  ASSERT_TRUE(Seen.Lag_Now);
+  EXPECT_EQ(Seen.Lag_Now->Seconds, 0.04);
+}
+
 // How often each answer came.
 struct Tally {
   unsigned Named = 0;  // the right cause, with or without others

@@ -407,6 +407,46 @@ TEST(ResultFile, TheJointSolutionIsWrittenInDegreesMillimetresAndRows) {
   EXPECT_NEAR(std::hypot(Turn_Deg[0], Turn_Deg[1], Turn_Deg[2]), 0.573, 0.06);
 }
 
+rigsync::Calibration_Result With_A_Lag(rigsync::Calibration_Result Result) {
+  Result.Inputs.Lag.Is_Solved = true;
+  Result.Solved->Joint.Lag = rigsync::Lag_Estimate{0.0983, 0.0137, false, {0.0098, 0.0087}};
+  Result.Solved->Joint.At.Lag_Seconds = 0.0983;
+  return Result;
+}
+
+rigsync::Calibration_Result With_A_Stated_Lag(rigsync::Calibration_Result Result) {
+  Result.Inputs.Lag.Seconds = -0.0403;
+  Result.Solved->Joint.Lag = rigsync::Lag_Estimate{-0.0403, 0.0, true, {0.0098, 0.0087}};
+  return Result;
+}
+
+TEST(ResultFile, TheLagIsWrittenInMillisecondsWithWhatTheCaptureSaysOfIt) {
+  const rigsync::Calibration_Result Result = Judged_Result({});
+  EXPECT_TRUE(Written(Result)["joint"]["lag"].is_null());
+  EXPECT_TRUE(Written(Result)["inputs"]["lag"].is_null());
+  const nlohmann::json Solved = Written(With_A_Lag(Result));
+  EXPECT_EQ(Solved["joint"]["lag"]["evidence"], "found");
+  EXPECT_DOUBLE_EQ(Solved["joint"]["lag"]["ms"], 98.3);
+  EXPECT_DOUBLE_EQ(Solved["joint"]["lag"]["half_width_ms"], 13.7);
+  EXPECT_DOUBLE_EQ(Solved["joint"]["lag"]["speed_mm_s"], 9.8);
+  EXPECT_NEAR(Solved["joint"]["lag"]["turn_deg_s"], 0.4985, 1e-4);
+  EXPECT_EQ(Solved["inputs"]["lag"]["solved"], true);
+  EXPECT_TRUE(Solved["inputs"]["lag"]["stated_ms"].is_null());
+  const nlohmann::json Stated = Written(With_A_Stated_Lag(Result));
+  EXPECT_EQ(Stated["joint"]["lag"]["evidence"], "stated");
+  EXPECT_DOUBLE_EQ(Stated["inputs"]["lag"]["stated_ms"], -40.3);
+}
+
+TEST(ResultFile, EachEvidenceOfALagHasItsWord) {
+  rigsync::Calibration_Result Result = With_A_Lag(Judged_Result({}));
+  const std::pair<double, const char*> Cases[] = {
+      {0.05, "found"}, {0.0983, "not_seen"}, {0.11, "open"}};
+  for (const auto& [Half_Width, Word] : Cases) {
+    Result.Solved->Joint.Lag->Half_Width_Seconds = Half_Width;
+    EXPECT_EQ(Written(Result)["joint"]["lag"]["evidence"], Word);
+  }
+}
+
 TEST(ResultFile, AnUnsolvedMountHasItsStatusAndNulls) {
   pose_rig::Options Few;
   Few.Images = 4;
@@ -452,6 +492,8 @@ std::vector<std::pair<std::string, rigsync::Calibration_Result>> Kinds_Of_Result
           {"clean", Judged_Result(Clean)},
           {"few images", Judged_Result(Few)},
           {"library only", Library_Only},
+          {"late", With_A_Lag(Judged_Result(Clean))},
+          {"stated lag", With_A_Stated_Lag(Judged_Result(Clean))},
           {"not finite", Not_Finite},
           {"exception", Exception},
           {"piped", Piped}};

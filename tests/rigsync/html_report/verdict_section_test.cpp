@@ -11,6 +11,7 @@
 namespace rigsync {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -99,6 +100,21 @@ TEST(MountSection, ABarMarksMountsThatAreFurtherApartThanTheLimit) {
   const std::string Apart = Mount_Of(Result);
   EXPECT_THAT(Apart, HasSubstr("\xE2\x9C\x95 3.01 mm</text>"));
   EXPECT_THAT(Apart, HasSubstr("<p class=\"warn-text\">\xE2\x9C\x95 The two mounts are "));
+}
+
+// With the number of the file, so that a program finds it; a lag that isn't known has none.
+TEST(MountSection, TellsALagThatTheSolveReckonedWith) {
+  Calibration_Result Result = With_Code(0);
+  EXPECT_THAT(Mount_Of(Result), Not(HasSubstr("Lag")));
+  Result.Solved.emplace();
+  Lag_Estimate& Lag = Result.Solved->Joint.Lag.emplace();
+  Lag.Seconds = 0.125;
+  Lag.Half_Width_Seconds = 0.0156;
+  EXPECT_THAT(Mount_Of(Result), AllOf(HasSubstr("data-key=\"joint.lag.ms\" data-value=\"125\""),
+                                      HasSubstr("125 \xC2\xB1 16 ms before the pictures")));
+  Lag.Half_Width_Seconds = 0.3;
+  EXPECT_THAT(Mount_Of(Result),
+              AllOf(HasSubstr("The lag is not known"), Not(HasSubstr("joint.lag.ms"))));
 }
 
 TEST(MountSection, SaysSoWhenThereIsNone) {

@@ -82,6 +82,22 @@ Next step
 )");
 }
 
+TEST(VerdictText, TheLagFollowsTheMounts) {
+  Calibration_Result Result = Result_At(0.2);
+  EXPECT_THAT(Text_Of(Result), Not(HasSubstr("Lag")));
+  Result.Solved->Joint.Lag.emplace();
+  Result.Solved->Joint.Lag->Seconds = 0.098;
+  Result.Solved->Joint.Lag->Half_Width_Seconds = 0.014;
+  EXPECT_THAT(Text_Of(Result), HasSubstr(R"(or 0.2 pixels.
+
+Lag between pictures and samples
+  The samples show the rig as it was 98 +- 14 ms before the pictures. The joint
+  mount allows for it, the library's does not.
+
+Next step
+)"));
+}
+
 TEST(VerdictText, PrintsAContradictionWithCauseLinesAndWayOutWordForWord) {
   EXPECT_EQ(Text_Of(Result_At(5), Stale_Rows()),
             R"(Don't use it. The mounts of the library and of the joint solve are 5.00 mm and

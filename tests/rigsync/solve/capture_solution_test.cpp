@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/solve/capture_solution.h"
+#include "rigsync/solve/cross_check.h"
 #include "tests/rigsync/solve/corner_rig.h"
 
 #include <gtest/gtest.h>
@@ -99,6 +100,73 @@ TEST(CaptureSolution, APlaceIsComparedAtTheBoardsCentre) {
     Turned.Place.Offset[k] += Shift[static_cast<Eigen::Index>(k)];
   }
   EXPECT_LT(Solve(Made, Turned).Place->Difference_Mm, 1.0);
+}
+
+// The camera's tracker moves at 100 mm/s on changing ways, and its samples are late.
+Rig With_Late_Samples(double Lag_Seconds) {
+  Rig Made = corner_rig::Make_Rig({});
+  simulate::Random Random(7, 8);
+  for (rigsync::Row_Facts& Row : Made.Facts) {
+    Row.Motion.emplace();
+    Row.Motion->Camera.Linear = 0.1 * Random.Direction();
+    for (std::size_t k = 0; k < 3; ++k) {
+      Row.Camera.Position[k] -=
+          Lag_Seconds * Row.Motion->Camera.Linear[static_cast<Eigen::Index>(k)];
+    }
+  }
+  return Made;
+}
+
+Capture_Solution Solve_With_Lag(const Rig& Made, const std::optional<Stated_Place>& Stated) {
+  return rigsync::Solve_Capture(Made.Facts, Made.Board, Made.Square_Size, Made.Lens_Px, Stated,
+                                {/*Is_Solved=*/true, 0.0});
+}
+
+TEST(CaptureSolution, ALagIsSolvedWithAndWithoutAStatedPlace) {
+  const Rig Made = With_Late_Samples(0.1);
+  const Capture_Solution Alone = Solve_With_Lag(Made, {});
+  const Capture_Solution Helped = Solve_With_Lag(Made, True_Place(Made, 0.1, 0.01));
+  ASSERT_TRUE(Helped.Place);
+  EXPECT_TRUE(Helped.Place->Is_Prior);
+  for (const Capture_Solution& Solution : {Alone, Helped}) {
+    ASSERT_TRUE(Solution.Joint.Lag);
+    EXPECT_NEAR(Solution.Joint.Lag->Seconds, 0.1, 0.005);
+    // The lens check solves once more, with a lens that is right.
+    ASSERT_TRUE(Solution.Lens_Check);
+    EXPECT_LE(Solution.Lens_Check->Mount_Motion.tail<3>().norm(), 1e-3);
+  }
+}
+
+TEST(CaptureSolution, HalvesOfALateCaptureHaveTheLagOfTheWhole) {
+  const Rig Made = With_Late_Samples(0.1);
+  const auto Check = [&Made](const Capture_Solution& Whole) {
+    return rigsync::Check_Halves(Made.Facts, Made.Board, Made.Square_Size, Whole, {960, 540}, 3.0);
+  };
+  const rigsync::Cross_Check With = Check(Solve_With_Lag(Made, {}));
+  const rigsync::Cross_Check Without = Check(Solve(Made, {}));
+  ASSERT_EQ(With.Status, rigsync::Cross_Status::Compared);
+  ASSERT_EQ(Without.Status, rigsync::Cross_Status::Compared);
+  EXPECT_LT(With.Mm.Expected, 0.3 * Without.Mm.Expected);
+  EXPECT_LT(With.Mm.Seen, 3 * With.Mm.Expected);
+}
+
+TEST(CaptureSolution, RowsBringTheMotionThatIsKnownOfThem) {
+  std::vector<rigsync::Capture_Row> Rows(3);
+  rigsync::Board_Search Search;
+  Search.Images.resize(3);
+  for (std::size_t i = 0; i < 3; ++i) {
+    Rows[i].Is_Sound = true;
+    Search.Images[i].State = rigsync::Image_State::Board_Found;
+  }
+  rigsync::Row_Motions Motions(2);  // a list may be shorter
+  Motions[1].emplace();
+  Motions[1]->Board.Linear = {1, 2, 3};
+  const std::vector<rigsync::Row_Facts> Facts = rigsync::Facts_Of(Rows, Search, Motions);
+  ASSERT_EQ(Facts.size(), 3u);
+  EXPECT_FALSE(Facts[0].Motion);
+  ASSERT_TRUE(Facts[1].Motion);
+  EXPECT_EQ(Facts[1].Motion->Board.Linear, Eigen::Vector3d(1, 2, 3));
+  EXPECT_FALSE(Facts[2].Motion);
 }
 
 TEST(CaptureSolution, RowsThatAreNotSoundOrShowNoBoardBringNothing) {
