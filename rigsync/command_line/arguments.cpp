@@ -234,6 +234,15 @@ double Parse_Seconds(const std::string& Flag, const std::string& Text) {
   return *Seconds;
 }
 
+double Parse_Short_Time(const std::string& Flag, const std::string& Text) {
+  constexpr double Longest = 1.0;
+  const std::optional<double> Seconds = Read_With_Unit(Text, {{"ms", 1000.0}, {"s", 1.0}});
+  if (!Seconds || std::abs(*Seconds) > Longest) {
+    Refuse(Flag, Text, "a time of at most a second with its unit, for example 40ms or -0.02s");
+  }
+  return *Seconds;
+}
+
 std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text) {
   const auto Values = Read_List<2, double>(Text, ',', Read_Number);
   if (!Values) Refuse(Flag, Text, "two numbers separated by a comma");

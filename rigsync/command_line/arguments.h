@@ -56,6 +56,9 @@ double Parse_Distance(const std::string& Flag, const std::string& Text);
 // A finite time with the unit s or ms, or without one; seconds.
 double Parse_Seconds(const std::string& Flag, const std::string& Text);
 
+// A time with its unit, ms or s, of either sign and at most a second: 40ms, -0.02s. Seconds.
+double Parse_Short_Time(const std::string& Flag, const std::string& Text);
+
 // Two numbers separated by a comma.
 std::array<double, 2> Parse_Pair(const std::string& Flag, const std::string& Text);
 

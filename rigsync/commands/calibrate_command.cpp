@@ -17,6 +17,7 @@
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/commands/engine_output.h"
+#include "rigsync/commands/recorded_motions.h"
 #include "rigsync/commands/report_file.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
@@ -87,6 +88,12 @@ bool Parse_Body_Axes(const std::string& Flag, const std::string& Text) {
   return true;
 }
 
+Lag_Choice Parse_Lag(const std::string& Flag, const std::string& Text) {
+  if (Text == "none") return {};
+  if (Text == "solve") return {/*Is_Solved=*/true, 0.0};
+  return {/*Is_Solved=*/false, Parse_Short_Time(Flag, Text)};
+}
+
 // The library would read a folder as an empty CSV and report too few boards. For a file that does
 // not exist it has a code of its own.
 fs::path Csv_Path(const std::string& Path) {
@@ -126,6 +133,7 @@ Calibration_Inputs Read_Inputs(const Calibrate_Arguments& Arguments) {
   if (Values.Has("sensor")) Inputs.Sensor_Size_Mm = Values.Read("sensor", Parse_Sensor);
   if (Values.Has("solution")) Inputs.Solution = Values.Read("solution", Parse_Solution);
   if (Values.Has("body-axes")) Inputs.Keeps_Body_Axes = Values.Read("body-axes", Parse_Body_Axes);
+  if (Values.Has("lag")) Inputs.Lag = Values.Read("lag", Parse_Lag);
   if (Values.Has("limits")) {
     const auto Limits = Values.Read("limits", Parse_Length_And_Angle);
     Inputs.Limits = {1000.0 * Limits.Length, Limits.Angle_Deg};
@@ -137,12 +145,17 @@ Calibration_Inputs Read_Inputs(const Calibrate_Arguments& Arguments) {
   if (Inputs.Is_Library_Only && Inputs.Solution == Solution_Choice::Joint) {
     throw Usage_Error("--library-only makes no joint solution; leave one of the two out");
   }
+  if (Inputs.Is_Library_Only && (Inputs.Lag.Is_Solved || Inputs.Lag.Seconds != 0.0)) {
+    throw Usage_Error(
+        "--lag", "--lag: is of the joint solve, which --library-only leaves out; leave one out");
+  }
   return Inputs;
 }
 
 // The capture's own solve, before the library's run. None with --library-only, and for a file that
 // doesn't exist, which the library has a code for.
-std::optional<Inspection> Inspect_Inputs(const Calibration_Inputs& Inputs, std::size_t Images,
+std::optional<Inspection> Inspect_Inputs(const Calibration_Inputs& Inputs,
+                                         const Row_Motions& Motions, std::size_t Images,
                                          Progress_Kind Kind) {
   std::error_code Ignored;
   if (Inputs.Is_Library_Only || !fs::exists(Inputs.Csv, Ignored)) return std::nullopt;
@@ -154,6 +167,8 @@ std::optional<Inspection> Inspect_Inputs(const Calibration_Inputs& Inputs, std::
   Capture.Board.Accuracy = Inputs.Board_Accuracy;
   Capture.Limits = Inputs.Limits;
   Capture.First_Marker = Inputs.First_Marker;
+  Capture.Lag = Inputs.Lag;
+  Capture.Motions = Motions;
   if (Inputs.Stated_Board) {
     Capture.Board.Euler = Inputs.Stated_Board->Euler_Deg;
     Capture.Board.Offset = Inputs.Stated_Board->Offset;
@@ -273,8 +288,9 @@ void Report_Result(const Calibration_Result& Result, const Written_Files& Files)
 // Odd and even images of the capture solved apart.
 Cross_Check Check_Halves_Of(const Inspection& Inspected, const Calibration_Inputs& Inputs) {
   const Board_Search& Search = *Inspected.Search;
-  return Check_Halves(Facts_Of(Inspected.File.Rows, Search), Inputs.Board, Inputs.Square_Size,
-                      *Inspected.Solution, {Search.Width, Search.Height}, Inputs.Talent_Distance);
+  return Check_Halves(Facts_Of(Inspected.File.Rows, Search, Inspected.Inputs.Motions), Inputs.Board,
+                      Inputs.Square_Size, *Inspected.Solution, {Search.Width, Search.Height},
+                      Inputs.Talent_Distance);
 }
 
 // The capture as the library reads it: with other axes of the camera's tracker where it needs them.
@@ -323,6 +339,7 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
   const fs::path& Image_Root = Result.Inputs.Image_Root;
   Result.Images = Read_Image_Names(Result.Inputs.Csv);
   Refuse_Climbing_Images(Result.Inputs.Csv, Result.Images, Image_Root);
+  const Row_Motions Motions = Read_Recorded_Motions(Result.Inputs);
   Judge_Image_Amount(Arguments, Result);
   const fs::path Out = Make_Out_Folder("--out", Arguments.Out, Needed_Bytes(Result.Images.size()),
                                        "run log and result");
@@ -330,7 +347,7 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
   Result.Hashes = Hash_Inputs(Result.Inputs, Result.Images);
   const Progress_Kind Kind = Kind_Of_Progress(Arguments.Is_Quiet || Arguments.Is_Verbose);
   const std::optional<Inspection> Inspected =
-      Inspect_Inputs(Result.Inputs, Result.Images.size(), Kind);
+      Inspect_Inputs(Result.Inputs, Motions, Result.Images.size(), Kind);
   Result.Run_Folder = Make_Run_Folder(Out);
   for (const std::string& Name :
        Make_Reprojection_Folders(Result.Run_Folder, Result.Images, Image_Root)) {
@@ -372,6 +389,9 @@ void Add_Calibrate_Command(Command_Line& Line) {
        {"limits", "LENGTH,ANGLE", "how far off a mount may be (default: 3mm,0.3deg)"},
        {"talent-distance", "LENGTH",
         "distance from the camera at which the uncertainty is told in pixels (default: 3m)"},
+       {"lag", "none|solve|TIME",
+        "lag between pictures and tracker samples that the joint solve allows for, as 40ms, or "
+        "solves; needs the import.json of 'rigsync import' (default: none)"},
        {"body-axes", "auto|as-given",
         "whether the library may get other axes of the camera's tracker, which it needs for some "
         "mounts (default: auto)"}});

@@ -86,11 +86,6 @@ Speed_Limit Parse_Speeds(const std::string& Flag, const std::string& Text) {
   }
 }
 
-double Parse_Seconds(const std::string& Flag, const std::string& Text) {
-  const bool Has_Unit = !Text.empty() && Text.back() == 's';
-  return Parse_Number(Flag, Has_Unit ? Text.substr(0, Text.size() - 1) : Text);
-}
-
 double Parse_Hold(const std::string& Flag, const std::string& Text) {
   constexpr double Least = 0.25, Longest = 60.0;
   const double Seconds = Parse_Seconds(Flag, Text);

@@ -154,8 +154,8 @@ Stage_Settings Read_Stage_File(const std::filesystem::path& File,
 
 const std::vector<std::string>& Stage_Keys() {
   static const std::vector<std::string> Keys = {
-      "board",  "square", "board-euler", "board-offset", "board-accuracy",  "markers",
-      "sensor", "limits", "solution",    "body-axes",    "talent-distance", "axes"};
+      "board",  "square",   "board-euler", "board-offset",    "board-accuracy", "markers", "sensor",
+      "limits", "solution", "body-axes",   "talent-distance", "axes",           "lag"};
   return Keys;
 }
 

@@ -30,8 +30,8 @@ struct Inspection_Inputs {
   Board_Estimate Board;
   std::optional<int> First_Marker;  // of the board's ArUco markers, if it is stated
   Accuracy_Limits Limits;           // how far off the mount may be
-  Lag_Choice Lag;          // of the samples behind the pictures
-  Row_Motions Motions;     // by row of the file; needed for a lag
+  Lag_Choice Lag;                   // of the samples behind the pictures
+  Row_Motions Motions;              // by row of the file; needed for a lag
 };
 
 struct Inspection {

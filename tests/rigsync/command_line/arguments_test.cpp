@@ -69,6 +69,17 @@ TEST(Arguments, ADistanceIsAboveZero) {
   }
 }
 
+TEST(Arguments, AShortTimeHasItsUnitAndIsAtMostASecond) {
+  EXPECT_EQ(rigsync::Parse_Short_Time("--x", "40ms"), 0.04);
+  EXPECT_EQ(rigsync::Parse_Short_Time("--x", "-0.02 s"), -0.02);
+  EXPECT_EQ(rigsync::Parse_Short_Time("--x", "1s"), 1.0);
+  for (const char* Wrong : {"40", "1001ms", "-1.1s", "40us", "late", ""}) {
+    EXPECT_THAT(Refusal([&] { rigsync::Parse_Short_Time("--x", Wrong); }),
+                HasSubstr("a time of at most a second with its unit"))
+        << Wrong;
+  }
+}
+
 TEST(Arguments, ARefusalNamesFlagAndValueAndWhatWasExpected) {
   EXPECT_THAT(Refusal([] { rigsync::Parse_Length("--square", "30in"); }),
               AllOf(HasSubstr("--square"), HasSubstr("'30in'"), HasSubstr("expected a length")));
