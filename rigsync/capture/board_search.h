@@ -27,6 +27,7 @@ enum class Image_State {
   Missing,       // no image file
   Unreadable,    // a file from which OpenCV reads no image
   Refused,       // a file for which OpenCV's decoder throws an exception
+  Not_Searched,  // left out, because the counts are wrong anyway (inspect/count_findings.h)
   No_Board,
   Other_Size,  // a board, in an image of another size than the first
   Board_Found

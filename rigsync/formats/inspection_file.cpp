@@ -28,6 +28,8 @@ const char* State_Name(Image_State State) {
     case Image_State::Unreadable:
     case Image_State::Refused:
       return "unreadable";
+    case Image_State::Not_Searched:
+      return "not_searched";
     case Image_State::No_Board:
       return "no_board";
     case Image_State::Other_Size:

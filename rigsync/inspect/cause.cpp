@@ -47,6 +47,7 @@ constexpr Candidate Candidates[] = {
     {"board_euler"},
     {"board_offset"},
     {"too_few_samples"},
+    {"board_counts"},
     {"too_few_boards"},
     {"few_boards"},
     {"tracker_slipped"},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/inspect/inspection.h"
 
+#include "rigsync/capture/growing_search.h"
 #include "rigsync/capture/image_paths.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/inspect/board_findings.h"
@@ -12,6 +13,7 @@
 #include "rigsync/inspect/square_findings.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace rigsync {
 namespace {
@@ -123,7 +125,14 @@ void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Sea
   const std::vector<Capture_Row>& Rows = Result.File.Rows;
   const Board_Estimate& Estimate = Result.Inputs.Board;
   const Board_Size& Board = Estimate.Board;
-  Result.Search = Searcher(Rows, Readable);
+  Counted_Search Searched =
+      Search_With_Counts(Rows, Readable, Result.Inputs.Image_Root, Board, Searcher);
+  Result.Search = std::move(Searched.Boards);
+  Result.Other_Counts = Searched.Other_Counts;
+  if (Result.Other_Counts) {
+    Judge_Counts(Rows, *Result.Other_Counts, Board, Result.All_Findings);
+    return;
+  }
   Judge_Search(Rows, *Result.Search, Result.All_Findings);
   Inspect_Markers(Result);
   if (Image_Count(Rows) == 0) {
@@ -157,9 +166,10 @@ bool Is_Solution_Sound(const Inspection& Inspected) {
 }
 
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress) {
+  Growing_Search Boards(Inputs.Board.Board);
   const auto Search_All = [&](const std::vector<Capture_Row>& Rows,
                               const std::vector<bool>& Readable) {
-    return Search_Boards(Rows, Readable, Inputs.Image_Root, Inputs.Board.Board, Progress);
+    return Boards.Search(Rows, Readable, Inputs.Image_Root, Progress);
   };
   return Inspect_Capture(Inputs, Board_Searcher(Search_All));
 }

@@ -10,6 +10,7 @@
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/inspect/board_estimate.h"
 #include "rigsync/inspect/capture_survey.h"
+#include "rigsync/inspect/count_findings.h"
 #include "rigsync/inspect/finding.h"
 #include "rigsync/inspect/tracker_agreement.h"
 #include "rigsync/inspect/tracker_survey.h"
@@ -17,7 +18,6 @@
 #include "rigsync/solve/second_opinion.h"
 
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <vector>
 
@@ -38,9 +38,10 @@ struct Inspection {
   Inspection_Inputs Inputs;
   Capture_File File;
   Rotation_Range Rotations;
-  std::optional<Board_Search> Search;      // none without a search for boards
-  std::optional<Coverage> Frame_Coverage;  // none without a board
-  std::optional<Lens_Fit> Lens;            // none with too few boards
+  std::optional<Board_Search> Search;       // none without a search for boards
+  std::optional<Seen_Counts> Other_Counts;  // of the board; then not all images were searched
+  std::optional<Coverage> Frame_Coverage;   // none without a board
+  std::optional<Lens_Fit> Lens;             // none with too few boards
   std::optional<Pose_Spread> Board_Poses;
   std::optional<Agreement> Tracker_Agreement;
   std::optional<Capture_Solution> Solution;  // none without a lens
@@ -55,10 +56,6 @@ bool Is_Solution_Sound(const Inspection& Inspected);
 
 // Throws Usage_Error when the CSV file cannot be read. Progress is called after each image.
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Search_Progress& Progress);
-
-// Returns what Search_Boards returns for these rows.
-using Board_Searcher = std::function<Board_Search(const std::vector<Capture_Row>& Rows,
-                                                  const std::vector<bool>& Readable)>;
 
 // The same with a search of the caller's, which may know some of the images.
 Inspection Inspect_Capture(const Inspection_Inputs& Inputs, const Board_Searcher& Searcher);

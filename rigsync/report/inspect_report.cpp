@@ -27,6 +27,17 @@ std::string Counted(std::size_t Count, const char* Name) {
   return fmt::format("{} {}{}", Count, Name, Count == 1 ? "" : "s");
 }
 
+std::string Boards_Text(const Inspection& Result) {
+  if (Result.Other_Counts) {
+    const Board_Size& Stated = Result.Inputs.Board.Board;
+    const Board_Size& Seen = Result.Other_Counts->Board;
+    return fmt::format("none of {}x{} inner corners; this looks like {}x{}", Stated.Cols,
+                       Stated.Rows, Seen.Cols, Seen.Rows);
+  }
+  return fmt::format("found in {} of {}", Result.Search->Usable_Count(),
+                     Counted(Result.File.Rows.size(), "data line"));
+}
+
 std::string File_Text(const Inspection& Result) {
   const Capture_File& File = Result.File;
   std::string Text = Result.Inputs.Csv.string() + "\n";
@@ -38,9 +49,7 @@ std::string File_Text(const Inspection& Result) {
     Text += Row_Text("image size",
                      fmt::format("{} x {} pixels", Result.Search->Width, Result.Search->Height));
   }
-  Text += Row_Text("boards", fmt::format("found in {} of {}", Result.Search->Usable_Count(),
-                                         Counted(File.Rows.size(), "data line")));
-  return Text;
+  return Text + Row_Text("boards", Boards_Text(Result));
 }
 
 std::string Map_Text(const Coverage& Frame_Coverage) {

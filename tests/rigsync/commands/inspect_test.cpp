@@ -509,13 +509,16 @@ TEST_F(Inspect, ElevenBoardsAreUnusableAndTwelveAreFew) {
   EXPECT_THAT(With(12).Found, Contains(Key("few_boards")));
 }
 
-TEST_F(Inspect, AWrongBoardIsFoundInNoImage) {
+TEST_F(Inspect, WrongCountsComeWithThoseOfTheBoard) {
   const Inspection_Report Report = Inspect_Json(
-      {"inspect", Capture_File("capture.csv").string(), "--board", "9x6", "--square", "30mm"});
+      {"inspect", Capture_File("capture.csv").string(), "--board", "12x9", "--square", "30mm"});
   EXPECT_EQ(Report.Status, 2);
   EXPECT_EQ(Report.Json["boards"]["found"], 0);
   EXPECT_TRUE(Report.Json["coverage"].is_null());
-  EXPECT_THAT(Report.Text("board_not_found", "advice"), HasSubstr("--board"));
+  EXPECT_THAT(Report.Found, ElementsAre(Pair("board_counts", IsEmpty())));
+  EXPECT_THAT(Report.Text("board_counts", "what"), HasSubstr("This looks like 11x8:"));
+  EXPECT_THAT(Report.Text("board_counts", "advice"),
+              AllOf(HasSubstr("and not squares"), HasSubstr("with --board 11x8.")));
 }
 
 TEST_F(Inspect, AMisprintedSquareShowsAgainstTheTrackers) {
