@@ -51,6 +51,7 @@ class Row_Reader {
   Cell_Value Read(const Signed_Column& Column) const;
   bool Read_Cells(const Body_Columns& Body, Losses& Count);
   Timed_Sample Read_Sample(const Body_Columns& Body, double Seconds, Losses& Count);
+  bool Is_All_Zero(const Body_Columns& Body) const;
   std::optional<Eigen::Quaterniond> Read_Attitude(const Body_Columns& Body) const;
   std::optional<Eigen::Quaterniond> Unit_Quaternion(const Body_Columns& Body) const;
   std::optional<Eigen::Quaterniond> Matrix_Rotation(const Body_Columns& Body) const;
@@ -158,17 +159,23 @@ bool Row_Reader::Read_Cells(const Body_Columns& Body, Losses& Count) {
   return false;
 }
 
+// How many systems write a lost body. Angles of 0 would be a rotation, of a body that stands in the
+// origin of Base, with its axes, to the last digit.
+bool Row_Reader::Is_All_Zero(const Body_Columns& Body) const {
+  const auto Is_Zero = [](double Value) { return Value == 0.0; };
+  const auto Count = static_cast<std::ptrdiff_t>(Body.Rotation.size());
+  return std::all_of(Position.begin(), Position.end(), Is_Zero) &&
+         std::all_of(Rotation.begin(), Rotation.begin() + Count, Is_Zero);
+}
+
 Timed_Sample Row_Reader::Read_Sample(const Body_Columns& Body, double Seconds, Losses& Count) {
   Timed_Sample Result;
   Result.Seconds = Seconds;
   if (Body.Tracked && Row[Body.Tracked->Index] != Body.Tracked->Value) return Result;
-  if (!Read_Cells(Body, Count)) return Result;
+  if (!Read_Cells(Body, Count) || Is_All_Zero(Body)) return Result;
   const std::optional<Eigen::Quaterniond> Attitude = Read_Attitude(Body);
   if (!Attitude) {
-    // All zeros are how many systems write a lost body.
-    const bool Is_Zero =
-        std::all_of(Position.begin(), Position.end(), [](double Value) { return Value == 0.0; });
-    if (!Is_Zero) Count.No_Rotation.Add(File.Line());
+    Count.No_Rotation.Add(File.Line());
     return Result;
   }
   Result.Is_Tracked = true;

@@ -41,6 +41,15 @@ TEST(ViconCsv, HasHelicalRotationsOfEveryBody) {
   EXPECT_TRUE(Read.Warnings.empty());
 }
 
+// Three angles of 0 are a rotation, but a lost body is written so.
+TEST(ViconCsv, HasALostSampleWhereEveryCellIsZero) {
+  const Take Read = Take_Of(Changed(Segments, "3,0,0,0,0,1500,2250,-125,", "3,0,0,0,0,0,0,0,"),
+                            With_Rotation("helical"));
+  EXPECT_FALSE(Read.Bodies[0].Samples.at(2).Is_Tracked);
+  EXPECT_TRUE(Read.Bodies[1].Samples.at(2).Is_Tracked);
+  EXPECT_TRUE(Read.Warnings.empty());
+}
+
 TEST(ViconCsv, CountsTimeByFramesAtTheRateOfItsHeader) {
   const Take Read = Take_Of(Segments, With_Rotation("helical"));
   EXPECT_DOUBLE_EQ(Read.Bodies[0].Samples[0].Seconds, 0.005);
