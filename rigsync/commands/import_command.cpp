@@ -248,8 +248,9 @@ void Cut_Rows(const Clip& From, const fs::path& Csv, Capture_Import& Made) {
   }
 }
 
+// What was left out of the take may be why nothing comes of it, so a refusal tells it too.
 Capture_Import Import_Pictures(const Import_Arguments& Arguments, const Take& Tracks,
-                               const Import_Request& Request) {
+                               const Import_Request& Request) try {
   Capture_Import Made;
   if (Arguments.Clip.empty()) {
     Made = Import_Photographs(Tracks, Read_Pictures(Arguments), Request);
@@ -263,6 +264,9 @@ Capture_Import Import_Pictures(const Import_Arguments& Arguments, const Take& Tr
   Made.Record.Takes = {Arguments.Take};
   if (!Arguments.Second_Take.empty()) Made.Record.Takes.emplace_back(Arguments.Second_Take);
   return Made;
+} catch (const Usage_Error&) {
+  for (const std::string& Text : Tracks.Warnings) Warn(Text);
+  throw;
 }
 
 int Import(const Import_Arguments& Arguments) {

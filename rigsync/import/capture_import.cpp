@@ -67,7 +67,7 @@ std::vector<Body_Speeds> Speeds_Of(const Stage& On) {
   return Bodies;
 }
 
-std::string Uncertain_Text(const Clock_Match& By_Motion, std::size_t Holds) {
+std::string Uncertain_Text(const Clock_Match& By_Motion, std::size_t Holds, bool Are_Photographs) {
   std::string Text = "--offset: the clocks of take and pictures can't be matched for certain.";
   if (By_Motion.Score > 0.0) {
     Text += fmt::format(
@@ -78,32 +78,56 @@ std::string Uncertain_Text(const Clock_Match& By_Motion, std::size_t Holds) {
   } else {
     Text += " Nothing in the pictures goes along with the motion in the take.";
   }
-  if (Holds < Few_Holds) {
+  if (Are_Photographs) {
+    Text += fmt::format(
+        " The take has {} holds, and photographs tell less than a clip: take {} and more, with "
+        "holds and times between them from 1 to 4 seconds.",
+        Holds, Enough_Photographs);
+  } else if (Holds < Few_Holds) {
     Text +=
         fmt::format(" The take has {} holds, which is few: 20 and more are matched better.", Holds);
   }
   return Text +
          " Holds at equal intervals look alike: hold irregularly, some longer and some shorter, "
          "with unequal times between them. If you know the offset, state it: --offset SECONDS is "
-         "the time on the take's clock less the time on the pictures' clock.";
+         "the time on the take's clock less the time on the pictures' clock. You can also try the "
+         "best one: with another the trackers and the images disagree, and inspect says so.";
+}
+
+// Timecode at second 0 of both clocks, if they have one, and an offset that brings the middle of
+// the pictures to the middle of the take.
+struct Known_Times {
+  std::optional<double> Take, Pictures;
+  double Likely_Offset = 0;
+};
+
+// Pictures are the photographs, or the frames of a clip.
+template <typename Timed>
+Known_Times Times_Of(const Take& Tracks, const Stage& On,
+                     const std::optional<double>& Picture_Timecode,
+                     const std::vector<Timed>& Pictures) {
+  const auto Middle = [](const auto& List) {
+    return List.empty() ? 0.0 : 0.5 * (List.front().Seconds + List.back().Seconds);
+  };
+  return {Tracks.Timecode_Start, Picture_Timecode, Middle(On.Camera->Samples) - Middle(Pictures)};
 }
 
 // The offset that is used: stated, by timecode, or by motion if that is certain. Another one that
 // motion is certain of is a warning.
-Clock_Match Choose_Match(const std::optional<double>& Stated,
-                         const std::optional<double>& Take_Timecode,
-                         const std::optional<double>& Picture_Timecode,
-                         const Clock_Match& By_Motion, std::size_t Holds,
+Clock_Match Choose_Match(const std::optional<double>& Stated, const Known_Times& Times,
+                         const Clock_Match& By_Motion, std::size_t Holds, bool Are_Photographs,
                          std::vector<std::string>& Warnings) {
   constexpr double Far_Seconds = 0.3;
   Clock_Match Match;
   if (Stated) {
     Match.Offset_Seconds = *Stated;
     Match.Is_Certain = true;
-  } else if (Take_Timecode && Picture_Timecode) {
-    Match = Match_By_Timecode(*Take_Timecode, *Picture_Timecode);
+  } else if (Times.Take && Times.Pictures) {
+    Match = Match_By_Timecode(*Times.Take, *Times.Pictures, Times.Likely_Offset);
   } else {
-    if (!By_Motion.Is_Certain) throw Usage_Error("--offset", Uncertain_Text(By_Motion, Holds));
+    if (!By_Motion.Is_Certain) {
+      throw Usage_Error("--offset", Uncertain_Text(By_Motion, Holds, Are_Photographs));
+    }
     return By_Motion;
   }
   if (By_Motion.Is_Certain &&
@@ -229,8 +253,9 @@ Capture_Import Import_Photographs(const Take& Tracks, const Photographs& From,
   Stage On = Find_Stage(Tracks, Request, Needs_Holds);
   std::vector<std::string> Warnings = From.Warnings;
   const Clock_Match Clock =
-      Choose_Match(Request.Offset_Seconds, Tracks.Timecode_Start, From.Timecode_Start,
-                   Match_By_Holds(On.Stops.Holds, From), On.Stops.Holds.size(), Warnings);
+      Choose_Match(Request.Offset_Seconds, Times_Of(Tracks, On, From.Timecode_Start, From.Pictures),
+                   Match_By_Holds(On.Stops.Holds, From), On.Stops.Holds.size(),
+                   /*Are_Photographs=*/true, Warnings);
   const Row_Source Source{On.Camera, On.Board, &On.Stops, Clock.Offset_Seconds};
   std::vector<Chosen_Row> Rows = Rows_Of_Photographs(From, Source, Request.Rows);
   Capture_Import Made = Finish(Tracks, Request, std::move(On), Time_Source_Text(From.Source), Clock,
@@ -243,8 +268,9 @@ Capture_Import Import_Clip(const Take& Tracks, const Clip& From, const Import_Re
   Stage On = Find_Stage(Tracks, Request, /*Needs_Holds=*/true);
   std::vector<std::string> Warnings = From.Warnings;
   const Clock_Match Clock =
-      Choose_Match(Request.Offset_Seconds, Tracks.Timecode_Start, From.Timecode_Start,
-                   Match_By_Motion(Speeds_Of(On), From), On.Stops.Holds.size(), Warnings);
+      Choose_Match(Request.Offset_Seconds, Times_Of(Tracks, On, From.Timecode_Start, From.Frames),
+                   Match_By_Motion(Speeds_Of(On), From), On.Stops.Holds.size(),
+                   /*Are_Photographs=*/false, Warnings);
   const Row_Source Source{On.Camera, On.Board, &On.Stops, Clock.Offset_Seconds};
   std::vector<Chosen_Row> Rows = Rows_Of_Clip(From, Source, Request.Rows);
   Capture_Import Made = Finish(Tracks, Request, std::move(On), "the frames of a clip", Clock,

@@ -37,6 +37,10 @@ struct Capture_Import {
 // Fewer rows than this are told, because matching clocks and solving mounts both want more.
 constexpr std::size_t Few_Holds = 15;
 
+// With so many photographs, and holds that are as irregular as is advised, the clocks are hardly
+// ever left open (docs/import.md).
+constexpr int Enough_Photographs = 30;
+
 // Both as one, the bodies of First in front. Where both have a timecode, Second's clock is brought
 // to that of First; otherwise both are taken to have the same clock. Throws Usage_Error, beginning
 // with TAKE2, when they have no time in common.
@@ -46,8 +50,7 @@ Take Joined_Takes(Take First, Take Second);
 //   --camera, --board   no body has that name, with the names that there are
 //   --still             no hold was found, and holds are needed
 //   --offset            the offset of the clocks isn't certain: what fits best and next, and what
-//   to
-//                       do
+//                       to do
 //   --images, --clip    no picture has a row, with the reasons
 Capture_Import Import_Photographs(const Take& Tracks, const Photographs& From,
                                   const Import_Request& Request);

@@ -224,10 +224,12 @@ double Part_In_Holds(const std::vector<Hold>& Holds) {
 
 }  // namespace
 
-Clock_Match Match_By_Timecode(double Take_Start, double Picture_Start) {
+Clock_Match Match_By_Timecode(double Take_Start, double Picture_Start, double Likely_Offset) {
   Clock_Match Match;
   Match.Method = Clock_Method::Timecode;
-  Match.Offset_Seconds = Time_Of_Day_Difference(Take_Start, Picture_Start);
+  const double Of_One_Day = Picture_Start - Take_Start;
+  Match.Offset_Seconds =
+      Of_One_Day + Seconds_Per_Day * std::round((Likely_Offset - Of_One_Day) / Seconds_Per_Day);
   Match.Is_Certain = true;
   return Match;
 }

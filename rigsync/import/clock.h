@@ -21,8 +21,10 @@
 
 namespace rigsync {
 
-// Both timecodes are seconds since midnight, of second 0 of either clock. Certain.
-Clock_Match Match_By_Timecode(double Take_Start, double Picture_Start);
+// Both timecodes are seconds since midnight, of second 0 of either clock. They leave whole days
+// open, so it is the offset nearest to Likely_Offset, which brings the pictures into the take.
+// Certain.
+Clock_Match Match_By_Timecode(double Take_Start, double Picture_Start, double Likely_Offset);
 
 // One tracked body's speeds, and the speed up to which it stands still.
 struct Body_Speeds {

@@ -87,7 +87,7 @@ TEST(CaptureImport, RefusesAnOffsetThatIsNotCertainAndSaysWhatToDo) {
   const Photographs From = Photograph_Holds(On.Of, 50.0, By);
   EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, From, Both_Bodies()); }),
               AllOf(HasSubstr("--offset: "), HasSubstr("next best"), HasSubstr("hold irregularly"),
-                    HasSubstr("has 10 holds, which is few")));
+                    HasSubstr("has 10 holds, and photographs tell less than a clip")));
   Import_Request Stated = Both_Bodies();
   Stated.Offset_Seconds = 50.0;
   Expect_Poses(On, Import_Photographs(On.Tracks, From, Stated));

@@ -12,10 +12,21 @@ namespace {
 
 TEST(Clock, IsMatchedByTimecodesAcrossMidnight) {
   // The take begins at 23:59:50, the clip ten seconds after midnight: 20 s later.
-  const Clock_Match Match = Match_By_Timecode(86390.0, 10.0);
+  const Clock_Match Match = Match_By_Timecode(86390.0, 10.0, 0.0);
   EXPECT_DOUBLE_EQ(Match.Offset_Seconds, 20.0);
   EXPECT_EQ(Match.Method, Clock_Method::Timecode);
   EXPECT_TRUE(Match.Is_Certain);
+}
+
+// Pictures whose clock is the time of day, in the afternoon and across midnight: their time of the
+// take is that of the day less its beginning, and a day later what is beyond midnight.
+TEST(Clock, IsMatchedByTimecodesThatAreTheTimeOfDay) {
+  constexpr double Afternoon = 14 * 3600.0, Late = 86380.0;
+  EXPECT_DOUBLE_EQ(Match_By_Timecode(Afternoon, 0.0, 60.0 - (Afternoon + 50.0)).Offset_Seconds,
+                   -Afternoon);
+  EXPECT_DOUBLE_EQ(Match_By_Timecode(Late, 0.0, 60.0 - (Late + 50.0)).Offset_Seconds, -Late);
+  // The list's times began again at midnight, so its pictures are at 10 to 100 seconds.
+  EXPECT_DOUBLE_EQ(Match_By_Timecode(Late, 0.0, 60.0 - 55.0).Offset_Seconds, 86400.0 - Late);
 }
 
 Photographs At_Times(const std::vector<double>& Seconds) {
