@@ -74,8 +74,8 @@ struct Recording_Options {
   bool Clip = false;                               // also write a clip, at 25 frames per second
   Length_Unit Unit = Length_Unit::Metres;          // of a Motive take
   double Rate_Hz = 100.0;                          // samples of the take per second
-  double Shortest_Hold = 1.0, Longest_Hold = 2.5;  // seconds
-  double Shortest_Move = 0.8, Longest_Move = 2.0;  // seconds
+  double Shortest_Hold = 1.0, Longest_Hold = 4.0;  // seconds
+  double Shortest_Move = 0.8, Longest_Move = 3.0;  // seconds
   bool Regular_Holds = false;  // every hold and every move takes the mean of its range
   // Time on the take's clock less time on the clock of the pictures, seconds.
   double Clock_Offset = 0.0;
