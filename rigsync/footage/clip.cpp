@@ -45,9 +45,26 @@ std::string File_Url(const fs::path& File) {
   return "file:" + File.u8string();
 }
 
-// A playlist must not lead to the network or to other devices.
-const std::vector<std::string> Quiet_Reading = {"-hide_banner", "-loglevel", "error",
-                                                "-protocol_whitelist", "file,crypto,data"};
+// Files that hold their pictures themselves. A playlist leads to other files, or to the network,
+// and one without an end is read again and again. Photographs and sounds are among them because
+// what is wrong with those can be told better than by their kind.
+constexpr const char* Known_Formats =
+    "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mxf,mpegts,mpeg,mpegvideo,h264,hevc,obu,ivf,m4v,"
+    "mjpeg,dv,gxf,nut,flv,asf,ogg,rm,gif,apng,yuv4mpegpipe,image2,png_pipe,jpeg_pipe,tiff_pipe,"
+    "bmp_pipe,webp_pipe,dpx_pipe,exr_pipe,wav,mp3,aac,flac";
+
+const std::vector<std::string> Quiet_Reading = {
+    "-hide_banner",     "-loglevel",         "error",      "-protocol_whitelist",
+    "file,crypto,data", "-format_whitelist", Known_Formats};
+
+// The format in "[hls @ 0x55ccac7bd580] Format not on whitelist '...'"; empty if no line says so.
+std::string Unknown_Format(const Child_Process& Process) {
+  for (const std::string& Line : Process.Error_Lines()) {
+    if (Line.find("not on whitelist") == std::string::npos || Line[0] != '[') continue;
+    return One_Line(Line.substr(1, Line.find_first_of(" ,]") - 1));
+  }
+  return "";
+}
 
 // What ffmpeg says, without the address of its module and the name of the file.
 std::string Plain_Line(const std::string& Line, const fs::path& File) {
@@ -111,6 +128,11 @@ Clip_Facts Probe(const fs::path& File) {
   return With_Program(File, "ffprobe", Arguments, {}, [&](Child_Process& Process) {
     const std::string Text = Process.Read_Rest(Most_Bytes);
     if (Process.Wait() != 0) {
+      if (const std::string Format = Unknown_Format(Process); !Format.empty()) {
+        Refuse_Clip(File, fmt::format("is no clip of a kind that is read ('{}'); give the file "
+                                      "that holds the pictures, or convert it to MP4, MOV or MKV",
+                                      Format));
+      }
       Refuse_Clip(File, "is no clip that can be read" + Said(Process, File));
     }
     try {

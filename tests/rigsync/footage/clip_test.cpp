@@ -294,13 +294,42 @@ TEST(Clip, ThatIsNoneIsRefusedWithWhatFfmpegSays) {
   EXPECT_EQ(Scan_Refusal(Sound), "--clip: " + Sound.string() + ": has no picture stream");
 }
 
-// A playlist that leads elsewhere is none of the user's clips.
-TEST(Clip, OpensNothingButFiles) {
+// ffprobe and ffmpeg for this long at most, then they are ended.
+class Bounded_Programs {
+ public:
+  explicit Bounded_Programs(int Seconds) : Path(Folder.String() + ":" + std::getenv("PATH")) {
+    for (const char* const Program : {"ffprobe", "ffmpeg"}) {
+      fs::permissions(
+          Folder.Write(Program, "#!/bin/sh\nPATH=${PATH#*:} exec timeout -s KILL " +
+                                    std::to_string(Seconds) + " " + Program + " \"$@\"\n"),
+          fs::perms::owner_all);
+    }
+  }
+
+ private:
+  const Scratch_Folder Folder;
+  const Search_Path Path;
+};
+
+// A playlist leads to other files, or to the network, and one without an end is read again and
+// again until it has one.
+TEST(Clip, ThatIsAPlaylistIsRefusedAndNotFollowed) {
   const Scratch_Folder Scratch;
-  const std::string List =
-      Scratch.Write("a.m3u8", "#EXTM3U\n#EXTINF:1,\nhttp://127.0.0.1:9/a.ts\n#EXT-X-ENDLIST\n");
-  EXPECT_THAT(Scan_Refusal(List), HasSubstr(List));
-  EXPECT_THAT(Scan_Refusal(List), Not(HasSubstr("refused")));  // by a computer that was asked
+  Encode_Numbered(Scratch.Path() / "a.ts", 40, With_B_Frames);
+  const std::string Head = "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:1.6,\n";
+  const std::string End = "#EXT-X-ENDLIST\n";
+  const Bounded_Programs Bounded(/*Seconds=*/5);
+  for (const std::string& File :
+       {Scratch.Write("endless.m3u8", Head + "a.ts\n"),
+        Scratch.Write("a.m3u8", Head + "a.ts\n" + End),
+        Scratch.Write("net.m3u8", Head + "http://127.0.0.1:9/a.ts\n" + End)}) {
+    EXPECT_EQ(Scan_Refusal(File),
+              "--clip: " + File +
+                  ": is no clip of a kind that is read ('hls'); give the file that holds the "
+                  "pictures, or convert it to MP4, MOV or MKV");
+  }
+  EXPECT_THAT(Scan_Refusal(Scratch.Write("list", "ffconcat version 1.0\nfile a.ts\n")),
+              HasSubstr("('concat')"));
 }
 
 class ClipCutOff : public testing::TestWithParam<Form> {};
