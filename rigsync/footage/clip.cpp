@@ -233,6 +233,15 @@ class Paced_Progress {
 
 // ---- The scan ----------------------------------------------------------------------------------
 
+// A photograph is a clip of one frame to ffmpeg. Motion shows from three frames on.
+void Check_Count(const fs::path& File, std::size_t Count) {
+  constexpr std::size_t Least = 3;
+  if (Count >= Least) return;
+  Refuse_Clip(File, fmt::format("has {} frame{}; a clip has {} and more, and for photographs there "
+                                "is --images with their folder",
+                                Count, Count == 1 ? "" : "s", Least));
+}
+
 // Times from the first frame on, which have to ascend.
 void Take_Times(const std::vector<double>& Seconds, Clip& Scanned) {
   for (std::size_t i = 0; i < Scanned.Frames.size(); ++i) {
@@ -379,6 +388,7 @@ Clip Scan_Clip(const fs::path& File, const Clip_Progress& Progress) {
         Paced.Show(static_cast<double>(Index) / Facts.Rate.Hz());
       });
   Check_Run(File, Run);
+  Check_Count(File, Run.Count);
   Take_Times(Run.Seconds, Scanned);
   Check_End(Facts, Run, Scanned);
   if (!Run.What_Was_Said.empty()) {

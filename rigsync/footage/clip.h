@@ -24,8 +24,9 @@ using Clip_Progress = std::function<void(double Done_Seconds, double Clip_Second
 // well).
 //
 // Throws Usage_Error, which begins with --clip and the file, if ffmpeg or ffprobe isn't found, and
-// for a file that can't be opened, is no clip, has no pictures, or ends before its pictures do.
-// What ffmpeg says about it is part of the message. A picture that can't be decoded is a warning.
+// for a file that can't be opened, is no clip, is a playlist, has fewer than three pictures, or
+// ends before its pictures do. What ffmpeg says about it is part of the message. A picture that
+// can't be decoded is a warning.
 Clip Scan_Clip(const std::filesystem::path& File, const Clip_Progress& Progress = {});
 
 // Writes these frames of a scanned clip in full resolution to Folder, which must exist, as

@@ -332,6 +332,20 @@ TEST(Clip, ThatIsAPlaylistIsRefusedAndNotFollowed) {
               HasSubstr("('concat')"));
 }
 
+TEST(Clip, OfFewerThanThreeFramesIsRefusedAndPhotographsAreNamed) {
+  const Scratch_Folder Scratch;
+  const fs::path Photograph = Scratch.Path() / "0001.png";
+  cv::imwrite(Photograph.string(), cv::Mat(64, 128, CV_8UC3, cv::Scalar(9, 9, 9)));
+  EXPECT_EQ(Scan_Refusal(Photograph),
+            "--clip: " + Photograph.string() +
+                ": has 1 frame; a clip has 3 and more, and for photographs there is --images with "
+                "their folder");
+  EXPECT_THAT(Scan_Refusal(Encode_Numbered(Scratch.Path() / "two.mp4", 2, With_B_Frames)),
+              HasSubstr("has 2 frames; a clip"));
+  EXPECT_EQ(
+      Scan_Clip(Encode_Numbered(Scratch.Path() / "three.mp4", 3, With_B_Frames)).Frames.size(), 3u);
+}
+
 class ClipCutOff : public testing::TestWithParam<Form> {};
 
 TEST_P(ClipCutOff, IsRefusedAndNotTakenForAShorterOne) {
