@@ -311,7 +311,11 @@ void Write_Frame(const Clip& From, const fs::path& File, const cv::Mat& Picture,
   std::vector<unsigned char> Bytes;
   cv::imencode(".png", Picture, Bytes);
   Written.Add(File);
-  Write_Whole(File, {reinterpret_cast<const char*>(Bytes.data()), Bytes.size()});
+  try {
+    Write_Whole(File, {reinterpret_cast<const char*>(Bytes.data()), Bytes.size()});
+  } catch (const std::runtime_error& Error) {
+    throw Usage_Error("--output", std::string("--output: ") + Error.what());
+  }
 }
 
 // Passes frames of these numbers. A sum may have a hundred terms and no more, so it is one of sums.

@@ -34,7 +34,8 @@ Clip Scan_Clip(const std::filesystem::path& File, const Clip_Progress& Progress 
 // Frames may have any order and repeat.
 //
 // A file that has the name already is left as it is if it is the same picture. Otherwise a
-// Usage_Error names it. After a failure none of the files is there that this call has written. A
+// Usage_Error names it. A file that can't be written, as on a full disk, is a Usage_Error that
+// begins with --output. After a failure none of the files is there that this call has written. A
 // clip that has changed since it was scanned is refused if it now ends before the last frame.
 std::vector<std::filesystem::path> Cut_Frames(const Clip& From,
                                               const std::vector<std::size_t>& Frames,

@@ -7,7 +7,9 @@
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -223,6 +225,42 @@ TEST(Clip, KeepsAFileThatIsTheSameFrameAndRefusesAnyOther) {
                         "/frame_000012.png, where another file is; remove it"));
   EXPECT_EQ(Read_Text(Out.Path() / "frame_000012.png"), "not ours");
   EXPECT_EQ(Entry_Count(Out.Path()), 3u) << "frame 7 was written before the refusal";
+}
+
+// No file of this process may grow beyond this while it exists, as on a disk that is full.
+class File_Size_Limit {
+ public:
+  explicit File_Size_Limit(rlim_t Bytes) : Handler(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &Before);
+    const rlimit Limit{Bytes, Before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &Limit);
+  }
+  ~File_Size_Limit() {
+    setrlimit(RLIMIT_FSIZE, &Before);
+    std::signal(SIGXFSZ, Handler);
+  }
+  File_Size_Limit(const File_Size_Limit&) = delete;
+  File_Size_Limit& operator=(const File_Size_Limit&) = delete;
+
+ private:
+  void (*Handler)(int);
+  rlimit Before{};
+};
+
+TEST(Clip, WhoseFramesCannotBeWrittenIsRefusedByTheOutput) {
+  const Scratch_Folder Scratch;
+  const Scratch_Folder Out;
+  const Clip Scanned = Scan_Clip(Encode_Numbered(Scratch.Path() / "a.mp4", 20, With_B_Frames));
+  const File_Size_Limit Limit(16);
+  try {
+    Cut_Frames(Scanned, {4, 9}, Out.Path());
+    FAIL() << "accepted";
+  } catch (const Usage_Error& Error) {
+    EXPECT_EQ(Error.Option_Name(), "--output");
+    EXPECT_EQ(Error.what(),
+              "--output: " + Out.String() + "/frame_000004.png can't be written: File too large");
+  }
+  EXPECT_EQ(Entry_Count(Out.Path()), 0u);
 }
 
 TEST(Clip, ThatHasChangedSinceItWasScannedIsNotCut) {
