@@ -4,6 +4,8 @@
 #include "rigsync/record/attitude.h"
 #include "rigsync/record/bytes.h"
 
+#include <algorithm>
+
 namespace rigsync {
 namespace {
 
@@ -49,6 +51,13 @@ Freed_Packet Decode_Freed(std::string_view Message) {
   Packet.Focus = Unsigned(Message, Focus, 3);
   Packet.Spare = Unsigned(Message, Spare, 2);
   return Packet;
+}
+
+bool Is_Freed_Lost(const Freed_Packet& Packet) {
+  const auto Is_Zero = [](double Value) { return Value == 0.0; };
+  const auto& [Angles_Deg, Position] = Packet.Slots;
+  return std::all_of(Angles_Deg.begin(), Angles_Deg.end(), Is_Zero) &&
+         std::all_of(Position.begin(), Position.end(), Is_Zero);
 }
 
 Tracker_Sample Freed_Sample(const Pose_Slots& Slots) {

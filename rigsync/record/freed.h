@@ -41,6 +41,10 @@ bool Is_Freed(std::string_view Datagram);
 bool Is_Freed_Checksum_Good(std::string_view Message);
 Freed_Packet Decode_Freed(std::string_view Message);
 
+// Whether all six slots are 0. The format has no word for a lost target, and devices send this. A
+// pose that was measured has a unit or two in some slot.
+bool Is_Freed_Lost(const Freed_Packet& Packet);
+
 Tracker_Sample Freed_Sample(const Pose_Slots& Slots);
 
 }  // namespace rigsync

@@ -139,6 +139,7 @@ void Stream_Decoder::Feed_Message(const Udp_Packet& Packet, std::string_view Mes
   Sample.Body = *Index;
   Sample.Utc_Ns = Packet.Utc_Ns;
   Sample.Steady_Ns = Packet.Steady_Ns;
+  Sample.Is_Tracked = !Is_Freed_Lost(Decoded);
   Sample.Sample = Freed_Sample(Mapped(Decoded.Slots, Body.Map));
   Take(Sample);
 }

@@ -35,7 +35,7 @@ class Stage {
   Live_State State{Start_Ns};
   Live_View View;
   std::int64_t At_Ms = 0;
-  double X_Mm = 0;
+  double X_Mm = 1000;  // at 0, with all else 0, a body is lost
 };
 
 TEST(LiveState, TellsEachBodyWithItsRate) {
@@ -76,8 +76,8 @@ TEST(LiveState, OneBodyThatMovesIsNoTimeForAPicture) {
   Stage Of;
   for (int i = 0; i < 300; ++i) {
     Of.At_Ms += 10;
-    Of.Feed(Freed_Message({1, 0, 0, 0, 0, 0, 0}));
-    Of.Feed(Freed_Message({2, 0, 0, 0, 1.0 * i, 0, 0}));
+    Of.Feed(Freed_Message({1, 0, 0, 0, 1000, 0, 0}));
+    Of.Feed(Freed_Message({2, 0, 0, 0, 1000.0 + i, 0, 0}));
     Of.Look();
     ASSERT_FALSE(Of.View.Is_Picture_Time);
   }
@@ -92,6 +92,17 @@ TEST(LiveState, ABodyThatIsSilentIsToldAndIsNoTimeForAPicture) {
   EXPECT_FALSE(Of.View.Bodies[0].Is_Silent);
   EXPECT_TRUE(Of.View.Bodies[1].Is_Silent);
   EXPECT_EQ(Of.View.Bodies[1].Rate_Hz, 0);
+  EXPECT_FALSE(Of.View.Is_Picture_Time);
+}
+
+TEST(LiveState, ABodyWhoseSlotsAreAllZeroIsLostAndIsNoTimeForAPicture) {
+  Stage Of;
+  Of.Run(2, 1);
+  EXPECT_TRUE(Of.View.Bodies[0].Is_Tracked);
+  EXPECT_TRUE(Of.View.Is_Picture_Time);
+  Of.X_Mm = 0;
+  Of.Run(2, 1);
+  EXPECT_FALSE(Of.View.Bodies[0].Is_Tracked);
   EXPECT_FALSE(Of.View.Is_Picture_Time);
 }
 

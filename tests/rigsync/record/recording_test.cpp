@@ -149,6 +149,34 @@ TEST(Recording, FreedIsBodiesByCameraIdAtTheTimesOfReceipt) {
   EXPECT_THAT(Read.Warnings, IsEmpty());
 }
 
+// What devices send that have lost their target. A head at rest at the origin has an angle or a
+// height of some units.
+TEST(Recording, FreedWhoseSlotsAreAllZeroIsALostSample) {
+  const Take Read = Tape()
+                        .Add(0, Freed_Message({1, 0, 0, 0, 0, 0, 0}))
+                        .Add(10, Freed_Message({1, 0, 0, 0, 0, 0, 1.0 / 64}))
+                        .Add(20, Freed_Message({1, 0, 1.0 / 32768, 0, 0, 0, 0}))
+                        .Read();
+  ASSERT_EQ(Read.Bodies.size(), 1U);
+  const auto& Samples = Read.Bodies[0].Samples;
+  ASSERT_EQ(Samples.size(), 3U);
+  EXPECT_FALSE(Samples[0].Is_Tracked);
+  EXPECT_TRUE(Samples[1].Is_Tracked);
+  EXPECT_TRUE(Samples[2].Is_Tracked);
+}
+
+// What the axes are called does not change what was sent: 0 and -0 are lost alike.
+TEST(Recording, FreedWhoseSlotsAreAllZeroIsALostSampleWithAnyAxes) {
+  Recording_Options Options;
+  Options.Axes = Parse_Axis_Maps("--axes", "pan=-pan,x=-y,y=x");
+  const Take Read = Tape()
+                        .Add(0, Freed_Message({1, 0, 0, 0, 0, 0, 0}))
+                        .Add(10, Freed_Message({1, 0, 0, 0, 0, 0, 5}))
+                        .Read(Options);
+  EXPECT_FALSE(Read.Bodies[0].Samples[0].Is_Tracked);
+  EXPECT_TRUE(Read.Bodies[0].Samples[1].Is_Tracked);
+}
+
 TEST(Recording, AnIdOnTwoPortsIsTwoBodies) {
   Tape Of;
   Of.Add(0, Message(1, 1), 6301).Add(1, Message(1, 2), 6302).Add(2, Message(2, 3), 6302);
