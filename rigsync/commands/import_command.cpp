@@ -133,12 +133,24 @@ Import_Request Read_Request(const Import_Arguments& Arguments) {
 
 // ---- Inputs ----------------------------------------------------------------------------------
 
-Take Read_One_Take(const Import_Arguments& Arguments, const std::string& Argument,
-                   const std::string& File) {
+// How axes are to be read: by --axes, otherwise by the stage file. Name is for messages.
+struct Stated_Axes {
+  std::string Name, Text;  // no Text: as they are
+};
+
+Stated_Axes Read_Axes(const Import_Arguments& Arguments, const Stage_Settings& Stage) {
+  if (!Arguments.Axes.empty()) return {"--axes", Arguments.Axes};
+  const auto Found = Stage.find("axes");
+  if (Found == Stage.end()) return {};
+  return {Value_Name({}, "axes", Arguments.Config), Found->second};
+}
+
+Take Read_One_Take(const Import_Arguments& Arguments, const Stated_Axes& Axes,
+                   const std::string& Argument, const std::string& File) {
   if (Is_Recording(File)) {
     Recording_Options Options;
     Options.Ignores_Checksums = Arguments.Ignores_Checksums;
-    if (!Arguments.Axes.empty()) Options.Axes = Parse_Axis_Maps("--axes", Arguments.Axes);
+    if (!Axes.Text.empty()) Options.Axes = Parse_Axis_Maps(Axes.Name, Axes.Text);
     Options.Lost_Statuses = Arguments.Lost_Statuses;
     return Read_Recording(File, Options);
   }
@@ -148,15 +160,16 @@ Take Read_One_Take(const Import_Arguments& Arguments, const std::string& Argumen
   if (!Arguments.Rotation.empty()) {
     Options.Rotation = Parse_Rotation("--rotation", Arguments.Rotation);
   }
-  if (!Arguments.Axes.empty()) Options.Axes = Parse_Axes("--axes", Arguments.Axes);
+  if (!Axes.Text.empty()) Options.Axes = Parse_Axes(Axes.Name, Axes.Text);
   Options.Map = Arguments.Map;
   return Read_Take(File, Options);
 }
 
-Take Read_Takes(const Import_Arguments& Arguments) {
-  Take First = Read_One_Take(Arguments, "TAKE", Arguments.Take);
+Take Read_Takes(const Import_Arguments& Arguments, const Stated_Axes& Axes) {
+  Take First = Read_One_Take(Arguments, Axes, "TAKE", Arguments.Take);
   if (Arguments.Second_Take.empty()) return First;
-  return Joined_Takes(std::move(First), Read_One_Take(Arguments, "TAKE2", Arguments.Second_Take));
+  return Joined_Takes(std::move(First),
+                      Read_One_Take(Arguments, Axes, "TAKE2", Arguments.Second_Take));
 }
 
 Photographs Read_Pictures(const Import_Arguments& Arguments) {
@@ -189,12 +202,12 @@ struct Chessboard {
   std::string Flags;  // for the next command
 };
 
-std::optional<Chessboard> Read_Chessboard(const Import_Arguments& Arguments) {
+std::optional<Chessboard> Read_Chessboard(const Import_Arguments& Arguments, Stage_Settings Stage) {
   Stage_Settings Typed, All;
   if (!Arguments.Corners.empty()) Typed["board"] = Arguments.Corners;
   if (!Arguments.Square.empty()) Typed["square"] = Arguments.Square;
   All = Typed;
-  if (!Arguments.Config.empty()) All.merge(Read_Stage_File(Arguments.Config, Stage_Keys()));
+  All.merge(Stage);
   if (All.empty()) return std::nullopt;
   for (const auto& [Key, Flag] : {std::pair{"board", "--corners"}, {"square", "--square"}}) {
     if (All.count(Key) != 0) continue;
@@ -273,8 +286,11 @@ int Import(const Import_Arguments& Arguments) {
   const fs::path Csv = Arguments.Output;
   Refuse_Other_Capture(Csv);
   const Import_Request Request = Read_Request(Arguments);
-  const std::optional<Chessboard> Board = Read_Chessboard(Arguments);
-  Capture_Import Made = Import_Pictures(Arguments, Read_Takes(Arguments), Request);
+  Stage_Settings Stage;
+  if (!Arguments.Config.empty()) Stage = Read_Stage_File(Arguments.Config, Stage_Keys());
+  const std::optional<Chessboard> Board = Read_Chessboard(Arguments, Stage);
+  const Take Tracks = Read_Takes(Arguments, Read_Axes(Arguments, Stage));
+  Capture_Import Made = Import_Pictures(Arguments, Tracks, Request);
   Write_Capture(Csv, Made.Record);
   for (const std::string& Text : Made.Warnings) Warn(Text);
   const bool Colour = Uses_Colour(stdout);
@@ -384,8 +400,9 @@ void Add_Row_Flags(Command_Line& Line, CLI::App& Command, Import_Arguments& Argu
       ->required()
       ->type_name("FILE");
   Command
-      .add_option("--config", Arguments.Config,
-                  "stage file: its board and square, for the inspection of the images")
+      .add_option(
+          "--config", Arguments.Config,
+          "stage file: its axes, and its board and square, for the inspection of the images")
       ->type_name("FILE");
   Command
       .add_option("--corners", Arguments.Corners,

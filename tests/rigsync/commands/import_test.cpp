@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// 'rigsync import': which of its flags, and which keys of the stage file, reach the rows.
+#include "tests/rigsync/support/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+// Ten seconds of a body that stands still, at 50 Hz, as a pose file of TUM, whose body has the name
+// of the file.
+std::string Standing_Body(const std::string& Position) {
+  std::string Text;
+  for (int i = 0; i < 500; ++i) {
+    Text += std::to_string(0.02 * i) + " " + Position + " 0 0 0 1\n";
+  }
+  return Text;
+}
+
+// A folder with a take, cam.txt, whose body stands at 1, 2, 3, a photograph that is taken after two
+// seconds, and a stage file.
+class Import_Command : public testing::Test {
+ protected:
+  Import_Command() {
+    fs::create_directory(Folder.Path() / "photos");
+    cv::imwrite((Folder.Path() / "photos" / "one.png").string(), cv::Mat::zeros(48, 64, CV_8UC1));
+    Folder.Write("times.csv", "one.png,2.0\n");
+    Folder.Write("cam.txt", Standing_Body("1 2 3"));
+  }
+
+  Finished Import(const std::vector<std::string>& More, const std::string& Take = "cam.txt") {
+    std::vector<std::string> Arguments = {"import",   Take,     "--camera", "cam",
+                                          "--images", "photos", "--times",  "times.csv",
+                                          "--offset", "0",      "-o",       "capture.csv"};
+    Arguments.insert(Arguments.end(), More.begin(), More.end());
+    return Rigsync(Arguments, Folder.Path());
+  }
+
+  // The camera's position in the only row.
+  std::vector<double> Position() const {
+    std::ifstream In(Folder.Path() / "capture.csv");
+    std::string Line, Field;
+    std::getline(In, Line);
+    std::getline(In, Line);
+    std::istringstream Fields(Line);
+    std::vector<std::string> Texts;
+    while (std::getline(Fields, Field, ',')) Texts.push_back(Field);
+    if (Texts.size() != 16) return {};
+    return {std::stod(Texts[2]), std::stod(Texts[3]), std::stod(Texts[4])};
+  }
+
+  Scratch_Folder Folder;
+};
+
+TEST_F(Import_Command, ReadsTheTakeWithTheAxesOfTheStageFile) {
+  Folder.Write("stage.toml", "board = \"7x5\"\nsquare = 0.03\naxes = \"x,-y,z\"\n");
+  const Finished Done = Import({"--config", "stage.toml"});
+  EXPECT_THAT(Position(), ElementsAre(1.0, -2.0, 3.0)) << Done.Error;
+  Import({"--config", "stage.toml", "--axes", "x,-z,y"});
+  EXPECT_THAT(Position(), ElementsAre(1.0, -3.0, 2.0));
+}
+
+TEST_F(Import_Command, NamesTheKeyOfTheStageFileWhoseAxesAreNotThoseOfATake) {
+  Folder.Write("stage.toml", "board = \"7x5\"\nsquare = 0.03\naxes = \"pan=-pan\"\n");
+  const Finished Done = Import({"--config", "stage.toml"});
+  EXPECT_EQ(Done.Status, 2);
+  EXPECT_THAT(Done.Said, HasSubstr("stage.toml: 'axes': 'pan=-pan' is wrong"));
+}
+
+}  // namespace
