@@ -195,10 +195,12 @@ Clip_Progress Shown_Progress(const std::string& What) {
 
 // ---- Inspection ------------------------------------------------------------------------------
 
-// What is known of the board's chessboard: by --corners and --square, or by the stage file.
+// What is known of the board's chessboard: by --corners and --square, or by the stage file, which
+// also knows the first id of its markers.
 struct Chessboard {
   Board_Size Corners;
   double Square = 0;
+  std::optional<int> First_Marker;
   std::string Flags;  // for the next command
 };
 
@@ -219,7 +221,11 @@ std::optional<Chessboard> Read_Chessboard(const Import_Arguments& Arguments, Sta
     return Typed.count(Key) != 0 ? std::string(Flag) : Value_Name(Typed, Key, Arguments.Config);
   };
   Chessboard Board{Parse_Board(Name("board", "--corners"), All["board"]),
-                   Parse_Square(Name("square", "--square"), All["square"]), ""};
+                   Parse_Square(Name("square", "--square"), All["square"]), std::nullopt, ""};
+  if (All.count("markers") != 0) {
+    Board.First_Marker =
+        Parse_Marker(Value_Name(Typed, "markers", Arguments.Config), All["markers"]);
+  }
   if (!Arguments.Config.empty()) Board.Flags = "--config " + Shell_Word(Arguments.Config);
   if (Typed.count("board") != 0) Board.Flags += " --board " + Shell_Word(Typed["board"]);
   if (Typed.count("square") != 0) Board.Flags += " --square " + Shell_Word(Typed["square"]);
@@ -235,6 +241,7 @@ Inspection Inspect_Written(const fs::path& Csv, const std::optional<Chessboard>&
   if (Board) {
     Inputs.Board.Board = Board->Corners;
     Inputs.Board.Square_Size = Board->Square;
+    Inputs.First_Marker = Board->First_Marker;
   }
   const auto Shown = std::make_shared<Progress_Output>(Is_Terminal(stderr) ? Progress_Kind::Line
                                                                            : Progress_Kind::None);
@@ -400,9 +407,9 @@ void Add_Row_Flags(Command_Line& Line, CLI::App& Command, Import_Arguments& Argu
       ->required()
       ->type_name("FILE");
   Command
-      .add_option(
-          "--config", Arguments.Config,
-          "stage file: its axes, and its board and square, for the inspection of the images")
+      .add_option("--config", Arguments.Config,
+                  "stage file: its axes, and its board, square and markers for the inspection of "
+                  "the images")
       ->type_name("FILE");
   Command
       .add_option("--corners", Arguments.Corners,

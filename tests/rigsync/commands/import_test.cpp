@@ -15,8 +15,10 @@
 namespace {
 
 namespace fs = std::filesystem;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 // Ten seconds of a body that stands still, at 50 Hz, as a pose file of TUM, whose body has the name
 // of the file.
@@ -76,6 +78,30 @@ TEST_F(Import_Command, NamesTheKeyOfTheStageFileWhoseAxesAreNotThoseOfATake) {
   const Finished Done = Import({"--config", "stage.toml"});
   EXPECT_EQ(Done.Status, 2);
   EXPECT_THAT(Done.Said, HasSubstr("stage.toml: 'axes': 'pan=-pan' is wrong"));
+}
+
+// The camera and the board of the simulated capture, and its images.
+TEST(Import_Of_Markers, SaysThatTheImagesShowAnotherBoardThanTheStageFileStates) {
+  const Scratch_Folder Scratch;
+  const fs::path Folder = Scratch.Path() / "capture";
+  const Finished Made =
+      Rigsync({"simulate", Folder.string(), "--size", "640x480", "--board", "7x5", "--markers",
+               "54", "--images", "14", "--paths", "relative", "--take", "motive", "--quiet"});
+  ASSERT_EQ(Made.Status, 0) << Made.Error;
+  const auto Imported_With = [&](int First_Marker) {
+    const std::string Stage = Scratch.Write(
+        "stage.toml",
+        "board = \"7x5\"\nsquare = 0.03\nmarkers = " + std::to_string(First_Marker) + "\n");
+    return Rigsync(
+        {"import", "take.csv", "--camera", "camera", "--board", "board", "--images", "images",
+         "--times", "times.csv", "--offset", "0", "--config", Stage, "-o", "imported.csv"},
+        Folder);
+  };
+  const Finished Other = Imported_With(200);
+  EXPECT_THAT(Other.Output, HasSubstr("another board than --markers states")) << Other.Error;
+  const Finished Own = Imported_With(54);
+  EXPECT_THAT(Own.Output, AllOf(HasSubstr("Findings"), Not(HasSubstr("another board"))))
+      << Own.Error;
 }
 
 }  // namespace
