@@ -17,14 +17,31 @@
 namespace rigsync {
 namespace {
 
+// "7x5", which --board has in the other commands.
+bool Are_Counts(const std::string& Text) {
+  const std::size_t Cross = Text.find('x');
+  const auto Is_Digit = [](unsigned char Character) { return std::isdigit(Character) != 0; };
+  return Cross != std::string::npos && Cross > 0 && Cross + 1 < Text.size() &&
+         std::count_if(Text.begin(), Text.end(), Is_Digit) + 1 ==
+             static_cast<std::ptrdiff_t>(Text.size());
+}
+
 const Body_Track& Named_Body(const Take& Tracks, const std::string& Flag, const std::string& Name) {
   const Body_Track* const Found = Find_Body(Tracks, Name);
   if (Found != nullptr) return *Found;
   std::vector<std::string> Names;
   for (const Body_Track& Body : Tracks.Bodies) Names.push_back("'" + Body.Name + "'");
-  throw Usage_Error(Flag, fmt::format("{}: no body in the take is called '{}'. It has: {}.", Flag,
-                                      Name, fmt::join(Names, ", ")));
+  throw Usage_Error(
+      Flag, fmt::format("{}: no body in the take is called '{}'. It has: {}.{}", Flag, Name,
+                        fmt::join(Names, ", "),
+                        Flag == "--board" && Are_Counts(Name)
+                            ? " Here --board is the body on the board, and --corners has the "
+                              "counts of the chessboard."
+                            : ""));
 }
+
+// An advice for rows that come from holds.
+constexpr const char* In_A_Hand_Text = " For a board in a hand there is --pose picture.";
 
 // What a take and a request come to before there are pictures.
 struct Stage {
@@ -48,13 +65,15 @@ Stage Find_Stage(const Take& Tracks, const Import_Request& Request, bool Needs_H
     throw Usage_Error(
         "--still",
         fmt::format("--still: the take has no hold: {} for {:g} s and longer.{} Hold the board "
-                    "and the camera still for each picture, or allow more with --still and --hold.",
+                    "and the camera still for each picture, or allow more with --still and "
+                    "--hold.{}",
                     Found.Board != nullptr ? "both bodies never stand still together"
                                            : "the body never stands still",
                     Request.Holds.Least_Seconds,
                     Found.Stops.Short.empty()
                         ? ""
-                        : fmt::format(" It has {} shorter stops.", Found.Stops.Short.size())));
+                        : fmt::format(" It has {} shorter stops.", Found.Stops.Short.size()),
+                    Request.Rows.Pose == Pose_Choice::Hold ? In_A_Hand_Text : ""));
   }
   return Found;
 }
@@ -142,7 +161,8 @@ Clock_Match Choose_Match(const std::optional<double>& Stated, const Known_Times&
 
 // ---- The whole -------------------------------------------------------------------------------
 
-void Refuse_Without_Rows(const std::string& Flag, const std::vector<Imported_Row>& Rows) {
+void Refuse_Without_Rows(const std::string& Flag, const std::vector<Imported_Row>& Rows,
+                         const Row_Options& Options) {
   const bool Has_Row = std::any_of(Rows.begin(), Rows.end(),
                                    [](const Imported_Row& Row) { return Row.Refusal.empty(); });
   if (Has_Row) return;
@@ -151,9 +171,15 @@ void Refuse_Without_Rows(const std::string& Flag, const std::vector<Imported_Row
     Reasons +=
         fmt::format("{}{} times {}", Reasons.empty() ? "" : "; ", One.Rows.size(), One.Reason);
   }
+  std::string Advice;
+  if (std::any_of(Rows.begin(), Rows.end(),
+                  [&](const Imported_Row& Row) { return Was_Too_Fast(Row, Options); })) {
+    Advice = " --max-speed allows more.";
+    if (Options.Pose == Pose_Choice::Hold) Advice += In_A_Hand_Text;
+  }
   throw Usage_Error(Flag, fmt::format("{}: no picture has samples of its own, so there is nothing "
-                                      "to write: {}.",
-                                      Flag, Reasons));
+                                      "to write: {}.{}",
+                                      Flag, Reasons, Advice));
 }
 
 Capture_Import Finish(const Take& Tracks, const Import_Request& Request, Stage&& On,
@@ -260,7 +286,7 @@ Capture_Import Import_Photographs(const Take& Tracks, const Photographs& From,
   std::vector<Chosen_Row> Rows = Rows_Of_Photographs(From, Source, Request.Rows);
   Capture_Import Made = Finish(Tracks, Request, std::move(On), Time_Source_Text(From.Source), Clock,
                                std::move(Rows), std::move(Warnings));
-  Refuse_Without_Rows("--images", Made.Record.Rows);
+  Refuse_Without_Rows("--images", Made.Record.Rows, Request.Rows);
   return Made;
 }
 
@@ -275,7 +301,7 @@ Capture_Import Import_Clip(const Take& Tracks, const Clip& From, const Import_Re
   std::vector<Chosen_Row> Rows = Rows_Of_Clip(From, Source, Request.Rows);
   Capture_Import Made = Finish(Tracks, Request, std::move(On), "the frames of a clip", Clock,
                                std::move(Rows), std::move(Warnings));
-  Refuse_Without_Rows("--clip", Made.Record.Rows);
+  Refuse_Without_Rows("--clip", Made.Record.Rows, Request.Rows);
   return Made;
 }
 

@@ -205,6 +205,11 @@ Body_Reading Still_Board() {
   return Reading;
 }
 
+bool Was_Too_Fast(const Imported_Row& Row, const Row_Options& Options) {
+  return Is_Faster(Speed_Of(Row.Camera.Velocity), Options.Largest_Speed) ||
+         Is_Faster(Speed_Of(Row.Board.Velocity), Options.Largest_Speed);
+}
+
 std::vector<Chosen_Row> Rows_Of_Photographs(const Photographs& From, const Row_Source& Source,
                                             const Row_Options& Options) {
   const double Half = 0.5 * From.Resolution_Seconds;

@@ -57,6 +57,9 @@ std::vector<Chosen_Row> Rows_Of_Clip(const Clip& From, const Row_Source& Source,
 constexpr double Around_Seconds = 0.5;
 constexpr double Least_End_Seconds = 0.1;
 
+// Whether a row was refused because a body was faster than Options.Largest_Speed.
+bool Was_Too_Fast(const Imported_Row& Row, const Row_Options& Options);
+
 // The board's reading for a board that stands still and isn't tracked: at the origin, unturned.
 Body_Reading Still_Board();
 

@@ -13,6 +13,7 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 struct Staged {
   Session Of;
@@ -135,7 +136,50 @@ TEST(CaptureImport, SaysWhyNoPictureHasARow) {
   Request.Offset_Seconds = 1e6;
   EXPECT_THAT(
       Refusal([&] { Import_Photographs(On.Tracks, Photograph_Holds(On.Of, 0.0, By), Request); }),
-      AllOf(HasSubstr("--images: "), HasSubstr("20 times taken"), HasSubstr("after the take")));
+      AllOf(HasSubstr("--images: "), HasSubstr("20 times taken"), HasSubstr("after the take"),
+            Not(HasSubstr("--max-speed"))));
+}
+
+TEST(CaptureImport, TellsWhoTypesCountsForTheBoardsBodyWhichFlagHasThem) {
+  const Staged On = Make_Stage({3, 1.0, 2.0, 1.0, 2.0}, 14);
+  Import_Request Request = Both_Bodies();
+  const auto Refused = [&] { return Refusal([&] { Import_Photographs(On.Tracks, {}, Request); }); };
+  Request.Board = "11x8";
+  EXPECT_THAT(Refused(), AllOf(HasSubstr("--board: "), HasSubstr("--corners has the counts")));
+  for (const char* Name : {"x8", "11x", "11x8x", "boxx", "118"}) {
+    Request.Board = Name;
+    EXPECT_THAT(Refused(), AllOf(HasSubstr("no body"), Not(HasSubstr("--corners")))) << Name;
+  }
+}
+
+// A hand that carries the camera along at 10 mm/s, and never stands still.
+Take Slow_Take() {
+  Chance By(15);
+  const Pose_At Camera = [](double At) {
+    Body_Pose Pose;
+    Pose.Position.x() = 0.010 * At;
+    return Pose;
+  };
+  Take Tracks;
+  Tracks.Bodies.push_back(Track("cam", Camera, {100.0, 0.0, 20.0, 0.0, 0.0}, By));
+  return Tracks;
+}
+
+TEST(CaptureImport, NamesTheFlagsForABoardInAHandWhereSomethingMovesSlowly) {
+  const Take Tracks = Slow_Take();
+  Photographs From;
+  for (const double Seconds : {5.0, 10.0}) From.Pictures.push_back({"one.png", Seconds});
+  Import_Request Request;
+  Request.Camera = "cam";
+  Request.Offset_Seconds = 0.0;
+  const auto Refused = [&] { return Refusal([&] { Import_Photographs(Tracks, From, Request); }); };
+  Request.Holds.Rest = Speed_Limit{0.005, 0.01};
+  EXPECT_THAT(Refused(), AllOf(HasSubstr("--still: "), HasSubstr("--pose picture")));
+  Request.Holds.Rest = Speed_Limit{0.020, 0.01};
+  EXPECT_THAT(Refused(), AllOf(HasSubstr("--images: "), HasSubstr("'cam' moved: 10.0 mm/s"),
+                               HasSubstr("--max-speed allows more"), HasSubstr("--pose picture")));
+  Request.Rows.Pose = Pose_Choice::Picture;
+  EXPECT_THAT(Refused(), AllOf(HasSubstr("--max-speed allows more"), Not(HasSubstr("--pose"))));
 }
 
 TEST(CaptureImport, JoinsTakesOnOneClock) {
