@@ -26,9 +26,23 @@ bool Are_Counts(const std::string& Text) {
              static_cast<std::ptrdiff_t>(Text.size());
 }
 
+void Refuse_Second(const Take& Tracks, const std::string& Flag, const std::string& Name) {
+  const auto Is_Called_So = [&](const Body_Track& Body) { return Body.Name == Name; };
+  if (std::count_if(Tracks.Bodies.begin(), Tracks.Bodies.end(), Is_Called_So) < 2) return;
+  throw Usage_Error(
+      Flag,
+      fmt::format("{}: two bodies are called '{}', so it isn't clear which one is meant. Give "
+                  "one of them another name; the body of a pose file is called as its file, "
+                  "so rename the file.",
+                  Flag, Name));
+}
+
 const Body_Track& Named_Body(const Take& Tracks, const std::string& Flag, const std::string& Name) {
   const Body_Track* const Found = Find_Body(Tracks, Name);
-  if (Found != nullptr) return *Found;
+  if (Found != nullptr) {
+    Refuse_Second(Tracks, Flag, Name);
+    return *Found;
+  }
   std::vector<std::string> Names;
   for (const Body_Track& Body : Tracks.Bodies) Names.push_back("'" + Body.Name + "'");
   throw Usage_Error(

@@ -47,7 +47,7 @@ constexpr int Enough_Photographs = 30;
 Take Joined_Takes(Take First, Take Second);
 
 // Throws Usage_Error
-//   --camera, --board   no body has that name, with the names that there are
+//   --camera, --board   no body has that name, with the names that there are, or two have it
 //   --still             no hold was found, and holds are needed
 //   --offset            the offset of the clocks isn't certain: what fits best and next, and what
 //                       to do

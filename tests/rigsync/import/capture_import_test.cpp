@@ -121,6 +121,16 @@ TEST(CaptureImport, NamesTheBodiesThatThereAreWhenOneIsNot) {
               HasSubstr("is the body of --camera"));
 }
 
+TEST(CaptureImport, RefusesANameThatTwoBodiesHave) {
+  Staged On = Make_Stage({3, 1.0, 2.0, 1.0, 2.0}, 16);
+  for (Body_Track& Body : On.Tracks.Bodies) Body.Name = "poses";
+  Import_Request Request;
+  Request.Camera = Request.Board = "poses";
+  EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, {}, Request); }),
+              AllOf(HasSubstr("--camera: two bodies are called 'poses'"),
+                    HasSubstr("rename the file"), Not(HasSubstr("leave --board out"))));
+}
+
 TEST(CaptureImport, SaysThatATakeWithoutHoldsHasNone) {
   Staged On = Make_Stage({3, 1.0, 2.0, 1.0, 2.0}, 10);
   Import_Request Request = Both_Bodies();
