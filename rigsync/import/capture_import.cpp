@@ -196,6 +196,22 @@ void Refuse_Without_Rows(const std::string& Flag, const std::vector<Imported_Row
                                       Flag, Reasons, Advice));
 }
 
+// Without --board: of bodies that may well be on the board.
+void Warn_Of_Others(const Take& Tracks, const Stage& On, std::vector<std::string>& Warnings) {
+  if (On.Board != nullptr) return;
+  std::vector<std::string> Names;
+  for (const Body_Track& Body : Tracks.Bodies) {
+    const bool Has_Pose = std::any_of(Body.Samples.begin(), Body.Samples.end(),
+                                      [](const Timed_Sample& One) { return One.Is_Tracked; });
+    if (&Body != On.Camera && Has_Pose) Names.push_back("'" + Body.Name + "'");
+  }
+  if (Names.empty()) return;
+  Warnings.push_back(fmt::format(
+      "Without --board the board is taken to stand still, and the take has {} too. If {} on the "
+      "board, name it with --board.",
+      fmt::join(Names, ", "), Names.size() == 1 ? "that body is" : "one of these bodies is"));
+}
+
 Capture_Import Finish(const Take& Tracks, const Import_Request& Request, Stage&& On,
                       std::string Picture_Times, const Clock_Match& Clock,
                       std::vector<Chosen_Row>&& Rows, std::vector<std::string>&& Warnings) {
@@ -216,6 +232,7 @@ Capture_Import Finish(const Take& Tracks, const Import_Request& Request, Stage&&
   }
   Made.Short_Stops = On.Stops.Short.size();
   Made.Warnings = Tracks.Warnings;
+  Warn_Of_Others(Tracks, On, Made.Warnings);
   Made.Warnings.insert(Made.Warnings.end(), Warnings.begin(), Warnings.end());
   return Made;
 }

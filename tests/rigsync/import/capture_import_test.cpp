@@ -12,7 +12,9 @@ namespace rigsync {
 namespace {
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
 
 struct Staged {
@@ -129,6 +131,20 @@ TEST(CaptureImport, RefusesANameThatTwoBodiesHave) {
   EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, {}, Request); }),
               AllOf(HasSubstr("--camera: two bodies are called 'poses'"),
                     HasSubstr("rename the file"), Not(HasSubstr("leave --board out"))));
+}
+
+TEST(CaptureImport, WarnsOfOtherBodiesOfTheTakeWhenNoneIsNamedForTheBoard) {
+  Staged On = Make_Stage({25, 1.2, 4.0, 0.7, 3.0}, 17);
+  Chance By(18);
+  const Photographs From = Photograph_Holds(On.Of, 0.0, By);
+  Import_Request Request = Both_Bodies();
+  Request.Offset_Seconds = 0.0;
+  EXPECT_THAT(Import_Photographs(On.Tracks, From, Request).Warnings, IsEmpty());
+  Request.Board.clear();
+  EXPECT_THAT(Import_Photographs(On.Tracks, From, Request).Warnings,
+              ElementsAre(AllOf(HasSubstr("'slate'"), HasSubstr("name it with --board"))));
+  for (Timed_Sample& One : On.Tracks.Bodies[1].Samples) One.Is_Tracked = false;
+  EXPECT_THAT(Import_Photographs(On.Tracks, From, Request).Warnings, IsEmpty());
 }
 
 TEST(CaptureImport, SaysThatATakeWithoutHoldsHasNone) {
