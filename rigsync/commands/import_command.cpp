@@ -145,6 +145,34 @@ Stated_Axes Read_Axes(const Import_Arguments& Arguments, const Stage_Settings& S
   return {Value_Name({}, "axes", Arguments.Config), Found->second};
 }
 
+[[noreturn]] void Refuse_Unused(const std::string& Flag, const std::string& What) {
+  throw Usage_Error(Flag, fmt::format("{}: {}. Leave it out.", Flag, What));
+}
+
+// Flags that say something of the other kind of take, and so of none of these files.
+void Refuse_Unused_Flags(const Import_Arguments& Arguments) {
+  const bool Is_First = Is_Recording(Arguments.Take);
+  const bool Is_Second =
+      Arguments.Second_Take.empty() ? Is_First : Is_Recording(Arguments.Second_Take);
+  if (Is_First != Is_Second || !fs::exists(Arguments.Take)) return;
+  if (Is_First) {
+    for (const auto& [Flag, Value] : {std::pair{"--format", &Arguments.Format},
+                                      {"--rotation", &Arguments.Rotation},
+                                      {"--map", &Arguments.Map}}) {
+      if (!Value->empty()) {
+        Refuse_Unused(Flag,
+                      "it says how the file of a tracking system is read, and the take is "
+                      "a recording of 'rigsync record', which needs none");
+      }
+    }
+    return;
+  }
+  constexpr const char* For_Recordings =
+      "it is for recordings of 'rigsync record', and the take is the file of a tracking system";
+  if (Arguments.Ignores_Checksums) Refuse_Unused("--ignore-checksum", For_Recordings);
+  if (!Arguments.Lost_Statuses.empty()) Refuse_Unused("--lost-status", For_Recordings);
+}
+
 Take Read_One_Take(const Import_Arguments& Arguments, const Stated_Axes& Axes,
                    const std::string& Argument, const std::string& File) {
   if (Is_Recording(File)) {
@@ -166,6 +194,7 @@ Take Read_One_Take(const Import_Arguments& Arguments, const Stated_Axes& Axes,
 }
 
 Take Read_Takes(const Import_Arguments& Arguments, const Stated_Axes& Axes) {
+  Refuse_Unused_Flags(Arguments);
   Take First = Read_One_Take(Arguments, Axes, "TAKE", Arguments.Take);
   if (Arguments.Second_Take.empty()) return First;
   return Joined_Takes(std::move(First),

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // 'rigsync import': which of its flags, and which keys of the stage file, reach the rows.
+#include "rigsync/record/packet_log.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
 
@@ -78,6 +79,33 @@ TEST_F(Import_Command, NamesTheKeyOfTheStageFileWhoseAxesAreNotThoseOfATake) {
   const Finished Done = Import({"--config", "stage.toml"});
   EXPECT_EQ(Done.Status, 2);
   EXPECT_THAT(Done.Said, HasSubstr("stage.toml: 'axes': 'pan=-pan' is wrong"));
+}
+
+TEST_F(Import_Command, RefusesFlagsForRecordingsWithAFileOfATrackingSystem) {
+  for (const std::vector<std::string>& Flag :
+       {std::vector<std::string>{"--ignore-checksum"}, {"--lost-status", "occluded"}}) {
+    const Finished Done = Import(Flag);
+    EXPECT_EQ(Done.Status, 2) << Flag[0];
+    EXPECT_THAT(Done.Said, HasSubstr(Flag[0] + ": it is for recordings of 'rigsync record'"));
+  }
+  // A file that isn't there is told first.
+  EXPECT_THAT(Import({"--ignore-checksum"}, "missing.rsr").Said,
+              AllOf(HasSubstr("TAKE"), Not(HasSubstr("--ignore-checksum"))));
+}
+
+TEST_F(Import_Command, RefusesFlagsForFilesOfTrackingSystemsWithARecording) {
+  rigsync::Packet_Log_Writer(Folder.Path() / "take.rsr", 0);
+  for (const std::vector<std::string>& Flag : {std::vector<std::string>{"--format", "tum"},
+                                               {"--rotation", "helical"},
+                                               {"--map", "a.toml"}}) {
+    const Finished Done = Import(Flag, "take.rsr");
+    EXPECT_EQ(Done.Status, 2) << Flag[0];
+    EXPECT_THAT(Done.Said,
+                AllOf(HasSubstr(Flag[0] + ": it says how the file"), HasSubstr("Leave it out")));
+  }
+  // Where both kinds are read, each flag has its file.
+  const Finished Both = Import({"take.rsr", "--format", "tum", "--ignore-checksum"});
+  EXPECT_THAT(Both.Said, AllOf(HasSubstr("take.rsr"), Not(HasSubstr("Leave it out"))));
 }
 
 // The camera and the board of the simulated capture, and its images.
