@@ -127,22 +127,53 @@ std::string Uncertain_Text(const Clock_Match& By_Motion, std::size_t Holds, bool
          "best one: with another the trackers and the images disagree, and inspect says so.";
 }
 
-// Timecode at second 0 of both clocks, if they have one, and an offset that brings the middle of
-// the pictures to the middle of the take.
+// Timecode at second 0 of both clocks, if they have one, the frame rate of the pictures, 0 if it
+// isn't known, and an offset that brings the middle of the pictures to the middle of the take.
 struct Known_Times {
   std::optional<double> Take, Pictures;
+  double Picture_Rate_Hz = 0;
   double Likely_Offset = 0;
 };
 
-// Pictures are the photographs, or the frames of a clip.
-template <typename Timed>
-Known_Times Times_Of(const Take& Tracks, const Stage& On,
-                     const std::optional<double>& Picture_Timecode,
+double Picture_Rate_Hz(const Clip& From) {
+  if (From.Frames.size() < 2) return 0.0;
+  const double Seconds = From.Frames.back().Seconds - From.Frames.front().Seconds;
+  return Seconds > 0.0 ? static_cast<double>(From.Frames.size() - 1) / Seconds : 0.0;
+}
+
+// Times in timecode are known to a frame.
+double Picture_Rate_Hz(const Photographs& From) {
+  return From.Timecode_Start && From.Resolution_Seconds > 0.0 ? 1.0 / From.Resolution_Seconds : 0.0;
+}
+
+// From are photographs or a clip, and Pictures its photographs or frames.
+template <typename Source, typename Timed>
+Known_Times Times_Of(const Take& Tracks, const Stage& On, const Source& From,
                      const std::vector<Timed>& Pictures) {
   const auto Middle = [](const auto& List) {
     return List.empty() ? 0.0 : 0.5 * (List.front().Seconds + List.back().Seconds);
   };
-  return {Tracks.Timecode_Start, Picture_Timecode, Middle(On.Camera->Samples) - Middle(Pictures)};
+  return {Tracks.Timecode_Start, From.Timecode_Start, Picture_Rate_Hz(From),
+          Middle(On.Camera->Samples) - Middle(Pictures)};
+}
+
+// Of a rate like 29.97 the timecode of a day lasts 24 hours only if numbers are dropped, which the
+// times don't tell.
+void Warn_Of_Midnight(const Known_Times& Times, const Clock_Match& Match,
+                      std::vector<std::string>& Warnings) {
+  constexpr double Rate_Tolerance = 0.01;  // 23.976 and 24 are 0.024 apart
+  constexpr double Slowed = 1000.0 / 1001.0;
+  const double Whole_Rate = std::round(Times.Picture_Rate_Hz / Slowed);
+  const bool Is_Slowed =
+      Whole_Rate > 1.0 && std::abs(Times.Picture_Rate_Hz - Slowed * Whole_Rate) < Rate_Tolerance;
+  const double Of_One_Day = *Times.Pictures - *Times.Take;
+  const bool Is_Over_Midnight = std::abs(Match.Offset_Seconds - Of_One_Day) > 0.5 * Seconds_Per_Day;
+  if (!Is_Slowed || !Is_Over_Midnight) return;
+  Warnings.push_back(fmt::format(
+      "Midnight is between the timecodes of take and pictures, and the pictures have {:.2f} frames "
+      "a second. If their timecode drops no numbers, the offset is off by {:.1f} s: state "
+      "--offset.",
+      Times.Picture_Rate_Hz, Seconds_Per_Day / Slowed - Seconds_Per_Day));
 }
 
 // The offset that is used: stated, by timecode, or by motion if that is certain. Another one that
@@ -157,6 +188,7 @@ Clock_Match Choose_Match(const std::optional<double>& Stated, const Known_Times&
     Match.Is_Certain = true;
   } else if (Times.Take && Times.Pictures) {
     Match = Match_By_Timecode(*Times.Take, *Times.Pictures, Times.Likely_Offset);
+    Warn_Of_Midnight(Times, Match, Warnings);
   } else {
     if (!By_Motion.Is_Certain) {
       throw Usage_Error("--offset", Uncertain_Text(By_Motion, Holds, Are_Photographs));
@@ -310,7 +342,7 @@ Capture_Import Import_Photographs(const Take& Tracks, const Photographs& From,
   Stage On = Find_Stage(Tracks, Request, Needs_Holds);
   std::vector<std::string> Warnings = From.Warnings;
   const Clock_Match Clock =
-      Choose_Match(Request.Offset_Seconds, Times_Of(Tracks, On, From.Timecode_Start, From.Pictures),
+      Choose_Match(Request.Offset_Seconds, Times_Of(Tracks, On, From, From.Pictures),
                    Match_By_Holds(On.Stops.Holds, From), On.Stops.Holds.size(),
                    /*Are_Photographs=*/true, Warnings);
   const Row_Source Source{On.Camera, On.Board, &On.Stops, Clock.Offset_Seconds};
@@ -325,7 +357,7 @@ Capture_Import Import_Clip(const Take& Tracks, const Clip& From, const Import_Re
   Stage On = Find_Stage(Tracks, Request, /*Needs_Holds=*/true);
   std::vector<std::string> Warnings = From.Warnings;
   const Clock_Match Clock =
-      Choose_Match(Request.Offset_Seconds, Times_Of(Tracks, On, From.Timecode_Start, From.Frames),
+      Choose_Match(Request.Offset_Seconds, Times_Of(Tracks, On, From, From.Frames),
                    Match_By_Motion(Speeds_Of(On), From), On.Stops.Holds.size(),
                    /*Are_Photographs=*/false, Warnings);
   const Row_Source Source{On.Camera, On.Board, &On.Stops, Clock.Offset_Seconds};

@@ -3,6 +3,7 @@
 
 #include "rigsync/import/body_motion.h"
 #include "rigsync/system/usage_error.h"
+#include "rigsync/take/timecode.h"
 #include "tests/rigsync/import/session.h"
 
 #include <gmock/gmock.h>
@@ -16,6 +17,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::SizeIs;
 
 struct Staged {
   Session Of;
@@ -110,6 +112,43 @@ TEST(CaptureImport, TakesTimecodesAndWarnsWhenMotionIsCertainOfAnotherOffset) {
   EXPECT_DOUBLE_EQ(Off.Record.Clock.Offset_Seconds, 1.0);
   ASSERT_EQ(Off.Warnings.size(), 1U);
   EXPECT_THAT(Off.Warnings[0], HasSubstr("The timecode says"));
+}
+
+// The clip begins 20 s after the take.
+TEST(CaptureImport, WarnsOfMidnightWhereTheDayOfATimecodeMayNotHave24Hours) {
+  Staged On = Make_Stage({25, 1.2, 4.0, 0.7, 3.0}, 19);
+  const auto Warnings_At = [&](double Rate_Hz, double Take_Timecode, double Clip_Timecode) {
+    Chance By(20);
+    Clip From = Film(On.Of, {Rate_Hz, 20.0, On.Of.End_Seconds()}, By);
+    On.Tracks.Timecode_Start = Take_Timecode;
+    From.Timecode_Start = Clip_Timecode;
+    const Capture_Import Made = Import_Clip(On.Tracks, From, Both_Bodies());
+    EXPECT_NEAR(Made.Record.Clock.Offset_Seconds, 20.0, 1e-6);
+    return Made.Warnings;
+  };
+  EXPECT_THAT(Warnings_At(30000.0 / 1001.0, 86395.0, 15.0),
+              ElementsAre(AllOf(HasSubstr("29.97 frames a second"), HasSubstr("off by 86.4 s"),
+                                HasSubstr("--offset"))));
+  EXPECT_THAT(Warnings_At(24000.0 / 1001.0, 86395.0, 15.0), SizeIs(1));
+  EXPECT_THAT(Warnings_At(30000.0 / 1001.0, 3600.0, 3620.0), IsEmpty());
+  for (const double Whole : {24.0, 25.0, 30.0, 50.0, 60.0}) {
+    EXPECT_THAT(Warnings_At(Whole, 86395.0, 15.0), IsEmpty()) << Whole;
+  }
+}
+
+// A frame of the list is its resolution. Its clock is the time of day.
+TEST(CaptureImport, WarnsOfMidnightForPhotographsWithTimecodesToo) {
+  Staged On = Make_Stage({25, 1.2, 4.0, 0.7, 3.0}, 21);
+  Chance By(22);
+  Photographs From = Photograph_Holds(On.Of, 0.0, By);  // times of the take's clock
+  From.Timecode_Start = 0.0;
+  const auto Warnings_At = [&](double Rate_Hz) {
+    From.Resolution_Seconds = 1.0 / Rate_Hz;
+    return Import_Photographs(On.Tracks, From, Both_Bodies()).Warnings;
+  };
+  On.Tracks.Timecode_Start = Seconds_Per_Day;  // the list begins at midnight, the take just before
+  EXPECT_THAT(Warnings_At(30000.0 / 1001.0), ElementsAre(HasSubstr("Midnight is between")));
+  EXPECT_THAT(Warnings_At(25.0), IsEmpty());
 }
 
 TEST(CaptureImport, NamesTheBodiesThatThereAreWhenOneIsNot) {
