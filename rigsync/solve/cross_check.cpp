@@ -33,15 +33,19 @@ struct Solved_Half {
   Mount_And_Lens_Matrix Covariance = Mount_And_Lens_Matrix::Zero();
 };
 
-// Those that the whole solve could use, every other one.
+// Those that the whole solve could use, every other one. Boards that are cut off are dealt out
+// apart, since a half's lens needs whole ones.
 std::vector<Row_Facts> Half_Of(const std::vector<Row_Facts>& Facts, const Joint_Solution& Whole,
                                std::size_t Half) {
   std::vector<Row_Facts> Rows;
-  for (std::size_t k = Half; k < Whole.Rows.size(); k += 2) {
-    const std::size_t Row = Whole.Rows[k].Row;
-    const auto Found = std::find_if(Facts.begin(), Facts.end(),
-                                    [Row](const Row_Facts& Each) { return Each.Row == Row; });
-    if (Found != Facts.end()) Rows.push_back(*Found);
+  std::size_t Whole_Boards = 0, Cut_Off = 0;
+  for (const Solved_Row& Solved : Whole.Rows) {
+    const auto Found = std::find_if(Facts.begin(), Facts.end(), [&Solved](const Row_Facts& Each) {
+      return Each.Row == Solved.Row;
+    });
+    if (Found == Facts.end()) continue;
+    std::size_t& Dealt = Found->Corners.empty() ? Cut_Off : Whole_Boards;
+    if (Dealt++ % 2 == Half) Rows.push_back(*Found);
   }
   return Evenly_Chosen(Rows, Most_Half_Rows);
 }

@@ -252,7 +252,7 @@ void Describe_Rows(const Selection& Selected, Joint_Solution& Solution) {
   for (std::size_t i = 0; i < Solution.Settled.size(); ++i) {
     const Observation& Seen = Solution.Settled[i];
     Solution.Rows.push_back({Seen.Row, Selected.Is_Kept[i], Selected.Distances[i].F,
-                             Linearise(Seen, Solution.At).Residual});
+                             Linearise(Seen, Solution.At).Residual, Seen.Board.Is_Cut_Off});
   }
 }
 
@@ -275,6 +275,12 @@ Joint_Solution Not_Converged(const Joint_Solution& Of) {
 }
 
 }  // namespace
+
+std::size_t Count_Cut_Off(const Joint_Solution& Solution) {
+  return static_cast<std::size_t>(
+      std::count_if(Solution.Rows.begin(), Solution.Rows.end(),
+                    [](const Solved_Row& Row) { return Row.Is_Kept && Row.Is_Cut_Off; }));
+}
 
 Joint_Solution Solve_Mounts(const Observations& Seen, const Joint_Options& Options) {
   Joint_Solution Solution;

@@ -12,6 +12,7 @@
 #include "rigsync/solve/observation.h"
 #include "rigsync/solve/tracker_rest.h"
 
+#include <cstddef>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -54,6 +55,7 @@ struct Solved_Row {
   bool Is_Kept = false;
   double F = 0;  // externally studentised squared distance, about 1 for a good row
   Vector6d Residual = Vector6d::Zero();  // radians and metres, observed less predicted
+  bool Is_Cut_Off = false;               // of a board that is only partly seen
 };
 
 struct Joint_Solution {
@@ -79,6 +81,9 @@ struct Joint_Solution {
   Variances Variance = Variances::Ones();
   std::vector<Observation> Settled;  // the usable observations, still trackers averaged
 };
+
+// The number of rows that were kept and whose board is cut off: no other solve uses them.
+std::size_t Count_Cut_Off(const Joint_Solution& Solution);
 
 // Observations that hold NaN are left out and have no entry in Rows.
 Joint_Solution Solve_Mounts(const Observations& Seen, const Joint_Options& Options = {});

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace rigsync {
 namespace {
@@ -32,12 +33,33 @@ struct Corner_Terms {
   Eigen::VectorXd Residuals_Px;
 };
 
-Corner_Terms Differentiate(const Corner_List& Corners, const Board_Size& Board, double Square_Size,
-                           const Lens& Lens_Px, const Eigen::Isometry3d& Transform_Cam_Chart) {
+// The corners of a row on the board and in the image.
+struct Row_Corners {
   std::vector<cv::Point3d> Points;
+  Corner_List Pixels;
+};
+
+Row_Corners Corners_Of(const Row_Facts& Row, const Board_Size& Board, double Square_Size) {
+  Row_Corners Corners;
   for (int r = 0; r < Board.Rows; ++r) {
-    for (int c = 0; c < Board.Cols; ++c) Points.emplace_back(c * Square_Size, r * Square_Size, 0);
+    for (int c = 0; c < Board.Cols; ++c) {
+      Corners.Points.emplace_back(c * Square_Size, r * Square_Size, 0);
+    }
   }
+  Corners.Pixels = Row.Corners;
+  if (!Row.Corners.empty()) return Corners;
+  std::vector<cv::Point3d> Some;
+  for (const Seen_Corner& Corner : Row.Some_Corners) {
+    Some.push_back(Corners.Points[Corner.Index]);
+    Corners.Pixels.push_back(Corner.Pixel);
+  }
+  Corners.Points = std::move(Some);
+  return Corners;
+}
+
+Corner_Terms Differentiate(const Row_Corners& Seen, const Lens& Lens_Px,
+                           const Eigen::Isometry3d& Transform_Cam_Chart) {
+  const auto& [Points, Corners] = Seen;
   const cv::Matx33d Camera(Lens_Px.Fx, 0, Lens_Px.Cx, 0, Lens_Px.Fy, Lens_Px.Cy, 0, 0, 1);
   const cv::Vec<double, 5> Distortion(Lens_Px.K1, Lens_Px.K2, 0, 0, 0);
   const Eigen::Vector3d Turn = Turn_From_Rotation(Transform_Cam_Chart.linear());
@@ -110,8 +132,10 @@ std::optional<Lens_Model_Check> Check_Lens_Model(const std::vector<Row_Facts>& F
   for (const Observation& Each : Seen.Rows) {
     const Row_Facts* const Row = Find_Row(Facts, Each.Row);
     if (Row == nullptr) return std::nullopt;
-    Boards.push_back(Reduce(
-        Differentiate(Row->Corners, Board, Square_Size, Lens_Px, Each.Board.Transform_Cam_Chart)));
+    Boards.push_back(Reduce(Differentiate(Corners_Of(*Row, Board, Square_Size), Lens_Px,
+                                          Each.Board.Transform_Cam_Chart)));
+    // The lens is that of the whole boards.
+    if (Each.Board.Is_Cut_Off) continue;
     Information += Boards.back().Information;
     Gradient += Boards.back().Gradient;
   }

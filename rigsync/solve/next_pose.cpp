@@ -173,7 +173,7 @@ std::vector<Observation> Rows_So_Far(const Unfinished_Capture& Of, bool Is_Solve
     return Rows;
   }
   for (const Row_Facts& Facts : Of.Facts) {
-    const auto Board = Solve_Board_Pose(Facts.Corners, Of.Board, Of.Square_Size, With.View.Lens_Px);
+    const auto Board = Solve_Board_Pose(Facts, Of.Board, Of.Square_Size, With.View.Lens_Px);
     if (Board) Rows.push_back(Observation_At(Board->Transform_Cam_Chart, With));
   }
   return Rows;

@@ -10,6 +10,7 @@
 
 #include "rigsync/capture/board_size.h"
 #include "rigsync/capture/lens.h"
+#include "rigsync/capture/seen_corner.h"
 #include "rigsync/capture/tracker_sample.h"
 #include "rigsync/solve/rigid_motion.h"
 #include "rigsync/solve/row_motion.h"
@@ -43,6 +44,10 @@ struct Board_Observation {
   Matrix6d Lens_Information = Matrix6d::Zero();
   Vector6d Lens_Gradient = Vector6d::Zero();
   double Squared_Residuals_Px = 0;
+  std::size_t Corner_Count = 0;
+  // Whether the corners are a part of the board's. The lens is solved from whole boards alone, as
+  // the library solves it, so that only these say how well it is known.
+  bool Is_Cut_Off = false;
 };
 
 // One row of the capture.
@@ -61,12 +66,13 @@ struct Observations {
   std::vector<std::size_t> Unusable_Rows;       // ascending: no board, NaN, a quaternion of 0
 };
 
-// What a row of the capture brings. Corners are empty when no board was found.
+// What a row of the capture brings. Corners are empty when no whole board was found.
 struct Row_Facts {
   std::size_t Row = 0;
   Tracker_Sample Camera, Board;
   Corner_List Corners;
-  std::optional<Row_Motion> Motion = {};  // while the picture was taken; none if not known
+  std::optional<Row_Motion> Motion = {};       // while the picture was taken; none if not known
+  std::vector<Seen_Corner> Some_Corners = {};  // of a board that is cut off or partly covered
 };
 
 // The pose of a tracker with the axes of Tc or Tr. None for a sample that holds NaN or infinity, or
@@ -79,13 +85,28 @@ std::optional<Board_Observation> Solve_Board_Pose(const Corner_List& Corners,
                                                   const Board_Size& Board, double Square_Size,
                                                   const Lens& Lens_Px);
 
+// With fewer corners of a board that is cut off, nothing is left to tell a wrong one by.
+constexpr std::size_t Least_Posed_Corners = 6;
+
+// The same from a part of the corners. None also when they don't determine the pose: with fewer
+// than Least_Posed_Corners, when they are nearly on one line, when corners that are off by a tenth
+// of a pixel turn the board by more than a degree, or when the board could as well lean the other
+// way. Such a pose would be wrong by more than its covariance says.
+std::optional<Board_Observation> Solve_Board_Pose(const std::vector<Seen_Corner>& Corners,
+                                                  const Board_Size& Board, double Square_Size,
+                                                  const Lens& Lens_Px);
+
+// Of the whole board if the row has it, else of the part.
+std::optional<Board_Observation> Solve_Board_Pose(const Row_Facts& Facts, const Board_Size& Board,
+                                                  double Square_Size, const Lens& Lens_Px);
+
 // What the image of a board at a pose would say of it, its corners being where the lens puts them.
 // The board is in front of the camera.
 Board_Observation Predict_Board(const Eigen::Isometry3d& Transform_Cam_Chart,
                                 const Board_Size& Board, double Square_Size, const Lens& Lens_Px);
 
 // The observations of a capture. The corners' variance is that of all residuals together, and the
-// lens's covariance is the one that these corners give a lens solved from them.
+// lens's covariance is the one that the corners of whole boards give a lens solved from them.
 Observations Observe(const std::vector<Row_Facts>& Rows, const Board_Size& Board,
                      double Square_Size, const Lens& Lens_Px);
 

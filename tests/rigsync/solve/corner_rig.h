@@ -21,6 +21,7 @@ namespace corner_rig {
 struct Options {
   unsigned Seed = 1;
   int Images = 24;
+  int Cut_Off = 0;  // of the images, whose board an edge of the frame cuts off
   double Position_Mm = 0.3, Rotation_Deg = 0.03;
   double Corner_Px = 0.03;
   double P1 = 0, P2 = 0, K3 = 0;
@@ -68,7 +69,21 @@ inline rigsync::Corner_List Project(const simulate::Plan& Plan, const simulate::
   return Corners;
 }
 
-// With two radial coefficients, as the library solves it.
+// The corners that are in the frame of 960 by 540, and not nearer to its edge than a corner can be
+// refined.
+inline std::vector<rigsync::Seen_Corner> In_Frame(const rigsync::Corner_List& All) {
+  constexpr float Margin = 4.0f;
+  std::vector<rigsync::Seen_Corner> Seen;
+  for (std::size_t k = 0; k < All.size(); ++k) {
+    const auto& [X, Y] = All[k];
+    if (X >= Margin && Y >= Margin && X <= 959.0f - Margin && Y <= 539.0f - Margin) {
+      Seen.push_back({k, All[k]});
+    }
+  }
+  return Seen;
+}
+
+// With two radial coefficients, as the library solves it, from the whole boards.
 inline rigsync::Lens Solve_Lens(const std::vector<rigsync::Row_Facts>& Facts) {
   std::vector<cv::Point3f> Points;
   for (int r = 0; r < 8; ++r) {
@@ -78,12 +93,13 @@ inline rigsync::Lens Solve_Lens(const std::vector<rigsync::Row_Facts>& Facts) {
   }
   std::vector<std::vector<cv::Point2f>> Corners;
   for (const rigsync::Row_Facts& Row : Facts) {
+    if (Row.Corners.empty()) continue;
     Corners.emplace_back();
     for (const auto& [X, Y] : Row.Corners) Corners.back().emplace_back(X, Y);
   }
   cv::Mat Camera, Distortion;
   std::vector<cv::Mat> Turns, Shifts;
-  cv::calibrateCamera(std::vector<std::vector<cv::Point3f>>(Facts.size(), Points), Corners,
+  cv::calibrateCamera(std::vector<std::vector<cv::Point3f>>(Corners.size(), Points), Corners,
                       cv::Size(960, 540), Camera, Distortion, Turns, Shifts,
                       cv::CALIB_ZERO_TANGENT_DIST | cv::CALIB_FIX_K3,
                       {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 30,
@@ -113,6 +129,7 @@ inline Rig Make_Rig(const Options& Of) {
   simulate::Options Settings;
   Settings.Seed = Of.Seed;
   Settings.Image_Count = Of.Images;
+  Settings.Cut_Count = Of.Cut_Off;
   Settings.Width = 960;
   Settings.Height = 540;
   Settings.Position_Noise_Mm = Of.Position_Mm;
@@ -127,6 +144,10 @@ inline Rig Make_Rig(const Options& Of) {
   for (std::size_t i = 0; i < Plan.Images.size(); ++i) {
     Made.Facts.push_back({i, As_Written(Plan.Images[i].Tc), As_Written(Plan.Images[i].Tr),
                           Project(Plan, Plan.Images[i], Of, Random)});
+    if (Plan.Images[i].Kind != simulate::Row_Kind::Cut_Board) continue;
+    rigsync::Row_Facts& Row = Made.Facts.back();
+    Row.Some_Corners = In_Frame(Row.Corners);
+    Row.Corners.clear();
   }
   Made.Lens_Px = Solve_Lens(Made.Facts);
   return Made;
