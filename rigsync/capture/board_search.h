@@ -12,6 +12,7 @@
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/capture/lens.h"
 #include "rigsync/capture/parallel_rows.h"
+#include "rigsync/capture/seen_corner.h"
 
 #include <Eigen/Geometry>
 
@@ -29,7 +30,8 @@ enum class Image_State {
   Refused,       // a file for which OpenCV's decoder throws an exception
   Not_Searched,  // left out, because the counts are wrong anyway (inspect/count_findings.h)
   No_Board,
-  Other_Size,  // a board, in an image of another size than the first
+  Other_Size,     // a board, in an image of another size than the first
+  Board_Cut_Off,  // a part of the board, told by its markers (cut_off_search.h)
   Board_Found
 };
 
@@ -38,6 +40,8 @@ struct Searched_Image {
   int Width = 0, Height = 0;  // pixels; 0 when the image was not opened
   // Full-image pixels, row by row of the board. Empty unless the state is Board_Found.
   std::vector<std::array<float, 2>> Corners;
+  // By rising index. Empty unless the state is Board_Cut_Off.
+  std::vector<Seen_Corner> Some_Corners = {};
 };
 
 struct Board_Search {

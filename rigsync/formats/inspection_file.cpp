@@ -34,6 +34,8 @@ const char* State_Name(Image_State State) {
       return "no_board";
     case Image_State::Other_Size:
       return "other_size";
+    case Image_State::Board_Cut_Off:
+      return "board_cut_off";
     case Image_State::Board_Found:
       return "board_found";
   }

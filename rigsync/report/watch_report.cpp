@@ -61,6 +61,8 @@ const char* State_Words(Image_State State) {
   switch (State) {
     case Image_State::Board_Found:
       return "board found";
+    case Image_State::Board_Cut_Off:
+      return "board cut off";
     case Image_State::No_Board:
       return "no board";
     case Image_State::Other_Size:
