@@ -2,10 +2,12 @@
 #include "rigsync/inspect/count_findings.h"
 
 #include "rigsync/geometry/statistics.h"
+#include "rigsync/inspect/marker_findings.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace rigsync {
 namespace {
@@ -48,6 +50,18 @@ std::optional<Seen_Counts> Find_Counts(const std::vector<Capture_Row>& Rows,
   return Seen;
 }
 
+// Markers come first: they tell in a moment what otherwise takes seconds.
+void Look_For_Counts(const std::vector<Capture_Row>& Rows, const std::vector<std::size_t>& Probed,
+                     const std::filesystem::path& Image_Root, const Board_Size& Stated,
+                     Counted_Search& Result) {
+  std::vector<Marked_Image> Marked = Search_Markers(Rows, Probed, Image_Root);
+  if (Read_Boards(Marked).empty()) {
+    Result.Other_Counts = Find_Counts(Rows, Probed, Image_Root, Stated, Result.Boards);
+  } else if (Are_Counts_Wrong(Marked, Stated)) {
+    Result.Marked = std::move(Marked);
+  }
+}
+
 std::string Size_Text(const Board_Size& Board) {
   return fmt::format("{}x{}", Board.Cols, Board.Rows);
 }
@@ -64,9 +78,9 @@ Counted_Search Search_With_Counts(const std::vector<Capture_Row>& Rows,
     const std::vector<bool> Is_Probed = Only(Probed, Rows.size());
     Result.Boards = Searcher(Rows, Is_Probed);
     if (Is_Without_Board(Result.Boards, Probed)) {
-      Result.Other_Counts = Find_Counts(Rows, Probed, Image_Root, Stated, Result.Boards);
+      Look_For_Counts(Rows, Probed, Image_Root, Stated, Result);
     }
-    if (Result.Other_Counts) {
+    if (Result.Other_Counts || !Result.Marked.empty()) {
       for (std::size_t i = 0; i < Rows.size(); ++i) {
         if (Readable[i] && !Is_Probed[i]) Result.Boards.Images[i].State = Image_State::Not_Searched;
       }

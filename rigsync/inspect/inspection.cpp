@@ -101,6 +101,14 @@ bool Are_Mounts_Solved(const Inspection& Result) {
   return Result.Solution && Result.Solution->Joint.Status == Solve_Status::Solved;
 }
 
+Stated_Markers Stated_Of(const Inspection_Inputs& Inputs) {
+  Stated_Markers Stated;
+  Stated.Board = Inputs.Board.Board;
+  Stated.First_Id = Inputs.First_Marker;
+  Stated.Has_Stated_Place = Inputs.Board.Euler || Inputs.Board.Offset;
+  return Stated;
+}
+
 // The boards' markers in a few images. Most captures have none, which two images tell.
 void Inspect_Markers(Inspection& Result) {
   const Inspection_Inputs& Inputs = Result.Inputs;
@@ -112,12 +120,8 @@ void Inspect_Markers(Inspection& Result) {
   const bool Has_Markers =
       Inputs.First_Marker || !Read_Boards(Look(First_Look(*Result.Search))).empty();
   if (!Has_Markers) return;
-  Stated_Markers Stated;
-  Stated.Board = Inputs.Board.Board;
-  Stated.First_Id = Inputs.First_Marker;
-  Stated.Has_Stated_Place = Inputs.Board.Euler || Inputs.Board.Offset;
-  Judge_Markers(Rows, *Result.Search, Look(Second_Look(*Result.Search, Stated.Board)), Stated,
-                Result.All_Findings);
+  Judge_Markers(Rows, *Result.Search, Look(Second_Look(*Result.Search, Inputs.Board.Board)),
+                Stated_Of(Inputs), Result.All_Findings);
 }
 
 void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Searcher,
@@ -131,6 +135,11 @@ void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Sea
   Result.Other_Counts = Searched.Other_Counts;
   if (Result.Other_Counts) {
     Judge_Counts(Rows, *Result.Other_Counts, Board, Result.All_Findings);
+    return;
+  }
+  if (!Searched.Marked.empty()) {
+    Judge_Markers(Rows, *Result.Search, Searched.Marked, Stated_Of(Result.Inputs),
+                  Result.All_Findings);
     return;
   }
   Judge_Search(Rows, *Result.Search, Result.All_Findings);

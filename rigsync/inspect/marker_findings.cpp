@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/inspect/marker_findings.h"
 
+#include "rigsync/capture/marker_match.h"
 #include "rigsync/geometry/statistics.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <string>
 
 namespace rigsync {
@@ -113,12 +113,17 @@ bool Are_Swapped(const Board_Size& A, const Board_Size& B) {
   return A.Cols == B.Rows && A.Rows == B.Cols;
 }
 
-// True when the markers contradict the stated counts.
-bool Judge_Counts(const Read_Board& Read, const Board_Size& Stated, Findings& List) {
+bool Are_Right(const Read_Board& Read, const Board_Size& Stated) {
   const Board_Size& Seen = Read.Board.Board;
   const bool Are_Rows_Wrong =
       Seen.Rows > Stated.Rows || (Read.Has_All_Rows && Seen.Rows < Stated.Rows);
-  if (Seen.Cols == Stated.Cols && !Are_Rows_Wrong) return false;
+  return Seen.Cols == Stated.Cols && !Are_Rows_Wrong;
+}
+
+// True when the markers contradict the stated counts.
+bool Judge_Counts(const Read_Board& Read, const Board_Size& Stated, Findings& List) {
+  const Board_Size& Seen = Read.Board.Board;
+  if (Are_Right(Read, Stated)) return false;
   if (Are_Swapped(Seen, Stated)) {
     List.Add(
         {"board_counts_swapped",
@@ -151,53 +156,6 @@ bool Judge_Counts(const Read_Board& Read, const Board_Size& Stated, Findings& Li
 
 // ---- Boards that are held upside down --------------------------------------------------------
 
-using Pixel = std::array<float, 2>;
-
-double Distance(const Pixel& A, const Pixel& B) {
-  return std::hypot(double(A[0]) - B[0], double(A[1]) - B[1]);
-}
-
-// Where a square's middle is by the corners around it. None for a square at the board's edge.
-std::optional<Pixel> Middle_By_Corners(const std::vector<Pixel>& Corners, const Board_Size& Board,
-                                       const Square_Place& Square) {
-  if (Square.Col < 1 || Square.Row < 1 || Square.Col >= Board.Cols || Square.Row >= Board.Rows) {
-    return std::nullopt;
-  }
-  const auto Corner = [&](int Col, int Row) {
-    return Corners[static_cast<std::size_t>(Row) * static_cast<std::size_t>(Board.Cols) +
-                   static_cast<std::size_t>(Col)];
-  };
-  Pixel Middle{};
-  for (const int Row : {Square.Row - 1, Square.Row}) {
-    for (const int Col : {Square.Col - 1, Square.Col}) {
-      const Pixel At = Corner(Col, Row);
-      Middle[0] += At[0] / 4.0f;
-      Middle[1] += At[1] / 4.0f;
-    }
-  }
-  return Middle;
-}
-
-// Whether the corners of an image begin at the board's last corner. None with too few markers.
-std::optional<bool> Is_Half_Turned(const Marked_Image& Image, const std::vector<Pixel>& Corners,
-                                   const Marked_Board& Board) {
-  constexpr std::size_t Least = 3;
-  const Board_Size& Size = Board.Board;
-  std::vector<double> Straight, Turned;
-  for (const Seen_Marker& Marker : Image.Markers) {
-    const auto Square = Square_Of_Marker(Board, Marker.Id);
-    if (!Square) continue;
-    const Square_Place Opposite = {Size.Cols - Square->Col, Size.Rows - Square->Row};
-    const auto Here = Middle_By_Corners(Corners, Size, *Square);
-    const auto There = Middle_By_Corners(Corners, Size, Opposite);
-    if (!Here || !There) continue;
-    Straight.push_back(Distance(Middle_Of(Marker), *Here));
-    Turned.push_back(Distance(Middle_Of(Marker), *There));
-  }
-  if (Straight.size() < Least) return std::nullopt;
-  return Median(Turned) < Median(Straight);
-}
-
 void Judge_Turns(const std::vector<Capture_Row>& Rows, const Board_Search& Search,
                  const std::vector<Marked_Image>& Images, const Marked_Board& Board,
                  bool Has_Stated_Place, Findings& List) {
@@ -207,10 +165,10 @@ void Judge_Turns(const std::vector<Capture_Row>& Rows, const Board_Search& Searc
   for (const Marked_Image& Image : Images) {
     const Searched_Image& Searched = Search.Images[Image.Row];
     if (Searched.State != Image_State::Board_Found || Image.Is_Mirrored) continue;
-    const std::optional<bool> Is_Turned = Is_Half_Turned(Image, Searched.Corners, Board);
-    if (!Is_Turned) continue;
+    const auto Order = Order_Of_Corners(Image, Searched.Corners, Board);
+    if (!Order) continue;
     ++Judged;
-    if (*Is_Turned) Lines.push_back(Rows[Image.Row].Line);
+    if (*Order == Corner_Order::From_Last) Lines.push_back(Rows[Image.Row].Line);
   }
   // Where all begin at the last corner, only a stated place is that of another one.
   if (Lines.empty() || (Lines.size() == Judged && !Has_Stated_Place)) return;
@@ -226,6 +184,13 @@ void Judge_Turns(const std::vector<Capture_Row>& Rows, const Board_Search& Searc
 }
 
 }  // namespace
+
+bool Are_Counts_Wrong(const std::vector<Marked_Image>& Images, const Board_Size& Stated) {
+  const std::vector<Read_Board> Boards = Read_Boards(Images);
+  return !Boards.empty() && std::none_of(Boards.begin(), Boards.end(), [&](const Read_Board& Read) {
+    return Are_Right(Read, Stated) || Are_Swapped(Read.Board.Board, Stated);
+  });
+}
 
 std::vector<std::size_t> First_Look(const Board_Search& Search) {
   std::vector<std::size_t> Rows;

@@ -24,6 +24,10 @@ struct Stated_Markers {
   bool Has_Stated_Place = false;  // --board-euler or --board-offset
 };
 
+// Whether no board in the images has the stated counts, which it could be found by, nor the same
+// swapped. False without markers.
+bool Are_Counts_Wrong(const std::vector<Marked_Image>& Images, const Board_Size& Stated);
+
 // The images that tell whether a capture has markers: one with a board and one without.
 std::vector<std::size_t> First_Look(const Board_Search& Search);
 

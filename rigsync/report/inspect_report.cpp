@@ -27,6 +27,12 @@ std::string Counted(std::size_t Count, const char* Name) {
   return fmt::format("{} {}{}", Count, Name, Count == 1 ? "" : "s");
 }
 
+std::size_t Count_State(const Board_Search& Search, Image_State State) {
+  return static_cast<std::size_t>(
+      std::count_if(Search.Images.begin(), Search.Images.end(),
+                    [State](const Searched_Image& Image) { return Image.State == State; }));
+}
+
 std::string Boards_Text(const Inspection& Result) {
   if (Result.Other_Counts) {
     const Board_Size& Stated = Result.Inputs.Board.Board;
@@ -34,8 +40,15 @@ std::string Boards_Text(const Inspection& Result) {
     return fmt::format("none of {}x{} inner corners; this looks like {}x{}", Stated.Cols,
                        Stated.Rows, Seen.Cols, Seen.Rows);
   }
-  return fmt::format("found in {} of {}", Result.Search->Usable_Count(),
-                     Counted(Result.File.Rows.size(), "data line"));
+  if (const std::size_t Left_Out = Count_State(*Result.Search, Image_State::Not_Searched);
+      Left_Out > 0) {
+    return fmt::format("found in none of {}; {} not searched",
+                       Counted(Result.File.Rows.size() - Left_Out, "data line"), Left_Out);
+  }
+  std::string Text = fmt::format("found in {} of {}", Result.Search->Usable_Count(),
+                                 Counted(Result.File.Rows.size(), "data line"));
+  const std::size_t Cut_Off = Count_State(*Result.Search, Image_State::Board_Cut_Off);
+  return Cut_Off == 0 ? Text : Text + fmt::format(", cut off in {}", Cut_Off);
 }
 
 std::string File_Text(const Inspection& Result) {
