@@ -133,6 +133,7 @@ Json Rows_Json(const Calibration_Result& Result) {
     Entry["f"] = Row.F;
     Entry["residual_deg"] = List_Json(Degrees_Per_Radian * Row.Residual.head<3>());
     Entry["residual_mm"] = List_Json(Mm_In_Metre * Row.Residual.tail<3>());
+    if (Row.Is_Cut_Off) Entry["cut_off"] = true;
     Rows.push_back(std::move(Entry));
   }
   return Rows;
@@ -210,6 +211,9 @@ Json Joint_Json(const Calibration_Result& Result) {
   Object["lens_check"] = Lens_Check_Json(Result.Solved->Lens_Check);
   Object["rows"] = Rows_Json(Result);
   Object["slip"] = Slip_Json(Result);
+  if (const std::size_t Cut_Off = Count_Cut_Off(Result.Solved->Joint); Cut_Off > 0) {
+    Object["cut_off_boards"] = Cut_Off;
+  }
   return Object;
 }
 

@@ -150,6 +150,7 @@ std::vector<Solved_Row> Rows_At(const Json_Fields& Joint, const Calibration_Resu
     Row.Is_Kept = Object.Truth("kept");
     Row.F = Object.Number("f");
     Row.Residual = Motion_At(Object, "residual_deg", "residual_mm");
+    Row.Is_Cut_Off = Object.Truth("cut_off");
     Rows.push_back(Row);
   }
   return Rows;

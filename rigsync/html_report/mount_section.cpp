@@ -140,6 +140,17 @@ void Add_Talent(Element Parent, const Calibration_Result& Result) {
   Append_Text(Text, " pixels, across the view (95 %).");
 }
 
+// Images that the library did not use and the joint solve did.
+void Add_Cut_Off(Element Parent, const Calibration_Result& Result) {
+  const std::size_t Count = Result.Solved ? Count_Cut_Off(Result.Solved->Joint) : 0;
+  if (Count == 0) return;
+  const Element Text = Add_Text(Parent, "p", "The joint mount also uses ");
+  Add_Number(Text, "span", {"joint.cut_off_boards", static_cast<double>(Count), 0});
+  Append_Text(Text, Count == 1 ? " image" : " images");
+  Append_Text(Text,
+              " that the library leaves out, because the board is cut off or partly covered.");
+}
+
 // The lag, where the solve reckoned with one.
 void Add_Lag(Element Parent, const Calibration_Result& Result) {
   if (!Result.Solved || !Result.Solved->Joint.Lag) return;
@@ -273,6 +284,7 @@ void Add_Mount_Section(Element Main, const Run_View& View) {
            "quiet");
   Add_Difference(Numbers, Result);
   Add_Talent(Numbers, Result);
+  Add_Cut_Off(Numbers, Result);
   Add_Lag(Numbers, Result);
   Add_Half_Width_Figure(Add(Pair, "div"), Result);
 }

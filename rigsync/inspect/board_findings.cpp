@@ -58,6 +58,16 @@ void Add_No_Board(const Capture_Row& Row, Findings& List) {
             {Row.Line}});
 }
 
+void Add_Cut_Off(const Capture_Row& Row, const Searched_Image& Image, Findings& List) {
+  List.Add({"board_cut_off",
+            Level::Note,
+            "The board is cut off by the frame or partly covered. The library drops the line; the "
+            "joint solve uses the corners that are seen, if they are enough for a pose.",
+            fmt::format("Line {} shows {} corners.", Row.Line, Image.Some_Corners.size()),
+            "Nothing, as long as enough other images show the whole board.",
+            {Row.Line}});
+}
+
 }  // namespace
 
 void Judge_Search(const std::vector<Capture_Row>& Rows, const Board_Search& Search,
@@ -71,6 +81,7 @@ void Judge_Search(const std::vector<Capture_Row>& Rows, const Board_Search& Sear
       Add_Other_Size(Rows[i], Image, Search, List);
     }
     if (Image.State == Image_State::No_Board) Add_No_Board(Rows[i], List);
+    if (Image.State == Image_State::Board_Cut_Off) Add_Cut_Off(Rows[i], Image, List);
   }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/inspect/inspection.h"
 
+#include "rigsync/capture/cut_off_search.h"
 #include "rigsync/capture/growing_search.h"
 #include "rigsync/capture/image_paths.h"
 #include "rigsync/geometry/angle.h"
@@ -109,19 +110,31 @@ Stated_Markers Stated_Of(const Inspection_Inputs& Inputs) {
   return Stated;
 }
 
-// The boards' markers in a few images. Most captures have none, which two images tell.
-void Inspect_Markers(Inspection& Result) {
+// The boards' markers in a few images. None for a capture without markers, as most are, which two
+// images tell.
+std::optional<std::vector<Marked_Image>> Look_At_Markers(const Inspection& Result) {
   const Inspection_Inputs& Inputs = Result.Inputs;
-  if (!Can_Find_Markers()) return;
-  const std::vector<Capture_Row>& Rows = Result.File.Rows;
+  if (!Can_Find_Markers()) return std::nullopt;
   const auto Look = [&](const std::vector<std::size_t>& Chosen) {
-    return Search_Markers(Rows, Chosen, Inputs.Image_Root);
+    return Search_Markers(Result.File.Rows, Chosen, Inputs.Image_Root);
   };
   const bool Has_Markers =
       Inputs.First_Marker || !Read_Boards(Look(First_Look(*Result.Search))).empty();
-  if (!Has_Markers) return;
-  Judge_Markers(Rows, *Result.Search, Look(Second_Look(*Result.Search, Inputs.Board.Board)),
-                Stated_Of(Inputs), Result.All_Findings);
+  if (!Has_Markers) return std::nullopt;
+  return Look(Second_Look(*Result.Search, Inputs.Board.Board));
+}
+
+// Finds boards that are cut off by the markers of whole ones, and judges all images.
+void Inspect_Images(Inspection& Result) {
+  const std::vector<Capture_Row>& Rows = Result.File.Rows;
+  const Stated_Markers Stated = Stated_Of(Result.Inputs);
+  const auto Marked = Look_At_Markers(Result);
+  if (Marked) {
+    const auto Board = Match_Markers(*Result.Search, *Marked, Stated.Board, Stated.First_Id);
+    if (Board) Search_Cut_Off_Boards(Rows, Result.Inputs.Image_Root, *Board, *Result.Search);
+  }
+  Judge_Search(Rows, *Result.Search, Result.All_Findings);
+  if (Marked) Judge_Markers(Rows, *Result.Search, *Marked, Stated, Result.All_Findings);
 }
 
 void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Searcher,
@@ -142,8 +155,7 @@ void Inspect_Boards(const std::vector<bool>& Readable, const Board_Searcher& Sea
                   Result.All_Findings);
     return;
   }
-  Judge_Search(Rows, *Result.Search, Result.All_Findings);
-  Inspect_Markers(Result);
+  Inspect_Images(Result);
   if (Image_Count(Rows) == 0) {
     Judge_Image_Count(0, Result.All_Findings);
     return;

@@ -41,6 +41,17 @@ std::string Talent_Text(const Calibration_Result& Result) {
       2);
 }
 
+// Images that the library did not use and the joint solve did.
+std::string Cut_Off_Text(const Joint_Solution& Joint) {
+  const std::size_t Count = Count_Cut_Off(Joint);
+  if (Count == 0) return {};
+  return Folded(
+      fmt::format("The joint mount also uses {} image{} that the library leaves out, because the "
+                  "board is cut off or partly covered.",
+                  Count, Count == 1 ? "" : "s"),
+      2);
+}
+
 // The mounts of both solves, the chosen one first.
 std::string Mounts_Text(const Calibration_Result& Result, bool Colour) {
   if (Result.Transform_Cam_Tc.empty() && Result.Joint_Transform_Cam_Tc.empty()) return {};
@@ -51,7 +62,8 @@ std::string Mounts_Text(const Calibration_Result& Result, bool Colour) {
   const std::string Joint = Mount_Line("joint", Result.Joint_Transform_Cam_Tc);
   Text += Is_Joint ? Joint + Library : Library + Joint;
   if (Result.Joint_Transform_Cam_Tc.empty()) return Text;
-  return Text + Half_Widths_Text(Joint_Of(Result).Camera_Mount) + Talent_Text(Result);
+  const Joint_Solution& Solved = Joint_Of(Result);
+  return Text + Half_Widths_Text(Solved.Camera_Mount) + Talent_Text(Result) + Cut_Off_Text(Solved);
 }
 
 std::string Lag_Text(const Calibration_Result& Result, bool Colour) {

@@ -28,7 +28,7 @@ std::optional<Solved_Row> Joint_Row(const Run_View& View, std::size_t Row) {
 
 // Why the joint solve does without the row.
 std::string Joint_Reason(const Row_Error& Error, const Viewed_Row& Row) {
-  if (Row.Corners.empty()) return "no board found";
+  if (Row.Corners.empty() && Row.Some_Corners.empty()) return "no board found";
   if (!Error.Joint) return "its samples can't be used";
   return fmt::format("contradicts the other images by {:.1f} deg and {:.0f} mm",
                      Degrees_Per_Radian * Error.Joint->Residual.head<3>().norm(),
@@ -51,22 +51,33 @@ void Take_Fate(const Run_View& View, const Viewed_Row& Row, Row_Error& Error) {
 // With the square as it was solved, so that lengths are those of the chain.
 void Take_Seen_Pose(const Run_View& View, const Viewed_Row& Row, Row_Error& Error) {
   const Calibration_Inputs& Inputs = View.Result.Inputs;
-  if (Row.Corners.empty() || !View.Lens_Px || Inputs.Board.Cols < 2 || Inputs.Board.Rows < 2) {
-    return;
-  }
+  if (!View.Lens_Px || Inputs.Board.Cols < 2 || Inputs.Board.Rows < 2) return;
   const double Square = View.Chain ? View.Chain->Square_Size : Inputs.Square_Size;
-  const auto Seen = Solve_Board_Pose(Row.Corners, Inputs.Board, Square, *View.Lens_Px);
+  Row_Facts Facts;
+  Facts.Corners = Row.Corners;
+  Facts.Some_Corners = Row.Some_Corners;
+  const auto Seen = Solve_Board_Pose(Facts, Inputs.Board, Square, *View.Lens_Px);
   if (Seen) Error.Seen_Transform_Cam_Chart = Seen->Transform_Cam_Chart;
+}
+
+// Of a board that is cut off, the corners that were seen, in the order of the board.
+bool Is_Compared(const Viewed_Row& Row, std::size_t Corner) {
+  const std::vector<Seen_Corner>& Some = Row.Some_Corners;
+  return Some.empty() || std::any_of(Some.begin(), Some.end(), [Corner](const Seen_Corner& Seen) {
+           return Seen.Index == Corner;
+         });
 }
 
 void Take_Prediction(const Run_View& View, const Viewed_Row& Row, Row_Error& Error) {
   if (!View.Chain || !View.Lens_Px || !Row.Camera || !Row.Board) return;
   Error.Predicted_Transform_Cam_Chart = Predicted_Board_Pose(*View.Chain, *Row.Camera, *Row.Board);
   if (!Error.Predicted_Transform_Cam_Chart) return;
+  const std::vector<Eigen::Vector3d> Corners_Chart =
+      Board_Corners_Chart(View.Chain->Board, View.Chain->Square_Size);
   std::vector<Eigen::Vector3d> Corners_Cam;
-  for (const Eigen::Vector3d& Corner_Chart :
-       Board_Corners_Chart(View.Chain->Board, View.Chain->Square_Size)) {
-    Corners_Cam.push_back(*Error.Predicted_Transform_Cam_Chart * Corner_Chart);
+  for (std::size_t k = 0; k < Corners_Chart.size(); ++k) {
+    if (!Is_Compared(Row, k)) continue;
+    Corners_Cam.push_back(*Error.Predicted_Transform_Cam_Chart * Corners_Chart[k]);
   }
   Error.Predicted_Px = Project(*View.Lens_Px, Corners_Cam);
 }
@@ -110,6 +121,9 @@ Row_Error Measure_Row(const Run_View& View, std::size_t i) {
   Row_Error Error;
   Error.Joint = Joint_Row(View, i);
   for (const auto& [X, Y] : Row.Corners) Error.Found_Px.emplace_back(X, Y);
+  for (const Seen_Corner& Seen : Row.Some_Corners) {
+    Error.Found_Px.emplace_back(Seen.Pixel[0], Seen.Pixel[1]);
+  }
   Take_Fate(View, Row, Error);
   Take_Seen_Pose(View, Row, Error);
   Take_Prediction(View, Row, Error);

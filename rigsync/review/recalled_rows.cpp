@@ -2,7 +2,9 @@
 #include "rigsync/review/recalled_rows.h"
 
 #include "rigsync/capture/board_search.h"
+#include "rigsync/capture/cut_off_search.h"
 #include "rigsync/capture/image_paths.h"
+#include "rigsync/inspect/marker_findings.h"
 #include "rigsync/review/run_view.h"
 #include "rigsync/system/file_hash.h"
 #include "rigsync/system/usage_error.h"
@@ -99,16 +101,22 @@ std::vector<Capture_Row> Named_Rows(const std::vector<Viewed_Row>& Viewed) {
   return Rows;
 }
 
+std::vector<bool> Readable_Photographs(const std::vector<Capture_Row>& Rows,
+                                       const std::filesystem::path& Root) {
+  std::vector<bool> Readable;
+  for (const Image_Path& Path : Find_Image_Paths(Rows, Root)) {
+    Readable.push_back(Path.State == Path_State::File && !Path.Climbs_Out);
+  }
+  return Readable;
+}
+
 void Search_Photographs(Run_View& View) {
   const Board_Size& Board = View.Result.Inputs.Board;
   if (View.Rows.empty() || Board.Cols < 1 || Board.Rows < 1) return;
   const std::vector<Capture_Row> Rows = Named_Rows(View.Rows);
   const std::filesystem::path& Root = View.Result.Inputs.Image_Root;
-  std::vector<bool> Readable;
-  for (const Image_Path& Path : Find_Image_Paths(Rows, Root)) {
-    Readable.push_back(Path.State == Path_State::File && !Path.Climbs_Out);
-  }
-  const Board_Search Search = Search_Boards(Rows, Readable, Root, Board, {});
+  const Board_Search Search =
+      Search_Boards(Rows, Readable_Photographs(Rows, Root), Root, Board, {});
   for (std::size_t i = 0; i < View.Rows.size(); ++i) {
     View.Rows[i].Corners = Search.Images[i].Corners;
   }
@@ -117,12 +125,55 @@ void Search_Photographs(Run_View& View) {
   View.Height = Search.Height;
 }
 
+// The rows of boards that were cut off, which the joint solve used or left out.
+std::vector<std::size_t> Cut_Off_Rows(const Run_View& View) {
+  std::vector<std::size_t> Rows;
+  if (!View.Result.Solved) return Rows;
+  for (const Solved_Row& Row : View.Result.Solved->Joint.Rows) {
+    if (Row.Is_Cut_Off && Row.Row < View.Rows.size()) Rows.push_back(Row.Row);
+  }
+  return Rows;
+}
+
+// As a search of the photographs would have left it, before those that are cut off.
+Board_Search Recalled_Search(const Run_View& View, const std::vector<bool>& Readable) {
+  Board_Search Search;
+  Search.Width = View.Width;
+  Search.Height = View.Height;
+  Search.Images.resize(View.Rows.size());
+  for (std::size_t i = 0; i < View.Rows.size(); ++i) {
+    if (!Readable[i] || View.Rows[i].Corners.empty()) continue;
+    Search.Images[i] = {Image_State::Board_Found, View.Width, View.Height, View.Rows[i].Corners};
+  }
+  for (const std::size_t Row : Cut_Off_Rows(View)) {
+    if (Readable[Row]) Search.Images[Row] = {Image_State::No_Board, View.Width, View.Height, {}};
+  }
+  return Search;
+}
+
+// No log has these corners, so the photographs are looked at once more.
+void Search_Cut_Off_Photographs(Run_View& View) {
+  if (Cut_Off_Rows(View).empty()) return;
+  const Board_Size& Board = View.Result.Inputs.Board;
+  const std::vector<Capture_Row> Rows = Named_Rows(View.Rows);
+  const std::filesystem::path& Root = View.Result.Inputs.Image_Root;
+  Board_Search Search = Recalled_Search(View, Readable_Photographs(Rows, Root));
+  const auto Marked = Search_Markers(Rows, Second_Look(Search, Board), Root);
+  const auto Matched = Match_Markers(Search, Marked, Board, View.Result.Inputs.First_Marker);
+  if (!Matched) return;
+  Search_Cut_Off_Boards(Rows, Root, *Matched, Search);
+  for (std::size_t i = 0; i < View.Rows.size(); ++i) {
+    View.Rows[i].Some_Corners = Search.Images[i].Some_Corners;
+  }
+}
+
 }  // namespace
 
 void Recall_Rows(const Logged_Run& Logged, Run_View& View) {
   Take_Logged_Rows(Logged, View);
   Take_Csv_Rows(Rows_Of_Csv(Logged, View), View);
   if (Logged.Rows.empty()) Search_Photographs(View);
+  Search_Cut_Off_Photographs(View);
 }
 
 }  // namespace rigsync

@@ -19,6 +19,7 @@ struct Run_View;
 // is that of the run's, or where the result has none, when its samples are those of the log.
 //
 // The log has corners unless too few boards were found; then the photographs are searched again.
+// Those of boards that are cut off are in no log: they too are looked for in the photographs.
 void Recall_Rows(const Logged_Run& Logged, Run_View& View);
 
 }  // namespace rigsync

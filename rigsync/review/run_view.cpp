@@ -64,7 +64,9 @@ void Take_Inspection(const Inspection& Inspected, Run_View& View) {
   for (std::size_t i = 0; i < View.Rows.size() && i < Rows.size(); ++i) {
     View.Rows[i].Camera = Rows[i].Camera;
     View.Rows[i].Board = Rows[i].Board;
-    if (Inspected.Search) View.Rows[i].Corners = Inspected.Search->Images[i].Corners;
+    if (!Inspected.Search) continue;
+    View.Rows[i].Corners = Inspected.Search->Images[i].Corners;
+    View.Rows[i].Some_Corners = Inspected.Search->Images[i].Some_Corners;
   }
   if (!Inspected.Search) return;
   View.Width = Inspected.Search->Width;

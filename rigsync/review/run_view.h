@@ -27,6 +27,7 @@ struct Viewed_Row {
   std::optional<Tracker_Sample> Camera, Board;
   // Found corners, pixels of the full image, row by row of the board; empty without a board.
   Corner_List Corners;
+  std::vector<Seen_Corner> Some_Corners;  // of a board that is cut off or partly covered
   Image_Report Report;  // what became of it; Unknown for one that the run didn't get to
 };
 

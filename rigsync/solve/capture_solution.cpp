@@ -47,9 +47,11 @@ std::vector<Row_Facts> Facts_Of(const std::vector<Capture_Row>& Rows, const Boar
   std::vector<Row_Facts> Facts;
   for (std::size_t i = 0; i < Rows.size(); ++i) {
     const Searched_Image& Image = Search.Images[i];
-    if (!Rows[i].Is_Sound || Image.State != Image_State::Board_Found) continue;
+    const bool Shows_Board =
+        Image.State == Image_State::Board_Found || Image.State == Image_State::Board_Cut_Off;
+    if (!Rows[i].Is_Sound || !Shows_Board) continue;
     Facts.push_back({i, Rows[i].Camera, Rows[i].Board, Image.Corners,
-                     i < Motions.size() ? Motions[i] : std::nullopt});
+                     i < Motions.size() ? Motions[i] : std::nullopt, Image.Some_Corners});
   }
   return Facts;
 }

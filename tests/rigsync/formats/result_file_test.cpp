@@ -599,6 +599,25 @@ TEST(ResultFile, TheReportIsReadBackInTheOrderOfItsLines) {
   EXPECT_EQ(Read.Hashes.Images[4], "");
 }
 
+TEST(ResultFile, RowsWithABoardThatIsCutOffAreToldAndReadBackOnlyWhereThereAreSome) {
+  rigsync::Calibration_Result Result = Judged_Result(Slipped_Capture());
+  const nlohmann::json Without = Written(Result)["joint"];
+  EXPECT_FALSE(Without.contains("cut_off_boards"));
+  EXPECT_FALSE(Without["rows"][0].contains("cut_off"));
+  rigsync::Joint_Solution& Joint = Result.Solved->Joint;
+  // Row 3 was left out.
+  for (const std::size_t i : {1u, 2u, 3u}) Joint.Rows[i].Is_Cut_Off = true;
+  const nlohmann::json With = Written(Result)["joint"];
+  EXPECT_EQ(With["cut_off_boards"], 2);
+  EXPECT_EQ(With["rows"][1]["cut_off"], true);
+  EXPECT_FALSE(With["rows"][0].contains("cut_off"));
+  EXPECT_EQ(Said_By("check_schema.py", Result), "");
+  const rigsync::Calibration_Result Read = Written_And_Read(Result);
+  for (std::size_t i = 0; i < Joint.Rows.size(); ++i) {
+    EXPECT_EQ(Read.Solved->Joint.Rows[i].Is_Cut_Off, Joint.Rows[i].Is_Cut_Off) << i;
+  }
+}
+
 TEST(ResultFile, TheJointSolutionIsReadBackAsItWasSolved) {
   const rigsync::Calibration_Result Result = Judged_Result(Slipped_Capture());
   const rigsync::Calibration_Result Read = Written_And_Read(Result);
@@ -756,6 +775,7 @@ TEST(ResultFile, ThePageHasEveryKeyAndNoOther) {
   rigsync::Calibration_Result Result = Judged_Result(Slipped_Capture());
   Result.Report.Images = {{"a.png", rigsync::Image_Fate::Kept, 0.25, 1.5, 2.5},
                           {"b.png", rigsync::Image_Fate::Outlier, 2.0, 9.0, 9.5}};
+  Result.Solved->Joint.Rows[0].Is_Cut_Off = true;
   std::set<std::string> Paths;
   Add_Paths(Written(Result), "", Paths);
   const auto Texts = Keys_Of_The_Page();

@@ -68,6 +68,16 @@ TEST(BoardFindings, EachStateHasItsOwn) {
   EXPECT_EQ(Found[3].Example, "Line 6 has 640 x 400.");
 }
 
+TEST(BoardFindings, ABoardThatIsCutOffIsANoteAndNotALostOne) {
+  const auto Found =
+      Judge_States({{Image_State::Board_Cut_Off, 640, 480, {}, {{0, {1, 2}}, {1, {3, 4}}}}});
+  ASSERT_EQ(Found.size(), 1u);
+  EXPECT_EQ(Found[0].Id, "board_cut_off");
+  EXPECT_EQ(Found[0].Severity, Level::Note);
+  EXPECT_EQ(Found[0].Lines, Lines{3});
+  EXPECT_THAT(Found[0].Example, HasSubstr("Line 3 shows 2 corners"));
+}
+
 TEST(BoardFindings, AnImageOfAnotherSizeWithoutABoardHasBoth) {
   const auto Found = Judge_States({{Image_State::No_Board, 600, 480, {}}});
   ASSERT_EQ(Found.size(), 2u);

@@ -124,6 +124,18 @@ Next step
 )");
 }
 
+TEST(VerdictText, ImagesThatTheLibraryLeavesOutAreCounted) {
+  Calibration_Result Result = Result_At(0.5);
+  EXPECT_THAT(Text_Of(Result), Not(HasSubstr("cut off")));
+  std::vector<rigsync::Solved_Row>& Rows = Result.Solved->Joint.Rows;
+  Rows[4].Is_Cut_Off = true;
+  EXPECT_THAT(Text_Of(Result), HasSubstr("The joint mount also uses 1 image that the library"));
+  // One that was left out doesn't count.
+  Rows[5].Is_Cut_Off = Rows[6].Is_Cut_Off = true;
+  Rows[6].Is_Kept = false;
+  EXPECT_THAT(Text_Of(Result), HasSubstr("The joint mount also uses 2 images that the library"));
+}
+
 TEST(VerdictText, SaysSoWhenNoCauseStandsOut) {
   EXPECT_THAT(Text_Of(Result_At(5)), HasSubstr("\nCause\n  No single cause stands out.\n"));
 }
