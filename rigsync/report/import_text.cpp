@@ -58,8 +58,9 @@ std::string Clock_Text(const Clock_Match& Clock) {
     case Clock_Method::Timecode:
       return Offset + ", by timecode: to a frame";
     case Clock_Method::Correlation:
-      return fmt::format("{}, by motion: fits to {:.2f}, the next best ({:.3f} s) to {:.2f}",
-                         Offset, Clock.Score, Clock.Second_Offset_Seconds, Clock.Second_Score);
+      return fmt::format(
+          "{}, certain by motion: it fits to {:.2f}, the next best ({:.3f} s) to {:.2f}", Offset,
+          Clock.Score, Clock.Second_Offset_Seconds, Clock.Second_Score);
   }
   return Offset;
 }
@@ -118,7 +119,10 @@ std::string Import_Text(const Capture_Import& Made, const std::filesystem::path&
                    fmt::format("{}, times: {}", Record.Pictures.string(), Record.Picture_Times));
   Text += Row_Text("stillness", Holds_Text(Made));
   Text += Row_Text("clocks", Clock_Text(Record.Clock));
-  Text += Row_Text("rows", fmt::format("{} of {}", Rows, Counted(Record.Rows.size(), "picture")));
+  // Of a clip each hold asks for a row, of photographs each picture.
+  const bool Is_Clip = !Made.Frames.empty();
+  Text += Row_Text("rows", fmt::format("{} of {}", Rows,
+                                       Counted(Record.Rows.size(), Is_Clip ? "hold" : "picture")));
   return Text + Refusals_Text(Record);
 }
 
