@@ -57,7 +57,7 @@ std::string File_Text(const Inspection& Result) {
   Text += Row_Text("lines",
                    fmt::format("{}: {}, {}", File.Line_Count, Counted(File.Header_Count, "header"),
                                Counted(File.Rows.size(), "data line")));
-  if (!Result.Search) return Text + Row_Text("boards", "not searched for (--no-images)");
+  if (!Result.Search) return Text + Row_Text("boards", "not searched for: no image was opened");
   if (Result.Search->Width > 0) {
     Text += Row_Text("image size",
                      fmt::format("{} x {} pixels", Result.Search->Width, Result.Search->Height));
@@ -185,12 +185,14 @@ std::string Finding_Text(const Finding& One, bool Colour) {
   return Text + Folded("What to do: " + One.Advice, 4);
 }
 
-std::string Verdict_Text(const Findings& List, bool Colour) {
+std::string Verdict_Text(const Inspection& Result, bool Colour) {
+  const Findings& List = Result.All_Findings;
   const std::size_t Errors = List.Count(Level::Error), Warnings = List.Count(Level::Warning);
   switch (List.Gravest()) {
     case Level::Note:
       return "\n" + Painted(Style::Good, "Clean:", Colour) +
-             " the capture is ready to be calibrated.\n";
+             (Result.Search ? " the capture is ready to be calibrated.\n"
+                            : " nothing is wrong with the file. The images were not checked.\n");
     case Level::Warning:
       return "\n" + Painted(Style::Warning, Counted(Warnings, "warning") + ":", Colour) +
              " check the findings before you calibrate.\n";
@@ -229,7 +231,7 @@ std::string Inspection_Text(const Inspection& Result, bool Colour) {
   const std::vector<Finding> Sorted = Result.All_Findings.Sorted();
   if (!Sorted.empty()) Text += "\nFindings\n";
   for (const Finding& One : Sorted) Text += Finding_Text(One, Colour);
-  return Text + Verdict_Text(Result.All_Findings, Colour);
+  return Text + Verdict_Text(Result, Colour);
 }
 
 }  // namespace rigsync
