@@ -454,7 +454,8 @@ void Add_Disagreement(const Agreement& Measured, Findings& List) {
              "then the board's, with quaternions w, x, y, z that take directions of the tracking "
              "system to those of the tracked body."
            : "Check that each sample was taken at the same moment as its image and by the right "
-             "tracker, that both trackers are firmly mounted, and that quaternions are w, x, y, z.",
+             "tracker, that both trackers are firmly mounted, and that quaternions are w, x, y, z. "
+             "After 'rigsync import' check its --camera, --board, --rotation, --map and --axes.",
        {}});
 }
 
