@@ -58,10 +58,10 @@ inspect; 2 for wrong usage, or errors of inspect, 70 when an exception ended the
 run.
 
 Example:
-  rigsync import take.csv --camera cam --board board --clip clip.mp4 \
-    -o capture/capture.csv --config stage.toml
-  rigsync import session.rec --camera freed-1 --images photos \
-    -o capture/capture.csv)";
+  rigsync import take.csv --camera camera --board board --clip clip.mp4 \
+    --config stage.toml -o capture/capture.csv
+  rigsync import take.rsr --camera freed-1 --images photographs \
+    --config stage.toml -o capture/capture.csv)";
 
 struct Import_Arguments {
   std::string Take, Second_Take, Camera, Board, Images, Clip, Output;
@@ -326,6 +326,7 @@ int Import(const Import_Arguments& Arguments) {
   if (!Arguments.Config.empty()) Stage = Read_Stage_File(Arguments.Config, Stage_Keys());
   const std::optional<Chessboard> Board = Read_Chessboard(Arguments, Stage);
   const Take Tracks = Read_Takes(Arguments, Read_Axes(Arguments, Stage));
+  Check_Bodies(Tracks, Request);
   Capture_Import Made = Import_Pictures(Arguments, Tracks, Request);
   Write_Capture(Csv, Made.Record);
   for (const std::string& Text : Made.Warnings) Warn(Text);
@@ -333,9 +334,11 @@ int Import(const Import_Arguments& Arguments) {
   Print(Import_Text(Made, Csv, Colour) + "\n");
   const Inspection Inspected = Inspect_Written(Csv, Board);
   Print(Inspection_Text(Inspected, Colour));
+  const int Status = Inspection_Status(Inspected.All_Findings);
+  if (Inspected.All_Findings.Gravest() == Level::Error) return Status;
   Print(Next_Command_Text(Made.Record, Csv,
                           Board ? Board->Flags : "--board COLSxROWS --square LENGTH", Colour));
-  return Inspection_Status(Inspected.All_Findings);
+  return Status;
 }
 
 void Add_Take_Flags(CLI::App& Command, Import_Arguments& Arguments) {

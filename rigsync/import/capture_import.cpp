@@ -65,15 +65,10 @@ struct Stage {
 };
 
 Stage Find_Stage(const Take& Tracks, const Import_Request& Request, bool Needs_Holds) {
+  Check_Bodies(Tracks, Request);
   Stage Found;
   Found.Camera = &Named_Body(Tracks, "--camera", Request.Camera);
   if (!Request.Board.empty()) Found.Board = &Named_Body(Tracks, "--board", Request.Board);
-  if (Found.Board == Found.Camera) {
-    throw Usage_Error("--board",
-                      fmt::format("--board: '{}' is the body of --camera. Name the body on the "
-                                  "board, or leave --board out for a board that stands still.",
-                                  Request.Board));
-  }
   Found.Stops = Find_Holds(*Found.Camera, Found.Board, Request.Holds);
   if (Needs_Holds && Found.Stops.Holds.empty()) {
     throw Usage_Error(
@@ -100,7 +95,25 @@ std::vector<Body_Speeds> Speeds_Of(const Stage& On) {
   return Bodies;
 }
 
-std::string Uncertain_Text(const Clock_Match& By_Motion, std::size_t Holds, bool Are_Photographs) {
+// What gets more certain clocks from photographs.
+std::string Photograph_Advice(std::size_t Holds, Time_Source Source) {
+  std::string Text = fmt::format(
+      " The take has {} holds, and photographs tell less than a clip: take {} and more, with "
+      "holds and times between them from 1 to 4 seconds.",
+      Holds, Enough_Photographs);
+  if (Source == Time_Source::File_Time) {
+    Text += " Their times are those of the files, which a copy may have changed: see --times.";
+  }
+  return Text;
+}
+
+std::string Clip_Advice(std::size_t Holds) {
+  if (Holds >= Few_Holds) return "";
+  return fmt::format(" The take has {} holds, which is few: 20 and more are matched better.",
+                     Holds);
+}
+
+std::string Uncertain_Text(const Clock_Match& By_Motion, const std::string& Advice) {
   std::string Text = "--offset: the clocks of take and pictures can't be matched for certain.";
   if (By_Motion.Score > 0.0) {
     Text += fmt::format(
@@ -111,16 +124,7 @@ std::string Uncertain_Text(const Clock_Match& By_Motion, std::size_t Holds, bool
   } else {
     Text += " Nothing in the pictures goes along with the motion in the take.";
   }
-  if (Are_Photographs) {
-    Text += fmt::format(
-        " The take has {} holds, and photographs tell less than a clip: take {} and more, with "
-        "holds and times between them from 1 to 4 seconds.",
-        Holds, Enough_Photographs);
-  } else if (Holds < Few_Holds) {
-    Text +=
-        fmt::format(" The take has {} holds, which is few: 20 and more are matched better.", Holds);
-  }
-  return Text +
+  return Text + Advice +
          " Holds at equal intervals look alike: hold irregularly, some longer and some shorter, "
          "with unequal times between them. If you know the offset, state it: --offset SECONDS is "
          "the time on the take's clock less the time on the pictures' clock. You can also try the "
@@ -179,7 +183,7 @@ void Warn_Of_Midnight(const Known_Times& Times, const Clock_Match& Match,
 // The offset that is used: stated, by timecode, or by motion if that is certain. Another one that
 // motion is certain of is a warning.
 Clock_Match Choose_Match(const std::optional<double>& Stated, const Known_Times& Times,
-                         const Clock_Match& By_Motion, std::size_t Holds, bool Are_Photographs,
+                         const Clock_Match& By_Motion, const std::string& Advice,
                          std::vector<std::string>& Warnings) {
   constexpr double Far_Seconds = 0.3;
   Clock_Match Match;
@@ -191,7 +195,7 @@ Clock_Match Choose_Match(const std::optional<double>& Stated, const Known_Times&
     Warn_Of_Midnight(Times, Match, Warnings);
   } else {
     if (!By_Motion.Is_Certain) {
-      throw Usage_Error("--offset", Uncertain_Text(By_Motion, Holds, Are_Photographs));
+      throw Usage_Error("--offset", Uncertain_Text(By_Motion, Advice));
     }
     return By_Motion;
   }
@@ -288,6 +292,16 @@ std::pair<double, double> Time_Span(const Take& Tracks) {
 
 }  // namespace
 
+void Check_Bodies(const Take& Tracks, const Import_Request& Request) {
+  const Body_Track& Camera = Named_Body(Tracks, "--camera", Request.Camera);
+  if (Request.Board.empty()) return;
+  if (&Named_Body(Tracks, "--board", Request.Board) != &Camera) return;
+  throw Usage_Error("--board",
+                    fmt::format("--board: '{}' is the body of --camera. Name the body on the "
+                                "board, or leave --board out for a board that stands still.",
+                                Request.Board));
+}
+
 Take Joined_Takes(Take First, Take Second) {
   const bool Have_Timecode = First.Timecode_Start && Second.Timecode_Start;
   const double Shift =
@@ -343,8 +357,8 @@ Capture_Import Import_Photographs(const Take& Tracks, const Photographs& From,
   std::vector<std::string> Warnings = From.Warnings;
   const Clock_Match Clock =
       Choose_Match(Request.Offset_Seconds, Times_Of(Tracks, On, From, From.Pictures),
-                   Match_By_Holds(On.Stops.Holds, From), On.Stops.Holds.size(),
-                   /*Are_Photographs=*/true, Warnings);
+                   Match_By_Holds(On.Stops.Holds, From),
+                   Photograph_Advice(On.Stops.Holds.size(), From.Source), Warnings);
   const Row_Source Source{On.Camera, On.Board, &On.Stops, Clock.Offset_Seconds};
   std::vector<Chosen_Row> Rows = Rows_Of_Photographs(From, Source, Request.Rows);
   Capture_Import Made = Finish(Tracks, Request, std::move(On), Time_Source_Text(From.Source), Clock,
@@ -356,10 +370,9 @@ Capture_Import Import_Photographs(const Take& Tracks, const Photographs& From,
 Capture_Import Import_Clip(const Take& Tracks, const Clip& From, const Import_Request& Request) {
   Stage On = Find_Stage(Tracks, Request, /*Needs_Holds=*/true);
   std::vector<std::string> Warnings = From.Warnings;
-  const Clock_Match Clock =
-      Choose_Match(Request.Offset_Seconds, Times_Of(Tracks, On, From, From.Frames),
-                   Match_By_Motion(Speeds_Of(On), From), On.Stops.Holds.size(),
-                   /*Are_Photographs=*/false, Warnings);
+  const Clock_Match Clock = Choose_Match(
+      Request.Offset_Seconds, Times_Of(Tracks, On, From, From.Frames),
+      Match_By_Motion(Speeds_Of(On), From), Clip_Advice(On.Stops.Holds.size()), Warnings);
   const Row_Source Source{On.Camera, On.Board, &On.Stops, Clock.Offset_Seconds};
   std::vector<Chosen_Row> Rows = Rows_Of_Clip(From, Source, Request.Rows);
   Capture_Import Made = Finish(Tracks, Request, std::move(On), "the frames of a clip", Clock,

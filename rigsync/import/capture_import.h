@@ -46,6 +46,11 @@ constexpr int Enough_Photographs = 30;
 // with TAKE2, when they have no time in common.
 Take Joined_Takes(Take First, Take Second);
 
+// Throws Usage_Error, beginning with --camera or --board, for a body that the take doesn't have,
+// with the names that there are, and for one body in both places. The imports below do the same;
+// this one is for before the pictures are read, which takes long for a clip.
+void Check_Bodies(const Take& Tracks, const Import_Request& Request);
+
 // Throws Usage_Error
 //   --camera, --board   no body has that name, with the names that there are, or two have it
 //   --still             no hold was found, and holds are needed

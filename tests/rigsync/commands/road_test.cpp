@@ -22,6 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
+using testing::Not;
 
 // The 14 numbers of a row's samples, by the name of its image.
 using Samples = std::map<std::string, std::vector<double>>;
@@ -202,6 +203,40 @@ TEST(Road, FromATakeAndAClipLeadsToTheNumbersOfAnEngine) {
   const Finished Calibrated = Calibrate(Folder);
   EXPECT_EQ(Calibrated.Status, 0) << Calibrated.Error << Calibrated.Output;
   EXPECT_THAT(Calibrated.Output, HasSubstr("Unreal Engine 5: the camera as seen from its tracker"));
+}
+
+// Two seconds of a body called camera, in the form of TUM.
+fs::path Small_Take(const fs::path& Folder) {
+  const fs::path File = Folder / "camera.txt";
+  std::ofstream Out(File);
+  for (int i = 0; i < 200; ++i) Out << 0.01 * i << " 0 0 1 0 0 0 1\n";
+  return File;
+}
+
+TEST(Import, RefusesABodyThatTheTakeDoesNotHaveBeforeItReadsTheClip) {
+  const Scratch_Folder Scratch;
+  const Finished Done = Rigsync({"import", Small_Take(Scratch.Path()).string(), "--camera", "cam",
+                                 "--clip", (Scratch.Path() / "missing.mp4").string(), "-o",
+                                 (Scratch.Path() / "capture.csv").string()});
+  EXPECT_EQ(Done.Status, 2);
+  EXPECT_THAT(Done.Error, HasSubstr("--camera: no body in the take is called 'cam'"));
+}
+
+TEST(Import, ReadsTheAxesOfARecordingFromTheStageFileUnlessTheyAreTyped) {
+  const Scratch_Folder Scratch;
+  const fs::path Recording = Scratch.Path() / "take.rsr", Stage = Scratch.Path() / "stage.toml";
+  // The header alone: a recording without packets.
+  std::ofstream(Recording, std::ios::binary)
+      << std::string("\x89RSR\r\n\x1a\n\1\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0", 24);
+  std::ofstream(Stage) << "board = \"7x5\"\nsquare = \"30mm\"\naxes = \"pan=sideways\"\n";
+  std::vector<std::string> Arguments = {"import",   Recording.string(),
+                                        "--camera", "freed-1",
+                                        "--images", Scratch.Path().string(),
+                                        "--config", Stage.string(),
+                                        "-o",       (Scratch.Path() / "capture.csv").string()};
+  EXPECT_THAT(Rigsync(Arguments).Error, HasSubstr("'axes': 'pan=sideways'"));
+  Arguments.insert(Arguments.end(), {"--axes", "pan=-pan"});
+  EXPECT_THAT(Rigsync(Arguments).Error, Not(HasSubstr("sideways")));
 }
 
 }  // namespace

@@ -93,6 +93,13 @@ TEST(CaptureImport, RefusesAnOffsetThatIsNotCertainAndSaysWhatToDo) {
   EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, From, Both_Bodies()); }),
               AllOf(HasSubstr("--offset: "), HasSubstr("next best"), HasSubstr("hold irregularly"),
                     HasSubstr("has 10 holds, and photographs tell less than a clip")));
+  Photographs Copied = From;
+  Copied.Source = Time_Source::File_Time;
+  EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, Copied, Both_Bodies()); }),
+              HasSubstr("which a copy may have changed: see --times"));
+  Copied.Source = Time_Source::Exif;
+  EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, Copied, Both_Bodies()); }),
+              Not(HasSubstr("a copy")));
   Import_Request Stated = Both_Bodies();
   Stated.Offset_Seconds = 50.0;
   Expect_Poses(On, Import_Photographs(On.Tracks, From, Stated));
@@ -160,6 +167,10 @@ TEST(CaptureImport, NamesTheBodiesThatThereAreWhenOneIsNot) {
   Request.Board = "cam";
   EXPECT_THAT(Refusal([&] { Import_Photographs(On.Tracks, {}, Request); }),
               HasSubstr("is the body of --camera"));
+  EXPECT_THAT(Refusal([&] { Check_Bodies(On.Tracks, Request); }),
+              HasSubstr("is the body of --camera"));
+  Request.Board.clear();
+  EXPECT_EQ(Refusal([&] { Check_Bodies(On.Tracks, Request); }), "");
 }
 
 TEST(CaptureImport, RefusesANameThatTwoBodiesHave) {

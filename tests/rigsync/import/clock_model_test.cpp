@@ -165,7 +165,7 @@ TEST(ClockModel, MatchesPhotographsOfThirtyIrregularHoldsIntoTheirHolds) {
 }
 
 TEST(ClockModel, RefusesPhotographsOfFewOrRegularHolds) {
-  for (const std::size_t Holds : {12, 8, 5, 3}) {
+  for (const std::size_t Holds : {20, 12, 8, 5, 3}) {
     const Tally Found = Match_Photographs(Irregular(Holds), 0.0, Captures(20));
     Found.Print(fmt::format("photographs, {} irregular holds", Holds));
     EXPECT_EQ(Found.Wrong, Found.Wrong_Refused) << Holds;
