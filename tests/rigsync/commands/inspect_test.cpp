@@ -511,14 +511,14 @@ TEST_F(Inspect, ElevenBoardsAreUnusableAndTwelveAreFew) {
 
 TEST_F(Inspect, WrongCountsComeWithThoseOfTheBoard) {
   const Inspection_Report Report = Inspect_Json(
-      {"inspect", Capture_File("capture.csv").string(), "--board", "12x9", "--square", "30mm"});
+      {"inspect", Capture_File("capture.csv").string(), "--board", "8x6", "--square", "30mm"});
   EXPECT_EQ(Report.Status, 2);
   EXPECT_EQ(Report.Json["boards"]["found"], 0);
   EXPECT_TRUE(Report.Json["coverage"].is_null());
   EXPECT_THAT(Report.Found, ElementsAre(Pair("board_counts", IsEmpty())));
-  EXPECT_THAT(Report.Text("board_counts", "what"), HasSubstr("This looks like 11x8:"));
+  EXPECT_THAT(Report.Text("board_counts", "what"), HasSubstr("This looks like 7x5:"));
   EXPECT_THAT(Report.Text("board_counts", "advice"),
-              AllOf(HasSubstr("and not squares"), HasSubstr("with --board 11x8.")));
+              AllOf(HasSubstr("and not squares"), HasSubstr("with --board 7x5.")));
 }
 
 TEST_F(Inspect, AMisprintedSquareShowsAgainstTheTrackers) {
