@@ -110,25 +110,24 @@ Stated_Markers Stated_Of(const Inspection_Inputs& Inputs) {
   return Stated;
 }
 
-// The boards' markers in a few images. None for a capture without markers, as most are, which two
-// images tell.
-std::optional<std::vector<Marked_Image>> Look_At_Markers(const Inspection& Result) {
+// The boards' markers in a few images, or in all where several boards are seen. None for a capture
+// without markers, as most are, which two images tell.
+std::optional<std::vector<Marked_Image>> Marked_Images(const Inspection& Result) {
   const Inspection_Inputs& Inputs = Result.Inputs;
   if (!Can_Find_Markers()) return std::nullopt;
-  const auto Look = [&](const std::vector<std::size_t>& Chosen) {
-    return Search_Markers(Result.File.Rows, Chosen, Inputs.Image_Root);
-  };
+  const std::vector<Capture_Row>& Rows = Result.File.Rows;
   const bool Has_Markers =
-      Inputs.First_Marker || !Read_Boards(Look(First_Look(*Result.Search))).empty();
+      Inputs.First_Marker ||
+      !Read_Boards(Search_Markers(Rows, First_Look(*Result.Search), Inputs.Image_Root)).empty();
   if (!Has_Markers) return std::nullopt;
-  return Look(Second_Look(*Result.Search, Inputs.Board.Board));
+  return Look_At_Markers(Rows, *Result.Search, Inputs.Board.Board, Inputs.Image_Root);
 }
 
 // Finds boards that are cut off by the markers of whole ones, and judges all images.
 void Inspect_Images(Inspection& Result) {
   const std::vector<Capture_Row>& Rows = Result.File.Rows;
   const Stated_Markers Stated = Stated_Of(Result.Inputs);
-  const auto Marked = Look_At_Markers(Result);
+  const auto Marked = Marked_Images(Result);
   if (Marked) {
     const auto Board = Match_Markers(*Result.Search, *Marked, Stated.Board, Stated.First_Id);
     if (Board) Search_Cut_Off_Boards(Rows, Result.Inputs.Image_Root, *Board, *Result.Search);

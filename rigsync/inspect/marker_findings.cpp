@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace rigsync {
 namespace {
@@ -209,6 +210,26 @@ std::vector<std::size_t> Second_Look(const Board_Search& Search, const Board_Siz
   Rows.insert(Rows.end(), Others.begin(), Others.end());
   std::sort(Rows.begin(), Rows.end());
   return Rows;
+}
+
+std::vector<Marked_Image> Look_At_Markers(const std::vector<Capture_Row>& Rows,
+                                          const Board_Search& Search, const Board_Size& Board,
+                                          const std::filesystem::path& Image_Root) {
+  const std::vector<std::size_t> Chosen = Second_Look(Search, Board);
+  std::vector<Marked_Image> Images = Search_Markers(Rows, Chosen, Image_Root);
+  if (Read_Boards(Images).size() < 2) return Images;
+  std::vector<std::size_t> Others;
+  for (const Image_State State : {Image_State::Board_Found, Image_State::No_Board}) {
+    for (const std::size_t Row : Rows_In(Search, State)) {
+      if (!std::binary_search(Chosen.begin(), Chosen.end(), Row)) Others.push_back(Row);
+    }
+  }
+  for (Marked_Image& Image : Search_Markers(Rows, Others, Image_Root)) {
+    Images.push_back(std::move(Image));
+  }
+  std::sort(Images.begin(), Images.end(),
+            [](const Marked_Image& A, const Marked_Image& B) { return A.Row < B.Row; });
+  return Images;
 }
 
 void Judge_Markers(const std::vector<Capture_Row>& Rows, const Board_Search& Search,

@@ -12,6 +12,7 @@
 #include "rigsync/inspect/finding.h"
 
 #include <cstddef>
+#include <filesystem>
 #include <optional>
 #include <vector>
 
@@ -34,6 +35,12 @@ std::vector<std::size_t> First_Look(const Board_Search& Search);
 // The images that are read where it has, so few that reading them takes a second or two: six with a
 // board and six without, or 24 with a board that looks the same upside down.
 std::vector<std::size_t> Second_Look(const Board_Search& Search, const Board_Size& Board);
+
+// Searches the images of the second look for markers, and all others too if those show several
+// boards: of a second board every line has to be told. By row.
+std::vector<Marked_Image> Look_At_Markers(const std::vector<Capture_Row>& Rows,
+                                          const Board_Search& Search, const Board_Size& Board,
+                                          const std::filesystem::path& Image_Root);
 
 // Adds what is wrong. Images are those that were looked at, also those without a marker.
 void Judge_Markers(const std::vector<Capture_Row>& Rows, const Board_Search& Search,

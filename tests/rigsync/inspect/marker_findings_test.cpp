@@ -82,9 +82,8 @@ class MarkerFindings : public testing::Test {
 
   std::vector<Finding> Judge(const Stated_Markers& Stated, const rigsync::Board_Search& Search) {
     Findings List;
-    rigsync::Judge_Markers(
-        Rows, Search, rigsync::Search_Markers(Rows, rigsync::Second_Look(Search, Stated.Board), ""),
-        Stated, List);
+    rigsync::Judge_Markers(Rows, Search, rigsync::Look_At_Markers(Rows, Search, Stated.Board, ""),
+                           Stated, List);
     return List.Sorted();
   }
 
@@ -169,6 +168,21 @@ TEST_F(MarkerFindings, ImagesOfASecondBoardAreToldByTheirLines) {
   const std::vector<Finding> Other = Judge({{6, 5}, 21, false});
   ASSERT_THAT(Ids_Of(Other), ElementsAre("several_boards"));
   EXPECT_EQ(Other[0].Lines, (Lines{2, 3, 4, 5}));
+}
+
+// A few images are enough to see that there are two boards, but the lines of one that was not
+// looked at would stay in the capture.
+TEST_F(MarkerFindings, AllImagesOfASecondBoardAreTold) {
+  Take({6, 5}, 0, 14);  // lines 2 to 15
+  Take({6, 5}, 21, 5);  // lines 16 to 20
+  Take({6, 5}, 0, 1);   // line 21
+  rigsync::Board_Search Search;
+  Search.Images.resize(Rows.size());
+  for (auto& Image : Search.Images) Image.State = Image_State::No_Board;
+  ASSERT_EQ(rigsync::Second_Look(Search, {6, 5}).size(), 6u);
+  const std::vector<Finding> Found = Judge({{6, 5}, std::nullopt, false});
+  ASSERT_THAT(Ids_Of(Found), ElementsAre("several_boards"));
+  EXPECT_EQ(Found[0].Lines, (Lines{16, 17, 18, 19, 20}));
 }
 
 // With both counts odd, detection begins at the upper end, whichever that is.
