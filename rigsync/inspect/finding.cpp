@@ -48,6 +48,10 @@ void Findings::Add(Finding New) {
   Lines.erase(std::unique(Lines.begin(), Lines.end()), Lines.end());
 }
 
+bool Findings::Has(const std::string& Id) const {
+  return std::any_of(All.begin(), All.end(), [&](const Finding& One) { return One.Id == Id; });
+}
+
 std::vector<Finding> Findings::Sorted() const {
   const auto First_Line = [](const Finding& One) {
     return One.Lines.empty() ? std::numeric_limits<std::size_t>::max() : One.Lines.front();

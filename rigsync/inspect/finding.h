@@ -35,6 +35,8 @@ class Findings {
   // By first line. Findings about the whole capture come last.
   std::vector<Finding> Sorted() const;
 
+  bool Has(const std::string& Id) const;
+
   // The highest severity; Note without findings.
   Level Gravest() const;
 

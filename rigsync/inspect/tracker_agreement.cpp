@@ -468,7 +468,8 @@ void Add_Handedness(const Agreement& Measured, Findings& List) {
               "",
               "Export right-handed axes from the tracking software (x, y and z as thumb, index and "
               "middle finger of the right hand). Or mirror every sample: negate y of the position "
-              "and x and z of the quaternion.",
+              "and x and z of the quaternion. If the images are mirrored, which looks the same, "
+              "switch that off in the camera instead, and leave the samples as they are.",
               {}});
     return;
   }
@@ -523,7 +524,9 @@ bool Judge_Agreement(const Agreement& Measured, bool Is_Distance_Known, Findings
       Axes == Handedness::Mirrored_Positions || Axes == Handedness::Mirrored_Quaternions;
   const bool Is_Disagreement = !Measured.Is_Good() && !Is_Relative_Mirror;
   if (Is_Disagreement) Add_Disagreement(Measured, List);
-  if (Axes != Handedness::Right) Add_Handedness(Measured, List);
+  // Mirrored images look like mirrored axes. Who corrects both has the fault again.
+  const bool Are_Images_Mirrored = List.Has("image_mirrored");
+  if (Axes != Handedness::Right && !Are_Images_Mirrored) Add_Handedness(Measured, List);
   return !Is_Disagreement && Axes == Handedness::Right;
 }
 

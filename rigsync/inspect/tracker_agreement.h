@@ -69,8 +69,9 @@ std::optional<Agreement> Measure_Agreement(const std::vector<Capture_Row>& Rows,
                                            const std::vector<Board_Pose>& Poses);
 
 // Adds the disagreement of all samples, and axes of the wrong handedness, which are not judged when
-// Is_Distance_Known is false: the boards were not tilted enough to determine their distance. True
-// when neither was added.
+// Is_Distance_Known is false: the boards were not tilted enough to determine their distance. Where
+// the list says that images are mirrored, axes of the wrong handedness are what that looks like and
+// are not added. True when samples and axes are right.
 bool Judge_Agreement(const Agreement& Measured, bool Is_Distance_Known, Findings& List);
 
 }  // namespace rigsync

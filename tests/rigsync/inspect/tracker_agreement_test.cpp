@@ -242,6 +242,25 @@ TEST(TrackerAgreement, AMirroredTrackingSystemIsReportedWhicheverAxesAreMirrored
   }
 }
 
+// Mirrored images and samples look alike from either side: only markers tell which of them it is,
+// and mirroring the samples too would make both wrong.
+TEST(TrackerAgreement, WhereTheImagesAreMirroredTheAxesAreNotBlamed) {
+  for (const bool Are_Positions_Alone : {false, true}) {
+    Compared Capture = Planned();
+    For_Samples(Capture, [&](Tracker_Sample& Sample) {
+      Sample.Position[1] *= -1;
+      if (Are_Positions_Alone) return;
+      Sample.Quaternion[1] *= -1;
+      Sample.Quaternion[3] *= -1;
+    });
+    ASSERT_EQ(Ids(Capture.Judge()), Are_Positions_Alone ? "axis_mirrored" : "left_handed");
+    Findings List;
+    List.Add({"image_mirrored", Level::Error, "The images are mirrored.", "", "", {}});
+    EXPECT_FALSE(rigsync::Judge_Agreement(Capture.Measure(), true, List));
+    EXPECT_EQ(Ids(List), "image_mirrored");
+  }
+}
+
 TEST(TrackerAgreement, TheAdviceForMirroredAxesCorrectsThem) {
   for (const Mirror& Axes_Mirror : Mirrors()) {
     Compared Capture = Planned();
@@ -253,6 +272,7 @@ TEST(TrackerAgreement, TheAdviceForMirroredAxesCorrectsThem) {
     ASSERT_EQ(Ids(List), "left_handed");
     EXPECT_THAT(List.Sorted()[0].Advice,
                 HasSubstr("negate y of the position and x and z of the quaternion"));
+    EXPECT_THAT(List.Sorted()[0].Advice, HasSubstr("If the images are mirrored"));
     For_Samples(Capture, [](Tracker_Sample& Sample) {
       Sample.Position[1] *= -1;
       Sample.Quaternion[1] *= -1;
