@@ -212,7 +212,7 @@ TEST(Usage, AWrongCommandLineEndsWithStatus2AndAMessageThatNamesTheMistake) {
     return Longer;
   };
   const Case Cases[] = {
-      {{}, {"a command is missing", "simulate, record, inspect, calibrate"}},
+      {{}, {"a command is missing", "simulate, record, import, inspect, calibrate"}},
       {{"calibrat"}, {"'calibrat'", "expected one of simulate"}},
       {{"--colour"}, {"'--colour'", "expected one of simulate"}},
       {{"calibrate"}, {"CAPTURE is missing: the capture's CSV file"}},
