@@ -59,8 +59,7 @@ Exit status: 0 on success, 2 for wrong usage or a file that can't be written.
 Example:
   rigsync board --board 11x8 --square 30mm --paper a3 -o board.svg
   rigsync board --board 11x8 --square 20mm --paper a4 -o board.pdf
-  rigsync board --board 11x8 --square 30mm --markers 54 --paper a3 \
-    -o next.pdf)";
+  rigsync board --board 9x6 --square 3cm --paper a3 --markers -o b.svg)";
 
 struct Board_Arguments {
   std::string Board, Square, Paper, Output;
