@@ -128,7 +128,8 @@ std::string Uncertain_Text(const Clock_Match& By_Motion, const std::string& Advi
          " Holds at equal intervals look alike: hold irregularly, some longer and some shorter, "
          "with unequal times between them. If you know the offset, state it: --offset SECONDS is "
          "the time on the take's clock less the time on the pictures' clock. You can also try the "
-         "best one: with another the trackers and the images disagree, and inspect says so.";
+         "best one: with a wrong one the trackers and the images disagree, and inspect says so if "
+         "--config describes the board.";
 }
 
 // Timecode at second 0 of both clocks, if they have one, the frame rate of the pictures, 0 if it

@@ -4,11 +4,13 @@
 // import and calibrate. The simulator writes the same capture in each format, so the samples of the
 // imported rows are known to the digits of the format.
 #include "tests/rigsync/support/program.h"
+#include "tests/rigsync/support/tracker_packets.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +18,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -237,6 +240,78 @@ TEST(Import, ReadsTheAxesOfARecordingFromTheStageFileUnlessTheyAreTyped) {
   EXPECT_THAT(Rigsync(Arguments).Error, HasSubstr("'axes': 'pan=sideways'"));
   Arguments.insert(Arguments.end(), {"--axes", "pan=-pan"});
   EXPECT_THAT(Rigsync(Arguments).Error, Not(HasSubstr("sideways")));
+}
+
+// Records while the simulator sends the capture in the time that it takes: at most 2.5 seconds
+// for a hold and the move after it. Where the samples bear times, both clocks begin at the first.
+Finished Record(const fs::path& Folder, const std::string& Form, int Images) {
+  const std::uint16_t Port = Free_Port();
+  std::string Error_Of_Sender;
+  std::thread Sender([&] {
+    // The recording needs a moment to open its port; what is sent before that is lost.
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    const Finished Sent = Simulate(
+        Folder, {"--images", std::to_string(Images), "--stream", Form, "--stream-to",
+                 "127.0.0.1:" + std::to_string(Port), "--hold", "1,1.5", "--move", "0.8,1"});
+    if (Sent.Status != 0) Error_Of_Sender = Sent.Error;
+  });
+  const std::string Seconds = std::to_string(2.5 * Images + 5.0);
+  const Finished Recorded = Rigsync({"record", "-o", (Folder.parent_path() / "take.rsr").string(),
+                                     Form == "freed" ? "--freed" : "--opentrackio",
+                                     std::to_string(Port), "--seconds", Seconds, "--quiet"});
+  Sender.join();
+  EXPECT_EQ(Error_Of_Sender, "");
+  return Recorded;
+}
+
+void Expect_Rows(const fs::path& Folder, std::size_t Least_Rows, double Position_Step,
+                 double Quaternion_Step) {
+  const Samples True = Read_Samples(Folder / "capture.csv");
+  const Samples Rows = Read_Samples(Folder / "imported" / "capture.csv");
+  EXPECT_GE(Rows.size(), Least_Rows);
+  for (const auto& [Image, Row] : Rows) {
+    const Differences Off = Between(Row, True.at(Image));
+    EXPECT_LE(Off.Position, Position_Step) << Image;
+    EXPECT_LE(Off.Quaternion, Quaternion_Step) << Image;
+  }
+}
+
+// Numbers in CBOR lose nothing.
+TEST(Road, FromAStreamOfOpentrackioLeadsToTheNumbersOfAnEngine) {
+  const Scratch_Folder Scratch;
+  const fs::path Folder = Scratch.Path() / "capture";
+  constexpr int Images = 14;
+  const Finished Recorded = Record(Folder, "opentrackio-cbor", Images);
+  ASSERT_EQ(Recorded.Status, 0) << Recorded.Error;
+  std::vector<std::string> Pictures = Photographs_Of(Folder);
+  Pictures.insert(Pictures.end(), {"--offset", "0"});
+  const Road By = {"opentrackio", {"../take.rsr"}, {}, 0, 0, "opentrackio-1", "opentrackio-2"};
+  const Finished Imported = Import(Folder, By, Pictures);
+  ASSERT_LE(Imported.Status, 1) << Imported.Error << Imported.Output;
+  constexpr double Rounding = 1e-12;
+  Expect_Rows(Folder, Images, Rounding, Rounding);
+  const Finished Calibrated = Calibrate(Folder);
+  EXPECT_EQ(Calibrated.Status, 0) << Calibrated.Error << Calibrated.Output;
+  EXPECT_THAT(Calibrated.Output, HasSubstr("Unreal Engine 5: the camera as seen from its tracker"));
+}
+
+// FreeD has 1/64 mm and 1/32768 degree, three angles to a rotation. Its times are those of
+// receipt, and the first packet comes when it comes, so the clocks are a tenth of a second apart
+// at most.
+TEST(Road, FromAStreamOfFreedLeadsToTheRowsOfTheCapture) {
+  const Scratch_Folder Scratch;
+  const fs::path Folder = Scratch.Path() / "capture";
+  constexpr int Images = 5;
+  const Finished Recorded = Record(Folder, "freed", Images);
+  ASSERT_EQ(Recorded.Status, 0) << Recorded.Error;
+  std::vector<std::string> Pictures = Photographs_Of(Folder);
+  Pictures.insert(Pictures.end(), {"--offset", "0"});
+  const Road By = {"freed", {"../take.rsr"}, {}, 0, 0, "freed-1", "freed-2"};
+  const Finished Imported = Import(Folder, By, Pictures);
+  ASSERT_LE(Imported.Status, 2) << Imported.Error << Imported.Output;  // too few images for inspect
+  constexpr double Half_Step = 0.5e-3 / 64.0;                          // metres
+  constexpr double Three_Half_Angles = 3 * 0.5 * 0.5 * 0.0174533 / 32768.0;
+  Expect_Rows(Folder, Images - 1, 1.001 * Half_Step, Three_Half_Angles);
 }
 
 }  // namespace
