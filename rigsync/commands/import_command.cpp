@@ -58,8 +58,8 @@ inspect; 2 for wrong usage, or errors of inspect, 70 when an exception ended the
 run.
 
 Example:
-  rigsync import take.csv --camera camera --board board --clip clip.mp4 \
-    --config stage.toml -o capture/capture.csv
+  rigsync import take.csv --camera camera --board board \
+    --clip clip.mp4 --config stage.toml -o capture/capture.csv
   rigsync import take.rsr --camera freed-1 --images photographs \
     --config stage.toml -o capture/capture.csv)";
 
