@@ -135,9 +135,10 @@ Surface Marked_Surface_At(const Board_View& View, int Col, int Row, double U, do
 
 Surface Surface_At(const Board_View& View, double U, double V) {
   const Surface Plain = Square_At(View, U, V);
+  if (View.Markers.empty() || Plain != Surface::White) return Plain;
   const int Col = static_cast<int>(std::floor(U)), Row = static_cast<int>(std::floor(V));
   const bool Is_In_Margin = Col < -1 || Row < -1 || Col >= View.Cols || Row >= View.Rows;
-  if (View.Markers.empty() || Plain != Surface::White || Is_In_Margin) return Plain;
+  if (Is_In_Margin) return Plain;
   return Marked_Surface_At(View, Col, Row, U, V);
 }
 
