@@ -114,7 +114,8 @@ TEST_F(CutOff, ThePageShowsTheCornersThatWereSeenAndAPageMadeAnewDoesToo) {
                 AllOf(HasSubstr("joint.cut_off_boards"),
                       HasSubstr("that the library leaves out, because the board is cut off")));
   }
-  for (const nlohmann::json& Row : Result()["joint"]["rows"]) {
+  const nlohmann::json Rows = Result()["joint"]["rows"];
+  for (const nlohmann::json& Row : Rows) {
     if (!Row.contains("cut_off")) continue;
     const std::string Label = Row["image"].get<std::string>() + ". ";
     for (const std::string& Text : {Of_Run, Again}) {
