@@ -6,6 +6,7 @@
 
 #include "rigsync/calibrate/run_report.h"
 #include "rigsync/capture/board_size.h"
+#include "rigsync/capture/body_labels.h"
 #include "rigsync/capture/capture_file.h"
 #include "rigsync/inspect/finding.h"
 #include "rigsync/solve/board_place.h"
@@ -37,8 +38,9 @@ struct Calibration_Inputs {
   std::optional<int> First_Marker;  // of the board's ArUco markers, if it is stated
   // Only the library's call, without a second opinion. Needs Stated_Board.
   bool Is_Library_Only = false;
-  bool Keeps_Body_Axes = false;  // --body-axes as-given
-  Lag_Choice Lag;                // of the joint solve
+  bool Keeps_Body_Axes = false;                      // --body-axes as-given
+  Lag_Choice Lag;                                    // of the joint solve
+  Body_Labels Camera_Labels = Body_Labels::Unknown;  // of the camera's tracker
 };
 
 // SHA-256 of the files of a capture, 64 lower-case hexadecimal digits. Empty for a file that can't

@@ -2,15 +2,25 @@
 //
 // 'rigsync export': prints a solved mount as the fields of a render engine.
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/command.h"
+#include "rigsync/command_line/exit_status.h"
 #include "rigsync/commands/engine_output.h"
+#include "rigsync/engine/tracker_axes.h"
+#include "rigsync/exports/file_target.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/system/out_folder.h"
+#include "rigsync/system/usage_error.h"
+#include "rigsync/system/whole_file.h"
+
+#include <fmt/format.h>
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace rigsync {
 namespace {
@@ -33,7 +43,8 @@ Example:
 
 // The command line as typed.
 struct Export_Arguments {
-  std::string Result_File, Engine, Solution, Out;
+  std::string Result_File, Engine, Solution, Out, Output, Axes, Sensor, Focus, Zoom, Capture,
+      Image_Root;
   bool Prints_Json = false;
 };
 
@@ -42,12 +53,78 @@ fs::path Log_Folder(const Export_Arguments& Arguments) {
   return Make_Out_Folder("--out", Arguments.Out, /*Needed_Bytes=*/0, "the run log");
 }
 
+const File_Target* File_Target_Named(const std::string& Name) {
+  for (const File_Target& Target : File_Targets()) {
+    if (Target.Name == Name) return &Target;
+  }
+  return nullptr;
+}
+
+// A flag that is said and means nothing for the target.
+void Refuse_Flag(const std::string& Flag, const std::string& Value, const std::string& Target) {
+  if (Value.empty()) return;
+  throw Usage_Error(Flag, fmt::format("{}: the export to {} has no use for it", Flag, Target));
+}
+
+std::optional<Lens_Position> Position_Of(const Export_Arguments& Arguments) {
+  if (Arguments.Focus.empty() && Arguments.Zoom.empty()) return std::nullopt;
+  Lens_Position At;
+  if (!Arguments.Focus.empty()) At.Focus = Parse_Number("--focus", Arguments.Focus);
+  if (!Arguments.Zoom.empty()) At.Zoom = Parse_Number("--zoom", Arguments.Zoom);
+  return At;
+}
+
+File_Request Request_Of(const Export_Arguments& Arguments, const File_Target& Target,
+                        const Calibration_Result& Result) {
+  File_Request Request{Arguments.Result_File,
+                       Result,
+                       std::nullopt,
+                       Result.Inputs.Sensor_Size_Mm,
+                       Position_Of(Arguments),
+                       Result.Inputs.Csv,
+                       Result.Inputs.Image_Root};
+  if (!Target.Has_Tracker) Refuse_Flag("--tracker-axes", Arguments.Axes, Target.Title);
+  if (!Arguments.Axes.empty()) {
+    Request.Axes = Parse_Tracker_Axes("--tracker-axes", Arguments.Axes, Target.Space,
+                                      Result.Inputs.Camera_Labels);
+  }
+  if (!Arguments.Sensor.empty()) Request.Sensor_Mm = Parse_Sensor("--sensor", Arguments.Sensor);
+  if (!Arguments.Capture.empty()) {
+    Request.Capture = fs::absolute(Arguments.Capture);
+    Request.Image_Root = Request.Capture.parent_path();
+  }
+  if (!Arguments.Image_Root.empty()) Request.Image_Root = fs::absolute(Arguments.Image_Root);
+  return Request;
+}
+
+// The file goes to --output, or to standard output.
+int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
+                const Calibration_Result& Result) {
+  Refuse_Flag("--out", Arguments.Out, Target.Title);
+  if (Arguments.Prints_Json) Refuse_Flag("--json", "true", Target.Title);
+  const File_Text Written = Target.Write(Request_Of(Arguments, Target, Result));
+  for (const std::string& Warning : Written.Warnings) Warn(Warning);
+  if (Arguments.Output.empty()) {
+    Print(Written.Text);
+    return Exit_Success;
+  }
+  const std::string Problem = Try_Write_Whole(Arguments.Output, Written.Text);
+  if (!Problem.empty()) {
+    throw Usage_Error("--output", fmt::format("--output {}: {}", Arguments.Output, Problem));
+  }
+  Print(fmt::format("{}: {}\n", Target.Title, Arguments.Output));
+  return Exit_Success;
+}
+
 int Export(const Export_Arguments& Arguments) {
   Calibration_Result Result = Read_Result(Arguments.Result_File);
   const auto Choice = Solution_Named(Arguments.Solution);
   if (Choice) Result.Inputs.Solution = *Choice;
   Require_Export(Arguments.Result_File, Result, Choice.has_value());
   Warn_Of_Doubts(Result);
+  if (const File_Target* Target = File_Target_Named(Arguments.Engine)) {
+    return Export_File(Arguments, *Target, Result);
+  }
   return Print_Export(Engine_Named(Arguments.Engine), Result, Log_Folder(Arguments),
                       Arguments.Prints_Json);
 }
@@ -60,13 +137,43 @@ void Add_Export_Command(Command_Line& Line) {
   const auto Arguments = std::make_shared<Export_Arguments>();
   Command->add_option("RESULT", Arguments->Result_File, "result.json of 'rigsync calibrate'")
       ->required();
-  Add_Engine_Flag(Line, *Command, Arguments->Engine, "ue4, ue5, ue5-xn or aximmetry")->required();
+  std::vector<std::string> Targets;
+  for (const Engine& Target : Engines()) Targets.push_back(Target.Name);
+  for (const File_Target& Target : File_Targets()) Targets.push_back(Target.Name);
+  Require_Choice(
+      Line,
+      Command->add_option("--to", Arguments->Engine, "ue4, ue5, ue5-xn or aximmetry: numbers"),
+      Targets)
+      ->type_name("TARGET")
+      ->required();
   Require_Choice(Line,
                  Command->add_option("--solution", Arguments->Solution,
                                      "library or joint: whose mount to export (default: the one "
                                      "that is the result)"),
                  {"library", "joint"})
       ->type_name("SOLUTION");
+  Command->add_option("-o,--output", Arguments->Output, "file to write (default: standard output)")
+      ->type_name("FILE");
+  Command
+      ->add_option("--tracker-axes", Arguments->Axes,
+                   "axes of the engine's tracker object: as-tracked, z-up, y-up or z,-x,y")
+      ->type_name("AXES");
+  Command
+      ->add_option("--sensor", Arguments->Sensor,
+                   "sensor size in mm (default: that of the calibration)")
+      ->type_name("WxH");
+  Command->add_option("--focus", Arguments->Focus, "focus of a lens file's point (default: 0)")
+      ->type_name("VALUE");
+  Command->add_option("--zoom", Arguments->Zoom, "zoom of a lens file's point (default: 0)")
+      ->type_name("VALUE");
+  Command
+      ->add_option("--capture", Arguments->Capture,
+                   "CSV of the capture (default: that of the calibration)")
+      ->type_name("CSV");
+  Command
+      ->add_option("--image-root", Arguments->Image_Root,
+                   "folder where relative image paths start (default: the capture's)")
+      ->type_name("DIR");
   Command->add_option("--out", Arguments->Out, "folder for the run log (default: RESULT's folder)")
       ->type_name("DIR");
   Command->add_flag("--json", Arguments->Prints_Json,

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Files that other programs load: the targets of 'rigsync export' that are a file and not numbers
+// to type. docs/files.md describes each.
+#ifndef RIGSYNC_EXPORTS_FILE_TARGET_H
+#define RIGSYNC_EXPORTS_FILE_TARGET_H
+
+#include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/engine/tracker_axes.h"
+
+#include <array>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace rigsync {
+
+// Where on its rings a lens was when it was calibrated, in the units of whoever reads the file.
+struct Lens_Position {
+  double Focus = 0, Zoom = 0;
+};
+
+// What a file is made from. Axes and a sensor that nobody has stated are none.
+struct File_Request {
+  std::filesystem::path Result_File;  // as typed, to name it in the file and in messages
+  const Calibration_Result& Result;   // one that can be exported
+  std::optional<Tracker_Axes> Axes;
+  std::optional<std::array<double, 2>> Sensor_Mm;  // width, height: stated here, or by the result
+  std::optional<Lens_Position> At;
+  // The capture whose samples, and images, some targets need: stated here, or that of the result.
+  std::filesystem::path Capture, Image_Root;
+};
+
+struct File_Text {
+  std::string Text;
+  std::vector<std::string> Warnings;  // a sentence each
+};
+
+struct File_Target {
+  std::string Name;    // the value of --to
+  std::string Title;   // the full name
+  Engine_Space Space;  // of --tracker-axes
+  bool Has_Tracker;    // whether the file has a tracker, whose axes can be stated
+  // Throws Usage_Error, which begins with a flag or with a file, for what the target lacks.
+  File_Text (*Write)(const File_Request& Request);
+};
+
+// All of them, in the order in which they are listed for the user.
+const std::vector<File_Target>& File_Targets();
+
+}  // namespace rigsync
+
+#endif  // RIGSYNC_EXPORTS_FILE_TARGET_H
