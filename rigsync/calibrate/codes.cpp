@@ -130,8 +130,8 @@ std::vector<Code_Advice> Capture_Codes() {
 std::vector<Code_Advice> Export_Codes() {
   return {{3,
            "Gimbal lock: this mount has no unique roll, pitch and yaw in Unreal Engine 4.",
-           "Export to ue5, which takes a quaternion, or rotate the tracker on the camera by about "
-           "ten degrees and calibrate again.",
+           "Export to ue5, which takes a quaternion, or with other --tracker-axes, or rotate the "
+           "tracker on the camera by about ten degrees and calibrate again.",
            "The calibration itself is valid. Its rotation has a pitch of almost exactly 90 or -90 "
            "degrees, where roll and yaw turn about the same axis.",
            {"The tracker is mounted at a right angle to the camera."}}};

@@ -329,7 +329,8 @@ int Print_Engine(const std::string& Name, const Calibration_Result& Result,
   }
   Print("\n");
   Warn_Of_Doubts(Result);
-  return Print_Export(Engine_Named(Name), Result, Result_File.parent_path(), /*As_Json=*/false);
+  return Print_Export(Engine_Named(Name), Result, std::nullopt, Result_File.parent_path(),
+                      /*As_Json=*/false);
 }
 
 int Calibrate(const Calibrate_Arguments& Arguments) {

@@ -28,9 +28,11 @@ std::string Decimal_Text(double Value) {
   return Text == "-0.000000" ? "0.000000" : Text;
 }
 
-void Print_Fields(const Engine& Target, const Engine_Export& Fields, Solution_Choice Solution) {
+void Print_Fields(const Engine& Target, const Engine_Export& Fields, const Tracker_Axes& Axes,
+                  Solution_Choice Solution) {
   fmt::print("{}: the camera as seen from its tracker{}\n  {}\n", Target.Title,
              Solution == Solution_Choice::Joint ? " (joint solution)" : "", Target.Axes);
+  fmt::print("  tracker axes: {} of the tracked body\n", Tracker_Axes_Text(Axes));
   for (const Field_Group& Group : Fields.Groups) {
     for (std::size_t i = 0; i < Group.Values.size(); ++i) {
       fmt::print("  {:<15}{:<12}{:>14}{}{}\n", i == 0 ? Group.Label : "", Group.Names[i],
@@ -137,20 +139,22 @@ void Warn_Of_Doubts(const Calibration_Result& Result) {
   }
 }
 
-int Print_Export(const Engine& Target, const Calibration_Result& Result, const fs::path& Log_Folder,
+int Print_Export(const Engine& Target, const Calibration_Result& Result,
+                 const std::optional<Tracker_Axes>& Axes, const fs::path& Log_Folder,
                  bool As_Json) {
+  const Tracker_Axes Object_Axes = Axes.value_or(Target.Library_Axes);
   const Run_Logs Earlier_Logs = List_Run_Logs(Log_Folder);
   Engine_Export Fields;
   {
     const Quiet_Output Quiet(/*Quiet=*/true);
-    Fields = Target.Export(Result, Log_Folder.string());
+    Fields = Export_With_Axes(Target, Result, Axes, Log_Folder.string());
   }
   if (As_Json) {
     const bool Usable = Is_Usable(Result) && Fields.Code == 0 && Is_Finite(Fields);
-    Print(Export_Json(Target, Fields, Result.Inputs.Solution, Usable,
+    Print(Export_Json(Target, Fields, Object_Axes, Result.Inputs.Solution, Usable,
                       Run_Log_Since(Earlier_Logs, Log_Folder)));
   } else if (Fields.Code == 0) {
-    Print_Fields(Target, Fields, Result.Inputs.Solution);
+    Print_Fields(Target, Fields, Object_Axes, Result.Inputs.Solution);
   }
   std::fflush(stdout);
   if (Fields.Code != 0) {

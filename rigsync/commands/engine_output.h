@@ -11,6 +11,7 @@
 #include <CLI/CLI.hpp>
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace rigsync {
@@ -31,10 +32,12 @@ void Require_Export(const std::string& File, const Calibration_Result& Result, b
 // Says nothing about a good one.
 void Warn_Of_Doubts(const Calibration_Result& Result);
 
-// Exports and prints a result that Require_Export accepts. The library writes its run log into
-// Log_Folder. Returns the library's code, which is told where it isn't 0.
+// Exports and prints a result that Require_Export accepts, with a tracker object that has Axes, or
+// those of the library's call. The library writes its run log into Log_Folder. Returns the
+// library's code, which is told where it isn't 0.
 int Print_Export(const Engine& Target, const Calibration_Result& Result,
-                 const std::filesystem::path& Log_Folder, bool As_Json);
+                 const std::optional<Tracker_Axes>& Axes, const std::filesystem::path& Log_Folder,
+                 bool As_Json);
 
 }  // namespace rigsync
 

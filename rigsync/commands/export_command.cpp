@@ -116,6 +116,17 @@ int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
   return Exit_Success;
 }
 
+// The fields of an engine go to standard output.
+int Export_Numbers(const Export_Arguments& Arguments, const Engine& Target,
+                   const Calibration_Result& Result) {
+  std::optional<Tracker_Axes> Axes;
+  if (!Arguments.Axes.empty()) {
+    Axes = Parse_Tracker_Axes("--tracker-axes", Arguments.Axes, Target.Space,
+                              Result.Inputs.Camera_Labels);
+  }
+  return Print_Export(Target, Result, Axes, Log_Folder(Arguments), Arguments.Prints_Json);
+}
+
 int Export(const Export_Arguments& Arguments) {
   Calibration_Result Result = Read_Result(Arguments.Result_File);
   const auto Choice = Solution_Named(Arguments.Solution);
@@ -125,8 +136,7 @@ int Export(const Export_Arguments& Arguments) {
   if (const File_Target* Target = File_Target_Named(Arguments.Engine)) {
     return Export_File(Arguments, *Target, Result);
   }
-  return Print_Export(Engine_Named(Arguments.Engine), Result, Log_Folder(Arguments),
-                      Arguments.Prints_Json);
+  return Export_Numbers(Arguments, Engine_Named(Arguments.Engine), Result);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "rigsync/formats/engine_fields.h"
 
 #include "rigsync/calibrate/codes.h"
+#include "rigsync/engine/relabelled_result.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
@@ -62,17 +63,31 @@ Engine_Export Export_To_Aximmetry(const Calibration_Result& Result, const std::s
 }  // namespace
 
 const std::vector<Engine>& Engines() {
+  const auto Axes = [](const char* Text, Engine_Space Space) {
+    return Parse_Tracker_Axes("", Text, Space, Body_Labels::Unknown);
+  };
+  constexpr auto Right = Engine_Space::Right_Handed_Z_Up;
+  constexpr auto Left_Z_Up = Engine_Space::Left_Handed_Z_Up;
+  constexpr auto Left_Y_Up = Engine_Space::Left_Handed_Y_Up;
   static const std::vector<Engine> All = {
       {"ue4", "Unreal Engine 4", "camera axes: x along its view, y right, z up; left-handed",
-       Export_To_UE4},
+       Left_Z_Up, Axes("z,-x,y", Left_Z_Up), Export_To_UE4},
       {"ue5", "Unreal Engine 5", "camera axes: x right, y down, z along its view; right-handed",
-       Export_To_UE5},
+       Right, Axes("-x,-y,z", Right), Export_To_UE5},
       {"ue5-xn", "Unreal Engine 5, ExportxN axes",
-       "camera axes: x up, y along its view, z left; right-handed", Export_To_UE5_ExportxN},
+       "camera axes: x up, y along its view, z left; right-handed", Right, Axes("y,z,x", Right),
+       Export_To_UE5_ExportxN},
       {"aximmetry", "Aximmetry", "camera axes: x right, y up, z along its view; left-handed",
-       Export_To_Aximmetry},
+       Left_Y_Up, Axes("-x,y,z", Left_Y_Up), Export_To_Aximmetry},
   };
   return All;
+}
+
+Engine_Export Export_With_Axes(const Engine& Target, const Calibration_Result& Result,
+                               const std::optional<Tracker_Axes>& Axes,
+                               const std::string& Log_Folder) {
+  if (!Axes) return Target.Export(Result, Log_Folder);
+  return Target.Export(With_Tracker_Axes(Result, Target.Library_Axes, *Axes), Log_Folder);
 }
 
 bool Is_Finite(const Engine_Export& Export) {
@@ -84,13 +99,15 @@ bool Is_Finite(const Engine_Export& Export) {
   return true;
 }
 
-std::string Export_Json(const Engine& Target, const Engine_Export& Export, Solution_Choice Solution,
-                        bool Usable, const std::filesystem::path& Run_Log) {
+std::string Export_Json(const Engine& Target, const Engine_Export& Export, const Tracker_Axes& Axes,
+                        Solution_Choice Solution, bool Usable,
+                        const std::filesystem::path& Run_Log) {
   Json Root;
   Root["engine"] = Target.Name;
   Root["code"] = Export.Code;
   Root["usable"] = Usable;
   Root["solution"] = Solution_Name(Solution);
+  Root["tracker_axes"] = Tracker_Axes_Text(Axes);
   Root["message"] = Export.Code == 0 ? "Exported." : Advice_For(Export.Code).Meaning;
   for (const Field_Group& Group : Export.Groups) {
     Json& Values = Root[Group.Key];  // null until a value is added

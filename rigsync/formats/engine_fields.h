@@ -7,8 +7,10 @@
 #define RIGSYNC_FORMATS_ENGINE_FIELDS_H
 
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/engine/tracker_axes.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,10 +35,19 @@ struct Engine {
   std::string Name;   // the value of --to
   std::string Title;  // the full name
   std::string Axes;   // the camera's axes in the exported pose
+  Engine_Space Space;
+  Tracker_Axes Library_Axes;  // of the tracker object in what the library's call returns
   // Exports the lens and the chosen mount of Result. The library writes its run log into
   // Log_Folder.
   Engine_Export (*Export)(const Calibration_Result& Result, const std::string& Log_Folder);
 };
+
+// Exports with a tracker object that has these axes, which are of the handedness of Target.Space;
+// without any, with Target.Library_Axes. The numbers are the library's in any case: other axes are
+// those of a mount on another tracker.
+Engine_Export Export_With_Axes(const Engine& Target, const Calibration_Result& Result,
+                               const std::optional<Tracker_Axes>& Axes,
+                               const std::string& Log_Folder);
 
 // All engines, in the order in which they are listed for the user.
 const std::vector<Engine>& Engines();
@@ -47,9 +58,10 @@ bool Is_Finite(const Engine_Export& Export);
 // The export as a JSON object. Numbers have as many digits as it takes to read the same double
 // back, and are null where they are not finite; a group is null when the export failed. "code" is
 // the code of the export, "usable" is Usable: whether the calibration was good too. "solution" says
-// whose mount it is.
-std::string Export_Json(const Engine& Target, const Engine_Export& Export, Solution_Choice Solution,
-                        bool Usable, const std::filesystem::path& Run_Log);
+// whose mount it is, "tracker_axes" which axes of the body the tracker object has.
+std::string Export_Json(const Engine& Target, const Engine_Export& Export, const Tracker_Axes& Axes,
+                        Solution_Choice Solution, bool Usable,
+                        const std::filesystem::path& Run_Log);
 
 }  // namespace rigsync
 

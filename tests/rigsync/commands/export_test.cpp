@@ -158,7 +158,8 @@ TEST(Export, GimbalLockIsExitStatus3AndAPlainSentence) {
   const Finished Result = Export(File, "ue4");
   EXPECT_EQ(Result.Status, 3);
   EXPECT_EQ(Result.Output, "");
-  EXPECT_THAT(Result.Said, AllOf(HasSubstr("code 3. Gimbal lock"), HasSubstr("ue5")));
+  EXPECT_THAT(Result.Said, AllOf(HasSubstr("code 3. Gimbal lock"), HasSubstr("ue5"),
+                                 HasSubstr("--tracker-axes")));
 
   const Finished Json = Export(File, "ue4", {"--json"});
   EXPECT_EQ(Json.Status, 3);
@@ -170,6 +171,42 @@ TEST(Export, GimbalLockIsExitStatus3AndAPlainSentence) {
   // The other engines take this mount.
   EXPECT_EQ(Export(File, "ue5").Status, 0);
   EXPECT_EQ(Export(File, "aximmetry").Status, 0);
+}
+
+// The camera of the worked example is at -26, 5.2, -26.4 cm in Tc, so along the body's own axes at
+// 26, 26.4, -5.2.
+TEST(Export, TheTrackerObjectHasTheAxesThatAreAskedFor) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  const auto Root = [&](const std::vector<std::string>& More) {
+    std::vector<std::string> Arguments = {"--json"};
+    Arguments.insert(Arguments.end(), More.begin(), More.end());
+    return nlohmann::json::parse(Export(File, "ue5", Arguments).Output);
+  };
+  const nlohmann::json Plain = Root({});
+  EXPECT_EQ(Plain["tracker_axes"], "-x, -y, z");
+  Expect_Fields(Plain["location_cm"], {"x", "y", "z"}, {-26, -26.4, -5.2}, Centimetre_Tolerance);
+  const nlohmann::json Y_Up = Root({"--tracker-axes", "y-up"});
+  EXPECT_EQ(Y_Up["tracker_axes"], "x, -z, y");
+  Expect_Fields(Y_Up["location_cm"], {"x", "y", "z"}, {26, 5.2, 26.4}, Centimetre_Tolerance);
+  const nlohmann::json Named = Root({"--tracker-axes", "-x,-y,z"});
+  EXPECT_EQ(Named["location_cm"], Plain["location_cm"]);
+  EXPECT_EQ(Named["quaternion"], Plain["quaternion"]);
+
+  EXPECT_THAT(Export(File, "ue4", {"--tracker-axes", "z-up"}).Output,
+              HasSubstr("  tracker axes: x, -y, z of the tracked body\n"));
+  EXPECT_THAT(Export(File, "ue4").Output,
+              HasSubstr("  tracker axes: z, -x, y of the tracked body\n"));
+  const Finished Refused = Export(File, "ue5", {"--tracker-axes", "x,y,-z"});
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_THAT(Refused.Said, HasSubstr("--tracker-axes x,y,-z: these axes are left-handed"));
+}
+
+// With other axes the tracker of the identity isn't at the lock.
+TEST(Export, OtherTrackerAxesLeadOutOfTheGimbalLock) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Identity));
+  EXPECT_EQ(Export(File, "ue4", {"--tracker-axes", "z-up"}).Status, 0);
 }
 
 TEST(Export, WritesItsRunLogNextToTheResultOrIntoTheGivenFolder) {

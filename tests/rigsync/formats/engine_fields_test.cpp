@@ -5,6 +5,8 @@
 // 0.1, 0.2 and 0.3 m. Rotations with a pitch of 90 degrees are in export_test.cpp.
 #include "rigsync/formats/engine_fields.h"
 
+#include "rigsync/engine/solved_camera.h"
+#include "rigsync/take/base_axes.h"
 #include "tests/support/quiet_output.h"
 #include "tests/support/scratch_folder.h"
 
@@ -19,6 +21,7 @@ namespace {
 using rigsync::Engine;
 using rigsync::Engine_Export;
 using rigsync::Solution_Choice;
+using rigsync::Tracker_Axes;
 using testing::ElementsAre;
 
 // Centimetres of the single-precision exports are good to about 2e-6 at this size.
@@ -135,6 +138,82 @@ TEST(EngineFields, ValuesAreThoseOfTheChosenSolution) {
   }
 }
 
+// Where the camera of Mounted_Camera is along the axes of an engine's tracker object, from its
+// position fields: Aximmetry's second and third run against its axes.
+Eigen::Vector3d Position_In_Object(const std::string& Name, const Engine_Export& Export) {
+  const std::vector<double>& Cm = Export.Groups.at(0).Values;
+  const double Sign = Name == "aximmetry" ? -1.0 : 1.0;
+  return Eigen::Vector3d(Cm.at(0), Sign * Cm.at(1), Sign * Cm.at(2)) / 100.0;
+}
+
+Eigen::Vector3d Position_In_Body() {
+  rigsync::Calibration_Result Result = Mounted_Camera();
+  Result.Image_Size = {1920, 1080};
+  Result.Distortion = {0, 0, 0, 0, 0};
+  return rigsync::Solved_Camera_Of(Result).Transform_Body_Cam.translation();
+}
+
+// What each call's labelling is follows from the table of docs/conventions.md, too: x of Tc is the
+// body's -x, y its -z, z its -y.
+TEST(EngineFields, TheLibrarysTrackerObjectHasTheAxesThatAreStated) {
+  const std::pair<const char*, const char*> Cases[] = {
+      {"ue4", "z, -x, y"}, {"ue5", "-x, -y, z"}, {"ue5-xn", "y, z, x"}, {"aximmetry", "-x, y, z"}};
+  for (const auto& [Name, Axes] : Cases) {
+    SCOPED_TRACE(Name);
+    const Engine& Target = Engine_Named(Name);
+    EXPECT_EQ(rigsync::Tracker_Axes_Text(Target.Library_Axes), Axes);
+    EXPECT_EQ(Target.Library_Axes.determinant(), rigsync::Is_Left_Handed(Target.Space) ? -1 : 1);
+    const Eigen::Vector3d Expected = Target.Library_Axes * Position_In_Body();
+    EXPECT_LE((Position_In_Object(Name, Export_To(Name)) - Expected).norm(), 5e-8);
+  }
+}
+
+TEST(EngineFields, OtherTrackerAxesAreThoseOfTheFields) {
+  for (const Engine& Target : rigsync::Engines()) {
+    for (const char* Asked : {"z-up", "y-up"}) {
+      SCOPED_TRACE(Target.Name + " " + Asked);
+      const Tracker_Axes Axes =
+          rigsync::Parse_Tracker_Axes("", Asked, Target.Space, rigsync::Body_Labels::Unknown);
+      const Scratch_Folder Scratch;
+      const Quiet_Output Quiet;
+      const Engine_Export Export =
+          Export_With_Axes(Target, Mounted_Camera(), Axes, Scratch.String());
+      ASSERT_EQ(Export.Code, 0);
+      const Eigen::Vector3d Expected = Axes * Position_In_Body();
+      EXPECT_LE((Position_In_Object(Target.Name, Export) - Expected).norm(), 5e-8);
+    }
+  }
+}
+
+// Without a word about axes, and with the library's own, every bit is the library's.
+TEST(EngineFields, TheLibrarysOwnAxesChangeNoBit) {
+  for (const Engine& Target : rigsync::Engines()) {
+    const Scratch_Folder Scratch;
+    const Quiet_Output Quiet;
+    const Engine_Export Plain = Target.Export(Mounted_Camera(), Scratch.String());
+    for (const std::optional<Tracker_Axes>& Axes :
+         {std::optional<Tracker_Axes>(), std::optional<Tracker_Axes>(Target.Library_Axes)}) {
+      const Engine_Export Same = Export_With_Axes(Target, Mounted_Camera(), Axes, Scratch.String());
+      for (std::size_t i = 0; i < Plain.Groups.size(); ++i) {
+        EXPECT_EQ(Same.Groups.at(i).Values, Plain.Groups[i].Values) << Target.Name;
+      }
+    }
+  }
+}
+
+// The axes of a mount at the gimbal lock are a quarter turn away from others that are not.
+TEST(EngineFields, OtherTrackerAxesLeadOutOfAGimbalLock) {
+  rigsync::Calibration_Result Result = Mounted_Camera();
+  Result.Transform_Cam_Tc = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+  const Engine& Target = Engine_Named("ue4");
+  const Scratch_Folder Scratch;
+  const Quiet_Output Quiet;
+  EXPECT_EQ(Export_With_Axes(Target, Result, std::nullopt, Scratch.String()).Code, 3);
+  const Tracker_Axes Z_Up =
+      rigsync::Parse_Tracker_Axes("", "z-up", Target.Space, rigsync::Body_Labels::Unknown);
+  EXPECT_EQ(Export_With_Axes(Target, Result, Z_Up, Scratch.String()).Code, 0);
+}
+
 TEST(EngineFields, EachCallReturnsItsOwnNumbersOnly) {
   const Engine& Target = Engine_Named("ue5");
   const Scratch_Folder Scratch;
@@ -151,7 +230,8 @@ TEST(EngineFields, AFailedExportHasItsCodeAndGroupsWithoutValues) {
   EXPECT_EQ(Export.Code, 3);
   for (const rigsync::Field_Group& Group : Export.Groups) EXPECT_TRUE(Group.Values.empty());
   const auto Root = nlohmann::json::parse(
-      Export_Json(Engine_Named("ue4"), Export, Solution_Choice::Library, /*Usable=*/false, {}));
+      Export_Json(Engine_Named("ue4"), Export, Tracker_Axes::Identity(), Solution_Choice::Library,
+                  /*Usable=*/false, {}));
   EXPECT_EQ(Root["code"], 3);
   EXPECT_EQ(Root["usable"], false);
   EXPECT_TRUE(Root["location_cm"].is_null());
@@ -176,17 +256,19 @@ TEST(EngineFields, JsonHasEveryGroupInOrderEveryDigitAndNullForWhatIsNotFinite) 
   Engine_Export Export;
   Export.Groups = {{"B", "b_cm", "cm", {"X", "Y"}, {1.0 / 3.0, std::nan("")}},
                    {"A", "a", "", {"Roll"}, {std::nextafter(2.0, 3.0)}}};
-  const std::string Text = Export_Json(Engine_Named("ue5-xn"), Export, Solution_Choice::Joint,
+  const Tracker_Axes Axes = rigsync::Parse_Axes("", "z,-x,y");
+  const std::string Text = Export_Json(Engine_Named("ue5-xn"), Export, Axes, Solution_Choice::Joint,
                                        /*Usable=*/true, "/out/log_x");
   const auto Root = nlohmann::ordered_json::parse(Text);
   std::vector<std::string> Keys;
   for (const auto& [Key, Value] : Root.items()) Keys.push_back(Key);
-  EXPECT_THAT(
-      Keys, ElementsAre("engine", "code", "usable", "solution", "message", "b_cm", "a", "run_log"));
+  EXPECT_THAT(Keys, ElementsAre("engine", "code", "usable", "solution", "tracker_axes", "message",
+                                "b_cm", "a", "run_log"));
   EXPECT_EQ(Root["engine"], "ue5-xn");
   EXPECT_EQ(Root["code"], 0);
   EXPECT_EQ(Root["usable"], true);
   EXPECT_EQ(Root["solution"], "joint");
+  EXPECT_EQ(Root["tracker_axes"], "z, -x, y");
   EXPECT_EQ(Root["message"], "Exported.");
   EXPECT_EQ(Root["b_cm"]["x"].get<double>(), 1.0 / 3.0);
   EXPECT_TRUE(Root["b_cm"]["y"].is_null());
