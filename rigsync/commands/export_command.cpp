@@ -15,6 +15,7 @@
 #include "rigsync/system/whole_file.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <filesystem>
 #include <memory>
@@ -29,7 +30,8 @@ namespace fs = std::filesystem;
 
 constexpr const char* Footer =
     R"(Each export is the pose of the camera as seen from its tracker. docs/engines.md
-describes the axes of each engine and which number goes into which field.
+describes the axes of each engine and which number goes into which field,
+docs/files.md the targets that are files.
 
 Where the mounts of the library and of the joint solve contradict each other,
 it asks for --solution.
@@ -39,7 +41,8 @@ usage, 70 for an exception.
 
 Example:
   rigsync export result/result.json --to ue5
-  rigsync export result/result.json --to aximmetry --json)";
+  rigsync export result/result.json --to aximmetry --json
+  rigsync export result/result.json --to blender -o camera.py)";
 
 // The command line as typed.
 struct Export_Arguments {
@@ -58,6 +61,14 @@ const File_Target* File_Target_Named(const std::string& Name) {
     if (Target.Name == Name) return &Target;
   }
   return nullptr;
+}
+
+// "numbers: ue4, ue5, ...; files: blender, ..."
+std::string Targets_Help() {
+  std::vector<std::string> Numbers, Files;
+  for (const Engine& Target : Engines()) Numbers.push_back(Target.Name);
+  for (const File_Target& Target : File_Targets()) Files.push_back(Target.Name);
+  return fmt::format("numbers: {}; files: {}", fmt::join(Numbers, ", "), fmt::join(Files, ", "));
 }
 
 // A flag that is said and means nothing for the target.
@@ -150,10 +161,7 @@ void Add_Export_Command(Command_Line& Line) {
   std::vector<std::string> Targets;
   for (const Engine& Target : Engines()) Targets.push_back(Target.Name);
   for (const File_Target& Target : File_Targets()) Targets.push_back(Target.Name);
-  Require_Choice(
-      Line,
-      Command->add_option("--to", Arguments->Engine, "ue4, ue5, ue5-xn or aximmetry: numbers"),
-      Targets)
+  Require_Choice(Line, Command->add_option("--to", Arguments->Engine, Targets_Help()), Targets)
       ->type_name("TARGET")
       ->required();
   Require_Choice(Line,
