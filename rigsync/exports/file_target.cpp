@@ -2,6 +2,7 @@
 #include "rigsync/exports/file_target.h"
 
 #include "rigsync/exports/blender_script.h"
+#include "rigsync/exports/unreal_lens_script.h"
 
 namespace rigsync {
 
@@ -9,6 +10,8 @@ const std::vector<File_Target>& File_Targets() {
   static const std::vector<File_Target> All = {
       {"blender", "Blender", Engine_Space::Right_Handed_Z_Up, /*Has_Tracker=*/true,
        Write_Blender_Script},
+      {"unreal-lens", "Unreal Engine, LensFile", Engine_Space::Left_Handed_Z_Up,
+       /*Has_Tracker=*/true, Write_Unreal_Lens_Script},
   };
   return All;
 }
