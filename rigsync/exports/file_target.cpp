@@ -2,6 +2,7 @@
 #include "rigsync/exports/file_target.h"
 
 #include "rigsync/exports/blender_script.h"
+#include "rigsync/exports/opentrackio_sample.h"
 #include "rigsync/exports/unreal_lens_script.h"
 
 namespace rigsync {
@@ -12,6 +13,8 @@ const std::vector<File_Target>& File_Targets() {
        Write_Blender_Script},
       {"unreal-lens", "Unreal Engine, LensFile", Engine_Space::Left_Handed_Z_Up,
        /*Has_Tracker=*/true, Write_Unreal_Lens_Script},
+      {"opentrackio", "OpenTrackIO 1.0.1", Engine_Space::Right_Handed_Z_Up, /*Has_Tracker=*/true,
+       Write_Opentrackio},
   };
   return All;
 }

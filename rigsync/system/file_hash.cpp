@@ -37,21 +37,35 @@ std::string Hex(const unsigned char* Bytes, std::size_t Count) {
   return Text;
 }
 
+// Empty where the library has no such digest.
+Hash_Context Begun_Context() {
+  Hash_Context Context(EVP_MD_CTX_new());
+  if (Context && EVP_DigestInit_ex(Context.get(), EVP_sha256(), nullptr) != 1) Context.reset();
+  return Context;
+}
+
+std::string Ended(EVP_MD_CTX* Context) {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> Digest{};
+  unsigned int Size = 0;
+  if (EVP_DigestFinal_ex(Context, Digest.data(), &Size) != 1) return "";
+  return Hex(Digest.data(), Size);
+}
+
 }  // namespace
 
 std::string File_Sha256(const std::filesystem::path& File) {
   std::error_code Ignored;
   if (!std::filesystem::is_regular_file(File, Ignored)) return "";
   std::ifstream Stream(File, std::ios::binary);
-  const Hash_Context Context(EVP_MD_CTX_new());
-  if (!Stream || !Context || EVP_DigestInit_ex(Context.get(), EVP_sha256(), nullptr) != 1 ||
-      !Take_File(Stream, Context.get())) {
-    return "";
-  }
-  std::array<unsigned char, EVP_MAX_MD_SIZE> Digest{};
-  unsigned int Size = 0;
-  if (EVP_DigestFinal_ex(Context.get(), Digest.data(), &Size) != 1) return "";
-  return Hex(Digest.data(), Size);
+  const Hash_Context Context = Begun_Context();
+  if (!Stream || !Context || !Take_File(Stream, Context.get())) return "";
+  return Ended(Context.get());
+}
+
+std::string Text_Sha256(std::string_view Text) {
+  const Hash_Context Context = Begun_Context();
+  if (!Context || EVP_DigestUpdate(Context.get(), Text.data(), Text.size()) != 1) return "";
+  return Ended(Context.get());
 }
 
 }  // namespace rigsync

@@ -18,6 +18,13 @@ TEST(FileHash, IsThatOfTheStandardsExamples) {
             "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
 }
 
+TEST(FileHash, OfATextIsThatOfAFileWithItsBytes) {
+  EXPECT_EQ(rigsync::Text_Sha256("abc"),
+            "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+  EXPECT_EQ(rigsync::Text_Sha256(""),
+            "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+}
+
 TEST(FileHash, IsEmptyForWhatCannotBeRead) {
   const Scratch_Folder Scratch;
   EXPECT_EQ(rigsync::File_Sha256(Scratch.Path() / "none"), "");
