@@ -4,6 +4,7 @@
 // next run does with them, and what is reported.
 #include "rigsync/system/text.h"
 #include "tests/rigsync/support/program.h"
+#include "tests/support/child_limits.h"
 #include "tests/support/scratch_folder.h"
 
 #include <fcntl.h>
@@ -45,9 +46,11 @@ class Running {
     for (std::string& Word : Words) Pointers.push_back(Word.data());
     Pointers.push_back(nullptr);
     const std::string Output_File = Output.string(), Error_File = Error.string();
+    const pid_t Parent = getpid();
     Child = fork();
     if (Child < 0) throw std::runtime_error("fork failed");
     if (Child == 0) {
+      Limit_Child(Parent);
       dup2(open(Output_File.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
       dup2(open(Error_File.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
       execv(Pointers.front(), Pointers.data());
@@ -202,8 +205,9 @@ TEST(CalibrateFaults, AFullPipeDoesNotBlockTheRun) {
   std::vector<char*> Pointers;
   for (std::string& Word : Words) Pointers.push_back(Word.data());
   Pointers.push_back(nullptr);
-  const pid_t Child = fork();
+  const pid_t Parent = getpid(), Child = fork();
   if (Child == 0) {
+    Limit_Child(Parent);
     dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
     execv(Pointers.front(), Pointers.data());
     _exit(127);

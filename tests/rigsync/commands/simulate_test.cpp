@@ -9,6 +9,8 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -308,9 +310,12 @@ TEST(Simulate, WritesOneLineAnewOnATerminalAndTakesItOffAtTheEnd) {
 TEST(Simulate, EndedByAPersonSaysThatTheCaptureIsNotWhole) {
   const Scratch_Folder Scratch;
   const std::string Folder = Scratch.String() + "/capture";
+  // As when the tests are a background job: the command has to get the signal all the same.
+  const auto Before = std::signal(SIGINT, SIG_IGN);
   const Terminal_Run Result = Rigsync_On_Terminal(
       {"simulate", Folder, "--images", "2000", "--size", "320x240", "--board", "5x4"}, {},
       [](const std::string& Shown) { return Shown.find("Rendering") != std::string::npos; });
+  std::signal(SIGINT, Before);
   constexpr int Interrupted = 128 + 2;
   EXPECT_EQ(Result.Status, Interrupted);
   EXPECT_THAT(Result.Lines(), Contains(HasSubstr("rigsync: interrupted; what is written so far")));

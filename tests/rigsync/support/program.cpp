@@ -2,6 +2,7 @@
 #include "tests/rigsync/support/program.h"
 
 #include "rigsync/system/text.h"
+#include "tests/support/child_limits.h"
 #include "tests/support/scratch_folder.h"
 
 #include <fcntl.h>
@@ -35,9 +36,10 @@ Finished Run_Program(const std::string& Program, const std::vector<std::string>&
   for (std::string& Word : Words) Pointers.push_back(Word.data());
   Pointers.push_back(nullptr);
 
-  const pid_t Child = fork();
+  const pid_t Parent = getpid(), Child = fork();
   if (Child < 0) throw std::runtime_error("fork failed");
   if (Child == 0) {
+    Limit_Child(Parent);
     if (!Start.empty() && chdir(Start.c_str()) != 0) _exit(127);
     Connect(STDIN_FILENO, "/dev/null", O_RDONLY);
     Connect(STDOUT_FILENO, Output.c_str(), O_WRONLY | O_CREAT | O_TRUNC);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/rigsync/support/terminal_run.h"
 
+#include "tests/support/child_limits.h"
+
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -48,9 +50,12 @@ Terminal_Run Rigsync_On_Terminal(const std::vector<std::string>& Arguments,
   Words.insert(Words.begin(), RIGSYNC_PROGRAM);
   const winsize Size = {24, 80, 0, 0};
   int Keyboard = -1;
-  const pid_t Child = forkpty(&Keyboard, nullptr, nullptr, &Size);
+  const pid_t Parent = getpid(), Child = forkpty(&Keyboard, nullptr, nullptr, &Size);
   if (Child < 0) throw std::runtime_error("forkpty failed");
-  if (Child == 0) Become_Program(Words, Environment);
+  if (Child == 0) {
+    Limit_Child(Parent);
+    Become_Program(Words, Environment);
+  }
 
   Terminal_Run Result;
   bool Stopped = false;

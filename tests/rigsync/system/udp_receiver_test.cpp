@@ -5,6 +5,7 @@
 
 #include "rigsync/system/platform.h"
 #include "tests/rigsync/support/tracker_packets.h"
+#include "tests/support/child_limits.h"
 
 #include <gtest/gtest.h>
 
@@ -102,6 +103,7 @@ TEST(UdpReceiver, ReturnsWithNothingWhenTheTimeIsOver) {
 }
 
 TEST(UdpReceiver, ReturnsWhenAStopIsAskedFor) {
+  Reset_Signals();
   const Stop_Request Stop;
   Udp_Receiver Receiver;
   Receiver.Listen(Loopback, 0);
