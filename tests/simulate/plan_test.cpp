@@ -649,6 +649,15 @@ TEST(MakePlan, ScattersSamplesByTheNoiseAskedForOnEveryAxis) {
     Eigen::Matrix4d Image_Truth::*True;
   } Trackers[] = {{&Image_Truth::Tc, &Image_Truth::Transform_Base_Tc},
                   {&Image_Truth::Tr, &Image_Truth::Transform_Base_Tr}};
+  for (int Axis = 0; Axis < 3; ++Axis) {
+    double Product = 0.0;
+    for (const Image_Truth& Image : Capture.Images) {
+      Product += 1e6 * (Image.Tc.Position - Image.Transform_Base_Tc.col(3).head<3>())[Axis] *
+                 (Image.Tr.Position - Image.Transform_Base_Tr.col(3).head<3>())[Axis];
+    }
+    EXPECT_LE(std::abs(Product / Count), 4.0 * 0.7 * 0.7 / std::sqrt(Count))
+        << "both trackers have the same noise";
+  }
   for (const auto& Tracker : Trackers) {
     for (int Axis = 0; Axis < 3; ++Axis) {
       SCOPED_TRACE(Axis);

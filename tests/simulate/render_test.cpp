@@ -211,6 +211,24 @@ TEST(RenderPhotograph, DrawsTheSamePixelsFromTheSameSeedAndOthersFromAnother) {
   }
 }
 
+// Without noise and light, and with a board that is seen from its edge, a picture is its room
+// alone.
+TEST(RenderPhotograph, ShowsAnotherRoomForEachSeedAndImage) {
+  const auto Room = [](unsigned Seed, std::size_t Index) {
+    Options Settings = Bare(Capture_Of(64, 48, Seed));
+    Settings.Image_Count = 2;
+    Plan Capture = Make_Plan(Settings);
+    Capture.Images[Index].Transform_Cam_Chart << 1, 0, 0, 0,  //
+        0, 0, -1, 0,                                          //
+        0, 1, 0, 1,                                           //
+        0, 0, 0, 1;
+    return Render_Photograph(Capture, Index, Rays_Of(Capture));
+  };
+  EXPECT_TRUE(Same_Pixels(Room(1, 0), Room(1, 0)));
+  EXPECT_FALSE(Same_Pixels(Room(1, 0), Room(1, 1)));
+  EXPECT_FALSE(Same_Pixels(Room(1, 0), Room(2, 0)));
+}
+
 TEST(RenderPhotograph, ScattersNoiseByTheSeedAndTheImage) {
   Options Settings = Capture_Of(64, 48, 1);
   Settings.Image_Count = Settings.Blank_Count = 2;
@@ -588,6 +606,43 @@ TEST(RenderPhotograph, BlursEdgesByTheOpticsDeviation) {
     EXPECT_NEAR(Mean, Edge_Centre[0].x, 0.02);
     EXPECT_NEAR(Square / Sum - Mean * Mean, Blur * Blur + 1.0 / 12.0, 0.1);
   }
+}
+
+// The board is blurred in strips. Light from beyond a strip has its part in it as far as the blur
+// reaches, as where the whole sharp picture is blurred at once. Both round to levels, half a level
+// each.
+TEST(RenderPhotograph, BlursTheSameInEveryRow) {
+  constexpr double Blur = 8.0;
+  constexpr int Square_Px = 41, Edges = 9, Kernel = 8 * 8 + 1;
+  Options Settings = Bare(Capture_Of(640, 640));
+  Settings.Image_Count = 1;
+  Settings.Board_Cols = 3;
+  Settings.Board_Rows = 8;
+  Settings.K1 = Settings.K2 = 0.0;
+  Plan Sharp = Make_Plan(Settings);
+  Settings.Blur_Pixels = Blur;
+  Plan Soft = Make_Plan(Settings);
+  for (Plan* Capture : {&Sharp, &Soft}) {
+    Image_Truth& Image = Capture->Images[0];
+    Image.Transform_Cam_Chart.setIdentity();
+    Image.Transform_Cam_Chart(0, 3) = -Settings.Square_Size;
+    Image.Transform_Cam_Chart(1, 3) = -3.5 * Settings.Square_Size;
+    Image.Transform_Cam_Chart(2, 3) = Capture->True_Lens.Fx * Settings.Square_Size / Square_Px;
+  }
+  cv::Mat Sharp_Grey, Grey;
+  cv::cvtColor(Render_Photograph(Sharp, 0, Rays_Of(Sharp)), Sharp_Grey, cv::COLOR_BGR2GRAY);
+  cv::cvtColor(Render_Photograph(Soft, 0, Rays_Of(Soft)), Grey, cv::COLOR_BGR2GRAY);
+  cv::Mat Levels, Wanted;
+  Sharp_Grey.convertTo(Levels, CV_64F);
+  cv::GaussianBlur(Levels, Wanted, cv::Size(Kernel, Kernel), Blur);
+  const std::vector<cv::Point2d> Ends =
+      Opencv_Project(Soft, Soft.Images[0], {{0.5, -1.0}, {0.5, Edges - 1.0}});
+  double Worst = 0.0;
+  for (int Row = static_cast<int>(Ends[0].y); Row < Ends[1].y; ++Row) {
+    const int Column = static_cast<int>(Ends[0].x);
+    Worst = std::max(Worst, std::abs(Grey.at<uchar>(Row, Column) - Wanted.at<double>(Row, Column)));
+  }
+  EXPECT_LE(Worst, 1.0);
 }
 
 }  // namespace

@@ -430,10 +430,13 @@ TEST(RecordTake, HasTheNoiseOfTheSettingsInEverySample) {
   Settings.Position_Noise_Mm = 0.5;
   Settings.Rotation_Noise_Deg = 0.1;
   const Plan Capture = Make_Plan(Settings);
-  double Squares = 0.0, Angle_Squares = 0.0;
+  double Squares = 0.0, Angle_Squares = 0.0, Product = 0.0;
   int Count = 0;
   for (const Take_Row& Row : simulate::Record_Take(Capture)) {
     const simulate::Rig_Pose Pose = simulate::Pose_At(Capture, Row.Seconds);
+    Product += (Row.Camera.Reading.Position - Pose.Transform_Base_Tc.col(3).head<3>())
+                   .dot(Row.Board.Reading.Position - Pose.Transform_Base_Tr.col(3).head<3>()) /
+               3.0;
     for (const auto& [Reading, Truth] :
          {std::pair<Sample, Eigen::Matrix4d>{Row.Camera.Reading, Pose.Transform_Base_Tc},
           {Row.Board.Reading, Pose.Transform_Base_Tr}}) {
@@ -444,6 +447,10 @@ TEST(RecordTake, HasTheNoiseOfTheSettingsInEverySample) {
       ++Count;
     }
   }
+  // Of 3 n / 2 products of independent numbers the mean is 0, with the deviation of one of them
+  // over the root of their number; five of them.
+  EXPECT_LE(std::abs(Product / (0.5 * Count)) / (0.5e-3 * 0.5e-3), 5.0 / std::sqrt(1.5 * Count))
+      << "both trackers have the same noise";
   // The relative error of a standard deviation from 3 n numbers is 1 / sqrt(6 n); five of them.
   const double Tolerance = 5.0 / std::sqrt(6.0 * Count);
   EXPECT_NEAR(std::sqrt(Squares / Count) / 0.5e-3, 1.0, Tolerance);
