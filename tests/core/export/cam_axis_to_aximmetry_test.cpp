@@ -160,6 +160,37 @@ TEST(CamAxisToAximmetry, ShiftsACentredPrincipalPointByZeroAndNegativeZero) {
   EXPECT_EQ(Result.Log[5], "AximmetryCxy : 0.000000, -0.000000");
 }
 
+// The rotation by this many right angles about an axis, exactly.
+Eigen::Matrix3d Right_Angles(int Axis, int Count) {
+  const int Next = (Axis + 1) % 3, After = (Axis + 2) % 3;
+  Eigen::Matrix3d Quarter = Eigen::Matrix3d::Zero(), Rotation = Eigen::Matrix3d::Identity();
+  Quarter(Axis, Axis) = Quarter(After, Next) = 1.0;
+  Quarter(Next, After) = -1.0;
+  for (int k = 0; k < Count; ++k) Rotation = Quarter * Rotation;
+  return Rotation;
+}
+
+// y and z of a position are reversed, and so is the sign of a zero. Turns by right angles give
+// zeros of both signs.
+TEST(CamAxisToAximmetry, ReversesTheSignOfAZeroToo) {
+  int Zeros = 0;
+  for (int k = 0; k < 64; ++k) {
+    Eigen::Matrix4d Transform = Eigen::Matrix4d::Identity();
+    Transform.topLeftCorner<3, 3>() =
+        Right_Angles(0, k % 4) * Right_Angles(1, k / 4 % 4) * Right_Angles(2, k / 16);
+    const Exported Result = To_Aximmetry(Flat(Transform));
+    const Eigen::Matrix4d Pose = Result_Pose(Flat(Transform));
+    ASSERT_EQ(Result.Translation, (Numbers{0, 0, 0}));
+    EXPECT_EQ(std::signbit(Result.Translation[0]), std::signbit(Pose(0, 3)));
+    for (const std::size_t Axis : {1, 2}) {
+      const bool Is_Negative = std::signbit(Pose(static_cast<int>(Axis), 3));
+      EXPECT_NE(std::signbit(Result.Translation[Axis]), Is_Negative);
+      Zeros += Is_Negative ? 0 : 1;
+    }
+  }
+  EXPECT_GT(Zeros, 0) << "no zero of the sign whose reversal shows";
+}
+
 TEST(CamAxisToAximmetry, ShiftsWithTheErrorOfOneDoubleSubtraction) {
   const Exported Result = To_Aximmetry(Reference_Flat, {}, {1.0, 1.0}, {0.52, 0.47});
   // The doubles nearest 0.52 and 0.47 are 4.4e-18 * 2^n off; the subtraction itself is exact.
