@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <regex>
 #include <utility>
 
 namespace {
@@ -63,6 +64,25 @@ TEST(Compare, ShowsDifferencesInMillimetresDegreesAndPixels) {
                     HasSubstr("rotation        0.1250 deg"), HasSubstr("Within the bounds."),
                     HasSubstr("         1.000 pixels")));
   EXPECT_LE(Widest_Line(Result.Output), 80u);
+}
+
+// 2, 3 and 6 mm along the axes are 7 mm together.
+TEST(Compare, MeasuresTheOffsetAlongAllAxesAndEachCoordinateInItsOwnPixels) {
+  const Scratch_Folder Scratch;
+  rigsync::Calibration_Result Off = Result_Off_By(-3.0, 0.0);
+  Off.Transform_Cam_Tc[3] += 2e-3;
+  Off.Transform_Cam_Tc[11] += 6e-3;
+  Off.Norm_Fxy[1] += 2.0 / 480;
+  Off.Norm_Cxy[0] += 3.0 / 640;
+  Off.Norm_Cxy[1] += 4.0 / 480;
+  rigsync::Write_Result(Scratch.Path(), Off);
+  const Finished Result = Compare((Scratch.Path() / "result.json").string());
+  EXPECT_THAT(Result.Output, HasSubstr("translation      7.000 mm   (x 2.000, y -3.000, z 6.000"));
+  for (const char* Line :
+       {"focal length x .* 1\\.000 pixels\n", "focal length y .* 2\\.000 pixels\n",
+        "principal point x .* 3\\.000 pixels\n", "principal point y .* 4\\.000 pixels\n"}) {
+    EXPECT_TRUE(std::regex_search(Result.Output, std::regex(Line))) << Line << Result.Output;
+  }
 }
 
 TEST(Compare, EndsIn1WhenOneOfTheDifferencesIsBeyondItsBound) {
