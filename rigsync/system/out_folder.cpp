@@ -66,13 +66,17 @@ void Require_Space(const std::string& Flag, const fs::path& Folder, std::uintmax
   std::error_code Error;
   const fs::space_info Space = fs::space(Folder, Error);
   // A file system that does not report its space is accepted.
-  if (Error || Space.available >= Needed_Bytes) return;
+  if (Error || Has_Space(Space, Needed_Bytes)) return;
   Refuse(Flag, Folder.string(),
          fmt::format("a folder on a disk with {} of space for {} ({} are free)",
                      Bytes_Text(Needed_Bytes), What, Bytes_Text(Space.available)));
 }
 
 }  // namespace
+
+bool Has_Space(const fs::space_info& Space, std::uintmax_t Needed_Bytes) {
+  return Space.available >= Needed_Bytes;
+}
 
 fs::path Make_Out_Folder(const std::string& Flag, const std::string& Path,
                          std::uintmax_t Needed_Bytes, const std::string& What) {

@@ -17,6 +17,9 @@ namespace rigsync {
 std::filesystem::path Make_Out_Folder(const std::string& Flag, const std::string& Path,
                                       std::uintmax_t Needed_Bytes, const std::string& What);
 
+// Whether this process may write so much. Part of what is free may be reserved for others.
+bool Has_Space(const std::filesystem::space_info& Space, std::uintmax_t Needed_Bytes);
+
 // "12 kB", "3.4 MB", "1.2 GB"
 std::string Bytes_Text(std::uintmax_t Bytes);
 

@@ -195,7 +195,10 @@ TEST(BoardEstimate, AnOffsetIsComparedAtTheBoardsCentre) {
   // The centres are equal, so the corners are not.
   Solution.Joint.At.Transform_Tr_Chart.translation() = Corner + Centre(Other) - Centre(Angle);
   EXPECT_TRUE(Judged(Estimated(8.0), Solution).empty());
-  Solution.Joint.At.Transform_Tr_Chart.translation().z() += 0.0101;
+  // With the corners' 1.4 mm this would be more than 10 mm.
+  Solution.Joint.At.Transform_Tr_Chart.translation().z() += 0.0099;
+  EXPECT_TRUE(Judged(Estimated(8.0), Solution).empty());
+  Solution.Joint.At.Transform_Tr_Chart.translation().z() += 0.0002;
   EXPECT_EQ(Judged(Estimated(8.0), Solution).at(0).Id, "board_offset");
 }
 

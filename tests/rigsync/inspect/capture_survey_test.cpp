@@ -50,6 +50,13 @@ TEST(Coverage, CornersOnTheEdgeOrJustBeyondItStayInTheFrame) {
   EXPECT_EQ(Measured->At(8, 15), 1);
 }
 
+TEST(Coverage, AFrameAsHighAsWideHasTheCellsOfAWideOne) {
+  Board_Search Search = Corners_At({{{85, 85}}});
+  Search.Height = Search.Width;
+  EXPECT_EQ(rigsync::Measure_Coverage(Search)->Cols, 16);
+  EXPECT_EQ(rigsync::Measure_Coverage(Search)->Rows, 9);
+}
+
 TEST(Coverage, AFrameHigherThanWideHasNineBySixteenCells) {
   Board_Search Search = Corners_At({{{85, 155}}});
   std::swap(Search.Width, Search.Height);

@@ -94,6 +94,14 @@ TEST(TrackerSurvey, ASampleThatRepeatsOnlyThePositionIsNotStale) {
   EXPECT_THAT(Check(Rows), IsEmpty());
 }
 
+// One repetition is no capture in which the tracker stood still.
+TEST(TrackerSurvey, OfTwoRowsTheSecondIsStaleWhenItRepeatsTheFirst) {
+  std::vector<Capture_Row> Rows = Walk();
+  Rows.resize(2);
+  Rows[1].Board = Rows[0].Board;
+  EXPECT_THAT(Check(Rows), Contains(Pair("board_stale", Lines{Rows[1].Line})));
+}
+
 TEST(TrackerSurvey, ATrackerThatNeverMovesIsANoteAndTwoAreAnError) {
   std::vector<Capture_Row> Rows = Walk();
   for (Capture_Row& Row : Rows) Row.Board = Rows[0].Board;

@@ -51,6 +51,15 @@ TEST(OutFolder, WithoutTheSpaceIsRefusedAndTellsBothSizes) {
                           HasSubstr("are free")));
 }
 
+TEST(OutFolder, SpaceThatIsReservedForOthersIsNoSpace) {
+  fs::space_info Space{};
+  Space.capacity = 1000;
+  Space.free = 300;
+  Space.available = 200;
+  EXPECT_TRUE(rigsync::Has_Space(Space, 200));
+  EXPECT_FALSE(rigsync::Has_Space(Space, 201));
+}
+
 TEST(OutFolder, OfAFolderThatIsRefusedNothingStaysThatWasntThere) {
   const Scratch_Folder Scratch;
   constexpr std::uintmax_t No_Disk_Has_It = UINTMAX_MAX / 2;
