@@ -3,6 +3,7 @@
 
 #include "rigsync/system/platform.h"
 
+#include <atomic>
 #include <cstdio>
 #include <iostream>
 
@@ -17,6 +18,8 @@
 
 namespace rigsync {
 namespace {
+
+std::atomic<bool> May_Redirect = true;
 
 void Flush_All() {
   std::cout.flush();
@@ -41,7 +44,7 @@ void Restore(int Descriptor, int Saved) {
 }  // namespace
 
 Quiet_Output::Quiet_Output(bool Quiet) {
-  if (!Quiet) return;
+  if (!Quiet || !May_Redirect) return;
   const int Nowhere = Open_Nowhere();
   if (Nowhere < 0) return;
   Flush_All();
@@ -52,9 +55,14 @@ Quiet_Output::Quiet_Output(bool Quiet) {
 }
 
 Quiet_Output::~Quiet_Output() {
+  if (Saved_Output < 0 && Saved_Error < 0) return;
   Flush_All();
   Restore(Standard_Output, Saved_Output);
   Restore(Standard_Error, Saved_Error);
+}
+
+void Leave_Output_Alone() {
+  May_Redirect = false;
 }
 
 bool Quiets_Standard_Error() {

@@ -27,6 +27,10 @@ class Quiet_Output {
   int Saved_Error = -1;
 };
 
+// From here on Quiet_Output does nothing. For a process that isn't ours, a Python interpreter: the
+// descriptors belong to its other threads too, and two overlapping redirections would not end well.
+void Leave_Output_Alone();
+
 // Whether Quiet_Output redirects standard error too: not in a build with the address sanitizer.
 bool Quiets_Standard_Error();
 
