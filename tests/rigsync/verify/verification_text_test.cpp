@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rigsync/verify/verification_text.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using rigsync::Compared_Pixel;
+using rigsync::Compared_Pixels;
+using rigsync::Solution_Choice;
+using rigsync::Verification;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+Verification Three_Targets() {
+  Verification Of;
+  Of.Width = 1920;
+  Of.Height = 1080;
+  Of.Samples = {std::vector<rigsync::Tracker_Sample>(3), "3 rows of a.csv"};
+  Of.Points.Columns = 13;
+  Of.Points.Rows = 9;
+  Of.Points.Depths = {0.5, 2, 10};
+  Compared_Pixels Within;
+  Within.Worst = {0.00012, 0.0034, 1, {20.0, 30.0}};
+  Of.Targets = {{"one", "First", "x, y, z", "", {Within, std::nullopt}, {}},
+                {"two", "Second", "z, -x, y", "", {Within, Within}, {"it has one eye"}},
+                {"three", "Third", "", "code 3. Locked.", {}, {}}};
+  return Of;
+}
+
+std::string Text_Of(const Verification& Of) {
+  return rigsync::Verification_Text(Of, "r/result.json", Solution_Choice::Joint, false);
+}
+
+TEST(VerificationText, TellsWhereItLookedAndEveryTarget) {
+  const std::string Text = Text_Of(Three_Targets());
+  EXPECT_THAT(Text,
+              AllOf(HasSubstr("r/result.json"), HasSubstr("mount     joint"),
+                    HasSubstr("samples   3 rows of a.csv"), HasSubstr("13 x 9 over 1920 x 1080 px"),
+                    HasSubstr("at 0.5, 2 and 10 m"), HasSubstr("0.00012    0.0034")));
+  EXPECT_THAT(Text, AllOf(HasSubstr("two: it has one eye."),
+                          HasSubstr("three was not exported: code 3. Locked."),
+                          HasSubstr("Every exported target shows"), Not(HasSubstr("BEYOND"))));
+}
+
+TEST(VerificationText, NoLineIsWiderThanTheTerminal) {
+  std::size_t Start = 0;
+  const std::string Text = Text_Of(Three_Targets());
+  for (std::size_t End = Text.find('\n'); End != std::string::npos; End = Text.find('\n', Start)) {
+    EXPECT_LE(End - Start, 80u) << Text.substr(Start, End - Start);
+    Start = End + 1;
+  }
+}
+
+TEST(VerificationText, ADifferenceBeyondItsBoundIsToldWithItsPlace) {
+  Verification Of = Three_Targets();
+  Of.Targets[1].Proof.Own_Lens->Beyond = Compared_Pixel{7.5, 0.01, 2, {100.0, 200.0}};
+  const std::string Text = Text_Of(Of);
+  EXPECT_THAT(Text, AllOf(HasSubstr("BEYOND the rounding"),
+                          HasSubstr("two, own lens: 7.5 px where 0.01 are allowed, at pixel 100, "
+                                    "200 of"),
+                          HasSubstr("sample 3 of\n  3."), Not(HasSubstr("Every exported"))));
+}
+
+TEST(VerificationText, PixelsWithoutAPointAreCounted) {
+  Verification Of = Three_Targets();
+  Of.Points.Unseen = 4;
+  EXPECT_THAT(Text_Of(Of), HasSubstr("(4 of them beyond the end of the lens model)"));
+}
+
+TEST(VerificationText, JsonHasEveryTargetAndNullForWhatIsNoNumber) {
+  Verification Of = Three_Targets();
+  Of.Targets[0].Proof.Mount->Beyond = Compared_Pixel{std::nan(""), 0.01, 2, {100.0, 200.0}};
+  const auto Root = nlohmann::json::parse(
+      rigsync::Verification_Json(Of, "/r/result.json", Solution_Choice::Library));
+  EXPECT_EQ(Root["result"], "/r/result.json");
+  EXPECT_EQ(Root["solution"], "library");
+  EXPECT_EQ(Root["holds"], false);
+  EXPECT_EQ(Root["samples"], 3);
+  EXPECT_EQ(Root["samples_from"], "3 rows of a.csv");
+  EXPECT_EQ(Root["depths_m"], nlohmann::json({0.5, 2.0, 10.0}));
+  const auto& Targets = Root["targets"];
+  ASSERT_EQ(Targets.size(), 3u);
+  EXPECT_TRUE(Targets[0]["mount"]["px"].is_null());
+  EXPECT_EQ(Targets[0]["mount"]["holds"], false);
+  EXPECT_TRUE(Targets[0]["own_lens"].is_null());
+  EXPECT_EQ(Targets[1]["own_lens"]["px"], 0.00012);
+  EXPECT_EQ(Targets[1]["own_lens"]["allowed_px"], 0.0034);
+  EXPECT_EQ(Targets[1]["own_lens"]["sample"], 1);
+  EXPECT_EQ(Targets[1]["notes"], nlohmann::json({"it has one eye"}));
+  EXPECT_EQ(Targets[2]["exported"], false);
+  EXPECT_EQ(Targets[2]["reason"], "code 3. Locked.");
+  EXPECT_TRUE(Targets[2]["tracker_axes"].is_null());
+}
+
+}  // namespace
