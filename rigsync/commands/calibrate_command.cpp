@@ -19,6 +19,7 @@
 #include "rigsync/commands/engine_output.h"
 #include "rigsync/commands/recorded_motions.h"
 #include "rigsync/commands/report_file.h"
+#include "rigsync/formats/import_file.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/inspect/cause.h"
@@ -340,6 +341,7 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
   const fs::path& Image_Root = Result.Inputs.Image_Root;
   Result.Images = Read_Image_Names(Result.Inputs.Csv);
   Refuse_Climbing_Images(Result.Inputs.Csv, Result.Images, Image_Root);
+  Result.Inputs.Camera_Labels = Labels_Of_Capture(Result.Inputs.Csv);
   const Row_Motions Motions = Read_Recorded_Motions(Result.Inputs);
   Judge_Image_Amount(Arguments, Result);
   const fs::path Out = Make_Out_Folder("--out", Arguments.Out, Needed_Bytes(Result.Images.size()),

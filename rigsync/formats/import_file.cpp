@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/formats/import_file.h"
 
+#include "rigsync/formats/label_words.h"
 #include "rigsync/geometry/angle.h"
+#include "rigsync/system/file_hash.h"
 #include "rigsync/system/usage_error.h"
 #include "rigsync/system/version.h"
 
@@ -50,6 +52,11 @@ Json Row_Json(const Imported_Row& Row) {
   Object["camera"] = Row.Csv_Line ? Reading_Json(Row.Camera) : Json();
   Object["board"] = Row.Csv_Line ? Reading_Json(Row.Board) : Json();
   return Object;
+}
+
+Json Label_Json(Body_Labels Labels) {
+  const char* const Word = Labels_Name(Labels);
+  return Word == nullptr ? Json() : Json(Word);
 }
 
 Json Body_Json(const std::string& Name, const Body_Facts& Facts) {
@@ -101,6 +108,9 @@ class Import_Value {
     if (Found == Here.end()) Refuse_Import(File, fmt::format("'{}' is missing", Place));
     return {File, *Found, Place};
   }
+
+  // Whether the object has the key. An import.json of an earlier version may lack some.
+  bool Has(const char* Key) const { return Here.is_object() && Here.contains(Key); }
 
   std::vector<Import_Value> Elements() const {
     if (!Here.is_array()) Refuse("a list");
@@ -213,6 +223,13 @@ Choice Word_At(const Import_Value& Value, const std::array<Choice, Size>& Choice
   Value.Refuse("one of the words that it can be");
 }
 
+Body_Labels Labels_At(const Import_Value& Value) {
+  if (Value.Is_Null()) return Body_Labels::Unknown;
+  const auto Named = Labels_Named(Value.Text());
+  if (!Named) Value.Refuse("one of the words that it can be");
+  return *Named;
+}
+
 Clock_Match Clock_At(const Import_Value& Value) {
   Clock_Match Clock;
   Clock.Method =
@@ -287,6 +304,7 @@ std::string Import_Json(const Import_File& Written) {
   Root["pictures"] = Record.Pictures.generic_string();
   Root["picture_times"] = Record.Picture_Times;
   Root["camera"] = Body_Json(Record.Camera_Body, Record.Camera);
+  Root["camera_tracker_axes"] = Label_Json(Record.Camera_Labels);
   Root["board"] = Record.Board_Body.empty() ? Json() : Body_Json(Record.Board_Body, Record.Board);
   Root["pose"] = Pose_Choice_Name(Record.Pose);
   Root["holds"] = Record.Hold_Count;
@@ -314,6 +332,9 @@ Import_File Read_Import(const std::filesystem::path& File) {
   const Import_Value Camera = Root.At("camera"), Board = Root.At("board");
   Record.Camera_Body = Camera.At("body").Text();
   Record.Camera = Facts_At(Camera);
+  if (Root.Has("camera_tracker_axes")) {
+    Record.Camera_Labels = Labels_At(Root.At("camera_tracker_axes"));
+  }
   if (!Board.Is_Null()) {
     Record.Board_Body = Board.At("body").Text();
     Record.Board = Facts_At(Board);
@@ -324,6 +345,20 @@ Import_File Read_Import(const std::filesystem::path& File) {
   Record.Clock = Clock_At(Root.At("clock"));
   for (const Import_Value& Row : Root.At("rows").Elements()) Record.Rows.push_back(Row_At(Row));
   return Read;
+}
+
+Body_Labels Labels_Of_Capture(const std::filesystem::path& Csv) {
+  const std::filesystem::path File = Csv.parent_path() / Import_File_Name;
+  std::error_code Ignored;
+  if (!std::filesystem::is_regular_file(File, Ignored)) return Body_Labels::Unknown;
+  try {
+    const Import_File Beside = Read_Import(File);
+    const bool Is_Of_Csv =
+        Beside.Csv == Csv.filename().string() && Beside.Csv_Sha256 == File_Sha256(Csv);
+    return Is_Of_Csv ? Beside.Record.Camera_Labels : Body_Labels::Unknown;
+  } catch (const Usage_Error&) {
+    return Body_Labels::Unknown;
+  }
 }
 
 }  // namespace rigsync

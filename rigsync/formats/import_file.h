@@ -5,6 +5,7 @@
 #ifndef RIGSYNC_FORMATS_IMPORT_FILE_H
 #define RIGSYNC_FORMATS_IMPORT_FILE_H
 
+#include "rigsync/capture/body_labels.h"
 #include "rigsync/import/import_record.h"
 
 #include <filesystem>
@@ -26,6 +27,11 @@ std::string Import_Json(const Import_File& Written);
 // Throws Usage_Error, which begins with the file, for one that can't be opened or that 'rigsync
 // import' didn't write; it names the key that is wrong, as "rows[3].camera.velocity_m_s".
 Import_File Read_Import(const std::filesystem::path& File);
+
+// The labels of the camera's tracker by the import.json beside a capture. Unknown, and no
+// exception, without one, for one that can't be read, and for one of another file: its name and
+// SHA-256 have to be those of Csv.
+Body_Labels Labels_Of_Capture(const std::filesystem::path& Csv);
 
 // The words of the file.
 const char* Clock_Method_Name(Clock_Method Method);

@@ -4,6 +4,7 @@
 #include "rigsync/capture/library_limits.h"
 #include "rigsync/formats/cross_check_json.h"
 #include "rigsync/formats/joint_json.h"
+#include "rigsync/formats/label_words.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_format.h"
 #include "rigsync/system/plain_path.h"
@@ -67,6 +68,11 @@ Json Hashes_Json(const Calibration_Result& Result) {
   return Object;
 }
 
+Json Labels_Json(Body_Labels Labels) {
+  const char* const Word = Labels_Name(Labels);
+  return Word == nullptr ? Json(nullptr) : Json(Word);
+}
+
 // Null where none was asked for.
 Json Lag_Json(const Lag_Choice& Lag) {
   if (!Lag.Is_Solved && Lag.Seconds == 0.0) return nullptr;
@@ -92,6 +98,7 @@ Json Inputs_Json(const Calibration_Result& Result) {
   Object["limits"] = {{"mm", Inputs.Limits.Mm}, {"deg", Inputs.Limits.Deg}};
   Object["talent_distance_m"] = Inputs.Talent_Distance;
   Object["body_axes"] = Inputs.Keeps_Body_Axes ? "as-given" : "auto";
+  Object["camera_tracker_axes"] = Labels_Json(Inputs.Camera_Labels);
   Object["lag"] = Lag_Json(Inputs.Lag);
   Object["library_only"] = Inputs.Is_Library_Only;
   Object["hashes"] = Hashes_Json(Result);

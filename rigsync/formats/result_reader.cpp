@@ -5,6 +5,7 @@
 #include "rigsync/formats/cross_check_json.h"
 #include "rigsync/formats/joint_reader.h"
 #include "rigsync/formats/json_fields.h"
+#include "rigsync/formats/label_words.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/formats/result_format.h"
@@ -113,6 +114,11 @@ void Read_Inputs(const Json_Fields& Object, Calibration_Inputs& Inputs) {
   Inputs.Talent_Distance = Object.Number("talent_distance_m", Inputs.Talent_Distance);
   Inputs.Is_Library_Only = Object.Truth("library_only");
   Inputs.Keeps_Body_Axes = Object.Text("body_axes") == "as-given";
+  if (Object.Has("camera_tracker_axes")) {
+    const auto Labels = Labels_Named(Object.Text("camera_tracker_axes"));
+    if (!Labels) Object.Refuse("'camera_tracker_axes' is not right_forward_up");
+    Inputs.Camera_Labels = *Labels;
+  }
   const Json_Fields Lag = Object.Object("lag");
   Inputs.Lag = {Lag.Truth("solved"), Unscaled(Lag.Number("stated_ms", 0.0), 1000.0)};
 }

@@ -259,6 +259,7 @@ Capture_Import Finish(const Take& Tracks, const Import_Request& Request, Stage&&
   Made.Record.Facts = Tracks.Facts;
   Made.Record.Picture_Times = std::move(Picture_Times);
   Made.Record.Camera = On.Stops.Camera;
+  Made.Record.Camera_Labels = On.Camera->Labels;
   Made.Record.Board = On.Stops.Board;
   Made.Record.Pose = Request.Rows.Pose;
   Made.Record.Hold_Count = On.Stops.Holds.size();

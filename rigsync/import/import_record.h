@@ -5,6 +5,7 @@
 #ifndef RIGSYNC_IMPORT_IMPORT_RECORD_H
 #define RIGSYNC_IMPORT_IMPORT_RECORD_H
 
+#include "rigsync/capture/body_labels.h"
 #include "rigsync/capture/tracker_sample.h"
 #include "rigsync/solve/row_motion.h"
 
@@ -81,6 +82,7 @@ struct Import_Record {
   std::filesystem::path Pictures;                          // the folder, or the clip
   std::string Picture_Times;  // where their times come from: "EXIF", "the frames of a clip"
   Body_Facts Camera, Board;   // Board has no samples for a board that stands still
+  Body_Labels Camera_Labels = Body_Labels::Unknown;
   Pose_Choice Pose = Pose_Choice::Hold;
   std::size_t Hold_Count = 0;
   Clock_Match Clock;

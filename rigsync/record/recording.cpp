@@ -366,7 +366,8 @@ Take Read_Recording(const fs::path& File, const Recording_Options& Options) {
     }
     Tell_Of(Decoder.Bodies()[i], Names[i], Bodies[i], Options, Result);
     Warn_Of_Gaps(Names[i], Bodies[i].Samples, Result);
-    Result.Bodies.push_back({Names[i], std::move(Bodies[i].Samples)});
+    Result.Bodies.push_back(
+        {Names[i], std::move(Bodies[i].Samples), Body_Labels::Right_Forward_Up});
   }
   return Result;
 }

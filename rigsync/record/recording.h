@@ -32,6 +32,9 @@ bool Is_Recording(const std::filesystem::path& File);
 // several ports the port is added, "freed-1-6301", and where one came from several senders their
 // address, "freed-1-192.168.1.20".
 //
+// Both formats say how the axes of a body are labelled: x right, y forward, z up. An axis map says
+// which slots hold what the format means, so the labels are the same with one.
+//
 // Times are those of OpenTrackIO's sample timestamps if every sample has one and they go along with
 // the times of receipt, otherwise the times of receipt on the recording machine's steady clock;
 // Facts tell which. Seconds == 0 is the first sample. Timecode_Start is that of OpenTrackIO.

@@ -8,6 +8,7 @@
 #ifndef RIGSYNC_TAKE_TAKE_H
 #define RIGSYNC_TAKE_TAKE_H
 
+#include "rigsync/capture/body_labels.h"
 #include "rigsync/capture/tracker_sample.h"
 
 #include <cstddef>
@@ -27,6 +28,7 @@ struct Timed_Sample {
 struct Body_Track {
   std::string Name;
   std::vector<Timed_Sample> Samples;  // times ascend, none twice
+  Body_Labels Labels = Body_Labels::Unknown;
 };
 
 struct Take {

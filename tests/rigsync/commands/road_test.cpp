@@ -140,6 +140,11 @@ Finished Calibrate(const fs::path& Folder) {
                   "ue5"});
 }
 
+// What the result says of the axes of the camera's tracker.
+nlohmann::json Tracker_Axes_Of(const fs::path& Folder) {
+  return Read_Json(Folder / "result" / "result.json")["inputs"].at("camera_tracker_axes");
+}
+
 std::vector<std::string> Photographs_Of(const fs::path& Folder) {
   return {"--images", (Folder / "images").string(), "--times", (Folder / "times.csv").string()};
 }
@@ -167,6 +172,8 @@ TEST_P(Roads_From, ATakeAndPhotographsLeadToTheRowsOfTheCaptureAndTheNumbersOfAn
   const Finished Calibrated = Calibrate(Folder);
   EXPECT_EQ(Calibrated.Status, 0) << Calibrated.Error << Calibrated.Output;
   EXPECT_THAT(Calibrated.Output, HasSubstr("Unreal Engine 5: the camera as seen from its tracker"));
+  // Only a stream says how its axes are labelled.
+  EXPECT_TRUE(Tracker_Axes_Of(Folder).is_null());
 }
 
 std::string Test_Name(const testing::TestParamInfo<Road>& Info) {
@@ -293,6 +300,7 @@ TEST(Road, FromAStreamOfOpentrackioLeadsToTheNumbersOfAnEngine) {
   const Finished Calibrated = Calibrate(Folder);
   EXPECT_EQ(Calibrated.Status, 0) << Calibrated.Error << Calibrated.Output;
   EXPECT_THAT(Calibrated.Output, HasSubstr("Unreal Engine 5: the camera as seen from its tracker"));
+  EXPECT_EQ(Tracker_Axes_Of(Folder), "right_forward_up");
 }
 
 // FreeD has 1/64 mm and 1/32768 degree, three angles to a rotation. Its times are those of

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/formats/import_file.h"
 
+#include "rigsync/system/file_hash.h"
 #include "rigsync/system/usage_error.h"
 #include "tests/rigsync/support/program.h"
+#include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,6 +46,7 @@ Import_File Example() {
   Record.Picture_Times = "the frames of a clip";
   Record.Camera = {11000, 12, 100.0, {0.1, 0.02}, {0.010, 0.0087}};
   Record.Board = {11012, 0, 99.5, {0.2, 0.03}, {0.012, 0.0090}};
+  Record.Camera_Labels = Body_Labels::Right_Forward_Up;
   Record.Pose = Pose_Choice::Picture;
   Record.Hold_Count = 24;
   Record.Clock = {Clock_Method::Correlation, -12.345, 0.93, 0.41, 7.5, true};
@@ -108,6 +111,7 @@ TEST(ImportFile, IsReadBackAsItWasWritten) {
   EXPECT_EQ(Read.Record.Picture_Times, Written.Record.Picture_Times);
   Expect_Same(Read.Record.Camera, Written.Record.Camera);
   Expect_Same(Read.Record.Board, Written.Record.Board);
+  EXPECT_EQ(Read.Record.Camera_Labels, Body_Labels::Right_Forward_Up);
   EXPECT_EQ(Read.Record.Pose, Pose_Choice::Picture);
   EXPECT_EQ(Read.Record.Hold_Count, 24U);
   EXPECT_EQ(Read.Record.Clock.Method, Clock_Method::Correlation);
@@ -140,6 +144,43 @@ TEST(ImportFile, HasNoBodyForABoardThatStandsStill) {
   EXPECT_EQ(Read.Record.Clock.Score, 0.0);
 }
 
+TEST(ImportFile, OfUnknownAxesHasNullAndOneOfAnEarlierVersionHasUnknownAxes) {
+  Import_File Written = Example();
+  Written.Record.Camera_Labels = Body_Labels::Unknown;
+  auto Root = nlohmann::ordered_json::parse(Import_Json(Written));
+  EXPECT_TRUE(Root.at("camera_tracker_axes").is_null());
+  EXPECT_EQ(Read_Import(Scratch_File(Root.dump()).Path).Record.Camera_Labels, Body_Labels::Unknown);
+  Root.erase("camera_tracker_axes");
+  EXPECT_EQ(Read_Import(Scratch_File(Root.dump()).Path).Record.Camera_Labels, Body_Labels::Unknown);
+}
+
+// A capture with its import.json, after Spoil has changed the latter.
+Body_Labels Labels_After(const std::function<void(Import_File&)>& Spoil) {
+  const Scratch_Folder Scratch;
+  const std::string Csv = Scratch.Write("capture.csv", "T\n1,a.png\n");
+  Import_File Beside = Example();
+  Beside.Csv_Sha256 = File_Sha256(Csv);
+  Spoil(Beside);
+  Scratch.Write("import.json", Import_Json(Beside));
+  return Labels_Of_Capture(Csv);
+}
+
+TEST(ImportFile, TellsTheAxesOfACaptureThatIsAsItWasWritten) {
+  EXPECT_EQ(Labels_After([](Import_File&) {}), Body_Labels::Right_Forward_Up);
+  EXPECT_EQ(Labels_After([](Import_File& Of) { Of.Csv = "other.csv"; }), Body_Labels::Unknown);
+  EXPECT_EQ(Labels_After([](Import_File& Of) { Of.Csv_Sha256[5] ^= 1; }), Body_Labels::Unknown);
+  EXPECT_EQ(Labels_After([](Import_File& Of) { Of.Record.Camera_Labels = Body_Labels::Unknown; }),
+            Body_Labels::Unknown);
+}
+
+TEST(ImportFile, TellsNoAxesOfACaptureWithoutOneOrWithOneThatCannotBeRead) {
+  const Scratch_Folder Scratch;
+  const std::string Csv = Scratch.Write("capture.csv", "T\n1,a.png\n");
+  EXPECT_EQ(Labels_Of_Capture(Csv), Body_Labels::Unknown);
+  Scratch.Write("import.json", "{");
+  EXPECT_EQ(Labels_Of_Capture(Csv), Body_Labels::Unknown);
+}
+
 std::string Refusal_Of(const std::string& Text) {
   const Scratch_File File(Text);
   try {
@@ -161,6 +202,8 @@ TEST(ImportFile, IsRefusedByTheKeyThatIsWrong) {
        "'clock.offset_s' is not a finite number"},
       {[](Json& Root) { Root["camera"]["lost"] = -1; },
        "'camera.lost' is not a whole number from 0"},
+      {[](Json& Root) { Root["camera_tracker_axes"] = "up"; },
+       "'camera_tracker_axes' is not one of"},
       {[](Json& Root) { Root["rows"][0]["line"] = 1.5; },
        "'rows[0].line' is not a whole number from 0"},
       {[](Json& Root) { Root["rows"][0]["camera"] = nullptr; },
@@ -190,6 +233,7 @@ TEST(ImportFile, IsAsItsSchemaSays) {
   for (const bool Has_Board : {true, false}) {
     Import_File Written = Example();
     if (!Has_Board) Written.Record.Board_Body.clear();
+    if (!Has_Board) Written.Record.Camera_Labels = Body_Labels::Unknown;
     const Scratch_File File(Import_Json(Written));
     const Finished Checked = Run_Program(
         "/usr/bin/env", {"python3", "-B", Top + "/tests/rigsync/formats/check_schema.py",

@@ -530,6 +530,7 @@ rigsync::Calibration_Result With_Report(rigsync::Calibration_Result Result) {
   Result.Inputs.Board_Accuracy = {0.7, 0.003};
   Result.Inputs.Talent_Distance = 4.2;
   Result.Inputs.Limits = {2.5, 0.2};
+  Result.Inputs.Camera_Labels = rigsync::Body_Labels::Right_Forward_Up;
   return Result;
 }
 
@@ -560,6 +561,24 @@ TEST(ResultFile, WhatWasReadIsWrittenAgainWithTheSameBytes) {
               Read_Text((First.Path() / "result.json").string()))
         << Name;
   }
+}
+
+TEST(ResultFile, TheAxesOfTheCamerasTrackerAreReadBackAndNullWhereTheyAreUnknown) {
+  using rigsync::Body_Labels;
+  rigsync::Calibration_Result Result = Whole_Result();
+  EXPECT_TRUE(Written(Result)["inputs"].at("camera_tracker_axes").is_null());
+  EXPECT_EQ(Written_And_Read(Result).Inputs.Camera_Labels, Body_Labels::Unknown);
+  Result.Inputs.Camera_Labels = Body_Labels::Right_Forward_Up;
+  EXPECT_EQ(Written(Result)["inputs"]["camera_tracker_axes"], "right_forward_up");
+  EXPECT_EQ(Written_And_Read(Result).Inputs.Camera_Labels, Body_Labels::Right_Forward_Up);
+  const Scratch_Folder Scratch;
+  nlohmann::json Root = Written(Result);
+  Root["inputs"]["camera_tracker_axes"] = "up";
+  EXPECT_THAT(Refusal(Scratch.Write("result.json", Root.dump())),
+              HasSubstr("'camera_tracker_axes' is not right_forward_up"));
+  Root["inputs"].erase("camera_tracker_axes");  // as an earlier version wrote it
+  EXPECT_EQ(rigsync::Read_Result(Scratch.Write("result.json", Root.dump())).Inputs.Camera_Labels,
+            Body_Labels::Unknown);
 }
 
 TEST(ResultFile, AnotherUnitInTheFileMovesNoBit) {

@@ -86,6 +86,20 @@ TEST(CaptureImport, GivesEachPhotographItsHoldWithoutAStatedOffset) {
   Expect_Poses(On, Made);
 }
 
+TEST(CaptureImport, RecordsTheAxesOfTheBodyOnTheCamera) {
+  Staged On = Make_Stage({25, 1.2, 4.0, 0.7, 3.0}, 3);
+  const auto Labels_Of = [&] {
+    Chance By(4);
+    return Import_Photographs(On.Tracks, Photograph_Holds(On.Of, 777.0, By), Both_Bodies())
+        .Record.Camera_Labels;
+  };
+  EXPECT_EQ(Labels_Of(), Body_Labels::Unknown);
+  On.Tracks.Bodies[1].Labels = Body_Labels::Right_Forward_Up;  // the board's
+  EXPECT_EQ(Labels_Of(), Body_Labels::Unknown);
+  On.Tracks.Bodies[0].Labels = Body_Labels::Right_Forward_Up;
+  EXPECT_EQ(Labels_Of(), Body_Labels::Right_Forward_Up);
+}
+
 TEST(CaptureImport, RefusesAnOffsetThatIsNotCertainAndSaysWhatToDo) {
   const Staged On = Make_Stage({10, 3.0, 3.0, 2.0, 2.0}, 5);
   Chance By(6);

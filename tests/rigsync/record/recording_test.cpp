@@ -262,6 +262,7 @@ TEST(Recording, AnAxisMapIsThatOfTheNamedBody) {
   EXPECT_EQ(Read.Bodies[0].Samples[0].Sample.Position, (std::array<double, 3>{-2, 1, 3}));
   EXPECT_EQ(Read.Bodies[1].Samples[0].Sample.Position, (std::array<double, 3>{1, 2, -3}));
   EXPECT_EQ(Fact(Read, "axes of freed-1-6301"), "x=-y,y=x");
+  EXPECT_EQ(Read.Bodies[0].Labels, Body_Labels::Right_Forward_Up);  // what the slots mean is said
 }
 
 TEST(Recording, AnAxisMapOfABodyThatIsNotThereIsRefusedWithThoseThatAre) {
@@ -288,6 +289,7 @@ TEST(Recording, OpentrackioHasTheTimesOfItsStamps) {
   EXPECT_THAT(Times(Read.Bodies[0]),
               testing::Pointwise(testing::DoubleNear(Times_Exact), {0.0, 0.02, 0.04, 0.06}));
   EXPECT_EQ(Fact(Read, "clock"), "the sample timestamps of OpenTrackIO");
+  EXPECT_EQ(Read.Bodies[0].Labels, Body_Labels::Right_Forward_Up);
   EXPECT_THAT(Read.Warnings, IsEmpty());
 }
 
