@@ -2,6 +2,7 @@
 #include "rigsync/exports/file_target.h"
 
 #include "rigsync/exports/blender_script.h"
+#include "rigsync/exports/board_corners.h"
 #include "rigsync/exports/opentrackio_sample.h"
 #include "rigsync/exports/unreal_lens_script.h"
 
@@ -15,6 +16,8 @@ const std::vector<File_Target>& File_Targets() {
        /*Has_Tracker=*/true, Write_Unreal_Lens_Script},
       {"opentrackio", "OpenTrackIO 1.0.1", Engine_Space::Right_Handed_Z_Up, /*Has_Tracker=*/true,
        Write_Opentrackio},
+      {"corners", "corners.vnl of mrcal", Engine_Space::Right_Handed_Z_Up, /*Has_Tracker=*/false,
+       Write_Corners},
   };
   return All;
 }
