@@ -3,6 +3,8 @@
 
 #include "rigsync/exports/blender_script.h"
 #include "rigsync/exports/board_corners.h"
+#include "rigsync/exports/kalibr_camchain.h"
+#include "rigsync/exports/opencv_yaml.h"
 #include "rigsync/exports/opentrackio_sample.h"
 #include "rigsync/exports/unreal_lens_script.h"
 
@@ -16,6 +18,10 @@ const std::vector<File_Target>& File_Targets() {
        /*Has_Tracker=*/true, Write_Unreal_Lens_Script},
       {"opentrackio", "OpenTrackIO 1.0.1", Engine_Space::Right_Handed_Z_Up, /*Has_Tracker=*/true,
        Write_Opentrackio},
+      {"opencv", "YAML of OpenCV", Engine_Space::Right_Handed_Z_Up, /*Has_Tracker=*/false,
+       Write_Opencv},
+      {"kalibr", "camchain of Kalibr", Engine_Space::Right_Handed_Z_Up, /*Has_Tracker=*/false,
+       Write_Kalibr},
       {"corners", "corners.vnl of mrcal", Engine_Space::Right_Handed_Z_Up, /*Has_Tracker=*/false,
        Write_Corners},
   };

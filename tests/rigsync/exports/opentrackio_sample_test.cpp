@@ -9,6 +9,7 @@
 #include "rigsync/record/attitude.h"
 #include "rigsync/record/opentrackio.h"
 #include "rigsync/system/usage_error.h"
+#include "tests/rigsync/exports/projected_points.h"
 #include "tests/rigsync/exports/solved_rig.h"
 #include "tests/rigsync/support/program.h"
 
@@ -160,34 +161,6 @@ TEST(OpentrackioSample, TheLensIsInMillimetresFromTheImagesCentre) {
   EXPECT_EQ(Camera["activeSensorPhysicalDimensions"],
             nlohmann::json({{"width", 38.4}, {"height", 21.6}}));
   EXPECT_EQ(Camera["activeSensorResolution"], nlohmann::json({{"width", 1920}, {"height", 1080}}));
-}
-
-// Points of the scene in front of the camera, over the whole frame and a little more.
-std::vector<Eigen::Vector3d> Points_In_View(const Eigen::Isometry3d& Transform_Base_Cam) {
-  std::vector<Eigen::Vector3d> Points;
-  for (double X = -0.7; X <= 0.7; X += 0.1) {
-    for (double Y = -0.4; Y <= 0.4; Y += 0.1) {
-      const double Depth = 2.0 + X + 2.0 * Y;
-      Points.emplace_back(Transform_Base_Cam * Eigen::Vector3d(X * Depth, Y * Depth, Depth));
-    }
-  }
-  return Points;
-}
-
-// As OpenCV projects them.
-std::vector<cv::Point2d> Projected(const std::vector<Eigen::Vector3d>& Points_Base,
-                                   const Eigen::Isometry3d& Transform_Base_Cam,
-                                   const rigsync::Lens& Px) {
-  std::vector<cv::Point3d> Points_Cam;
-  for (const Eigen::Vector3d& Point : Points_Base) {
-    const Eigen::Vector3d Cam = Transform_Base_Cam.inverse() * Point;
-    Points_Cam.emplace_back(Cam.x(), Cam.y(), Cam.z());
-  }
-  const cv::Matx33d Matrix(Px.Fx, 0, Px.Cx, 0, Px.Fy, Px.Cy, 0, 0, 1);
-  std::vector<cv::Point2d> Pixels;
-  cv::projectPoints(Points_Cam, cv::Vec3d(), cv::Vec3d(), Matrix, cv::Vec4d(Px.K1, Px.K2, 0, 0),
-                    Pixels);
-  return Pixels;
 }
 
 double Worst_Pixel_Difference(const Solved_Rig& Rig, const std::string& Text,
