@@ -244,7 +244,7 @@ void Warn_If_Space_Is_Short(const fs::path& Out, const std::vector<Capture_Image
   }
   std::error_code Error;
   const fs::space_info Space = fs::space(Out, Error);
-  if (Error || Space.available >= Expected_Bytes) return;
+  if (Error || Has_Space(Space, Expected_Bytes)) return;
   Warn(
       fmt::format("{} has {} of free space, but the reprojection images will take about {}: some "
                   "may be missing or incomplete",
