@@ -34,6 +34,7 @@ std::unique_ptr<Command_Line> Make_Command_Line() {
   Add_Compare_Command(*Line);
   Add_Export_Command(*Line);
   Add_Verify_Command(*Line);
+  Add_Lens_Table_Command(*Line);
   Add_Codes_Command(*Line);
   Add_Board_Command(*Line);
   return Line;

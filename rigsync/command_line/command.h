@@ -41,6 +41,7 @@ void Add_Calibrate_Command(Command_Line& Line);
 void Add_Compare_Command(Command_Line& Line);
 void Add_Export_Command(Command_Line& Line);
 void Add_Verify_Command(Command_Line& Line);
+void Add_Lens_Table_Command(Command_Line& Line);
 void Add_Report_Command(Command_Line& Line);
 void Add_Codes_Command(Command_Line& Line);
 void Add_Board_Command(Command_Line& Line);

@@ -8,7 +8,7 @@
 namespace rigsync {
 
 constexpr int Exit_Success = 0;
-constexpr int Exit_Beyond_Bound = 1;  // compare, verify: a difference is beyond its bound
+constexpr int Exit_Beyond_Bound = 1;  // compare, verify, lens-table: beyond a bound
 constexpr int Exit_Warnings = 1;      // inspect: the capture has warnings
 constexpr int Exit_Unusable = 2;      // inspect: the capture has errors
 constexpr int Exit_Usage = 2;         // a flag, value or file that the user has to correct

@@ -6,6 +6,7 @@
 #define RIGSYNC_EXPORTS_FILE_TARGET_H
 
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/calibrate/lens_position.h"
 #include "rigsync/engine/tracker_axes.h"
 
 #include <array>
@@ -15,11 +16,6 @@
 #include <vector>
 
 namespace rigsync {
-
-// Where on its rings a lens was when it was calibrated, in the units of whoever reads the file.
-struct Lens_Position {
-  double Focus = 0, Zoom = 0;
-};
 
 // What a file is made from. Axes and a sensor that nobody has stated are none.
 struct File_Request {

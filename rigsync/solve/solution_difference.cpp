@@ -109,6 +109,12 @@ double Probability_Of_Less_Shift(const Mount_Uncertainty& Difference, const Vect
                               Difference.Joint_Freedom);
 }
 
+double Probability_Of_Less_Beside_Axis(const Mount_Uncertainty& Difference,
+                                       const Vector6d& Motion) {
+  return Probability_Below<5>(Difference.Covariance.topLeftCorner<5, 5>(), Motion.head<5>(),
+                              Difference.Joint_Freedom);
+}
+
 Vector6d Lens_Numbers(const Lens& Lens_Px) {
   Vector6d Numbers;
   Numbers << Lens_Px.Fx, Lens_Px.Fy, Lens_Px.Cx, Lens_Px.Cy, Lens_Px.K1, Lens_Px.K2;

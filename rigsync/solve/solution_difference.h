@@ -17,11 +17,12 @@ Mount_Uncertainty Uncertainty_Of_Difference(const Mount_Uncertainty& One,
                                             const Mount_Uncertainty& Other);
 
 // The part of all pairs of captures (0 to 1) of an unchanged mount that differ by less than this.
-// The first takes all six numbers, the others the turn or the shift alone. NaN where nothing is
-// known.
+// The first takes all six numbers, the next two the turn or the shift alone, the last all but the
+// shift along z of Cam, which is the optical axis. NaN where nothing is known.
 double Probability_Of_Less(const Mount_Uncertainty& Difference, const Vector6d& Motion);
 double Probability_Of_Less_Turn(const Mount_Uncertainty& Difference, const Vector6d& Motion);
 double Probability_Of_Less_Shift(const Mount_Uncertainty& Difference, const Vector6d& Motion);
+double Probability_Of_Less_Beside_Axis(const Mount_Uncertainty& Difference, const Vector6d& Motion);
 
 // The same for a lens that was solved from thousands of corners each time, so that its covariance
 // is known. In the order of the lens's covariance, pixels and coefficients.

@@ -434,4 +434,57 @@ TEST(Export, KeepsTheRunLogOffTheTerminal) {
   EXPECT_THAT(Result.Output, Not(HasSubstr("Version : ")));
 }
 
+// ---- Targets that are files --------------------------------------------------------------------
+
+TEST(Export, AFileIsWrittenOrPrinted) {
+  const Scratch_Folder Scratch;
+  Scratch.Write("result.json", Result_Text(Reference_Pose));
+  const std::vector<std::string> Arguments = {"export", "result.json", "--to", "blender"};
+  const Finished Printed = Rigsync(Arguments, Scratch.Path());
+  EXPECT_EQ(Printed.Status, 0) << Printed.Error;
+  EXPECT_THAT(Printed.Output, HasSubstr("import bpy"));
+  EXPECT_THAT(Printed.Said, HasSubstr("rigsync: warning: The size of the sensor is not known"));
+  std::vector<std::string> To_File = Arguments;
+  To_File.insert(To_File.end(), {"-o", "camera.py"});
+  const Finished Written = Rigsync(To_File, Scratch.Path());
+  EXPECT_EQ(Written.Status, 0) << Written.Error;
+  EXPECT_EQ(Written.Output, "Blender: camera.py\n");
+  EXPECT_EQ(Read_Text(Scratch.Path() / "camera.py"), Printed.Output);
+}
+
+TEST(Export, TheSensorOfAFileIsTheStatedOne) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  const Finished Done = Export(File, "blender", {"--sensor", "24x13.5"});
+  EXPECT_EQ(Done.Status, 0) << Done.Error;
+  EXPECT_EQ(Done.Error, "");
+  EXPECT_THAT(Done.Output, HasSubstr("\"lens_mm\": 18.0"));
+}
+
+TEST(Export, AFileHasTheTrackerAxesThatAreStated) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  EXPECT_THAT(Export(File, "blender", {"--tracker-axes", "y-up"}).Output,
+              HasSubstr("\"tracker_axes\": [\"x\", \"-z\", \"y\"]"));
+  EXPECT_THAT(Export(File, "unreal-lens", {"--tracker-axes", "y-up"}).Output,
+              HasSubstr("\"tracker_axes\": [\"x\", \"z\", \"y\"]"));
+  const Finished Mirrored = Export(File, "blender", {"--tracker-axes", "x,z,y"});
+  EXPECT_EQ(Mirrored.Status, 2);
+  EXPECT_THAT(Mirrored.Said, HasSubstr("these axes are left-handed"));
+}
+
+TEST(Export, FlagsThatAFileHasNoUseForAreRefused) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  for (const std::vector<std::string>& Flags :
+       {std::vector<std::string>{"--json"}, {"--out", "."}, {"--zoom", "24"}, {"--focus", "1"}}) {
+    SCOPED_TRACE(Flags[0]);
+    const Finished Done = Export(File, "blender", Flags);
+    EXPECT_EQ(Done.Status, 2);
+    EXPECT_EQ(Done.Output, "");
+    EXPECT_THAT(Done.Said,
+                AllOf(HasSubstr(Flags[0]), HasSubstr("the export to Blender has no use")));
+  }
+}
+
 }  // namespace

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""lens_script_check.py RIGSYNC: runs the scripts that 'rigsync export --to unreal-lens' writes
-against the stand-in of the editor's module, and compares what they hand over with numbers that are
+"""lens_script_check.py RIGSYNC: runs the scripts that 'rigsync export --to unreal-lens' and
+'rigsync lens-table' write against the stand-in of the editor's module, and compares what they hand over with numbers that are
 computed here from result.json in another way: rotations as products of matrices, the same numbers
 as 'rigsync export --to ue4' for its axes.
 
@@ -204,6 +204,26 @@ def check_axes(folder):
     check_point(points[(0.0, 0.0)], root, Z_UP_AXES, size=(1080, 1920), centre=(551.0, 940.0))
 
 
+def check_table(folder):
+    """Three results in any order become points by focus and zoom, in one run."""
+    wide = {"focal": (1490.0, 1501.0), "centre": (970.25, 525.5)}
+    tele = {"focal": (4100.0, 4105.0), "centre": (955.0, 541.75)}
+    far = {"focal": (4000.0, 4004.0), "centre": (954.0, 541.0)}
+    path_tele, root_tele = result(folder, "tele.json", shift=(0.061, -0.14, -0.041), **tele)
+    path_far, root_far = result(folder, "far.json", shift=(0.061, -0.14, -0.043), **far)
+    path_wide, root_wide = result(folder, "wide.json", **wide)
+    script = folder / "table.py"
+    rigsync("lens-table", path_tele, path_far, path_wide, "--at", "0.5,70", "--at", "0.25,70",
+            "--at", "0.25,24", "--to", "unreal-lens", "-o", script)
+    unreal.ASSETS.clear()
+    calls = run_script(script)
+    points = points_of(calls[1:-1])
+    assert list(points) == [(0.25, 24.0), (0.25, 70.0), (0.5, 70.0)], list(points)
+    check_point(points[(0.25, 24.0)], root_wide, UE4_AXES, **wide)
+    check_point(points[(0.25, 70.0)], root_far, UE4_AXES, **far)
+    check_point(points[(0.5, 70.0)], root_tele, UE4_AXES, **tele)
+
+
 def check_asset_of_another_kind(folder):
     """What is no LensFile is left alone."""
     path, _ = result(folder, "result.json")
@@ -258,6 +278,7 @@ def main():
         folder = pathlib.Path(folder)
         check_one_result(folder)
         check_axes(folder)
+        check_table(folder)
         check_asset_of_another_kind(folder)
     print("the scripts hand the LensFile what was computed")
 

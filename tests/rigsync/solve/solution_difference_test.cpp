@@ -54,6 +54,19 @@ TEST(SolutionDifference, TheProbabilitiesAreThoseOfF) {
   EXPECT_NEAR(rigsync::Probability_Of_Less_Shift(Sum, Motion), 0.95, 1e-5);
 }
 
+// F with 5 and 40 degrees of freedom is below 2.4495 in 95 % of cases, by printed tables.
+TEST(SolutionDifference, TheWayAlongTheOpticalAxisCanBeLeftOut) {
+  const Mount_Uncertainty Sum = Known_To(0.5, 40);
+  Vector6d Motion = Vector6d::Zero();
+  Motion[5] = 100.0;
+  EXPECT_NEAR(rigsync::Probability_Of_Less_Beside_Axis(Sum, Motion), 0.0, 1e-12);
+  for (int k = 0; k < 5; ++k) {
+    Vector6d Beside = Motion;
+    Beside[k] = 0.5 * std::sqrt(5 * 2.4495);
+    EXPECT_NEAR(rigsync::Probability_Of_Less_Beside_Axis(Sum, Beside), 0.95, 1e-5) << k;
+  }
+}
+
 // Chi-square with 6 degrees of freedom is below 12.592 in 95 % of cases, by printed tables.
 TEST(SolutionDifference, ALensIsJudgedByItsCovarianceAlone) {
   Vector6d Scale, Difference = Vector6d::Zero();
