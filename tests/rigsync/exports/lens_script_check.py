@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """lens_script_check.py RIGSYNC: runs the scripts that 'rigsync export --to unreal-lens' and
-'rigsync lens-table' write against the stand-in of the editor's module, and compares what they hand over with numbers that are
-computed here from result.json in another way: rotations as products of matrices, the same numbers
-as 'rigsync export --to ue4' for its axes.
+'rigsync lens-table' write against the stand-in of the editor's module, and compares what they hand
+over with numbers that are computed here from result.json in another way: rotations as products of
+matrices, the same numbers as 'rigsync export --to ue4' for its axes.
 
 Exit status 0 if all is as expected; otherwise an assertion says what is not.
 """
