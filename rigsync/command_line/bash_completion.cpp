@@ -34,6 +34,13 @@ std::string Branch(const std::string& Pattern, const std::string& Answer) {
   return fmt::format("    '{}') echo '{}' ;;\n", Pattern, Answer);
 }
 
+// Of a positional argument. One that may be repeated stands at every place: the quotes of the
+// pattern end before the star.
+std::string Place_Pattern(const CLI::Option& Option, const std::string& Command, int Place) {
+  if (Option.get_items_expected_max() > 1) return Command + " '*'";
+  return fmt::format("{} {}", Command, Place);
+}
+
 std::string Table(const char* Comment, const char* Name, const char* Key,
                   const std::string& Branches) {
   return fmt::format("\n# {}\n{}() {{\n  case \"{}\" in\n{}  esac\n}}\n", Comment, Name, Key,
@@ -61,7 +68,8 @@ std::string Completion_Tables(const Command_Line& Line) {
     int Place = 0;
     for (const CLI::Option* Option : Command->get_options()) {
       const std::string Kind = Kind_Of(Line, *Option);
-      if (Option->get_positional()) Arguments += Branch(fmt::format("{} {}", Name, Place++), Kind);
+      if (Option->get_positional())
+        Arguments += Branch(Place_Pattern(*Option, Name, Place++), Kind);
       if (Kind.empty()) continue;
       for (const std::string& Flag : Names_Of(*Option)) {
         Values += Branch(fmt::format("{} {}", Name, Flag), Kind);
