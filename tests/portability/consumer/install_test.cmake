@@ -5,7 +5,7 @@
 # both.
 #
 #   cmake -DBUILD=... -DSOURCE=... -DSCRATCH=... -DCXX=... -DFLAGS=... -DCONFIG=... -DVERSION=...
-#         -DLIBDIR=... -DDOCDIR=... -P install_test.cmake
+#         -DLIBDIR=... -DDOCDIR=... -DPYTHON=... -DPYTHONDIR=... -P install_test.cmake
 cmake_minimum_required(VERSION 3.22)  # its policies
 file(REMOVE_RECURSE ${SCRATCH})
 set(Prefix ${SCRATCH}/prefix)
@@ -20,6 +20,7 @@ set(Expected
     include/rigsync_core.h
     share/bash-completion/completions/rigsync
     share/man/man1/rigsync.1
+    share/rigsync/rigsync_result.py
     ${DOCDIR}/CHANGELOG.md
     ${DOCDIR}/CONTRIBUTING.md
     ${DOCDIR}/LICENSE
@@ -33,6 +34,18 @@ set(Expected
     ${LIBDIR}/librigsync_core.so.0
     ${LIBDIR}/librigsync_core.so.${VERSION}
     ${LIBDIR}/pkgconfig/rigsync_core.pc)
+# The Python package, whose module has a suffix of the interpreter.
+if(PYTHON)
+  execute_process(COMMAND ${PYTHON} -c
+                          "import sysconfig; print(sysconfig.get_config_var('EXT_SUFFIX'))"
+                  OUTPUT_VARIABLE Suffix OUTPUT_STRIP_TRAILING_WHITESPACE
+                  COMMAND_ERROR_IS_FATAL ANY)
+  set(Module ${PYTHONDIR}/rigsync/_core${Suffix})
+  foreach(File IN ITEMS __init__.py _calls.py _capture.py _codes.py _core.pyi _results.py py.typed)
+    list(APPEND Expected ${PYTHONDIR}/rigsync/${File})
+  endforeach()
+  list(APPEND Expected ${Module} ${PYTHONDIR}/rigsync_result.py)
+endif()
 # All of docs/ but a tool's settings, so that a document of a new kind isn't forgotten.
 file(GLOB_RECURSE Documents RELATIVE ${Top} ${Top}/docs/*)
 list(REMOVE_ITEM Documents docs/Doxyfile)
@@ -70,6 +83,10 @@ endif()
 # What is installed can be moved and shows nothing of where it was made. Debugging information and
 # sanitizers name sources, so that programs of such builds are asked for search paths alone.
 Read_Dynamic_Section(${Prefix}/bin/rigsync Program_Section)
+if(PYTHON)
+  Read_Dynamic_Section(${Prefix}/${Module} Module_Section)
+  string(APPEND Program_Section "${Module_Section}")
+endif()
 foreach(Path IN ITEMS ${Top} ${BUILD})
   string(FIND "${Library_Section}${Program_Section}" ${Path} Place)
   if(NOT Place EQUAL -1)
@@ -135,3 +152,15 @@ set(ENV{LD_LIBRARY_PATH} ${Prefix}/${LIBDIR})
 execute_process(COMMAND ${SCRATCH}/consumer_by_pkg_config OUTPUT_QUIET
                 COMMAND_ERROR_IS_FATAL ANY)
 Expect_Engines(${SCRATCH}/host_by_pkg_config)
+
+# The installed package finds the installed library, wherever the prefix is.
+if(PYTHON)
+  unset(ENV{LD_LIBRARY_PATH})
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env PYTHONPATH=${Prefix}/${PYTHONDIR} ${PYTHON} -B -c
+                          "import rigsync; print(rigsync.Calibration('none', 7, 5, 0.03, [0] * 3, \
+[0] * 3, 'none').code.name, rigsync.__version__, open('/proc/self/maps').read())"
+                  OUTPUT_VARIABLE Shown COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT Shown MATCHES "^CSV_NOT_OPENED ${VERSION} .*${Prefix}/${LIBDIR}/librigsync_core.so")
+    message(FATAL_ERROR "the Python package shows\n${Shown}")
+  endif()
+endif()
