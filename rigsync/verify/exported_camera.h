@@ -7,6 +7,7 @@
 #define RIGSYNC_VERIFY_EXPORTED_CAMERA_H
 
 #include "rigsync/capture/lens.h"
+#include "rigsync/capture/tracker_sample.h"
 #include "rigsync/engine/tracker_axes.h"
 
 #include <Eigen/Geometry>
@@ -21,8 +22,10 @@ namespace rigsync {
 // The camera below the object that moves with the tracker.
 struct Composed_Camera {
   // Points in Cam (x right, y down, z along the view, metres) to points along the object's axes. A
-  // reflection in a left-handed space.
-  Eigen::Isometry3d Transform_Object_Cam = Eigen::Isometry3d::Identity();
+  // reflection in a left-handed space, and no exact rotation where the target has a matrix.
+  Eigen::Affine3d Transform_Object_Cam = Eigen::Affine3d::Identity();
+  // Where the object is in the target's scene, for a target that has a sample of the tracker too.
+  std::optional<Eigen::Affine3d> Transform_Scene_Object;
   // The target's own lens, in pixels of the solved camera's image; none where the target has no
   // number of the lens.
   std::optional<Lens> Own_Lens;
@@ -42,7 +45,8 @@ struct Exported_Camera {
   // The camera that the target makes of these values, in the order of Fields.
   std::function<Composed_Camera(const std::vector<double>& Values)> Compose;
   Tracker_Axes Axes = Tracker_Axes::Identity();  // of the object in the target's scene
-  bool Has_Pose = true;                          // false for a target that has a lens alone
+  // Which row of the capture the target's own sample is; only with Transform_Scene_Object.
+  std::optional<Tracker_Sample> Own_Sample;
 
   // What no single field can tell: by how much the whole camera may be turned about any axis, and
   // moved. A field that is left out at a gimbal lock, and a mount that is no exact rotation.

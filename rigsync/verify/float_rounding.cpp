@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace rigsync {
 namespace {
@@ -125,6 +126,25 @@ Angle_Rounding Rounding_Of_Aximmetry(const Eigen::Quaterniond& Quaternion,
     Bound.Turn_Rad = Missing_Rad + Missing_Rad * Missing_Rad;
     Bound.Deg[2] = std::max(
         Bound.Deg[2], Single_Degrees_Error(Arc(Across, Along), Direction_Error(Across, Along)));
+  }
+  return Bound;
+}
+
+Angle_Rounding Rounding_Of_Pan_Tilt_Roll(const Eigen::Matrix3d& Rotation, double Element_Error) {
+  const auto Element = [&](int Row, int Column) {
+    return Rounded{Rotation(Row, Column), Element_Error};
+  };
+  constexpr double Few_Roundings = 8.0 * std::numeric_limits<double>::epsilon();
+  Angle_Rounding Bound;
+  Bound.Deg = {Direction_Error(Element(0, 1), Element(1, 1)), Arcsine_Error(Element(2, 1)),
+               Direction_Error(Element(2, 0), Element(2, 2))};
+  for (double& Error : Bound.Deg) Error = Degrees_Per_Radian * (Error + Few_Roundings * Pi);
+  const double Between = std::hypot(Rotation(2, 0), Rotation(2, 2));
+  constexpr double Least_Between = 1e-6;
+  if (Between < Least_Between) {
+    Bound.Deg[0] = Degrees_Per_Radian * Element_Error + Bound.Deg[1];
+    Bound.Deg[2] = 0.0;
+    Bound.Turn_Rad = Between + Element_Error;
   }
   return Bound;
 }

@@ -29,6 +29,11 @@ Angle_Rounding Rounding_Of_UE4(const Eigen::Quaterniond& Quaternion, double Quat
 // degrees and y is 0.
 Angle_Rounding Rounding_Of_Aximmetry(const Eigen::Quaterniond& Quaternion, double Quaternion_Error);
 
+// For pan, tilt and roll of Rz(pan) * Rx(tilt) * Ry(roll), computed in double precision from a
+// rotation whose elements are known to Element_Error. Where the tilt leaves less than 1e-6 between
+// the two other axes, roll may be left out.
+Angle_Rounding Rounding_Of_Pan_Tilt_Roll(const Eigen::Matrix3d& Rotation, double Element_Error);
+
 // Of a length that was narrowed to single precision and multiplied by 100 in it, centimetres.
 double Rounding_Of_Single_Cm(double Metres);
 

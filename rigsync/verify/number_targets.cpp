@@ -67,9 +67,9 @@ Eigen::Matrix3d Aximmetry_Camera_Axes() {
 }
 
 // Position in metres; Rotation from the engine's camera axes into those of the tracker's object.
-Eigen::Isometry3d Below_Object(const Eigen::Vector3d& Position, const Eigen::Matrix3d& Rotation,
-                               const Eigen::Matrix3d& Camera_Axes) {
-  Eigen::Isometry3d Transform_Object_Cam = Eigen::Isometry3d::Identity();
+Eigen::Affine3d Below_Object(const Eigen::Vector3d& Position, const Eigen::Matrix3d& Rotation,
+                             const Eigen::Matrix3d& Camera_Axes) {
+  Eigen::Affine3d Transform_Object_Cam = Eigen::Affine3d::Identity();
   Transform_Object_Cam.linear() = Rotation * Camera_Axes;
   Transform_Object_Cam.translation() = Position;
   return Transform_Object_Cam;
@@ -80,7 +80,7 @@ Composed_Camera Composed_By_UE4(const Values_List& V) {
   const Eigen::Vector3d Position(V.at(0) / Cm_In_Metre, V.at(1) / Cm_In_Metre,
                                  V.at(2) / Cm_In_Metre);
   return {Below_Object(Position, Rz(V.at(5)) * Ry(-V.at(4)) * Rx(-V.at(3)), UE4_Camera_Axes()),
-          std::nullopt};
+          std::nullopt, std::nullopt};
 }
 
 // Values: location X, Y, Z in centimetres; quaternion x, y, z, w.
@@ -88,7 +88,8 @@ Composed_Camera Composed_From_Quaternion(const Values_List& V, const Eigen::Matr
   const Eigen::Vector3d Position(V.at(0) / Cm_In_Metre, V.at(1) / Cm_In_Metre,
                                  V.at(2) / Cm_In_Metre);
   const Eigen::Quaterniond Q(V.at(6), V.at(3), V.at(4), V.at(5));  // w first
-  return {Below_Object(Position, Q.normalized().toRotationMatrix(), Camera_Axes), std::nullopt};
+  return {Below_Object(Position, Q.normalized().toRotationMatrix(), Camera_Axes), std::nullopt,
+          std::nullopt};
 }
 
 Composed_Camera Composed_By_UE5(const Values_List& V) {
@@ -108,7 +109,7 @@ Composed_Camera Composed_By_Aximmetry(const Values_List& V, double Width, double
   const double F = 0.5 * Width / std::tan(0.5 * V.at(6) / Degrees_Per_Radian);
   const Lens Own = {F, F, (0.5 + V.at(7)) * Width, (0.5 - V.at(8)) * Height, 0.0, 0.0};
   return {Below_Object(Position, Ry(V.at(4)) * Rx(V.at(3)) * Rz(V.at(5)), Aximmetry_Camera_Axes()),
-          Own};
+          std::nullopt, Own};
 }
 
 // What the true camera is below the object, from which the roundings follow.

@@ -37,30 +37,32 @@ Eigen::Matrix3d Library_Relabelling() {
       .toRotationMatrix();
 }
 
-// A point of the stage as the solved camera has it, and as it is below the object of the target.
+// A point of the stage for the solved camera, and in the target's scene.
 struct Seen_Point {
-  Eigen::Vector3d Cam, Object;
+  Eigen::Vector3d Cam, Scene;
 };
 
 class Stage {
  public:
   Stage(const Reference_Camera& Reference, const Tracker_Axes& Axes, const Tracker_Sample& Sample)
-      : Transform_Base_Body(Pose(Sample)), Distance(Transform_Base_Body.translation().norm()) {
+      : Rotation_Scene_Base(Axes) {
+    const Eigen::Isometry3d Transform_Base_Body = Pose(Sample);
+    Distance = Transform_Base_Body.translation().norm();
     const Eigen::Isometry3d Transform_Body_Tc(Library_Relabelling().transpose());
     const Eigen::Matrix4d Transform_Base_Tc = (Transform_Base_Body * Transform_Body_Tc).matrix();
     Transform_Cam_Base = Reference.Transform_Cam_Tc * Transform_Base_Tc.inverse();
     Transform_Base_Cam = Transform_Cam_Base.inverse();
     // What brings samples into the scene relabels the stage and the body alike.
-    Rotation_Scene_Base = Axes;
-    Transform_Scene_Object.linear() = Axes * Transform_Base_Body.linear() * Axes.transpose();
-    Transform_Scene_Object.translation() = Axes * Transform_Base_Body.translation();
+    Scene_Object.linear() = Axes * Transform_Base_Body.linear() * Axes.transpose();
+    Scene_Object.translation() = Axes * Transform_Base_Body.translation();
   }
+
+  const Eigen::Affine3d& Transform_Scene_Object() const { return Scene_Object; }
 
   Seen_Point Seen(const Eigen::Vector3d& Point_Cam) const {
     const Eigen::Vector3d Point_Base = (Transform_Base_Cam * Point_Cam.homogeneous()).hnormalized();
-    const Eigen::Vector3d Point_Scene = Rotation_Scene_Base * Point_Base;
     return {(Transform_Cam_Base * Point_Base.homogeneous()).hnormalized(),
-            Transform_Scene_Object.inverse() * Point_Scene};
+            Rotation_Scene_Base * Point_Base};
   }
 
   // The rounding of a point's direction on the way through Base, radians.
@@ -70,11 +72,16 @@ class Stage {
   }
 
  private:
-  Eigen::Isometry3d Transform_Base_Body;
-  double Distance;  // of the body from Base
+  double Distance = 0;  // of the body from Base
   Eigen::Matrix4d Transform_Cam_Base, Transform_Base_Cam;
   Eigen::Matrix3d Rotation_Scene_Base;
-  Eigen::Isometry3d Transform_Scene_Object = Eigen::Isometry3d::Identity();
+  Eigen::Affine3d Scene_Object = Eigen::Affine3d::Identity();
+};
+
+// A camera of the target that stands in its scene.
+struct Standing_Camera {
+  Eigen::Affine3d Transform_Cam_Scene;
+  std::optional<Lens> Own_Lens;
 };
 
 // The cameras that a target makes of its fields as they are, and with each moved up and down.
@@ -104,36 +111,61 @@ Target_Cameras Cameras_Of(const Exported_Camera& Target) {
   return Cameras;
 }
 
+// The same at one pose of the tracker.
+struct Standing_Cameras {
+  struct Moved {
+    Standing_Camera Up, Down;
+    double Part;
+  };
+  Standing_Camera Exported;
+  std::vector<Moved> Fields;
+};
+
+// At the pose of a sample, or at the one that the target has itself.
+Standing_Cameras Standing(const Target_Cameras& Cameras,
+                          const std::optional<Eigen::Affine3d>& Transform_Scene_Object) {
+  const auto Stand = [&](const Composed_Camera& Camera) {
+    const Eigen::Affine3d& At =
+        Transform_Scene_Object ? *Transform_Scene_Object : *Camera.Transform_Scene_Object;
+    return Standing_Camera{(At * Camera.Transform_Object_Cam).inverse(), Camera.Own_Lens};
+  };
+  Standing_Cameras All{Stand(Cameras.Exported), {}};
+  for (const Moved_Camera& Moved : Cameras.Moved) {
+    All.Fields.push_back({Stand(Moved.Up), Stand(Moved.Down), Moved.Part});
+  }
+  return All;
+}
+
 // One column of the comparison: through the solved lens, or through the target's.
 class Comparison {
  public:
   // Without a lens, each camera's own is taken.
-  Comparison(const Exported_Camera& Of, const Target_Cameras& Made, std::optional<Lens> Through,
-             const Lens& Reference)
-      : Target(Of), Cameras(Made), Fixed_Lens(Through), Reference_Lens(Reference) {}
+  Comparison(const Exported_Camera& Of, std::optional<Lens> Through, const Lens& Reference,
+             double Arm_M)
+      : Target(Of), Fixed_Lens(Through), Reference_Lens(Reference), Arm(Arm_M) {}
 
-  Compared_Pixel At(const Seen_Point& Point, double Rounding_Rad) const {
+  Compared_Pixel At(const Standing_Cameras& Cameras, const Seen_Point& Point,
+                    double Rounding_Rad) const {
     Compared_Pixel Compared;
     Compared.Pixel = Projected(Reference_Lens, Point.Cam);
-    const Eigen::Vector2d Shown = Pixel(Cameras.Exported, Point.Object);
+    const Eigen::Vector2d Shown = Pixel(Cameras.Exported, Point.Scene);
     Compared.Px = (Shown - Compared.Pixel).norm();
     double Bound = 0.0;
-    for (const Moved_Camera& Moved : Cameras.Moved) {
-      Bound += Moved.Part * std::max((Pixel(Moved.Up, Point.Object) - Shown).norm(),
-                                     (Pixel(Moved.Down, Point.Object) - Shown).norm());
+    for (const Standing_Cameras::Moved& Moved : Cameras.Fields) {
+      Bound += Moved.Part * std::max((Pixel(Moved.Up, Point.Scene) - Shown).norm(),
+                                     (Pixel(Moved.Down, Point.Scene) - Shown).norm());
     }
     Bound += Moved_By_Turn(Point.Cam, Target.Turn_Rad + Relabelling_Rad + Rounding_Rad);
     // A relabelling turns the camera about the tracker, and so moves it.
-    const double Arm = Cameras.Exported.Transform_Object_Cam.translation().norm();
     Bound += Moved_By_Shift(Point.Cam, Target.Shift_M + Relabelling_Rad * Arm);
     Compared.Allowed_Px = Higher_Orders * Bound;
     return Compared;
   }
 
  private:
-  Eigen::Vector2d Pixel(const Composed_Camera& Camera, const Eigen::Vector3d& Point_Object) const {
+  Eigen::Vector2d Pixel(const Standing_Camera& Camera, const Eigen::Vector3d& Point_Scene) const {
     return Projected(Fixed_Lens ? *Fixed_Lens : *Camera.Own_Lens,
-                     Camera.Transform_Object_Cam.inverse() * Point_Object);
+                     Camera.Transform_Cam_Scene * Point_Scene);
   }
 
   // How far the pixel of a point moves at most when the point moves by Part of Step along any
@@ -164,9 +196,9 @@ class Comparison {
   }
 
   const Exported_Camera& Target;
-  const Target_Cameras& Cameras;
   std::optional<Lens> Fixed_Lens;
   Lens Reference_Lens;
+  double Arm;  // of the camera from the tracker, metres
 };
 
 // How much of its bound a difference takes; infinite for NaN.
@@ -175,18 +207,17 @@ double Share(const Compared_Pixel& Compared) {
   return std::isnan(Part) ? std::numeric_limits<double>::infinity() : Part;
 }
 
-void Add(Compared_Pixel Compared, std::size_t Sample, std::optional<Compared_Pixels>& To) {
+void Add(Compared_Pixel Compared, std::size_t Sample, Compared_Pixels& To) {
   Compared.Sample = Sample;
-  if (!To) To.emplace();
-  if (!(Compared.Px <= To->Worst.Px) && !std::isnan(To->Worst.Px)) To->Worst = Compared;
+  if (!(Compared.Px <= To.Worst.Px) && !std::isnan(To.Worst.Px)) To.Worst = Compared;
   if (Compared.Is_Within()) return;
-  if (!To->Beyond || Share(Compared) > Share(*To->Beyond)) To->Beyond = Compared;
+  if (!To.Beyond || Share(Compared) > Share(*To.Beyond)) To.Beyond = Compared;
 }
 
 }  // namespace
 
 bool Pixel_Proof::Holds() const {
-  return !(Mount && Mount->Beyond) && !(Own_Lens && Own_Lens->Beyond);
+  return !Mount.Beyond && !(Own_Lens && Own_Lens->Beyond);
 }
 
 double Rotation_Defect(const Eigen::Matrix4d& Transform) {
@@ -198,19 +229,30 @@ Pixel_Proof Prove_Pixels(const Reference_Camera& Reference, const Exported_Camer
                          const std::vector<Tracker_Sample>& Samples,
                          const std::vector<Eigen::Vector3d>& Points_Cam) {
   const Target_Cameras Cameras = Cameras_Of(Target);
-  std::optional<Comparison> Mount, Own_Lens;
-  if (Target.Has_Pose) Mount.emplace(Target, Cameras, Reference.Lens_Px, Reference.Lens_Px);
-  if (Target.Lens_Of_Target)
-    Own_Lens.emplace(Target, Cameras, std::nullopt, *Target.Lens_Of_Target);
+  const double Arm = Reference.Transform_Cam_Tc.topRightCorner<3, 1>().norm();
+  const Comparison Mount(Target, Reference.Lens_Px, Reference.Lens_Px, Arm);
+  std::optional<Comparison> Own_Lens;
+  if (Target.Lens_Of_Target) Own_Lens.emplace(Target, std::nullopt, *Target.Lens_Of_Target, Arm);
   Pixel_Proof Proof;
-  for (std::size_t i = 0; i < Samples.size(); ++i) {
-    const Stage At(Reference, Target.Axes, Samples[i]);
+  if (Own_Lens) Proof.Own_Lens.emplace();
+  const auto Prove_At = [&](const Stage& At, const Standing_Cameras& Standing_There,
+                            std::size_t Sample) {
     for (const Eigen::Vector3d& Point_Cam : Points_Cam) {
       const Seen_Point Point = At.Seen(Point_Cam);
       const double Rounding_Rad = At.Rounding_Rad(Point_Cam);
-      if (Mount) Add(Mount->At(Point, Rounding_Rad), i, Proof.Mount);
-      if (Own_Lens) Add(Own_Lens->At(Point, Rounding_Rad), i, Proof.Own_Lens);
+      Add(Mount.At(Standing_There, Point, Rounding_Rad), Sample, Proof.Mount);
+      if (Own_Lens) {
+        Add(Own_Lens->At(Standing_There, Point, Rounding_Rad), Sample, *Proof.Own_Lens);
+      }
     }
+  };
+  for (std::size_t i = 0; i < Samples.size(); ++i) {
+    const Stage At(Reference, Target.Axes, Samples[i]);
+    Prove_At(At, Standing(Cameras, At.Transform_Scene_Object()), i);
+  }
+  if (Target.Own_Sample) {
+    Prove_At(Stage(Reference, Target.Axes, *Target.Own_Sample), Standing(Cameras, std::nullopt),
+             Samples.size());
   }
   return Proof;
 }

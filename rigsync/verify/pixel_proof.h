@@ -20,7 +20,7 @@ namespace rigsync {
 // One comparison: a difference in pixels and the bound of it at the same point.
 struct Compared_Pixel {
   double Px = -1, Allowed_Px = 0;  // nothing compared yet
-  std::size_t Sample = 0;          // index
+  std::size_t Sample = 0;          // index; the number of samples for the target's own one
   Eigen::Vector2d Pixel = Eigen::Vector2d::Zero();
 
   // False for a difference that is NaN, as of a point behind the target's camera.
@@ -34,7 +34,7 @@ struct Compared_Pixels {
 };
 
 struct Pixel_Proof {
-  std::optional<Compared_Pixels> Mount;     // the target's pose, the solved lens
+  Compared_Pixels Mount;                    // the target's pose, the solved lens
   std::optional<Compared_Pixels> Own_Lens;  // the target's pose and its own lens
 
   bool Holds() const;

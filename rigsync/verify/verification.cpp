@@ -3,15 +3,18 @@
 
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/engine/solved_camera.h"
+#include "rigsync/exports/file_target.h"
 #include "rigsync/formats/engine_fields.h"
 #include "rigsync/geometry/transform_list.h"
 #include "rigsync/system/quiet_output.h"
 #include "rigsync/system/usage_error.h"
+#include "rigsync/verify/file_reader.h"
 #include "rigsync/verify/number_targets.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace rigsync {
@@ -66,7 +69,7 @@ struct Proof_Ground {
 };
 
 void Prove(const Exported_Camera& Camera, const Proof_Ground& Ground, Target_Proof& Target) {
-  Target.Axes = Camera.Has_Pose ? Tracker_Axes_Text(Camera.Axes) : "";
+  Target.Axes = Tracker_Axes_Text(Camera.Axes);
   Target.Proof = Prove_Pixels(Ground.Reference, Camera, Ground.Request.Samples.Samples,
                               Ground.Points.Points_Cam);
   if (Camera.Lens_Of_Target) {
@@ -103,6 +106,38 @@ Target_Proof Prove_Numbers(const Engine& Target, const Proof_Ground& Ground) {
   return Made;
 }
 
+// Those of the result; a sensor 36 mm wide where it has none. A size in millimetres is only the
+// unit of the lens.
+std::array<double, 2> Sensor_Of(const Verification_Request& Request, const Solved_Camera& Solved) {
+  constexpr double Full_Frame_Mm = 36.0;
+  return Request.Result.Inputs.Sensor_Size_Mm.value_or(
+      std::array<double, 2>{Full_Frame_Mm, Full_Frame_Mm * Solved.Height / Solved.Width});
+}
+
+Target_Proof Prove_File(const File_Target& Target, const File_Reader& Reader,
+                        const Proof_Ground& Ground) {
+  const Verification_Request& Request = Ground.Request;
+  std::optional<Tracker_Axes> Asked;
+  if (Target.Has_Tracker) Asked = Asked_Axes(Request, Target.Space);
+  const std::array<double, 2> Sensor_Mm = Sensor_Of(Request, Solved_Camera_Of(Request.Result));
+  const Calibration_Inputs& Inputs = Request.Result.Inputs;
+  const File_Text Written = Target.Write({Request.Result_File, Request.Result, Asked, Sensor_Mm,
+                                          std::nullopt, Inputs.Csv, Inputs.Image_Root});
+  Target_Proof Made;
+  Made.Name = Target.Name;
+  Made.Title = Target.Title;
+  const Tracker_Axes Axes = Asked.value_or(Reader.Own_Axes(Request.Result));
+  Prove(Reader.Read(Written.Text, {Request.Result, Axes, Sensor_Mm}), Ground, Made);
+  return Made;
+}
+
+const File_Target* File_Target_Named(const std::string& Name) {
+  for (const File_Target& Target : File_Targets()) {
+    if (Target.Name == Name) return &Target;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 bool Verification::Holds() const {
@@ -136,6 +171,11 @@ Verification Verify_Exports(const Verification_Request& Request) {
   };
   for (const Engine& Target : Engines()) {
     Add(Target.Name, Target.Title, [&] { return Prove_Numbers(Target, Ground); });
+  }
+  for (const File_Reader& Reader : File_Readers()) {
+    const File_Target* Target = File_Target_Named(Reader.Name);
+    if (Target == nullptr) continue;
+    Add(Target->Name, Target->Title, [&] { return Prove_File(*Target, Reader, Ground); });
   }
   if (!Is_Any_Exported && Refusal) throw *Refusal;
   return Made;

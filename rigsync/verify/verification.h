@@ -17,7 +17,7 @@ namespace rigsync {
 
 struct Target_Proof {
   std::string Name, Title;  // of the target
-  std::string Axes;         // of its tracker object, "z, -x, y"; empty for a lens alone
+  std::string Axes;         // of its tracker object, "z, -x, y"
   // Why it could not be exported, as a sentence; the rest is empty then.
   std::string Left_Out;
   Pixel_Proof Proof;

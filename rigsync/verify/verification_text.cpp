@@ -21,9 +21,8 @@ std::string Px_Text(double Px) {
   return fmt::format("{:.2g}", Px);
 }
 
-std::string Column_Text(const std::optional<Compared_Pixels>& Column) {
-  if (!Column) return fmt::format("{:>10}{:>10}", "-", "-");
-  const Compared_Pixel& Shown = Column->Beyond ? *Column->Beyond : Column->Worst;
+std::string Column_Text(const Compared_Pixels& Column) {
+  const Compared_Pixel& Shown = Column.Beyond ? *Column.Beyond : Column.Worst;
   return fmt::format("{:>10}{:>10}", Px_Text(Shown.Px), Px_Text(Shown.Allowed_Px));
 }
 
@@ -66,11 +65,13 @@ std::string Remarks_Text(const Verification& Of) {
 
 std::string Beyond_Text(const std::string& Name, const char* Column, const Proof_Samples& Samples,
                         const Compared_Pixel& At) {
-  return fmt::format(
-      "{}, {}: {} px where {} are allowed, at pixel {:.0f}, {:.0f} of sample {} "
-      "of {}.",
-      Name, Column, Px_Text(At.Px), Px_Text(At.Allowed_Px), At.Pixel.x(), At.Pixel.y(),
-      At.Sample + 1, Samples.Samples.size());
+  const std::size_t Count = Samples.Samples.size();
+  const std::string Sample = At.Sample < Count
+                                 ? fmt::format("sample {} of {}", At.Sample + 1, Count)
+                                 : std::string("the sample in the file");
+  return fmt::format("{}, {}: {} px where {} are allowed, at pixel {:.0f}, {:.0f} of {}.", Name,
+                     Column, Px_Text(At.Px), Px_Text(At.Allowed_Px), At.Pixel.x(), At.Pixel.y(),
+                     Sample);
 }
 
 std::string Verdict_Text(const Verification& Of, bool In_Colour) {
@@ -83,8 +84,8 @@ std::string Verdict_Text(const Verification& Of, bool In_Colour) {
   std::string Text = Folded("BEYOND the rounding of the exported numbers:", 2);
   for (const Target_Proof& Target : Of.Targets) {
     const Pixel_Proof& Proof = Target.Proof;
-    if (Proof.Mount && Proof.Mount->Beyond) {
-      Text += Folded(Beyond_Text(Target.Name, "mount", Of.Samples, *Proof.Mount->Beyond), 2);
+    if (Proof.Mount.Beyond) {
+      Text += Folded(Beyond_Text(Target.Name, "mount", Of.Samples, *Proof.Mount.Beyond), 2);
     }
     if (Proof.Own_Lens && Proof.Own_Lens->Beyond) {
       Text += Folded(Beyond_Text(Target.Name, "own lens", Of.Samples, *Proof.Own_Lens->Beyond), 2);
@@ -93,23 +94,23 @@ std::string Verdict_Text(const Verification& Of, bool In_Colour) {
   return Painted_Lines(Style::Bad, Text, In_Colour);
 }
 
-Json Column_Json(const std::optional<Compared_Pixels>& Column) {
-  if (!Column) return nullptr;
-  const Compared_Pixel& Shown = Column->Beyond ? *Column->Beyond : Column->Worst;
+Json Column_Json(const Compared_Pixels& Column) {
+  const Compared_Pixel& Shown = Column.Beyond ? *Column.Beyond : Column.Worst;
   return {{"px", Shown.Px},
           {"allowed_px", Shown.Allowed_Px},
-          {"holds", !Column->Beyond},
+          {"holds", !Column.Beyond},
           {"pixel", {Shown.Pixel.x(), Shown.Pixel.y()}},
           {"sample", Shown.Sample}};
 }
 
 Json Target_Json(const Target_Proof& Target) {
+  const bool Is_Exported = Target.Left_Out.empty();
   return {{"target", Target.Name},
-          {"exported", Target.Left_Out.empty()},
-          {"reason", Target.Left_Out.empty() ? Json(nullptr) : Json(Target.Left_Out)},
-          {"tracker_axes", Target.Axes.empty() ? Json(nullptr) : Json(Target.Axes)},
-          {"mount", Column_Json(Target.Proof.Mount)},
-          {"own_lens", Column_Json(Target.Proof.Own_Lens)},
+          {"exported", Is_Exported},
+          {"reason", Is_Exported ? Json(nullptr) : Json(Target.Left_Out)},
+          {"tracker_axes", Is_Exported ? Json(Target.Axes) : Json(nullptr)},
+          {"mount", Is_Exported ? Column_Json(Target.Proof.Mount) : Json(nullptr)},
+          {"own_lens", Target.Proof.Own_Lens ? Column_Json(*Target.Proof.Own_Lens) : Json(nullptr)},
           {"notes", Target.Notes}};
 }
 
@@ -127,9 +128,10 @@ std::string Verification_Text(const Verification& Of, const std::filesystem::pat
       Text += fmt::format("  {:<14}{}\n", Target.Name, "not exported");
       continue;
     }
-    Text +=
-        fmt::format("  {:<14}{:<14}{}{}\n", Target.Name, Target.Axes.empty() ? "-" : Target.Axes,
-                    Column_Text(Target.Proof.Mount), Column_Text(Target.Proof.Own_Lens));
+    const std::optional<Compared_Pixels>& Own_Lens = Target.Proof.Own_Lens;
+    Text += fmt::format("  {:<14}{:<14}{}{}\n", Target.Name, Target.Axes,
+                        Column_Text(Target.Proof.Mount),
+                        Own_Lens ? Column_Text(*Own_Lens) : fmt::format("{:>10}{:>10}", "-", "-"));
   }
   return Text + Remarks_Text(Of) + "\n" + Verdict_Text(Of, In_Colour);
 }

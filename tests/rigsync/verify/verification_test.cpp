@@ -40,8 +40,7 @@ TEST(Verification, EveryTargetOfNumbersIsProven) {
   for (const rigsync::Engine& Target : rigsync::Engines()) {
     const Target_Proof& Proof = Named(Of, Target.Name);
     EXPECT_EQ(Proof.Left_Out, "");
-    ASSERT_TRUE(Proof.Proof.Mount);
-    EXPECT_GE(Proof.Proof.Mount->Worst.Px, 0.0);
+    EXPECT_GE(Proof.Proof.Mount.Worst.Px, 0.0);
     EXPECT_EQ(Proof.Axes, rigsync::Tracker_Axes_Text(Target.Library_Axes));
   }
   EXPECT_GT(Of.Points.Points_Cam.size(), 300u);
@@ -60,7 +59,6 @@ TEST(Verification, AnEngineOfTheOtherHandIsLeftOut) {
   EXPECT_TRUE(Of.Holds());
   EXPECT_EQ(Named(Of, "ue4").Left_Out, "");
   EXPECT_THAT(Named(Of, "ue5").Left_Out, HasSubstr("left-handed"));
-  EXPECT_FALSE(Named(Of, "ue5").Proof.Mount);
 }
 
 TEST(Verification, AxesThatNoTargetCanHaveAreRefused) {
@@ -88,8 +86,8 @@ TEST(Verification, AMountNearALockIsToldAbout) {
   const Verification Of = Verified(Result);
   EXPECT_TRUE(Of.Holds());
   EXPECT_THAT(Named(Of, "ue4").Notes, ElementsAre(HasSubstr("gimbal lock")));
-  EXPECT_GT(Named(Of, "ue4").Proof.Mount->Worst.Allowed_Px,
-            10.0 * Named(Of, "ue5").Proof.Mount->Worst.Allowed_Px);
+  EXPECT_GT(Named(Of, "ue4").Proof.Mount.Worst.Allowed_Px,
+            10.0 * Named(Of, "ue5").Proof.Mount.Worst.Allowed_Px);
   EXPECT_TRUE(Named(Verified(Result, "z-up"), "ue4").Notes.empty());
 }
 

@@ -67,6 +67,12 @@ TEST(VerificationText, ADifferenceBeyondItsBoundIsToldWithItsPlace) {
                           HasSubstr("sample 3 of\n  3."), Not(HasSubstr("Every exported"))));
 }
 
+TEST(VerificationText, TheSampleOfAFileIsNamedSo) {
+  Verification Of = Three_Targets();
+  Of.Targets[1].Proof.Mount.Beyond = Compared_Pixel{7.5, 0.01, 3, {100.0, 200.0}};
+  EXPECT_THAT(Text_Of(Of), HasSubstr("pixel 100, 200 of the sample in\n  the file."));
+}
+
 TEST(VerificationText, PixelsWithoutAPointAreCounted) {
   Verification Of = Three_Targets();
   Of.Points.Unseen = 4;
@@ -75,7 +81,7 @@ TEST(VerificationText, PixelsWithoutAPointAreCounted) {
 
 TEST(VerificationText, JsonHasEveryTargetAndNullForWhatIsNoNumber) {
   Verification Of = Three_Targets();
-  Of.Targets[0].Proof.Mount->Beyond = Compared_Pixel{std::nan(""), 0.01, 2, {100.0, 200.0}};
+  Of.Targets[0].Proof.Mount.Beyond = Compared_Pixel{std::nan(""), 0.01, 2, {100.0, 200.0}};
   const auto Root = nlohmann::json::parse(
       rigsync::Verification_Json(Of, "/r/result.json", Solution_Choice::Library));
   EXPECT_EQ(Root["result"], "/r/result.json");
@@ -96,6 +102,7 @@ TEST(VerificationText, JsonHasEveryTargetAndNullForWhatIsNoNumber) {
   EXPECT_EQ(Targets[2]["exported"], false);
   EXPECT_EQ(Targets[2]["reason"], "code 3. Locked.");
   EXPECT_TRUE(Targets[2]["tracker_axes"].is_null());
+  EXPECT_TRUE(Targets[2]["mount"].is_null());
 }
 
 }  // namespace
