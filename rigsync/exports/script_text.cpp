@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <sstream>
-#include <stdexcept>
 
 namespace rigsync {
 namespace {
@@ -53,18 +52,6 @@ const char* const Numbers_End = "# ---- end of the numbers";
 std::string Numbers_Assignment(const Json& Numbers) {
   return std::string("NUMBERS = (\n") + Numbers_Begin + "\n" + Indented(Numbers, 0) + "\n" +
          Numbers_End + "\n)\n";
-}
-
-Json Numbers_In(const std::string& Script) {
-  const std::string Begin = std::string("\n") + Numbers_Begin + "\n";
-  const std::string End = std::string("\n") + Numbers_End + "\n";
-  const std::size_t First = Script.find(Begin);
-  const std::size_t Last = Script.find(End);
-  if (First == std::string::npos || Last == std::string::npos || Last < First + Begin.size()) {
-    throw std::runtime_error("a script without the lines around its numbers");
-  }
-  const std::size_t At = First + Begin.size();
-  return Json::parse(Script.substr(At, Last - At));
 }
 
 Json Axes_Words(const Tracker_Axes& Axes) {

@@ -22,9 +22,6 @@ extern const char* const Numbers_End;
 // on one line.
 std::string Numbers_Assignment(const nlohmann::ordered_json& Numbers);
 
-// The object that a script holds. Throws std::runtime_error for a text without it.
-nlohmann::ordered_json Numbers_In(const std::string& Script);
-
 // ["z", "-x", "y"]
 nlohmann::ordered_json Axes_Words(const Tracker_Axes& Axes);
 

@@ -6,6 +6,7 @@
 
 #include "rigsync/exports/script_text.h"
 #include "rigsync/system/usage_error.h"
+#include "tests/rigsync/exports/script_numbers.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -45,7 +46,7 @@ File_Request Request_Of(const Calibration_Result& Result) {
 }
 
 Json Numbers_Of(const File_Request& Request) {
-  return rigsync::Numbers_In(rigsync::Write_Blender_Script(Request).Text);
+  return Numbers_In(rigsync::Write_Blender_Script(Request).Text);
 }
 
 TEST(BlenderScript, ThePrincipalPointIsAShiftFromTheFramesCentre) {
@@ -85,7 +86,7 @@ TEST(BlenderScript, TheFocalLengthIsThatOfTheStatedSensor) {
 TEST(BlenderScript, WithoutASensorItIs36MmWideAndTheFileSaysSo) {
   const Calibration_Result Result = Result_Of();
   const File_Text Written = rigsync::Write_Blender_Script(Request_Of(Result));
-  const Json Numbers = rigsync::Numbers_In(Written.Text);
+  const Json Numbers = Numbers_In(Written.Text);
   EXPECT_EQ(Numbers["sensor_width_mm"].get<double>(), 36.0);
   EXPECT_EQ(Numbers["sensor_height_mm"].get<double>(), 20.25);
   EXPECT_NEAR(Numbers["lens_mm"].get<double>(), 27.0, Rounding);
@@ -119,7 +120,7 @@ TEST(BlenderScript, OtherAxesOfTheTrackerTurnTheCameraBelowIt) {
   File_Request Request = Request_Of(Result);
   Request.Axes = rigsync::Tracker_Axes{{1, 0, 0}, {0, 0, -1}, {0, 1, 0}};
   const File_Text Written = rigsync::Write_Blender_Script(Request);
-  const Json Numbers = rigsync::Numbers_In(Written.Text);
+  const Json Numbers = Numbers_In(Written.Text);
   EXPECT_EQ(Numbers["tracker_axes"], Json({"x", "-z", "y"}));
   EXPECT_EQ(Numbers["location_m"], Json({0.1, -0.2, 0.3}));
   // It looks along -z of the object with -y up: half a turn about z.
@@ -142,7 +143,7 @@ TEST(BlenderScript, DistortionIsLeftToOthersAndTheWorstOfItIsTold) {
   EXPECT_NEAR(Px, 56.9, 0.05);
   EXPECT_THAT(Written.Warnings[0], HasSubstr("by up to 56.9 pixels"));
   EXPECT_THAT(Written.Text, HasSubstr("# Blender's camera has no distortion."));
-  const Json Numbers = rigsync::Numbers_In(Written.Text);
+  const Json Numbers = Numbers_In(Written.Text);
   EXPECT_EQ(Numbers["k1"].get<double>(), -0.1);
   EXPECT_EQ(Numbers["k2"].get<double>(), 0.05);
 }
@@ -167,7 +168,7 @@ TEST(BlenderScript, NoFileNameCanEndTheLiteral) {
   const std::string Name = std::string("a\"\n") + rigsync::Numbers_End + "\nimport os #";
   Request.Result_File = Name;
   const std::string Script = rigsync::Write_Blender_Script(Request).Text;
-  EXPECT_EQ(rigsync::Numbers_In(Script)["result"], Name);
+  EXPECT_EQ(Numbers_In(Script)["result"], Name);
   EXPECT_EQ(Script.find("\nimport os"), std::string::npos);
 }
 

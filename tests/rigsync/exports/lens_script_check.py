@@ -31,6 +31,7 @@ LOCATION_ROUNDING = 4e-6
 
 # Of body axes to those of the object that moves with the tracker.
 UE4_AXES = [[0, 0, 1], [-1, 0, 0], [0, 1, 0]]
+STREAM_AXES = [[0, 1, 0], [1, 0, 0], [0, 0, 1]]
 Z_UP_AXES = [[1, 0, 0], [0, -1, 0], [0, 0, 1]]
 
 # The engine's camera in Cam, by columns: x along the view, y right, z up.
@@ -92,7 +93,7 @@ def pose_in_tracker(root, axes):
 
 
 def result(folder, name, size=(1920, 1080), focal=(1490.0, 1501.0), centre=(970.25, 525.5),
-           shift=(0.061, -0.14, -0.079)):
+           shift=(0.061, -0.14, -0.079), labels=None):
     """A result.json with a mount that is turned about all axes."""
     rotation = product(turn("y", 31.0), turn("x", -17.0), turn("z", 112.0))
     pose = [n for row, last in zip(rotation, shift) for n in row + [last]] + [0, 0, 0, 1]
@@ -101,7 +102,8 @@ def result(folder, name, size=(1920, 1080), focal=(1490.0, 1501.0), centre=(970.
                      "norm_fxy": [focal[0] / size[0], focal[1] / size[1]],
                      "norm_cxy": [centre[0] / size[0], centre[1] / size[1]],
                      "distortion": [-0.0931, 0.0312, 0, 0, 0]},
-            "transform_cam_tc": pose}
+            "transform_cam_tc": pose,
+            "inputs": {"camera_tracker_axes": labels}}
     path = folder / name
     path.write_text(json.dumps(root))
     return path, root
@@ -204,6 +206,14 @@ def check_axes(folder):
     check_point(points[(0.0, 0.0)], root, Z_UP_AXES, size=(1080, 1920), centre=(551.0, 940.0))
 
 
+def check_axes_of_a_stream(folder):
+    """x right, y forward, z up: the engine's object has x forward, y right, z up."""
+    path, root = result(folder, "result.json", labels="right_forward_up")
+    script = folder / "lens.py"
+    rigsync("export", path, "--to", "unreal-lens", "-o", script)
+    check_point(points_of(run_script(script)[1:-1])[(0.0, 0.0)], root, STREAM_AXES)
+
+
 def check_table(folder):
     """Three results in any order become points by focus and zoom, in one run."""
     wide = {"focal": (1490.0, 1501.0), "centre": (970.25, 525.5)}
@@ -278,6 +288,7 @@ def main():
         folder = pathlib.Path(folder)
         check_one_result(folder)
         check_axes(folder)
+        check_axes_of_a_stream(folder)
         check_table(folder)
         check_asset_of_another_kind(folder)
     print("the scripts hand the LensFile what was computed")

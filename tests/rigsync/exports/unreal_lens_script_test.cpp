@@ -4,7 +4,7 @@
 // scripts.
 #include "rigsync/exports/unreal_lens_script.h"
 
-#include "rigsync/exports/script_text.h"
+#include "tests/rigsync/exports/script_numbers.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -45,7 +45,7 @@ File_Request Request_Of(const Calibration_Result& Result) {
 }
 
 Json Point_Of(const File_Request& Request) {
-  const Json Numbers = rigsync::Numbers_In(rigsync::Write_Unreal_Lens_Script(Request).Text);
+  const Json Numbers = Numbers_In(rigsync::Write_Unreal_Lens_Script(Request).Text);
   EXPECT_THAT(Numbers["points"], SizeIs(1));
   return Numbers["points"][0];
 }
@@ -69,7 +69,7 @@ TEST(UnrealLensScript, NormalisedNumbersAreFromTheFramesCorner) {
 TEST(UnrealLensScript, WithoutLabelsTheAxesAreThoseOfUE4AndAWarningSaysSo) {
   const Calibration_Result Result = Worked_Result();
   const File_Text Written = rigsync::Write_Unreal_Lens_Script(Request_Of(Result));
-  const Json Numbers = rigsync::Numbers_In(Written.Text);
+  const Json Numbers = Numbers_In(Written.Text);
   EXPECT_EQ(Numbers["tracker_axes"], Json({"z", "-x", "y"}));
   Expect_Near(Numbers["points"][0]["location_cm"], {20.0, -10.0, 30.0}, Centimetre_Rounding);
   EXPECT_THAT(Written.Warnings, Contains(HasSubstr("are those of --to ue4")));
@@ -81,7 +81,7 @@ TEST(UnrealLensScript, KnownLabelsKeepTheAxesAsTheyWereTracked) {
   Calibration_Result Result = Worked_Result();
   Result.Inputs.Camera_Labels = rigsync::Body_Labels::Right_Forward_Up;
   const File_Text Written = rigsync::Write_Unreal_Lens_Script(Request_Of(Result));
-  const Json Numbers = rigsync::Numbers_In(Written.Text);
+  const Json Numbers = Numbers_In(Written.Text);
   EXPECT_EQ(Numbers["tracker_axes"], Json({"y", "x", "z"}));
   Expect_Near(Numbers["points"][0]["location_cm"], {30.0, 10.0, 20.0}, Centimetre_Rounding);
   // It looks along the object's -x with z up: half a turn about z.
@@ -108,7 +108,7 @@ TEST(UnrealLensScript, OneResultWithoutLabelsIsEnoughNotToKnowThem) {
   const File_Text Written = rigsync::Unreal_Lens_Script(
       {{"a.json", Known, {0.0, 24.0}}, {"b.json", Unknown, {0.5, 70.0}}}, std::nullopt,
       std::nullopt);
-  const Json Numbers = rigsync::Numbers_In(Written.Text);
+  const Json Numbers = Numbers_In(Written.Text);
   EXPECT_EQ(Numbers["tracker_axes"], Json({"z", "-x", "y"}));
   ASSERT_THAT(Numbers["points"], SizeIs(2));
   EXPECT_EQ(Numbers["points"][0]["result"], "a.json");
@@ -139,7 +139,7 @@ TEST(UnrealLensScript, WithoutASensorItIs36MmWideAndTheFileSaysSo) {
   File_Request Request = Request_Of(Result);
   Request.Sensor_Mm.reset();
   const File_Text Written = rigsync::Write_Unreal_Lens_Script(Request);
-  const Json Numbers = rigsync::Numbers_In(Written.Text);
+  const Json Numbers = Numbers_In(Written.Text);
   EXPECT_EQ(Numbers["sensor_dimensions_mm"], Json({36.0, 20.25}));
   EXPECT_THAT(Written.Warnings, Contains(AllOf(HasSubstr("36 mm"), HasSubstr("--sensor"))));
   EXPECT_THAT(Written.Text, HasSubstr("# The size of the sensor is not known"));
