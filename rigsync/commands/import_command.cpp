@@ -376,6 +376,7 @@ void Add_Take_Flags(CLI::App& Command, Import_Arguments& Arguments) {
                   "may be repeated")
       ->type_name("TEXT")
       ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->allow_extra_args(false);
 }
 

@@ -83,7 +83,9 @@ TEST_F(Import_Command, NamesTheKeyOfTheStageFileWhoseAxesAreNotThoseOfATake) {
 
 TEST_F(Import_Command, RefusesFlagsForRecordingsWithAFileOfATrackingSystem) {
   for (const std::vector<std::string>& Flag :
-       {std::vector<std::string>{"--ignore-checksum"}, {"--lost-status", "occluded"}}) {
+       {std::vector<std::string>{"--ignore-checksum"},
+        {"--lost-status", "occluded"},
+        {"--lost-status", "occluded", "--lost-status", "out of range"}}) {
     const Finished Done = Import(Flag);
     EXPECT_EQ(Done.Status, 2) << Flag[0];
     EXPECT_THAT(Done.Said, HasSubstr(Flag[0] + ": it is for recordings of 'rigsync record'"));
