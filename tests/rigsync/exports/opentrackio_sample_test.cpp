@@ -134,6 +134,13 @@ TEST(OpentrackioSample, StraightUpAndDownRollIsZeroAndPanHoldsTheTurn) {
   const auto Near = [](double Value) { return testing::DoubleNear(Value, 1e-9); };
   EXPECT_THAT(rigsync::Pan_Tilt_Roll_Of(Up), ElementsAre(Near(30), Near(90), 0));
   EXPECT_THAT(rigsync::Pan_Tilt_Roll_Of(Down), ElementsAre(Near(30), Near(-90), 0));
+  Solved_Rig Random;
+  for (int i = 0; i < 100; ++i) {
+    const double Turn_Deg = 180 * Random.Deviate();
+    const Eigen::Quaterniond Upright = rigsync::Pan_Tilt_Roll(Turn_Deg, 90, 0);
+    EXPECT_THAT(rigsync::Pan_Tilt_Roll_Of(Upright.toRotationMatrix()),
+                ElementsAre(Near(Turn_Deg), Near(90), 0));
+  }
 }
 
 // Pixels of 0.02 mm. F = 0.02 * 1440 = 28.8; the image's centre is at (959.5, 539.5).

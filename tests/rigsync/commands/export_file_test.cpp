@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// 'rigsync export' to targets that are files, as a user calls it on a result of this version. What
+// the files hold is the matter of tests/rigsync/exports.
+#include "tests/rigsync/support/program.h"
+#include "tests/support/scratch_folder.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+// One result for all tests: a run takes seconds.
+class ExportFile : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    Scratch = std::make_unique<Scratch_Folder>();
+    const Finished Run =
+        Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Scratch->Path() / "result"));
+    ASSERT_EQ(Run.Status, 0) << Run.Error;
+  }
+  static void TearDownTestSuite() { Scratch.reset(); }
+
+  static Finished Export(const std::string& Target, std::vector<std::string> More = {}) {
+    std::vector<std::string> Arguments = {
+        "export", (Scratch->Path() / "result" / "result.json").string(), "--to", Target};
+    Arguments.insert(Arguments.end(), More.begin(), More.end());
+    return Rigsync(Arguments);
+  }
+
+  static std::string File(const std::string& Name) { return (Scratch->Path() / Name).string(); }
+
+  static std::unique_ptr<Scratch_Folder> Scratch;
+};
+
+std::unique_ptr<Scratch_Folder> ExportFile::Scratch;
+
+TEST_F(ExportFile, GoesToTheNamedFileOrToStandardOutput) {
+  const std::tuple<std::string, std::vector<std::string>, std::string, std::string> Targets[] = {
+      {"opentrackio", {"--sensor", "36x27"}, "OpenTrackIO 1.0.1", "{\n  \"protocol\": {"},
+      {"opencv", {}, "YAML of OpenCV", "%YAML:1.0\n---\ncalibration_time: \""},
+      {"kalibr", {}, "camchain of Kalibr", "cam0:\n  T_cam_imu:\n"},
+      {"corners", {}, "corners.vnl of mrcal", "## rigsync: the board of 7x5 inner corners in 14"}};
+  for (const auto& [Target, Flags, Title, Begin] : Targets) {
+    const Finished Shown = Export(Target, Flags);
+    EXPECT_EQ(Shown.Status, 0) << Shown.Error;
+    EXPECT_THAT(Shown.Output, StartsWith(Begin));
+    std::vector<std::string> With_File = Flags;
+    With_File.insert(With_File.end(), {"-o", File(Target)});
+    const Finished Written = Export(Target, With_File);
+    EXPECT_EQ(Written.Status, 0) << Written.Error;
+    EXPECT_EQ(Written.Output, Title + ": " + File(Target) + "\n");
+    EXPECT_EQ(Read_Text(File(Target)), Shown.Output);
+  }
+}
+
+// The images of the run and the capture's CSV are where they were, so every row has its poses.
+TEST_F(ExportFile, HasTheRowsThatTheRunKept) {
+  const nlohmann::json Result = Read_Json(Scratch->Path() / "result" / "result.json");
+  const Finished Shown = Export("opencv");
+  EXPECT_EQ(Shown.Error, "");
+  for (const auto& Image : Result["images"]["kept"]) {
+    EXPECT_THAT(Shown.Output, HasSubstr("image: \"" + Image["image"].get<std::string>() + "\"\n"));
+  }
+  for (const auto& Image : Result["images"]["dropped"]) {
+    EXPECT_THAT(Shown.Output, Not(HasSubstr(Image["image"].get<std::string>())));
+  }
+}
+
+TEST_F(ExportFile, TakesACaptureThatWasMovedAndNoRowsOfOneThatWasChanged) {
+  const std::string Csv = Read_Text(Capture_File("capture.csv"));
+  const Finished Moved = Export("opencv", {"--capture", Scratch->Write("moved.csv", Csv)});
+  EXPECT_EQ(Moved.Status, 0);
+  EXPECT_EQ(Moved.Error, "");
+  EXPECT_EQ(Moved.Output, Export("opencv").Output);
+  const Finished Changed =
+      Export("opencv", {"--capture", Scratch->Write("changed.csv", Csv + "\n")});
+  EXPECT_EQ(Changed.Status, 0);
+  EXPECT_THAT(Changed.Said, HasSubstr("changed.csv is not the file that the result was made from"));
+  EXPECT_THAT(Changed.Output, testing::EndsWith("rows: []\n"));
+}
+
+TEST_F(ExportFile, RefusesFlagsThatMeanNothingForIt) {
+  const auto Refused = [](const std::string& Target, const std::vector<std::string>& Flags,
+                          const std::string& Text) {
+    const Finished Done = Export(Target, Flags);
+    EXPECT_EQ(Done.Status, 2) << Target << " " << Flags.front();
+    EXPECT_EQ(Done.Output, "");
+    EXPECT_THAT(Done.Said, HasSubstr(Text));
+  };
+  Refused("kalibr", {"--json"}, "--json: the export to camchain of Kalibr has no use for it");
+  Refused("kalibr", {"--out", "."}, "--out: the export to camchain of Kalibr has no use for it");
+  for (const char* const Target : {"opencv", "kalibr", "corners"}) {
+    Refused(Target, {"--tracker-axes", "z-up"}, "--tracker-axes: the export to ");
+  }
+  for (const char* const Target : {"opentrackio", "opencv", "kalibr", "corners"}) {
+    Refused(Target, {"--sensor", "36x27", "--zoom", "35"}, "--focus, --zoom: the export to ");
+  }
+  Refused("opentrackio", {"--output", File("s.json")}, "--sensor: missing.");
+  Refused("opentrackio", {"--sensor", "36x27", "--tracker-axes", "x,y,-z"}, "left-handed");
+  EXPECT_FALSE(fs::exists(File("s.json")));
+}
+
+TEST_F(ExportFile, AFileThatCannotBeWrittenIsNamed) {
+  const Finished Done = Export("kalibr", {"-o", File("none/camchain.yaml")});
+  EXPECT_EQ(Done.Status, 2);
+  EXPECT_THAT(Done.Said, AllOf(HasSubstr("--output "), HasSubstr("none/camchain.yaml")));
+}
+
+}  // namespace
