@@ -145,6 +145,13 @@ nlohmann::json Tracker_Axes_Of(const fs::path& Folder) {
   return Read_Json(Folder / "result" / "result.json")["inputs"].at("camera_tracker_axes");
 }
 
+// With the axes that the tracked body has, which a left-handed engine can have only where they are
+// known.
+Finished Export_As_Tracked(const fs::path& Folder) {
+  return Rigsync({"export", (Folder / "result" / "result.json").string(), "--to", "ue4",
+                  "--tracker-axes", "as-tracked"});
+}
+
 std::vector<std::string> Photographs_Of(const fs::path& Folder) {
   return {"--images", (Folder / "images").string(), "--times", (Folder / "times.csv").string()};
 }
@@ -174,6 +181,7 @@ TEST_P(Roads_From, ATakeAndPhotographsLeadToTheRowsOfTheCaptureAndTheNumbersOfAn
   EXPECT_THAT(Calibrated.Output, HasSubstr("Unreal Engine 5: the camera as seen from its tracker"));
   // Only a stream says how its axes are labelled.
   EXPECT_TRUE(Tracker_Axes_Of(Folder).is_null());
+  EXPECT_THAT(Export_As_Tracked(Folder).Said, HasSubstr("does not say which way they point"));
 }
 
 std::string Test_Name(const testing::TestParamInfo<Road>& Info) {
@@ -301,6 +309,8 @@ TEST(Road, FromAStreamOfOpentrackioLeadsToTheNumbersOfAnEngine) {
   EXPECT_EQ(Calibrated.Status, 0) << Calibrated.Error << Calibrated.Output;
   EXPECT_THAT(Calibrated.Output, HasSubstr("Unreal Engine 5: the camera as seen from its tracker"));
   EXPECT_EQ(Tracker_Axes_Of(Folder), "right_forward_up");
+  const Finished Exported = Export_As_Tracked(Folder);
+  EXPECT_EQ(Exported.Status, 0) << Exported.Error;
 }
 
 // FreeD has 1/64 mm and 1/32768 degree, three angles to a rotation. Its times are those of
