@@ -141,6 +141,15 @@ struct Transform_Chain {
   std::string Notes;
 };
 
+// The format has z up, and what is up in a tracking system is known only where somebody said so.
+void Warn_Of_Unknown_Axes(const File_Request& Request, std::vector<std::string>& Warnings) {
+  const bool Is_Known = Request.Result.Inputs.Camera_Labels == Body_Labels::Right_Forward_Up;
+  if (Request.Axes || Is_Known) return;
+  Warnings.emplace_back(
+      "the transforms have the axes of the tracking system, and in OpenTrackIO z is up. Say "
+      "--tracker-axes z-up if it is so, or --tracker-axes y-up if y is up");
+}
+
 Transform_Chain Chain_Of(const File_Request& Request, const Solved_Camera& Camera,
                          std::vector<std::string>& Warnings) {
   const Tracker_Axes Axes = Request.Axes.value_or(Tracker_Axes(Tracker_Axes::Identity()));
@@ -207,6 +216,7 @@ File_Text Write_Opentrackio(const File_Request& Request) {
   Written.Warnings.emplace_back(
       "entrancePupilOffset is 0: the camera's origin in this sample is the entrance pupil itself, "
       "where the solve found it. Add no offset of the lens to it");
+  Warn_Of_Unknown_Axes(Request, Written.Warnings);
   const Transform_Chain Chain = Chain_Of(Request, Camera, Written.Warnings);
   Json Sample;
   Sample["protocol"] = {{"name", "OpenTrackIO"}, {"version", {1, 0, 1}}};

@@ -34,7 +34,9 @@ constexpr std::array<double, 2> Sensor_Mm = {38.4, 21.6};
 
 File_Text Sample_Of(const rigsync::Calibration_Result& Result,
                     std::optional<rigsync::Tracker_Axes> Axes = {}) {
-  File_Request Request = Request_For(Result);
+  rigsync::Calibration_Result Of_A_Stream = Result;
+  Of_A_Stream.Inputs.Camera_Labels = rigsync::Body_Labels::Right_Forward_Up;
+  File_Request Request = Request_For(Of_A_Stream);
   Request.Sensor_Mm = Sensor_Mm;
   Request.Axes = Axes;
   return rigsync::Write_Opentrackio(Request);
@@ -233,6 +235,17 @@ TEST(OpentrackioSample, ThePupilIsSaidToBeTheOrigin) {
   const Scratch_Folder Scratch;
   EXPECT_THAT(Sample_Of(Solved_Rig().Write(Scratch)).Warnings,
               ElementsAre(HasSubstr("entrancePupilOffset is 0")));
+}
+
+TEST(OpentrackioSample, AsksWhichAxisIsUpWhereNobodyHasSaid) {
+  const Scratch_Folder Scratch;
+  const auto Result = Solved_Rig().Write(Scratch);  // of an unknown tracking system
+  File_Request Request = Request_For(Result);
+  Request.Sensor_Mm = Sensor_Mm;
+  const auto Asked = HasSubstr("Say --tracker-axes z-up if it is so, or --tracker-axes y-up");
+  EXPECT_THAT(rigsync::Write_Opentrackio(Request).Warnings, testing::Contains(Asked));
+  Request.Axes = rigsync::Tracker_Axes(rigsync::Tracker_Axes::Identity());
+  EXPECT_THAT(rigsync::Write_Opentrackio(Request).Warnings, Not(testing::Contains(Asked)));
 }
 
 std::string Text_Without_Capture(const Scratch_Folder& Scratch, const std::string& Why) {
