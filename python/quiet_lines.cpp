@@ -7,7 +7,10 @@
 namespace rigsync {
 namespace {
 
-thread_local bool Is_Quiet = false;
+bool& Is_Quiet() {
+  thread_local bool Thread_Is_Quiet = false;
+  return Thread_Is_Quiet;
+}
 
 // Hands everything on at once, so it holds nothing that threads could mix up.
 class Thread_Filter : public std::streambuf {
@@ -16,15 +19,15 @@ class Thread_Filter : public std::streambuf {
 
  protected:
   int_type overflow(int_type Letter) override {
-    if (Is_Quiet || traits_type::eq_int_type(Letter, traits_type::eof())) {
+    if (Is_Quiet() || traits_type::eq_int_type(Letter, traits_type::eof())) {
       return traits_type::not_eof(Letter);
     }
     return To.sputc(traits_type::to_char_type(Letter));
   }
   std::streamsize xsputn(const char* Text, std::streamsize Size) override {
-    return Is_Quiet ? Size : To.sputn(Text, Size);
+    return Is_Quiet() ? Size : To.sputn(Text, Size);
   }
-  int sync() override { return Is_Quiet ? 0 : To.pubsync(); }
+  int sync() override { return Is_Quiet() ? 0 : To.pubsync(); }
 
  private:
   std::streambuf& To;
@@ -32,24 +35,23 @@ class Thread_Filter : public std::streambuf {
 
 // Never removed and never destroyed: std::cout is flushed after everything else is gone.
 void Filter_Standard_Output() {
-  // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): belongs to std::cout from here on
-  static std::streambuf* const Filter = [] {
-    auto* const New = new Thread_Filter(*std::cout.rdbuf());
-    std::cout.rdbuf(New);
-    return New;
+  static const bool Is_Filtered = [] {
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): belongs to std::cout from here on
+    std::cout.rdbuf(new Thread_Filter(*std::cout.rdbuf()));
+    return true;
   }();
-  static_cast<void>(Filter);
+  static_cast<void>(Is_Filtered);
 }
 
 }  // namespace
 
-Quiet_Lines::Quiet_Lines(bool Quiet) : Was_Quiet(Is_Quiet) {
+Quiet_Lines::Quiet_Lines(bool Quiet) : Was_Quiet(Is_Quiet()) {
   Filter_Standard_Output();
-  Is_Quiet = Is_Quiet || Quiet;
+  Is_Quiet() = Was_Quiet || Quiet;
 }
 
 Quiet_Lines::~Quiet_Lines() {
-  Is_Quiet = Was_Quiet;
+  Is_Quiet() = Was_Quiet;
 }
 
 }  // namespace rigsync
