@@ -3,6 +3,7 @@
 // rigsync._core: the calls as Python sees them. Each converts its arguments, gives up Python's lock
 // while it works, and returns plain values, which the package's Python sources give their names.
 #include "python/capture_calls.h"
+#include "python/file_calls.h"
 #include "python/library_calls.h"
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/system/quiet_output.h"
@@ -92,6 +93,24 @@ py::tuple Solve(const rigsync::Capture_Request& Request) {
   return py::make_tuple(Documents.Inspection, Documents.Joint, Documents.Are_Samples_Readable);
 }
 
+py::tuple Export_File(std::string Result_File, std::string Solution, std::string Target,
+                      std::optional<std::string> Tracker_Axes,
+                      std::optional<std::array<double, 2>> Sensor_Mm, std::optional<double> Focus,
+                      std::optional<double> Zoom, std::optional<std::string> Capture,
+                      std::optional<std::string> Image_Root) {
+  const rigsync::File_Arguments Arguments{std::move(Result_File),
+                                          std::move(Solution),
+                                          std::move(Target),
+                                          std::move(Tracker_Axes),
+                                          Sensor_Mm,
+                                          Focus,
+                                          Zoom,
+                                          std::move(Capture),
+                                          std::move(Image_Root)};
+  const rigsync::Made_File Made = Without_Lock([&] { return rigsync::Make_File(Arguments); });
+  return py::make_tuple(Made.Text, Made.Warnings);
+}
+
 // Code, meaning, what it says about the capture, causes, next step.
 py::list Codes() {
   py::list Listed;
@@ -113,6 +132,7 @@ PYBIND11_MODULE(_core, Module) {
   Module.def("calibrate", &Calibrate);
   Module.def("export", &Export);
   Module.def("export_aximmetry", &Export_Aximmetry);
+  Module.def("export_file", &Export_File);
   Module.def("inspect", [](const rigsync::Capture_Request& Request) {
     return Without_Lock([&] { return rigsync::Inspect_Json(Request); });
   });

@@ -11,7 +11,7 @@ LocationCm(x=-26.0, y=-26.4, z=-5.2)
 As a program, it prints what 'rigsync export RESULT --to ENGINE --json' prints, without the code and
 the run log:
 
-    python3 rigsync_result.py RESULT ENGINE
+    python3 rigsync_result.py RESULT ENGINE [TRACKER_AXES]
 
 Frames, axes and units are those of docs/conventions.md, fields those of docs/engines.md. Transforms
 are four rows of four numbers, lengths in them metres: transform_a_b takes coordinates in frame b to
@@ -43,7 +43,7 @@ from typing import Any, Callable, Dict, List, NamedTuple, Optional, Sequence, Tu
 
 __all__ = ["AximmetryFields", "ENGINES", "EXACT_ANGLES", "Fields", "GimbalLock", "Pose", "Result",
            "ResultError", "UE4Fields", "UE5Fields", "UnusableResult", "camera_pose", "doubts",
-           "export", "export_transform", "read", "require_finite", "require_usable"]
+           "export", "export_transform", "read", "relabelled", "require_finite", "require_usable"]
 
 Row = Tuple[float, float, float, float]
 Matrix = Tuple[Row, Row, Row, Row]
@@ -477,6 +477,75 @@ def require_usable(result: Result, even_if_doubtful: bool = False) -> Matrix:
     return mount
 
 
+# -- the axes of the tracker's object ------------------------------------------------------------
+
+# Which axes of the body the object's x, y and z are in what the library's calls return.
+LIBRARY_AXES = {"ue4": "z,-x,y", "ue5": "-x,-y,z", "ue5-xn": "y,z,x", "aximmetry": "-x,y,z"}
+# The named ones by the engine's space: right-handed with z up, left-handed with z or y up.
+_NAMED_AXES = {"as-tracked": ("x,y,z", "y,x,z", "x,z,y"), "z-up": ("x,y,z", "x,-y,z", "x,z,y"),
+               "y-up": ("x,-z,y", "x,z,y", "x,y,-z")}
+_SPACE = {"ue4": 1, "ue5": 0, "ue5-xn": 0, "aximmetry": 2}
+
+
+def _wrong_axes(text: str, expected: str) -> ValueError:
+    return ValueError("tracker_axes: '%s' is wrong; expected %s" % (text, expected))
+
+
+def _axes(text: str) -> List[Tuple[int, int]]:
+    """Of the object's x, y and z: which axis of the body each is, and its sign."""
+    axes = [("xyz".find(word[-1:]) if len(word.lstrip("-")) == 1 and len(word) < 3 else -1,
+             -1 if word.startswith("-") else 1) for word in text.split(",", 2)]
+    if sorted(axis for axis, _ in axes) != [0, 1, 2]:
+        raise _wrong_axes(text, "each of x, y and z once, with or without a '-', such as x,-z,y")
+    return axes
+
+
+def _is_left_handed(axes: List[Tuple[int, int]]) -> bool:
+    order = [axis for axis, _ in axes]
+    turned = order in ([0, 1, 2], [1, 2, 0], [2, 0, 1])
+    return (axes[0][1] * axes[1][1] * axes[2][1] > 0) != turned
+
+
+def _asked_axes(result: Result, engine: str, text: str) -> List[Tuple[int, int]]:
+    space = _SPACE[engine]
+    if text in _NAMED_AXES:
+        labels = _Object(result.path, result.document).object("inputs").text("camera_tracker_axes")
+        if text == "as-tracked" and space and labels != "right_forward_up":
+            raise ValueError("tracker_axes: a left-handed engine can't have the body's own axes, "
+                             "and this result does not say which way they point. Say z-up or y-up, "
+                             "or write the axes out, as in x,-y,z")
+        return _axes(_NAMED_AXES[text][space])
+    if "," not in text:
+        raise _wrong_axes(text, "as-tracked, z-up, y-up, or three axes such as z,-x,y")
+    axes = _axes(text)
+    if _is_left_handed(axes) != bool(space):
+        raise ValueError("tracker_axes %s: these axes are %s-handed, and the engine's are %s. "
+                         "Reverse one of them" % (text, "right" if space else "left",
+                                                  "left-handed" if space else "right-handed"))
+    return axes
+
+
+def relabelled(result: Result, engine: str, tracker_axes: Optional[str]) -> Result:
+    """The result with the mount for which the library's call gives the numbers of a tracker object
+    with these axes: columns of transform_cam_tc change places and signs, and nothing else does.
+    tracker_axes is as for 'rigsync export --tracker-axes': "as-tracked", "z-up", "y-up", or axes of
+    the body such as "z,-x,y". None leaves the axes that the library's call is for.
+
+    Raises ValueError for axes that there are not, or of the other handedness than the engine's.
+    """
+    if tracker_axes is None or result.transform_cam_tc is None:
+        return result
+    asked, call = _asked_axes(result, engine, tracker_axes), _axes(LIBRARY_AXES[engine])
+    # Body to Tc is (a, b, c) to (-a, -c, -b): x keeps its place, y and z change theirs.
+    place, turn = (0, 2, 1), {}
+    for (asked_axis, asked_sign), (call_axis, call_sign) in zip(asked, call):
+        turn[place[call_axis]] = (place[asked_axis], asked_sign * call_sign)
+    rows = [tuple(row[turn[c][0]] * turn[c][1] for c in range(3)) + (row[3],)
+            for row in result.transform_cam_tc[:3]]
+    return result._replace(
+        transform_cam_tc=(*rows, result.transform_cam_tc[3]))  # type: ignore[arg-type]
+
+
 # -- the library's arithmetic --------------------------------------------------------------------
 
 # Angles are converted with these and no better ones, as in the library.
@@ -638,8 +707,9 @@ def _ue4_angles(quaternion: Sequence[float]) -> RollPitchYawDeg:
     half_sine = _single(_single(z * x) - _single(w * y))
     if abs(half_sine) > _UE4_GIMBAL_LIMIT:
         raise GimbalLock("code 3. Gimbal lock: this mount has no unique roll, pitch and yaw in "
-                         "Unreal Engine 4. Export to ue5, which takes a quaternion, or rotate "
-                         "the tracker on the camera by about ten degrees and calibrate again.")
+                         "Unreal Engine 4. Export to ue5, which takes a quaternion, or with other "
+                         "tracker_axes, or rotate the tracker on the camera by about ten degrees "
+                         "and calibrate again.")
     yaw_half = _single(_single(w * z) + _single(y * x))
     squares = z * z + y * y
     yaw = _single_atan2(_single(yaw_half + yaw_half), _single(1.0 - (squares + squares)))
@@ -739,16 +809,19 @@ def export_transform(engine: str, transform_cam_tc: Sequence[Sequence[float]],
     return require_finite(convert(matrix, (norm_fxy, norm_cxy)))  # type: ignore[arg-type]
 
 
-def export(result: Result, engine: str, even_if_doubtful: bool = False) -> Fields:
+def export(result: Result, engine: str, even_if_doubtful: bool = False,
+           tracker_axes: Optional[str] = None) -> Fields:
     """The camera as seen from its tracker in the fields of an engine: "ue4", "ue5", "ue5-xn" or
-    "aximmetry". Names and order are those of 'rigsync export --json'.
+    "aximmetry". Names and order are those of 'rigsync export --json', and tracker_axes is as for
+    relabelled.
 
     Raises UnusableResult, with the sentence of the command, for a result without a lens or a finite
     mount, for two mounts that contradict each other, unless read was told the solution, and for a
     result that is not usable, unless even_if_doubtful. Raises GimbalLock, "ue4" alone.
     """
     _known(engine)
-    mount = require_usable(result, even_if_doubtful)
+    require_usable(result, even_if_doubtful)
+    mount = relabelled(result, engine, tracker_axes).transform_cam_tc or ()
     return export_transform(engine, mount, result.norm_fxy or (), result.norm_cxy or ())
 
 
@@ -791,21 +864,29 @@ def camera_pose(result: Result, position_m: Sequence[float], quaternion_wxyz: Se
 
 # -- as a program --------------------------------------------------------------------------------
 
-def _json_of(engine: str, result: Result, fields: Any) -> str:
-    document = {"engine": engine, "usable": result.usable,
-                "solution": result.solution}  # type: Dict[str, Any]
+def _axes_text(result: Result, engine: str, tracker_axes: Optional[str]) -> str:
+    axes = (_axes(LIBRARY_AXES[engine]) if tracker_axes is None
+            else _asked_axes(result, engine, tracker_axes))
+    return ", ".join(("-" if sign < 0 else "") + "xyz"[axis] for axis, sign in axes)
+
+
+def _json_of(engine: str, result: Result, fields: Any, tracker_axes: Optional[str]) -> str:
+    document = {"engine": engine, "usable": result.usable, "solution": result.solution,
+                "tracker_axes": _axes_text(result, engine, tracker_axes)}  # type: Dict[str, Any]
     for name, group in zip(fields._fields, fields):
         document[name] = dict(zip(group._fields, group))
     return json.dumps(document, indent=2)
 
 
 def main(arguments: Sequence[str]) -> int:
-    if len(arguments) != 2 or arguments[1] not in ENGINES:
-        print("usage: rigsync_result.py RESULT %s" % "|".join(ENGINES), file=sys.stderr)
+    if len(arguments) not in (2, 3) or arguments[1] not in ENGINES:
+        print("usage: rigsync_result.py RESULT %s [TRACKER_AXES]" % "|".join(ENGINES),
+              file=sys.stderr)
         return 2
+    axes = arguments[2] if len(arguments) > 2 else None
     try:
         result = read(arguments[0])
-        fields = export(result, arguments[1], even_if_doubtful=True)
+        fields = export(result, arguments[1], even_if_doubtful=True, tracker_axes=axes)
     except GimbalLock as error:
         print("rigsync_result: %s" % error, file=sys.stderr)
         return error.code
@@ -814,7 +895,7 @@ def main(arguments: Sequence[str]) -> int:
         return 2
     if doubts(result):
         print("rigsync_result: warning: %s" % doubts(result), file=sys.stderr)
-    print(_json_of(arguments[1], result, fields))
+    print(_json_of(arguments[1], result, fields, axes))
     return 0
 
 

@@ -18,7 +18,7 @@ from ._capture import Finding, Inspection, Row, UnsolvedCapture, inspect, solve
 from ._codes import Code
 from ._core import UsageError, version as __version__
 from ._results import (Lens, Noise, Result, Slip, Solution, SolvedRow, Uncertainty, export,
-                       read_result)
+                       export_file, read_result)
 
 UsageError.__module__ = "rigsync"
 UsageError.__doc__ = """A file that can't be read or is not what it should be; the text names it."""
@@ -28,4 +28,5 @@ __all__ = ["AximmetryFields", "AximmetryOutputs", "Calibration", "CalibrationOut
            "Fields", "Finding", "GimbalLock", "Inspection", "Lens", "Noise", "Result",
            "ResultError", "Row", "Slip", "Solution", "SolvedRow", "UE4Fields", "UE4Outputs",
            "UE5Fields", "UE5Outputs", "Uncertainty", "UnsolvedCapture", "UnusableResult",
-           "UsageError", "__version__", "export", "inspect", "read_result", "solve"]
+           "UsageError", "__version__", "export", "export_file",
+           "inspect", "read_result", "solve"]

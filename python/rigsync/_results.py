@@ -3,6 +3,7 @@
 import dataclasses
 import os
 import tempfile
+import warnings
 from typing import Any, Dict, List, Optional, Tuple
 
 import numpy as np
@@ -232,7 +233,8 @@ def _library_fields(engine: str, plain: rigsync_result.Result, folder: str) -> F
     if engine == "ue4":
         ue4 = _calls.CamAxisToUE4(mount, folder)
         if ue4.code:
-            raise GimbalLock(f"code {ue4.code:d}. {ue4.code.meaning} {ue4.code.next_step}")
+            text = f"code {ue4.code:d}. {ue4.code.meaning} {ue4.code.next_step}"
+            raise GimbalLock(text.replace("--tracker-axes", "tracker_axes"))
         return r.UE4Fields(r.LocationCm(*ue4.Trans_Tc_Cam_UE4_cm.tolist()),
                            r.RollPitchYawDeg(*ue4.Rot_Tc_Cam_UE4_Euler.tolist()))
     if engine == "aximmetry":
@@ -248,10 +250,13 @@ def _library_fields(engine: str, plain: rigsync_result.Result, folder: str) -> F
 
 
 def export(result: Result, engine: str, *, even_if_doubtful: bool = False,
+           tracker_axes: Optional[str] = None,
            log_folder: Optional[Path] = None) -> Fields:
     """The camera as seen from its tracker in the fields of an engine: "ue4", "ue5", "ue5-xn" or
     "aximmetry". Names and order are those of 'rigsync export --json'; docs/engines.md says which
-    number belongs where. log_folder, which has to exist, gets the library's run log.
+    number belongs where. log_folder, which has to exist, gets the library's run log. tracker_axes
+    are those of the engine's tracker object, as for 'rigsync export --tracker-axes': "as-tracked",
+    "z-up", "y-up", or axes of the body such as "z,-x,y".
 
     Raises UnusableResult, with the sentence of the command, for a result without a lens or a finite
     mount, for two mounts that contradict each other unless read_result was told the solution, and
@@ -261,8 +266,30 @@ def export(result: Result, engine: str, *, even_if_doubtful: bool = False,
         raise ValueError(f"engine: '{engine}' is wrong; expected "
                          + ", ".join(rigsync_result.ENGINES))
     rigsync_result.require_usable(result.plain, even_if_doubtful)
+    plain = rigsync_result.relabelled(result.plain, engine, tracker_axes)
     if log_folder is not None:
         return rigsync_result.require_finite(
-            _library_fields(engine, result.plain, os.fspath(log_folder)))
+            _library_fields(engine, plain, os.fspath(log_folder)))
     with tempfile.TemporaryDirectory(prefix="rigsync-") as folder:
-        return rigsync_result.require_finite(_library_fields(engine, result.plain, folder))
+        return rigsync_result.require_finite(_library_fields(engine, plain, folder))
+
+
+def export_file(result: Result, target: str, *, even_if_doubtful: bool = False,
+                tracker_axes: Optional[str] = None,
+                sensor_mm: Optional[Tuple[float, float]] = None, focus: Optional[float] = None,
+                zoom: Optional[float] = None, capture: Optional[Path] = None,
+                image_root: Optional[Path] = None) -> str:
+    """The text of a file that another program loads: "blender", "unreal-lens", "opentrackio",
+    "opencv", "kalibr" or "corners" (docs/files.md). The other arguments are the flags of 'rigsync
+    export', and what it warns of is a UserWarning here.
+
+    Raises UnusableResult as export does, UsageError for what the target lacks.
+    """
+    rigsync_result.require_usable(result.plain, even_if_doubtful)
+    text, cautions = _core.export_file(
+        result.path, result.solution, target, tracker_axes, sensor_mm, focus, zoom,
+        None if capture is None else os.fspath(capture),
+        None if image_root is None else os.fspath(image_root))
+    for caution in cautions:
+        warnings.warn(caution, stacklevel=2)
+    return text

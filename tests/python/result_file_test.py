@@ -23,14 +23,16 @@ def run(*words):
 
 class ResultFile(unittest.TestCase):
     def test_it_prints_the_fields_of_the_command(self):
-        for engine in ("ue4", "ue5", "ue5-xn", "aximmetry"):
+        for engine, *axes in (("ue4",), ("ue5",), ("ue5-xn",), ("aximmetry",),
+                              ("ue4", "z,-x,y"), ("ue5", "z-up")):
             with tempfile.TemporaryDirectory() as folder:
                 _, text, _ = support.command("export", support.RESULT, "--to", engine, "--json",
-                                             "--out", folder)
+                                             "--out", folder,
+                                             *(f"--tracker-axes={text}" for text in axes))
             expected = json.loads(text)
             for key in ("code", "message", "run_log"):
                 del expected[key]
-            done = run(FILE, support.RESULT, engine)
+            done = run(FILE, support.RESULT, engine, *axes)
             self.assertEqual((done.returncode, done.stderr), (0, ""))
             self.assertEqual(json.loads(done.stdout), expected)
             self.assertEqual(list(json.loads(done.stdout)), list(expected))

@@ -7,6 +7,7 @@ import pathlib
 import re
 import tempfile
 import unittest
+import warnings
 
 import numpy as np
 
@@ -166,6 +167,47 @@ class Export(Folder):
                     for group, values in zip(fields, groups.values()):
                         self.assertEqual(list(group._asdict().items()), list(values.items()))
 
+    def test_other_axes_of_the_tracker_are_those_of_the_command_in_bits(self):
+        left = ("z-up", "y-up", "z,-x,y", "-x,y,z", "y,x,z", "-y,z,x", "-z,-x,-y")
+        right = ("as-tracked", "z-up", "y-up", "x,y,z", "-x,-y,z", "y,z,x", "-z,-y,-x", "z,-x,-y")
+        for engine in ENGINES:
+            for axes in right if engine.startswith("ue5") else left:
+                expected = self.as_json(support.RESULT, engine, "--tracker-axes", axes)
+                groups = [list(value.items()) for value in expected.values()
+                          if isinstance(value, dict)]
+                for fields in (rigsync.export(rigsync.read_result(support.RESULT), engine,
+                                              tracker_axes=axes),
+                               rigsync_result.export(rigsync_result.read(support.RESULT), engine,
+                                                     tracker_axes=axes)):
+                    self.assertEqual([list(group._asdict().items()) for group in fields], groups)
+
+    def test_as_tracked_goes_by_what_the_result_knows(self):
+        document = support.document()
+        document["inputs"]["camera_tracker_axes"] = "right_forward_up"
+        file = self.written(document)
+        expected = self.as_json(file, "ue4", "--tracker-axes", "as-tracked")
+        fields = rigsync_result.export(rigsync_result.read(file), "ue4",
+                                       tracker_axes="as-tracked")
+        self.assertEqual(fields.rotation_deg._asdict(), expected["rotation_deg"])
+
+    def test_axes_that_cannot_be_are_refused_in_the_words_of_the_command(self):
+        for engine, axes in (("ue4", "as-tracked"), ("ue4", "x,y,z"), ("ue5", "y,x,z"),
+                             ("ue5", "x-up"), ("ue5", "x,x,z"), ("ue5", "x,y"), ("ue5", "x,y,z,x"),
+                             ("ue5", "x,y,--z"), ("ue5", ""), ("aximmetry", "x,y,w")):
+            words = ("export", support.RESULT, "--to", engine, f"--tracker-axes={axes}")
+            status, _, errors = support.command(*words, "--out", self.folder)
+            for call in (lambda: rigsync.export(rigsync.read_result(support.RESULT), engine,
+                                                tracker_axes=axes),
+                         lambda: rigsync_result.export(rigsync_result.read(support.RESULT), engine,
+                                                       tracker_axes=axes)):
+                with self.assertRaises(ValueError) as raised:
+                    call()
+                if axes:  # a flag without a value is none
+                    self.assertEqual(status, 2)
+                    self.assertEqual(f"rigsync: {raised.exception}",
+                                     ReadResult.sentence(errors).replace("--tracker-axes",
+                                                                         "tracker_axes"))
+
     def test_the_run_log_goes_where_it_is_told(self):
         result = rigsync.read_result(support.RESULT)
         rigsync.export(result, "ue5")
@@ -184,7 +226,8 @@ class Export(Folder):
                      lambda: rigsync_result.export(rigsync_result.read(file), "ue4")):
             with self.assertRaises(rigsync.GimbalLock) as raised:
                 call()
-            self.assertEqual(f"rigsync: {raised.exception}", errors)
+            self.assertEqual(f"rigsync: {raised.exception}",
+                             errors.replace("--tracker-axes", "tracker_axes"))
             self.assertEqual(raised.exception.code, rigsync.Code.GIMBAL_LOCK)
 
     def doubtful(self):
@@ -281,6 +324,52 @@ class Export(Folder):
                      lambda: rigsync_result.export(rigsync_result.read(support.RESULT), "ue6")):
             with self.assertRaisesRegex(ValueError, "engine: 'ue6' is wrong; expected ue4, ue5"):
                 call()
+
+
+class ExportFile(Folder):
+    def of_command(self, *words):
+        file = self.folder / "exported"
+        status, _, errors = support.command("export", support.RESULT, *words, "-o", file)
+        self.assertEqual(status, 0, errors)
+        return file.read_text(encoding="utf-8"), errors
+
+    def test_files_are_those_of_the_command(self):
+        sensor = ("--sensor", "36x27")
+        for words, target, named in (
+                (sensor, "blender", {"sensor_mm": (36.0, 27.0)}),
+                ((*sensor, "--tracker-axes", "y-up"), "blender",
+                 {"sensor_mm": (36.0, 27.0), "tracker_axes": "y-up"}),
+                ((*sensor, "--focus", "2.5", "--tracker-axes", "z-up"), "unreal-lens",
+                 {"sensor_mm": (36.0, 27.0), "focus": 2.5, "tracker_axes": "z-up"}),
+                ((), "opencv", {}), ((), "kalibr", {}),
+                (("--capture", support.CAPTURE / "capture.csv"), "corners",
+                 {"capture": support.CAPTURE / "capture.csv"})):
+            with self.subTest(target):
+                expected, errors = self.of_command("--to", target, *words)
+                with warnings.catch_warnings(record=True) as caught:
+                    warnings.simplefilter("always")
+                    text = rigsync.export_file(rigsync.read_result(support.RESULT), target, **named)
+                self.assertEqual(text, expected)
+                told = " ".join(f"rigsync: warning: {caution.message}" for caution in caught)
+                self.assertEqual(told, errors)
+
+    def test_the_other_mount_is_written_when_it_is_read(self):
+        expected, _ = self.of_command("--to", "blender", "--sensor", "36x27", "--solution", "joint")
+        joint = rigsync.read_result(support.RESULT, solution="joint")
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore")
+            self.assertEqual(rigsync.export_file(joint, "blender", sensor_mm=(36, 27)), expected)
+
+    def test_what_cannot_be_written_is_refused(self):
+        result = rigsync.read_result(support.RESULT)
+        with self.assertRaisesRegex(rigsync.UsageError, "target: 'maya' is wrong; expected bl"):
+            rigsync.export_file(result, "maya")
+        with self.assertRaisesRegex(rigsync.UsageError, "tracker_axes: the export to .* no use"):
+            rigsync.export_file(result, "opencv", tracker_axes="z-up")
+        document = support.document()
+        document.update(verdict="look", usable=False)
+        with self.assertRaises(rigsync.UnusableResult):
+            rigsync.export_file(rigsync.read_result(self.written(document)), "opencv")
 
 
 class CameraPose(Folder):

@@ -25,7 +25,9 @@ import rigsync_result
 
 def mount(path: str) -> Optional[NDArray[np.float64]]:
     result = rigsync.read_result(path)
-    fields = rigsync.export(result, "ue4")
+    fields = rigsync.export(result, "ue4", tracker_axes="z-up")
+    script: str = rigsync.export_file(result, "blender", sensor_mm=(36.0, 24.0))
+    print(script)
     if isinstance(fields, rigsync.UE4Fields):
         print(fields.location_cm.x + fields.rotation_deg.yaw)
     joint: Optional[rigsync.Solution] = result.joint
