@@ -91,8 +91,10 @@ Exported_Camera Read_Opencv_Yaml(const std::string& Text, const Read_Request& Re
   if (K.size() != 9 || K[1] != 0.0 || K[3] != 0.0) {
     throw std::runtime_error("a file has a camera that is skewed");
   }
-  return Camera_Of(Elements(File["Transform_Cam_Tc"]), {K[0], K[4], K[2], K[5]},
-                   Elements(File["distortion_coefficients"]), True, Request.Axes);
+  Exported_Camera Camera = Camera_Of(Elements(File["Transform_Cam_Tc"]), {K[0], K[4], K[2], K[5]},
+                                     Elements(File["distortion_coefficients"]), True, Request.Axes);
+  Camera.Turn_Rad = Camera.Shift_M = 0.0;  // the very matrix of the library, exact or not
+  return Camera;
 }
 
 Exported_Camera Read_Kalibr_Camchain(const std::string& Text, const Read_Request& Request) {

@@ -158,26 +158,31 @@ Verification Verify_Exports(const Verification_Request& Request) {
       Request,
       {Matrix_From_List(Chosen_Transform_Cam_Tc(Request.Result)), Solved.Lens_Px},
       Made.Points};
+  // A refusal of the axes that holds for every target that can have others.
   std::optional<Usage_Error> Refusal;
-  bool Is_Any_Exported = false;
-  const auto Add = [&](const std::string& Name, const std::string& Title, const auto& Prove_It) {
+  bool Has_Object = false;
+  const auto Add = [&](const std::string& Name, const std::string& Title, const auto& Prove_It,
+                       bool Can_Have_Axes) {
     try {
       Made.Targets.push_back(Prove_It());
-      Is_Any_Exported = true;
+      Has_Object = Has_Object || Can_Have_Axes;
     } catch (const Usage_Error& Error) {
       if (!Refusal) Refusal = Error;
       Made.Targets.push_back({Name, Title, "", Error.what(), {}, {}});
     }
   };
   for (const Engine& Target : Engines()) {
-    Add(Target.Name, Target.Title, [&] { return Prove_Numbers(Target, Ground); });
+    Add(
+        Target.Name, Target.Title, [&] { return Prove_Numbers(Target, Ground); }, true);
   }
   for (const File_Reader& Reader : File_Readers()) {
     const File_Target* Target = File_Target_Named(Reader.Name);
     if (Target == nullptr) continue;
-    Add(Target->Name, Target->Title, [&] { return Prove_File(*Target, Reader, Ground); });
+    Add(
+        Target->Name, Target->Title, [&] { return Prove_File(*Target, Reader, Ground); },
+        Target->Has_Tracker);
   }
-  if (!Is_Any_Exported && Refusal) throw *Refusal;
+  if (!Has_Object && Refusal) throw *Refusal;
   return Made;
 }
 
