@@ -17,6 +17,11 @@ from geometry import (IDENTITY, LETTERS, as_axes, axis_name, column, cross, dete
 
 ENGINES = ["ue4", "ue5", "ue5-xn", "aximmetry"]
 
+# The names that --tracker-axes takes, and an engine of each space.
+TRACKER_AXES = ["as-tracked", "z-up", "y-up"]
+SPACES = {"ue5": "right-handed, z up", "ue4": "left-handed, z up",
+          "aximmetry": "left-handed, y up"}
+
 
 class Wrong(Exception):
     """The library does something that no drawing here can show."""
@@ -289,7 +294,8 @@ def logged_pose(log_path):
 
 
 def write_result(folder, rotation, place, norm_cxy):
-    """A result.json whose camera sits at 'place' in Tc."""
+    """A result.json whose camera sits at 'place' in Tc, and whose tracker is known to have x to the
+    right, y ahead and z up."""
     translation = scaled(times(rotation, place), -1)
     flat = [value for row, last in zip(rotation, translation) for value in row + [last]]
     path = os.path.join(folder, "result.json")
@@ -297,6 +303,7 @@ def write_result(folder, rotation, place, norm_cxy):
         "format": "rigsync-result", "format_version": 1, "code": 0, "message": "good",
         "lens": {"image_size": [1920, 1080], "norm_fxy": [1, 1.5], "norm_cxy": norm_cxy,
                  "distortion": [0] * 5},
+        "inputs": {"camera_tracker_axes": "right_forward_up"},
         "transform_cam_tc": flat + [0, 0, 0, 1]})
     return path
 
@@ -373,6 +380,26 @@ def read_export(rigsync, engine, folder):
     return facts
 
 
+def read_object_axes(rigsync, engine, name, relabelled, folder):
+    """The axes that --tracker-axes gives the tracker's object: row k is its axis k in the body's
+    own axes. They are where a camera at x, y and z of Tc ends up."""
+    places = []
+    for rotation, unit in zip(MOUNTS, UNITS):
+        path = write_result(folder, rotation, unit, [0.5, 0.5])
+        out = os.path.join(folder, f"{engine} {name} {len(places)}")
+        result = json.loads(run(rigsync, "export", path, "--to", engine, "--tracker-axes", name,
+                                "--out", out, "--json"))
+        places.append(translation_of(logged_pose(result["run_log"])))
+    in_tc = as_axes(transposed(places), f"the axes {name} of {engine}")
+    # Columns of the relabelling are the axes of Tc in the body's own.
+    axes = as_axes(product(in_tc, transposed(relabelled)), f"the axes {name} of {engine}")
+    told = ", ".join(map(axis_name, axes))
+    if result["tracker_axes"] != told:
+        raise Wrong(f"{engine}, {name}: the numbers are for {told}, and the program says "
+                    f"{result['tracker_axes']}")
+    return axes
+
+
 # Directions of Cam in words; read_camera has seen to it that they are these.
 WORDS = {"x": "right", "-x": "left", "y": "down", "-y": "up", "z": "along its view",
          "-z": "against its view"}
@@ -416,5 +443,8 @@ def gather(library_answers, rigsync, folder):
                             board=read_board(answers))
     facts.camera = read_camera(answers, facts.board)
     facts.engines = [read_export(rigsync, engine, folder) for engine in ENGINES]
+    facts.objects = {(name, engine): read_object_axes(rigsync, engine, name,
+                                                      facts.rows.relabelled, folder)
+                     for name in TRACKER_AXES for engine in SPACES}
     facts.lens = read_lens(rigsync, folder)
     return facts

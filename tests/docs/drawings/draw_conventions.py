@@ -13,7 +13,8 @@ import re
 import sys
 import tempfile
 
-from convention_facts import ESTIMATE_DEG, SENSE_DEG, WORDS, Wrong, camera_words, gather
+from convention_facts import (ESTIMATE_DEG, SENSE_DEG, SPACES, TRACKER_AXES, WORDS, Wrong,
+                              camera_words, gather)
 from drawing import AWAY, AXIS_COLOURS, INK, PANEL, PAPER, QUIET, Drawing, on_paper
 from geometry import (IDENTITY, LETTERS, axis_name, column, from_quaternion, product, scaled,
                       times, transposed, turn)
@@ -442,6 +443,51 @@ def position_words(engine):
     return "; position X, Y, Z along " + ", ".join(map(axis_name, engine.position)) + " of Tc"
 
 
+# What is known of the body, and how it is drawn: its own axes, as columns, in those of Cam, when
+# the camera stands upright and the body with it.
+AHEAD_UP = [[1, 0, 0], [0, 0, -1], [0, 1, 0]]  # x right, y ahead, z up
+UP_BACK = [[1, 0, 0], [0, -1, 0], [0, 0, -1]]  # x right, y up, z back
+BODIES = {"as-tracked": (AHEAD_UP, "known: x right,", "y ahead, z up"),
+          "z-up": (AHEAD_UP, "the system\u2019s", "z is up"),
+          "y-up": (UP_BACK, "the system\u2019s", "y is up")}
+
+
+def draw_tracker_axes(facts):
+    page = Drawing(
+        "conventions-tracker-axes", 800, 640, "The axes of the tracker's object",
+        "A tracked body with its own axes and, beside it, the object that moves with it in a scene "
+        "of each space, for each name of --tracker-axes. " +
+        " ".join(f"{name}, {space}: {object_words(facts.objects[name, engine])}."
+                 for name in TRACKER_AXES for engine, space in SPACES.items()))
+    left, wide, top, high = 204, 192, 56, 190
+    page.text(108, 36, "The tracked body", 14, "middle", bold=True)
+    for k, space in enumerate(SPACES.values()):
+        page.text(left + wide * (k + 0.5), 36, space, 14, "middle", bold=True)
+    for row, name in enumerate(TRACKER_AXES):
+        y = top + high * row
+        page.rectangle(12, y, 776, high - 8, PANEL if row % 2 == 0 else "none", "#dcdcdc", 4)
+        own, *told = BODIES[name]
+        middle = y + 86
+        page.text(26, y + 24, name, 14, bold=True)
+        for line, text in enumerate(told):
+            page.text(26, y + 150 + 18 * line, text, 13, fill=QUIET)
+        tracker(page, (118, middle), IDENTITY, 40)
+        page.triad((118, middle), own, name + " body", 50)
+        for k, (engine, space) in enumerate(SPACES.items()):
+            axes = facts.objects[name, engine]
+            at = (left + wide * (k + 0.5), middle)
+            tracker(page, at, IDENTITY, 40)
+            # Column k of the object's axes in Cam: the body's direction that it is.
+            page.triad(at, product(own, transposed(axes)), f"{name} {engine}", 50,
+                       1 if space.startswith("right") else -1)
+            page.text(at[0], y + 168, object_words(axes), 13, "middle")
+    return page
+
+
+def object_words(axes):
+    return "x is {}, y is {}, z is {}".format(*map(axis_name, axes))
+
+
 # --- the tables -----------------------------------------------------------------------------------
 
 
@@ -498,10 +544,26 @@ def engine_table(facts):
                    for engine in facts.engines))
 
 
+def object_table(facts):
+    return table(("`--tracker-axes`", *SPACES.values()),
+                 *((f"`{name}`", *(", ".join(map(axis_name, facts.objects[name, engine]))
+                                   for engine in SPACES)) for name in TRACKER_AXES))
+
+
+def own_object_table(facts):
+    """The axes of each export that nobody has asked for others, in the body's own."""
+    def in_body(engine):
+        return product(engine.tracker, transposed(facts.rows.relabelled))
+    return table(("Export", "Object's x, y, z in the tracked body"),
+                 *((f"`{engine.name}`", ", ".join(map(axis_name, in_body(engine))))
+                   for engine in facts.engines))
+
+
 TABLES = {"csv": csv_table, "relabelled": relabelled_table, "quaternions": quaternion_table,
-          "angles": angle_table, "engines": engine_table}
+          "angles": angle_table, "engines": engine_table,
+          "objects": object_table, "own objects": own_object_table}
 DRAWINGS = [draw_rig, draw_camera, draw_board, draw_tracker, draw_quaternion, draw_estimate,
-            draw_engines]
+            draw_engines, draw_tracker_axes]
 
 
 def with_tables(page, facts):

@@ -4,7 +4,9 @@
 #include "rigsync/formats/engine_fields.h"
 #include "rigsync/system/usage_error.h"
 #include "tests/rigsync/verify/random_rig.h"
+#include "tests/support/read_text.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -89,6 +91,16 @@ TEST(Verification, AMountNearALockIsToldAbout) {
   EXPECT_GT(Named(Of, "ue4").Proof.Mount.Worst.Allowed_Px,
             10.0 * Named(Of, "ue5").Proof.Mount.Worst.Allowed_Px);
   EXPECT_TRUE(Named(Verified(Result, "z-up"), "ue4").Notes.empty());
+}
+
+// docs/verify.md has a line of the table for each target, with the axes that it has by itself, and
+// tells the figures of each.
+TEST(Verification, ThePageHasEveryTarget) {
+  const std::string Page = Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/verify.md");
+  for (const Target_Proof& Target : Verified(Plain_Rig().Result).Targets) {
+    EXPECT_THAT(Page, HasSubstr(fmt::format("\n  {:<14}{:<14}", Target.Name, Target.Axes)));
+    EXPECT_THAT(Page, HasSubstr("`" + Target.Name + "`"));
+  }
 }
 
 // Square pixels: fy * height is fx * width, and what is left is the distortion.
