@@ -19,9 +19,9 @@ namespace rigsync {
 namespace {
 
 constexpr const char* Footer =
-    R"(Each target's numbers make a camera as the target makes it of them. It looks at
-points of the stage, over the whole frame, while the tracker has the poses of
-the capture. The pixels are compared with those of the solved camera itself. The
+    R"(From each target's numbers a camera is made as the target makes it. It sees
+points all over the frame, from the poses that the tracker had in the capture,
+and their pixels are compared with those of the solved camera itself. The
 allowed difference is what the rounding of the exported numbers can make.
 docs/verify.md tells how.
 

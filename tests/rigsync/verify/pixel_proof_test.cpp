@@ -4,6 +4,7 @@
 #include "rigsync/verify/pixel_proof.h"
 
 #include "rigsync/engine/solved_camera.h"
+#include "rigsync/geometry/angle.h"
 #include "rigsync/take/base_axes.h"
 
 #include <gtest/gtest.h>
@@ -144,15 +145,18 @@ TEST(PixelProof, AMirroredSceneShowsTheSamePixels) {
   EXPECT_FALSE(Prove_Pixels(At_Tracker(), Camera, One_Sample, {{0.3, -0.2, 1.0}}).Holds());
 }
 
-// A file that has a sample of its own stands where that sample puts it.
+// A file that has a sample of its own stands where that sample puts it. A sample's quaternion turns
+// Base's directions into the body's, so the body is turned by 30 degrees about -z.
 TEST(PixelProof, TheTargetsOwnSampleIsProvenToo) {
   Exported_Camera Camera = Shifted_Camera(0.0, 0.0);
   const auto Exact = Camera.Compose;
   double Place = 0.5;
-  Camera.Own_Sample = Tracker_Sample{{0.5, 0, 0}, {1, 0, 0, 0}};
-  Camera.Compose = [Exact, &Place](const std::vector<double>& Values) {
+  const double Half_Rad = 15.0 / rigsync::Degrees_Per_Radian;
+  Camera.Own_Sample = Tracker_Sample{{0.5, 0, 0.5}, {std::cos(Half_Rad), 0, 0, std::sin(Half_Rad)}};
+  Camera.Compose = [Exact, &Place, Half_Rad](const std::vector<double>& Values) {
     Composed_Camera Made = Exact(Values);
-    Made.Transform_Scene_Object = Eigen::Affine3d(Eigen::Translation3d(Place, 0, 0));
+    Made.Transform_Scene_Object = Eigen::Affine3d(Eigen::Translation3d(0.5, 0, Place)) *
+                                  Eigen::AngleAxisd(-2.0 * Half_Rad, Eigen::Vector3d::UnitZ());
     return Made;
   };
   EXPECT_TRUE(Prove_Pixels(At_Tracker(), Camera, One_Sample, Two_Metres_Ahead).Holds());
