@@ -61,6 +61,7 @@ Lens_Table_Row Row_Of(const Lens_Table_Input& Input, const Lens_Table_Input& Ref
 std::vector<Lens_Table_Row> Rows_From(const std::vector<Lens_Table_Input>& Inputs,
                                       std::size_t Reference, const Lens_Table& Table) {
   std::vector<Lens_Table_Row> Rows;
+  Rows.reserve(Inputs.size());
   for (const Lens_Table_Input& Input : Inputs) {
     Rows.push_back(Row_Of(Input, Inputs[Reference], Table));
   }
