@@ -17,10 +17,12 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace rigsync {
@@ -71,10 +73,24 @@ std::string Targets_Help() {
   return fmt::format("numbers: {}; files: {}", fmt::join(Numbers, ", "), fmt::join(Files, ", "));
 }
 
-// A flag that is said and means nothing for the target.
-void Refuse_Flag(const std::string& Flag, const std::string& Value, const std::string& Target) {
-  if (Value.empty()) return;
-  throw Usage_Error(Flag, fmt::format("{}: the export to {} has no use for it", Flag, Target));
+// Refuses a flag that was typed and means nothing for the target.
+void Refuse_Other_Flags(const Export_Arguments& Arguments, const std::string& Target,
+                        const std::vector<std::string>& Used) {
+  const std::pair<const char*, bool> Typed[] = {
+      {"--output", !Arguments.Output.empty()},
+      {"--tracker-axes", !Arguments.Axes.empty()},
+      {"--sensor", !Arguments.Sensor.empty()},
+      {"--focus", !Arguments.Focus.empty()},
+      {"--zoom", !Arguments.Zoom.empty()},
+      {"--capture", !Arguments.Capture.empty()},
+      {"--image-root", !Arguments.Image_Root.empty()},
+      {"--out", !Arguments.Out.empty()},
+      {"--json", Arguments.Prints_Json},
+  };
+  for (const auto& [Flag, Is_Typed] : Typed) {
+    if (!Is_Typed || std::find(Used.begin(), Used.end(), Flag) != Used.end()) continue;
+    throw Usage_Error(Flag, fmt::format("{}: the export to {} has no use for it", Flag, Target));
+  }
 }
 
 std::optional<Lens_Position> Position_Of(const Export_Arguments& Arguments) {
@@ -94,7 +110,6 @@ File_Request Request_Of(const Export_Arguments& Arguments, const File_Target& Ta
                        Position_Of(Arguments),
                        Result.Inputs.Csv,
                        Result.Inputs.Image_Root};
-  if (!Target.Has_Tracker) Refuse_Flag("--tracker-axes", Arguments.Axes, Target.Title);
   if (!Arguments.Axes.empty()) {
     Request.Axes = Parse_Tracker_Axes("--tracker-axes", Arguments.Axes, Target.Space,
                                       Result.Inputs.Camera_Labels);
@@ -111,8 +126,9 @@ File_Request Request_Of(const Export_Arguments& Arguments, const File_Target& Ta
 // The file goes to --output, or to standard output.
 int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
                 const Calibration_Result& Result) {
-  Refuse_Flag("--out", Arguments.Out, Target.Title);
-  if (Arguments.Prints_Json) Refuse_Flag("--json", "true", Target.Title);
+  std::vector<std::string> Used = Target.Flags;
+  Used.push_back("--output");
+  Refuse_Other_Flags(Arguments, Target.Title, Used);
   const File_Text Written = Target.Write(Request_Of(Arguments, Target, Result));
   for (const std::string& Warning : Written.Warnings) Warn(Warning);
   if (Arguments.Output.empty()) {
@@ -130,6 +146,7 @@ int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
 // The fields of an engine go to standard output.
 int Export_Numbers(const Export_Arguments& Arguments, const Engine& Target,
                    const Calibration_Result& Result) {
+  Refuse_Other_Flags(Arguments, Target.Title, {"--tracker-axes", "--out", "--json"});
   std::optional<Tracker_Axes> Axes;
   if (!Arguments.Axes.empty()) {
     Axes = Parse_Tracker_Axes("--tracker-axes", Arguments.Axes, Target.Space,
@@ -138,7 +155,9 @@ int Export_Numbers(const Export_Arguments& Arguments, const Engine& Target,
   return Print_Export(Target, Result, Axes, Log_Folder(Arguments), Arguments.Prints_Json);
 }
 
-int Export(const Export_Arguments& Arguments) {
+int Export(const Export_Arguments& Typed) {
+  Export_Arguments Arguments = Typed;
+  Arguments.Result_File = Result_File(Typed.Result_File).string();
   Calibration_Result Result = Read_Result(Arguments.Result_File);
   const auto Choice = Solution_Named(Arguments.Solution);
   if (Choice) Result.Inputs.Solution = *Choice;
@@ -156,7 +175,9 @@ void Add_Export_Command(Command_Line& Line) {
   CLI::App* Command =
       Line.Program.add_subcommand("export", "Print a result as the fields of a render engine.");
   const auto Arguments = std::make_shared<Export_Arguments>();
-  Command->add_option("RESULT", Arguments->Result_File, "result.json of 'rigsync calibrate'")
+  Command
+      ->add_option("RESULT", Arguments->Result_File,
+                   "result.json of 'rigsync calibrate', or the folder that has it")
       ->required();
   std::vector<std::string> Targets;
   for (const Engine& Target : Engines()) Targets.push_back(Target.Name);

@@ -38,6 +38,8 @@ struct File_Target {
   std::string Title;   // the full name
   Engine_Space Space;  // of --tracker-axes
   bool Has_Tracker;    // whether the file has a tracker, whose axes can be stated
+  // Flags of 'rigsync export' that mean something for this target, beside those of every target.
+  std::vector<std::string> Flags;
   // Throws Usage_Error, which begins with a flag or with a file, for what the target lacks.
   File_Text (*Write)(const File_Request& Request);
 };

@@ -102,8 +102,19 @@ TEST_F(ExportFile, RefusesFlagsThatMeanNothingForIt) {
     Refused(Target, {"--tracker-axes", "z-up"}, "--tracker-axes: the export to ");
   }
   for (const char* const Target : {"opentrackio", "opencv", "kalibr", "corners"}) {
-    Refused(Target, {"--sensor", "36x27", "--zoom", "35"}, "--focus, --zoom: the export to ");
+    Refused(Target, {"--zoom", "35"}, "--zoom: the export to ");
   }
+  for (const char* const Target : {"opencv", "kalibr", "corners", "ue5"}) {
+    Refused(Target, {"--sensor", "36x27"}, "--sensor: the export to ");
+  }
+  for (const char* const Target : {"blender", "unreal-lens", "kalibr", "ue4"}) {
+    Refused(Target, {"--capture", "c.csv"}, "--capture: the export to ");
+  }
+  for (const char* const Target : {"opencv", "opentrackio", "aximmetry"}) {
+    Refused(Target, {"--image-root", "."}, "--image-root: the export to ");
+  }
+  Refused("ue5", {"--output", File("s.json")},
+          "--output: the export to Unreal Engine 5 has no use");
   Refused("opentrackio", {"--output", File("s.json")}, "--sensor: missing.");
   Refused("opentrackio", {"--sensor", "36x27", "--tracker-axes", "x,y,-z"}, "left-handed");
   EXPECT_FALSE(fs::exists(File("s.json")));

@@ -452,6 +452,14 @@ TEST(Export, AFileIsWrittenOrPrinted) {
   EXPECT_EQ(Read_Text(Scratch.Path() / "camera.py"), Printed.Output);
 }
 
+TEST(Export, AFolderStandsForTheResultInIt) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  const Finished Done = Export(Scratch.String(), "kalibr");
+  EXPECT_EQ(Done.Status, 0) << Done.Error;
+  EXPECT_EQ(Done.Output, Export(File, "kalibr").Output);
+}
+
 TEST(Export, TheSensorOfAFileIsTheStatedOne) {
   const Scratch_Folder Scratch;
   const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
