@@ -14,6 +14,7 @@ import json
 import math
 import pathlib
 import random
+import re
 import subprocess
 import sys
 
@@ -133,10 +134,14 @@ def export(rigsync, result, axes, sensor):
     return file
 
 
-def run_file(file):
+def run_text(text):
     names = {"__name__": "__main__"}
-    exec(compile(file.read_text(), str(file), "exec"), names)
+    exec(compile(text, "camera.py", "exec"), names)
     return names
+
+
+def run_file(file):
+    return run_text(file.read_text())
 
 
 def difference(rig, sample, axes, unit, rng):
@@ -163,6 +168,11 @@ def fresh_scene(unit):
     bpy.context.scene.unit_settings.scale_length = unit
 
 
+def expect(holds, text):
+    if not holds:
+        raise SystemExit(f"blender: {text}")
+
+
 def check(rig, file, axes, unit, rng):
     """Samples without and with keyframes; the file run a second time in between."""
     fresh_scene(unit)
@@ -183,15 +193,56 @@ def check(rig, file, axes, unit, rng):
             worst = max(worst, difference(rig, sample, axes, unit, rng))
         run_file(file)
     made = sorted(thing.name for thing in bpy.data.objects)
-    if made != ["tracker", "tracker camera"] or len(bpy.data.cameras) != 1:
-        raise SystemExit(f"run twice, the file leaves {made}")
-    if (camera.data.clip_start, camera.data.clip_end) != clip:
-        raise SystemExit("the file changes the clip range")
+    expect(made == ["tracker", "tracker camera"] and len(bpy.data.cameras) == 1,
+           f"run twice, the file leaves {made}")
+    expect((camera.data.clip_start, camera.data.clip_end) == clip,
+           "the file changes the clip range")
     attitude, quaternion = rotation(rng)
     sample = (attitude, [rng.uniform(-1.5, 1.5) for _ in range(3)])
     bpy.data.objects["tracker"].animation_data_clear()
     names["set_tracker"](sample[1], quaternion)
     return max(worst, difference(rig, sample, axes, unit, rng))
+
+
+def check_promises(file):
+    """What the file says of itself, besides pixels."""
+    text = file.read_text()
+    fresh_scene(1.0)
+    names = run_text(text)
+    camera = bpy.context.scene.camera
+    expect(camera.parent is bpy.data.objects["tracker"], "the camera isn't below the tracker")
+    expect((camera.data["k1"], camera.data["k2"]) == (-0.08, 0.02), "k1 and k2 are lost")
+
+    # The same attitude by its two quaternions: the tracker stands still between the keyframes.
+    names["set_tracker"]((0, 0, 0), (0.6, 0.0, 0.8, 0.0), 1)
+    names["set_tracker"]((0, 0, 0), (-0.6, 0.0, -0.8, 0.0), 11)
+    turns = []
+    for frame in (1, 6):
+        bpy.context.scene.frame_set(frame)
+        turns.append(bpy.data.objects["tracker"].matrix_world.to_quaternion())
+    expect(turns[0].rotation_difference(turns[1]).angle < 1e-3, "the tracker turns the long way")
+
+    # An object of that name that isn't the file's is left alone.
+    fresh_scene(1.0)
+    other = bpy.data.objects.new("tracker", None)
+    bpy.context.scene.collection.objects.link(other)
+    run_text(text)
+    expect(other.name == "tracker" and not other.children, "somebody else's object is taken")
+
+    # Other names make another pair.
+    run_text(text.replace('TRACKER = "tracker"', 'TRACKER = "second"')
+             .replace('CAMERA = "tracker camera"', 'CAMERA = "second camera"'))
+    expect(len(bpy.data.cameras) == 2, "other names make no other camera")
+
+    # Blender's lenses are 1 mm and longer.
+    wrong = re.sub(r'"lens_mm": [^,]*,', '"lens_mm": 0.5,', text)
+    expect(wrong != text, "there is no lens_mm")
+    try:
+        run_text(wrong)
+    except ValueError as error:
+        expect("Blender makes lens 1, not 0.5" in str(error), error)
+    else:
+        expect(False, "a number that Blender doesn't take passes")
 
 
 def main():
@@ -213,6 +264,8 @@ def main():
         failed = failed or not agrees
         print(f"{name:<24}{frame:>12}{points:>8}{worst:>12.6f}   {', '.join(AXES[axes])}"
               + ("" if agrees else f"   MORE THAN {TOLERANCE_PX} px"))
+    write_result(folder / "result.json", rng, *RIGS[0][1:4])
+    check_promises(export(rigsync, folder / "result.json", None, None))
     if failed:
         raise SystemExit("blender: Blender's pixels are not those of the solved camera")
     print("blender: Blender's own projection agrees with the solved camera")
