@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
+#include <locale>
 #include <sstream>
 #include <stdexcept>
 

@@ -5,6 +5,7 @@
 #include "rigsync/verify/file_reader.h"
 
 #include "rigsync/exports/file_target.h"
+#include "rigsync/verify/numbers_read.h"
 #include "rigsync/verify/pixel_proof.h"
 #include "rigsync/verify/proof_points.h"
 #include "tests/rigsync/verify/random_rig.h"
@@ -105,6 +106,24 @@ TEST(FileReaders, ThousandsOfRigsShowTheirPixelsWithinTheBound) {
                 Allowed_Px);
     EXPECT_GT(Px, 0.0);
   }
+}
+
+// The library leaves a rotation in single precision. A file has the transpose of it where the
+// inverse would be exact, which moves the camera by what is allowed for, and hardly more is.
+TEST(FileReaders, TheInverseOfARotationThatIsNotExactIsAllowedFor) {
+  Dice Thrown(12);
+  double Largest_Share = 0.0;
+  for (int Number = 0; Number < 200; ++Number) {
+    const Random_Rig Rig = Make_Rig(Rig_Kind::Any, Thrown);
+    const Tracker_Axes Axes = Tracker_Axes::Identity();
+    const rigsync::True_Pose True = rigsync::True_Pose_Of(Rig.Result, Axes);
+    const double Allowed_M = rigsync::Empty_Camera(True, Axes).Shift_M;
+    const double Moved_M =
+        (True.Solved.Transform_Body_Cam.translation() - True.Position_Object).norm();
+    EXPECT_LE(Moved_M, Allowed_M + 1e-15);
+    if (Allowed_M > 1e-12) Largest_Share = std::max(Largest_Share, Moved_M / Allowed_M);
+  }
+  EXPECT_GT(Largest_Share, 0.2);
 }
 
 // The text with its JSON changed, which in a script stands between two lines.
