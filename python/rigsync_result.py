@@ -182,6 +182,15 @@ class _Object:
             raise _refuse(self.path, "'%s' is not a text" % key)
         return value or ""
 
+    def texts(self, key: str) -> List[str]:
+        value = self.fields.get(key)
+        if value is not None and not isinstance(value, list):
+            raise _refuse(self.path, "'%s' is not a list" % key)
+        for element in value or ():
+            if not isinstance(element, str):
+                raise _refuse(self.path, "'%s' has an element that is not a text" % key)
+        return value or []
+
     def number(self, key: str, otherwise: float = math.nan) -> float:
         value = self.fields.get(key)
         if value is None:
@@ -296,9 +305,13 @@ def read(path: Union[str, "os.PathLike[str]"], solution: Optional[str] = None) -
                (lens.number("focal_length_mm", 0.0),)]
     usable = (verdict in (None, "agree") and code in USABLE_CODES
               and all(math.isfinite(number) for group in numbers for number in group or ()))
-    return Result(name, code, usable, verdict, _one_line(root.text("message")), chosen,
-                  _matrix(both[chosen]), document=document, is_chosen=solution is not None,
-                  **values)  # type: ignore[arg-type]
+    result = Result(name, code, usable, verdict, _one_line(root.text("message")), chosen,
+                    _matrix(both[chosen]), document=document, is_chosen=solution is not None,
+                    **values)  # type: ignore[arg-type]
+    # What is read later is checked now.
+    doubts(result)
+    root.object("inputs").text("camera_tracker_axes")
+    return result
 
 
 # -- whether it may be used ----------------------------------------------------------------------
@@ -340,10 +353,10 @@ def _not_solved_text(result: Result) -> str:
 
 
 def _slip_text(result: Result, sureness: str) -> str:
-    slip = (result.document.get("joint") or {}).get("slip")
-    if slip is None:
+    slip = _Object(result.path, result.document).object("joint").object("slip")
+    if not slip.fields:
         return "a tracker %s on its mount during the capture" % sureness
-    whose = "camera" if slip.get("tracker") == "camera" else "board"
+    whose = "camera" if slip.text("tracker") == "camera" else "board"
     return "the %s's tracker %s on its mount during the capture" % (whose, sureness)
 
 
@@ -406,8 +419,7 @@ _REASONS = {
 
 def _reasons(result: Result) -> List[str]:
     """Those that this file knows; one of a later version may have others."""
-    listed = _opinion(result).fields.get("reasons") or []
-    return [reason for reason in listed if reason in _REASONS]
+    return [reason for reason in _opinion(result).texts("reasons") if reason in _REASONS]
 
 
 def _is_ruled_out(result: Result) -> bool:

@@ -137,8 +137,9 @@ def _solved_row(row: Dict[str, Any]) -> SolvedRow:
 def _slip(slip: Optional[Dict[str, Any]]) -> Optional[Slip]:
     if slip is None:
         return None
-    return Slip(slip["evidence"], slip["tracker"], slip.get("line"), slip.get("image"),
-                _array(slip.get("turn_deg"), (3,)), _array(slip.get("shift_mm"), (3,)))
+    return Slip(slip.get("evidence") or "", slip.get("tracker") or "", slip.get("line"),
+                slip.get("image"), _array(slip.get("turn_deg"), (3,)),
+                _array(slip.get("shift_mm"), (3,)))
 
 
 def solution_of(document: Optional[Dict[str, Any]]) -> Optional[Solution]:
@@ -150,10 +151,10 @@ def solution_of(document: Optional[Dict[str, Any]]) -> Optional[Solution]:
     if document["status"] != "solved":
         return Solution(document["status"], None, None, None, None, None, None, rows, slip,
                         document)
-    board, noise = document["board_place"], document["noise"]
-    return Solution("solved", _array(document["transform_cam_tc"], (4, 4)),
-                    _array(board["transform_tr_chart"], (4, 4)), _uncertainty(document),
-                    _uncertainty(board), _number(document["square"]["scale"]),
+    board, noise, square = (document.get(key) or {} for key in ("board_place", "noise", "square"))
+    return Solution("solved", _array(document.get("transform_cam_tc"), (4, 4)),
+                    _array(board.get("transform_tr_chart"), (4, 4)),
+                    _uncertainty(document), _uncertainty(board), _number(square.get("scale")),
                     Noise(*(_number(noise.get(key))
                             for key in ("corner_px", "rotation_deg", "position_mm"))),
                     rows, slip, document)
@@ -219,6 +220,9 @@ def read_result(path: Path, solution: Optional[str] = None) -> Result:
     plain = rigsync_result.read(path, solution)
     document = plain.document
     mount = plain.transform_cam_tc
+    if plain.code is not None and plain.code not in set(Code):
+        raise _core.UsageError(f"{plain.path}: 'code' is {plain.code}; expected one that the "
+                               "library has")
     return Result(plain.path, None if plain.code is None else Code(plain.code), plain.usable,
                   plain.verdict, list((document.get("second_opinion") or {}).get("reasons") or ()),
                   rigsync_result.doubts(plain), plain.message, plain.solution,

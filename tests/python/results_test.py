@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """result.json through rigsync.read_result and rigsync_result.read: its numbers, the files that are
 refused, and the exports, compared with the command's."""
+import contextlib
 import json
 import math
 import pathlib
@@ -8,6 +9,7 @@ import re
 import tempfile
 import unittest
 import warnings
+from random import Random
 
 import numpy as np
 
@@ -138,6 +140,54 @@ class ReadResult(Folder):
     def sentence(errors):
         """Without what the command adds for the terminal."""
         return re.sub(r" (See|Run) 'rigsync export --help'.*$", "", errors)
+
+    def test_damaged_files_are_read_or_refused_and_nothing_else(self):
+        """What the command reads, rigsync_result reads too; neither ends in another exception."""
+        random, whole = Random(16), support.document()
+        places = [place for place in self.places(whole) if place]
+        near_top = [place for place in places
+                    if len(place) < 3 or place[0] in ("second_opinion", "cause", "lens")]
+        read, refused = 0, 0
+        for _ in range(1500):
+            document = json.loads(json.dumps(whole))
+            if random.random() < 0.5:
+                document["verdict"] = random.choice(["look", "dont_use"])
+                document["second_opinion"]["reasons"] = random.sample(REASONS, 3)
+            for _ in range(random.choice([1, 1, 2, 3])):
+                self.damage(document, random.choice(random.choice([places, near_top])), random)
+            file = self.written(document)
+            try:
+                result = rigsync.read_result(file)
+            except rigsync.UsageError:
+                refused += 1
+                with contextlib.suppress(rigsync_result.ResultError):
+                    rigsync_result.read(file)
+                continue
+            read += 1
+            for engine in ENGINES:
+                with contextlib.suppress(rigsync_result.UnusableResult):
+                    rigsync_result.export(result.plain, engine, even_if_doubtful=True)
+        self.assertGreater(min(read, refused), 200)
+
+    def places(self, document, place=()):
+        """The keys that lead to each value, of lists to the first three."""
+        yield place
+        inner = (document.items() if isinstance(document, dict)
+                 else enumerate(document[:3]) if isinstance(document, list) else ())
+        for key, value in inner:
+            yield from self.places(value, (*place, key))
+
+    @staticmethod
+    def damage(document, place, random):
+        values = [None, True, 0, -1, 3.5, 1e308, 2**70, "", "x", "joint", "look", [], {}, [1, 2],
+                  [None] * 3, [["a"]], {"a": 1}]
+        with contextlib.suppress(KeyError, IndexError, TypeError):
+            for key in place[:-1]:
+                document = document[key]
+            if isinstance(document, dict) and random.random() < 0.2:
+                del document[place[-1]]
+            else:
+                document[place[-1]] = random.choice(values)
 
     def test_what_only_the_whole_reader_checks_is_refused_too(self):
         document = support.document()
