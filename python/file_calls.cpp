@@ -6,7 +6,9 @@
 #include "rigsync/formats/result_file.h"
 #include "rigsync/system/usage_error.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <tuple>
 
 namespace rigsync {
 namespace {
@@ -20,6 +22,23 @@ const File_Target& Target_Named(const std::string& Name) {
     Names += (Names.empty() ? "" : ", ") + Target.Name;
   }
   Refuse("target", Name, Names);
+}
+
+// Refuses an argument that was stated and means nothing for the target. Targets list flags.
+void Refuse_Useless(const File_Arguments& Arguments, const File_Target& Target) {
+  const std::tuple<std::string, const char*, bool> Stated[] = {
+      {"tracker_axes", "--tracker-axes", Arguments.Tracker_Axes.has_value()},
+      {"sensor_mm", "--sensor", Arguments.Sensor_Mm.has_value()},
+      {"focus", "--focus", Arguments.Focus.has_value()},
+      {"zoom", "--zoom", Arguments.Zoom.has_value()},
+      {"capture", "--capture", Arguments.Capture.has_value()},
+      {"image_root", "--image-root", Arguments.Image_Root.has_value()},
+  };
+  for (const auto& [Name, Flag, Is_Stated] : Stated) {
+    const std::vector<std::string>& Used = Target.Flags;
+    if (!Is_Stated || std::find(Used.begin(), Used.end(), Flag) != Used.end()) continue;
+    throw Usage_Error(Name, Name + ": the export to " + Target.Title + " has no use for it");
+  }
 }
 
 void Set_Capture(const File_Arguments& Arguments, File_Request& Request) {
@@ -36,10 +55,6 @@ File_Request Request_Of(const File_Arguments& Arguments, const File_Target& Targ
                        Result.Inputs.Sensor_Size_Mm, std::nullopt, Result.Inputs.Csv,
                        Result.Inputs.Image_Root};
   if (Arguments.Tracker_Axes) {
-    if (!Target.Has_Tracker) {
-      throw Usage_Error("tracker_axes",
-                        "tracker_axes: the export to " + Target.Title + " has no use for it");
-    }
     Request.Axes = Parse_Tracker_Axes("tracker_axes", *Arguments.Tracker_Axes, Target.Space,
                                       Result.Inputs.Camera_Labels);
   }
@@ -55,6 +70,7 @@ File_Request Request_Of(const File_Arguments& Arguments, const File_Target& Targ
 
 Made_File Make_File(const File_Arguments& Arguments) {
   const File_Target& Target = Target_Named(Arguments.Target);
+  Refuse_Useless(Arguments, Target);
   Calibration_Result Result = Read_Result(Arguments.Result_File);
   if (const auto Choice = Solution_Named(Arguments.Solution)) Result.Inputs.Solution = *Choice;
   const File_Text Written = Target.Write(Request_Of(Arguments, Target, Result));

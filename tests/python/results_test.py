@@ -414,8 +414,12 @@ class ExportFile(Folder):
         result = rigsync.read_result(support.RESULT)
         with self.assertRaisesRegex(rigsync.UsageError, "target: 'maya' is wrong; expected bl"):
             rigsync.export_file(result, "maya")
-        with self.assertRaisesRegex(rigsync.UsageError, "tracker_axes: the export to .* no use"):
-            rigsync.export_file(result, "opencv", tracker_axes="z-up")
+        for name, value in (("tracker_axes", "z-up"), ("sensor_mm", (36, 27)), ("focus", 1.0),
+                            ("zoom", 1.0), ("image_root", ".")):
+            with self.assertRaises(rigsync.UsageError) as raised:
+                rigsync.export_file(result, "opencv", **{name: value})
+            self.assertEqual(str(raised.exception),
+                             f"{name}: the export to YAML of OpenCV has no use for it")
         document = support.document()
         document.update(verdict="look", usable=False)
         with self.assertRaises(rigsync.UnusableResult):
