@@ -5,6 +5,8 @@
 #ifndef RIGSYNC_TESTS_SUPPORT_CHILD_LIMITS_H
 #define RIGSYNC_TESTS_SUPPORT_CHILD_LIMITS_H
 
+#include "tests/support/sanitized.h"
+
 #include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -15,18 +17,10 @@
 #include <sys/prctl.h>
 #endif
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define RIGSYNC_SANITIZED
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define RIGSYNC_SANITIZED
-#endif
-#endif
-
 // A test is ended after 240 seconds; its programs are ended a little earlier, so that the test can
 // still say which one it was.
 constexpr unsigned Child_Seconds = 230;
-// The most that a run of these tests has used is a third of this.
+// Far more than these tests need, and less than a machine that builds them has.
 constexpr rlim_t Child_Bytes = rlim_t{4} << 30;
 
 // Signals do what they do by default, also when the tests were started with some of them ignored or
@@ -55,7 +49,7 @@ inline void Limit_Child(pid_t Parent) {
   // A sanitizer reserves terabytes that it never uses.
 #ifndef RIGSYNC_SANITIZED
   const rlimit Memory = {Child_Bytes, Child_Bytes};
-  setrlimit(RLIMIT_AS, &Memory);
+  setrlimit(RLIMIT_DATA, &Memory);  // not RLIMIT_AS: every thread reserves more than it uses
 #endif
 }
 

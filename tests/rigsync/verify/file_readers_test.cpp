@@ -9,6 +9,7 @@
 #include "rigsync/verify/pixel_proof.h"
 #include "rigsync/verify/proof_points.h"
 #include "tests/rigsync/verify/random_rig.h"
+#include "tests/support/sanitized.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -82,6 +83,9 @@ TEST(FileReaders, EveryFileWithAPoseHasAReader) {
   }
 }
 
+// The sanitizers look for other faults, and need minutes for so many.
+constexpr int Rig_Count = Is_Sanitized ? 200 : 2000;
+
 TEST(FileReaders, ThousandsOfRigsShowTheirPixelsWithinTheBound) {
   for (const File_Target& Target : rigsync::File_Targets()) {
     if (Target.Name == "corners") continue;
@@ -89,7 +93,7 @@ TEST(FileReaders, ThousandsOfRigsShowTheirPixelsWithinTheBound) {
     const File_Reader& Reader = Reader_Named(Target.Name);
     Dice Thrown(11);
     double Px = 0.0, Allowed_Px = 0.0;
-    for (int Number = 0; Number < 2000; ++Number) {
+    for (int Number = 0; Number < Rig_Count; ++Number) {
       const Random_Rig Rig = Make_Rig(Kind_Of(Number), Thrown);
       std::optional<Tracker_Axes> Axes;
       const Tracker_Axes Other = Random_Axes(Target.Space, Thrown);
