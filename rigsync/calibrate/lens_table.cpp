@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/calibrate/lens_table.h"
 
+#include "rigsync/calibrate/result_lens.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/solve/solution_difference.h"
 
@@ -37,17 +38,11 @@ Mount_Agreement Agreement_Of(const Lens_Table_Row& Row, bool Is_Other_Axes,
   return Is_Within ? Mount_Agreement::Agrees : Mount_Agreement::Beyond_Limits;
 }
 
-Lens Lens_Of(const Calibration_Result& Result) {
-  const double Width = Result.Image_Size[0], Height = Result.Image_Size[1];
-  return {Result.Norm_Fxy[0] * Width,  Result.Norm_Fxy[1] * Height, Result.Norm_Cxy[0] * Width,
-          Result.Norm_Cxy[1] * Height, Result.Distortion[0],        Result.Distortion[1]};
-}
-
 Lens_Table_Row Row_Of(const Lens_Table_Input& Input, const Lens_Table_Input& Reference,
                       const Lens_Table& Table) {
   Lens_Table_Row Row;
   Row.Of = Input;
-  Row.Lens_Px = Lens_Of(*Input.Result);
+  Row.Lens_Px = Lens_Of_Result(*Input.Result, Input.File).Px;
   const Drift Seen = Compare_Results(*Input.Result, *Reference.Result);
   Row.From_Reference = Seen.Of_Mount;
   if (Seen.Of_Mount.Joint_Motion) {
@@ -94,8 +89,9 @@ Lens_Table Make_Lens_Table(const std::vector<Lens_Table_Input>& Inputs, double S
                             std::tie(Right.At.Focus, Right.At.Zoom);
                    });
   Lens_Table Table;
-  Table.Width = static_cast<int>(std::lround(Sorted.front().Result->Image_Size[0]));
-  Table.Height = static_cast<int>(std::lround(Sorted.front().Result->Image_Size[1]));
+  const Result_Lens First = Lens_Of_Result(*Sorted.front().Result, Sorted.front().File);
+  Table.Width = First.Width;
+  Table.Height = First.Height;
   Table.Limits = Limits;
   Table.Sure_Part = 1.0 - False_Table_Part / static_cast<double>(Sorted.size() - 1);
   Table.Rows = Rows_From(Sorted, 0, Table);

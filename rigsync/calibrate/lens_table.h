@@ -65,7 +65,8 @@ Eigen::Vector3d Camera_Way_Mm(const Lens_Table_Row& Row);
 double Lateral_Mm(const Lens_Table_Row& Row);
 
 // At least two inputs, whose images have one size, no two at the same focus and zoom.
-// Sensor_Width_Mm is NaN where nobody knows it.
+// Sensor_Width_Mm is NaN where nobody knows it. Throws Usage_Error, which begins with the input's
+// file, for a lens that Lens_Of_Result refuses.
 Lens_Table Make_Lens_Table(const std::vector<Lens_Table_Input>& Inputs, double Sensor_Width_Mm,
                            const Accuracy_Limits& Limits);
 

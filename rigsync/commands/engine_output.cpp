@@ -4,6 +4,7 @@
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/calibrate/run_log_file.h"
 #include "rigsync/command_line/command.h"
+#include "rigsync/engine/solved_camera.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/report/verdict_words.h"
 #include "rigsync/system/quiet_output.h"
@@ -76,7 +77,7 @@ bool Is_Joint_Doubtful(const Calibration_Result& Result) {
                   Is_Joint_Doubtful(Result) ? "" : " (in most captures the nearer one)"));
 }
 
-// Refuses a result without lens or transform.
+// Refuses a result without lens or transform, and a lens that no run writes.
 void Require_Result(const std::string& File, const Calibration_Result& Result) {
   const std::vector<double>& Transform_Cam_Tc = Chosen_Transform_Cam_Tc(Result);
   if (Transform_Cam_Tc.empty() && Result.Inputs.Solution == Solution_Choice::Joint) {
@@ -87,6 +88,7 @@ void Require_Result(const std::string& File, const Calibration_Result& Result) {
                                   Result.Message.empty() ? "its values are null" : Result.Message));
   }
   Require_Finite_Mount(File, Transform_Cam_Tc);
+  Solved_Camera_Of(Result, File);
 }
 
 // Whether the reasons rule out the mount that is exported, which may not be the one that was

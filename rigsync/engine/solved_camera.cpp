@@ -1,11 +1,34 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/engine/solved_camera.h"
 
+#include "rigsync/calibrate/result_lens.h"
 #include "rigsync/geometry/transform_list.h"
+#include "rigsync/system/usage_error.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace rigsync {
+
+namespace {
+
+Eigen::Isometry3d Mount_Of(const Calibration_Result& Result, const std::filesystem::path& File) {
+  const std::vector<double>& Numbers = Chosen_Transform_Cam_Tc(Result);
+  const bool Is_Finite = std::all_of(Numbers.begin(), Numbers.end(),
+                                     [](double Value) { return std::isfinite(Value); });
+  if (Numbers.size() != 16 || !Is_Finite) {
+    throw Usage_Error(
+        fmt::format("{}: 'transform_cam_tc' {}; expected 16 finite numbers, as "
+                    "'rigsync calibrate' writes them",
+                    File.string(), Is_Finite ? "is null" : "is not finite"));
+  }
+  return Eigen::Isometry3d(Matrix_From_List(Numbers));
+}
+
+}  // namespace
 
 Eigen::Matrix3d Rotation_Tc_Body() {
   Eigen::Matrix3d Rotation;
@@ -13,19 +36,15 @@ Eigen::Matrix3d Rotation_Tc_Body() {
   return Rotation;
 }
 
-Solved_Camera Solved_Camera_Of(const Calibration_Result& Result) {
+Solved_Camera Solved_Camera_Of(const Calibration_Result& Result,
+                               const std::filesystem::path& File) {
+  const Result_Lens Lens = Lens_Of_Result(Result, File);
+  const Eigen::Isometry3d Transform_Body_Tc(Rotation_Tc_Body().transpose());
   Solved_Camera Camera;
-  Camera.Width = static_cast<int>(std::lround(Result.Image_Size[0]));
-  Camera.Height = static_cast<int>(std::lround(Result.Image_Size[1]));
-  Camera.Lens_Px = {Result.Norm_Fxy[0] * Camera.Width,
-                    Result.Norm_Fxy[1] * Camera.Height,
-                    Result.Norm_Cxy[0] * Camera.Width,
-                    Result.Norm_Cxy[1] * Camera.Height,
-                    Result.Distortion[0],
-                    Result.Distortion[1]};
-  const Eigen::Isometry3d Transform_Cam_Tc(Matrix_From_List(Chosen_Transform_Cam_Tc(Result)));
-  Camera.Transform_Body_Cam =
-      Eigen::Isometry3d(Rotation_Tc_Body().transpose()) * Transform_Cam_Tc.inverse();
+  Camera.Width = Lens.Width;
+  Camera.Height = Lens.Height;
+  Camera.Lens_Px = Lens.Px;
+  Camera.Transform_Body_Cam = Transform_Body_Tc * Mount_Of(Result, File).inverse();
   return Camera;
 }
 

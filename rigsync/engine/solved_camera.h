@@ -10,6 +10,8 @@
 
 #include <Eigen/Geometry>
 
+#include <filesystem>
+
 namespace rigsync {
 
 struct Solved_Camera {
@@ -19,8 +21,11 @@ struct Solved_Camera {
   Eigen::Isometry3d Transform_Body_Cam = Eigen::Isometry3d::Identity();
 };
 
-// Of the chosen mount of a result that can be exported: it has a lens and a finite mount.
-Solved_Camera Solved_Camera_Of(const Calibration_Result& Result);
+// With the chosen mount. Throws Usage_Error, which begins with File and names the key of
+// result.json, for a lens that is missing or that no camera has, and without a finite mount. So
+// what is made from it can divide by its sizes and focal lengths.
+Solved_Camera Solved_Camera_Of(const Calibration_Result& Result,
+                               const std::filesystem::path& File = "result.json");
 
 // Coordinates along the body's own axes to those in Tc or Tr: (a, b, c) becomes (-a, -c, -b). Its
 // own inverse.

@@ -5,7 +5,6 @@
 #include "rigsync/exports/camera_numbers.h"
 #include "rigsync/exports/script_text.h"
 #include "rigsync/formats/opinion_words.h"
-#include "rigsync/system/usage_error.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -206,10 +205,8 @@ std::string Comments(const Tracker_Axes& Axes, const std::vector<std::string>& W
 }  // namespace
 
 File_Text Write_Blender_Script(const File_Request& Request) {
-  if (Request.At) {
-    throw Usage_Error("--focus", "--focus, --zoom: the export to Blender has no use for them");
-  }
-  const Solved_Camera Camera = Solved_Camera_Of(Request.Result);
+  Refuse_Position(Request, "Blender");
+  const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const Tracker_Axes Axes = Request.Axes.value_or(Tracker_Axes::Identity());
   File_Text Written;
   const double Most_Px = Corner_Distortion_Px(Camera);

@@ -2,7 +2,7 @@
 #include "rigsync/exports/board_corners.h"
 
 #include "rigsync/capture/image_paths.h"
-#include "rigsync/exports/checked_camera.h"
+#include "rigsync/exports/kept_rows.h"
 #include "rigsync/system/progress_output.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"

@@ -7,8 +7,17 @@
 #include "rigsync/exports/opencv_yaml.h"
 #include "rigsync/exports/opentrackio_sample.h"
 #include "rigsync/exports/unreal_lens_script.h"
+#include "rigsync/system/usage_error.h"
+
+#include <fmt/format.h>
 
 namespace rigsync {
+
+void Refuse_Position(const File_Request& Request, const char* Title) {
+  if (!Request.At) return;
+  throw Usage_Error("--focus",
+                    fmt::format("--focus, --zoom: the export to {} has no use for them", Title));
+}
 
 const std::vector<File_Target>& File_Targets() {
   static const std::vector<File_Target> All = {

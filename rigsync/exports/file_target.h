@@ -44,6 +44,10 @@ struct File_Target {
   File_Text (*Write)(const File_Request& Request);
 };
 
+// Throws Usage_Error, which begins with the flag, when a place on the lens's rings is stated, for a
+// file that has no field for it.
+void Refuse_Position(const File_Request& Request, const char* Title);
+
 // All of them, in the order in which they are listed for the user.
 const std::vector<File_Target>& File_Targets();
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/exports/kalibr_camchain.h"
 
-#include "rigsync/exports/checked_camera.h"
+#include "rigsync/engine/solved_camera.h"
 #include "rigsync/exports/yaml_text.h"
 
 #include <fmt/format.h>
@@ -22,7 +22,7 @@ std::string Matrix_Text(const Eigen::Matrix4d& Matrix) {
 
 File_Text Write_Kalibr(const File_Request& Request) {
   Refuse_Position(Request, "Kalibr");
-  const Solved_Camera Camera = Checked_Camera(Request);
+  const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const Lens& Px = Camera.Lens_Px;
   std::string Text = "cam0:\n";
   Text += "  T_cam_imu:\n" + Matrix_Text(Camera.Transform_Body_Cam.inverse().matrix());

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/exports/opencv_yaml.h"
 
-#include "rigsync/exports/checked_camera.h"
+#include "rigsync/engine/solved_camera.h"
 #include "rigsync/exports/kept_rows.h"
 #include "rigsync/exports/yaml_text.h"
 #include "rigsync/formats/opinion_words.h"
@@ -123,7 +123,7 @@ std::vector<std::string> Warnings_Of(const Calibration_Result& Result, const Kep
 File_Text Write_Opencv(const File_Request& Request) {
   Refuse_Position(Request, "OpenCV");
   const Calibration_Result& Result = Request.Result;
-  const Solved_Camera Camera = Checked_Camera(Request);
+  const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const std::optional<Mounted_Board> Board = Mounted_Board_Of(Result);
   const Kept_Rows Kept = Read_Kept_Rows(Request);
   const Eigen::Isometry3d Transform_Cam_Tc(Matrix_From_List(Chosen_Transform_Cam_Tc(Result)));

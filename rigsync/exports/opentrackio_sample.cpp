@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/exports/opentrackio_sample.h"
 
-#include "rigsync/exports/checked_camera.h"
+#include "rigsync/engine/solved_camera.h"
 #include "rigsync/exports/kept_rows.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/system/file_hash.h"
@@ -208,7 +208,7 @@ std::array<double, 3> Pan_Tilt_Roll_Of(const Eigen::Matrix3d& Rotation) {
 
 File_Text Write_Opentrackio(const File_Request& Request) {
   Refuse_Position(Request, "OpenTrackIO");
-  const Solved_Camera Camera = Checked_Camera(Request);
+  const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const std::array<double, 2> Sensor_Mm = Required_Sensor(Request);
   const Pixel_Pitch Pitch_Mm = {Sensor_Mm[0] / Camera.Width, Sensor_Mm[1] / Camera.Height};
   File_Text Written;

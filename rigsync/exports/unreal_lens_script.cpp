@@ -153,7 +153,7 @@ Chosen_Axes Choose_Axes(const std::vector<Lens_File_Point>& Points,
 }
 
 Json Point_Json(const Lens_File_Point& Point, const Tracker_Axes& Axes) {
-  const Solved_Camera Camera = Solved_Camera_Of(Point.Result);
+  const Solved_Camera Camera = Solved_Camera_Of(Point.Result, Point.Result_File);
   const Lens& Px = Camera.Lens_Px;
   const Eigen::Vector3d Location_Cm = 100.0 * (Axes * Camera.Transform_Body_Cam.translation());
   const Eigen::Quaterniond Rotation(
@@ -174,7 +174,7 @@ Json Point_Json(const Lens_File_Point& Point, const Tracker_Axes& Axes) {
 
 Json All_Numbers(const std::vector<Lens_File_Point>& Points, const Tracker_Axes& Axes,
                  const std::optional<std::array<double, 2>>& Sensor_Mm) {
-  const Solved_Camera First = Solved_Camera_Of(Points.front().Result);
+  const Solved_Camera First = Solved_Camera_Of(Points.front().Result, Points.front().Result_File);
   Json Numbers;
   Numbers["format"] = "rigsync-unreal-lens";
   Numbers["format_version"] = 1;

@@ -119,7 +119,8 @@ Target_Proof Prove_File(const File_Target& Target, const File_Reader& Reader,
   const Verification_Request& Request = Ground.Request;
   std::optional<Tracker_Axes> Asked;
   if (Target.Has_Tracker) Asked = Asked_Axes(Request, Target.Space);
-  const std::array<double, 2> Sensor_Mm = Sensor_Of(Request, Solved_Camera_Of(Request.Result));
+  const std::array<double, 2> Sensor_Mm =
+      Sensor_Of(Request, Solved_Camera_Of(Request.Result, Request.Result_File));
   const Calibration_Inputs& Inputs = Request.Result.Inputs;
   const File_Text Written = Target.Write({Request.Result_File, Request.Result, Asked, Sensor_Mm,
                                           std::nullopt, Inputs.Csv, Inputs.Image_Root});
@@ -147,7 +148,7 @@ bool Verification::Holds() const {
 }
 
 Verification Verify_Exports(const Verification_Request& Request) {
-  const Solved_Camera Solved = Solved_Camera_Of(Request.Result);
+  const Solved_Camera Solved = Solved_Camera_Of(Request.Result, Request.Result_File);
   Verification Made;
   Made.Samples = Request.Samples;
   Made.Width = Solved.Width;

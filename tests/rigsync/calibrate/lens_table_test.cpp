@@ -8,6 +8,7 @@
 #include "rigsync/calibrate/lens_table.h"
 
 #include "rigsync/geometry/transform_list.h"
+#include "rigsync/system/usage_error.h"
 #include "tests/rigsync/solve/corner_rig.h"
 
 #include <gmock/gmock.h>
@@ -297,4 +298,14 @@ TEST(LensTable, ASimulatedZoomLensIsOneTableUnlessItsTrackerMoved) {
   Count_Tables("tracker panned by 0.1 degrees", {0, 0, 0}, {0, 0.1, 0}, Tables);
 }
 
+TEST(LensTable, ALensThatNoRunWritesIsRefusedByItsFile) {
+  std::vector<Calibration_Result> Results(2, Result_Of(Mount(60, -140, -80)));
+  Results[1].Distortion.clear();
+  try {
+    Table_Of(Results);
+    FAIL();
+  } catch (const rigsync::Usage_Error& Error) {
+    EXPECT_THAT(Error.what(), testing::StartsWith("1.json: 'lens.distortion' is null"));
+  }
+}
 }  // namespace

@@ -126,4 +126,34 @@ TEST_F(ExportFile, AFileThatCannotBeWrittenIsNamed) {
   EXPECT_THAT(Done.Said, AllOf(HasSubstr("--output "), HasSubstr("none/camchain.yaml")));
 }
 
+
+// Each is refused by the key of the file, whatever the target, and never by a crash.
+TEST_F(ExportFile, ALensThatNoRunWritesIsRefusedByEveryTarget) {
+  const std::pair<const char*, nlohmann::json> Broken[] = {
+      {"distortion", nullptr},   {"image_size", nullptr},        {"image_size", {0, 0}},
+      {"norm_fxy", {0.0, 0.0}},  {"norm_fxy", {1e-300, 1e-300}}, {"norm_fxy", {-1.0, 1.0}},
+      {"image_size", {0.5, 480}}};
+  const nlohmann::json Sound = Read_Json(Scratch->Path() / "result" / "result.json");
+  for (const auto& [Key, Value] : Broken) {
+    nlohmann::json Document = Sound;
+    Document["lens"][Key] = Value;
+    const std::string Result = Scratch->Write("broken.json", Document.dump());
+    const std::string Why = std::string("broken.json: 'lens.") + Key + "' ";
+    for (const char* const Target :
+         {"blender", "unreal-lens", "opencv", "kalibr", "corners", "aximmetry"}) {
+      const Finished Done = Rigsync({"export", Result, "--to", Target});
+      EXPECT_EQ(Done.Status, 2) << Target << " " << Key << " " << Value;
+      EXPECT_EQ(Done.Output, "");
+      EXPECT_THAT(Done.Said, HasSubstr(Why));
+    }
+    const Finished Verified = Rigsync({"verify", Result});
+    EXPECT_EQ(Verified.Status, 2) << Key << " " << Value;
+    EXPECT_THAT(Verified.Said, HasSubstr(Why));
+    const Finished Table =
+        Rigsync({"lens-table", Result, File("result"), "--at", "0,1", "--at", "0,2"});
+    EXPECT_EQ(Table.Status, 2) << Key << " " << Value;
+    EXPECT_THAT(Table.Said, HasSubstr(Why));
+  }
+}
+
 }  // namespace

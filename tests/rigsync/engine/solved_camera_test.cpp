@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/engine/solved_camera.h"
 
-#include <gtest/gtest.h>
+#include "rigsync/system/usage_error.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
 
 namespace {
+
+using testing::StartsWith;
 
 rigsync::Calibration_Result Result_Of(const std::vector<double>& Transform_Cam_Tc) {
   rigsync::Calibration_Result Result;
@@ -48,6 +56,33 @@ TEST(SolvedCamera, TheChosenMountIsTaken) {
   Result.Joint_Transform_Cam_Tc = {1, 0, 0, 0.2, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
   Result.Inputs.Solution = rigsync::Solution_Choice::Joint;
   EXPECT_EQ(rigsync::Solved_Camera_Of(Result).Transform_Body_Cam.translation().x(), 0.2);
+}
+
+// No run writes such a result; hands can.
+TEST(SolvedCamera, AResultThatHandsHaveBrokenIsRefusedByItsKey) {
+  const std::vector<double> Mount = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+  const auto Refused = [&](auto Change) -> std::string {
+    rigsync::Calibration_Result Result = Result_Of(Mount);
+    Change(Result);
+    try {
+      rigsync::Solved_Camera_Of(Result, "take.json");
+    } catch (const rigsync::Usage_Error& Refusal) {
+      return Refusal.what();
+    }
+    return "";
+  };
+  using Result = rigsync::Calibration_Result;
+  EXPECT_EQ(Refused([](Result&) {}), "");
+  EXPECT_THAT(Refused([](Result& In) { In.Distortion.clear(); }),
+              StartsWith("take.json: 'lens.distortion' is null"));
+  EXPECT_THAT(Refused([](Result& In) {
+                In.Norm_Fxy = {0, 0};
+              }),
+              StartsWith("take.json: 'lens.norm_fxy' holds 0"));
+  EXPECT_THAT(Refused([](Result& In) { In.Transform_Cam_Tc.clear(); }),
+              StartsWith("take.json: 'transform_cam_tc' is null"));
+  EXPECT_THAT(Refused([](Result& In) { In.Transform_Cam_Tc[5] = std::nan(""); }),
+              StartsWith("take.json: 'transform_cam_tc' is not finite"));
 }
 
 }  // namespace

@@ -172,4 +172,13 @@ TEST(BlenderScript, NoFileNameCanEndTheLiteral) {
   EXPECT_EQ(Script.find("\nimport os"), std::string::npos);
 }
 
+
+TEST(BlenderScript, ALensThatNoRunWritesIsRefusedByItsKey) {
+  for (auto Member : {&Calibration_Result::Image_Size, &Calibration_Result::Distortion}) {
+    Calibration_Result Result = Result_Of();
+    (Result.*Member).clear();
+    EXPECT_THROW(rigsync::Write_Blender_Script(Request_Of(Result)), rigsync::Usage_Error);
+  }
+}
+
 }  // namespace

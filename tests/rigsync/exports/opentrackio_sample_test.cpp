@@ -325,13 +325,13 @@ TEST(OpentrackioSample, ALensThatNoRunWritesIsRefusedByItsKey) {
   };
   using Result = rigsync::Calibration_Result;
   EXPECT_THAT(Refused([](Result& In) { In.Image_Size.clear(); }),
-              HasSubstr("'image_size' is null"));
-  EXPECT_THAT(Refused([](Result& In) { In.Image_Size[1] = 0; }), HasSubstr("'image_size'"));
-  EXPECT_THAT(Refused([](Result& In) { In.Image_Size[1] = 1e12; }), HasSubstr("too large"));
+              HasSubstr("'lens.image_size' is null"));
+  EXPECT_THAT(Refused([](Result& In) { In.Image_Size[1] = 0; }), HasSubstr("'lens.image_size'"));
+  EXPECT_THAT(Refused([](Result& In) { In.Image_Size[1] = 1e12; }), HasSubstr("holds 1e+12"));
   EXPECT_THAT(Refused([](Result& In) { In.Norm_Fxy[0] = 0; }),
-              HasSubstr("result.json: 'norm_fxy'"));
-  EXPECT_THAT(Refused([](Result& In) { In.Norm_Cxy.clear(); }), HasSubstr("'norm_cxy'"));
-  EXPECT_THAT(Refused([](Result& In) { In.Distortion.clear(); }), HasSubstr("'distortion'"));
+              HasSubstr("result.json: 'lens.norm_fxy'"));
+  EXPECT_THAT(Refused([](Result& In) { In.Norm_Cxy.clear(); }), HasSubstr("'lens.norm_cxy'"));
+  EXPECT_THAT(Refused([](Result& In) { In.Distortion.clear(); }), HasSubstr("'lens.distortion'"));
 }
 
 // What check_schema.py says; empty when the text follows the schema.

@@ -4,6 +4,7 @@
 // scripts.
 #include "rigsync/exports/unreal_lens_script.h"
 
+#include "rigsync/system/usage_error.h"
 #include "tests/rigsync/exports/script_numbers.h"
 
 #include <gmock/gmock.h>
@@ -143,6 +144,14 @@ TEST(UnrealLensScript, WithoutASensorItIs36MmWideAndTheFileSaysSo) {
   EXPECT_EQ(Numbers["sensor_dimensions_mm"], Json({36.0, 20.25}));
   EXPECT_THAT(Written.Warnings, Contains(AllOf(HasSubstr("36 mm"), HasSubstr("--sensor"))));
   EXPECT_THAT(Written.Text, HasSubstr("# The size of the sensor is not known"));
+}
+
+TEST(UnrealLensScript, ALensThatNoRunWritesIsRefusedByItsKey) {
+  for (auto Member : {&Calibration_Result::Image_Size, &Calibration_Result::Distortion}) {
+    Calibration_Result Result = Worked_Result();
+    (Result.*Member).clear();
+    EXPECT_THROW(rigsync::Write_Unreal_Lens_Script(Request_Of(Result)), rigsync::Usage_Error);
+  }
 }
 
 }  // namespace
