@@ -188,8 +188,7 @@ std::string Axes_Comment(const Tracker_Axes& Axes) {
 std::string Distortion_Text(double Most_Px) {
   return fmt::format(
       "Blender's camera has no distortion. That of the lens moves the picture by up to {:.1f} "
-      "pixels, at a corner of the frame: undistort the footage with k1 and k2, or distort the "
-      "render.",
+      "pixels: undistort the footage with k1 and k2, or distort the render.",
       Most_Px);
 }
 
@@ -209,7 +208,7 @@ File_Text Write_Blender_Script(const File_Request& Request) {
   const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const Tracker_Axes Axes = Request.Axes.value_or(Tracker_Axes::Identity());
   File_Text Written;
-  const double Most_Px = Corner_Distortion_Px(Camera);
+  const double Most_Px = Largest_Distortion_Px(Camera);
   if (Most_Px > 0.0) Written.Warnings.push_back(Distortion_Text(Most_Px));
   if (!Request.Sensor_Mm) Written.Warnings.push_back(Nominal_Sensor_Text());
   Json Numbers;

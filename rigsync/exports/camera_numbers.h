@@ -21,8 +21,9 @@ std::array<double, 2> Sensor_Or_Nominal(const std::optional<std::array<double, 2
 // What a file with the nominal sensor says about it.
 std::string Nominal_Sensor_Text();
 
-// By how many pixels k1 and k2 move the picture, at the corner of the frame where it is most.
-double Corner_Distortion_Px(const Solved_Camera& Camera);
+// By how many pixels k1 and k2 move the picture, where in the frame it is most. That need not be a
+// corner: coefficients of opposite signs may make up for each other there.
+double Largest_Distortion_Px(const Solved_Camera& Camera);
 
 // Pixel coordinates, whose origin is the centre of the top left pixel, measured from the frame's
 // top left corner instead: half a pixel more.

@@ -172,6 +172,20 @@ TEST(BlenderScript, NoFileNameCanEndTheLiteral) {
   EXPECT_EQ(Script.find("\nimport os"), std::string::npos);
 }
 
+// The coefficients make up for each other at the corners, where r^2 is 0.25. Between, k1 r^3 + k2
+// r^5 peaks at r^2 = -3 k1 / (5 k2) = 0.15, which is left and right of the centre inside the frame:
+// 0.4 * 0.2 * 0.15^1.5 of 1600 pixels.
+TEST(BlenderScript, DistortionIsToldWhereItIsMostEvenIfTheCornersHaveNone) {
+  Calibration_Result Result = Result_Of();
+  Result.Image_Size = {1281, 961};
+  Result.Norm_Fxy = {1600.0 / 1281, 1600.0 / 961};
+  Result.Norm_Cxy = {640.0 / 1281, 480.0 / 961};
+  Result.Distortion = {-0.2, 0.8, 0, 0, 0};
+  const double Px = 1600.0 * 0.4 * 0.2 * std::pow(0.15, 1.5);
+  EXPECT_NEAR(Px, 7.436, 0.001);
+  EXPECT_THAT(rigsync::Write_Blender_Script(Request_Of(Result)).Warnings[0],
+              HasSubstr("by up to 7.4 pixels"));
+}
 
 TEST(BlenderScript, ALensThatNoRunWritesIsRefusedByItsKey) {
   for (auto Member : {&Calibration_Result::Image_Size, &Calibration_Result::Distortion}) {
