@@ -44,6 +44,7 @@ void Refuse_Useless(const File_Arguments& Arguments, const File_Target& Target) 
 void Set_Capture(const File_Arguments& Arguments, File_Request& Request) {
   if (Arguments.Capture) {
     Request.Capture = fs::absolute(*Arguments.Capture);
+    Request.Is_Capture_Stated = true;
     Request.Image_Root = Request.Capture.parent_path();
   }
   if (Arguments.Image_Root) Request.Image_Root = fs::absolute(*Arguments.Image_Root);

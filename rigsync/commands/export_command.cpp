@@ -117,6 +117,7 @@ File_Request Request_Of(const Export_Arguments& Arguments, const File_Target& Ta
   if (!Arguments.Sensor.empty()) Request.Sensor_Mm = Parse_Sensor("--sensor", Arguments.Sensor);
   if (!Arguments.Capture.empty()) {
     Request.Capture = fs::absolute(Arguments.Capture);
+    Request.Is_Capture_Stated = true;
     Request.Image_Root = Request.Capture.parent_path();
   }
   if (!Arguments.Image_Root.empty()) Request.Image_Root = fs::absolute(Arguments.Image_Root);

@@ -104,6 +104,11 @@ File_Text Write_Corners(const File_Request& Request) {
                     Request.Capture.string(), Request.Image_Root.string(), Board.Cols, Board.Rows));
   }
   File_Text Written;
+  if (Is_Other_Capture(Request)) {
+    Written.Warnings.push_back(Request.Capture.string() +
+                               " is not the file that the result was made from, or was changed "
+                               "since. The corners are those of its images");
+  }
   Written.Text = Corners_Table(
       File.Rows, Search,
       fmt::format("rigsync: the board of {}x{} inner corners in {} of {} images of {} x {} pixels, "

@@ -17,9 +17,9 @@ namespace rigsync {
 // board, full-image pixels, level 0 (full resolution). An image without a board has one line with
 // dashes. Paths are those of the CSV.
 //
-// Opens the images. Throws Usage_Error when the CSV can't be read, when the result doesn't say
-// which board it was, when an image's path has a blank, which a table of words can't hold, and when
-// no image shows the board.
+// Opens the images. Warns of a capture that is not that of the result. Throws Usage_Error when the
+// CSV can't be read, when the result doesn't say which board it was, when an image's path has a
+// blank, which a table of words can't hold, and when no image shows the board.
 File_Text Write_Corners(const File_Request& Request);
 
 // The table of these rows; Search.Images has an entry for each. Titled is the sentence at its top.

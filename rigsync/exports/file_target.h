@@ -26,6 +26,7 @@ struct File_Request {
   std::optional<Lens_Position> At;
   // The capture whose samples, and images, some targets need: stated here, or that of the result.
   std::filesystem::path Capture, Image_Root;
+  bool Is_Capture_Stated = false;  // here: then a capture that can't be used is refused
 };
 
 struct File_Text {

@@ -35,20 +35,18 @@ Kept_Rows None(std::string Problem) {
   return {{}, std::move(Problem)};
 }
 
-}  // namespace
-
-Kept_Rows Read_Kept_Rows(const File_Request& Request) {
+Kept_Rows Rows_Of(const File_Request& Request) {
   const std::map<std::size_t, std::string> Images = Kept_Images(Request.Result);
   if (Images.empty()) return None("the result names no image that it was made from");
   if (Request.Capture.empty()) return None("the result does not name its capture");
-  const std::string Csv = Request.Capture.string(), Known = Request.Result.Hashes.Csv;
+  const std::string Csv = Request.Capture.string();
   Capture_File File;
   try {
     File = Read_Capture_File(Request.Capture);
   } catch (const Usage_Error& Refusal) {
     return None(Refusal.what());
   }
-  if (!Known.empty() && File_Sha256(Request.Capture) != Known) {
+  if (Is_Other_Capture(Request)) {
     return None(Csv + " is not the file that the result was made from, or was changed since");
   }
   Kept_Rows Kept;
@@ -58,6 +56,22 @@ Kept_Rows Read_Kept_Rows(const File_Request& Request) {
     Kept.Rows.push_back({Row.Image, Row.Line, Row.Camera, Row.Board});
   }
   if (Kept.Rows.empty()) Kept.Problem = Csv + " has none of the rows that the result was made from";
+  return Kept;
+}
+
+}  // namespace
+
+bool Is_Other_Capture(const File_Request& Request) {
+  const std::string& Known = Request.Result.Hashes.Csv;
+  const std::string Hash = File_Sha256(Request.Capture);
+  return !Known.empty() && !Hash.empty() && Hash != Known;
+}
+
+Kept_Rows Read_Kept_Rows(const File_Request& Request) {
+  Kept_Rows Kept = Rows_Of(Request);
+  if (Request.Is_Capture_Stated && Kept.Rows.empty()) {
+    throw Usage_Error("--capture", "--capture: " + Kept.Problem);
+  }
   return Kept;
 }
 

@@ -28,8 +28,13 @@ struct Kept_Rows {
 
 // The rows that the chosen solution of the result uses. A CSV that is not the one of the run by its
 // SHA-256 gives none. The result of an older version has no hash: then line and image path of a row
-// have to be those that it names.
+// have to be those that it names. Throws Usage_Error, which begins with --capture, where a stated
+// capture gives none.
 Kept_Rows Read_Kept_Rows(const File_Request& Request);
+
+// Whether the capture is there and is by its SHA-256 another file than the result was made from.
+// False where the result has no hash of it.
+bool Is_Other_Capture(const File_Request& Request);
 
 }  // namespace rigsync
 

@@ -420,6 +420,12 @@ class ExportFile(Folder):
                 rigsync.export_file(result, "opencv", **{name: value})
             self.assertEqual(str(raised.exception),
                              f"{name}: the export to YAML of OpenCV has no use for it")
+        with self.assertRaisesRegex(rigsync.UsageError, "--capture: .*none.csv"):
+            rigsync.export_file(result, "opencv", capture=self.folder / "none.csv")
+        document = support.document()
+        document["lens"]["distortion"] = None
+        with self.assertRaisesRegex(ValueError, "'lens.distortion' is null"):
+            rigsync.export_file(rigsync.read_result(self.written(document)), "blender")
         document = support.document()
         document.update(verdict="look", usable=False)
         with self.assertRaises(rigsync.UnusableResult):

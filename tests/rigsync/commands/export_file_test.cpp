@@ -75,7 +75,7 @@ TEST_F(ExportFile, HasTheRowsThatTheRunKept) {
   }
 }
 
-TEST_F(ExportFile, TakesACaptureThatWasMovedAndNoRowsOfOneThatWasChanged) {
+TEST_F(ExportFile, TakesACaptureThatWasMovedAndRefusesOneThatWasChanged) {
   const std::string Csv = Read_Text(Capture_File("capture.csv"));
   const Finished Moved = Export("opencv", {"--capture", Scratch->Write("moved.csv", Csv)});
   EXPECT_EQ(Moved.Status, 0);
@@ -83,9 +83,13 @@ TEST_F(ExportFile, TakesACaptureThatWasMovedAndNoRowsOfOneThatWasChanged) {
   EXPECT_EQ(Moved.Output, Export("opencv").Output);
   const Finished Changed =
       Export("opencv", {"--capture", Scratch->Write("changed.csv", Csv + "\n")});
-  EXPECT_EQ(Changed.Status, 0);
+  EXPECT_EQ(Changed.Status, 2);
   EXPECT_THAT(Changed.Said, HasSubstr("changed.csv is not the file that the result was made from"));
-  EXPECT_THAT(Changed.Output, testing::EndsWith("rows: []\n"));
+  const Finished Missing =
+      Export("opentrackio", {"--sensor", "36x27", "--capture", File("missing.csv")});
+  EXPECT_EQ(Missing.Status, 2);
+  EXPECT_THAT(Missing.Said, AllOf(HasSubstr("--capture: "), HasSubstr("missing.csv")));
+  EXPECT_EQ(Changed.Output + Missing.Output, "");
 }
 
 TEST_F(ExportFile, RefusesFlagsThatMeanNothingForIt) {

@@ -3,6 +3,7 @@
 // The table of corners: its form by hand, its order on the boards of the simulated capture.
 #include "rigsync/exports/board_corners.h"
 
+#include "rigsync/system/file_hash.h"
 #include "rigsync/system/usage_error.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
@@ -129,7 +130,13 @@ TEST_F(Board_Corners, AnotherCaptureAndFolderAreReadWhereTheyAreStated) {
   Asked.Capture = Scratch.Write("one.csv",
                                 "1,images/0001.png,0,0,0,1,0,0,0,0,0,0,1,0,0,0\n"
                                 "2,images/none.png,0,0,0,1,0,0,0,0,0,0,1,0,0,0\n");
-  const std::string Text = rigsync::Write_Corners(Asked).Text;
+  Result.Hashes.Csv = rigsync::File_Sha256(Result.Inputs.Csv);
+  EXPECT_TRUE(rigsync::Write_Corners(Request()).Warnings.empty());
+  const rigsync::File_Text Written = rigsync::Write_Corners(Asked);
+  ASSERT_EQ(Written.Warnings.size(), 1u);
+  EXPECT_THAT(Written.Warnings[0],
+              HasSubstr("one.csv is not the file that the result was made from"));
+  const std::string& Text = Written.Text;
   EXPECT_THAT(Text, HasSubstr("in 1 of 2 images"));
   EXPECT_THAT(Text, testing::EndsWith("\nimages/none.png - - -\n"));
 }

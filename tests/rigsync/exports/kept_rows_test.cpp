@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/exports/kept_rows.h"
 
+#include "rigsync/system/usage_error.h"
 #include "tests/rigsync/exports/solved_rig.h"
 
 #include <gmock/gmock.h>
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 std::vector<std::size_t> Lines_Of(const rigsync::Kept_Rows& Kept) {
   std::vector<std::size_t> Lines;
@@ -68,6 +71,31 @@ TEST(KeptRows, SayWhyThereAreNone) {
   EXPECT_THAT(Read_Kept_Rows(Request).Problem, HasSubstr("does not name its capture"));
   Result.Report.Images.clear();
   EXPECT_THAT(Read_Kept_Rows(Request).Problem, HasSubstr("names no image"));
+}
+
+// Somebody who names a capture means it; the result's own may be on another computer.
+TEST(KeptRows, OfAStatedCaptureThatCannotBeUsedAreRefused) {
+  const Scratch_Folder Scratch;
+  const auto Result = Solved_Rig().Write(Scratch);
+  const auto Refused = [&](const std::filesystem::path& Capture, bool Is_Stated) -> std::string {
+    rigsync::File_Request Request = Request_For(Result);
+    Request.Capture = Capture;
+    Request.Is_Capture_Stated = Is_Stated;
+    try {
+      Read_Kept_Rows(Request);
+    } catch (const rigsync::Usage_Error& Refusal) {
+      return Refusal.what();
+    }
+    return "";
+  };
+  const std::filesystem::path None = Scratch.Path() / "none.csv",
+                              Other = Scratch.Write("other.csv", "1,a.png\n");
+  EXPECT_EQ(Refused(Result.Inputs.Csv, true), "");
+  EXPECT_EQ(Refused(None, false), "");
+  EXPECT_EQ(Refused(Other, false), "");
+  EXPECT_THAT(Refused(None, true), AllOf(StartsWith("--capture: "), HasSubstr("none.csv")));
+  EXPECT_THAT(Refused(Other, true),
+              AllOf(StartsWith("--capture: "), HasSubstr("other.csv is not")));
 }
 
 }  // namespace
