@@ -34,6 +34,10 @@ void Print_Fields(const Engine& Target, const Engine_Export& Fields, const Track
   fmt::print("{}: the camera as seen from its tracker{}\n  {}\n", Target.Title,
              Solution == Solution_Choice::Joint ? " (joint solution)" : "", Target.Axes);
   fmt::print("  tracker axes: {} of the tracked body\n", Tracker_Axes_Text(Axes));
+  if (Target.Position_Axes != Tracker_Axes::Identity()) {
+    fmt::print("  position fields: along {} of the tracker\n",
+               Tracker_Axes_Text(Target.Position_Axes));
+  }
   for (const Field_Group& Group : Fields.Groups) {
     for (std::size_t i = 0; i < Group.Values.size(); ++i) {
       fmt::print("  {:<15}{:<12}{:>14}{}{}\n", i == 0 ? Group.Label : "", Group.Names[i],

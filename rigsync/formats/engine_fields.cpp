@@ -6,6 +6,7 @@
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
+#include "rigsync/take/base_axes.h"
 #include "rigsync_core.h"
 
 #include <cmath>
@@ -66,19 +67,20 @@ const std::vector<Engine>& Engines() {
   const auto Axes = [](const char* Text, Engine_Space Space) {
     return Parse_Tracker_Axes("", Text, Space, Body_Labels::Unknown);
   };
+  const auto Fields = [](const char* Text) { return Parse_Axes("", Text); };
   constexpr auto Right = Engine_Space::Right_Handed_Z_Up;
   constexpr auto Left_Z_Up = Engine_Space::Left_Handed_Z_Up;
   constexpr auto Left_Y_Up = Engine_Space::Left_Handed_Y_Up;
   static const std::vector<Engine> All = {
       {"ue4", "Unreal Engine 4", "camera axes: x along its view, y right, z up; left-handed",
-       Left_Z_Up, Axes("z,-x,y", Left_Z_Up), Export_To_UE4},
+       Left_Z_Up, Axes("z,-x,y", Left_Z_Up), Fields("x,y,z"), Export_To_UE4},
       {"ue5", "Unreal Engine 5", "camera axes: x right, y down, z along its view; right-handed",
-       Right, Axes("-x,-y,z", Right), Export_To_UE5},
+       Right, Axes("-x,-y,z", Right), Fields("x,y,z"), Export_To_UE5},
       {"ue5-xn", "Unreal Engine 5, ExportxN axes",
        "camera axes: x up, y along its view, z left; right-handed", Right, Axes("y,z,x", Right),
-       Export_To_UE5_ExportxN},
+       Fields("x,y,z"), Export_To_UE5_ExportxN},
       {"aximmetry", "Aximmetry", "camera axes: x right, y up, z along its view; left-handed",
-       Left_Y_Up, Axes("-x,y,z", Left_Y_Up), Export_To_Aximmetry},
+       Left_Y_Up, Axes("-x,y,z", Left_Y_Up), Fields("x,-y,-z"), Export_To_Aximmetry},
   };
   return All;
 }
@@ -108,6 +110,7 @@ std::string Export_Json(const Engine& Target, const Engine_Export& Export, const
   Root["usable"] = Usable;
   Root["solution"] = Solution_Name(Solution);
   Root["tracker_axes"] = Tracker_Axes_Text(Axes);
+  Root["position_axes"] = Tracker_Axes_Text(Target.Position_Axes);
   Root["message"] = Export.Code == 0 ? "Exported." : Advice_For(Export.Code).Meaning;
   for (const Field_Group& Group : Export.Groups) {
     Json& Values = Root[Group.Key];  // null until a value is added

@@ -37,6 +37,9 @@ struct Engine {
   std::string Axes;   // the camera's axes in the exported pose
   Engine_Space Space;
   Tracker_Axes Library_Axes;  // of the tracker object in what the library's call returns
+  // Which axes of the tracker object the position fields run along: x, y, z but for an engine whose
+  // fields run against some of them.
+  Tracker_Axes Position_Axes;
   // Exports the lens and the chosen mount of Result. The library writes its run log into
   // Log_Folder.
   Engine_Export (*Export)(const Calibration_Result& Result, const std::string& Log_Folder);
@@ -58,7 +61,8 @@ bool Is_Finite(const Engine_Export& Export);
 // The export as a JSON object. Numbers have as many digits as it takes to read the same double
 // back, and are null where they are not finite; a group is null when the export failed. "code" is
 // the code of the export, "usable" is Usable: whether the calibration was good too. "solution" says
-// whose mount it is, "tracker_axes" which axes of the body the tracker object has.
+// whose mount it is, "tracker_axes" which axes of the body the tracker object has, "position_axes"
+// which axes of the object the position's fields run along.
 std::string Export_Json(const Engine& Target, const Engine_Export& Export, const Tracker_Axes& Axes,
                         Solution_Choice Solution, bool Usable,
                         const std::filesystem::path& Run_Log);

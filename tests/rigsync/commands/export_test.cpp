@@ -202,6 +202,28 @@ TEST(Export, TheTrackerObjectHasTheAxesThatAreAskedFor) {
   EXPECT_THAT(Refused.Said, HasSubstr("--tracker-axes x,y,-z: these axes are left-handed"));
 }
 
+// The fields run against the object's second and third axis. With z up that has the body's x, z and
+// y.
+TEST(Export, AximmetrySaysThatItsPositionRunsAgainstTwoAxesOfTheTracker) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  const auto Shown = Export(File, "aximmetry", {"--tracker-axes", "z-up"});
+  EXPECT_THAT(Shown.Output, HasSubstr("  tracker axes: x, z, y of the tracked body\n"
+                                      "  position fields: along x, -y, -z of the tracker\n"));
+  const nlohmann::json Root =
+      nlohmann::json::parse(Export(File, "aximmetry", {"--tracker-axes", "z-up", "--json"}).Output);
+  EXPECT_EQ(Root["position_axes"], "x, -y, -z");
+  // The same place by the fields of another engine, whose object has the axes x, y, z of the body.
+  const nlohmann::json Body =
+      nlohmann::json::parse(Export(File, "ue5", {"--tracker-axes", "x,y,z", "--json"}).Output);
+  EXPECT_EQ(Body["position_axes"], "x, y, z");
+  const nlohmann::json& In = Body["location_cm"];
+  Expect_Fields(Root["position_cm"], {"x", "y", "z"},
+                {In["x"].get<double>(), -In["z"].get<double>(), -In["y"].get<double>()},
+                Centimetre_Tolerance);
+  EXPECT_THAT(Export(File, "ue4").Output, testing::Not(HasSubstr("position fields")));
+}
+
 // With other axes the tracker of the identity isn't at the lock.
 TEST(Export, OtherTrackerAxesLeadOutOfTheGimbalLock) {
   const Scratch_Folder Scratch;

@@ -143,7 +143,12 @@ TEST(EngineFields, ValuesAreThoseOfTheChosenSolution) {
 Eigen::Vector3d Position_In_Object(const std::string& Name, const Engine_Export& Export) {
   const std::vector<double>& Cm = Export.Groups.at(0).Values;
   const double Sign = Name == "aximmetry" ? -1.0 : 1.0;
-  return Eigen::Vector3d(Cm.at(0), Sign * Cm.at(1), Sign * Cm.at(2)) / 100.0;
+  const Eigen::Vector3d Position =
+      Eigen::Vector3d(Cm.at(0), Sign * Cm.at(1), Sign * Cm.at(2)) / 100.0;
+  // So it is stated, too.
+  EXPECT_EQ(Engine_Named(Name).Position_Axes * Position,
+            Eigen::Vector3d(Cm.at(0), Cm.at(1), Cm.at(2)) / 100.0);
+  return Position;
 }
 
 Eigen::Vector3d Position_In_Body() {
@@ -262,13 +267,14 @@ TEST(EngineFields, JsonHasEveryGroupInOrderEveryDigitAndNullForWhatIsNotFinite) 
   const auto Root = nlohmann::ordered_json::parse(Text);
   std::vector<std::string> Keys;
   for (const auto& [Key, Value] : Root.items()) Keys.push_back(Key);
-  EXPECT_THAT(Keys, ElementsAre("engine", "code", "usable", "solution", "tracker_axes", "message",
-                                "b_cm", "a", "run_log"));
+  EXPECT_THAT(Keys, ElementsAre("engine", "code", "usable", "solution", "tracker_axes",
+                                "position_axes", "message", "b_cm", "a", "run_log"));
   EXPECT_EQ(Root["engine"], "ue5-xn");
   EXPECT_EQ(Root["code"], 0);
   EXPECT_EQ(Root["usable"], true);
   EXPECT_EQ(Root["solution"], "joint");
   EXPECT_EQ(Root["tracker_axes"], "z, -x, y");
+  EXPECT_EQ(Root["position_axes"], "x, y, z");
   EXPECT_EQ(Root["message"], "Exported.");
   EXPECT_EQ(Root["b_cm"]["x"].get<double>(), 1.0 / 3.0);
   EXPECT_TRUE(Root["b_cm"]["y"].is_null());
