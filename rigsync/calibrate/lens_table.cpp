@@ -38,6 +38,13 @@ Mount_Agreement Agreement_Of(const Lens_Table_Row& Row, bool Is_Other_Axes,
   return Is_Within ? Mount_Agreement::Agrees : Mount_Agreement::Beyond_Limits;
 }
 
+// Between the mounts that are the results; radians and metres.
+Vector6d Result_Motion(const Mount_Drift& Of_Mount) {
+  Vector6d Motion;
+  Motion << Of_Mount.Turn_Deg / Degrees_Per_Radian, Of_Mount.Shift_Mm / Mm_In_Metre;
+  return Motion;
+}
+
 Lens_Table_Row Row_Of(const Lens_Table_Input& Input, const Lens_Table_Input& Reference,
                       const Lens_Table& Table) {
   Lens_Table_Row Row;
@@ -45,9 +52,12 @@ Lens_Table_Row Row_Of(const Lens_Table_Input& Input, const Lens_Table_Input& Ref
   Row.Lens_Px = Lens_Of_Result(*Input.Result, Input.File).Px;
   const Drift Seen = Compare_Results(*Input.Result, *Reference.Result);
   Row.From_Reference = Seen.Of_Mount;
-  if (Seen.Of_Mount.Joint_Motion) {
+  const Mount_Drift& Of_Mount = Seen.Of_Mount;
+  if (Of_Mount.Joint_Motion) {
     Row.Probability_Of_Less =
-        Probability_Of_Less_Beside_Axis(Seen.Of_Mount.Uncertainty, *Seen.Of_Mount.Joint_Motion);
+        Probability_Of_Less_Beside_Axis(Of_Mount.Uncertainty, *Of_Mount.Joint_Motion);
+    Row.Result_Probability_Of_Less =
+        Probability_Of_Less_Beside_Axis(Of_Mount.Uncertainty, Result_Motion(Of_Mount));
   }
   Row.Agreement = Agreement_Of(Row, Is_Relabelled(Seen), Table);
   return Row;

@@ -43,9 +43,11 @@ struct Lens_Table_Row {
   // From the reference row's mount to this one's. The camera's own way is the reverse of the shift:
   // the tracker is seen farther back when the camera's point of view has gone ahead.
   Mount_Drift From_Reference;
-  // The part of all pairs of captures of an unmoved tracker whose mounts differ by less, apart from
-  // their distance along the optical axis. NaN without an uncertainty.
+  // The part of all pairs of captures of an unmoved tracker whose joint mounts differ by less,
+  // apart from their distance along the optical axis. NaN without an uncertainty.
   double Probability_Of_Less = std::numeric_limits<double>::quiet_NaN();
+  // The same of the mounts that are the results, by the uncertainty of the joint ones.
+  double Result_Probability_Of_Less = std::numeric_limits<double>::quiet_NaN();
   Mount_Agreement Agreement = Mount_Agreement::Agrees;
 };
 

@@ -20,20 +20,25 @@ std::string Amounts_Text(double Deg, double Mm) {
   return fmt::format("{:.2f} degrees, and {:.1f} mm across the optical axis", Deg, Mm);
 }
 
-std::string Unlikely_Text(const Lens_Table_Row& Row, const std::string& Reference) {
+// Of the joint mounts.
+std::string Joint_Amounts_Text(const Lens_Table_Row& Row) {
   constexpr double Mm_In_Metre = 1000.0;
   const Vector6d& Motion = *Row.From_Reference.Joint_Motion;
+  return Amounts_Text(Degrees_Per_Radian * Motion.head<3>().norm(),
+                      Mm_In_Metre * Motion.segment<2>(3).norm());
+}
+
+std::string Unlikely_Text(const Lens_Table_Row& Row, const std::string& Reference) {
   return fmt::format(
       "{}: the mount differs from that of {} by {}: more than the uncertainty of both explains, "
       "and no lens does that. The tracker moved on the camera in between, or the camera on its "
       "plate. Fasten it, and calibrate all positions of the lens again.",
-      Row.Of.File.string(), Reference,
-      Amounts_Text(Degrees_Per_Radian * Motion.head<3>().norm(),
-                   Mm_In_Metre * Motion.segment<2>(3).norm()));
+      Row.Of.File.string(), Reference, Joint_Amounts_Text(Row));
 }
 
 std::string Beyond_Text(const Lens_Table_Row& Row, const std::string& Reference,
-                        const Accuracy_Limits& Limits) {
+                        const Lens_Table& Table) {
+  const Accuracy_Limits& Limits = Table.Limits;
   const std::string Difference = fmt::format(
       "{}: the mount differs from that of {} by {}; the limits are {:g} degrees and {:g} mm. ",
       Row.Of.File.string(), Reference, Amounts_Text(Row.From_Reference.Deg(), Lateral_Mm(Row)),
@@ -42,6 +47,15 @@ std::string Beyond_Text(const Lens_Table_Row& Row, const std::string& Reference,
     return Difference +
            "No uncertainty says whether that is noise: calibrate without --library-only, or look "
            "whether the tracker moved on the camera.";
+  }
+  // Compared so that NaN is not explained.
+  if (!(Row.Result_Probability_Of_Less <= Table.Sure_Part)) {
+    return Difference +
+           fmt::format(
+               "The uncertainty of both does not explain that. Their joint mounts differ by "
+               "{}: where these are less, a mount of the library is wrong, and --solution "
+               "joint takes the joint ones.",
+               Joint_Amounts_Text(Row));
   }
   return Difference +
          "The uncertainty of both would explain it, so nothing says that the tracker stayed: "
@@ -62,7 +76,7 @@ std::string Disagreement_Text(const Lens_Table_Row& Row, const Lens_Table& Table
     case Mount_Agreement::Unlikely:
       return Unlikely_Text(Row, Reference);
     case Mount_Agreement::Beyond_Limits:
-      return Beyond_Text(Row, Reference, Table.Limits);
+      return Beyond_Text(Row, Reference, Table);
   }
   return {};
 }

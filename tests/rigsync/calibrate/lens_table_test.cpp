@@ -308,4 +308,22 @@ TEST(LensTable, ALensThatNoRunWritesIsRefusedByItsFile) {
     EXPECT_THAT(Error.what(), testing::StartsWith("1.json: 'lens.distortion' is null"));
   }
 }
+
+// The joint mounts are known to 0.3 mm and 0.1 degrees and agree; the library's are 4 mm apart,
+// which 0.3 mm do not explain, or 3.5 mm, which 3 mm do.
+TEST(LensTable, TheMountsOfTheLibraryAreJudgedByTheUncertaintyOfTheJointOnes) {
+  const auto Of_Library = [](double Deviation_Mm, double Right_Mm) {
+    std::vector<Calibration_Result> Results(2, Known_To(Deviation_Mm, 0.1, Mount(60, -140, -80)));
+    Results[1].Transform_Cam_Tc =
+        rigsync::List_From_Matrix(Mount(60 + Right_Mm, -140, -80).matrix());
+    return Table_Of(Results);
+  };
+  const Lens_Table Odd = Of_Library(0.3, 4.0), Wide = Of_Library(3.0, 3.5);
+  EXPECT_EQ(Odd.Rows[1].Agreement, Mount_Agreement::Beyond_Limits);
+  EXPECT_EQ(Odd.Rows[1].Probability_Of_Less, 0.0);
+  EXPECT_GT(Odd.Rows[1].Result_Probability_Of_Less, Odd.Sure_Part);
+  EXPECT_EQ(Wide.Rows[1].Agreement, Mount_Agreement::Beyond_Limits);
+  EXPECT_LE(Wide.Rows[1].Result_Probability_Of_Less, Wide.Sure_Part);
+}
+
 }  // namespace

@@ -91,8 +91,16 @@ TEST(LensTableText, BeyondTheLimitsItSaysWhetherNoiseWouldExplainIt) {
                               "0.3 degrees and 3 mm"),
                     HasSubstr("without --library-only")));
   Add_Uncertainty(Table);
+  Table.Sure_Part = 0.95;
+  Table.Rows[1].Result_Probability_Of_Less = 0.95;
   EXPECT_THAT(rigsync::Disagreement_Texts(Table)[0],
               AllOf(HasSubstr("uncertainty of both would explain it"), HasSubstr("more images")));
+  Table.Rows[1].Result_Probability_Of_Less = 0.951;
+  EXPECT_THAT(
+      rigsync::Disagreement_Texts(Table)[0],
+      AllOf(HasSubstr("uncertainty of both does not explain that. Their joint mounts differ "
+                      "by 0.40 degrees, and 2.0 mm across"),
+            HasSubstr("--solution joint"), Not(HasSubstr("would explain"))));
 }
 
 TEST(LensTableText, RedefinedAxesAreNoMovedTracker) {
