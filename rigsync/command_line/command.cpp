@@ -23,6 +23,13 @@ CLI::Option* Require_Choice(Command_Line& Line, CLI::Option* Option,
   });
 }
 
+CLI::Option* Require_Value(CLI::Option* Option) {
+  return Option->check([Option](const std::string& Value) {
+    if (Value.empty()) Refuse(Option->get_name(), Value, "a value");
+    return std::string();
+  });
+}
+
 void Print(const std::string& Text) {
   const bool Written = std::fwrite(Text.data(), 1, Text.size(), stdout) == Text.size();
   if ((std::fflush(stdout) != 0 || !Written) && Reader_Is_Gone()) std::clearerr(stdout);

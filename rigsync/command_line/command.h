@@ -51,6 +51,10 @@ void Add_Board_Command(Command_Line& Line);
 CLI::Option* Require_Choice(Command_Line& Line, CLI::Option* Option,
                             const std::vector<std::string>& Words);
 
+// Refuses an empty value of Option, as of a variable that a script has not set. While the command
+// line is parsed, it throws a Usage_Error that names the option.
+CLI::Option* Require_Value(CLI::Option* Option);
+
 // Writes Text to standard output at once. A closed pipe, as of head after enough lines, is no
 // error; any other error is reported at the end of the program.
 void Print(const std::string& Text);

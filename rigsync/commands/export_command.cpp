@@ -1,18 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 'rigsync export': prints a solved mount as the fields of a render engine.
+// 'rigsync export': a result as the fields of a render engine, or as a file for another program.
 #include "rigsync/calibrate/calibration_result.h"
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/commands/engine_output.h"
+#include "rigsync/commands/output_file.h"
 #include "rigsync/engine/tracker_axes.h"
 #include "rigsync/exports/file_target.h"
+#include "rigsync/formats/import_file.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/system/out_folder.h"
 #include "rigsync/system/usage_error.h"
-#include "rigsync/system/whole_file.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -31,9 +32,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* Footer =
-    R"(Each export is the pose of the camera as seen from its tracker. docs/engines.md
-describes the axes of each engine and which number goes into which field,
-docs/files.md the targets that are files.
+    R"(Each export for an engine has the pose of the camera as seen from its tracker.
+docs/engines.md describes the axes of each engine and which number goes into
+which field, docs/files.md the targets that are files.
 
 Where the mounts of the library and of the joint solve contradict each other,
 it asks for --solution.
@@ -130,16 +131,19 @@ int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
   std::vector<std::string> Used = Target.Flags;
   Used.push_back("--output");
   Refuse_Other_Flags(Arguments, Target.Title, Used);
-  const File_Text Written = Target.Write(Request_Of(Arguments, Target, Result));
+  const File_Request Request = Request_Of(Arguments, Target, Result);
+  if (!Arguments.Output.empty()) {
+    Refuse_Result_As_Output(Arguments.Output, Arguments.Result_File, Result);
+    Refuse_As_Output(Arguments.Output, Request.Capture);
+    Refuse_As_Output(Arguments.Output, Request.Capture.parent_path() / Import_File_Name);
+  }
+  const File_Text Written = Target.Write(Request);
   for (const std::string& Warning : Written.Warnings) Warn(Warning);
   if (Arguments.Output.empty()) {
     Print(Written.Text);
     return Exit_Success;
   }
-  const std::string Problem = Try_Write_Whole(Arguments.Output, Written.Text);
-  if (!Problem.empty()) {
-    throw Usage_Error("--output", fmt::format("--output {}: {}", Arguments.Output, Problem));
-  }
+  Write_Output(Arguments.Output, Written.Text);
   Print(fmt::format("{}: {}\n", Target.Title, Arguments.Output));
   return Exit_Success;
 }
@@ -174,7 +178,7 @@ int Export(const Export_Arguments& Typed) {
 
 void Add_Export_Command(Command_Line& Line) {
   CLI::App* Command =
-      Line.Program.add_subcommand("export", "Print a result as the fields of a render engine.");
+      Line.Program.add_subcommand("export", "Print a result for an engine or another program.");
   const auto Arguments = std::make_shared<Export_Arguments>();
   Command
       ->add_option("RESULT", Arguments->Result_File,
@@ -192,29 +196,31 @@ void Add_Export_Command(Command_Line& Line) {
                                      "that is the result)"),
                  {"library", "joint"})
       ->type_name("SOLUTION");
-  Command->add_option("-o,--output", Arguments->Output, "file to write (default: standard output)")
+  Require_Value(Command->add_option("-o,--output", Arguments->Output,
+                                    "file to write (default: standard output)"))
       ->type_name("FILE");
-  Command
-      ->add_option("--tracker-axes", Arguments->Axes,
-                   "axes of the engine's tracker object: as-tracked, z-up, y-up or z,-x,y")
+  Require_Value(
+      Command->add_option("--tracker-axes", Arguments->Axes,
+                          "axes of the engine's tracker object: as-tracked, z-up, y-up or z,-x,y"))
       ->type_name("AXES");
-  Command
-      ->add_option("--sensor", Arguments->Sensor,
-                   "sensor size in mm (default: that of the calibration)")
+  Require_Value(Command->add_option("--sensor", Arguments->Sensor,
+                                    "sensor size in mm (default: that of the calibration)"))
       ->type_name("WxH");
-  Command->add_option("--focus", Arguments->Focus, "focus of a lens file's point (default: 0)")
+  Require_Value(
+      Command->add_option("--focus", Arguments->Focus, "focus of a lens file's point (default: 0)"))
       ->type_name("VALUE");
-  Command->add_option("--zoom", Arguments->Zoom, "zoom of a lens file's point (default: 0)")
+  Require_Value(
+      Command->add_option("--zoom", Arguments->Zoom, "zoom of a lens file's point (default: 0)"))
       ->type_name("VALUE");
-  Command
-      ->add_option("--capture", Arguments->Capture,
-                   "CSV of the capture (default: that of the calibration)")
+  Require_Value(Command->add_option("--capture", Arguments->Capture,
+                                    "CSV of the capture (default: that of the calibration)"))
       ->type_name("CSV");
-  Command
-      ->add_option("--image-root", Arguments->Image_Root,
-                   "folder where relative image paths start (default: the capture's)")
+  Require_Value(
+      Command->add_option("--image-root", Arguments->Image_Root,
+                          "folder where relative image paths start (default: the capture's)"))
       ->type_name("DIR");
-  Command->add_option("--out", Arguments->Out, "folder for the run log (default: RESULT's folder)")
+  Require_Value(Command->add_option("--out", Arguments->Out,
+                                    "folder for the run log (default: RESULT's folder)"))
       ->type_name("DIR");
   Command->add_flag("--json", Arguments->Prints_Json,
                     "print JSON with all digits; 'usable' says whether the result is good");

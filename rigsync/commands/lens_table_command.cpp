@@ -8,6 +8,7 @@
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/commands/engine_output.h"
+#include "rigsync/commands/output_file.h"
 #include "rigsync/engine/tracker_axes.h"
 #include "rigsync/exports/unreal_lens_script.h"
 #include "rigsync/formats/lens_table_file.h"
@@ -16,7 +17,6 @@
 #include "rigsync/report/lens_table_text.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/usage_error.h"
-#include "rigsync/system/whole_file.h"
 
 #include <fmt/format.h>
 
@@ -27,6 +27,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace rigsync {
@@ -62,6 +63,16 @@ using Sensor_Size = std::optional<std::array<double, 2>>;
 
 // ---- Results -----------------------------------------------------------------------------------
 
+// The same file, whatever the paths.
+void Refuse_Same(const fs::path& First, const fs::path& Second) {
+  std::error_code Is_Missing;
+  const bool Is_Same =
+      First == Second || (fs::equivalent(First, Second, Is_Missing) && !Is_Missing);
+  if (!Is_Same) return;
+  const std::string As = First == Second ? "" : ", also as " + Second.string();
+  throw Usage_Error("RESULT", fmt::format("RESULT: {} is given twice{}", First.string(), As));
+}
+
 std::vector<fs::path> Files_Of(const std::vector<std::string>& Typed) {
   if (Typed.size() < 2) {
     throw Usage_Error("RESULT",
@@ -71,9 +82,7 @@ std::vector<fs::path> Files_Of(const std::vector<std::string>& Typed) {
   std::vector<fs::path> Files;
   for (const std::string& Name : Typed) {
     const fs::path File = Result_File(Name);
-    if (std::find(Files.begin(), Files.end(), File) != Files.end()) {
-      throw Usage_Error("RESULT", fmt::format("RESULT: {} is given twice", File.string()));
-    }
+    for (const fs::path& Earlier : Files) Refuse_Same(Earlier, File);
     Files.push_back(File);
   }
   return Files;
@@ -219,12 +228,6 @@ std::string Script_Of(const Lens_Table& Table, const std::optional<Tracker_Axes>
   return Written.Text;
 }
 
-void Write_Output(const std::string& Output, const std::string& Text) {
-  const std::string Problem = Try_Write_Whole(Output, Text);
-  if (Problem.empty()) return;
-  throw Usage_Error("--output", fmt::format("--output {}: {}", Output, Problem));
-}
-
 // The results of the command line, and what is stated of them.
 struct Stated_Results {
   std::vector<fs::path> Files;
@@ -265,6 +268,9 @@ Lens_Table Table_Of(const Table_Arguments& Arguments, const Stated_Results& Stat
 int Print_Table(const Table_Arguments& Arguments) {
   Check_Output_Flags(Arguments);
   const Stated_Results Stated = Read_Stated(Arguments);
+  for (std::size_t i = 0; i < Stated.Files.size() && !Arguments.Output.empty(); ++i) {
+    Refuse_Result_As_Output(Arguments.Output, Stated.Files[i], Stated.Results[i]);
+  }
   const Lens_Table Table = Table_Of(Arguments, Stated);
   const bool Is_Good = Agrees(Table), Has_Target = !Arguments.Target.empty();
   if (Has_Target && Is_Good) {
@@ -304,14 +310,14 @@ void Add_Lens_Table_Command(Command_Line& Line) {
       Command->add_option("--to", Arguments->Target, "write the table as a file too: unreal-lens"),
       {"unreal-lens"})
       ->type_name("TARGET");
-  Command->add_option("-o,--output", Arguments->Output, "the file to write")->type_name("FILE");
-  Command
-      ->add_option("--tracker-axes", Arguments->Axes,
-                   "axes of the engine's tracker object: as-tracked, z-up, y-up or z,-x,y")
+  Require_Value(Command->add_option("-o,--output", Arguments->Output, "the file to write"))
+      ->type_name("FILE");
+  Require_Value(
+      Command->add_option("--tracker-axes", Arguments->Axes,
+                          "axes of the engine's tracker object: as-tracked, z-up, y-up or z,-x,y"))
       ->type_name("AXES");
-  Command
-      ->add_option("--sensor", Arguments->Sensor,
-                   "sensor size in mm (default: that of the calibrations)")
+  Require_Value(Command->add_option("--sensor", Arguments->Sensor,
+                                    "sensor size in mm (default: that of the calibrations)"))
       ->type_name("WxH");
   Require_Choice(Line,
                  Command->add_option("--solution", Arguments->Solution,

@@ -87,9 +87,10 @@ void Add_Verify_Command(Command_Line& Line) {
       ->add_option("RESULT", Arguments->Result_File,
                    "result.json of 'rigsync calibrate', or the folder that has it")
       ->required();
-  Command
-      ->add_option("--capture", Arguments->Capture,
-                   "CSV whose samples are used (default: that of the calibration, or fixed poses)")
+  Require_Value(
+      Command->add_option(
+          "--capture", Arguments->Capture,
+          "CSV whose samples are used (default: that of the calibration, or fixed poses)"))
       ->type_name("CSV");
   Require_Choice(Line,
                  Command->add_option("--solution", Arguments->Solution,
@@ -97,10 +98,10 @@ void Add_Verify_Command(Command_Line& Line) {
                                      "result)"),
                  {"library", "joint"})
       ->type_name("SOLUTION");
-  Command
-      ->add_option("--tracker-axes", Arguments->Axes,
-                   "axes of the tracker object: as-tracked, z-up, y-up or z,-x,y (default: each "
-                   "target's own)")
+  Require_Value(Command->add_option(
+                    "--tracker-axes", Arguments->Axes,
+                    "axes of the tracker object: as-tracked, z-up, y-up or z,-x,y (default: each "
+                    "target's own)"))
       ->type_name("AXES");
   Command->add_flag("--json", Arguments->Is_Json, "print JSON with all digits");
   Command->group("Commands");

@@ -130,6 +130,40 @@ TEST_F(ExportFile, AFileThatCannotBeWrittenIsNamed) {
   EXPECT_THAT(Done.Said, AllOf(HasSubstr("--output "), HasSubstr("none/camchain.yaml")));
 }
 
+// A link to a file is that file.
+TEST_F(ExportFile, NoInputIsOverwritten) {
+  Scratch_Folder Own;
+  const std::string Csv = Own.Write("capture.csv", Read_Text(Capture_File("capture.csv")));
+  const std::string Import = Own.Write("import.json", "{}");
+  nlohmann::json Document = Read_Json(Scratch->Path() / "result" / "result.json");
+  Document["inputs"]["csv"] = Csv;
+  const std::string Result = Own.Write("result.json", Document.dump());
+  fs::create_symlink(Csv, Own.Path() / "link.csv");
+  const std::string Stated = Own.Write("stated.csv", Read_Text(Csv));
+  const std::pair<std::string, std::string> Cases[] = {
+      {Result, "result.json"}, {Own.String() + "/./result.json", "result.json"},
+      {Csv, "capture.csv"},    {Own.String() + "/link.csv", "capture.csv"},
+      {Import, "import.json"}, {Stated, "stated.csv"}};
+  for (const auto& [Output, Named] : Cases) {
+    const std::string Before = Read_Text(Output);
+    const Finished Done = Rigsync(
+        {"export", Result, "--to", "opencv", "--capture", Stated, "-o", Output}, Own.Path());
+    EXPECT_EQ(Done.Status, 2) << Output;
+    EXPECT_THAT(Done.Said, AllOf(HasSubstr("--output " + Output + ": that is "), HasSubstr(Named)));
+    EXPECT_EQ(Read_Text(Output), Before);
+  }
+  EXPECT_EQ(Rigsync({"export", Result, "--to", "opencv", "-o", "new.yaml"}, Own.Path()).Status, 0);
+}
+
+TEST_F(ExportFile, AnEmptyValueIsRefused) {
+  for (const char* const Flag : {"--output", "--tracker-axes", "--sensor", "--focus", "--zoom",
+                                 "--capture", "--image-root", "--out"}) {
+    const Finished Done = Export("blender", {Flag, ""});
+    EXPECT_EQ(Done.Status, 2) << Flag;
+    EXPECT_EQ(Done.Output, "");
+    EXPECT_THAT(Done.Said, HasSubstr(std::string(Flag) + ": '' is wrong; expected a value"));
+  }
+}
 
 // Each is refused by the key of the file, whatever the target, and never by a crash.
 TEST_F(ExportFile, ALensThatNoRunWritesIsRefusedByEveryTarget) {

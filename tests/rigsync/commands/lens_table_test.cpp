@@ -190,4 +190,18 @@ TEST_F(LensTable, AnUnusableResultIsTakenWithAWarning) {
   EXPECT_THAT(Done.Said, HasSubstr("tele.json is not usable by its own verdict"));
 }
 
+TEST_F(LensTable, OneFileByTwoPathsIsGivenTwice) {
+  std::filesystem::create_directory(Scratch.Path() / "res");
+  Scratch.Write("res/result.json", Result_Text(1.0, 60, -80));
+  EXPECT_THAT(Refusal({"res", "./res/result.json", "--at", "0,24", "--at", "0,70"}),
+              HasSubstr("RESULT: res/result.json is given twice, also as ./res/result.json"));
+}
+
+TEST_F(LensTable, NoResultIsOverwritten) {
+  const std::string Before = Read_Text(Scratch.Path() / "tele.json");
+  EXPECT_THAT(Refusal(With(Good, {"--to", "unreal-lens", "-o", "./tele.json"})),
+              HasSubstr("--output ./tele.json: that is tele.json"));
+  EXPECT_EQ(Read_Text(Scratch.Path() / "tele.json"), Before);
+}
+
 }  // namespace
