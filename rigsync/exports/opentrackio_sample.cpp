@@ -99,12 +99,13 @@ Json Static_Json(const Solved_Camera& Camera, const std::array<double, 2>& Senso
 
 // ---- Transforms --------------------------------------------------------------------------------
 
+// Zeros have no sign: 0 + -0 is 0.
 Json Transform_Json(const char* Id, const Eigen::Isometry3d& Transform) {
   const Eigen::Vector3d Shift = Transform.translation();
   const auto [Pan, Tilt, Roll] = Pan_Tilt_Roll_Of(Transform.linear());
   return {{"id", Id},
-          {"translation", {{"x", Shift.x()}, {"y", Shift.y()}, {"z", Shift.z()}}},
-          {"rotation", {{"pan", Pan}, {"tilt", Tilt}, {"roll", Roll}}}};
+          {"translation", {{"x", 0.0 + Shift.x()}, {"y", 0.0 + Shift.y()}, {"z", 0.0 + Shift.z()}}},
+          {"rotation", {{"pan", 0.0 + Pan}, {"tilt", 0.0 + Tilt}, {"roll", 0.0 + Roll}}}};
 }
 
 // The camera of the format in Cam: its x is right, its y along the view, its z up.

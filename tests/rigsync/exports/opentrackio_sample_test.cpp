@@ -380,4 +380,22 @@ TEST(OpentrackioSample, ItsSchemaRefusesWhatTheFormatDoesNotHave) {
   }
 }
 
+// With the camera's axes along the body's, and without a sample, everything that is 0 is plainly 0.
+TEST(OpentrackioSample, AZeroHasNoSign) {
+  const Scratch_Folder Scratch;
+  Solved_Rig Rig;
+  Rig.Transform_Body_Cam = Transform_Cam_Camera().inverse();
+  rigsync::Calibration_Result Result = Rig.Write(Scratch);
+  Result.Inputs.Csv = Scratch.Path() / "none.csv";
+  for (const std::vector<double>& Mount :
+       {Result.Transform_Cam_Tc,
+        std::vector<double>{-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1},
+        std::vector<double>{1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1},
+        std::vector<double>{1, -0.0, -0.0, -0.0, -0.0, 1, -0.0, 0, 0, 0, 1, -0.0, 0, 0, 0, 1}}) {
+    Result.Transform_Cam_Tc = Mount;
+    const std::string Text = Sample_Of(Result).Text;
+    EXPECT_THAT(Text.substr(Text.find("\"transforms\"")), testing::Not(HasSubstr("-0.0")));
+  }
+}
+
 }  // namespace
