@@ -2,13 +2,12 @@
 #include "rigsync/verify/opentrackio_reader.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/verify/first_row.h"
 #include "rigsync/verify/float_rounding.h"
 #include "rigsync/verify/numbers_read.h"
-#include "rigsync/verify/proof_points.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -79,21 +78,6 @@ void Add_Transform(Exported_Camera& To, const Json& Of, const Eigen::Matrix3d& T
   To.Turn_Rad += Rounding.Turn_Rad;
 }
 
-// The row of the result's capture whose position is nearest.
-std::optional<Tracker_Sample> Nearest_Row(const Calibration_Result& Result,
-                                          const Eigen::Vector3d& Position_Base) {
-  const Proof_Samples Rows =
-      Samples_Of_Capture(Result.Inputs.Csv, std::numeric_limits<std::size_t>::max());
-  const auto Distance = [&](const Tracker_Sample& Sample) {
-    return (Eigen::Vector3d(Sample.Position.data()) - Position_Base).norm();
-  };
-  const auto Nearest = std::min_element(
-      Rows.Samples.begin(), Rows.Samples.end(),
-      [&](const Tracker_Sample& A, const Tracker_Sample& B) { return Distance(A) < Distance(B); });
-  if (Nearest == Rows.Samples.end()) return std::nullopt;
-  return *Nearest;
-}
-
 // Whether every number of a transform is 0.
 bool Is_Empty(const Json& Of) {
   for (const char* Group : {"translation", "rotation"}) {
@@ -148,19 +132,20 @@ Exported_Camera Read_Opentrackio_Sample(const std::string& Text, const Read_Requ
   if (Transforms.size() != 2) throw std::runtime_error("a sample has not two transforms");
   Exported_Camera Camera = Empty_Camera(True, Request.Axes);
 
-  const bool Has_Sample = !Is_Empty(Transforms.at(0));
+  const First_Row Row = First_Kept_Row(Request.Result);
+  const bool Has_Sample = Row.Camera.has_value();
   Eigen::Matrix3d Rotation_Scene_Object = Eigen::Matrix3d::Identity();
   double Distance = 0.0;
   if (Has_Sample) {
-    const Json& At = Transforms.at(0).at("translation");
-    Camera.Own_Sample =
-        Nearest_Row(Request.Result,
-                    Request.Axes.transpose() * Eigen::Vector3d(At.at("x"), At.at("y"), At.at("z")));
-    if (!Camera.Own_Sample) throw std::runtime_error("a sample has a tracker of no row");
-    Rotation_Scene_Object = Request.Axes *
-                            Sample_Rotation_Body_Base(*Camera.Own_Sample).conjugate() *
+    Camera.Own_Sample = Row.Camera;
+    Rotation_Scene_Object = Request.Axes * Sample_Rotation_Body_Base(*Row.Camera).conjugate() *
                             Request.Axes.transpose();
-    Distance = Eigen::Vector3d(Camera.Own_Sample->Position.data()).norm();
+    Distance = Eigen::Vector3d(Row.Camera->Position.data()).norm();
+  } else if (!Is_Empty(Transforms.at(0))) {
+    throw std::runtime_error("a sample has a tracker of no row: " + Row.Missing);
+  } else {
+    Camera.Notes.push_back("the tracker's sample is the identity and is not proven: " +
+                           Row.Missing);
   }
   constexpr double Few_Roundings = 16.0 * std::numeric_limits<double>::epsilon();
   Add_Transform(Camera, Transforms.at(0), Rotation_Scene_Object, Distance, Few_Roundings);

@@ -12,8 +12,9 @@
 
 namespace rigsync {
 
-// The first transform is the tracker's, as the row of the capture that is nearest to it; the second
-// is the camera below it. A first transform of zeros is no sample.
+// The first transform is the tracker's, as in the first row of the capture that the result keeps;
+// the second is the camera below it. Without such a row, the first transform has to be the
+// identity, and a note says so.
 Exported_Camera Read_Opentrackio_Sample(const std::string& Text, const Read_Request& Request);
 
 }  // namespace rigsync
