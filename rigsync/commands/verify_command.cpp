@@ -26,10 +26,11 @@ allowed difference is what the rounding of the exported numbers can make.
 docs/verify.md tells how.
 
 What a target's own lens can't have, such as a second focal length, is told and
-is no failure. Neither is a target that this mount can't be exported to.
+is no failure. Neither is a target that can't have the stated axes, or not this
+mount (gimbal lock). One that is refused for any other reason is a failure.
 
-Exit status: 0 when every target is within its bound; 1 when one is beyond; 2
-for wrong usage.
+Exit status: 0 when every target is within its bound; 1 when one is beyond or
+can't be proven; 2 for wrong usage.
 
 Example:
   rigsync verify result
@@ -69,6 +70,7 @@ int Verify(const Verify_Arguments& Arguments) {
   const auto Choice = Solution_Named(Arguments.Solution);
   if (Choice) Result.Inputs.Solution = *Choice;
   Require_Export(File.string(), Result, Choice.has_value());
+  Warn_Of_Doubts(Result);
   const Verification Made =
       Verify_Exports({File, Result, Samples_For(Arguments, Result), Arguments.Axes});
   Print(Arguments.Is_Json

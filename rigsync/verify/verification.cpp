@@ -3,7 +3,6 @@
 
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/engine/solved_camera.h"
-#include "rigsync/exports/file_target.h"
 #include "rigsync/formats/engine_fields.h"
 #include "rigsync/geometry/transform_list.h"
 #include "rigsync/system/quiet_output.h"
@@ -15,7 +14,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
+#include <stdexcept>
 
 namespace rigsync {
 namespace {
@@ -64,6 +63,7 @@ std::vector<std::string> Lens_Notes(const Lens& Solved, const Lens& Of_Target,
 // Everything that the proofs of one result share.
 struct Proof_Ground {
   const Verification_Request& Request;
+  const Solved_Camera& Solved;
   Reference_Camera Reference;
   const Proof_Points& Points;
 };
@@ -72,11 +72,13 @@ void Prove(const Exported_Camera& Camera, const Proof_Ground& Ground, Target_Pro
   Target.Axes = Tracker_Axes_Text(Camera.Axes);
   Target.Proof = Prove_Pixels(Ground.Reference, Camera, Ground.Request.Samples.Samples,
                               Ground.Points.Points_Cam);
+  const auto Note = [&](const std::vector<std::string>& Notes) {
+    Target.Notes.insert(Target.Notes.end(), Notes.begin(), Notes.end());
+  };
   if (Camera.Lens_Of_Target) {
-    Target.Notes =
-        Lens_Notes(Ground.Reference.Lens_Px, *Camera.Lens_Of_Target, Ground.Points.Points_Cam);
+    Note(Lens_Notes(Ground.Reference.Lens_Px, *Camera.Lens_Of_Target, Ground.Points.Points_Cam));
   }
-  Target.Notes.insert(Target.Notes.end(), Camera.Notes.begin(), Camera.Notes.end());
+  Note(Camera.Notes);
 }
 
 // The axes that were asked for; none for the target's own.
@@ -86,24 +88,45 @@ std::optional<Tracker_Axes> Asked_Axes(const Verification_Request& Request, Engi
                             Request.Result.Inputs.Camera_Labels);
 }
 
-Target_Proof Prove_Numbers(const Engine& Target, const Proof_Ground& Ground) {
-  Target_Proof Made;
-  Made.Name = Target.Name;
-  Made.Title = Target.Title;
+// Axes that one target can't have are those of another hand. Throws what refuses them when no
+// target has such a hand, because they are no axes.
+void Require_Possible_Axes(const Verification_Request& Request) {
+  std::optional<Usage_Error> Refusal;
+  for (const Engine_Space Space : {Engine_Space::Right_Handed_Z_Up, Engine_Space::Left_Handed_Z_Up,
+                                   Engine_Space::Left_Handed_Y_Up}) {
+    try {
+      Asked_Axes(Request, Space);
+      return;
+    } catch (const Usage_Error& Error) {
+      if (!Refusal) Refusal = Error;
+    }
+  }
+  throw *Refusal;
+}
+
+void Set_Outcome(Target_Proof& Target, Target_Outcome Outcome, const std::string& Reason) {
+  Target.Outcome = Outcome;
+  Target.Reason = Reason;
+}
+
+void Prove_Numbers(const Engine& Target, const std::optional<Tracker_Axes>& Asked,
+                   const Proof_Ground& Ground, Target_Proof& Made) {
+  constexpr int Gimbal_Lock = 3;
   const Calibration_Result& Result = Ground.Request.Result;
-  const std::optional<Tracker_Axes> Asked = Asked_Axes(Ground.Request, Target.Space);
   Engine_Export Export;
   {
     const Quiet_Output Quiet(/*Quiet=*/true);
     Export = Export_With_Axes(Target, Result, Asked, No_Folder);
   }
   if (Export.Code != 0) {
-    Made.Left_Out = fmt::format("code {}. {}", Export.Code, Advice_For(Export.Code).Meaning);
-    return Made;
+    Set_Outcome(
+        Made,
+        Export.Code == Gimbal_Lock ? Target_Outcome::Not_Exported : Target_Outcome::Not_Proven,
+        fmt::format("code {}. {}", Export.Code, Advice_For(Export.Code).Meaning));
+    return;
   }
   Prove(Camera_Of_Numbers(Target, Export, Asked.value_or(Target.Library_Axes), Result), Ground,
         Made);
-  return Made;
 }
 
 // Those of the result; a sensor 36 mm wide where it has none. A size in millimetres is only the
@@ -114,41 +137,91 @@ std::array<double, 2> Sensor_Of(const Verification_Request& Request, const Solve
       std::array<double, 2>{Full_Frame_Mm, Full_Frame_Mm * Solved.Height / Solved.Width});
 }
 
-Target_Proof Prove_File(const File_Target& Target, const File_Reader& Reader,
-                        const Proof_Ground& Ground) {
-  const Verification_Request& Request = Ground.Request;
-  std::optional<Tracker_Axes> Asked;
-  if (Target.Has_Tracker) Asked = Asked_Axes(Request, Target.Space);
-  const std::array<double, 2> Sensor_Mm =
-      Sensor_Of(Request, Solved_Camera_Of(Request.Result, Request.Result_File));
+// The file as the result alone makes it; where that lacks a sensor, with this one and a note.
+std::string Text_Of(const File_Target& Target, const std::optional<Tracker_Axes>& Asked,
+                    const Verification_Request& Request, const std::array<double, 2>& Sensor_Mm,
+                    std::vector<std::string>& Notes) {
   const Calibration_Inputs& Inputs = Request.Result.Inputs;
-  const File_Text Written = Target.Write({Request.Result_File, Request.Result, Asked, Sensor_Mm,
-                                          std::nullopt, Inputs.Csv, Inputs.Image_Root});
-  Target_Proof Made;
-  Made.Name = Target.Name;
-  Made.Title = Target.Title;
-  const Tracker_Axes Axes = Asked.value_or(Reader.Own_Axes(Request.Result));
-  Prove(Reader.Read(Written.Text, {Request.Result, Axes, Sensor_Mm}), Ground, Made);
-  return Made;
+  File_Request Wanted = {Request.Result_File,   Request.Result, Asked,
+                         Inputs.Sensor_Size_Mm, std::nullopt,   Inputs.Csv,
+                         Inputs.Image_Root};
+  try {
+    return Target.Write(Wanted).Text;
+  } catch (const Usage_Error& Refusal) {
+    if (Wanted.Sensor_Mm || Refusal.Option_Name() != "--sensor") throw;
+  }
+  Notes.push_back(
+      fmt::format("the result has no sensor size, so 'rigsync export' asks for --sensor; it is "
+                  "proven with {:g} x {:g} mm",
+                  Sensor_Mm[0], Sensor_Mm[1]));
+  Wanted.Sensor_Mm = Sensor_Mm;
+  return Target.Write(Wanted).Text;
 }
 
-const File_Target* File_Target_Named(const std::string& Name) {
-  for (const File_Target& Target : File_Targets()) {
-    if (Target.Name == Name) return &Target;
+Exported_Camera Read_Back(const File_Reader& Reader, const std::string& Text,
+                          const Read_Request& Request) {
+  try {
+    return Reader.Read(Text, Request);
+  } catch (const std::exception& Error) {
+    throw std::runtime_error(std::string("its file can't be read back: ") + Error.what());
   }
-  return nullptr;
+}
+
+void Prove_File(const File_Target& Target, const std::optional<Tracker_Axes>& Asked,
+                const Proof_Ground& Ground, Target_Proof& Made) {
+  const auto& Readers = File_Readers();
+  const auto Reader = std::find_if(Readers.begin(), Readers.end(),
+                                   [&](const File_Reader& One) { return One.Name == Target.Name; });
+  if (Reader == Readers.end()) {
+    Set_Outcome(Made, Target_Outcome::No_Camera, "it has no camera to prove.");
+    return;
+  }
+  const Verification_Request& Request = Ground.Request;
+  const std::array<double, 2> Sensor_Mm = Sensor_Of(Request, Ground.Solved);
+  const std::string Text = Text_Of(Target, Asked, Request, Sensor_Mm, Made.Notes);
+  const Tracker_Axes Axes = Asked.value_or(Reader->Own_Axes(Request.Result));
+  Prove(Read_Back(*Reader, Text, {Request.Result, Axes, Sensor_Mm}), Ground, Made);
+}
+
+// A target's proof by Prove_It(Asked, Made). Has_Axes is whether its axes can be stated. Whatever
+// refuses it besides its axes leaves it unproven.
+template <typename Prover>
+Target_Proof Proof_Of(const std::string& Name, const std::string& Title, bool Has_Axes,
+                      Engine_Space Space, const Verification_Request& Request,
+                      const Prover& Prove_It) {
+  Target_Proof Made;
+  Made.Name = Name;
+  Made.Title = Title;
+  std::optional<Tracker_Axes> Asked;
+  try {
+    if (Has_Axes) Asked = Asked_Axes(Request, Space);
+  } catch (const Usage_Error& Refusal) {
+    Set_Outcome(Made, Target_Outcome::Not_Exported, Refusal.what());
+    return Made;
+  }
+  try {
+    Prove_It(Asked, Made);
+  } catch (const std::exception& Error) {
+    Set_Outcome(Made, Target_Outcome::Not_Proven, Error.what());
+  }
+  return Made;
 }
 
 }  // namespace
 
-bool Verification::Holds() const {
-  return std::all_of(Targets.begin(), Targets.end(), [](const Target_Proof& Target) {
-    return !Target.Left_Out.empty() || Target.Proof.Holds();
-  });
+bool Target_Proof::Holds() const {
+  return Outcome != Target_Outcome::Not_Proven && Proof.Holds();
 }
 
-Verification Verify_Exports(const Verification_Request& Request) {
+bool Verification::Holds() const {
+  return std::all_of(Targets.begin(), Targets.end(),
+                     [](const Target_Proof& Target) { return Target.Holds(); });
+}
+
+Verification Verify_Exports(const Verification_Request& Request,
+                            const std::vector<File_Target>& Files) {
   const Solved_Camera Solved = Solved_Camera_Of(Request.Result, Request.Result_File);
+  Require_Possible_Axes(Request);
   Verification Made;
   Made.Samples = Request.Samples;
   Made.Width = Solved.Width;
@@ -157,33 +230,23 @@ Verification Verify_Exports(const Verification_Request& Request) {
                                   Grid_Rows, Depths_M);
   const Proof_Ground Ground = {
       Request,
+      Solved,
       {Matrix_From_List(Chosen_Transform_Cam_Tc(Request.Result)), Solved.Lens_Px},
       Made.Points};
-  // A refusal of the axes that holds for every target that can have others.
-  std::optional<Usage_Error> Refusal;
-  bool Has_Object = false;
-  const auto Add = [&](const std::string& Name, const std::string& Title, const auto& Prove_It,
-                       bool Can_Have_Axes) {
-    try {
-      Made.Targets.push_back(Prove_It());
-      Has_Object = Has_Object || Can_Have_Axes;
-    } catch (const Usage_Error& Error) {
-      if (!Refusal) Refusal = Error;
-      Made.Targets.push_back({Name, Title, "", Error.what(), {}, {}});
-    }
-  };
   for (const Engine& Target : Engines()) {
-    Add(
-        Target.Name, Target.Title, [&] { return Prove_Numbers(Target, Ground); }, true);
+    Made.Targets.push_back(
+        Proof_Of(Target.Name, Target.Title, /*Has_Axes=*/true, Target.Space, Request,
+                 [&](const std::optional<Tracker_Axes>& Asked, Target_Proof& Proof) {
+                   Prove_Numbers(Target, Asked, Ground, Proof);
+                 }));
   }
-  for (const File_Reader& Reader : File_Readers()) {
-    const File_Target* Target = File_Target_Named(Reader.Name);
-    if (Target == nullptr) continue;
-    Add(
-        Target->Name, Target->Title, [&] { return Prove_File(*Target, Reader, Ground); },
-        Target->Has_Tracker);
+  for (const File_Target& Target : Files) {
+    Made.Targets.push_back(
+        Proof_Of(Target.Name, Target.Title, Target.Has_Tracker, Target.Space, Request,
+                 [&](const std::optional<Tracker_Axes>& Asked, Target_Proof& Proof) {
+                   Prove_File(Target, Asked, Ground, Proof);
+                 }));
   }
-  if (!Has_Object && Refusal) throw *Refusal;
   return Made;
 }
 

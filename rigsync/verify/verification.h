@@ -5,6 +5,7 @@
 #define RIGSYNC_VERIFY_VERIFICATION_H
 
 #include "rigsync/calibrate/calibration_result.h"
+#include "rigsync/exports/file_target.h"
 #include "rigsync/verify/pixel_proof.h"
 #include "rigsync/verify/proof_points.h"
 
@@ -15,13 +16,23 @@
 
 namespace rigsync {
 
+enum class Target_Outcome {
+  Compared,      // Target_Proof::Proof says how it came out
+  Not_Exported,  // it can't have the stated axes, or not this mount: code 3
+  No_Camera,     // nothing of it is a camera
+  Not_Proven,    // refused for another reason, or not read back
+};
+
 struct Target_Proof {
   std::string Name, Title;  // of the target
   std::string Axes;         // of its tracker object, "z, -x, y"
-  // Why it could not be exported, as a sentence; the rest is empty then.
-  std::string Left_Out;
+  Target_Outcome Outcome = Target_Outcome::Compared;
+  std::string Reason;  // why it is not compared, as a sentence; Axes and Proof are empty then
   Pixel_Proof Proof;
-  std::vector<std::string> Notes;  // what the target's own lens can't have, in phrases
+  std::vector<std::string> Notes;  // what its lens can't have and what is not proven, in phrases
+
+  // False for a difference beyond its bound, and for a target that is not proven.
+  bool Holds() const;
 };
 
 struct Verification {
@@ -30,7 +41,7 @@ struct Verification {
   int Width = 0, Height = 0;  // of the image, pixels
   std::vector<Target_Proof> Targets;
 
-  // Whether each target that was exported is within its bound.
+  // Whether each target holds.
   bool Holds() const;
 };
 
@@ -41,9 +52,11 @@ struct Verification_Request {
   std::string Axes;                   // the value of --tracker-axes; empty for each target's own
 };
 
-// Exports Result to every target, in memory, and proves each. Axes that no target can have throw a
-// Usage_Error; a target that alone can't have them is left out.
-Verification Verify_Exports(const Verification_Request& Request);
+// Exports Result to every target, in memory, and proves each. A target that alone can't have the
+// stated axes is left out. Throws Usage_Error for axes that no target can have, and for a result
+// without a whole camera.
+Verification Verify_Exports(const Verification_Request& Request,
+                            const std::vector<File_Target>& Files = File_Targets());
 
 }  // namespace rigsync
 

@@ -49,12 +49,15 @@ std::string Ground_Text(const Verification& Of) {
   return Text;
 }
 
-// What was not exported, and what a target's own lens can't have.
+// What was not exported, and what a target can't have.
 std::string Remarks_Text(const Verification& Of) {
   std::string Text;
   for (const Target_Proof& Target : Of.Targets) {
-    if (!Target.Left_Out.empty()) {
-      Text += Folded(fmt::format("{} was not exported: {}", Target.Name, Target.Left_Out), 2);
+    if (Target.Outcome == Target_Outcome::Not_Exported) {
+      Text += Folded(fmt::format("{} was not exported: {}", Target.Name, Target.Reason), 2);
+    }
+    if (Target.Outcome == Target_Outcome::No_Camera) {
+      Text += Folded(fmt::format("{}: {}", Target.Name, Target.Reason), 2);
     }
     if (!Target.Notes.empty()) {
       Text += Folded(fmt::format("{}: {}.", Target.Name, fmt::join(Target.Notes, "; ")), 2);
@@ -81,9 +84,12 @@ std::string Verdict_Text(const Verification& Of, bool In_Colour) {
         "numbers.";
     return Painted_Lines(Style::Good, Folded(Sentence, 2), In_Colour);
   }
-  std::string Text = Folded("BEYOND the rounding of the exported numbers:", 2);
+  std::string Text, Unproven;
   for (const Target_Proof& Target : Of.Targets) {
     const Pixel_Proof& Proof = Target.Proof;
+    if (Target.Outcome == Target_Outcome::Not_Proven) {
+      Unproven += Folded(fmt::format("NOT PROVEN: {}: {}", Target.Name, Target.Reason), 2);
+    }
     if (Proof.Mount.Beyond) {
       Text += Folded(Beyond_Text(Target.Name, "mount", Of.Samples, *Proof.Mount.Beyond), 2);
     }
@@ -91,7 +97,38 @@ std::string Verdict_Text(const Verification& Of, bool In_Colour) {
       Text += Folded(Beyond_Text(Target.Name, "own lens", Of.Samples, *Proof.Own_Lens->Beyond), 2);
     }
   }
-  return Painted_Lines(Style::Bad, Text, In_Colour);
+  if (!Text.empty()) Text = Folded("BEYOND the rounding of the exported numbers:", 2) + Text;
+  return Painted_Lines(Style::Bad, Text + Unproven, In_Colour);
+}
+
+// What stands in the table in place of the columns.
+const char* Outcome_Words(Target_Outcome Outcome) {
+  switch (Outcome) {
+    case Target_Outcome::Not_Exported:
+      return "not exported";
+    case Target_Outcome::No_Camera:
+      return "no camera";
+    case Target_Outcome::Not_Proven:
+      return "not proven";
+    case Target_Outcome::Compared:
+      break;
+  }
+  return "";
+}
+
+// The same for programs, and which way a comparison came out.
+const char* Outcome_Key(const Target_Proof& Target) {
+  switch (Target.Outcome) {
+    case Target_Outcome::Not_Exported:
+      return "not_exported";
+    case Target_Outcome::No_Camera:
+      return "no_camera";
+    case Target_Outcome::Not_Proven:
+      return "not_proven";
+    case Target_Outcome::Compared:
+      break;
+  }
+  return Target.Holds() ? "within" : "beyond";
 }
 
 Json Column_Json(const Compared_Pixels& Column) {
@@ -104,12 +141,12 @@ Json Column_Json(const Compared_Pixels& Column) {
 }
 
 Json Target_Json(const Target_Proof& Target) {
-  const bool Is_Exported = Target.Left_Out.empty();
+  const bool Is_Compared = Target.Outcome == Target_Outcome::Compared;
   return {{"target", Target.Name},
-          {"exported", Is_Exported},
-          {"reason", Is_Exported ? Json(nullptr) : Json(Target.Left_Out)},
-          {"tracker_axes", Is_Exported ? Json(Target.Axes) : Json(nullptr)},
-          {"mount", Is_Exported ? Column_Json(Target.Proof.Mount) : Json(nullptr)},
+          {"outcome", Outcome_Key(Target)},
+          {"reason", Is_Compared ? Json(nullptr) : Json(Target.Reason)},
+          {"tracker_axes", Is_Compared ? Json(Target.Axes) : Json(nullptr)},
+          {"mount", Is_Compared ? Column_Json(Target.Proof.Mount) : Json(nullptr)},
           {"own_lens", Target.Proof.Own_Lens ? Column_Json(*Target.Proof.Own_Lens) : Json(nullptr)},
           {"notes", Target.Notes}};
 }
@@ -124,8 +161,8 @@ std::string Verification_Text(const Verification& Of, const std::filesystem::pat
   Text += fmt::format("  {:<14}{:<14}{:>10}{:>10}{:>10}{:>10}\n", "Target", "Tracker axes", "worst",
                       "allowed", "worst", "allowed");
   for (const Target_Proof& Target : Of.Targets) {
-    if (!Target.Left_Out.empty()) {
-      Text += fmt::format("  {:<14}{}\n", Target.Name, "not exported");
+    if (Target.Outcome != Target_Outcome::Compared) {
+      Text += fmt::format("  {:<14}{}\n", Target.Name, Outcome_Words(Target.Outcome));
       continue;
     }
     const std::optional<Compared_Pixels>& Own_Lens = Target.Proof.Own_Lens;

@@ -2,6 +2,11 @@
 //
 // 'rigsync verify' as a user runs it, on results of simulated captures and on results written by
 // hand.
+#include "rigsync/engine/solved_camera.h"
+#include "rigsync/formats/result_file.h"
+#include "rigsync/geometry/transform_list.h"
+#include "rigsync/verify/opentrackio_reader.h"
+#include "rigsync/verify/pixel_proof.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/scratch_folder.h"
 
@@ -9,7 +14,10 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -49,7 +57,8 @@ TEST(Verify, ACalibratedCaptureIsProvenForEveryTarget) {
   EXPECT_EQ(Text.Error, "");
   EXPECT_THAT(Text.Output, AllOf(HasSubstr("samples   14 rows of "), HasSubstr("13 x 9 over 640"),
                                  HasSubstr("Every exported target shows"), Not(HasSubstr("BEYOND")),
-                                 Not(HasSubstr("not exported"))));
+                                 Not(HasSubstr("not exported")),
+                                 HasSubstr("corners: it has no camera to prove")));
   EXPECT_LE(Widest_Line(Text.Output.substr(Text.Output.find("mount, px"))), 80u);
 
   const nlohmann::json Root = nlohmann::json::parse(Verify(Scratch.String(), {"--json"}).Output);
@@ -58,7 +67,7 @@ TEST(Verify, ACalibratedCaptureIsProvenForEveryTarget) {
   for (const char* Name : {"ue4", "ue5", "ue5-xn", "aximmetry", "blender", "unreal-lens",
                            "opentrackio", "opencv", "kalibr"}) {
     const nlohmann::json& Of = Target(Root, Name);
-    EXPECT_EQ(Of["exported"], true) << Name;
+    EXPECT_EQ(Of["outcome"], "within") << Name;
     EXPECT_EQ(Of["mount"]["holds"], true) << Name;
     EXPECT_LT(Of["mount"]["px"].get<double>(), 0.001) << Name;
     EXPECT_LT(Of["mount"]["allowed_px"].get<double>(), 0.01) << Name;
@@ -67,28 +76,149 @@ TEST(Verify, ACalibratedCaptureIsProvenForEveryTarget) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Scratch.Path()), {}), Files_Before);
 }
 
+const std::vector<std::string> All_Targets = {"ue4",         "ue5",     "ue5-xn",
+                                              "aximmetry",   "blender", "unreal-lens",
+                                              "opentrackio", "opencv",  "kalibr"};
+
+// Every target is exported and within its bound, but those of Left_Out, which can't have the axes.
+void Expect_Proven(const std::string& Result, const std::vector<std::string>& Flags,
+                   const std::vector<std::string>& Left_Out = {}) {
+  std::vector<std::string> Arguments = {"verify", Result, "--json"};
+  Arguments.insert(Arguments.end(), Flags.begin(), Flags.end());
+  const Finished Made = Rigsync(Arguments);
+  ASSERT_EQ(Made.Status, 0) << Made.Output << Made.Error;
+  const nlohmann::json Root = nlohmann::json::parse(Made.Output);
+  EXPECT_EQ(Root["targets"].size(), All_Targets.size() + 1);
+  EXPECT_EQ(Target(Root, "corners")["outcome"], "no_camera");
+  for (const std::string& Name : All_Targets) {
+    const bool Is_Left_Out = std::find(Left_Out.begin(), Left_Out.end(), Name) != Left_Out.end();
+    EXPECT_EQ(Target(Root, Name)["outcome"], Is_Left_Out ? "not_exported" : "within")
+        << Name << " " << Made.Output;
+  }
+}
+
+// With either mount and every name of axes. A left-handed target can be as-tracked only where the
+// result knows the body's labels.
+void Expect_Proven_With_Every_Labelling(const std::filesystem::path& Out) {
+  const std::vector<std::string> Left_Handed = {"ue4", "aximmetry", "unreal-lens"};
+  nlohmann::json Root = Read_Json(Out / "result.json");
+  EXPECT_TRUE(Root["inputs"]["camera_tracker_axes"].is_null());
+  Root["inputs"]["camera_tracker_axes"] = "right_forward_up";
+  const std::filesystem::path Labelled = Out / "labelled.json";
+  std::ofstream(Labelled) << Root;
+  for (const std::string Solution : {"library", "joint"}) {
+    for (const std::string Axes : {"z-up", "y-up"}) {
+      Expect_Proven(Out.string(), {"--solution", Solution, "--tracker-axes", Axes});
+    }
+    const std::vector<std::string> As_Tracked = {"--solution", Solution, "--tracker-axes",
+                                                 "as-tracked"};
+    Expect_Proven(Out.string(), As_Tracked, Left_Handed);
+    Expect_Proven(Labelled.string(), As_Tracked);
+    Expect_Proven(Labelled.string(), {"--solution", Solution});
+  }
+}
+
 // Other lenses, boards and seeds, and the mount of either solution.
 TEST(Verify, HoldOutsAreProvenWithEveryNamedLabelling) {
-  const std::vector<std::vector<std::string>> Captures = {
-      {"--size", "480x270", "--focal", "0.9,1.62", "--seed", "21"},
-      {"--size", "320x240", "--focal", "1.4,1.9", "--principal-point", "0.53,0.46", "--seed",
-       "22"}};
-  for (const std::vector<std::string>& More : Captures) {
+  struct Hold_Out {
+    std::vector<std::string> Flags;
+    std::string Sensor;
+  };
+  const std::vector<Hold_Out> Captures = {
+      {{"--size", "480x270", "--focal", "0.9,1.62", "--board", "5x4", "--seed", "21"}, "24x13.5"},
+      {{"--size", "480x360", "--focal", "1.1,1.4667", "--principal-point", "0.53,0.46", "--board",
+        "7x5", "--seed", "22"},
+       "24x18"}};
+  for (const Hold_Out& Of : Captures) {
     const Scratch_Folder Scratch;
     const std::string Folder = (Scratch.Path() / "capture").string();
-    std::vector<std::string> Arguments = {"simulate", Folder, "--images", "14", "--board", "5x4"};
-    Arguments.insert(Arguments.end(), More.begin(), More.end());
+    std::vector<std::string> Arguments = {"simulate", Folder, "--images", "24"};
+    Arguments.insert(Arguments.end(), Of.Flags.begin(), Of.Flags.end());
     ASSERT_EQ(Rigsync(Arguments).Status, 0);
-    const std::string Out = (Scratch.Path() / "out").string();
-    Rigsync({"calibrate", Folder + "/capture.csv", "--config", Folder + "/stage.json", "--out", Out,
-             "--sensor", "24x13.5"});
-    for (const char* Solution : {"library", "joint"}) {
-      for (const char* Axes : {"z-up", "y-up"}) {
-        const Finished Made = Verify(Out, {"--solution", Solution, "--tracker-axes", Axes});
-        EXPECT_EQ(Made.Status, 0) << Made.Output << Made.Error;
-      }
-    }
+    const std::filesystem::path Out = Scratch.Path() / "out";
+    const Finished Calibrated =
+        Rigsync({"calibrate", Folder + "/capture.csv", "--config", Folder + "/stage.json", "--out",
+                 Out.string(), "--sensor", Of.Sensor});
+    ASSERT_EQ(Calibrated.Status, 0) << Calibrated.Output << Calibrated.Error;
+    Expect_Proven_With_Every_Labelling(Out);
   }
+}
+
+// How the proof of an exported sample of OpenTrackIO comes out, at the pose of the tracker that the
+// file itself has.
+bool Own_Sample_Holds(const rigsync::Calibration_Result& Result, const std::string& Text) {
+  const rigsync::Solved_Camera Solved = rigsync::Solved_Camera_Of(Result);
+  const rigsync::Exported_Camera Camera = rigsync::Read_Opentrackio_Sample(
+      Text, {Result, rigsync::Tracker_Axes::Identity(), *Result.Inputs.Sensor_Size_Mm});
+  EXPECT_TRUE(Camera.Own_Sample);
+  const auto Points =
+      rigsync::Points_Over_Frame(Solved.Lens_Px, Solved.Width, Solved.Height, 5, 3, {0.5, 10.0});
+  return rigsync::Prove_Pixels({rigsync::Matrix_From_List(Result.Transform_Cam_Tc), Solved.Lens_Px},
+                               Camera, {}, Points.Points_Cam)
+      .Holds();
+}
+
+// The first transform of an export of a whole calibration, and what a slip in it would be.
+TEST(Verify, TheTrackersSampleOfACalibratedCaptureIsProven) {
+  const Scratch_Folder Scratch;
+  const std::filesystem::path Csv = Scratch.Path() / "capture.csv";
+  Rewrite_Csv(Csv, [](std::size_t, std::vector<std::string>& Fields) {
+    Fields[1] = (Capture_File("images").parent_path() / Fields[1]).string();
+  });
+  const std::string Out = (Scratch.Path() / "out").string();
+  std::vector<std::string> Arguments = Calibrate_Arguments(Csv, Out);
+  Arguments.insert(Arguments.end(), {"--sensor", "24x18"});
+  ASSERT_EQ(Rigsync(Arguments).Status, 0);
+  const std::string File = Out + "/sample.json";
+  ASSERT_EQ(Rigsync({"export", Out, "--to", "opentrackio", "-o", File}).Status, 0);
+
+  const rigsync::Calibration_Result Result = rigsync::Read_Result(Out + "/result.json");
+  const nlohmann::json Sample = Read_Json(File);
+  EXPECT_TRUE(Own_Sample_Holds(Result, Sample.dump()));
+  const auto Expect_Seen = [&](const char* What,
+                               const std::function<void(nlohmann::json&)>& Change) {
+    nlohmann::json Slipped = Sample;
+    Change(Slipped["transforms"][0]);
+    EXPECT_FALSE(Own_Sample_Holds(Result, Slipped.dump())) << What;
+  };
+  Expect_Seen("the identity", [](nlohmann::json& T) {
+    T["translation"] = {{"x", 0.0}, {"y", 0.0}, {"z", 0.0}};
+    T["rotation"] = {{"pan", 0.0}, {"tilt", 0.0}, {"roll", 0.0}};
+  });
+  Expect_Seen("pan the other way", [](nlohmann::json& T) {
+    T["rotation"]["pan"] = -T["rotation"]["pan"].get<double>();
+  });
+  Expect_Seen("another order",
+              [](nlohmann::json& T) { std::swap(T["rotation"]["pan"], T["rotation"]["roll"]); });
+
+  const auto Notes = [&] {
+    return Target(nlohmann::json::parse(Verify(Out, {"--json"}).Output), "opentrackio")["notes"]
+        .dump();
+  };
+  EXPECT_THAT(Notes(), Not(HasSubstr("not proven")));
+  std::ofstream(Csv, std::ios::app) << "\n";
+  EXPECT_THAT(Notes(), HasSubstr("the tracker's sample is the identity and is not proven"));
+  EXPECT_EQ(Verify(Out).Status, 0);
+}
+
+TEST(Verify, AResultThatMustNotBeUsedIsProvenWithAWarning) {
+  const Scratch_Folder Scratch;
+  nlohmann::json Root = nlohmann::json::parse(Result_Text(Reference_Pose));
+  Root["code"] = 13;
+  Root["message"] = "Far off.";
+  const Finished Made = Verify(Scratch.Write("result.json", Root.dump()));
+  EXPECT_EQ(Made.Status, 0) << Made.Output;
+  EXPECT_THAT(Made.Said, HasSubstr("warning: this result must not be used: Far off."));
+}
+
+TEST(Verify, AResultWithoutASensorIsProvenWithANote) {
+  const Scratch_Folder Scratch;
+  const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
+  EXPECT_EQ(Rigsync({"export", File, "--to", "opentrackio"}).Status, 2);
+  const Finished Made = Verify(File, {"--json"});
+  EXPECT_EQ(Made.Status, 0);
+  EXPECT_THAT(Target(nlohmann::json::parse(Made.Output), "opentrackio")["notes"].dump(),
+              HasSubstr("the result has no sensor size, so 'rigsync export' asks for --sensor"));
 }
 
 // No pose of a tracker makes a rotation of a reflection.

@@ -11,14 +11,20 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
+using rigsync::Target_Outcome;
 using rigsync::Target_Proof;
 using rigsync::Verification;
 using rigsync::Verify_Exports;
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 Random_Rig Plain_Rig() {
   Dice Thrown(3);
@@ -41,7 +47,7 @@ TEST(Verification, EveryTargetOfNumbersIsProven) {
   EXPECT_TRUE(Of.Holds());
   for (const rigsync::Engine& Target : rigsync::Engines()) {
     const Target_Proof& Proof = Named(Of, Target.Name);
-    EXPECT_EQ(Proof.Left_Out, "");
+    EXPECT_EQ(Proof.Reason, "");
     EXPECT_GE(Proof.Proof.Mount.Worst.Px, 0.0);
     EXPECT_EQ(Proof.Axes, rigsync::Tracker_Axes_Text(Target.Library_Axes));
   }
@@ -59,8 +65,8 @@ TEST(Verification, AxesThatAreAskedForAreThoseOfTheProof) {
 TEST(Verification, AnEngineOfTheOtherHandIsLeftOut) {
   const Verification Of = Verified(Plain_Rig().Result, "z,-x,y");
   EXPECT_TRUE(Of.Holds());
-  EXPECT_EQ(Named(Of, "ue4").Left_Out, "");
-  EXPECT_THAT(Named(Of, "ue5").Left_Out, HasSubstr("left-handed"));
+  EXPECT_EQ(Named(Of, "ue4").Reason, "");
+  EXPECT_THAT(Named(Of, "ue5").Reason, HasSubstr("left-handed"));
 }
 
 TEST(Verification, AxesThatNoTargetCanHaveAreRefused) {
@@ -72,7 +78,7 @@ TEST(Verification, AGimbalLockIsToldAndIsNoFailure) {
   Result.Transform_Cam_Tc = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
   const Verification Of = Verified(Result);
   EXPECT_TRUE(Of.Holds());
-  EXPECT_THAT(Named(Of, "ue4").Left_Out, HasSubstr("code 3. Gimbal lock"));
+  EXPECT_THAT(Named(Of, "ue4").Reason, HasSubstr("code 3. Gimbal lock"));
   EXPECT_TRUE(Named(Of, "aximmetry").Proof.Holds());
 }
 
@@ -93,12 +99,74 @@ TEST(Verification, AMountNearALockIsToldAbout) {
   EXPECT_TRUE(Named(Verified(Result, "z-up"), "ue4").Notes.empty());
 }
 
+// The file targets with one more, which writes so.
+std::vector<rigsync::File_Target> Files_With(
+    const std::string& Name, rigsync::File_Text (*Write)(const rigsync::File_Request& Request)) {
+  std::vector<rigsync::File_Target> Files = rigsync::File_Targets();
+  Files.push_back({Name, Name, rigsync::Engine_Space::Right_Handed_Z_Up, true, {}, Write});
+  return Files;
+}
+
+Target_Proof Last_Of(const Verification& Of) {
+  return Of.Targets.back();
+}
+
+TEST(Verification, ARefusalThatIsNotOneOfTheAxesIsAFailure) {
+  const auto Files = Files_With("blender", [](const rigsync::File_Request&) -> rigsync::File_Text {
+    throw rigsync::Usage_Error("--focus", "--focus: missing");
+  });
+  const rigsync::Calibration_Result Result = Plain_Rig().Result;
+  const Verification Of =
+      Verify_Exports({"result.json", Result, rigsync::Fixed_Samples(), ""}, Files);
+  EXPECT_EQ(Last_Of(Of).Outcome, Target_Outcome::Not_Proven);
+  EXPECT_EQ(Last_Of(Of).Reason, "--focus: missing");
+  EXPECT_FALSE(Of.Holds());
+  // Axes of the other hand are refused before the file is asked for.
+  const Verification Left =
+      Verify_Exports({"result.json", Result, rigsync::Fixed_Samples(), "z,-x,y"}, Files);
+  EXPECT_EQ(Last_Of(Left).Outcome, Target_Outcome::Not_Exported);
+  EXPECT_TRUE(Left.Holds());
+}
+
+TEST(Verification, AFileThatCantBeReadBackIsAFailure) {
+  const rigsync::Calibration_Result Result = Plain_Rig().Result;
+  for (const char* Name : {"blender", "unreal-lens", "opentrackio", "opencv", "kalibr"}) {
+    const auto Files = Files_With(Name, [](const rigsync::File_Request&) {
+      return rigsync::File_Text{"no such file", {}};
+    });
+    const Verification Of =
+        Verify_Exports({"result.json", Result, rigsync::Fixed_Samples(), ""}, Files);
+    EXPECT_EQ(Last_Of(Of).Outcome, Target_Outcome::Not_Proven) << Name;
+    EXPECT_THAT(Last_Of(Of).Reason, StartsWith("its file can't be read back: ")) << Name;
+    EXPECT_FALSE(Of.Holds()) << Name;
+  }
+}
+
+TEST(Verification, ATargetWithoutACameraIsTold) {
+  const Verification Of = Verified(Plain_Rig().Result);
+  EXPECT_EQ(Named(Of, "corners").Outcome, Target_Outcome::No_Camera);
+  EXPECT_TRUE(Of.Holds());
+}
+
+// The proof of a sample in millimetres needs a sensor, and 'rigsync export' asks for it.
+TEST(Verification, ASensorThatTheResultDoesNotHaveIsTold) {
+  rigsync::Calibration_Result Result = Plain_Rig().Result;
+  Result.Image_Size = {1920, 1080};
+  EXPECT_THAT(Named(Verified(Result), "opentrackio").Notes,
+              Contains(AllOf(HasSubstr("asks for --sensor"), HasSubstr("36 x 20.25 mm"))));
+  EXPECT_THAT(Named(Verified(Result), "blender").Notes, Not(Contains(HasSubstr("--sensor"))));
+  Result.Inputs.Sensor_Size_Mm = {24.0, 13.5};
+  EXPECT_THAT(Named(Verified(Result), "opentrackio").Notes, Not(Contains(HasSubstr("--sensor"))));
+}
+
 // docs/verify.md has a line of the table for each target, with the axes that it has by itself, and
 // tells the figures of each.
 TEST(Verification, ThePageHasEveryTarget) {
   const std::string Page = Read_Text(std::string(RIGSYNC_SOURCE_DIR) + "/docs/verify.md");
   for (const Target_Proof& Target : Verified(Plain_Rig().Result).Targets) {
-    EXPECT_THAT(Page, HasSubstr(fmt::format("\n  {:<14}{:<14}", Target.Name, Target.Axes)));
+    const bool Is_Compared = Target.Outcome == Target_Outcome::Compared;
+    EXPECT_THAT(Page, HasSubstr(fmt::format("\n  {:<14}{}", Target.Name,
+                                            Is_Compared ? Target.Axes : "no camera\n")));
     EXPECT_THAT(Page, HasSubstr("`" + Target.Name + "`"));
   }
 }
