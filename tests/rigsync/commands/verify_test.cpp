@@ -211,6 +211,24 @@ TEST(Verify, AResultThatMustNotBeUsedIsProvenWithAWarning) {
   EXPECT_THAT(Made.Said, HasSubstr("warning: this result must not be used: Far off."));
 }
 
+// No run writes such a lens; hands can.
+TEST(Verify, ALensThatNoCameraHasIsRefusedByItsKey) {
+  const Scratch_Folder Scratch;
+  const std::vector<std::pair<const char*, nlohmann::json>> Lenses = {
+      {"image_size", nullptr},      {"image_size", {0, 1080}},     {"image_size", {1920, -1080}},
+      {"norm_fxy", {0, 1.3333333}}, {"norm_fxy", {0.75, -1.3333}}, {"distortion", nullptr},
+  };
+  for (const auto& [Key, Value] : Lenses) {
+    nlohmann::json Root = nlohmann::json::parse(Result_Text(Reference_Pose));
+    Root["lens"][Key] = Value;
+    const std::string File = Scratch.Write("result.json", Root.dump());
+    const Finished Made = Verify(File);
+    EXPECT_EQ(Made.Status, 2) << Root["lens"] << Made.Output;
+    EXPECT_THAT(Made.Said, AllOf(HasSubstr(File), HasSubstr(Key)));
+    EXPECT_EQ(Made.Output, "");
+  }
+}
+
 TEST(Verify, AResultWithoutASensorIsProvenWithANote) {
   const Scratch_Folder Scratch;
   const std::string File = Scratch.Write("result.json", Result_Text(Reference_Pose));
