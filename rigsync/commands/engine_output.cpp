@@ -137,12 +137,14 @@ void Require_Export(const std::string& File, const Calibration_Result& Result, b
   Require_Result(File, Result);
 }
 
+std::string Doubts_Of(const Calibration_Result& Result) {
+  if (Result.Opinion && Result.Opinion->Judgement != Verdict::Agree) return Doubts_Text(Result);
+  return Is_Usable(Result) ? "" : "this result must not be used: " + Result.Message;
+}
+
 void Warn_Of_Doubts(const Calibration_Result& Result) {
-  if (Result.Opinion && Result.Opinion->Judgement != Verdict::Agree) {
-    Warn(Doubts_Text(Result));
-  } else if (!Is_Usable(Result)) {
-    Warn("this result must not be used: " + Result.Message);
-  }
+  const std::string Doubts = Doubts_Of(Result);
+  if (!Doubts.empty()) Warn(Doubts);
 }
 
 int Print_Export(const Engine& Target, const Calibration_Result& Result,

@@ -28,6 +28,9 @@ const Engine& Engine_Named(const std::string& Name);
 // export.
 void Require_Export(const std::string& File, const Calibration_Result& Result, bool Is_Chosen);
 
+// Why the mount that is exported must not be used, or has to be checked; empty for a good one.
+std::string Doubts_Of(const Calibration_Result& Result);
+
 // Says on standard error why the mount that is exported must not be used, or has to be checked.
 // Says nothing about a good one.
 void Warn_Of_Doubts(const Calibration_Result& Result);

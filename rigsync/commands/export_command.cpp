@@ -8,6 +8,7 @@
 #include "rigsync/commands/engine_output.h"
 #include "rigsync/commands/output_file.h"
 #include "rigsync/engine/tracker_axes.h"
+#include "rigsync/exports/doubts.h"
 #include "rigsync/exports/file_target.h"
 #include "rigsync/formats/import_file.h"
 #include "rigsync/formats/opinion_words.h"
@@ -132,18 +133,20 @@ int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
   Used.push_back("--output");
   Refuse_Other_Flags(Arguments, Target.Title, Used);
   const File_Request Request = Request_Of(Arguments, Target, Result);
-  if (!Arguments.Output.empty()) {
+  const bool Is_Printed = Arguments.Output.empty() || Arguments.Output == "-";
+  if (!Is_Printed) {
     Refuse_Result_As_Output(Arguments.Output, Arguments.Result_File, Result);
     Refuse_As_Output(Arguments.Output, Request.Capture);
     Refuse_As_Output(Arguments.Output, Request.Capture.parent_path() / Import_File_Name);
   }
   const File_Text Written = Target.Write(Request);
+  const std::string Text = With_Doubts(Target.Name, Written.Text, Doubts_Of(Result));
+  if (!Is_Printed) Write_Output(Arguments.Output, Text);
   for (const std::string& Warning : Written.Warnings) Warn(Warning);
-  if (Arguments.Output.empty()) {
-    Print(Written.Text);
+  if (Is_Printed) {
+    Print(Text);
     return Exit_Success;
   }
-  Write_Output(Arguments.Output, Written.Text);
   Print(fmt::format("{}: {}\n", Target.Title, Arguments.Output));
   return Exit_Success;
 }
@@ -197,7 +200,7 @@ void Add_Export_Command(Command_Line& Line) {
                  {"library", "joint"})
       ->type_name("SOLUTION");
   Require_Value(Command->add_option("-o,--output", Arguments->Output,
-                                    "file to write (default: standard output)"))
+                                    "file to write (default: -, standard output)"))
       ->type_name("FILE");
   Require_Value(
       Command->add_option("--tracker-axes", Arguments->Axes,

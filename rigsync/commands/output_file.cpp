@@ -30,7 +30,21 @@ void Refuse_Result_As_Output(const std::string& Output, const std::filesystem::p
 }
 
 void Write_Output(const std::string& Output, const std::string& Text) {
-  const std::string Problem = Try_Write_Whole(Output, Text);
+  namespace fs = std::filesystem;
+  std::error_code Ignored;
+  if (fs::exists(Output, Ignored) && !fs::is_regular_file(Output, Ignored)) {
+    throw Usage_Error("--output", fmt::format("--output {}: is no regular file; name a file, or "
+                                              "leave the flag out and redirect standard output",
+                                              Output));
+  }
+  const fs::path Folder = fs::path(Output).parent_path();
+  if (!Folder.empty() && !fs::exists(Folder, Ignored)) {
+    throw Usage_Error("--output", fmt::format("--output {}: there is no folder {}; make it first",
+                                              Output, Folder.string()));
+  }
+  // The file that a link leads to is written, and the link stays.
+  const fs::path Whole = fs::weakly_canonical(Output, Ignored);
+  const std::string Problem = Try_Write_Whole(Whole.empty() ? fs::path(Output) : Whole, Text);
   if (Problem.empty()) return;
   throw Usage_Error("--output", fmt::format("--output {}: {}", Output, Problem));
 }

@@ -19,7 +19,8 @@ void Refuse_As_Output(const std::string& Output, const std::filesystem::path& In
 void Refuse_Result_As_Output(const std::string& Output, const std::filesystem::path& Result_File,
                              const Calibration_Result& Result);
 
-// Writes the whole file. Throws Usage_Error, which begins with --output, when it can't be written.
+// Writes the whole file, or the one that a link leads to. Throws Usage_Error, which begins with
+// --output, when it can't be written, and for a device or a pipe: the file would take its place.
 void Write_Output(const std::string& Output, const std::string& Text);
 
 }  // namespace rigsync

@@ -6,6 +6,7 @@
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <memory>
@@ -128,6 +129,41 @@ TEST_F(ExportFile, AFileThatCannotBeWrittenIsNamed) {
   const Finished Done = Export("kalibr", {"-o", File("none/camchain.yaml")});
   EXPECT_EQ(Done.Status, 2);
   EXPECT_THAT(Done.Said, AllOf(HasSubstr("--output "), HasSubstr("none/camchain.yaml")));
+}
+
+TEST_F(ExportFile, ADeviceOrAPipeIsNotReplacedByAFile) {
+  ASSERT_EQ(mkfifo(File("pipe").c_str(), 0600), 0);
+  const Finished Piped = Export("kalibr", {"-o", File("pipe")});
+  EXPECT_EQ(Piped.Status, 2);
+  EXPECT_THAT(Piped.Said,
+              HasSubstr("pipe: is no regular file; name a file, or leave the flag out"));
+  EXPECT_TRUE(fs::is_fifo(File("pipe")));
+}
+
+TEST_F(ExportFile, TheFileThatALinkLeadsToIsWritten) {
+  Scratch->Write("linked.yaml", "earlier");
+  fs::create_symlink("linked.yaml", File("link.yaml"));
+  EXPECT_EQ(Export("kalibr", {"-o", File("link.yaml")}).Status, 0);
+  EXPECT_TRUE(fs::is_symlink(File("link.yaml")));
+  EXPECT_EQ(Read_Text(File("linked.yaml")), Export("kalibr").Output);
+}
+
+TEST_F(ExportFile, ADashIsStandardOutput) {
+  const Finished Dash = Export("kalibr", {"-o", "-"});
+  EXPECT_EQ(Dash.Status, 0) << Dash.Error;
+  EXPECT_EQ(Dash.Output, Export("kalibr").Output);
+}
+
+TEST_F(ExportFile, OfADoubtfulResultItHasTheDoubts) {
+  nlohmann::json Document = Read_Json(Scratch->Path() / "result" / "result.json");
+  Document["verdict"] = "look";
+  Document["usable"] = false;
+  Document["second_opinion"]["reasons"] = {"lens_does_not_fit"};
+  const std::string Doubtful = Scratch->Write("doubtful.json", Document.dump());
+  const Finished Done = Rigsync({"export", Doubtful, "--to", "kalibr"});
+  EXPECT_EQ(Done.Status, 0) << Done.Error;
+  EXPECT_THAT(Done.Output, StartsWith("# Warning: check this result on the set before it is used"));
+  EXPECT_THAT(Done.Output, testing::EndsWith(Export("kalibr").Output));
 }
 
 // A link to a file is that file.
