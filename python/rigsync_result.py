@@ -91,7 +91,9 @@ class UE5Fields(NamedTuple):
 
 
 class AximmetryFields(NamedTuple):
-    """Aximmetry: centimetres, degrees, and the centre shift in parts of the image's sides."""
+    """Aximmetry: centimetres, degrees, and the centre shift in parts of the image's sides. The
+    position runs along x, -y and -z of the tracker's axes.
+    """
 
     position_cm: PositionCm
     rotation_deg: RotationDeg
@@ -876,6 +878,11 @@ def camera_pose(result: Result, position_m: Sequence[float], quaternion_wxyz: Se
 
 # -- as a program --------------------------------------------------------------------------------
 
+# Which axes of the tracker's object the fields of the position run along.
+_POSITION_AXES = {"ue4": "x, y, z", "ue5": "x, y, z", "ue5-xn": "x, y, z",
+                  "aximmetry": "x, -y, -z"}
+
+
 def _axes_text(result: Result, engine: str, tracker_axes: Optional[str]) -> str:
     axes = (_axes(LIBRARY_AXES[engine]) if tracker_axes is None
             else _asked_axes(result, engine, tracker_axes))
@@ -884,7 +891,8 @@ def _axes_text(result: Result, engine: str, tracker_axes: Optional[str]) -> str:
 
 def _json_of(engine: str, result: Result, fields: Any, tracker_axes: Optional[str]) -> str:
     document = {"engine": engine, "usable": result.usable, "solution": result.solution,
-                "tracker_axes": _axes_text(result, engine, tracker_axes)}  # type: Dict[str, Any]
+                "tracker_axes": _axes_text(result, engine, tracker_axes),
+                "position_axes": _POSITION_AXES[engine]}  # type: Dict[str, Any]
     for name, group in zip(fields._fields, fields):
         document[name] = dict(zip(group._fields, group))
     return json.dumps(document, indent=2)
