@@ -81,7 +81,7 @@ std::string Verdict_Text(const Verification& Of, bool In_Colour) {
   if (Of.Holds()) {
     const char* Sentence =
         "Every exported target shows the solved camera's pixels, within the rounding of its "
-        "numbers.";
+        "numbers. That proves the exports; how good the calibration is, its verdict says.";
     return Painted_Lines(Style::Good, Folded(Sentence, 2), In_Colour);
   }
   std::string Text, Unproven;
