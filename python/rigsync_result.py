@@ -459,10 +459,11 @@ def _needs_choice(result: Result) -> bool:
 
 def _choice_text(result: Result) -> str:
     reasons = _reasons(result)
-    if "no_library_transform" in reasons:
-        return ("%s: %s; choose the joint one with solution=\"joint\""
-                % (result.path, _library_text(result)))
     is_doubtful = {"width_beyond_limit", "slip_found"}.intersection(reasons)
+    if "no_library_transform" in reasons:
+        advice = ("the joint one is doubtful as well. Take the capture again, or export it all the "
+                  "same with" if is_doubtful else "choose the joint one with")
+        return "%s: %s; %s solution=\"joint\"" % (result.path, _library_text(result), advice)
     return ("%s: %s; choose one with solution=\"joint\"%s or solution=\"library\""
             % (result.path, _REASONS["difference_beyond_limit"](result),
                "" if is_doubtful else " (in most captures the nearer one)"))

@@ -70,9 +70,13 @@ bool Is_Joint_Doubtful(const Calibration_Result& Result) {
 
 [[noreturn]] void Ask_For_Choice(const std::string& File, const Calibration_Result& Result) {
   if (Has_Reason(Result, Verdict_Reason::No_Library_Transform)) {
-    throw Usage_Error("--solution",
-                      fmt::format("{}: {}; choose the joint one with --solution joint", File,
-                                  Reason_Phrase(Verdict_Reason::No_Library_Transform, Result)));
+    throw Usage_Error(
+        "--solution",
+        fmt::format("{}: {}; {}", File, Reason_Phrase(Verdict_Reason::No_Library_Transform, Result),
+                    Is_Joint_Doubtful(Result)
+                        ? "the joint one is doubtful as well. Take the capture again, or export it "
+                          "all the same with --solution joint"
+                        : "choose the joint one with --solution joint"));
   }
   throw Usage_Error(
       "--solution",

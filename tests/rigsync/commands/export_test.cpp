@@ -352,6 +352,11 @@ TEST(Export, AMissingOrBrokenMountOfTheLibraryLeavesTheJointOne) {
     EXPECT_NEAR(X_In_Centimetres(Joint), -26.0, Centimetre_Tolerance);
     EXPECT_EQ(Export(File, "ue5", {"--solution", "library"}).Status, 2);
   }
+  const std::string Lost = Scratch.Write(
+      "lost.json", Judged_Text("dont_use", R"("no_library_transform", "width_beyond_limit")",
+                               "null", Reference_Pose));
+  EXPECT_THAT(Export(Lost, "ue5").Said,
+              HasSubstr("no transform; the joint one is doubtful as well. Take the capture again"));
   EXPECT_THAT(Export(Missing, "ue5", {"--solution", "library"}).Said,
               HasSubstr("no result to export: Said before."));
   EXPECT_THAT(Export(Broken, "ue5", {"--solution", "library"}).Said,
