@@ -321,7 +321,7 @@ double Steps_Until_Seen(const Random_Rig& Rig, const Exported_Camera& Exact, std
 // in any, and 16 in most.
 TEST(NumberTargets, AFewStepsOfASingleNumberAreSeen) {
   int Fields = 0, Sharp = 0;
-  for (const Random_Rig& Rig : Plain_Rigs(100)) {
+  for (const Random_Rig& Rig : Plain_Rigs(Is_Sanitized ? 15 : 100)) {
     for (const Engine& Target : rigsync::Engines()) {
       const bool Is_Double = Target.Name == "ue5" || Target.Name == "ue5-xn";
       const std::optional<Exported_Camera> Exact = Exported(Target, Rig, std::nullopt);
