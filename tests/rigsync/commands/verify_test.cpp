@@ -8,6 +8,7 @@
 #include "rigsync/verify/opentrackio_reader.h"
 #include "rigsync/verify/pixel_proof.h"
 #include "tests/rigsync/support/program.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -106,7 +107,11 @@ void Expect_Proven_With_Every_Labelling(const std::filesystem::path& Out) {
   Root["inputs"]["camera_tracker_axes"] = "right_forward_up";
   const std::filesystem::path Labelled = Out / "labelled.json";
   std::ofstream(Labelled) << Root;
-  for (const std::string Solution : {"library", "joint"}) {
+  // One round of them takes a minute under the sanitizers, which look for other faults.
+  const std::vector<std::string> Solutions = Is_Sanitized
+                                                 ? std::vector<std::string>{"joint"}
+                                                 : std::vector<std::string>{"library", "joint"};
+  for (const std::string& Solution : Solutions) {
     for (const std::string Axes : {"z-up", "y-up"}) {
       Expect_Proven(Out.string(), {"--solution", Solution, "--tracker-axes", Axes});
     }
@@ -125,11 +130,12 @@ TEST(Verify, HoldOutsAreProvenWithEveryNamedLabelling) {
     std::vector<std::string> Flags;
     std::string Sensor;
   };
-  const std::vector<Hold_Out> Captures = {
+  std::vector<Hold_Out> Captures = {
       {{"--size", "640x360", "--focal", "0.9,1.6", "--board", "9x6", "--seed", "21"}, "24x13.5"},
       {{"--size", "640x480", "--focal", "1.1,1.4667", "--principal-point", "0.53,0.46", "--board",
         "8x5", "--seed", "22"},
        "24x18"}};
+  if (Is_Sanitized) Captures.resize(1);
   for (const Hold_Out& Of : Captures) {
     const Scratch_Folder Scratch;
     const std::string Folder = (Scratch.Path() / "capture").string();
