@@ -6,7 +6,6 @@
 #include "rigsync/formats/result_file.h"
 #include "rigsync/system/usage_error.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <tuple>
 
@@ -24,20 +23,19 @@ const File_Target& Target_Named(const std::string& Name) {
   Refuse("target", Name, Names);
 }
 
-// Refuses an argument that was stated and means nothing for the target. Targets list flags.
+// Refuses an argument that was stated and means nothing for the target.
 void Refuse_Useless(const File_Arguments& Arguments, const File_Target& Target) {
-  const std::tuple<std::string, const char*, bool> Stated[] = {
-      {"tracker_axes", "--tracker-axes", Arguments.Tracker_Axes.has_value()},
-      {"sensor_mm", "--sensor", Arguments.Sensor_Mm.has_value()},
-      {"focus", "--focus", Arguments.Focus.has_value()},
-      {"zoom", "--zoom", Arguments.Zoom.has_value()},
-      {"capture", "--capture", Arguments.Capture.has_value()},
-      {"image_root", "--image-root", Arguments.Image_Root.has_value()},
+  const std::tuple<const char*, File_Option, bool> Stated[] = {
+      {"tracker_axes", File_Option::Axes, Arguments.Tracker_Axes.has_value()},
+      {"sensor_mm", File_Option::Sensor, Arguments.Sensor_Mm.has_value()},
+      {"focus", File_Option::Position, Arguments.Focus.has_value()},
+      {"zoom", File_Option::Position, Arguments.Zoom.has_value()},
+      {"capture", File_Option::Capture, Arguments.Capture.has_value()},
+      {"image_root", File_Option::Image_Root, Arguments.Image_Root.has_value()},
   };
-  for (const auto& [Name, Flag, Is_Stated] : Stated) {
-    const std::vector<std::string>& Used = Target.Flags;
-    if (!Is_Stated || std::find(Used.begin(), Used.end(), Flag) != Used.end()) continue;
-    throw Usage_Error(Name, Name + ": the export to " + Target.Title + " has no use for it");
+  for (const auto& [Name, Option, Is_Stated] : Stated) {
+    if (!Is_Stated || Has_Use(Target, Option)) continue;
+    throw Usage_Error(Name, Name + (": the export to " + Target.Title + " has no use for it"));
   }
 }
 
@@ -52,9 +50,8 @@ void Set_Capture(const File_Arguments& Arguments, File_Request& Request) {
 
 File_Request Request_Of(const File_Arguments& Arguments, const File_Target& Target,
                         const Calibration_Result& Result) {
-  File_Request Request{Arguments.Result_File,        Result,       std::nullopt,
-                       Result.Inputs.Sensor_Size_Mm, std::nullopt, Result.Inputs.Csv,
-                       Result.Inputs.Image_Root};
+  File_Request Request = Request_From(Arguments.Result_File, Result);
+  Request.Doubts = Arguments.Doubts;
   if (Arguments.Tracker_Axes) {
     Request.Axes = Parse_Tracker_Axes("tracker_axes", *Arguments.Tracker_Axes, Target.Space,
                                       Result.Inputs.Camera_Labels);

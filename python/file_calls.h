@@ -16,6 +16,7 @@ struct File_Arguments {
   std::string Result_File;
   std::string Solution;  // library or joint
   std::string Target;
+  std::string Doubts;  // what speaks against the result, in sentences; empty for a good one
   std::optional<std::string> Tracker_Axes;
   std::optional<std::array<double, 2>> Sensor_Mm;  // width, height
   std::optional<double> Focus, Zoom;

@@ -94,13 +94,14 @@ py::tuple Solve(const rigsync::Capture_Request& Request) {
 }
 
 py::tuple Export_File(std::string Result_File, std::string Solution, std::string Target,
-                      std::optional<std::string> Tracker_Axes,
+                      std::string Doubts, std::optional<std::string> Tracker_Axes,
                       std::optional<std::array<double, 2>> Sensor_Mm, std::optional<double> Focus,
                       std::optional<double> Zoom, std::optional<std::string> Capture,
                       std::optional<std::string> Image_Root) {
   const rigsync::File_Arguments Arguments{std::move(Result_File),
                                           std::move(Solution),
                                           std::move(Target),
+                                          std::move(Doubts),
                                           std::move(Tracker_Axes),
                                           Sensor_Mm,
                                           Focus,

@@ -291,7 +291,7 @@ def export_file(result: Result, target: str, *, even_if_doubtful: bool = False,
     """
     rigsync_result.require_usable(result.plain, even_if_doubtful)
     text, cautions = _core.export_file(
-        result.path, result.solution, target, tracker_axes, sensor_mm, focus, zoom,
+        result.path, result.solution, target, result.doubts, tracker_axes, sensor_mm, focus, zoom,
         None if capture is None else os.fspath(capture),
         None if image_root is None else os.fspath(image_root))
     for caution in cautions:

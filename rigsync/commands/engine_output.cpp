@@ -5,6 +5,7 @@
 #include "rigsync/calibrate/run_log_file.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/engine/solved_camera.h"
+#include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/report/verdict_words.h"
 #include "rigsync/system/quiet_output.h"
@@ -139,6 +140,14 @@ const Engine& Engine_Named(const std::string& Name) {
 void Require_Export(const std::string& File, const Calibration_Result& Result, bool Is_Chosen) {
   if (!Is_Chosen && Needs_Choice(Result)) Ask_For_Choice(File, Result);
   Require_Result(File, Result);
+}
+
+Calibration_Result Read_For_Export(const fs::path& File, const std::string& Solution) {
+  Calibration_Result Result = Read_Result(File);
+  const auto Choice = Solution_Named(Solution);
+  if (Choice) Result.Inputs.Solution = *Choice;
+  Require_Export(File.string(), Result, Choice.has_value());
+  return Result;
 }
 
 std::string Doubts_Of(const Calibration_Result& Result) {

@@ -28,6 +28,10 @@ const Engine& Engine_Named(const std::string& Name);
 // export.
 void Require_Export(const std::string& File, const Calibration_Result& Result, bool Is_Chosen);
 
+// The result of a file with the mount of Solution, as --solution names it; with the one that is the
+// result where that is empty. Throws what Read_Result and Require_Export throw.
+Calibration_Result Read_For_Export(const std::filesystem::path& File, const std::string& Solution);
+
 // Why the mount that is exported must not be used, or has to be checked; empty for a good one.
 std::string Doubts_Of(const Calibration_Result& Result);
 

@@ -8,10 +8,8 @@
 #include "rigsync/commands/engine_output.h"
 #include "rigsync/commands/output_file.h"
 #include "rigsync/engine/tracker_axes.h"
-#include "rigsync/exports/doubts.h"
 #include "rigsync/exports/file_target.h"
 #include "rigsync/formats/import_file.h"
-#include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/system/out_folder.h"
 #include "rigsync/system/usage_error.h"
@@ -19,11 +17,11 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -75,23 +73,36 @@ std::string Targets_Help() {
   return fmt::format("numbers: {}; files: {}", fmt::join(Numbers, ", "), fmt::join(Files, ", "));
 }
 
-// Refuses a flag that was typed and means nothing for the target.
-void Refuse_Other_Flags(const Export_Arguments& Arguments, const std::string& Target,
-                        const std::vector<std::string>& Used) {
-  const std::pair<const char*, bool> Typed[] = {
-      {"--output", !Arguments.Output.empty()},
-      {"--tracker-axes", !Arguments.Axes.empty()},
-      {"--sensor", !Arguments.Sensor.empty()},
-      {"--focus", !Arguments.Focus.empty()},
-      {"--zoom", !Arguments.Zoom.empty()},
-      {"--capture", !Arguments.Capture.empty()},
-      {"--image-root", !Arguments.Image_Root.empty()},
-      {"--out", !Arguments.Out.empty()},
-      {"--json", Arguments.Prints_Json},
+[[noreturn]] void Refuse_Useless(const std::string& Flag, const std::string& Target) {
+  throw Usage_Error(Flag, fmt::format("{}: the export to {} has no use for it", Flag, Target));
+}
+
+// Refuses flags that were typed and mean nothing for a file.
+void Refuse_Flags_Without_Use(const Export_Arguments& Arguments, const File_Target& Target) {
+  const std::tuple<const char*, File_Option, bool> Typed[] = {
+      {"--tracker-axes", File_Option::Axes, !Arguments.Axes.empty()},
+      {"--sensor", File_Option::Sensor, !Arguments.Sensor.empty()},
+      {"--focus", File_Option::Position, !Arguments.Focus.empty()},
+      {"--zoom", File_Option::Position, !Arguments.Zoom.empty()},
+      {"--capture", File_Option::Capture, !Arguments.Capture.empty()},
+      {"--image-root", File_Option::Image_Root, !Arguments.Image_Root.empty()},
   };
-  for (const auto& [Flag, Is_Typed] : Typed) {
-    if (!Is_Typed || std::find(Used.begin(), Used.end(), Flag) != Used.end()) continue;
-    throw Usage_Error(Flag, fmt::format("{}: the export to {} has no use for it", Flag, Target));
+  for (const auto& [Flag, Option, Is_Typed] : Typed) {
+    if (Is_Typed && !Has_Use(Target, Option)) Refuse_Useless(Flag, Target.Title);
+  }
+  if (!Arguments.Out.empty()) Refuse_Useless("--out", Target.Title);
+  if (Arguments.Prints_Json) Refuse_Useless("--json", Target.Title);
+}
+
+// The same for the numbers of an engine: flags that are for files.
+void Refuse_Flags_Of_Files(const Export_Arguments& Arguments, const Engine& Target) {
+  const std::pair<const char*, const std::string&> Typed[] = {
+      {"--output", Arguments.Output},   {"--sensor", Arguments.Sensor},
+      {"--focus", Arguments.Focus},     {"--zoom", Arguments.Zoom},
+      {"--capture", Arguments.Capture}, {"--image-root", Arguments.Image_Root},
+  };
+  for (const auto& [Flag, Value] : Typed) {
+    if (!Value.empty()) Refuse_Useless(Flag, Target.Title);
   }
 }
 
@@ -105,13 +116,9 @@ std::optional<Lens_Position> Position_Of(const Export_Arguments& Arguments) {
 
 File_Request Request_Of(const Export_Arguments& Arguments, const File_Target& Target,
                         const Calibration_Result& Result) {
-  File_Request Request{Arguments.Result_File,
-                       Result,
-                       std::nullopt,
-                       Result.Inputs.Sensor_Size_Mm,
-                       Position_Of(Arguments),
-                       Result.Inputs.Csv,
-                       Result.Inputs.Image_Root};
+  File_Request Request = Request_From(Arguments.Result_File, Result);
+  Request.At = Position_Of(Arguments);
+  Request.Doubts = Doubts_Of(Result);
   if (!Arguments.Axes.empty()) {
     Request.Axes = Parse_Tracker_Axes("--tracker-axes", Arguments.Axes, Target.Space,
                                       Result.Inputs.Camera_Labels);
@@ -129,9 +136,7 @@ File_Request Request_Of(const Export_Arguments& Arguments, const File_Target& Ta
 // The file goes to --output, or to standard output.
 int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
                 const Calibration_Result& Result) {
-  std::vector<std::string> Used = Target.Flags;
-  Used.push_back("--output");
-  Refuse_Other_Flags(Arguments, Target.Title, Used);
+  Refuse_Flags_Without_Use(Arguments, Target);
   const File_Request Request = Request_Of(Arguments, Target, Result);
   const bool Is_Printed = Arguments.Output.empty() || Arguments.Output == "-";
   if (!Is_Printed) {
@@ -140,11 +145,10 @@ int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
     Refuse_As_Output(Arguments.Output, Request.Capture.parent_path() / Import_File_Name);
   }
   const File_Text Written = Target.Write(Request);
-  const std::string Text = With_Doubts(Target.Name, Written.Text, Doubts_Of(Result));
-  if (!Is_Printed) Write_Output(Arguments.Output, Text);
+  if (!Is_Printed) Write_Output(Arguments.Output, Written.Text);
   for (const std::string& Warning : Written.Warnings) Warn(Warning);
   if (Is_Printed) {
-    Print(Text);
+    Print(Written.Text);
     return Exit_Success;
   }
   Print(fmt::format("{}: {}\n", Target.Title, Arguments.Output));
@@ -154,7 +158,7 @@ int Export_File(const Export_Arguments& Arguments, const File_Target& Target,
 // The fields of an engine go to standard output.
 int Export_Numbers(const Export_Arguments& Arguments, const Engine& Target,
                    const Calibration_Result& Result) {
-  Refuse_Other_Flags(Arguments, Target.Title, {"--tracker-axes", "--out", "--json"});
+  Refuse_Flags_Of_Files(Arguments, Target);
   std::optional<Tracker_Axes> Axes;
   if (!Arguments.Axes.empty()) {
     Axes = Parse_Tracker_Axes("--tracker-axes", Arguments.Axes, Target.Space,
@@ -166,10 +170,7 @@ int Export_Numbers(const Export_Arguments& Arguments, const Engine& Target,
 int Export(const Export_Arguments& Typed) {
   Export_Arguments Arguments = Typed;
   Arguments.Result_File = Result_File(Typed.Result_File).string();
-  Calibration_Result Result = Read_Result(Arguments.Result_File);
-  const auto Choice = Solution_Named(Arguments.Solution);
-  if (Choice) Result.Inputs.Solution = *Choice;
-  Require_Export(Arguments.Result_File, Result, Choice.has_value());
+  const Calibration_Result Result = Read_For_Export(Arguments.Result_File, Arguments.Solution);
   Warn_Of_Doubts(Result);
   if (const File_Target* Target = File_Target_Named(Arguments.Engine)) {
     return Export_File(Arguments, *Target, Result);

@@ -12,7 +12,6 @@
 #include "rigsync/engine/tracker_axes.h"
 #include "rigsync/exports/unreal_lens_script.h"
 #include "rigsync/formats/lens_table_file.h"
-#include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/report/lens_table_text.h"
 #include "rigsync/system/terminal.h"
@@ -91,14 +90,11 @@ std::vector<fs::path> Files_Of(const std::vector<std::string>& Typed) {
 // Warns of those that are doubtful by their own verdict.
 std::vector<Calibration_Result> Read_Results(const std::vector<fs::path>& Files,
                                              const std::string& Solution) {
-  const auto Choice = Solution_Named(Solution);
   std::vector<Calibration_Result> Results;
   for (const fs::path& File : Files) {
-    Calibration_Result Result = Read_Result(File);
-    if (Choice) Result.Inputs.Solution = *Choice;
-    Require_Export(File.string(), Result, Choice.has_value());
-    if (!Is_Usable(Result)) Warn(File.string() + " is not usable by its own verdict");
-    Results.push_back(std::move(Result));
+    Results.push_back(Read_For_Export(File, Solution));
+    const std::string Doubts = Doubts_Of(Results.back());
+    if (!Doubts.empty()) Warn(File.string() + ": " + Doubts);
   }
   return Results;
 }
@@ -221,7 +217,7 @@ std::string Script_Of(const Lens_Table& Table, const std::optional<Tracker_Axes>
                       const Sensor_Size& Sensor_Mm) {
   std::vector<Lens_File_Point> Points;
   for (const Lens_Table_Row& Row : Table.Rows) {
-    Points.push_back({Row.Of.File, *Row.Of.Result, Row.Of.At});
+    Points.push_back({Row.Of.File, *Row.Of.Result, Row.Of.At, Doubts_Of(*Row.Of.Result)});
   }
   const File_Text Written = Unreal_Lens_Script(Points, Axes, Sensor_Mm);
   for (const std::string& Warning : Written.Warnings) Warn(Warning);

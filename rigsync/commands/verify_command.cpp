@@ -4,7 +4,6 @@
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/commands/engine_output.h"
-#include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/usage_error.h"
@@ -66,10 +65,7 @@ Proof_Samples Samples_For(const Verify_Arguments& Arguments, const Calibration_R
 
 int Verify(const Verify_Arguments& Arguments) {
   const std::filesystem::path File = Result_File(Arguments.Result_File);
-  Calibration_Result Result = Read_Result(File);
-  const auto Choice = Solution_Named(Arguments.Solution);
-  if (Choice) Result.Inputs.Solution = *Choice;
-  Require_Export(File.string(), Result, Choice.has_value());
+  const Calibration_Result Result = Read_For_Export(File, Arguments.Solution);
   Warn_Of_Doubts(Result);
   const Verification Made =
       Verify_Exports({File, Result, Samples_For(Arguments, Result), Arguments.Axes});

@@ -204,7 +204,6 @@ std::string Comments(const Tracker_Axes& Axes, const std::vector<std::string>& W
 }  // namespace
 
 File_Text Write_Blender_Script(const File_Request& Request) {
-  Refuse_Position(Request, "Blender");
   const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const Tracker_Axes Axes = Request.Axes.value_or(Tracker_Axes::Identity());
   File_Text Written;
@@ -218,8 +217,8 @@ File_Text Write_Blender_Script(const File_Request& Request) {
   Numbers["solution"] = Solution_Name(Request.Result.Inputs.Solution);
   Add_Lens(Camera, Sensor_Or_Nominal(Request.Sensor_Mm, Camera.Width, Camera.Height), Numbers);
   Add_Pose(Camera, Axes, Numbers);
-  Written.Text =
-      Purpose + Comments(Axes, Written.Warnings) + Names + Numbers_Assignment(Numbers) + Code;
+  Written.Text = Doubts_Comment(Request.Doubts) + Purpose + Comments(Axes, Written.Warnings) +
+                 Names + Numbers_Assignment(Numbers) + Code;
   return Written;
 }
 

@@ -90,7 +90,6 @@ std::string Corners_Table(const std::vector<Capture_Row>& Rows, const Board_Sear
 }
 
 File_Text Write_Corners(const File_Request& Request) {
-  Refuse_Position(Request, "corners.vnl");
   const Board_Size Board = Board_Of(Request);
   const Capture_File File = Read_Capture(Request);
   Refuse_Unwritable_Paths(Request, File.Rows);

@@ -2,6 +2,7 @@
 #include "rigsync/exports/kalibr_camchain.h"
 
 #include "rigsync/engine/solved_camera.h"
+#include "rigsync/exports/script_text.h"
 #include "rigsync/exports/yaml_text.h"
 
 #include <fmt/format.h>
@@ -21,10 +22,9 @@ std::string Matrix_Text(const Eigen::Matrix4d& Matrix) {
 }  // namespace
 
 File_Text Write_Kalibr(const File_Request& Request) {
-  Refuse_Position(Request, "Kalibr");
   const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const Lens& Px = Camera.Lens_Px;
-  std::string Text = "cam0:\n";
+  std::string Text = Doubts_Comment(Request.Doubts) + "cam0:\n";
   Text += "  T_cam_imu:\n" + Matrix_Text(Camera.Transform_Body_Cam.inverse().matrix());
   Text += "  cam_overlaps: []\n";
   Text += "  camera_model: pinhole\n";

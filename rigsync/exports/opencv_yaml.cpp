@@ -3,6 +3,7 @@
 
 #include "rigsync/engine/solved_camera.h"
 #include "rigsync/exports/kept_rows.h"
+#include "rigsync/exports/script_text.h"
 #include "rigsync/exports/yaml_text.h"
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/geometry/transform_list.h"
@@ -121,13 +122,12 @@ std::vector<std::string> Warnings_Of(const Calibration_Result& Result, const Kep
 }  // namespace
 
 File_Text Write_Opencv(const File_Request& Request) {
-  Refuse_Position(Request, "OpenCV");
   const Calibration_Result& Result = Request.Result;
   const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const std::optional<Mounted_Board> Board = Mounted_Board_Of(Result);
   const Kept_Rows Kept = Read_Kept_Rows(Request);
   const Eigen::Isometry3d Transform_Cam_Tc(Matrix_From_List(Chosen_Transform_Cam_Tc(Result)));
-  std::string Text = "%YAML:1.0\n---\n";
+  std::string Text = "%YAML:1.0\n---\n" + Doubts_Comment(Request.Doubts);
   Text += fmt::format("calibration_time: {}\n", Yaml_Quoted(Result.Start_Time));
   Text += Lens_Text(Camera) + Board_Text(Result.Inputs);
   Text += fmt::format("solution: {}\n", Yaml_Quoted(Solution_Name(Result.Inputs.Solution)));

@@ -169,7 +169,11 @@ Transform_Chain Chain_Of(const File_Request& Request, const Solved_Camera& Camer
                     One_Line(First.Image), First.Line);
   }
   Chain.Notes += fmt::format(". Axes of the tracker: {} of the body", Tracker_Axes_Text(Axes));
-  if (Chain.Notes.size() > Longest_Text) Chain.Notes = "transforms: the tracker; the camera on it";
+  const std::string Doubts = Request.Doubts.empty() ? "" : "Warning: " + Request.Doubts + " ";
+  if (Doubts.size() + Chain.Notes.size() > Longest_Text) {
+    Chain.Notes = "transforms: the tracker; the camera on it";
+  }
+  Chain.Notes = (Doubts + Chain.Notes).substr(0, Longest_Text);
   Chain.Transforms = Json::array(
       {Transform_Json("tracker", Tracker), Transform_Json("camera", Mount(Camera, Axes))});
   return Chain;
@@ -208,7 +212,6 @@ std::array<double, 3> Pan_Tilt_Roll_Of(const Eigen::Matrix3d& Rotation) {
 }
 
 File_Text Write_Opentrackio(const File_Request& Request) {
-  Refuse_Position(Request, "OpenTrackIO");
   const Solved_Camera Camera = Solved_Camera_Of(Request.Result, Request.Result_File);
   const std::array<double, 2> Sensor_Mm = Required_Sensor(Request);
   const Pixel_Pitch Pitch_Mm = {Sensor_Mm[0] / Camera.Width, Sensor_Mm[1] / Camera.Height};

@@ -73,4 +73,8 @@ std::string Comment(const std::string& Text) {
   return Comments;
 }
 
+std::string Doubts_Comment(const std::string& Doubts) {
+  return Doubts.empty() ? "" : Comment("Warning: " + Doubts) + "#\n";
+}
+
 }  // namespace rigsync

@@ -25,8 +25,11 @@ std::string Numbers_Assignment(const nlohmann::ordered_json& Numbers);
 // ["z", "-x", "y"]
 nlohmann::ordered_json Axes_Words(const Tracker_Axes& Axes);
 
-// Text as a comment of Python, folded, every line with its "# ".
+// Text as a comment of Python or YAML, folded, every line with its "# ".
 std::string Comment(const std::string& Text);
+
+// Doubts as such a comment with an empty line below it; nothing without doubts.
+std::string Doubts_Comment(const std::string& Doubts);
 
 }  // namespace rigsync
 

@@ -185,6 +185,17 @@ Json All_Numbers(const std::vector<Lens_File_Point>& Points, const Tracker_Axes&
   return Numbers;
 }
 
+// Of several results, which one is meant.
+std::string Doubts_Of_Points(const std::vector<Lens_File_Point>& Points) {
+  std::string Comments;
+  for (const Lens_File_Point& Point : Points) {
+    const bool Is_Named = Points.size() > 1 && !Point.Doubts.empty();
+    Comments += Doubts_Comment(Is_Named ? Point.Result_File.u8string() + ": " + Point.Doubts
+                                        : Point.Doubts);
+  }
+  return Comments;
+}
+
 constexpr const char* Meaning =
     "Focal lengths are divided by the width and height of the frame, the principal point too, from "
     "the frame's top left corner: its centre is 0.5, 0.5. The coefficients are those of OpenCV's "
@@ -206,15 +217,15 @@ File_Text Unreal_Lens_Script(const std::vector<Lens_File_Point>& Points,
     Written.Warnings.push_back(Nominal_Sensor_Text());
     Comments += Comment(Nominal_Sensor_Text()) + "#\n";
   }
-  Written.Text = Purpose + Comments + Comment(Meaning) + Names +
+  Written.Text = Doubts_Of_Points(Points) + Purpose + Comments + Comment(Meaning) + Names +
                  Numbers_Assignment(All_Numbers(Points, Chosen.Axes, Sensor_Mm)) + Code;
   return Written;
 }
 
 File_Text Write_Unreal_Lens_Script(const File_Request& Request) {
   return Unreal_Lens_Script(
-      {{Request.Result_File, Request.Result, Request.At.value_or(Lens_Position{})}}, Request.Axes,
-      Request.Sensor_Mm);
+      {{Request.Result_File, Request.Result, Request.At.value_or(Lens_Position{}), Request.Doubts}},
+      Request.Axes, Request.Sensor_Mm);
 }
 
 }  // namespace rigsync

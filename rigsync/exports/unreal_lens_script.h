@@ -22,6 +22,7 @@ struct Lens_File_Point {
   std::filesystem::path Result_File;  // as typed
   const Calibration_Result& Result;   // one that can be exported
   Lens_Position At;
+  std::string Doubts;  // what speaks against the result; empty for a good one
 };
 
 // Points is not empty, and their images have one size. Without Axes the object has those of the

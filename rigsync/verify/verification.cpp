@@ -3,6 +3,7 @@
 
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/engine/solved_camera.h"
+#include "rigsync/exports/camera_numbers.h"
 #include "rigsync/formats/engine_fields.h"
 #include "rigsync/geometry/transform_list.h"
 #include "rigsync/system/quiet_output.h"
@@ -129,22 +130,12 @@ void Prove_Numbers(const Engine& Target, const std::optional<Tracker_Axes>& Aske
         Made);
 }
 
-// Those of the result; a sensor 36 mm wide where it has none. A size in millimetres is only the
-// unit of the lens.
-std::array<double, 2> Sensor_Of(const Verification_Request& Request, const Solved_Camera& Solved) {
-  constexpr double Full_Frame_Mm = 36.0;
-  return Request.Result.Inputs.Sensor_Size_Mm.value_or(
-      std::array<double, 2>{Full_Frame_Mm, Full_Frame_Mm * Solved.Height / Solved.Width});
-}
-
 // The file as the result alone makes it; where that lacks a sensor, with this one and a note.
 std::string Text_Of(const File_Target& Target, const std::optional<Tracker_Axes>& Asked,
                     const Verification_Request& Request, const std::array<double, 2>& Sensor_Mm,
                     std::vector<std::string>& Notes) {
-  const Calibration_Inputs& Inputs = Request.Result.Inputs;
-  File_Request Wanted = {Request.Result_File,   Request.Result, Asked,
-                         Inputs.Sensor_Size_Mm, std::nullopt,   Inputs.Csv,
-                         Inputs.Image_Root};
+  File_Request Wanted = Request_From(Request.Result_File, Request.Result);
+  Wanted.Axes = Asked;
   try {
     return Target.Write(Wanted).Text;
   } catch (const Usage_Error& Refusal) {
@@ -177,7 +168,9 @@ void Prove_File(const File_Target& Target, const std::optional<Tracker_Axes>& As
     return;
   }
   const Verification_Request& Request = Ground.Request;
-  const std::array<double, 2> Sensor_Mm = Sensor_Of(Request, Ground.Solved);
+  // A size in millimetres is only the unit of the lens.
+  const std::array<double, 2> Sensor_Mm = Sensor_Or_Nominal(
+      Request.Result.Inputs.Sensor_Size_Mm, Ground.Solved.Width, Ground.Solved.Height);
   const std::string Text = Text_Of(Target, Asked, Request, Sensor_Mm, Made.Notes);
   const Tracker_Axes Axes = Asked.value_or(Reader->Own_Axes(Request.Result));
   Prove(Read_Back(*Reader, Text, {Request.Result, Axes, Sensor_Mm}), Ground, Made);
@@ -242,8 +235,8 @@ Verification Verify_Exports(const Verification_Request& Request,
   }
   for (const File_Target& Target : Files) {
     Made.Targets.push_back(
-        Proof_Of(Target.Name, Target.Title, Target.Has_Tracker, Target.Space, Request,
-                 [&](const std::optional<Tracker_Axes>& Asked, Target_Proof& Proof) {
+        Proof_Of(Target.Name, Target.Title, Has_Use(Target, File_Option::Axes), Target.Space,
+                 Request, [&](const std::optional<Tracker_Axes>& Asked, Target_Proof& Proof) {
                    Prove_File(Target, Asked, Ground, Proof);
                  }));
   }

@@ -377,9 +377,9 @@ class Export(Folder):
 
 
 class ExportFile(Folder):
-    def of_command(self, *words):
+    def of_command(self, *words, result=support.RESULT):
         file = self.folder / "exported"
-        status, _, errors = support.command("export", support.RESULT, *words, "-o", file)
+        status, _, errors = support.command("export", result, *words, "-o", file)
         self.assertEqual(status, 0, errors)
         return file.read_text(encoding="utf-8"), errors
 
@@ -426,10 +426,18 @@ class ExportFile(Folder):
         document["lens"]["distortion"] = None
         with self.assertRaisesRegex(ValueError, "'lens.distortion' is null"):
             rigsync.export_file(rigsync.read_result(self.written(document)), "blender")
+
+    def test_a_file_of_a_doubtful_result_says_so_as_the_command_does(self):
         document = support.document()
         document.update(verdict="look", usable=False)
-        with self.assertRaises(rigsync.UnusableResult):
-            rigsync.export_file(rigsync.read_result(self.written(document)), "opencv")
+        doubtful = rigsync.read_result(self.written(document))
+        for target in ("opencv", "kalibr"):
+            with self.assertRaises(rigsync.UnusableResult):
+                rigsync.export_file(doubtful, target)
+            text = rigsync.export_file(doubtful, target, even_if_doubtful=True)
+            self.assertIn("# Warning: check this result on the set", text)
+            expected, _ = self.of_command("--to", target, result=doubtful.path)
+            self.assertEqual(text, expected)
 
 
 class CameraPose(Folder):

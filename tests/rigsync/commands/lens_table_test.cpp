@@ -187,7 +187,7 @@ TEST_F(LensTable, AnUnusableResultIsTakenWithAWarning) {
   Scratch.Write("tele.json", Text);
   const Finished Done = Run(Good);
   EXPECT_EQ(Done.Status, 0) << Done.Error;
-  EXPECT_THAT(Done.Said, HasSubstr("tele.json is not usable by its own verdict"));
+  EXPECT_THAT(Done.Said, HasSubstr("tele.json: this result must not be used:"));
 }
 
 TEST_F(LensTable, OneFileByTwoPathsIsGivenTwice) {

@@ -42,7 +42,7 @@ Calibration_Result Result_Of(const std::vector<double>& Transform_Cam_Tc = Ident
 }
 
 File_Request Request_Of(const Calibration_Result& Result) {
-  return {"result.json", Result, std::nullopt, std::nullopt, std::nullopt, "", ""};
+  return rigsync::Request_From("result.json", Result);
 }
 
 Json Numbers_Of(const File_Request& Request) {
@@ -148,20 +148,6 @@ TEST(BlenderScript, DistortionIsLeftToOthersAndTheWorstOfItIsTold) {
   EXPECT_EQ(Numbers["k2"].get<double>(), 0.05);
 }
 
-TEST(BlenderScript, ALensPositionIsRefused) {
-  const Calibration_Result Result = Result_Of();
-  File_Request Request = Request_Of(Result);
-  Request.At = rigsync::Lens_Position{0.5, 24.0};
-  try {
-    rigsync::Write_Blender_Script(Request);
-    FAIL();
-  } catch (const rigsync::Usage_Error& Error) {
-    EXPECT_EQ(Error.Option_Name(), "--focus");
-    EXPECT_THAT(Error.what(), HasSubstr("has no use for"));
-  }
-}
-
-// A file's name is in the literal alone, where it is quoted.
 TEST(BlenderScript, NoFileNameCanEndTheLiteral) {
   const Calibration_Result Result = Result_Of();
   File_Request Request = Request_Of(Result);

@@ -51,9 +51,7 @@ class Board_Corners : public testing::Test {
     Result.Inputs.Square_Size = 0.03;
   }
 
-  rigsync::File_Request Request() const {
-    return {"result.json", Result, {}, {}, {}, Result.Inputs.Csv, Result.Inputs.Image_Root};
-  }
+  rigsync::File_Request Request() const { return rigsync::Request_From("result.json", Result); }
 
   std::string Refusal(const rigsync::File_Request& Asked) const {
     try {
@@ -139,6 +137,13 @@ TEST_F(Board_Corners, AnotherCaptureAndFolderAreReadWhereTheyAreStated) {
   const std::string& Text = Written.Text;
   EXPECT_THAT(Text, HasSubstr("in 1 of 2 images"));
   EXPECT_THAT(Text, testing::EndsWith("\nimages/none.png - - -\n"));
+}
+
+// They are those of the images, whatever the mount is.
+TEST_F(Board_Corners, OfADoubtfulResultAreTheSame) {
+  rigsync::File_Request Asked = Request();
+  Asked.Doubts = "this result must not be used.";
+  EXPECT_EQ(rigsync::Write_Corners(Asked).Text, rigsync::Write_Corners(Request()).Text);
 }
 
 TEST_F(Board_Corners, RefuseWhatTheTableCannotHoldAndACaptureWithoutBoards) {

@@ -302,15 +302,6 @@ TEST(OpentrackioSample, NeedsASensor) {
   }
 }
 
-TEST(OpentrackioSample, HasNoFieldForAPlaceOnTheLensRings) {
-  const Scratch_Folder Scratch;
-  const auto Result = Solved_Rig().Write(Scratch);
-  File_Request Request = Request_For(Result);
-  Request.Sensor_Mm = Sensor_Mm;
-  Request.At = rigsync::Lens_Position{};
-  EXPECT_THROW(rigsync::Write_Opentrackio(Request), rigsync::Usage_Error);
-}
-
 TEST(OpentrackioSample, ALensThatNoRunWritesIsRefusedByItsKey) {
   const Scratch_Folder Scratch;
   const auto Refused = [&](auto Change) -> std::string {

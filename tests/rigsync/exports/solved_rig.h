@@ -103,9 +103,7 @@ class Solved_Rig {
 };
 
 inline rigsync::File_Request Request_For(const rigsync::Calibration_Result& Result) {
-  return {
-      "result.json",           Result, std::nullopt, std::nullopt, std::nullopt, Result.Inputs.Csv,
-      Result.Inputs.Image_Root};
+  return rigsync::Request_From("result.json", Result);
 }
 
 #endif  // RIGSYNC_TESTS_RIGSYNC_EXPORTS_SOLVED_RIG_H

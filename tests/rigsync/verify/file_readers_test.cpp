@@ -50,9 +50,11 @@ constexpr std::array<double, 2> Sensor_Mm = {24.0, 14.0};
 
 std::string Written(const File_Target& Target, const Random_Rig& Rig,
                     const std::optional<Tracker_Axes>& Axes) {
-  return Target
-      .Write({"result.json", Rig.Result, Axes, Sensor_Mm, std::nullopt, "/dev/null/none.csv", ""})
-      .Text;
+  rigsync::File_Request Request = rigsync::Request_From("result.json", Rig.Result);
+  Request.Axes = Axes;
+  Request.Sensor_Mm = Sensor_Mm;
+  Request.Capture = "/dev/null/none.csv";
+  return Target.Write(Request).Text;
 }
 
 bool Holds(const File_Reader& Reader, const std::string& Text, const Random_Rig& Rig,
@@ -97,7 +99,7 @@ TEST(FileReaders, ThousandsOfRigsShowTheirPixelsWithinTheBound) {
       const Random_Rig Rig = Make_Rig(Kind_Of(Number), Thrown);
       std::optional<Tracker_Axes> Axes;
       const Tracker_Axes Other = Random_Axes(Target.Space, Thrown);
-      if (Target.Has_Tracker && Number % 2 == 0) Axes = Other;
+      if (rigsync::Has_Use(Target, rigsync::File_Option::Axes) && Number % 2 == 0) Axes = Other;
       rigsync::Pixel_Proof Proof;
       ASSERT_TRUE(Holds(Reader, Written(Target, Rig, Axes), Rig, Axes, &Proof)) << Number;
       if (Proof.Mount.Worst.Px > Px) {

@@ -103,7 +103,8 @@ TEST(Verification, AMountNearALockIsToldAbout) {
 std::vector<rigsync::File_Target> Files_With(
     const std::string& Name, rigsync::File_Text (*Write)(const rigsync::File_Request& Request)) {
   std::vector<rigsync::File_Target> Files = rigsync::File_Targets();
-  Files.push_back({Name, Name, rigsync::Engine_Space::Right_Handed_Z_Up, true, {}, Write});
+  Files.push_back(
+      {Name, Name, rigsync::Engine_Space::Right_Handed_Z_Up, {rigsync::File_Option::Axes}, Write});
   return Files;
 }
 
