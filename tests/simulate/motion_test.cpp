@@ -5,6 +5,7 @@
 #include "simulate/motion.h"
 
 #include "simulate/geometry.h"
+#include "tests/support/largest.h"
 
 #include <gtest/gtest.h>
 
@@ -95,7 +96,7 @@ TEST(PoseAt, ShowsTheBoardAsInThePhotographAtItsMoment) {
       const Eigen::Matrix4d Seen =
           simulate::Transform_Cam_Chart_Of(Capture, Pose_At(Capture, Image.Still.Picture));
       // A product of seven poses of a few metres.
-      EXPECT_LE((Seen - Image.Transform_Cam_Chart).cwiseAbs().maxCoeff(), 1e-13);
+      EXPECT_LE(Largest_Element(Seen - Image.Transform_Cam_Chart), 1e-13);
     }
   }
 }
@@ -161,7 +162,7 @@ TEST(PoseAt, GoesStraightFromHoldToHold) {
         Rotation_Of(From.Transform_Base_Tc).transpose() * Rotation_Of(Pose);
     const Eigen::Matrix3d Second =
         Rotation_Of(Pose).transpose() * Rotation_Of(To.Transform_Base_Tc);
-    EXPECT_LE((First - Second).cwiseAbs().maxCoeff(), 1e-12);
+    EXPECT_LE(Largest_Element(First - Second), 1e-12);
   }
 }
 
@@ -265,9 +266,8 @@ TEST(MakePlan, LeavesAnUntrackedBoardInTheOriginAndThePhotographsAsPlanned) {
     EXPECT_EQ(Image.Still.Board.Linear, Eigen::Vector3d::Zero());
     EXPECT_EQ(Image.Still.Board.Angular, Eigen::Vector3d::Zero());
     const Rig_Pose Pose = Pose_At(Capture, Image.Still.Picture);
-    EXPECT_LE((simulate::Transform_Cam_Chart_Of(Capture, Pose) - Image.Transform_Cam_Chart)
-                  .cwiseAbs()
-                  .maxCoeff(),
+    EXPECT_LE(Largest_Element(simulate::Transform_Cam_Chart_Of(Capture, Pose) -
+                              Image.Transform_Cam_Chart),
               1e-13);
   }
   for (double Time = 0.0; Time < simulate::Duration(Capture); Time += 0.1) {

@@ -4,6 +4,7 @@
 #include "simulate/simulate.h"
 
 #include "tests/simulate/opencv_view.h"
+#include "tests/support/largest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -268,10 +269,10 @@ TEST(MakePlan, ClosesTheChainFromCameraToItsTrackerInEveryRow) {
       const Eigen::Matrix4d From_Truth = Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr *
                                          Image.Transform_Base_Tr.inverse() *
                                          Image.Transform_Base_Tc;
-      EXPECT_LE((From_Truth - Capture.Transform_Cam_Tc).cwiseAbs().maxCoeff(), Pose_Tolerance);
+      EXPECT_LE(Largest_Element(From_Truth - Capture.Transform_Cam_Tc), Pose_Tolerance);
       const Eigen::Matrix4d From_Samples = Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr *
                                            Pose_Of(Image.Tr).inverse() * Pose_Of(Image.Tc);
-      EXPECT_LE((From_Samples - Capture.Transform_Cam_Tc).cwiseAbs().maxCoeff(), Pose_Tolerance);
+      EXPECT_LE(Largest_Element(From_Samples - Capture.Transform_Cam_Tc), Pose_Tolerance);
     }
   }
 }
@@ -544,10 +545,9 @@ TEST(MakePlan, MovesCameraAndBoardAlikeWhereTheBoardIsCutOff) {
     EXPECT_EQ(Image.Transform_Base_Tc, Before.Transform_Base_Tc);
     const Eigen::Matrix4d Transform_Base_Cam =
         Image.Transform_Base_Tc * Capture.Transform_Cam_Tc.inverse();
-    EXPECT_LE((Transform_Base_Cam * Image.Transform_Cam_Chart * Capture.Transform_Chart_Tr -
-               Image.Transform_Base_Tr)
-                  .cwiseAbs()
-                  .maxCoeff(),
+    EXPECT_LE(Largest_Element(Transform_Base_Cam * Image.Transform_Cam_Chart *
+                                  Capture.Transform_Chart_Tr -
+                              Image.Transform_Base_Tr),
               Pose_Tolerance);
   }
 }
@@ -619,7 +619,7 @@ TEST(MakePlan, MovesAndTurnsAJumpedRowByWhatWasAskedFor) {
     const bool Jumped = Image.Kind == Row_Kind::Jumped;
     EXPECT_NEAR(Shift.norm(), Jumped ? 0.063 : 0.0, 1e-14);
     EXPECT_NEAR(Angle_Deg_Between(Reported, Image.Transform_Base_Tc), Jumped ? 7.5 : 0.0, 1e-11);
-    EXPECT_LE((Pose_Of(Image.Tr) - Image.Transform_Base_Tr).cwiseAbs().maxCoeff(), Pose_Tolerance);
+    EXPECT_LE(Largest_Element(Pose_Of(Image.Tr) - Image.Transform_Base_Tr), Pose_Tolerance);
     if (Jumped) Directions.insert(Shift.x());
   }
   EXPECT_EQ(Directions.size(), 10u) << "every jump goes its own way";

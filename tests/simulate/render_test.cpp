@@ -6,6 +6,7 @@
 
 #include "simulate/simulate.h"
 #include "tests/simulate/opencv_view.h"
+#include "tests/support/largest.h"
 
 #include <gtest/gtest.h>
 
@@ -189,7 +190,7 @@ struct Misses {
     const double Old = static_cast<double>(Count), New = static_cast<double>(++Count);
     Mean = (Mean * Old + Length) / New;
     Bias = (Bias * Old + Miss) / New;
-    Largest = std::max(Largest, Length);
+    Largest = Larger(Largest, Length);
   }
 };
 
@@ -640,7 +641,7 @@ TEST(RenderPhotograph, BlursTheSameInEveryRow) {
   double Worst = 0.0;
   for (int Row = static_cast<int>(Ends[0].y); Row < Ends[1].y; ++Row) {
     const int Column = static_cast<int>(Ends[0].x);
-    Worst = std::max(Worst, std::abs(Grey.at<uchar>(Row, Column) - Wanted.at<double>(Row, Column)));
+    Worst = Larger(Worst, std::abs(Grey.at<uchar>(Row, Column) - Wanted.at<double>(Row, Column)));
   }
   EXPECT_LE(Worst, 1.0);
 }

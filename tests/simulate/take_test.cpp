@@ -4,6 +4,7 @@
 #include "simulate/take.h"
 
 #include "simulate/motion.h"
+#include "tests/support/largest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -187,7 +188,7 @@ Bodies Read_Qualisys(const std::string& Text) {
                                        Matrix_Of_Vector_Deg({0, Cell(4), 0}) *
                                        Matrix_Of_Vector_Deg({0, 0, Cell(5)});
         // Five decimals of a degree, and of an element.
-        EXPECT_LE((Turned - Next.Attitude).cwiseAbs().maxCoeff(), 0.6e-5);
+        EXPECT_LE(Largest_Element(Turned - Next.Attitude), 0.6e-5);
       }
       All[Names[Body]].push_back(Next);
     }
@@ -315,10 +316,9 @@ TEST_P(TakeFormat, HasTheSamplesOfTheRowsToTheDigitsOfTheFormat) {
         if (Next.Seconds < Image.Still.Begin || Next.Seconds > Image.Still.End) continue;
         ++Count;
         ASSERT_FALSE(Next.Is_Lost);
-        ASSERT_LE((Next.Position - Row.Position).cwiseAbs().maxCoeff(),
+        ASSERT_LE(Largest_Element(Next.Position - Row.Position),
                   GetParam().Position * 1.0001 + 1e-12);
-        ASSERT_LE((Next.Attitude - Attitude_Of(Row)).cwiseAbs().maxCoeff(),
-                  GetParam().Rotation * 1.0001);
+        ASSERT_LE(Largest_Element(Next.Attitude - Attitude_Of(Row)), GetParam().Rotation * 1.0001);
       }
       EXPECT_GE(Count, 100) << "holds last a second at least";
     }
@@ -396,8 +396,7 @@ TEST(MotiveTake, IsInMillimetresWhenAskedFor) {
   const Bodies A = Read_Take(In_Metres), B = Read_Take(In_Millimetres);
   for (std::size_t i = 0; i < A.at("board").size(); ++i) {
     // Six decimals of a metre, and six of a millimetre.
-    EXPECT_LE((A.at("board")[i].Position - B.at("board")[i].Position).cwiseAbs().maxCoeff(),
-              0.501e-6);
+    EXPECT_LE(Largest_Element(A.at("board")[i].Position - B.at("board")[i].Position), 0.501e-6);
   }
 }
 

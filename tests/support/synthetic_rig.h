@@ -10,6 +10,8 @@
 #ifndef RIGSYNC_TESTS_SUPPORT_SYNTHETIC_RIG_H
 #define RIGSYNC_TESTS_SUPPORT_SYNTHETIC_RIG_H
 
+#include "tests/support/largest.h"
+
 #include <Eigen/Core>
 #include <Eigen/Geometry>
 
@@ -95,7 +97,7 @@ inline Rig Make_Rig(std::size_t Images, unsigned Seed = 1) {
 }
 
 inline double Max_Difference(const Eigen::Matrix4d& Left, const Eigen::Matrix4d& Right) {
-  return (Left - Right).cwiseAbs().maxCoeff();
+  return Largest_Element(Left - Right);
 }
 
 // The four rows of a pose as the run log prints them.

@@ -3,6 +3,7 @@
 // The detection part of the stage: which images are kept, where their corners are, what is logged.
 // A capture of fewer than 12 images ends after detection, so its lists can be checked.
 #include "tests/core/capture/capture_stage.h"
+#include "tests/support/largest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,7 +32,7 @@ double Worst_Miss(const std::vector<cv::Point2f>& Found, const std::vector<cv::P
   if (Found.size() != True.size()) return std::numeric_limits<double>::infinity();
   double Worst = 0.0;
   for (std::size_t i = 0; i < Found.size(); ++i) {
-    Worst = std::max(Worst, std::hypot(Found[i].x - True[i].x, Found[i].y - True[i].y));
+    Worst = Larger(Worst, std::hypot(Found[i].x - True[i].x, Found[i].y - True[i].y));
   }
   return Worst;
 }

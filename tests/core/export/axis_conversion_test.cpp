@@ -5,6 +5,7 @@
 
 #include "tests/core/export/derived_numbers.h"
 #include "tests/core/export/export_fixtures.h"
+#include "tests/support/largest.h"
 
 namespace {
 
@@ -56,7 +57,7 @@ Eigen::Matrix4d Flipped(const Eigen::Matrix4d& Pose) {
 constexpr double Inverse_Tolerance = 2.5e-15;
 
 double Largest_Difference(const Eigen::Matrix4d& Left, const Eigen::Matrix4d& Right) {
-  return (Left - Right).cwiseAbs().maxCoeff();
+  return Largest_Element(Left - Right);
 }
 
 }  // namespace
@@ -186,7 +187,7 @@ TEST(AxisConversion, TakesAPointBeforeTheCameraToWhereTheTrackerSeesIt) {
     const Eigen::Matrix4d Result = Converted(Cameras[Engine].To, Transform_Cam_Tc);
     const auto Error = [&](const Eigen::Vector4d& Engine_Point, const Eigen::Vector4d& Point_Cam) {
       const Eigen::Vector4d Point_Tc = Transform_Tc_Cam * Point_Cam;
-      return (Result * Engine_Point - Tracker_Axes(Engine, Point_Tc)).cwiseAbs().maxCoeff();
+      return Largest_Element(Result * Engine_Point - Tracker_Axes(Engine, Point_Tc));
     };
     EXPECT_LE(Error(Cameras[Engine].Right, Right_Cam), Inverse_Tolerance);
     EXPECT_LE(Error(Cameras[Engine].Up, Up_Cam), Inverse_Tolerance);

@@ -4,6 +4,7 @@
 
 #include "tests/core/export/derived_numbers.h"
 #include "tests/core/export/export_fixtures.h"
+#include "tests/support/largest.h"
 
 namespace {
 
@@ -117,7 +118,7 @@ TEST(CamAxisToAximmetry, GivesAnglesThatRebuildTheRotationOfAnyTransform) {
     const Eigen::Matrix3d Rotation = Turn(1, Deg[1]) * Turn(0, Deg[0]) * Turn(2, Deg[2]);
     // A gimbal lock, were there one among them, would be off by up to its limit's 0.0017.
     const double Cosine = std::max(std::cos(Radians(Deg[0])), Rebuild_Tolerance / 0.002);
-    ASSERT_LE((Rotation - Expected.topLeftCorner<3, 3>()).cwiseAbs().maxCoeff(),
+    ASSERT_LE(Largest_Element(Rotation - Expected.topLeftCorner<3, 3>()),
               Rebuild_Tolerance / Cosine)
         << i;
     // Two roundings to float of up to 4 m in centimetres.

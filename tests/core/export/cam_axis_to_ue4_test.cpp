@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/core/export/derived_numbers.h"
 #include "tests/core/export/export_fixtures.h"
+#include "tests/support/largest.h"
 
 namespace {
 
@@ -102,7 +103,7 @@ TEST(CamAxisToUE4, GivesAnglesThatRebuildTheRotationOfAnyTransform) {
     if (CamAxisToUE4(Flat(Transform_Cam_Tc), Deg, Cm, "no folder") == 3) continue;
     const Eigen::Matrix3d Rotation = Turn(2, Deg[2]) * Turn(1, -Deg[1]) * Turn(0, -Deg[0]);
     const double Cosine = std::cos(Radians(Deg[1]));
-    ASSERT_LE((Rotation - Expected.topLeftCorner<3, 3>()).cwiseAbs().maxCoeff(),
+    ASSERT_LE(Largest_Element(Rotation - Expected.topLeftCorner<3, 3>()),
               Rebuild_Tolerance / Cosine)
         << i;
     for (int r = 0; r < 3; ++r) {

@@ -6,6 +6,7 @@
 #include "core/base/rotation_block.h"
 
 #include "tests/core/solver/solver_test_support.h"
+#include "tests/support/largest.h"
 
 #include <Eigen/LU>
 #include <opencv2/core.hpp>
@@ -525,10 +526,10 @@ TEST(TrackerToCameraAxes, RelabelsTheAxesOfTheBodyAndLeavesItsPosition) {
   EXPECT_EQ(Tracker_To_Camera_Axes("", Body, Changed), 0);
   // Up to the small entries: new x is old x reversed, new y old z reversed, new z old y reversed.
   constexpr double Small_Entries = 2e-10;
-  EXPECT_LE((Changed.col(0) + Body.col(0)).cwiseAbs().maxCoeff(), Small_Entries);
-  EXPECT_LE((Changed.col(1) + Body.col(2)).cwiseAbs().maxCoeff(), Small_Entries);
-  EXPECT_LE((Changed.col(2) + Body.col(1)).cwiseAbs().maxCoeff(), Small_Entries);
-  EXPECT_LE((Changed.col(3) - Body.col(3)).cwiseAbs().maxCoeff(), Pose_Tolerance);
+  EXPECT_LE(Largest_Element(Changed.col(0) + Body.col(0)), Small_Entries);
+  EXPECT_LE(Largest_Element(Changed.col(1) + Body.col(2)), Small_Entries);
+  EXPECT_LE(Largest_Element(Changed.col(2) + Body.col(1)), Small_Entries);
+  EXPECT_LE(Largest_Element(Changed.col(3) - Body.col(3)), Pose_Tolerance);
   EXPECT_LE(Max_Difference(Changed, Body * Axis_Change_Transposed_Pose()), Pose_Tolerance);
 }
 

@@ -6,6 +6,7 @@
 #include "core/base/rotation_block.h"
 
 #include "tests/core/solver/solver_test_support.h"
+#include "tests/support/largest.h"
 
 #include <Eigen/SVD>
 
@@ -296,10 +297,10 @@ TEST(AssembleMeanPose, TheRotationComesFromTheMeanQuaternionUnnormalisedAndInDou
         2 * (Y * Z + W * X), 1 - 2 * (X * X + Y * Y);
     const Eigen::Matrix3d Rotation = Pose.topLeftCorner<3, 3>();
     constexpr double Double_Tolerance = 2e-15;  // a handful of roundings near 1
-    EXPECT_LE((Rotation - By_Formula).cwiseAbs().maxCoeff(), Double_Tolerance);
+    EXPECT_LE(Largest_Element(Rotation - By_Formula), Double_Tolerance);
 
     const double Off_Orthonormal =
-        (Rotation * Rotation.transpose() - Eigen::Matrix3d::Identity()).cwiseAbs().maxCoeff();
+        Largest_Element(Rotation * Rotation.transpose() - Eigen::Matrix3d::Identity());
     EXPECT_LE(Off_Orthonormal, Float_Tolerance);
     Tells_Normalised_Apart |= Off_Orthonormal > 1e-9;
   }
@@ -313,7 +314,7 @@ TEST(AssembleMeanPose, SamplesOfBothSignsGiveTheRotationOfOneSign) {
   EXPECT_EQ(Assemble_Mean_Pose("", {Sample, -Sample, -Sample, Sample}, {0, 0, 0}, 4, Mixed), 0);
   EXPECT_EQ(Hex(Mixed), Hex(Alone));
   const Eigen::Quaterniond Expected(Sample.w(), Sample.x(), Sample.y(), Sample.z());
-  EXPECT_LE((Alone.topLeftCorner<3, 3>() - Expected.toRotationMatrix()).cwiseAbs().maxCoeff(),
+  EXPECT_LE(Largest_Element(Alone.topLeftCorner<3, 3>() - Expected.toRotationMatrix()),
             4.0 * Float_Tolerance);  // the formula doubles products of two components
 }
 

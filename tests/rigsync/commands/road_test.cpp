@@ -5,6 +5,7 @@
 // imported rows are known to the digits of the format.
 #include "tests/rigsync/support/program.h"
 #include "tests/rigsync/support/tracker_packets.h"
+#include "tests/support/largest.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -50,8 +51,8 @@ Samples Read_Samples(const fs::path& Csv) {
 double Quaternion_Difference(const double* A, const double* B) {
   double Plus = 0, Minus = 0;
   for (int i = 0; i < 4; ++i) {
-    Plus = std::max(Plus, std::abs(A[i] + B[i]));
-    Minus = std::max(Minus, std::abs(A[i] - B[i]));
+    Plus = Larger(Plus, std::abs(A[i] + B[i]));
+    Minus = Larger(Minus, std::abs(A[i] - B[i]));
   }
   return std::min(Plus, Minus);
 }
@@ -64,10 +65,9 @@ Differences Between(const std::vector<double>& A, const std::vector<double>& B) 
   Differences Worst;
   for (const std::size_t Body : {0u, 7u}) {
     for (std::size_t i = 0; i < 3; ++i) {
-      Worst.Position = std::max(Worst.Position, std::abs(A[Body + i] - B[Body + i]));
+      Worst.Position = Larger(Worst.Position, std::abs(A[Body + i] - B[Body + i]));
     }
-    Worst.Quaternion =
-        std::max(Worst.Quaternion, Quaternion_Difference(&A[Body + 3], &B[Body + 3]));
+    Worst.Quaternion = Larger(Worst.Quaternion, Quaternion_Difference(&A[Body + 3], &B[Body + 3]));
   }
   return Worst;
 }

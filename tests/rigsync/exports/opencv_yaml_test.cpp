@@ -8,6 +8,7 @@
 #include "rigsync/solve/board_place.h"
 #include "tests/rigsync/exports/projected_points.h"
 #include "tests/rigsync/exports/solved_rig.h"
+#include "tests/support/largest.h"
 
 #include <gmock/gmock.h>
 
@@ -47,7 +48,7 @@ Eigen::Isometry3d Transform_At(const cv::FileNode& Node) {
 
 void Expect_Same(const Eigen::Isometry3d& A, const Eigen::Isometry3d& B,
                  double Tolerance = Rounding) {
-  EXPECT_LE((A.matrix() - B.matrix()).cwiseAbs().maxCoeff(), Tolerance) << A.matrix();
+  EXPECT_LE(Largest_Element(A.matrix() - B.matrix()), Tolerance) << A.matrix();
 }
 
 // The rig's result as the joint solution, whose board sits at Transform_Body_Chart.

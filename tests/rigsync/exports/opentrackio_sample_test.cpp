@@ -12,6 +12,7 @@
 #include "tests/rigsync/exports/projected_points.h"
 #include "tests/rigsync/exports/solved_rig.h"
 #include "tests/rigsync/support/program.h"
+#include "tests/support/largest.h"
 
 #include <gmock/gmock.h>
 
@@ -73,7 +74,7 @@ Eigen::Isometry3d Transform_Cam_Camera() {
 constexpr double Rounding = 1e-12;
 
 void Expect_Same(const Eigen::Isometry3d& A, const Eigen::Isometry3d& B) {
-  EXPECT_LE((A.matrix() - B.matrix()).cwiseAbs().maxCoeff(), Rounding) << A.matrix();
+  EXPECT_LE(Largest_Element(A.matrix() - B.matrix()), Rounding) << A.matrix();
 }
 
 TEST(OpentrackioSample, TheChainOfItsTransformsIsTheCameraInTheScene) {
@@ -107,7 +108,7 @@ TEST(OpentrackioSample, OtherAxesOfTheTrackerNameTheSceneAnewAndLeaveTheCameraWh
 void Expect_Read_Back(const Eigen::Matrix3d& Rotation) {
   const auto [Pan, Tilt, Roll] = rigsync::Pan_Tilt_Roll_Of(Rotation);
   const Eigen::Matrix3d Back = rigsync::Pan_Tilt_Roll(Pan, Tilt, Roll).toRotationMatrix();
-  EXPECT_LE((Back - Rotation).cwiseAbs().maxCoeff(), Rounding) << Pan << " " << Tilt << " " << Roll;
+  EXPECT_LE(Largest_Element(Back - Rotation), Rounding) << Pan << " " << Tilt << " " << Roll;
   EXPECT_LE(std::abs(Tilt), 90.0);
 }
 

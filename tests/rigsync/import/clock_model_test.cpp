@@ -7,6 +7,7 @@
 // of each kind.
 #include "rigsync/import/clock.h"
 #include "tests/rigsync/import/session.h"
+#include "tests/support/largest.h"
 #include "tests/support/sanitized.h"
 
 #include <fmt/format.h>
@@ -37,7 +38,7 @@ struct Tally {
   void Add(const Clock_Match& Match, double Truth, double Resolution = 0.0) {
     const double Error = std::abs(Match.Offset_Seconds - Truth);
     const double Margin = Match.Score - Match.Second_Score;
-    if (Error > std::max(Wrong_Seconds, Wrong_Resolutions * Resolution)) {
+    if (!(Error <= std::max(Wrong_Seconds, Wrong_Resolutions * Resolution))) {
       ++Wrong;
       if (!Match.Is_Certain) ++Wrong_Refused;
       Most_Wrong_Margin = std::max(Most_Wrong_Margin, Margin);
@@ -45,7 +46,7 @@ struct Tally {
     }
     ++Right;
     if (!Match.Is_Certain) ++Right_Refused;
-    Worst_Seconds = std::max(Worst_Seconds, Error);
+    Worst_Seconds = Larger(Worst_Seconds, Error);
     Least_Right_Margin = std::min(Least_Right_Margin, Margin);
   }
 

@@ -7,6 +7,7 @@
 #include "rigsync/solve/cross_check.h"
 #include "rigsync/solve/lens_refinement.h"
 #include "tests/rigsync/solve/corner_rig.h"
+#include "tests/support/largest.h"
 
 #include <gtest/gtest.h>
 #include <Eigen/Geometry>
@@ -236,7 +237,7 @@ TEST(CutOffBoards, TwiceTheBoardsMakeTheMountMoreCertainAndAsCertainAsStated) {
     Error_With += Mm * Mm;
     Error_Without +=
         std::pow(Between(Without.Joint.At.Transform_Cam_Tc, Made.Transform_Cam_Tc).Mm, 2);
-    Off_In_Widths = std::max(Off_In_Widths, Mm / With.Joint.Camera_Mount.Widest_Mm.Half_Width);
+    Off_In_Widths = Larger(Off_In_Widths, Mm / With.Joint.Camera_Mount.Widest_Mm.Half_Width);
   }
   EXPECT_NEAR(Log_Ratios / Captures, Narrowing, Narrowing_Tolerance);
   EXPECT_LT(Error_With, 0.8 * Error_Without);

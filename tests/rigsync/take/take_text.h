@@ -8,6 +8,7 @@
 #include "rigsync/system/usage_error.h"
 #include "rigsync/take/take_file.h"
 
+#include "tests/support/largest.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -59,8 +60,8 @@ inline double Rotation_Difference(const std::array<double, 4>& Left,
                                   const std::array<double, 4>& Right) {
   double Minus = 0.0, Plus = 0.0;
   for (std::size_t i = 0; i < 4; ++i) {
-    Minus = std::max(Minus, std::abs(Left[i] - Right[i]));
-    Plus = std::max(Plus, std::abs(Left[i] + Right[i]));
+    Minus = Larger(Minus, std::abs(Left[i] - Right[i]));
+    Plus = Larger(Plus, std::abs(Left[i] + Right[i]));
   }
   return std::min(Minus, Plus);
 }

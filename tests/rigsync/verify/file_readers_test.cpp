@@ -9,6 +9,7 @@
 #include "rigsync/verify/pixel_proof.h"
 #include "rigsync/verify/proof_points.h"
 #include "tests/rigsync/verify/random_rig.h"
+#include "tests/support/largest.h"
 #include "tests/support/sanitized.h"
 
 #include <gmock/gmock.h>
@@ -127,7 +128,7 @@ TEST(FileReaders, TheInverseOfARotationThatIsNotExactIsAllowedFor) {
     const double Moved_M =
         (True.Solved.Transform_Body_Cam.translation() - True.Position_Object).norm();
     EXPECT_LE(Moved_M, Allowed_M + 1e-15);
-    if (Allowed_M > 1e-12) Largest_Share = std::max(Largest_Share, Moved_M / Allowed_M);
+    if (Allowed_M > 1e-12) Largest_Share = Larger(Largest_Share, Moved_M / Allowed_M);
   }
   EXPECT_GT(Largest_Share, 0.2);
 }

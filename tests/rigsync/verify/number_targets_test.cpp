@@ -9,6 +9,7 @@
 #include "rigsync/verify/proof_points.h"
 #include "rigsync/verify/single_precision.h"
 #include "tests/rigsync/verify/random_rig.h"
+#include "tests/support/largest.h"
 #include "tests/support/sanitized.h"
 
 #include <gmock/gmock.h>
@@ -69,7 +70,7 @@ struct Record {
       Px = Column.Worst.Px;
       Allowed_Px = Column.Worst.Allowed_Px;
     }
-    Share = std::max(Share, Column.Worst.Px / Column.Worst.Allowed_Px);
+    Share = Larger(Share, Column.Worst.Px / Column.Worst.Allowed_Px);
   }
 };
 
@@ -103,7 +104,7 @@ TEST(NumberTargets, TenThousandRigsShowTheirPixelsWithinTheBound) {
       ASSERT_EQ(Proof.Own_Lens.has_value(), Target.Name == "aximmetry");
       if (!Proof.Own_Lens) continue;
       ASSERT_FALSE(Proof.Own_Lens->Beyond) << Target.Name << " rig " << Number << ", own lens";
-      Worst.Own_Lens_Px = std::max(Worst.Own_Lens_Px, Proof.Own_Lens->Worst.Px);
+      Worst.Own_Lens_Px = Larger(Worst.Own_Lens_Px, Proof.Own_Lens->Worst.Px);
     }
   }
   for (const auto* Records : {&Far, &Near}) {
@@ -156,7 +157,7 @@ TEST(NumberTargets, EveryAngleIsWithinItsOwnRounding) {
         const rigsync::Exported_Field& Field = Camera->Fields.at(3 + k);
         const double Off_Deg = Around_Circle(Field.Value - Exact[k]);
         ASSERT_LE(Off_Deg, Field.Rounding) << Target.Name << " " << Field.Name << " " << Number;
-        Largest_Share = std::max(Largest_Share, Off_Deg / Field.Rounding);
+        Largest_Share = Larger(Largest_Share, Off_Deg / Field.Rounding);
       }
     }
   }
