@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 """check_layers.py TOP ROOMS COMPILER: asks the compiler, with each folder's include paths, which
 headers of the other folders it finds, and compares that with the table in CONTRIBUTING.md. The
-table also says which folders may include the headers of CLI11, cairo, JSON and TOML, which are in
-the system's own include folder; for these the sources are read. Exit status 0 if both agree."""
+table also says which folders may include headers of other libraries, which are in the system's own
+include folder; for these the sources are read. Exit status 0 if both agree."""
 import pathlib
 import re
 import subprocess
@@ -11,10 +11,11 @@ import sys
 TOP = pathlib.Path(sys.argv[1])
 ROOMS = pathlib.Path(sys.argv[2])
 COMPILER = sys.argv[3]
-# Packages that are kept to a few folders: how an include of theirs begins, and their names in the
-# table.
-KEPT = {"CLI/": "CLI11", "cairo": "cairo", "nlohmann/": "JSON", "toml++/": "toml++",
-        "opencv2/": "OpenCV", "openssl/": "OpenSSL", "libexif/": "libexif"}
+# How an include of another library begins, and the library's name in the table.
+LIBRARIES = {"CLI/": "CLI11", "cairo": "cairo", "nlohmann/": "JSON", "toml++/": "toml++",
+             "opencv2/": "OpenCV", "openssl/": "OpenSSL", "libexif/": "libexif", "pugi": "pugixml",
+             "boost/": "Boost", "fmt/": "fmt", "Eigen/": "Eigen", "unsupported/Eigen/": "Eigen",
+             "pybind11/": "pybind11"}
 
 
 def table():
@@ -70,12 +71,17 @@ def main():
         public = any((pathlib.Path(path) / "rigsync_core.h").exists() for path in includes)
         if public != ("include" in allowed):
             faults.append(f"{folder}/ {'finds' if public else 'does not find'} rigsync_core.h")
+        named = {library for library in LIBRARIES.values()
+                 if re.search(rf"(?<![\w`/]){re.escape(library)}(?![\w/])", cell)}
         for source in sorted((TOP / folder).glob("*.[ch]*")):
             for name in re.findall(r"(?m)^\s*#\s*include\s*<([^>]+)>", source.read_text()):
-                for begins, package in KEPT.items():
-                    if name.startswith(begins) and package not in cell:
+                for begins, library in LIBRARIES.items():
+                    if name.startswith(begins) and library not in named:
                         faults.append(f"{source.relative_to(TOP)} includes <{name}>, and the row "
-                                      f"of {folder}/ doesn't have {package}")
+                                      f"of {folder}/ doesn't have {library}")
+    for folder in sorted(rows):
+        if not (TOP / folder).is_dir():
+            faults.append(f"CONTRIBUTING.md has a row for {folder}/, which doesn't exist")
     print("\n".join(faults) or f"{len(rooms)} folders see what the table says")
     return 1 if faults else 0
 
