@@ -59,6 +59,10 @@ void Check_Same(const rigsync::Calibration_Result& Read, const rigsync::Calibrat
   Promise(Same(Read.Distortion, Again.Distortion), "the distortion is read back");
   Promise(Same(Read.Transform_Cam_Tc, Again.Transform_Cam_Tc), "the transform is read back");
   Promise(Read.Inputs.Solution == Again.Inputs.Solution, "the choice is read back");
+  Promise(Read.Solved.has_value() == Again.Solved.has_value(), "a joint solution is read back");
+  if (Read.Solved && Read.Solved->Joint.Status == rigsync::Solve_Status::Solved) {
+    Promise(Same(Read.Joint_Transform_Cam_Tc, Again.Joint_Transform_Cam_Tc), "with its mount");
+  }
   Promise(Read.Opinion.has_value() == Again.Opinion.has_value(), "an opinion is read back");
   if (!Read.Opinion) return;
   Promise(Read.Opinion->Judgement == Again.Opinion->Judgement, "the verdict is read back");
