@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Shared by coverage and mutate: reads the tokens and statements of the library's source, and the
-committed lists of what no test reaches or notices."""
+"""Shared by coverage and mutate: reads the tokens and statements of sources, and the committed
+lists of what no test reaches or notices."""
 import collections
 import pathlib
 import re
 import sys
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
+# The library's folders.
 FOLDERS = ("core", "core/base", "core/capture", "core/solver", "core/export")
 # The test program of each folder, and that of the whole runs.
 PROGRAMS = {folder: f"{folder.replace('/', '_')}_tests" for folder in FOLDERS}
@@ -46,9 +47,10 @@ Token = collections.namedtuple("Token", "kind text start end")
 
 TOKEN = re.compile(
     r"""(?P<comment>//[^\n]*|/\*.*?\*/)
+      | (?P<raw>R"(?P<mark>\w*)\(.*?\)(?P=mark)")
       | (?P<string>"(?:\\.|[^"\\\n])*")
       | (?P<char>'(?:\\.|[^'\\\n])')
-      | (?P<number>(?:0[xX][0-9a-fA-F]+|(?:\d+\.?\d*|\.\d+)(?:[eE][-+]?\d+)?)[fFuUlL]*)
+      | (?P<number>(?:0[xX][0-9a-fA-F]+|(?:\d[\d']*\.?\d*|\.\d+)(?:[eE][-+]?\d+)?)[fFuUlL]*)
       | (?P<name>[A-Za-z_]\w*(?:::[A-Za-z_]\w*)*)
       | (?P<op><<=|>>=|\+\+|--|->|<<|<=|>=|==|!=|&&|\|\||[-+*/%&|^]=|::|.)""",
     re.VERBOSE | re.DOTALL)
@@ -56,22 +58,30 @@ TOKEN = re.compile(
 
 def blank_preprocessor(text):
     """Replaces directives and code for other systems by blanks, so that positions stay."""
-    lines, skipping = [], False
+    lines, skipping, end_of_raw = [], False, None
     for line in text.split("\n"):
+        if end_of_raw:  # a line that begins with # in a raw text is no directive
+            lines.append(line)
+            end_of_raw = None if end_of_raw in line else end_of_raw
+            continue
         directive = re.match(r"\s*#\s*(\w+)(.*)", line)
         if directive and directive[1] in ("if", "ifdef") and "_WIN32" in directive[2]:
             skipping = True
         elif directive and directive[1] in ("else", "endif"):
             skipping = False
         lines.append(" " * len(line) if directive or skipping else line)
+        raw = re.search(r'R"(\w*)\(', lines[-1])
+        if raw and f'){raw[1]}"' not in line[raw.end():]:
+            end_of_raw = f'){raw[1]}"'
     return "\n".join(lines)
 
 
 def tokens_of(text):
     tokens = []
     for match in TOKEN.finditer(blank_preprocessor(text)):
-        if match.lastgroup != "comment" and not match[0].isspace():
-            tokens.append(Token(match.lastgroup, match[0], match.start(), match.end()))
+        kind = "raw" if match["raw"] else match.lastgroup
+        if kind != "comment" and not match[0].isspace():
+            tokens.append(Token(kind, match[0], match.start(), match.end()))
     return tokens
 
 
@@ -86,36 +96,84 @@ class Source:
         self.group = []        # for each token, the index of the bracket around it or -1
         self.statements = []   # pairs of token indices, [first, last + 1)
         self.statement = {}    # token index to the pair
+        self.classes = set()   # the indices of the braces that open classes
         self.read_structure()
 
-    def opens_block(self, i):
-        before = self.tokens[i - 1].text if i else ""
-        return before in (")", "{", "}", ";", "else", "try", "namespace", "const")
+    def opens_block(self, i, around, first):
+        """What the brace at i opens, in a block or class (or not: around is None) and in the
+        statement that began at first: "block", "class", or None for a list of values."""
+        j = i - 1
+        while j > first and i - j < 12 and self.tokens[j].text not in (")", "->", "]", "{", ";"):
+            j -= 1  # over the type that a function returns
+        if self.tokens[j].text == "->":
+            j -= 1
+        else:
+            j = i - 1
+        while j > first and self.tokens[j].text in ("mutable", "noexcept"):
+            j -= 1
+        before = self.tokens[j].text if j >= 0 else ""
+        start = self.partner.get(j, j) if before == ")" else j + 1
+        if before in (")", "]") and self.tokens[start - 1].text == "]":
+            start = self.partner[start - 1]  # of a lambda, unless it is an index
+        elif before == "]":
+            start = self.partner[j]
+        if self.tokens[start].text == "[" and not (
+                self.tokens[start - 1].kind == "name" and self.tokens[start - 1].text != "return"
+                or self.tokens[start - 1].text in (")", "]")):
+            return "block"
+        if around is None:
+            return None
+        if before in ("", ")", "{", "}", ";", ":", "else", "try", "do", "namespace", "const",
+                      "override", "final"):
+            return "block"
+        head = [token.text for token in self.tokens[first:i]]
+        if "namespace" in head[:1]:
+            return "block"
+        if head and head[0] in ("struct", "class", "union", "template") and "=" not in head and \
+                "(" not in head and "enum" not in head:
+            return "class"
+        return None
+
+    def end_statement(self, first, i):
+        if first < i:
+            pair = (first, i)
+            self.statements.append(pair)
+            for k in range(first, i):
+                self.statement.setdefault(k, pair)  # those of a lambda have their own
 
     def read_structure(self):
+        # For each open bracket: its index, what it opens, and where the statement around a lambda
+        # began.
         stack, first = [], 0
         for i, token in enumerate(self.tokens):
-            self.group.append(stack[-1] if stack else -1)
-            in_block = all(self.tokens[j].text == "{" and self.opens_block(j) for j in stack)
+            self.group.append(stack[-1][0] if stack else -1)
+            around = stack[-1][1] if stack else "block"
             if token.text in ("(", "[", "{"):
-                block = token.text == "{" and in_block and self.opens_block(i)
-                stack.append(i)
+                kind = self.opens_block(i, around, first) if token.text == "{" else None
+                stack.append((i, kind, first))
+                if kind:
+                    if around is None:
+                        first = i + 1
+                    else:
+                        self.end_statement(first, i)
+                        first = i + 1
+                        stack[-1] = (i, kind, None)
+                if kind == "class":
+                    self.classes.add(i)
             elif token.text in (")", "]", "}"):
-                self.partner[i] = stack[-1]
-                self.partner[stack[-1]] = i
-                self.group[i] = self.group[stack[-1]]
-                block = token.text == "}" and self.opens_block(stack[-1])
-                stack.pop()
-                block = block and all(self.opens_block(j) for j in stack)
-            else:
-                block = token.text == ";" and in_block
-            if block:
-                if first < i:
-                    pair = (first, i)
-                    self.statements.append(pair)
-                    for k in range(first, i):
-                        self.statement[k] = pair
+                opened, kind, outer = stack.pop()
+                self.partner[i], self.partner[opened] = opened, i
+                self.group[i] = self.group[opened]
+                if kind:
+                    self.end_statement(first, i)
+                    first = i + 1 if outer is None else outer
+            elif token.text == ";" and around:
+                self.end_statement(first, i)
                 first = i + 1
+
+    def in_class(self, i):
+        """Whether the statement at i stands in a class itself, not in one of its functions."""
+        return self.group[i] in self.classes
 
     def spaced(self, i):
         """Whether there is white space on both sides: an operator of two operands."""
@@ -155,7 +213,7 @@ class Source:
                     continue
             elif self.tokens[j].kind not in ("name", "number"):
                 return None
-            if self.tokens[j - 1].text == ".":
+            if self.tokens[j - 1].text in (".", "->"):
                 j -= 2
                 continue
             return j
@@ -175,7 +233,7 @@ class Source:
                 j = self.partner[j]
             elif following in ("(", "["):
                 j = self.partner[j + 1]
-            elif following == ".":
+            elif following in (".", "->"):
                 j += 2
             else:
                 return j
