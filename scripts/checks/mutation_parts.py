@@ -122,15 +122,18 @@ class Tree:
         return [name for far, name in sorted(near) if far < 1 or not file.endswith(".h")]
 
     def own_suites(self, file):
-        """The suites of the tests of that file: those in the test files whose names begin with the
-        file's, without "_command". Of the library the suite is named after the stage."""
+        """The suites that are the most likely to notice a change in a file: those of the test files
+        whose names begin with the file's, without "_command", otherwise of those that include its
+        header. Of the library the suite is named after the stage."""
         folder, _, name = file.rpartition("/")
         stage = name.split(".")[0]
         if part_of(file) == "core":
             return ["".join(word.title() for word in stage.split("_")[:2]) + "*"]
-        stage = re.sub(r"_command$", "", stage)
-        suites = set()
-        for path in sorted((TOP / "tests" / folder).glob("*_test.cpp")):
-            if path.name.startswith(stage):
-                suites |= set(re.findall(r"(?m)^TEST(?:_F|_P)?\((\w+)", path.read_text()))
+        texts = {path.name: path.read_text()
+                 for path in sorted((TOP / "tests" / folder).glob("*_test.cpp"))}
+        named = [text for test, text in texts.items()
+                 if test.startswith(re.sub(r"_command$", "", stage))]
+        near = named or [text for text in texts.values() if f'"{folder}/{stage}.h"' in text]
+        suites = {suite for text in near
+                  for suite in re.findall(r"(?m)^TEST(?:_F|_P)?\((\w+)", text)}
         return [text for suite in sorted(suites) for text in (f"{suite}.*", f"*/{suite}.*")]

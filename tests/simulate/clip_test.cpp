@@ -125,6 +125,35 @@ TEST(ClipFrames, ShowTheBoardWhereItIsAtTheirTime) {
   }
 }
 
+TEST(ClipFrames, FadeFromOneBackgroundToTheNextAsFarAsTheMoveHasCome) {
+  Options Settings = Short_Clip();
+  Settings.Sensor_Noise = 0.0;
+  Plan Capture = Make_Plan(Settings);
+  for (simulate::Image_Truth& Image : Capture.Images) Image.Kind = simulate::Row_Kind::Blank_Image;
+  const cv::Mat Rays = Rays_Of(Capture);
+  Clip_Frames Frames(Capture, Rays);
+  const cv::Mat From = Frames.Frame(0);
+  const cv::Mat To = Frames.Frame(Frame_After(Capture.Images[1].Still.Begin));
+  ASSERT_GE(Mean_Difference(From, To), 2.0) << "two backgrounds";
+  int Moving = 0;
+  const std::size_t Last = Frame_After(Capture.Images[1].Still.Begin);
+  for (std::size_t n = Frame_After(Capture.Images[0].Still.End); n < Last; ++n) {
+    const double Part =
+        simulate::Progress_At(Capture, static_cast<double>(n) / simulate::Clip_Rate_Hz);
+    if (Part < 0.1 || Part > 0.9) continue;
+    ++Moving;
+    cv::Mat Expected, From_Exact, To_Exact;
+    From.convertTo(From_Exact, CV_64F);
+    To.convertTo(To_Exact, CV_64F);
+    Expected = From_Exact * (1.0 - Part) + To_Exact * Part;
+    cv::Mat Drawn;
+    Frames.Frame(n).convertTo(Drawn, CV_64F);
+    // Each of the three pictures is rounded to whole grey levels.
+    EXPECT_LE(cv::norm(Drawn, Expected, cv::NORM_INF), 1.001) << Part;
+  }
+  EXPECT_GE(Moving, 5);
+}
+
 TEST(ClipFrames, AreTheSameInAnyOrder) {
   const Plan Capture = Make_Plan(Short_Clip());
   const cv::Mat Rays = Rays_Of(Capture);
