@@ -105,6 +105,15 @@ void Require_Possible_Axes(const Verification_Request& Request) {
   throw *Refusal;
 }
 
+// Without a point, every target would hold.
+void Require_Points(const Proof_Points& Points, const std::filesystem::path& File) {
+  if (!Points.Points_Cam.empty()) return;
+  throw Usage_Error(
+      fmt::format("{}: 'lens' shows nothing at any pixel of the image, so there is nothing to "
+                  "compare; calibrate again",
+                  File.string()));
+}
+
 void Set_Outcome(Target_Proof& Target, Target_Outcome Outcome, const std::string& Reason) {
   Target.Outcome = Outcome;
   Target.Reason = Reason;
@@ -221,6 +230,7 @@ Verification Verify_Exports(const Verification_Request& Request,
   Made.Height = Solved.Height;
   Made.Points = Points_Over_Frame(Solved.Lens_Px, Solved.Width, Solved.Height, Grid_Columns,
                                   Grid_Rows, Depths_M);
+  Require_Points(Made.Points, Request.Result_File);
   const Proof_Ground Ground = {
       Request,
       Solved,

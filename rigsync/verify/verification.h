@@ -53,8 +53,8 @@ struct Verification_Request {
 };
 
 // Exports Result to every target, in memory, and proves each. A target that alone can't have the
-// stated axes is left out. Throws Usage_Error for axes that no target can have, and for a result
-// without a whole camera.
+// stated axes is left out. Throws Usage_Error for axes that no target can have, for a result
+// without a whole camera, and for a lens that shows nothing anywhere in the image.
 Verification Verify_Exports(const Verification_Request& Request,
                             const std::vector<File_Target>& Files = File_Targets());
 

@@ -73,6 +73,21 @@ TEST(Verification, AxesThatNoTargetCanHaveAreRefused) {
   EXPECT_THROW(Verified(Plain_Rig().Result, "upwards"), rigsync::Usage_Error);
 }
 
+// With a radius of 5 and more in the image, where r (1 - r^2) ends at 0.385, no pixel has a point,
+// and every target would hold because nothing is compared.
+TEST(Verification, ALensThatShowsNothingInTheImageIsRefused) {
+  rigsync::Calibration_Result Result = Plain_Rig().Result;
+  Result.Norm_Cxy = {10.0, 10.0};
+  Result.Distortion = {-1.0, 0.0, 0.0, 0.0, 0.0};
+  try {
+    Verified(Result);
+    ADD_FAILURE() << "is proven";
+  } catch (const rigsync::Usage_Error& Refusal) {
+    EXPECT_THAT(Refusal.what(), AllOf(StartsWith("result.json: 'lens' shows nothing"),
+                                      HasSubstr("calibrate again")));
+  }
+}
+
 TEST(Verification, AGimbalLockIsToldAndIsNoFailure) {
   rigsync::Calibration_Result Result = Plain_Rig().Result;
   Result.Transform_Cam_Tc = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
