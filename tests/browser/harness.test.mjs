@@ -25,6 +25,22 @@ async function complaintsOf(name, body, { head = '', variant = WIDE } = {}) {
   return visit(browser, file, variant);
 }
 
+test('each variant is what its name says', async () => {
+  const faint = 'p { color: #bbb; }';
+  const rules = {
+    dark: `@media (prefers-color-scheme: dark) { ${faint} }`,
+    print: `@media print { ${faint} }`,
+    phone: `@media (max-width: 400px) { ${faint} }`,
+  };
+  for (const [word, rule] of Object.entries(rules)) {
+    for (const variant of VARIANTS) {
+      const found = await complaintsOf(word, '<p>Text</p>',
+                                       { head: `<style>${rule}</style>`, variant });
+      assert.equal(found.length > 0, variant.name.includes(word), `${word}, ${variant.name}`);
+    }
+  }
+});
+
 test('a page without a fault has no complaint', async () => {
   for (const variant of VARIANTS) {
     assert.deepEqual(await complaintsOf('sound', '<p>Text</p>', { head: POLICY, variant }), []);

@@ -111,6 +111,7 @@ for (const name of ['good', 'look', 'refused', 'library', 'many', 'few']) {
       const hooks = await evaluate(HOOKS);
       for (const hook of hooks) checkHook(root, hook);
       const keys = hooks.map((hook) => hook.key);
+      assert.ok(keys.includes('code'), 'no number is marked with its key');
       if (name !== 'few') {
         for (const key of LIBRARY_KEYS) assert.ok(keys.includes(key), key);
       }
