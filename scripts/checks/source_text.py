@@ -56,20 +56,41 @@ TOKEN = re.compile(
     re.VERBOSE | re.DOTALL)
 
 
+# What is defined where the checks run: Linux, and an OpenCV whose markers are in contrib. Code for
+# anything else is not compiled there.
+DEFINED = {"__linux__", "SO_REUSEPORT", "IP_MULTICAST_ALL", "RIGSYNC_ARUCO_IN_CONTRIB"}
+
+
+def holds(directive, condition):
+    """Whether #if, #ifdef, #ifndef or #elif lets the code below it be compiled."""
+    if directive in ("ifdef", "ifndef"):
+        return (condition.split()[0] in DEFINED) == (directive == "ifdef")
+    texts = re.findall(r"\w+\(\w+\)|&&|\|\||!|\(|\)|\w+", condition)
+    words = {"&&": "and", "||": "or", "!": "not", "(": "(", ")": ")"}
+    defined = {f"defined({name})" for name in DEFINED}
+    return bool(eval(" ".join(words.get(text, str(text in defined)) for text in texts), {}))
+
+
 def blank_preprocessor(text):
-    """Replaces directives and code for other systems by blanks, so that positions stay."""
-    lines, skipping, end_of_raw = [], False, None
+    """Replaces directives, and code that is not compiled, by blanks, so that positions stay."""
+    lines, open_conditions, end_of_raw = [], [], None
     for line in text.split("\n"):
         if end_of_raw:  # a line that begins with # in a raw text is no directive
             lines.append(line)
             end_of_raw = None if end_of_raw in line else end_of_raw
             continue
-        directive = re.match(r"\s*#\s*(\w+)(.*)", line)
-        if directive and directive[1] in ("if", "ifdef") and "_WIN32" in directive[2]:
-            skipping = True
-        elif directive and directive[1] in ("else", "endif"):
-            skipping = False
-        lines.append(" " * len(line) if directive or skipping else line)
+        directive = re.match(r"\s*#\s*(\w+)\s*([^/]*)", line)
+        if directive and directive[1] in ("if", "ifdef", "ifndef"):
+            now = holds(directive[1], directive[2])
+            open_conditions.append([now, now])  # whether it holds, and whether one has held
+        elif directive and directive[1] in ("elif", "else"):
+            last = open_conditions[-1]
+            now = not last[1] and (directive[1] == "else" or holds("elif", directive[2]))
+            open_conditions[-1] = [now, now or last[1]]
+        elif directive and directive[1] == "endif":
+            open_conditions.pop()
+        compiled = not directive and all(now for now, _ in open_conditions)
+        lines.append(line if compiled else " " * len(line))
         raw = re.search(r'R"(\w*)\(', lines[-1])
         if raw and f'){raw[1]}"' not in line[raw.end():]:
             end_of_raw = f'){raw[1]}"'
