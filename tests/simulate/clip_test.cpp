@@ -279,6 +279,7 @@ Read_Clip Read_Avi(const std::string& File) {
   Read_Clip Clip;
   const std::size_t Main = File.find("avih") + 8, Stream = File.find("strh") + 8,
                     Movie = File.find("movi"), Index = File.rfind("idx1");
+  EXPECT_EQ(Word_At(File, Main), 40000u) << "microseconds for a frame";
   Clip.Frame_Count = Word_At(File, Main + 16);
   Clip.Width = Word_At(File, Main + 32);
   Clip.Height = Word_At(File, Main + 36);
@@ -300,6 +301,12 @@ Read_Clip Read_Avi(const std::string& File) {
     Place += 8 + Size + Size % 2;
   }
   EXPECT_EQ(Place, Index);
+  // The size of a player's buffer, and as many bytes in a second as the largest frames would take.
+  std::size_t Largest = 0;
+  for (const std::string& Frame : Clip.Frames) Largest = std::max(Largest, Frame.size());
+  EXPECT_EQ(Word_At(File, Main + 28), Largest);
+  EXPECT_EQ(Word_At(File, Main + 4), 25 * Largest);
+  EXPECT_EQ(Word_At(File, Stream + 36), Largest);
   return Clip;
 }
 
@@ -354,6 +361,14 @@ TEST(MakePlan, RefusesAClipThatDoesntFitInAFileOrBeginsTooLate) {
   EXPECT_THAT(Refusal(Settings), testing::Contains("Width"));
   Settings.Recording.Clip = false;
   EXPECT_THAT(Refusal(Settings), testing::IsEmpty());
+  // 500 frames of 16 million pixels are just 2 GB.
+  Settings.Recording.Clip = true;
+  Settings.Recording.Shortest_Hold = Settings.Recording.Longest_Hold = 5.324;
+  Settings.Recording.Shortest_Move = Settings.Recording.Longest_Move = 2.0;
+  Settings.Width = Settings.Height = 4000;
+  EXPECT_THAT(Refusal(Settings), testing::IsEmpty());
+  Settings.Width = 4001;
+  EXPECT_THAT(Refusal(Settings), testing::Contains("Width"));
 
   Settings = Short_Clip();
   const double Seconds = simulate::Duration(Make_Plan(Settings));

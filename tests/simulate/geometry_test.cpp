@@ -40,7 +40,7 @@ TEST(FoldRadius, IsInfiniteWhereItAlwaysIncreases) {
   EXPECT_EQ(Fold_Radius(With(0.0, 0.0)), Infinity);
   EXPECT_EQ(Fold_Radius(With(0.1, 0.0)), Infinity);
   EXPECT_EQ(Fold_Radius(With(0.1, 0.2)), Infinity);
-  EXPECT_EQ(Fold_Radius(With(0.5, 0.1)), Infinity);   // roots at -1 and -2
+  EXPECT_EQ(Fold_Radius(With(0.5, 0.1)), Infinity);    // roots at -1 and -2
   EXPECT_EQ(Fold_Radius(With(-0.3, 0.05)), Infinity);  // 0.81 - 1 below the root
 }
 

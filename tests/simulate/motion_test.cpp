@@ -201,6 +201,18 @@ TEST(DrawHolds, PutsPicturesAtEqualIntervalsWhenHoldsAreRegular) {
   }
 }
 
+// No float is 1.1 or 0.7.
+TEST(DrawHolds, KeepsToOneLengthWhereTheRangeIsThat) {
+  Options Settings = Moving_Capture();
+  Settings.Recording.Shortest_Hold = Settings.Recording.Longest_Hold = 1.1;
+  Settings.Recording.Shortest_Move = Settings.Recording.Longest_Move = 0.7;
+  const std::vector<simulate::Hold> Holds = simulate::Draw_Holds(Settings);
+  for (std::size_t i = 0; i < Holds.size(); ++i) {
+    EXPECT_NEAR(Holds[i].Begin, 1.8 * static_cast<double>(i), 1e-12);
+    EXPECT_NEAR(Holds[i].End, Holds[i].Begin + 1.1, 1e-12);
+  }
+}
+
 TEST(DrawHolds, ChangesNeitherPosesNorSamplesOfTheCapture) {
   const Plan Capture = Make_Plan(Moving_Capture());
   Options Slow = Moving_Capture();

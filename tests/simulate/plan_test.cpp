@@ -123,6 +123,16 @@ std::vector<std::string> Refused_Names(const Options& Settings) {
   return {};
 }
 
+// What they have to be; empty when all are met.
+std::string Refused_Rule(const Options& Settings) {
+  try {
+    Make_Plan(Settings);
+  } catch (const simulate::Refused_Options& Refusal) {
+    return Refusal.Rule;
+  }
+  return "";
+}
+
 // ---- One seed, one capture -------------------------------------------------------------------
 
 TEST(MakePlan, DrawsTheSamePlanFromTheSameSeed) {
@@ -769,6 +779,66 @@ TEST(MakePlan, NamesTheOptionsThatCantBeMet) {
     Options Settings = Small_Capture();
     Case.Spoil(Settings);
     EXPECT_EQ(Refused_Names(Settings), Case.Names);
+  }
+}
+
+TEST(MakePlan, SaysWhatARefusedOptionHasToBe) {
+  const double Nan = std::numeric_limits<double>::quiet_NaN();
+  const struct {
+    std::string Rule;
+    std::function<void(Options&)> Spoil;
+  } Cases[] = {
+      {"has to be at least 0", [](Options& Settings) { Settings.Image_Count = -1; }},
+      {"has to be from 16 to 32767 pixels", [](Options& Settings) { Settings.Width = 15; }},
+      {"has to be from 16 to 32767 pixels", [](Options& Settings) { Settings.Height = 32768; }},
+      {"has to be at least 2", [](Options& Settings) { Settings.Board_Cols = 1; }},
+      {"has to be at least 2", [](Options& Settings) { Settings.Board_Rows = 1; }},
+      {"has to be above 0", [](Options& Settings) { Settings.Square_Size = 0.0; }},
+      {"has to be above 0", [](Options& Settings) { Settings.Norm_Fx = 0.0; }},
+      {"has to be a number of at least 0", [](Options& Settings) { Settings.Norm_Fy = -1.0; }},
+      {"has to be from 0 to 1", [](Options& Settings) { Settings.Norm_Cx = 1.1; }},
+      {"has to be from 0 to 1", [](Options& Settings) { Settings.Norm_Cy = -0.1; }},
+      {"has to be a finite number", [&](Options& Settings) { Settings.K1 = Nan; }},
+      {"has to be a finite number", [&](Options& Settings) { Settings.K2 = Nan; }},
+      {"has to be finite", [&](Options& Settings) { Settings.Camera_Mount_Euler_Deg.x() = Nan; }},
+      {"has to be finite", [&](Options& Settings) { Settings.Camera_Mount_Offset.x() = Nan; }},
+      {"has to be finite", [&](Options& Settings) { Settings.Board_Mount_Euler_Deg.x() = Nan; }},
+      {"has to be finite", [&](Options& Settings) { Settings.Board_Mount_Offset.x() = Nan; }},
+      {"has to be at most 100", [](Options& Settings) { Settings.Blur_Pixels = 101.0; }},
+      {"has to be from 0 to 1", [](Options& Settings) { Settings.Lighting_Gradient = 1.5; }},
+      {"has to be png or jpg, not \"gif\"",
+       [](Options& Settings) { Settings.Image_Format = "gif"; }},
+      {"has to be from 0 to 100", [](Options& Settings) { Settings.Jpeg_Quality = 101; }},
+      {"has to be from 0.1 to 0.9", [](Options& Settings) { Settings.Marker_Size = 0.91; }},
+      {"has to be at least 0", [](Options& Settings) { Settings.First_Marker = -2; }},
+      {"has to be at least 0", [](Options& Settings) { Settings.Stale_Count = -1; }},
+      {"has to be at least 0", [](Options& Settings) { Settings.Cut_Count = -1; }},
+      {"has to be below the number of images: the first row has no row before it to repeat",
+       [](Options& Settings) { Settings.Stale_Count = Settings.Image_Count; }},
+      {"together have to be at most the number of images",
+       [](Options& Settings) { Settings.Jump_Count = Settings.Image_Count + 1; }},
+      {"has to be from 1 to 2000 samples per second",
+       [](Options& Settings) { Settings.Recording.Rate_Hz = 0.9; }},
+      {"have to be two times from 0.1 to 60 seconds, the shorter one first",
+       [](Options& Settings) { Settings.Recording.Shortest_Hold = 0.09; }},
+      {"has to be at most a day, 86400 seconds, either way",
+       [](Options& Settings) { Settings.Recording.Clock_Offset = -86401.0; }},
+      {"has to be from 0 to 90", [](Options& Settings) { Settings.Recording.Lost_Percent = 91.0; }},
+      {"has to be at most two fifths of the shortest hold, so that the sample of a photograph is "
+       "one of its own hold",
+       [](Options& Settings) { Settings.Recording.Lag_Ms = 401.0; }},
+      {"has to be 0 when the board stands still: a stale row moves the camera by a distance of its "
+       "own, and the board with it",
+       [](Options& Settings) { Settings.Recording.One_Body = true, Settings.Stale_Count = 1; }},
+      {"has to be at least 1 for a take or a clip",
+       [](Options& Settings) { Settings.Recording.Clip = true, Settings.Image_Count = 0; }},
+      {"can be chosen for a Motive take only",
+       [](Options& Settings) { Settings.Recording.Unit = simulate::Length_Unit::Millimetres; }},
+  };
+  for (const auto& Case : Cases) {
+    Options Settings = Small_Capture();
+    Case.Spoil(Settings);
+    EXPECT_EQ(Refused_Rule(Settings), Case.Rule);
   }
 }
 
