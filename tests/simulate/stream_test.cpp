@@ -107,8 +107,8 @@ TEST(Freed, AnglesAreThoseOfTheBodysAttitude) {
 TEST(Freed, ABodyThatLooksStraightUpHasItsPanFromItsSide) {
   const Freed_Pose Pose =
       Freed_Pose_Of(1, Sample_With(Turn(-40, Z) * Turn(90, X), Eigen::Vector3d::Zero()));
-  EXPECT_NEAR(Pose.Pan_Deg, 40.0, 1e-6);
-  EXPECT_NEAR(Pose.Tilt_Deg, 90.0, 1e-6);
+  EXPECT_NEAR(Pose.Pan_Deg, 40.0, 1e-12);
+  EXPECT_NEAR(Pose.Tilt_Deg, 90.0, 1e-12);
 }
 
 TEST(Opentrackio, AHeaderSaysWhatFollows) {

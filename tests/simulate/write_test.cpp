@@ -318,8 +318,9 @@ TEST(WriteCapture, LeavesOutMissingCutsTruncatedAndBlanksBlankImages) {
         case Row_Kind::Blank_Image: {
           cv::Scalar Mean, Deviation;
           cv::meanStdDev(cv::imread(File.string()), Mean, Deviation);
-          // Grey 128, darkened by at most a quarter; noise and gradient spread it a little.
-          EXPECT_NEAR(Mean[0], 112.0, 2.0);
+          // Grey 128, darkened by at most a quarter, which is an eighth in the mean. Noise and
+          // gradient spread it a little, and the mean of whole levels is within half a level.
+          EXPECT_NEAR(Mean[0], 112.0, 0.5);
           EXPECT_LT(Deviation[0], 10.0);
           break;
         }
