@@ -76,9 +76,11 @@ def of_quaternion(x, y, z, w):
 
 
 def farthest(left, right):
-    """The largest difference of two matrices or lists."""
+    """The largest difference of two matrices or lists of one length; NaN if one of them is."""
     if isinstance(left, (list, tuple)):
-        return max(farthest(a, b) for a, b in zip(left, right))
+        assert len(left) == len(right), (left, right)
+        apart = [farthest(a, b) for a, b in zip(left, right)]
+        return math.nan if any(map(math.isnan, apart)) else max(apart)
     return abs(left - right)
 
 
