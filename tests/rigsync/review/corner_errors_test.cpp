@@ -48,8 +48,8 @@ TEST(CornerErrors, AreTheDistancesFromTheRigsPrediction) {
   EXPECT_NEAR((Error.Found_Px[4] - Error.Predicted_Px[4] - Eigen::Vector2d(3, 4)).norm(), 0, 1e-9);
   EXPECT_NEAR(Error.Mean_Px, 5.0, 1e-9);
   EXPECT_NEAR(Error.Rms_Px, 5.0, 1e-9);
-  EXPECT_NEAR(Error.Distance, 2.0, 1e-6);
-  EXPECT_NEAR(Error.Mean_Mm, 10.0, 1e-4);
+  EXPECT_NEAR(Error.Distance, 2.0, 1e-9);
+  EXPECT_NEAR(Error.Mean_Mm, 10.0, 1e-9);
 }
 
 // One corner is 6 pixels off and five are exact: the mean is 1, the square root of 36 / 6 is not.
@@ -71,7 +71,7 @@ TEST(CornerErrors, WithoutSamplesOrAMountThereIsABoardButNoError) {
     EXPECT_EQ(Error.Found_Px.size(), 6u);
     EXPECT_TRUE(Error.Predicted_Px.empty());
     EXPECT_TRUE(std::isnan(Error.Mean_Px) && std::isnan(Error.Mean_Mm));
-    EXPECT_NEAR(Error.Distance, 2.0, 1e-6);
+    EXPECT_NEAR(Error.Distance, 2.0, 1e-9);
   }
 }
 
@@ -130,7 +130,8 @@ TEST(CornerErrors, DistancesAreThoseOfTheSimulator) {
   for (std::size_t i = 0; i < Errors.size(); ++i) {
     if (!Errors[i].Is_Kept) continue;
     const double True_Distance = (Run.Plan.Images[i].Transform_Cam_Chart * Centre).z();
-    EXPECT_NEAR(Errors[i].Distance / True_Distance, 1.0, 0.01);
+    // As well as fourteen images tell the focal length, which goes with the distance.
+    EXPECT_NEAR(Errors[i].Distance / True_Distance, 1.0, 0.003);
   }
 }
 

@@ -51,7 +51,7 @@ TEST(CornerResiduals, AMovedCornerStandsOutInTheDirectionOfItsMotion) {
   ASSERT_EQ(Residuals.size(), 30u);
   EXPECT_GT(Residuals[14].Residual_Px.x(), 0.75);
   EXPECT_LT(Residuals[14].Residual_Px.x(), 1.0);
-  EXPECT_LT(std::abs(Residuals[14].Residual_Px.y()), 0.1);
+  EXPECT_LT(std::abs(Residuals[14].Residual_Px.y()), 0.01);
   EXPECT_LT(std::abs(Residuals[0].Residual_Px.x()), 0.2);
 }
 

@@ -35,7 +35,7 @@ TEST(LensShape, TheCurveIsTheModelsShiftWithItsRange) {
   for (const Distortion_Point& Point : Curve) {
     const double R = (Point.Radius_Px - Point.Shift_Px) / 1000;
     EXPECT_NEAR(Point.Shift_Px, 100 * R * R * R, 1e-9);
-    EXPECT_NEAR(Point.Half_Width_Px, 19.59964 * R * R * R, 1e-6);
+    EXPECT_NEAR(Point.Half_Width_Px, 19.59964 * R * R * R, 1e-9);
   }
 }
 

@@ -30,7 +30,7 @@ TEST(SampleMotion, AStepIsTheWayAndTheTurnFromTheRowBefore) {
   ASSERT_EQ(Motion.size(), 4u);
   EXPECT_FALSE(Motion[0].Camera);
   EXPECT_NEAR(Motion[1].Camera->Mm, 30.0, 1e-9);
-  EXPECT_NEAR(Motion[1].Camera->Deg, 0.0, 1e-6);
+  EXPECT_NEAR(Motion[1].Camera->Deg, 0.0, 1e-9);
   EXPECT_NEAR(Motion[2].Camera->Deg, 12.0, 1e-9);
   EXPECT_FALSE(Motion[2].Camera->Is_Repeat);
   EXPECT_TRUE(Motion[3].Camera->Is_Repeat);

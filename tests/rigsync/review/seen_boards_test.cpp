@@ -75,7 +75,7 @@ TEST(SeenBoards, TheShareOfTheFrameIsThatOfTheOutermostCorners) {
   ASSERT_EQ(Boards.size(), 1u);
   EXPECT_EQ(Boards[0].Row, 1u);
   EXPECT_NEAR(Boards[0].Frame_Share, 200.0 * 150.0 / 600000.0, 1e-9);
-  EXPECT_NEAR(Boards[0].Distance, 2.0, 1e-5);
+  EXPECT_NEAR(Boards[0].Distance, 2.0, 1e-6);
   View.Lens_Px.reset();
   EXPECT_TRUE(Measure_Boards(View).empty());
 }
