@@ -112,9 +112,13 @@ std::string Spread_Text(const Inspection& Result) {
   return Text.empty() ? Text : "\nApproximate spread of the capture\n" + Text;
 }
 
-// Rounded to a tenth, and never -0.0.
+// Rounded to a tenth or a hundredth, and never -0.0.
 double Tenths(double Value) {
   return std::round(10.0 * Value) / 10.0 + 0.0;
+}
+
+double Hundredths(double Value) {
+  return std::round(100.0 * Value) / 100.0 + 0.0;
 }
 
 // Beyond this a half-width, mm or degrees, says no more than that the mount is open.
@@ -152,10 +156,11 @@ std::string Solution_Text(const Inspection& Result) {
       std::count_if(Joint.Rows.begin(), Joint.Rows.end(), [](auto& Row) { return Row.Is_Kept; });
   std::string Text = "\nSolved from images and samples (+- at 95 percent)\n";
   Text += Row_Text("camera tracker", Camera_Mount_Text(Joint));
-  Text += Row_Text(
-      "board's angles",
-      fmt::format("{:.2f},{:.2f},{:.2f} degrees, +- {}", Place.Euler_Deg[0], Place.Euler_Deg[1],
-                  Place.Euler_Deg[2], Half_Width_Text(Board.Widest_Deg.Half_Width)));
+  Text +=
+      Row_Text("board's angles",
+               fmt::format("{:.2f},{:.2f},{:.2f} degrees, +- {}", Hundredths(Place.Euler_Deg[0]),
+                           Hundredths(Place.Euler_Deg[1]), Hundredths(Place.Euler_Deg[2]),
+                           Half_Width_Text(Board.Widest_Deg.Half_Width)));
   Text += Row_Text("board's offset",
                    fmt::format("{:.1f},{:.1f},{:.1f} mm, +- {}", Tenths(1000.0 * Place.Offset[0]),
                                Tenths(1000.0 * Place.Offset[1]), Tenths(1000.0 * Place.Offset[2]),
