@@ -5,7 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -35,6 +37,21 @@ Calibration_Result With_Opinion(Verdict Judgement, const std::vector<Verdict_Rea
   Result.Opinion->Difference_Mm = 1.25;
   Result.Opinion->Difference_Deg = 0.125;
   return Result;
+}
+
+// The joint mount is known to 0.3 mm and 0.03 degrees, so that it can be offered.
+void Solve_Well(Calibration_Result& Result) {
+  Result.Joint_Transform_Cam_Tc = Result.Transform_Cam_Tc;
+  rigsync::Joint_Solution& Joint = Result.Solved.emplace().Joint;
+  Joint.Status = rigsync::Solve_Status::Solved;
+  Joint.At.Transform_Cam_Tc =
+      Eigen::Translation3d(0.06, -0.14, -0.08) * Eigen::Isometry3d::Identity();
+  Joint.Rows.resize(24);
+  for (rigsync::Solved_Row& Row : Joint.Rows) Row.Is_Kept = true;
+  Joint.Camera_Mount.Covariance = 1e-8 * rigsync::Matrix6d::Identity();
+  Joint.Camera_Mount.Joint_Freedom = 100;
+  Joint.Camera_Mount.Widest_Mm.Half_Width = 0.3;
+  Joint.Camera_Mount.Widest_Deg.Half_Width = 0.03;
 }
 
 TEST(VerdictWords, OfARunWithoutASecondOpinionAreThoseOfItsCode) {
@@ -92,6 +109,26 @@ TEST(VerdictWords, DoWithoutWhatAFileLacks) {
        {Verdict_Reason::Lens_Does_Not_Fit, Verdict_Reason::Place_Contradicted,
         Verdict_Reason::Slip_Found, Verdict_Reason::Not_Solved}) {
     EXPECT_NE(Reason_Text(Reason, With_Opinion(Verdict::Look, {Reason})), "");
+  }
+}
+
+TEST(VerdictWords, OfferTheJointMountWhereTheDoubtIsAboutTheLibrarysAlone) {
+  const std::vector<Verdict_Reason> About_Library = {
+      Verdict_Reason::No_Library_Transform, Verdict_Reason::Library_Code,
+      Verdict_Reason::Difference_Beyond_Limit, Verdict_Reason::Difference_Unlikely};
+  for (int i = 0; i <= static_cast<int>(Verdict_Reason::Place_Contradicted); ++i) {
+    const auto Reason = static_cast<Verdict_Reason>(i);
+    SCOPED_TRACE(i);
+    Calibration_Result Result = With_Opinion(Verdict::Look, {Reason});
+    Solve_Well(Result);
+    const Verdict_Words Words = Words_Of(Result, "/stage/result.json");
+    const bool Is_Expected = std::count(About_Library.begin(), About_Library.end(), Reason) == 1;
+    bool Is_Offered = false;
+    for (const auto& Step : Words.Next_Steps) {
+      Is_Offered |= Step.Is_Command &&
+                    Step.Text == "rigsync export /stage/result.json --solution joint --to ENGINE";
+    }
+    EXPECT_EQ(Is_Offered, Is_Expected);
   }
 }
 

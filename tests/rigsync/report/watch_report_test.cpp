@@ -169,6 +169,19 @@ TEST(WatchReport, WaitsForACsvThatIsNotThereYet) {
   EXPECT_THAT(Unbroken, StartsWith("'capture.csv' does not exist yet: /stage/" +
                                    std::string(100, 'x') + "/capture.csv"));
   EXPECT_THAT(Text, HasSubstr("Next: hold the board upright, at a middle distance, centre"));
+  // The map of a frame of 16 by 9 cells without a corner.
+  const std::string Border = "+" + std::string(32, '-') + "+";
+  std::vector<std::string> Map = {Border};
+  Map.resize(10, "|" + std::string(32, ' ') + "|");
+  Map.push_back(Border);
+  const std::vector<std::string> Lines = rigsync::Watch_Lines(Capture, false);
+  const auto First = std::find_if(Lines.begin(), Lines.end(), [&](const std::string& Line) {
+    return Line.substr(0, Border.size()) == Border;
+  });
+  ASSERT_GE(Lines.end() - First, 11);
+  for (std::size_t i = 0; i < Map.size(); ++i) {
+    EXPECT_EQ(First[static_cast<std::ptrdiff_t>(i)].substr(0, Border.size()), Map[i]);
+  }
   Expect_To_Fit(Capture);
 }
 

@@ -81,7 +81,11 @@ TEST(OutFolder, OfAFolderThatIsRefusedNothingStaysThatWasntThere) {
 TEST(OutFolder, SizesReadAsPeopleWriteThem) {
   EXPECT_EQ(rigsync::Bytes_Text(0), "0 kB");
   EXPECT_EQ(rigsync::Bytes_Text(12'345), "12 kB");
+  EXPECT_EQ(rigsync::Bytes_Text(999'499), "999 kB");
+  EXPECT_EQ(rigsync::Bytes_Text(1'000'000), "1.0 MB");
   EXPECT_EQ(rigsync::Bytes_Text(3'449'999), "3.4 MB");
+  EXPECT_EQ(rigsync::Bytes_Text(999'900'000), "999.9 MB");
+  EXPECT_EQ(rigsync::Bytes_Text(1'000'000'000), "1.0 GB");
   EXPECT_EQ(rigsync::Bytes_Text(1'200'000'000), "1.2 GB");
 }
 
