@@ -112,6 +112,7 @@ TEST_F(CountFindings, WithoutAnyBoardEveryImageIsSearched) {
   for (Capture_Row& Row : Rows) Row.Image = "capture.csv";
   const Counted_Search Found = Search({7, 5});
   EXPECT_FALSE(Found.Other_Counts);
+  EXPECT_EQ(Found.Boards.Images.size(), Images);
   EXPECT_THAT(Found.Boards.Images,
               Each(Field(&rigsync::Searched_Image::State, Image_State::Unreadable)));
 }

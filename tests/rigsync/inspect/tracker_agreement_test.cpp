@@ -34,8 +34,8 @@ TEST(TrackerAgreement, SamplesOfARigAgreeWithItsImagesWhateverTheMountsAre) {
   EXPECT_TRUE(Measured.Is_Good());
   EXPECT_EQ(Measured.Rows.size(), 24u);
   // Poses are true and samples without noise, so only rounding remains.
-  EXPECT_LE(Measured.Median_Rotation_Residual_Deg, 1e-4);
-  EXPECT_LE(*Measured.Median_Axis_Residual_Deg, 1e-4);
+  EXPECT_LE(Measured.Median_Rotation_Residual_Deg, 1e-9);
+  EXPECT_LE(*Measured.Median_Axis_Residual_Deg, 1e-9);
   EXPECT_LE(*Measured.Median_Position_Residual, 1e-9);
   EXPECT_NEAR(*Measured.Scale, 1.0, 1e-9);
 }
