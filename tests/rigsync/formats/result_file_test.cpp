@@ -382,7 +382,7 @@ TEST(ResultFile, TheJointSolutionIsWrittenInDegreesMillimetresAndRows) {
   EXPECT_EQ(File["square"]["scale"], Joint.At.Square_Scale);
   EXPECT_EQ(File["lens"]["fy"], 1500.5);
   EXPECT_EQ(File["lens_check"]["p2"], -0.002);
-  EXPECT_NEAR(File["lens_check"]["turn_deg"][0], 0.0573, 1e-4);
+  EXPECT_DOUBLE_EQ(File["lens_check"]["turn_deg"][0], 0.001 * 57.29577951308232);
   EXPECT_EQ(File["lens_check"]["shift_mm"][2], 2.0);
   // 0.2 mm for each metre is the deviation of the rig's lens.
   EXPECT_NEAR(File["lens"]["half_width"][0], 1.960 * 0.2, 1e-4);
@@ -391,11 +391,12 @@ TEST(ResultFile, TheJointSolutionIsWrittenInDegreesMillimetresAndRows) {
   EXPECT_EQ(Stale["line"], 5);
   EXPECT_EQ(Stale["image"], "image_3.png");
   EXPECT_EQ(Stale["kept"], false);
-  // The camera's sample of the stale row is 2 degrees off.
+  // The camera's sample of the stale row is 2 degrees off, and the trackers' noise is 0.03 degrees:
+  // of both and with what the solve gives way, within five times that.
   const std::vector<double> Mm = Stale["residual_mm"], Deg = Stale["residual_deg"];
   EXPECT_DOUBLE_EQ(Mm[2], 1000.0 * Joint.Rows[3].Residual[5]);
-  EXPECT_NEAR(std::hypot(Deg[0], Deg[1], Deg[2]), 2.0, 0.7);
-  EXPECT_NEAR(Written_One["second_opinion"]["difference_mm"], 4.0, 1e-9);
+  EXPECT_NEAR(std::hypot(Deg[0], Deg[1], Deg[2]), 2.0, 0.15);
+  EXPECT_NEAR(Written_One["second_opinion"]["difference_mm"], 4.0, 1e-12);
   // 8 mm and a hundredth of a radian, from the 15th image on.
   const nlohmann::json Slip = File["slip"];
   EXPECT_EQ(Slip["evidence"], "found");
