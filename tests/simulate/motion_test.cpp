@@ -206,6 +206,22 @@ TEST(DrawHolds, PutsPicturesAtEqualIntervalsWhenHoldsAreRegular) {
   }
 }
 
+TEST(IsTimed, EachOptionThatHappensInTimeMakesTheCaptureTimed) {
+  using simulate::Recording_Options;
+  EXPECT_FALSE(simulate::Is_Timed({}));
+  const auto With = [](void (*Set)(Recording_Options&)) {
+    Recording_Options Recording;
+    Set(Recording);
+    return simulate::Is_Timed(Recording);
+  };
+  EXPECT_TRUE(With([](Recording_Options& Made) { Made.Format = simulate::Take_Format::Tum; }));
+  EXPECT_TRUE(With([](Recording_Options& Made) { Made.Clip = true; }));
+  EXPECT_TRUE(With([](Recording_Options& Made) { Made.Is_Streamed = true; }));
+  EXPECT_TRUE(With([](Recording_Options& Made) { Made.Drift_Mm_Per_Second = 0.1; }));
+  EXPECT_TRUE(With([](Recording_Options& Made) { Made.Drift_Deg_Per_Second = 0.1; }));
+  EXPECT_TRUE(With([](Recording_Options& Made) { Made.Lag_Ms = -5.0; }));
+}
+
 // No float is 1.1 or 0.7.
 TEST(DrawHolds, KeepsToOneLengthWhereTheRangeIsThat) {
   Options Settings = Moving_Capture();
