@@ -295,6 +295,39 @@ TEST(MakePixelRays, LooksWhereOpencvDrawsFrom) {
   }
 }
 
+// The ray of a pixel as far from the axis as Distorted, by halving: in long double, so that
+// rounding it to float is the only error.
+long double Exact_Stretch(const simulate::Lens& Model, long double Distorted) {
+  long double Low = 0.0L, High = 2.0L * Distorted;
+  for (int Step = 0; Step < 200; ++Step) {
+    const long double Radius = 0.5L * (Low + High), Square = Radius * Radius;
+    (Radius * (1.0L + Square * (Model.K1 + Square * Model.K2)) < Distorted ? Low : High) = Radius;
+  }
+  return Low / Distorted;
+}
+
+TEST(MakePixelRays, AreTheNearestFloatsToTheExactRays) {
+  Options Settings = Capture_Of(64, 48);
+  Settings.K1 = -0.2;
+  Settings.K2 = 0.05;
+  const simulate::Lens Model = Make_Plan(Settings).True_Lens;
+  const cv::Mat Rays = Make_Pixel_Rays(Model, Settings.Width, Settings.Height);
+  for (int j = 0; j < Rays.rows; ++j) {
+    for (int i = 0; i < Rays.cols; ++i) {
+      const long double X = (i - static_cast<long double>(Model.Cx)) / Model.Fx;
+      const long double Y = (j - static_cast<long double>(Model.Cy)) / Model.Fy;
+      const long double Stretch = Exact_Stretch(Model, std::sqrt(X * X + Y * Y));
+      const cv::Vec2f Ray = Rays.at<cv::Vec2f>(j, i);
+      const long double Exact[2] = {X * Stretch, Y * Stretch};
+      for (int k = 0; k < 2; ++k) {
+        const float Step = std::nextafter(std::abs(Ray[k]), 10.0f) - std::abs(Ray[k]);
+        // Half a step, and as much as what was computed in double is off itself.
+        ASSERT_LE(std::abs(Ray[k] - Exact[k]), 0.501L * Step) << i << ' ' << j;
+      }
+    }
+  }
+}
+
 TEST(MakePixelRays, SeesNothingWhereTheLensFoldsBack) {
   simulate::Lens Model{200.0, 200.0, 160.0, 120.0, -0.8, 0.0};
   // r - 0.8 r^3 is largest at r = sqrt(1 / 2.4) = 0.6455, where it is 0.4303: 86.07 pixels.

@@ -106,6 +106,18 @@ TEST(LiveState, ABodyWhoseSlotsAreAllZeroIsLostAndIsNoTimeForAPicture) {
   EXPECT_FALSE(Of.View.Is_Picture_Time);
 }
 
+TEST(LiveState, APacketWithAWrongChecksumIsCountedAndNoSample) {
+  Stage Of;
+  Of.Run(1, 1);
+  std::string Wrong = Freed_Message({2, 0, 0, 0, 1000, 0, 0});
+  Wrong.back() = static_cast<char>(Wrong.back() ^ 1);
+  Of.Feed(Wrong);
+  Of.Look();
+  EXPECT_EQ(Of.View.Counts.Bad_Checksums, 1U);
+  EXPECT_EQ(Of.View.Counts.Packets, 101U);
+  EXPECT_EQ(Of.View.Bodies.size(), 1U);
+}
+
 TEST(LiveState, CountsGaps) {
   Stage Of;
   Of.Run(1, 1);
