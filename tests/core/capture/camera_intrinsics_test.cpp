@@ -16,9 +16,10 @@ using testing::ElementsAre;
 
 // A focal length off by a fraction e moves the corners of a board tilted by 30 degrees at 0.4 m by
 // about 30 e pixels against each other; corners lie within 0.1 pixels of the truth, so e is below
-// 1 / 300. A principal point that is off tilts the boards to make up for it, with as little effect
-// on the corners. 2 pixels of 600; the four true values lie 25 and more apart.
-constexpr double Lens_Tolerance = 2.0;
+// 1 / 300 for one board, and of all boards together smaller by the root of their number: 0.5 pixels
+// of 600. A principal point that is off tilts the boards to make up for it, with as little effect
+// on the corners. Corners that all lie half a pixel off move it by as much.
+constexpr double Lens_Tolerance = 0.5;
 
 // The same freedom, for a board pose at 0.4 m: 1 / 300 of the distance, and as much of a radian.
 constexpr double Pose_Tolerance_Metres = 0.4 / 300.0;
