@@ -6,6 +6,8 @@
 #include "simulate/motion.h"
 #include "tests/support/largest.h"
 
+#include "tests/support/decimal_comma.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -400,6 +402,29 @@ TEST(MotiveTake, IsInMillimetresWhenAskedFor) {
   }
 }
 
+TEST(MotiveTake, GivesEachBodyAndMarkerAnIdOfItsOwn) {
+  const std::vector<simulate::Take_File> Files =
+      simulate::Take_Files(Make_Plan(Take_Of(Take_Format::Motive)));
+  // The names of all columns stand above their ids.
+  const std::vector<std::string> Lines = Lines_Of(Files.at(0).Text);
+  const auto Names = std::find_if(Lines.begin(), Lines.end(), [](const std::string& Line) {
+    return Line.find(",camera,") != std::string::npos;
+  });
+  ASSERT_LT(Names + 1, Lines.end());
+  const std::vector<std::string> Name = Split(Names[0], ','), Id = Split(Names[1], ',');
+  ASSERT_EQ(Name.size(), Id.size());
+  std::map<std::string, std::string> Ids;
+  for (std::size_t i = 2; i < Name.size(); ++i) {
+    EXPECT_EQ(Ids.emplace(Name[i], Id[i]).first->second, Id[i]) << "one for all columns";
+  }
+  EXPECT_EQ(Ids, (std::map<std::string, std::string>{{"prop", "1003"},
+                                                     {"prop:Marker1", "1103"},
+                                                     {"camera", "1001"},
+                                                     {"camera:Marker1", "1101"},
+                                                     {"board", "1002"},
+                                                     {"board:Marker1", "1102"}}));
+}
+
 TEST(MotiveTake, HasAThirdBodyBeforeTheTwo) {
   const Bodies Read = Read_Take(Make_Plan(Take_Of(Take_Format::Motive)));
   EXPECT_EQ(Read.count("prop"), 1u);
@@ -499,6 +524,28 @@ TEST(PlainTake, HasAMapOfEveryColumn) {
     EXPECT_THAT(Map, testing::HasSubstr('"' + Column + '"'));
   }
   EXPECT_THAT(Map, testing::HasSubstr("axes = [\"x\", \"-z\", \"y\"]\n"));
+}
+
+TEST(TakeFiles, AreTheSameInALocaleWithDecimalCommas) {
+  for (const Take_Format Format :
+       {Take_Format::Motive, Take_Format::Vicon, Take_Format::Vicon_Quaternion,
+        Take_Format::Qualisys, Take_Format::Tum, Take_Format::Eth, Take_Format::Euroc,
+        Take_Format::Csv}) {
+    Options Settings = Take_Of(Format);
+    Settings.Recording.Rate_Hz = 1250.0;  // with a separator of thousands
+    Settings.Image_Count = 2;
+    Settings.Recording.Shortest_Hold = Settings.Recording.Longest_Hold = 0.2;
+    Settings.Recording.Shortest_Move = Settings.Recording.Longest_Move = 0.1;
+    const Plan Capture = Make_Plan(Settings);
+    const std::vector<simulate::Take_File> Expected = simulate::Take_Files(Capture);
+    const Decimal_Commas Elsewhere;
+    const std::vector<simulate::Take_File> Written = simulate::Take_Files(Capture);
+    ASSERT_EQ(Written.size(), Expected.size());
+    ASSERT_FALSE(Written.empty());
+    for (std::size_t i = 0; i < Written.size(); ++i) {
+      EXPECT_TRUE(Written[i].Text == Expected[i].Text) << Written[i].Name;
+    }
+  }
 }
 
 }  // namespace

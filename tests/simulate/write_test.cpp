@@ -4,6 +4,7 @@
 #include "simulate/simulate.h"
 #include "simulate/take.h"
 
+#include "tests/support/decimal_comma.h"
 #include "tests/support/read_text.h"
 #include "tests/support/scratch_folder.h"
 
@@ -119,6 +120,22 @@ TEST(WriteTables, StartsWithTheFirstRowWhenNoHeaderIsWanted) {
   ASSERT_EQ(Lines.size(), 8u);
   EXPECT_THAT(Fields_Of(Lines[0])[1], testing::EndsWith("0001.png"));
   EXPECT_EQ(simulate::Read_Truth(Folder.Path() / "truth.json").Rows[0].Csv_Line, 1);
+}
+
+TEST(WriteTables, WritesTheSameInALocaleWithDecimalCommas) {
+  simulate::Options Settings = Tiny_Capture();
+  Settings.Recording.Clip = true;  // a timed capture
+  const simulate::Plan Capture = Make_Plan(Settings);
+  const Scratch_Folder Folder;
+  simulate::Write_Tables(Capture, Folder.Path());
+  const auto Read = [&](const char* Name) { return Read_Text(Folder.Path() / Name); };
+  const std::string Rows = Read("capture.csv"), Times = Read("times.csv"),
+                    Truth = Read("truth.json");
+  const Decimal_Commas Elsewhere;
+  simulate::Write_Tables(Capture, Folder.Path());
+  EXPECT_EQ(Read("capture.csv"), Rows);
+  EXPECT_EQ(Read("times.csv"), Times);
+  EXPECT_EQ(Read("truth.json"), Truth);
 }
 
 TEST(WriteTables, WritesNoPhotographs) {
