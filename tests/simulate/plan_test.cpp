@@ -2,6 +2,7 @@
 //
 // The plan of a capture: all poses, the tracker samples, and the bad rows.
 #include "simulate/simulate.h"
+#include "simulate/tracker.h"
 
 #include "tests/simulate/opencv_view.h"
 #include "tests/support/largest.h"
@@ -240,6 +241,25 @@ TEST(MakeSample, HoldsAThirdOfATurnAboutTheDiagonal) {
   EXPECT_NEAR(Reported.Rotation.x(), -0.5, 1e-15);
   EXPECT_NEAR(Reported.Rotation.y(), -0.5, 1e-15);
   EXPECT_NEAR(Reported.Rotation.z(), -0.5, 1e-15);
+}
+
+// A quaternion and its negative are the same rotation; trackers report the one with w above 0, and
+// 0 where it is.
+TEST(MakeSample, HasNoNegativeZeroInHalfATurn) {
+  const Sample Reported = simulate::Make_Sample(Pose({1, 0, 0}, {0, 0, 1}, {0, -1, 0}, {0, 0, 0}));
+  EXPECT_EQ(Reported.Rotation.w(), 0.0);
+  EXPECT_FALSE(std::signbit(Reported.Rotation.w()));
+}
+
+// Base to body is Rx(90), which takes y to z and z to -y. Rz(90) along the body's own axes then
+// takes x to y and y to -x: of Base, x comes to y, y to z and z to x, a third of a turn.
+TEST(MovedSample, TurnsAboutAxesOfTheBodyAndShiftsAlongThoseOfBase) {
+  Sample From;
+  From.Position = {0.5, 0.25, 0.125};
+  From.Rotation = Eigen::Quaterniond(std::sqrt(0.5), std::sqrt(0.5), 0.0, 0.0);
+  const Sample To = simulate::Moved(From, {1.0, 2.0, 3.0}, {0.0, 0.0, std::acos(0.0)});
+  EXPECT_EQ(To.Position, Eigen::Vector3d(1.5, 2.25, 3.125));
+  EXPECT_TRUE(To.Rotation.coeffs().isApprox(Eigen::Vector4d::Constant(0.5), 1e-12));
 }
 
 // Rz(90) takes x to y and y to -x; Rx(90) then takes y to z and z to -y. So Rx * Rz takes x to z,

@@ -80,6 +80,10 @@ TEST(LibraryInputs, TheTurnedCaptureHasTheSameRowsWithTheCamerasQuaternionsTurne
   const rigsync::Capture_File Back = rigsync::Read_Capture_File(Scratch.Path() / "t.csv");
   ASSERT_EQ(Back.Rows.size(), 2u);
   EXPECT_EQ(Back.Header_Count, 0u);
+  // The rows are numbered where a capture has times.
+  const std::string Text = Read_Text(Scratch.Path() / "t.csv");
+  EXPECT_EQ(Text.substr(0, 12), "1,a b/1.png,");
+  EXPECT_EQ(Text.substr(Text.find('\n') + 1, 9), "2,\\2.png,");
   EXPECT_TRUE(std::isnan(Back.Rows[1].Camera.Position[0]));
   for (std::size_t i = 0; i < 2; ++i) {
     EXPECT_EQ(Back.Rows[i].Image, Rows[i].Image);
