@@ -460,6 +460,68 @@ TEST(WriteTables, TellsOptionsLensAndKindsInTruthJson) {
   EXPECT_EQ(File.at("images").at(Index_Of(Capture, Row_Kind::Stale)).at("kind"), "stale");
 }
 
+TEST(WriteTables, TellsEveryOptionInTruthJsonUnderItsName) {
+  Options Settings;
+  Settings.Seed = 11;
+  Settings.Image_Count = 40;
+  Settings.Width = 640;
+  Settings.Height = 480;
+  Settings.Board_Cols = 7;
+  Settings.Board_Rows = 5;
+  Settings.Square_Size = 0.025;
+  Settings.Norm_Fx = 1.25;
+  Settings.Norm_Fy = 1.75;
+  Settings.Norm_Cx = 0.5;
+  Settings.Norm_Cy = 0.46875;
+  Settings.K1 = -0.0625;
+  Settings.K2 = 0.03125;
+  Settings.Camera_Mount_Euler_Deg = {1, 2, 3};
+  Settings.Camera_Mount_Offset = {0.125, 0.25, 0.375};
+  Settings.Board_Mount_Euler_Deg = {4, 5, 6};
+  Settings.Board_Mount_Offset = {-0.125, -0.25, -0.375};
+  Settings.Position_Noise_Mm = 0.75;
+  Settings.Rotation_Noise_Deg = 0.0078125;
+  Settings.Stale_Count = 1;
+  Settings.Stale_Mm = 31;
+  Settings.Stale_Deg = 2.5;
+  Settings.Jump_Count = 2;
+  Settings.Jump_Mm = 81;
+  Settings.Jump_Deg = 4.5;
+  Settings.Missing_Count = 3;
+  Settings.Blank_Count = 4;
+  Settings.Truncated_Count = 5;
+  Settings.Cut_Count = 6;
+  Settings.First_Marker = 8;
+  Settings.Marker_Size = 0.625;
+  Settings.Estimate_Error_Deg = 0.15625;
+  Settings.Estimate_Error_Mm = 1.5;
+  Settings.Pose_Spread = simulate::Spread::Centred;
+  Settings.Blur_Pixels = 0.875;
+  Settings.Sensor_Noise = 2.25;
+  Settings.Lighting_Gradient = 0.3125;
+  Settings.Image_Format = "jpg";
+  Settings.Jpeg_Quality = 91;
+  Settings.Paths = Path_Form::Relative;
+  Settings.Header = false;
+  const Scratch_Folder Folder;
+  simulate::Write_Tables(Make_Plan(Settings), Folder.Path());
+  const auto File = nlohmann::json::parse(Read_Text(Folder.Path() / "truth.json"));
+  EXPECT_EQ(File.at("options"), nlohmann::json::parse(R"({
+    "seed": 11, "image_count": 40, "width": 640, "height": 480, "board_cols": 7, "board_rows": 5,
+    "square_size_m": 0.025, "norm_fx": 1.25, "norm_fy": 1.75, "norm_cx": 0.5, "norm_cy": 0.46875,
+    "k1": -0.0625, "k2": 0.03125,
+    "camera_mount_euler_deg": [1.0, 2.0, 3.0], "camera_mount_offset_m": [0.125, 0.25, 0.375],
+    "board_mount_euler_deg": [4.0, 5.0, 6.0], "board_mount_offset_m": [-0.125, -0.25, -0.375],
+    "position_noise_mm": 0.75, "rotation_noise_deg": 0.0078125,
+    "stale_count": 1, "stale_mm": 31.0, "stale_deg": 2.5,
+    "jump_count": 2, "jump_mm": 81.0, "jump_deg": 4.5,
+    "missing_count": 3, "blank_count": 4, "truncated_count": 5, "cut_count": 6,
+    "first_marker": 8, "marker_size": 0.625,
+    "estimate_error_deg": 0.15625, "estimate_error_mm": 1.5, "pose_spread": "centred",
+    "blur_pixels": 0.875, "sensor_noise": 2.25, "lighting_gradient": 0.3125,
+    "image_format": "jpg", "jpeg_quality": 91, "paths": "relative", "header": false})"));
+}
+
 TEST(ReadTruth, ThrowsNamingAFileThatIsntATruth) {
   const Scratch_Folder Folder;
   const auto Message_Of = [](const fs::path& Path) -> std::string {

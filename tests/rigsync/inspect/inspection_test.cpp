@@ -102,6 +102,9 @@ TEST(Inspection, BlamesTheSquareWhereTiltedBoardsTellTheDistance) {
   EXPECT_FALSE(Tilted.All_Findings.Has("tilt_too_small"));
   EXPECT_TRUE(Tilted.All_Findings.Has("scale"));
   EXPECT_FALSE(Tilted.Are_Samples_Readable);
+  for (const rigsync::Board_Pose& Pose : Tilted.Lens->Poses) {
+    EXPECT_NEAR(Pose.Rotation_Cam_Chart.norm(), 1.0, 1e-14);
+  }
 }
 
 // Flat boards leave focal length and distance open together, so a scale that follows from the
