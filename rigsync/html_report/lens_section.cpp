@@ -51,6 +51,7 @@ std::optional<Shown_Lens> Lens_To_Show(const Run_View& View) {
 }
 
 std::string Number_Of(std::size_t k, double Value) {
+  if (!std::isfinite(Value)) return "unknown";
   return k < First_Coefficient ? fmt::format("{:.2f} px", Value) : fmt::format("{:.5f}", Value);
 }
 
