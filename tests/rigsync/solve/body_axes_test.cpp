@@ -35,7 +35,7 @@ TEST(BodyAxes, AMountBeyondTheLimitsIsTurned) {
     const Matrix3d Mount = Rotation(Angle_Deg, {1, -2, 1});
     const Body_Axes Axes = rigsync::Choose_Body_Axes(Mount);
     EXPECT_TRUE(Axes.Is_Turned) << Angle_Deg;
-    EXPECT_NEAR(Axes.Mount_Angle_Deg, Angle_Deg, 1e-5);
+    EXPECT_NEAR(Axes.Mount_Angle_Deg, Angle_Deg, 1e-9);
   }
 }
 
@@ -97,7 +97,7 @@ TEST(BodyAxes, SamplesWithChosenAxesGiveTheChosenMountAndTheWayBackTheTrueOne) {
           True_Mount * Isometry3d(Image.Transform_Base_Tc).inverse();
       const Isometry3d Chosen_Mount = Transform_Cam_Base * *Transform_Base_Chosen;
       EXPECT_NEAR(Eigen::AngleAxisd(Chosen_Mount.linear()).angle() / pose_rig::Radians_In_Degree,
-                  Axes.Chosen_Mount_Angle_Deg, 1e-6);
+                  Axes.Chosen_Mount_Angle_Deg, 1e-9);
       const Isometry3d Back = rigsync::With_Own_Axes(Chosen_Mount, Axes);
       EXPECT_LE((Back.matrix() - True_Mount.matrix()).norm(), 1e-12);
     }

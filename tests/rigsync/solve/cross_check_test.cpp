@@ -60,12 +60,14 @@ TEST(CrossCheck, ALensFromANearOneIsThatOfTheLeastSquares) {
     Near.K1 += 0.02;
     const auto Refined = rigsync::Refine_Lens(Made.Facts, Made.Board, Made.Square_Size, Near);
     ASSERT_TRUE(Refined);
-    EXPECT_NEAR(Refined->Fx, Made.Lens_Px.Fx, 0.01);
-    EXPECT_NEAR(Refined->Fy, Made.Lens_Px.Fy, 0.01);
-    EXPECT_NEAR(Refined->Cx, Made.Lens_Px.Cx, 0.01);
-    EXPECT_NEAR(Refined->Cy, Made.Lens_Px.Cy, 0.01);
-    EXPECT_NEAR(Refined->K1, Made.Lens_Px.K1, 1e-5);
-    EXPECT_NEAR(Refined->K2, Made.Lens_Px.K2, 1e-4);
+    // The corners are rounded to single precision, up to 3e-5 pixels each. A lens from all of them
+    // is off by a few times that, and k1 and k2 by what moves a corner as far.
+    EXPECT_NEAR(Refined->Fx, Made.Lens_Px.Fx, 0.001);
+    EXPECT_NEAR(Refined->Fy, Made.Lens_Px.Fy, 0.001);
+    EXPECT_NEAR(Refined->Cx, Made.Lens_Px.Cx, 0.001);
+    EXPECT_NEAR(Refined->Cy, Made.Lens_Px.Cy, 0.001);
+    EXPECT_NEAR(Refined->K1, Made.Lens_Px.K1, 4e-6);
+    EXPECT_NEAR(Refined->K2, Made.Lens_Px.K2, 8e-6);
   }
 }
 
@@ -139,7 +141,7 @@ TEST(CrossCheck, APointIsDrawnByEachHalfWithItsOwnLensAndMount) {
   const auto& [Odd, Even] = Made_Check.Halves;
   const Eigen::Vector2d Difference = Drawn(Even.Lens_Px, Even.Transform_Cam_Tc * Point_Tc) -
                                      Drawn(Odd.Lens_Px, Odd.Transform_Cam_Tc * Point_Tc);
-  EXPECT_LT((Point.Difference_Px - Difference).norm(), 1e-4);
+  EXPECT_LT((Point.Difference_Px - Difference).norm(), 1e-9);
   EXPECT_GT(Difference.norm(), 1e-3);
 }
 

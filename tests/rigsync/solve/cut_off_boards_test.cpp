@@ -192,7 +192,8 @@ TEST(CutOffBoards, NoPartHasAPoseThatIsWrongByMoreThanItsCovarianceSays) {
     const rigsync::Matrix6d Covariance = Deviation_Px * Deviation_Px * Seen->Unit_Covariance;
     EXPECT_LE(Error.dot(Covariance.inverse() * Error), 49.0) << k;
   }
-  EXPECT_GE(Posed, 20);
+  // Two in three have a pose; corners in one line have none.
+  EXPECT_GE(Posed, 300);
 }
 
 // ---- A capture -------------------------------------------------------------------------------

@@ -49,7 +49,8 @@ Options Without_Noise() {
   return Of;
 }
 
-// Bodies that turn on leave the straight line by 1e-8 m in these times.
+// Bodies that turn on leave the straight line by 1e-8 m in these times, which at their speeds is a
+// microsecond.
 TEST(LagSolve, RowsWithoutNoiseGiveTheLagWithItsSign) {
   for (const double Lag_Seconds : {0.1, -0.06, 0.0}) {
     Motion Moving;
@@ -58,8 +59,8 @@ TEST(LagSolve, RowsWithoutNoiseGiveTheLagWithItsSign) {
     const Joint_Solution Solution = Solve_With_Lag(Made);
     ASSERT_EQ(Solution.Status, Solve_Status::Solved);
     ASSERT_TRUE(Solution.Lag);
-    EXPECT_NEAR(Solution.Lag->Seconds, Lag_Seconds, 1e-5);
-    EXPECT_LE(Error_Mm(Solution, Made), 1e-3);
+    EXPECT_NEAR(Solution.Lag->Seconds, Lag_Seconds, 2e-6);
+    EXPECT_LE(Error_Mm(Solution, Made), 1e-4);
   }
 }
 
@@ -70,7 +71,7 @@ TEST(LagSolve, TurnsAloneGiveTheLagToo) {
   Moving.Speed_Deg = 2;
   const Joint_Solution Solution = Solve_With_Lag(Make_Rig(Without_Noise(), Moving));
   ASSERT_TRUE(Solution.Lag);
-  EXPECT_NEAR(Solution.Lag->Seconds, 0.08, 1e-5);
+  EXPECT_NEAR(Solution.Lag->Seconds, 0.08, 2e-6);
 }
 
 TEST(LagSolve, ALagThatIsNotSolvedMovesTheMount) {
@@ -105,7 +106,7 @@ TEST(LagSolve, AKnownLagIsTakenOut) {
   EXPECT_LE((Solution.At.Transform_Cam_Tc.matrix() - Expected.At.Transform_Cam_Tc.matrix()).norm(),
             1e-6);
   EXPECT_NEAR(Solution.Camera_Mount.Widest_Mm.Half_Width,
-              Expected.Camera_Mount.Widest_Mm.Half_Width, 1e-2);
+              Expected.Camera_Mount.Widest_Mm.Half_Width, 1e-3);
   ASSERT_TRUE(Solution.Lag);
   EXPECT_TRUE(Solution.Lag->Is_Stated);
   EXPECT_EQ(Solution.Lag->Seconds, 0.1);
@@ -146,7 +147,7 @@ TEST(LagSolve, RowsWithoutVelocitiesSayNothingOfTheLag) {
   }
   const Joint_Solution Solution = Solve_With_Lag(Made);
   ASSERT_TRUE(Solution.Lag);
-  EXPECT_NEAR(Solution.Lag->Seconds, 0.1, 1e-5);
+  EXPECT_NEAR(Solution.Lag->Seconds, 0.1, 2e-6);
 }
 
 // Then the lag is where it was before anything was seen, and the mounts are those without one.
@@ -156,12 +157,13 @@ TEST(LagSolve, WithoutAnyMotionNothingIsToldOfTheLag) {
   const Joint_Solution Solution = Solve_With_Lag(Made);
   ASSERT_TRUE(Solution.Lag);
   EXPECT_EQ(Solution.Lag->Seconds, 0.0);
-  EXPECT_GE(Solution.Lag->Half_Width_Seconds, 1.9 * rigsync::Lag_Deviation);
+  // What is expected of a lag before anything is seen: a deviation of half a second.
+  EXPECT_NEAR(Solution.Lag->Half_Width_Seconds, 1.960 * 0.5, 0.001);
   EXPECT_EQ(Evidence_Of(*Solution.Lag), Lag_Evidence::Open);
   EXPECT_LE((Solution.At.Transform_Cam_Tc.matrix() - Expected.At.Transform_Cam_Tc.matrix()).norm(),
             1e-9);
   EXPECT_NEAR(Solution.Camera_Mount.Widest_Mm.Half_Width,
-              Expected.Camera_Mount.Widest_Mm.Half_Width, 1e-6);
+              Expected.Camera_Mount.Widest_Mm.Half_Width, 1e-9);
 }
 
 // At 30 mm/s and 100 ms a sample is ten times its noise away, so that without the lag fast rows

@@ -48,7 +48,7 @@ TEST(MountUncertainty, HalfWidthsAreThoseOfTWithTenDegreesOfFreedom) {
 
 TEST(MountUncertainty, TheRegionIsThatOfFWithTenDegreesOfFreedom) {
   const Mount_Uncertainty Mount = rigsync::Describe_Mount(With_Freedom(10), rigsync::Camera_Mount);
-  EXPECT_NEAR(Mount.Joint_Freedom, 10.0, 1e-6);
+  EXPECT_NEAR(Mount.Joint_Freedom, 10.0, 1e-9);
   Vector6d Motion = Vector6d::Zero();
   Motion[4] = std::sqrt(6 * 3.217) * 0.002;
   EXPECT_NEAR(Mount.Probability_Nearer(Motion), 0.95, Table_Precision);

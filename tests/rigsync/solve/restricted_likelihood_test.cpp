@@ -24,6 +24,12 @@ using rigsync::Noise_Sources;
 using rigsync::Unknowns;
 using rigsync::Variances;
 
+// Both sides are the same algebra in double precision, with inverses of condition 1e5 and less.
+constexpr double Algebra = 1e-9;
+
+// Central differences with steps of 1e-4 of a variance are off by the square of that, a few times.
+constexpr double Differences = 2e-7;
+
 struct Case {
   std::vector<Linear_Row> Rows;
   Linear_Prior Prior;
@@ -109,11 +115,11 @@ void Expect_The_Textbooks_Score_And_Information(const Case& Made) {
   for (int k = 0; k < Noise_Sources; ++k) {
     const MatrixXd& Shape = Full.Shapes[static_cast<std::size_t>(k)];
     const double Score = 0.5 * (Left.dot(Shape * Left) - (P * Shape).trace());
-    EXPECT_NEAR(Terms.Score[k] / Score, 1.0, 1e-6) << k;
+    EXPECT_NEAR(Terms.Score[k] / Score, 1.0, Algebra) << k;
     for (int l = 0; l < Noise_Sources; ++l) {
       const MatrixXd& Other = Full.Shapes[static_cast<std::size_t>(l)];
       const double Information = 0.5 * (P * Shape * P * Other).trace();
-      EXPECT_NEAR(Terms.Variance_Information(k, l) / Information, 1.0, 1e-6) << k << l;
+      EXPECT_NEAR(Terms.Variance_Information(k, l) / Information, 1.0, Algebra) << k << l;
     }
   }
 }
@@ -133,8 +139,8 @@ TEST(RestrictedLikelihood, StepAndCovarianceAreThoseOfGeneralisedLeastSquares) {
   const MatrixXd Covariance = (Full.Derivative.transpose() * Weight * Full.Derivative).inverse();
   const VectorXd Step = Covariance * Full.Derivative.transpose() * Weight * Full.Residual;
   const Likelihood_Terms Terms = rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Made.At);
-  EXPECT_LE((Terms.Covariance - Covariance).norm(), 1e-6 * Covariance.norm());
-  EXPECT_LE((Terms.Step - Step).norm(), 1e-6 * Step.norm());
+  EXPECT_LE((Terms.Covariance - Covariance).norm(), Algebra * Covariance.norm());
+  EXPECT_LE((Terms.Step - Step).norm(), Algebra * Step.norm());
 }
 
 TEST(RestrictedLikelihood, ALagTakesItsStepWithAllUnknowns) {
@@ -145,16 +151,16 @@ TEST(RestrictedLikelihood, ALagTakesItsStepWithAllUnknowns) {
   const VectorXd Step = Covariance * Full.Derivative.transpose() * Weight * Full.Residual;
   const Likelihood_Terms Terms = rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Made.At);
   ASSERT_TRUE(Terms.Lag);
-  EXPECT_NEAR(Terms.Lag->Step / Step[Unknowns], 1.0, 1e-6);
-  EXPECT_NEAR(Terms.Lag->Variance / Covariance(Unknowns, Unknowns), 1.0, 1e-6);
-  EXPECT_LE((Terms.Step - Step.head<Unknowns>()).norm(), 1e-6 * Step.norm());
+  EXPECT_NEAR(Terms.Lag->Step / Step[Unknowns], 1.0, Algebra);
+  EXPECT_NEAR(Terms.Lag->Variance / Covariance(Unknowns, Unknowns), 1.0, Algebra);
+  EXPECT_LE((Terms.Step - Step.head<Unknowns>()).norm(), Algebra * Step.norm());
   EXPECT_LE((Terms.Lag->Variance * Terms.Lag->Unknowns_By_Lag -
              Covariance.block<Unknowns, 1>(0, Unknowns))
                 .norm(),
-            1e-6 * Covariance.norm());
+            Algebra * Covariance.norm());
   const double Squares = Full.Residual.dot(Weight * Full.Residual);
   const VectorXd Left = Full.Residual - Full.Derivative * Step;
-  EXPECT_NEAR(Terms.Squares_Gained / (Squares - Left.dot(Weight * Left)), 1.0, 1e-6);
+  EXPECT_NEAR(Terms.Squares_Gained / (Squares - Left.dot(Weight * Left)), 1.0, Algebra);
 }
 
 // Kenward and Roger's correction, in the paper's own terms.
@@ -185,7 +191,7 @@ TEST(RestrictedLikelihood, WeightsThatWereEstimatedWidenTheCovariance) {
   const MatrixXd Covariance =
       rigsync::Describe_Unknowns(Made.Rows, Terms, Made.At, rigsync::Unknown_Matrix::Zero())
           .Covariance;
-  EXPECT_LE((Covariance - Expected).norm(), 1e-6 * Expected.norm());
+  EXPECT_LE((Covariance - Expected).norm(), Algebra * Expected.norm());
 }
 
 TEST(RestrictedLikelihood, ALagWidensTheCovariance) {
@@ -196,8 +202,8 @@ TEST(RestrictedLikelihood, ALagWidensTheCovariance) {
       rigsync::Describe_Unknowns(Made.Rows, Terms, Made.At, rigsync::Unknown_Matrix::Zero());
   const MatrixXd Of_Unknowns = Expected.topLeftCorner(Unknowns, Unknowns);
   ASSERT_GT((Of_Unknowns - Terms.Covariance).norm(), 1e-2 * Terms.Covariance.norm());
-  EXPECT_LE((Unknown.Covariance - Of_Unknowns).norm(), 1e-6 * Of_Unknowns.norm());
-  EXPECT_NEAR(Unknown.Lag_Variance / Expected(Unknowns, Unknowns), 1.0, 1e-6);
+  EXPECT_LE((Unknown.Covariance - Of_Unknowns).norm(), Algebra * Of_Unknowns.norm());
+  EXPECT_NEAR(Unknown.Lag_Variance / Expected(Unknowns, Unknowns), 1.0, Algebra);
 }
 
 // For the degrees of freedom: by differences of the covariance without the weights' correction.
@@ -218,11 +224,12 @@ TEST(RestrictedLikelihood, TheVariancesOfALagsFitFollowThoseOfTheNoise) {
     Change[k] = 1e-4 * Made.At[k];
     const MatrixXd Difference =
         (Covariance_At(Made.At + Change) - Covariance_At(Made.At - Change)) / (2 * Change[k]);
-    EXPECT_NEAR(Unknown.Lag_Variance_By_Variance[k] / Difference(Unknowns, Unknowns), 1.0, 1e-4);
+    EXPECT_NEAR(Unknown.Lag_Variance_By_Variance[k] / Difference(Unknowns, Unknowns), 1.0,
+                Differences);
     const MatrixXd Of_Unknowns = Difference.topLeftCorner(Unknowns, Unknowns);
     EXPECT_LE(
         (Unknown.Row_Covariance_By_Variance[static_cast<std::size_t>(k)] - Of_Unknowns).norm(),
-        1e-4 * Of_Unknowns.norm());
+        Differences * Of_Unknowns.norm());
   }
 }
 
@@ -235,7 +242,7 @@ void Expect_Score_Of_Differences(const Case& Made) {
       return rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, Where).Log_Likelihood;
     };
     const double Difference = (At(Made.At + Change) - At(Made.At - Change)) / (2 * Change[k]);
-    EXPECT_NEAR(Difference / Terms.Score[k], 1.0, 1e-4) << k;
+    EXPECT_NEAR(Difference / Terms.Score[k], 1.0, Differences) << k;
   }
 }
 
@@ -261,7 +268,7 @@ TEST(RestrictedLikelihood, AVarianceAllowsForTheMeanThatTheRowsGave) {
     Row.Shapes[rigsync::Position_Noise].bottomRightCorner<3, 3>().setIdentity();
     Made.Rows.push_back(Row);
   }
-  Made.Prior.Information = 1e-6 * rigsync::Unknown_Matrix::Identity();
+  Made.Prior.Information = Algebra * rigsync::Unknown_Matrix::Identity();
   Variances At(1.0, 0.0, 1e-5);
   for (int Step = 0; Step < 50; ++Step) {
     At = rigsync::Next_Variances(rigsync::Evaluate_Likelihood(Made.Rows, Made.Prior, At), At);

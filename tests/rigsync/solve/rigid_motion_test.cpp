@@ -58,7 +58,7 @@ TEST(RigidMotion, TheDerivativeOfATurnIsThatOfDifferences) {
             (By_Half_Angle(By) * By_Half_Angle(Turn)).toRotationMatrix());
       };
       const Vector3d Difference = (After(Change) - After(-Change)) / (2 * Step);
-      EXPECT_LE((Derivative.col(Axis) - Difference).norm(), 1e-8) << Angle_Rad;
+      EXPECT_LE((Derivative.col(Axis) - Difference).norm(), 5e-9) << Angle_Rad;
     }
   }
 }

@@ -64,7 +64,7 @@ TEST(RowTest, TheDistanceOfARowIsThatToWhatTheOthersPredict) {
       Made.Rows, std::vector<bool>(Made.Rows.size(), true), Made.Fit, Made.Settings);
   for (std::size_t i = 0; i < Made.Rows.size(); ++i) {
     // The fit has settled to a thousandth of its precision.
-    EXPECT_NEAR(Distances[i].F / F_By_The_Others(Made, i), 1.0, 0.01) << i;
+    EXPECT_NEAR(Distances[i].F / F_By_The_Others(Made, i), 1.0, 0.001) << i;
     EXPECT_FALSE(Distances[i].Is_Outlier);
   }
 }
