@@ -66,7 +66,7 @@ TEST(Progress, ExpectsWritingToTakeTwoAndAHalfTimesAsLongAsSearching) {
   constexpr double Lens_Seconds = 0.1;
   EXPECT_NEAR(*Estimate.Remaining(Searching(5), 13.0), (6 + 2.5 * 10) * 2.0, Lens_Seconds);
   // No image with a board, none to write.
-  EXPECT_NEAR(*Estimate.Remaining(Searching(5, 5), 13.0), 6 * 2.0, Lens_Seconds);
+  EXPECT_DOUBLE_EQ(*Estimate.Remaining(Searching(5, 5), 13.0), 6 * 2.0);
 }
 
 TEST(Progress, WritingIsEstimatedFromItsOwnPaceOnceItIsKnown) {
@@ -92,7 +92,7 @@ TEST(Progress, TheLensOfManyImagesIsExpectedToTakeLong) {
   EXPECT_NEAR(*Estimate.Remaining(Report, 10.0), 8.0 + 25.0, 0.5);
   EXPECT_NEAR(*Estimate.Remaining(Report, 13.0), 5.0 + 25.0, 0.5);
   // It takes longer than expected, and the images are still to be written.
-  EXPECT_NEAR(*Estimate.Remaining(Report, 60.0), 25.0, 0.5);
+  EXPECT_DOUBLE_EQ(*Estimate.Remaining(Report, 60.0), 25.0);
 }
 
 }  // namespace
