@@ -14,7 +14,7 @@ const std::string First_Head =
 const std::string Second_Head =
     From_Hex("d1 00 2198d8 ffeb94 000000 000000 000000 000000 0028c6 0013b9 d1ff d6");
 
-constexpr double Half_A_Unit_Deg = 0.5 / 32768;
+constexpr double Seven_Decimals = 0.5e-7;
 constexpr double Rounding = 1e-12;
 
 // A direction of the body in Base.
@@ -28,15 +28,15 @@ const Eigen::Vector3d Right(1, 0, 0), Forward(0, 1, 0), Up(0, 0, 1);
 TEST(Freed, ReadsThePacketsOfTwoHeads) {
   const Freed_Packet First = Decode_Freed(First_Head);
   EXPECT_EQ(First.Camera_Id, 0);
-  EXPECT_NEAR(First.Slots.Angles_Deg[0], -65.0573120, Half_A_Unit_Deg);
-  EXPECT_NEAR(First.Slots.Angles_Deg[1], 0.5619812, Half_A_Unit_Deg);
+  EXPECT_NEAR(First.Slots.Angles_Deg[0], -65.0573120, Seven_Decimals);
+  EXPECT_NEAR(First.Slots.Angles_Deg[1], 0.5619812, Seven_Decimals);
   EXPECT_EQ(First.Slots.Angles_Deg[2], 0.0);
   EXPECT_EQ(First.Zoom, 16384U);
   EXPECT_EQ(First.Focus, 5377U);
   EXPECT_EQ(First.Spare, 0xD1FFU);
   const Freed_Packet Second = Decode_Freed(Second_Head);
-  EXPECT_NEAR(Second.Slots.Angles_Deg[0], 67.1940918, Half_A_Unit_Deg);
-  EXPECT_NEAR(Second.Slots.Angles_Deg[1], -0.1595459, Half_A_Unit_Deg);
+  EXPECT_NEAR(Second.Slots.Angles_Deg[0], 67.1940918, Seven_Decimals);
+  EXPECT_NEAR(Second.Slots.Angles_Deg[1], -0.1595459, Seven_Decimals);
   EXPECT_EQ(Second.Zoom, 10438U);
   EXPECT_EQ(Second.Focus, 5049U);
 }

@@ -43,8 +43,8 @@ TEST(LiveState, TellsEachBodyWithItsRate) {
   Of.Run(3, 2);
   ASSERT_EQ(Of.View.Bodies.size(), 2U);
   EXPECT_EQ(Of.View.Bodies[1].Name, "freed-2");
-  EXPECT_NEAR(Of.View.Bodies[1].Rate_Hz, 100, 1);
-  EXPECT_NEAR(Of.View.Bodies[1].Mean_Rate_Hz, 100, 1);
+  EXPECT_NEAR(Of.View.Bodies[1].Rate_Hz, 100, 1e-9);
+  EXPECT_NEAR(Of.View.Bodies[1].Mean_Rate_Hz, 100, 1e-9);
   EXPECT_EQ(Of.View.Bodies[1].Samples, 300U);
   EXPECT_EQ(Of.View.Counts.Packets, 600U);
   EXPECT_NEAR(Of.View.Seconds, 3.0, 1e-9);

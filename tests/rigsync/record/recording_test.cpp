@@ -416,7 +416,7 @@ TEST(Recording, TimecodeIsThatOfTheFirstSampleToWithinASample) {
   }
   const Take Read = Of.Read();
   ASSERT_TRUE(Read.Timecode_Start);
-  EXPECT_NEAR(*Read.Timecode_Start, static_cast<double>(Start_Ms) / 1000, 1e-6);
+  EXPECT_NEAR(*Read.Timecode_Start, static_cast<double>(Start_Ms) / 1000, 1e-9);
 }
 
 TEST(Recording, TimecodeMayPassMidnight) {
@@ -427,7 +427,7 @@ TEST(Recording, TimecodeMayPassMidnight) {
     Sample.Timecode = Timecode_At(Start_Ms + 40 * i);
     Of.Add(40 * i, Packet_Of(i, Sample));
   }
-  EXPECT_NEAR(Of.Read().Timecode_Start.value(), static_cast<double>(Start_Ms) / 1000, 1e-6);
+  EXPECT_NEAR(Of.Read().Timecode_Start.value(), static_cast<double>(Start_Ms) / 1000, 1e-9);
 }
 
 TEST(Recording, ATimecodeThatStandsStillIsNotUsed) {
