@@ -41,8 +41,8 @@ TEST(BodyMotion, MeasuresTheSpeedOfASteadyMotionAtEveryRate) {
     for (const Speed_Sample& One : Speeds) {
       if (std::isnan(One.Linear)) continue;
       ++Known;
-      EXPECT_NEAR(One.Linear, 0.05, 1e-6) << Rate << " at " << One.Seconds;
-      EXPECT_NEAR(One.Angular, 0.3, 1e-5) << Rate << " at " << One.Seconds;
+      EXPECT_NEAR(One.Linear, 0.05, Rounding) << Rate << " at " << One.Seconds;
+      EXPECT_NEAR(One.Angular, 0.3, Rounding) << Rate << " at " << One.Seconds;
     }
     EXPECT_GT(Known, Speeds.size() * 8 / 10) << Rate;
   }
@@ -111,16 +111,16 @@ TEST(BodyMotion, ReadsAStretchAsItsMedianWithSpreadAndVelocity) {
     EXPECT_NEAR(Found.Sample.Position[Axis], Middle.Position[static_cast<Eigen::Index>(Axis)],
                 Rounding);
   }
-  // Components of a quaternion go along a curve: over 0.15 rad to either side they bend by 1e-3.
-  EXPECT_LT(Angle_From(Found.Sample, Middle.Rotation_Base_Body), 2e-3);
+  // Components of a quaternion go along a curve, whose two sides are alike about the middle.
+  EXPECT_LT(Angle_From(Found.Sample, Middle.Rotation_Base_Body), Rounding);
   EXPECT_NEAR(Found.Velocity.Linear.x(), 0.03, 1e-9);
   EXPECT_NEAR(Found.Velocity.Linear.y(), -0.04, 1e-9);
   const Eigen::Vector3d Expected = 0.3 * Eigen::Vector3d(1.0, 2.0, -2.0) / 3.0;
-  EXPECT_LT((Found.Velocity.Angular - Expected).norm(), 1e-4);
+  EXPECT_LT((Found.Velocity.Angular - Expected).norm(), Rounding);
   // x moves by 0.03 m/s within 0.5 s to either side: the median of the deviations is half of the
   // largest. So with y.
   const double Of_X = 1.4826 * 0.5 * 15.0, Of_Y = 1.4826 * 0.5 * 20.0;
-  EXPECT_NEAR(Found.Spread_Mm, std::sqrt((Of_X * Of_X + Of_Y * Of_Y) / 3.0), 0.2);
+  EXPECT_NEAR(Found.Spread_Mm, std::sqrt((Of_X * Of_X + Of_Y * Of_Y) / 3.0), Rounding);
 }
 
 TEST(BodyMotion, ReadsAStretchAsIfSomeSamplesHadNotJumpedAndSignsHadNotChanged) {
@@ -135,9 +135,9 @@ TEST(BodyMotion, ReadsAStretchAsIfSomeSamplesHadNotJumpedAndSignsHadNotChanged) 
   }
   const Body_Reading Found = Read_Stretch(Body, 0.0, 1.0).value();
   EXPECT_NEAR(Found.Sample.Position[0], 1.0, Rounding);
-  EXPECT_LT(Angle_From(Found.Sample, Steady(0.0).Rotation_Base_Body), 1e-7);
+  EXPECT_LT(Angle_From(Found.Sample, Steady(0.0).Rotation_Base_Body), Rounding);
   EXPECT_LT(Found.Spread_Mm, Rounding);
-  EXPECT_LT(Found.Spread_Deg, 1e-5);
+  EXPECT_LT(Found.Spread_Deg, Rounding);
 }
 
 TEST(BodyMotion, ReadsNoStretchOfTwoSamples) {
@@ -156,10 +156,10 @@ TEST(BodyMotion, ReadsAnInstantOfASteadyMotionBetweenSamples) {
       EXPECT_NEAR(Found.Sample.Position[Axis], Expected.Position[static_cast<Eigen::Index>(Axis)],
                   Rounding);
     }
-    EXPECT_LT(Angle_From(Found.Sample, Expected.Rotation_Base_Body), 1e-7);
+    EXPECT_LT(Angle_From(Found.Sample, Expected.Rotation_Base_Body), Rounding);
     EXPECT_NEAR(Found.Velocity.Linear.x(), 0.03, Rounding);
-    EXPECT_LT((Found.Velocity.Angular - 0.1 * Eigen::Vector3d(1.0, 2.0, -2.0)).norm(), 1e-7);
-    EXPECT_LT(Found.Spread_Mm, 1e-6);
+    EXPECT_LT((Found.Velocity.Angular - 0.1 * Eigen::Vector3d(1.0, 2.0, -2.0)).norm(), Rounding);
+    EXPECT_LT(Found.Spread_Mm, Rounding);
   }
 }
 

@@ -144,7 +144,7 @@ TEST(CaptureImport, WarnsOfMidnightWhereTheDayOfATimecodeMayNotHave24Hours) {
     On.Tracks.Timecode_Start = Take_Timecode;
     From.Timecode_Start = Clip_Timecode;
     const Capture_Import Made = Import_Clip(On.Tracks, From, Both_Bodies());
-    EXPECT_NEAR(Made.Record.Clock.Offset_Seconds, 20.0, 1e-6);
+    EXPECT_NEAR(Made.Record.Clock.Offset_Seconds, 20.0, 1e-9);
     return Made.Warnings;
   };
   EXPECT_THAT(Warnings_At(30000.0 / 1001.0, 86395.0, 15.0),

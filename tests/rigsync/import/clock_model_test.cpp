@@ -162,7 +162,7 @@ TEST(ClockModel, MatchesPhotographsOfThirtyIrregularHoldsIntoTheirHolds) {
   for (const double Resolution : {0.0, 1.0}) {
     const Tally Found = Match_Photographs(Irregular(30), Resolution, Captures(20));
     Found.Print(fmt::format("photographs to {} s, 30 irregular holds", Resolution));
-    EXPECT_EQ(Found.Wrong, Found.Wrong_Refused);
+    EXPECT_EQ(Found.Wrong, 0U);
     EXPECT_LE(Found.Right_Refused, Found.Right / 10);
   }
 }

@@ -50,7 +50,7 @@ TEST(Clock, IsWhereEachPhotographIsInTheMiddleOfAHold) {
   std::vector<double> Times;
   for (const Hold& One : Uneven_Holds()) Times.push_back(One.Begin_Seconds + 1.0 + 1234.5);
   const Clock_Match Match = Match_By_Holds(Uneven_Holds(), At_Times(Times));
-  EXPECT_NEAR(Match.Offset_Seconds, -1234.5, 1e-6);
+  EXPECT_NEAR(Match.Offset_Seconds, -1234.5, 1e-9);
   EXPECT_NEAR(Match.Score, 1.0, 1e-9);
   EXPECT_TRUE(Match.Is_Certain);
   EXPECT_GT(std::abs(Match.Second_Offset_Seconds - Match.Offset_Seconds), 1.0);

@@ -44,7 +44,7 @@ TEST(Holds, AreWhereBothBodiesStandStillAtEveryRateAndNoise) {
       const Recorded Made = Record(Rate, Noise);
       const Hold_Search Found = Find_Holds(Made.Camera, &Made.Board, {});
       Expect_Holds_Of(Made.Of, Found.Holds);
-      EXPECT_NEAR(Found.Camera.Rate_Hz, Rate, 0.01);
+      EXPECT_NEAR(Found.Camera.Rate_Hz, Rate, 1e-9);
     }
   }
 }
