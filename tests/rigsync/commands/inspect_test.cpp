@@ -2,10 +2,10 @@
 //
 // 'rigsync inspect' as a user runs it: on a good capture, on copies with one fault each, and on
 // captures that were taken badly.
-#include "rigsync/system/quiet_output.h"
 #include "rigsync/system/text.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/rigsync/support/terminal_run.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -710,7 +710,7 @@ TEST_F(Inspect, OnlyATerminalGetsProgressAndColours) {
 }
 
 TEST_F(Inspect, WarningsOfDecodersAreNotPrinted) {
-  if (!rigsync::Quiets_Standard_Error()) GTEST_SKIP() << "a sanitizer reports on standard error";
+  if (Is_Sanitized) GTEST_SKIP() << "a sanitizer reports on standard error";
   const Scratch_Folder Folder;
   const fs::path Cut = Folder.Path() / "cut.png";
   const fs::path Csv = Changed_Csv(Folder, [&](std::size_t Index, Fields& Row) {

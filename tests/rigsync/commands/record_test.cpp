@@ -73,6 +73,7 @@ TEST(RecordCommand, RecordsTwoBodiesAndNamesTheNextCommand) {
 }
 
 TEST(RecordCommand, JoinsTheGroupsOfSourceNumbers) {
+  if (!Has_Multicast()) GTEST_SKIP() << "no multicast on the loopback here";
   const Scratch_Folder Scratch;
   const std::uint16_t Port = Free_Port();
   const Stream Sending([&](const Udp_Sender& Sender, int i) {
@@ -89,9 +90,6 @@ TEST(RecordCommand, JoinsTheGroupsOfSourceNumbers) {
       Rigsync({"record", "-o", "take.rsr", "--opentrackio", "3,5," + std::to_string(Port),
                "--interface", "127.0.0.1", "--packets", "50"},
               Scratch.Path());
-  if (Done.Said.find("can't be joined") != std::string::npos) {
-    GTEST_SKIP() << "no multicast on the loopback here";
-  }
   EXPECT_EQ(Done.Status, 0) << Done.Error;
   EXPECT_THAT(Done.Output, AllOf(HasSubstr("opentrackio-3"), HasSubstr("opentrackio-5"),
                                  Not(HasSubstr("opentrackio-4"))));

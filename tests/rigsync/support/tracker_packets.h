@@ -115,6 +115,18 @@ class Udp_Sender {
   int Handle;
 };
 
+// Whether a program of this machine can join a multicast group on the loopback, found without the
+// code that is tested.
+inline bool Has_Multicast() {
+  const int Handle = socket(AF_INET, SOCK_DGRAM, 0);
+  ip_mreq Group{};
+  inet_pton(AF_INET, "239.135.1.1", &Group.imr_multiaddr);
+  inet_pton(AF_INET, "127.0.0.1", &Group.imr_interface);
+  const bool Joined = setsockopt(Handle, IPPROTO_IP, IP_ADD_MEMBERSHIP, &Group, sizeof Group) == 0;
+  close(Handle);
+  return Joined;
+}
+
 // A port that was free a moment ago.
 inline std::uint16_t Free_Port() {
   const int Handle = socket(AF_INET, SOCK_DGRAM, 0);
