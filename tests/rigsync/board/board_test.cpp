@@ -290,7 +290,7 @@ TEST(Board, NothingIsPrintedInTheWhiteMargin) {
     const std::string Label = "white margin     ";
     const double Printed_Margin =
         std::stod(Done.Output.substr(Done.Output.find(Label) + Label.size()));
-    EXPECT_GE(Printed_Margin + 0.05, std::max(rigsync::Printer_Edge, Asked.Square_Mm / 3.0));
+    EXPECT_GE(Printed_Margin + 0.05, std::max(5.0, Asked.Square_Mm / 3.0));
     const std::string Picture = Rendered(Output);
     const std::vector<cv::Point2f> Corners = Found_In(Picture, Asked.Board);
     ASSERT_FALSE(Corners.empty());

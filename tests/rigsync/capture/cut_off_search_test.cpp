@@ -137,7 +137,7 @@ TEST_F(CutOffSearch, CornersThatAreSeenHaveTheIndicesAndPlacesOfTheBoards) {
       continue;
     }
     const auto Truth = simulate::Project_Board(Of.Plan, Of.Plan.Images[i]);
-    EXPECT_GE(Some.size(), rigsync::Least_Some_Corners);
+    EXPECT_GE(Some.size(), 6U);
     for (const Seen_Corner& Corner : Some) {
       EXPECT_LE(Error_Of(Corner, Truth.at(Corner.Index)), Corner_Tolerance_Px) << Corner.Index;
     }
