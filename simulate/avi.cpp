@@ -60,12 +60,13 @@ std::uint64_t Even(std::uint64_t Length) {
 }  // namespace
 
 Avi_Writer::Avi_Writer(const std::filesystem::path& File, int Width_Pixels, int Height_Pixels,
-                       int Rate)
+                       int Rate, std::uint64_t Most_Bytes)
     : Name(File),
       Out(File, std::ios::binary | std::ios::trunc),
       Width(Width_Pixels),
       Height(Height_Pixels),
-      Frames_Per_Second(Rate) {
+      Frames_Per_Second(Rate),
+      Most(Most_Bytes) {
   Write_Header();
   if (!Out) throw std::runtime_error("simulate: can't write " + Name.string());
 }
@@ -98,7 +99,7 @@ void Avi_Writer::Add(const std::vector<unsigned char>& Jpeg) {
   const std::uint64_t Length = Name_And_Length + Even(Jpeg.size());
   const std::uint64_t Whole = Header_Bytes + Frame_Bytes + Length + Name_And_Length +
                               (Sizes.size() + 1) * Index_Entry_Bytes;
-  if (Whole > Largest_Clip_Bytes) {
+  if (Whole > Most) {
     throw std::runtime_error("simulate: more than 2 GB, which an AVI file can't have: " +
                              Name.string());
   }

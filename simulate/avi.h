@@ -17,8 +17,9 @@ constexpr std::uint64_t Largest_Clip_Bytes = 2'000'000'000;
 
 class Avi_Writer {
  public:
-  // Throws std::runtime_error when the file can't be written.
-  Avi_Writer(const std::filesystem::path& File, int Width, int Height, int Frames_Per_Second);
+  // Throws std::runtime_error when the file can't be written. The file has at most Most_Bytes.
+  Avi_Writer(const std::filesystem::path& File, int Width, int Height, int Frames_Per_Second,
+             std::uint64_t Most_Bytes = Largest_Clip_Bytes);
 
   // A frame as a JPEG file has it. Throws std::runtime_error when the file would get too large.
   void Add(const std::vector<unsigned char>& Jpeg);
@@ -33,6 +34,7 @@ class Avi_Writer {
   std::filesystem::path Name;
   std::ofstream Out;
   int Width, Height, Frames_Per_Second;
+  std::uint64_t Most;
   std::vector<std::uint32_t> Sizes;  // of the frames, bytes
   std::uint64_t Frame_Bytes = 0;     // of all frames with their headers
   std::uint32_t Largest_Frame = 0;

@@ -342,6 +342,21 @@ TEST(AviWriter, RefusesAFileThatCantBeWritten) {
                std::runtime_error);
 }
 
+TEST(AviWriter, WritesUpToTheLargestSizeAndNotAByteMore) {
+  const Scratch_Folder Folder;
+  const auto Write = [&](const char* Name, std::uint64_t Most) {
+    simulate::Avi_Writer Writer(Folder.Path() / Name, 32, 32, 25, Most);
+    for (const std::size_t Bytes : {100, 51, 200}) {
+      Writer.Add(std::vector<unsigned char>(Bytes, 0xab));
+    }
+    Writer.Finish();
+    return std::filesystem::file_size(Folder.Path() / Name);
+  };
+  const std::uint64_t Size = Write("any.avi", 1'000'000);
+  EXPECT_EQ(Write("just.avi", Size), Size);
+  EXPECT_THROW(Write("over.avi", Size - 1), std::runtime_error);
+}
+
 TEST(MakePlan, RefusesAClipThatDoesntFitInAFileOrBeginsTooLate) {
   const auto Refusal = [](const Options& Settings) -> std::vector<std::string> {
     try {

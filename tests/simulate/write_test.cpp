@@ -522,6 +522,37 @@ TEST(WriteTables, TellsEveryOptionInTruthJsonUnderItsName) {
     "image_format": "jpg", "jpeg_quality": 91, "paths": "relative", "header": false})"));
 }
 
+// The defaults are part of what a seed means: captures of the pages and of other tests rely on
+// them.
+TEST(WriteTables, TellsTheDefaultsInTruthJson) {
+  Options Settings;
+  Settings.Recording.Clip = true;
+  Settings.Recording.Lag_Ms = 0.1;
+  const Scratch_Folder Folder;
+  simulate::Write_Tables(Make_Plan(Settings), Folder.Path());
+  const auto File = nlohmann::json::parse(Read_Text(Folder.Path() / "truth.json"));
+  nlohmann::json Told = File.at("options");
+  const nlohmann::json Recording = Told.at("recording");
+  Told.erase("recording");
+  EXPECT_EQ(Told, nlohmann::json::parse(R"({
+    "seed": 1, "image_count": 24, "width": 1920, "height": 1080, "board_cols": 11, "board_rows": 8,
+    "square_size_m": 0.03, "norm_fx": 1.1, "norm_fy": 0.0, "norm_cx": 0.503, "norm_cy": 0.492,
+    "k1": -0.09, "k2": 0.03,
+    "camera_mount_euler_deg": [35.0, -25.0, 20.0], "camera_mount_offset_m": [0.06, -0.14, -0.08],
+    "board_mount_euler_deg": [12.0, -20.0, 8.0], "board_mount_offset_m": [-0.17, 0.05, 0.04],
+    "position_noise_mm": 0.0, "rotation_noise_deg": 0.0,
+    "stale_count": 0, "stale_mm": 30.0, "stale_deg": 2.0,
+    "jump_count": 0, "jump_mm": 80.0, "jump_deg": 4.0,
+    "missing_count": 0, "blank_count": 0, "truncated_count": 0,
+    "estimate_error_deg": 0.0, "estimate_error_mm": 0.0, "pose_spread": "good",
+    "blur_pixels": 0.7, "sensor_noise": 2.0, "lighting_gradient": 0.25,
+    "image_format": "png", "jpeg_quality": 95, "paths": "absolute", "header": true})"));
+  EXPECT_EQ(Recording, nlohmann::json::parse(R"({
+    "format": "none", "clip": true, "unit": "m", "rate_hz": 100.0, "hold_s": [1.0, 4.0],
+    "move_s": [0.8, 3.0], "regular_holds": false, "clock_offset_s": 0.0, "lost_percent": 0.0,
+    "drift_mm_per_s": 0.0, "drift_deg_per_s": 0.0, "lag_s": 0.0001, "one_body": false})"));
+}
+
 TEST(ReadTruth, ThrowsNamingAFileThatIsntATruth) {
   const Scratch_Folder Folder;
   const auto Message_Of = [](const fs::path& Path) -> std::string {
