@@ -3,6 +3,7 @@
 has no effect is not changed; docs/testing.md lists these exceptions with their reasons."""
 import collections
 import decimal
+import os
 import re
 import struct
 
@@ -456,11 +457,16 @@ def read_definitions(paths):
 def make_mutant(source, kind, first, last, new):
     start, end = source.tokens[first].start, source.tokens[last].end
     text = source.text
-    line = text.count("\n", 0, start) + 1
-    from_line = text.rfind("\n", 0, start) + 1
+    # Of a text of many lines only the changed one identifies the change.
+    shared = 0
+    if source.tokens[first].kind == "raw":
+        shared = len(os.path.commonprefix([text[start:end], new]))
+    line = text.count("\n", 0, start + shared) + 1
+    from_line = text.rfind("\n", 0, start + shared) + 1
     to_line = text.find("\n", end)
     before = squeeze(text[from_line:to_line])
-    after = squeeze(text[from_line:start] + new + text[end:to_line])
+    after = squeeze(text[from_line:max(start, from_line)] +
+                    new[max(0, from_line - start):] + text[end:to_line])
     if after in (";", ""):
         after = "(nothing)"
     if squeeze(text[start:end]) == "return Code;" and before == "return Code;":

@@ -33,4 +33,13 @@ TEST(Codes, OnlyCodes0And99AreUsable) {
   }
 }
 
+// Codes about the set-up of the run or a fault of the program say nothing about the capture.
+TEST(Codes, ThoseAboutImagesOutliersAndLimitsMayBlameTheCapture) {
+  std::vector<int> Blaming;
+  for (const rigsync::Code_Advice& Advice : rigsync::All_Codes()) {
+    if (rigsync::May_Blame_Capture(Advice.Code)) Blaming.push_back(Advice.Code);
+  }
+  EXPECT_EQ(Blaming, (std::vector<int>{4, 5, 6, 13, 14, 99}));
+}
+
 }  // namespace

@@ -227,7 +227,10 @@ TEST(ResultFile, AMountThatIsNotFiniteIsReadAsNaNAndRefusedWhereItIsRequired) {
     rigsync::Require_Finite_Mount("r.json", Read.Transform_Cam_Tc);
     FAIL();
   } catch (const rigsync::Usage_Error& Error) {
-    EXPECT_THAT(Error.what(), HasSubstr("r.json: 'transform_cam_tc' has NaN or infinite values"));
+    EXPECT_STREQ(Error.what(),
+                 "r.json: 'transform_cam_tc' has NaN or infinite values, so the result cannot be "
+                 "used. The probable cause is a NaN tracker value in the CSV: 'rigsync inspect' "
+                 "names its line. Remove that line and calibrate again");
   }
   rigsync::Require_Finite_Mount("r.json", Whole_Result().Transform_Cam_Tc);
 }
