@@ -271,7 +271,12 @@ def is_even_use(source, i):
         return True
     if tokens[i + 1].text == "." and tokens[i + 2].text in EVEN_MEMBERS:
         return True
-    if is_even_argument(source, i, i):
+    first, last = i, i
+    while first is not None and tokens[first - 1].text == "*":  # with its factors
+        first = source.operand_before(first - 1)
+    while last is not None and tokens[last + 1].text == "*":
+        last = source.operand_after(last + 1)
+    if first is not None and last is not None and is_even_argument(source, first, last):
         return True
     first, last = i, i
     if tokens[i - 1].text == "(" and tokens[i - 2].text == ">" and tokens[i + 1].text == ")":
@@ -280,11 +285,12 @@ def is_even_use(source, i):
         tokens[last + 1].text == "," and re.fullmatch(r"2(\.0)?", tokens[last + 2].text)
 
 
-def uses(source, i):
-    """Where the name at i, which a declaration declares, is used until its block ends."""
+def uses(source, i, begin=None):
+    """Where the name at i, which a declaration declares, is used until its block ends: after the
+    declaration, or from begin on."""
     name, around = source.tokens[i].text, source.group[i]
     end = source.partner[around] if around >= 0 else len(source.tokens)
-    _, begin = source.statement[i]
+    begin = begin or source.statement[i][1]
     return [j for j in range(begin, end) if source.tokens[j].text == name and
             source.tokens[j - 1].text not in (".", "->")]
 
@@ -296,10 +302,11 @@ def is_even(source, first, last):
         return True
     tokens = source.tokens
     begin, end = source.statement[first]
-    declares = [token.text for token in tokens[begin:first]]
-    if declares[:1] == ["const"] and declares[-1:] == ["="] and len(declares) == 4 and \
-            last == end - 1:
-        found = uses(source, first - 2)
+    ends = last == end - 1 or tokens[last + 1].text == ","
+    if tokens[begin].text == "const" and tokens[begin + 1].kind == "name" and \
+            tokens[first - 1].text == "=" and ends and \
+            (first - 3 == begin + 1 or tokens[first - 3].text == ","):
+        found = uses(source, first - 2, last + 1)
         return bool(found) and all(is_even_use(source, j) for j in found)
     return False
 
