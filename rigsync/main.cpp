@@ -4,6 +4,7 @@
 // a message and an exit status.
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/program.h"
+#include "rigsync/system/failure_text.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
@@ -11,10 +12,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -160,7 +163,8 @@ int Run(const std::vector<std::string>& Words) {
 int Finish_Output(int Status) {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return Status;
   if (rigsync::Reader_Is_Gone()) return Status;
-  rigsync::Complain("standard output can't be written");
+  const std::error_code Reason(errno != 0 ? errno : EIO, std::generic_category());
+  rigsync::Complain("standard output can't be written: " + rigsync::Failure_Text(Reason));
   return Status == rigsync::Exit_Success ? rigsync::Exit_Exception : Status;
 }
 
@@ -171,7 +175,7 @@ int main(int Argument_Count, char** Arguments) {
   try {
     return Finish_Output(Run(Command_Words(Argument_Count, Arguments)));
   } catch (const std::exception& Error) {
-    rigsync::Complain(rigsync::One_Line(Error.what()));
+    rigsync::Complain(rigsync::Failure_Text(Error));
   } catch (...) {
     rigsync::Complain("ended by an unknown exception");
   }

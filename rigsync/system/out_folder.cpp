@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/system/out_folder.h"
 
+#include "rigsync/system/failure_text.h"
 #include "rigsync/system/usage_error.h"
 #include "rigsync/system/whole_file.h"
 
@@ -50,12 +51,8 @@ class Created_Folders {
   std::vector<fs::path> Created;  // parents first
 };
 
-// Writes a file and removes it again.
 void Require_Writable(const std::string& Flag, const fs::path& Folder) {
-  const fs::path Probe = Unfinished_File(Folder / "probe");
-  const std::string Reason = Try_Write_Whole(Probe, std::string(Probe_Size, ' '));
-  std::error_code Ignored;
-  fs::remove(Probe, Ignored);
+  const std::string Reason = Try_Folder(Folder, std::string(Probe_Size, ' '));
   if (!Reason.empty()) {
     Refuse(Flag, Folder.string(), "a folder in which files can be written (" + Reason + ")");
   }
@@ -67,9 +64,11 @@ void Require_Space(const std::string& Flag, const fs::path& Folder, std::uintmax
   const fs::space_info Space = fs::space(Folder, Error);
   // A file system that does not report its space is accepted.
   if (Error || Has_Space(Space, Needed_Bytes)) return;
-  Refuse(Flag, Folder.string(),
-         fmt::format("a folder on a disk with {} of space for {} ({} are free)",
-                     Bytes_Text(Needed_Bytes), What, Bytes_Text(Space.available)));
+  Refuse(
+      Flag, Folder.string(),
+      fmt::format("a folder on a disk with {} of space for {} ({} are free); make room there, or "
+                  "choose another disk",
+                  Bytes_Text(Needed_Bytes), What, Bytes_Text(Space.available)));
 }
 
 }  // namespace
@@ -86,7 +85,7 @@ fs::path Make_Out_Folder(const std::string& Flag, const std::string& Path,
   if (!fs::is_directory(Path, Not_A_Folder)) {
     Refuse(Flag, Path,
            "a folder, or a path where one can be created" +
-               (Error ? " (" + Error.message() + ")" : std::string()));
+               (Error ? " (" + Failure_Text(Error) + ")" : std::string()));
   }
   const fs::path Out = fs::canonical(Path);
   Require_Space(Flag, Out, Needed_Bytes, What);

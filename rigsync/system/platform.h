@@ -22,9 +22,9 @@ namespace rigsync {
 
 // ---- The process -------------------------------------------------------------------------------
 
-// The first object of the program. While it exists, each standard stream is open, a reader that
-// closes its pipe early (such as head) does not end the process, and a console shows UTF-8 and
-// colours.
+// The first object of the program. While it exists, each standard stream is open, neither a reader
+// that closes its pipe early (such as head) nor a file that grows beyond its limit (ulimit -f) ends
+// the process, and a console shows UTF-8 and colours.
 class Prepared_Process {
  public:
   Prepared_Process();
@@ -60,8 +60,23 @@ class Stop_Request {
   bool Wait(double Seconds) const;
 };
 
+// While one of these exists, a signal that ends the process waits until it is destroyed, so that a
+// file that takes milliseconds is not left half-done. The second signal of a kind ends the process
+// at once. A signal that is ignored stays ignored, and what handled signals before handles the one
+// that waited. They can be nested, also in the objects above.
+class Held_Signals {
+ public:
+  Held_Signals();
+  ~Held_Signals();
+  Held_Signals(const Held_Signals&) = delete;
+  Held_Signals& operator=(const Held_Signals&) = delete;
+};
+
 // The process id.
 unsigned long Process_Number();
+
+// How many files this process may have open at a time.
+std::size_t Open_File_Limit();
 
 // ---- Streams and descriptors -------------------------------------------------------------------
 
@@ -92,11 +107,45 @@ bool Reader_Is_Gone();
 
 // ---- Files -------------------------------------------------------------------------------------
 
-// Writes Text to a file, which is created or truncated, and returns when the data is on the disk.
+// Writes Text to a new file and returns when the data is on the disk. What has the name already,
+// even a symbolic link that leads nowhere, is left as it is: std::errc::file_exists.
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text);
 
 // Renames a file atomically, replacing an existing file. Both paths must be in the same folder.
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To);
+
+// One process at a time has the lock of a folder; the others can't get it as long as this exists.
+// The system takes it from a process that ends. Where a file system has no locks, everybody gets
+// one.
+class Folder_Lock {
+ public:
+  // Waits for the lock for some time; not at all for 0.
+  Folder_Lock(const std::filesystem::path& Folder, double Seconds);
+  ~Folder_Lock();
+  Folder_Lock(const Folder_Lock&) = delete;
+  Folder_Lock& operator=(const Folder_Lock&) = delete;
+
+  // Whether another process has it, so that this one waited in vain.
+  bool Is_Taken() const { return Has_Another; }
+
+ private:
+  std::intptr_t Handle = -1;
+  bool Has_Another = false;
+};
+
+// Keeps space on the disk of a folder until it is destroyed, for what is written afterwards. The
+// file that holds the space has no name, so nothing of it stays if the process ends. Where it can't
+// be made, nothing is kept.
+class Reserved_Space {
+ public:
+  Reserved_Space(const std::filesystem::path& Folder, std::size_t Bytes);
+  ~Reserved_Space();
+  Reserved_Space(const Reserved_Space&) = delete;
+  Reserved_Space& operator=(const Reserved_Space&) = delete;
+
+ private:
+  std::intptr_t Handle = -1;
+};
 
 // ---- Other programs ----------------------------------------------------------------------------
 //

@@ -11,15 +11,21 @@
 #include <poll.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX's, with sigaction
 #include <spawn.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <random>
+#include <thread>
 
 extern char** environ;  // NOLINT: POSIX's, and in no header
 
@@ -30,17 +36,26 @@ namespace {
 
 constexpr std::array<int, 3> Signals = {SIGINT, SIGTERM, SIGHUP};
 
-// What the signal handler reads. It is only changed while the handler is not installed.
+// What the actions were before a handler was installed.
+using Signal_Actions = std::array<struct sigaction, Signals.size()>;
+
+// What the signal handlers read. It is only changed while they are not installed.
 // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): a handler has no other input
 std::string Interrupt_Message;
 int Saved_Error = -1;
-std::array<struct sigaction, Signals.size()> Previous_Actions;
+Signal_Actions Previous_Actions;
 std::array<int, 2> Stop_Pipe = {-1, -1};  // to read from, to write to
+std::atomic<int> Holder_Count = 0;        // of Held_Signals
+volatile std::sig_atomic_t Held_Signal = 0;
+Signal_Actions Actions_Before_Holding;
 // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
-// Calls only functions that are safe in a signal handler.
+// Calls only functions that are safe in a signal handler. A pipe that nobody reads must not keep
+// the process from ending.
 void Write_And_Raise(int Signal) {
-  if (write(Saved_Error, Interrupt_Message.data(), Interrupt_Message.size()) < 0) {
+  pollfd Ready{Saved_Error, POLLOUT, 0};
+  const bool Is_Ready = poll(&Ready, 1, /*timeout=*/0) == 1 && (Ready.revents & POLLOUT) != 0;
+  if (Is_Ready && write(Saved_Error, Interrupt_Message.data(), Interrupt_Message.size()) < 0) {
     // There is no reader.
   }
   // The handler was removed when it was entered (SA_RESETHAND): the signal now ends the process,
@@ -57,20 +72,24 @@ void Ask_To_Stop(int /*Signal*/) {
   errno = Error_Before;
 }
 
-void Install(void (*Handler)(int)) {
+void Hold(int Signal) {
+  Held_Signal = Signal;
+}
+
+void Install(void (*Handler)(int), Signal_Actions& Earlier) {
   struct sigaction Action = {};
   Action.sa_handler = Handler;
   Action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
   sigemptyset(&Action.sa_mask);
   for (std::size_t i = 0; i < Signals.size(); ++i) {
-    sigaction(Signals[i], nullptr, &Previous_Actions[i]);
-    if (Previous_Actions[i].sa_handler != SIG_IGN) sigaction(Signals[i], &Action, nullptr);
+    sigaction(Signals[i], nullptr, &Earlier[i]);
+    if (Earlier[i].sa_handler != SIG_IGN) sigaction(Signals[i], &Action, nullptr);
   }
 }
 
-void Restore_Handlers() {
+void Restore(const Signal_Actions& Earlier) {
   for (std::size_t i = 0; i < Signals.size(); ++i) {
-    sigaction(Signals[i], &Previous_Actions[i], nullptr);
+    sigaction(Signals[i], &Earlier[i], nullptr);
   }
 }
 
@@ -132,12 +151,13 @@ class Start_Plan {
     posix_spawn_file_actions_addopen(&Actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&Actions, Output, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&Actions, Error, STDERR_FILENO);
-    // Prepared_Process ignores the signal, and a started program would inherit that.
-    sigset_t Pipe_Signal;
-    sigemptyset(&Pipe_Signal);
-    sigaddset(&Pipe_Signal, SIGPIPE);
+    // Prepared_Process ignores these signals, and a started program would inherit that.
+    sigset_t Ignored;
+    sigemptyset(&Ignored);
+    sigaddset(&Ignored, SIGPIPE);
+    sigaddset(&Ignored, SIGXFSZ);
     posix_spawnattr_init(&Attributes);
-    posix_spawnattr_setsigdefault(&Attributes, &Pipe_Signal);
+    posix_spawnattr_setsigdefault(&Attributes, &Ignored);
     posix_spawnattr_setflags(&Attributes, POSIX_SPAWN_SETSIGDEF);
   }
   ~Start_Plan() {
@@ -192,6 +212,7 @@ Prepared_Process::Prepared_Process() {
   while (Descriptor >= 0 && Descriptor <= STDERR_FILENO) Descriptor = open("/dev/null", O_RDWR);
   if (Descriptor >= 0) close(Descriptor);
   signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);
 }
 
 Prepared_Process::~Prepared_Process() = default;
@@ -199,11 +220,11 @@ Prepared_Process::~Prepared_Process() = default;
 Interrupt_Text::Interrupt_Text(const std::string& Text) {
   Interrupt_Message = Text;
   Saved_Error = Copy_Of(STDERR_FILENO);
-  Install(Write_And_Raise);
+  Install(Write_And_Raise, Previous_Actions);
 }
 
 Interrupt_Text::~Interrupt_Text() {
-  Restore_Handlers();
+  Restore(Previous_Actions);
   if (Saved_Error >= 0) close(Saved_Error);
   Saved_Error = -1;
 }
@@ -215,12 +236,12 @@ Stop_Request::Stop_Request() {
     fcntl(End, F_SETFD, FD_CLOEXEC);
     fcntl(End, F_SETFL, O_NONBLOCK);
   }
-  if (Stop_Pipe[0] >= 0) Install(Ask_To_Stop);
+  if (Stop_Pipe[0] >= 0) Install(Ask_To_Stop, Previous_Actions);
 }
 
 Stop_Request::~Stop_Request() {
   if (Stop_Pipe[0] < 0) return;
-  Restore_Handlers();
+  Restore(Previous_Actions);
   for (int& End : Stop_Pipe) {
     close(End);
     End = -1;
@@ -236,8 +257,26 @@ bool Stop_Request::Wait(double Seconds) const {
   return Ready != 1;
 }
 
+Held_Signals::Held_Signals() {
+  if (Holder_Count++ > 0) return;
+  Held_Signal = 0;
+  Install(Hold, Actions_Before_Holding);
+}
+
+Held_Signals::~Held_Signals() {
+  if (--Holder_Count > 0) return;
+  Restore(Actions_Before_Holding);
+  if (Held_Signal != 0) raise(Held_Signal);
+}
+
 unsigned long Process_Number() {
   return static_cast<unsigned long>(getpid());
+}
+
+std::size_t Open_File_Limit() {
+  rlimit Limit{};
+  const bool Is_Known = getrlimit(RLIMIT_NOFILE, &Limit) == 0 && Limit.rlim_cur != RLIM_INFINITY;
+  return Is_Known ? static_cast<std::size_t>(Limit.rlim_cur) : SIZE_MAX;
 }
 
 bool Is_Terminal(std::FILE* Stream) {
@@ -277,7 +316,7 @@ bool Reader_Is_Gone() {
 }
 
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text) {
-  const int Descriptor = open(File.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  const int Descriptor = open(File.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (Descriptor < 0) return Last_Error();
   if (!Write_All(Descriptor, Text)) {
     const std::error_code Reason = Last_Error();
@@ -289,6 +328,43 @@ std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_vie
 
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To) {
   return std::rename(From.c_str(), To.c_str()) == 0 ? std::error_code() : Last_Error();
+}
+
+Folder_Lock::Folder_Lock(const std::filesystem::path& Folder, double Seconds) {
+  using std::chrono::steady_clock;
+  constexpr auto Pause = std::chrono::milliseconds(5);
+  const int Descriptor = open(Folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  Handle = Descriptor;
+  if (Descriptor < 0) return;
+  const auto End = steady_clock::now() + std::chrono::duration<double>(Seconds);
+  while (flock(Descriptor, LOCK_EX | LOCK_NB) != 0) {
+    Has_Another = errno == EWOULDBLOCK;
+    if (!Has_Another || steady_clock::now() >= End) return;
+    std::this_thread::sleep_for(Pause);
+  }
+  Has_Another = false;
+}
+
+Folder_Lock::~Folder_Lock() {
+  if (Handle >= 0) close(static_cast<int>(Handle));
+}
+
+Reserved_Space::Reserved_Space(const std::filesystem::path& Folder, std::size_t Bytes) {
+  const Held_Signals Until_It_Has_No_Name;
+  std::string Name = (Folder / ".reserved-XXXXXX").string();
+  const int Descriptor = mkostemp(Name.data(), O_CLOEXEC);
+  if (Descriptor < 0) return;
+  Handle = Descriptor;
+  unlink(Name.c_str());
+  // Zeros would take no space where a disk compresses or leaves holes.
+  std::string Text(Bytes, '\0');
+  std::minstd_rand Random;
+  for (char& Letter : Text) Letter = static_cast<char>(Random());
+  if (!Write_All(Descriptor, Text)) return;  // then as much as there is
+}
+
+Reserved_Space::~Reserved_Space() {
+  if (Handle >= 0) close(static_cast<int>(Handle));
 }
 
 std::error_code Start_Program(const std::vector<std::string>& Words, Started_Program& Started) {

@@ -21,6 +21,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <string>
+#include <thread>
 
 namespace rigsync {
 namespace {
@@ -74,6 +76,16 @@ BOOL WINAPI Ask_To_Stop(DWORD /*Event*/) {
   const std::lock_guard<std::mutex> Guard(Interrupt_Lock);
   if (Stop_Event == nullptr || WaitForSingleObject(Stop_Event, 0) == WAIT_OBJECT_0) return FALSE;
   return SetEvent(Stop_Event);
+}
+
+// Locked while there are Held_Signals.
+std::recursive_mutex Hold_Lock;
+int Holder_Count = 0;  // changed by who has the lock
+
+// Waits, on the thread of the handlers, and passes the event on.
+BOOL WINAPI Wait_And_Continue(DWORD /*Event*/) {
+  const std::lock_guard<std::recursive_mutex> Guard(Hold_Lock);
+  return FALSE;
 }
 
 // ---- Streams and descriptors -------------------------------------------------------------------
@@ -320,11 +332,27 @@ bool Stop_Request::Wait(double Seconds) const {
   return WaitForSingleObject(Stop_Event, Time) != WAIT_OBJECT_0;
 }
 
+Held_Signals::Held_Signals() {
+  Hold_Lock.lock();
+  if (Holder_Count++ == 0) SetConsoleCtrlHandler(Wait_And_Continue, TRUE);
+}
+
+Held_Signals::~Held_Signals() {
+  const bool Is_Last = --Holder_Count == 0;
+  Hold_Lock.unlock();  // first, because a waiting handler may keep the list of handlers locked
+  if (Is_Last) SetConsoleCtrlHandler(Wait_And_Continue, FALSE);
+}
+
 unsigned long Process_Number() {
   return GetCurrentProcessId();
 }
 
 // Does not use _isatty, which is also true for NUL and serial ports.
+// The runtime has room for thousands.
+std::size_t Open_File_Limit() {
+  return SIZE_MAX;
+}
+
 bool Is_Terminal(std::FILE* Stream) {
   DWORD Mode = 0;
   return GetConsoleMode(Handle_Of(_fileno(Stream)), &Mode) != FALSE;
@@ -373,8 +401,8 @@ bool Reader_Is_Gone() {
 }
 
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text) {
-  const HANDLE Handle = CreateFileW(File.c_str(), GENERIC_WRITE, /*shared*/ 0, nullptr,
-                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE Handle = CreateFileW(File.c_str(), GENERIC_WRITE, /*shared*/ 0, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
   if (Handle == INVALID_HANDLE_VALUE) return Last_Error();
   const std::error_code Reason = Write_All(Handle, Text);
   if (CloseHandle(Handle) == FALSE && !Reason) return Last_Error();
@@ -384,6 +412,45 @@ std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_vie
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To) {
   const DWORD Flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
   return MoveFileExW(From.c_str(), To.c_str(), Flags) != FALSE ? std::error_code() : Last_Error();
+}
+
+Folder_Lock::Folder_Lock(const std::filesystem::path& Folder, double Seconds) {
+  using std::chrono::steady_clock;
+  constexpr auto Pause = std::chrono::milliseconds(5);
+  const std::filesystem::path File = Folder / ".rigsync-lock";
+  const auto End = steady_clock::now() + std::chrono::duration<double>(Seconds);
+  for (;;) {
+    const HANDLE Opened =
+        CreateFileW(File.c_str(), GENERIC_WRITE, /*shared*/ 0, nullptr, OPEN_ALWAYS,
+                    FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    if (Opened != INVALID_HANDLE_VALUE) {
+      Handle = reinterpret_cast<std::intptr_t>(Opened);
+      Has_Another = false;
+      return;
+    }
+    Has_Another = GetLastError() == ERROR_SHARING_VIOLATION;
+    if (!Has_Another || steady_clock::now() >= End) return;
+    std::this_thread::sleep_for(Pause);
+  }
+}
+
+Folder_Lock::~Folder_Lock() {
+  if (Handle != -1) CloseHandle(reinterpret_cast<HANDLE>(Handle));
+}
+
+Reserved_Space::Reserved_Space(const std::filesystem::path& Folder, std::size_t Bytes) {
+  const std::filesystem::path File = Folder / (".reserved-" + std::to_string(Process_Number()));
+  const HANDLE Opened = CreateFileW(File.c_str(), GENERIC_WRITE, /*shared*/ 0, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  if (Opened == INVALID_HANDLE_VALUE) return;
+  Handle = reinterpret_cast<std::intptr_t>(Opened);
+  LARGE_INTEGER Size{};
+  Size.QuadPart = static_cast<LONGLONG>(Bytes);
+  if (SetFilePointerEx(Opened, Size, nullptr, FILE_BEGIN) != FALSE) SetEndOfFile(Opened);
+}
+
+Reserved_Space::~Reserved_Space() {
+  if (Handle != -1) CloseHandle(reinterpret_cast<HANDLE>(Handle));
 }
 
 std::error_code Start_Program(const std::vector<std::string>& Words, Started_Program& Started) {

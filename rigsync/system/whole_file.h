@@ -10,19 +10,20 @@
 
 namespace rigsync {
 
-// The temporary file in File's folder that Write_Whole writes before it is renamed to File. Each
-// process has its own.
-std::filesystem::path Unfinished_File(const std::filesystem::path& File);
-
 // Writes Text to a temporary file in File's folder, makes sure that it is on the disk, and renames
 // it to File. The rename is atomic, so a reader finds either the earlier file or the new one. If
-// writing fails, the temporary file is removed and File is unchanged. Throws std::runtime_error
-// naming File and the reason.
+// writing fails, the temporary file is removed and File is unchanged; a signal waits until it is
+// done. The temporary file is always a new one: nobody can place a link there that leads elsewhere,
+// and processes of two machines don't share it. Throws std::runtime_error naming File and the
+// reason.
 void Write_Whole(const std::filesystem::path& File, std::string_view Text);
 
-// The same without an exception: returns why File could not be written ("No space left on device"),
-// or an empty text on success.
+// The same without an exception: returns why File could not be written and what to do ("No space
+// left on device; make room there, or choose another disk"), or an empty text on success.
 std::string Try_Write_Whole(const std::filesystem::path& File, std::string_view Text);
+
+// Writes such a temporary file in Folder and removes it. Returns why that failed.
+std::string Try_Folder(const std::filesystem::path& Folder, std::string_view Text);
 
 }  // namespace rigsync
 

@@ -126,13 +126,15 @@ TEST(ChildProcess, ReadsNothingFromOurStandardInput) {
   EXPECT_EQ(Process.Wait(), 0);
 }
 
-// As the command ignores it: a program that inherited this would write to a closed pipe for ever.
+// As the command ignores them: a program that inherited this would write to a closed pipe for ever.
 TEST(ChildProcess, TheProgramIsEndedByAClosedPipe) {
-  const auto Before = std::signal(SIGPIPE, SIG_IGN);
-  Child_Process Process("sh", {"-c", "kill -PIPE $$; echo survived"});
-  EXPECT_EQ(Process.Read_Rest(Plenty), "");
-  EXPECT_EQ(Process.Wait(), 128 + SIGPIPE);
-  std::signal(SIGPIPE, Before);
+  for (const int Signal : {SIGPIPE, SIGXFSZ}) {
+    const auto Before = std::signal(Signal, SIG_IGN);
+    Child_Process Process("sh", {"-c", "kill -" + std::to_string(Signal) + " $$; echo survived"});
+    EXPECT_EQ(Process.Read_Rest(Plenty), "");
+    EXPECT_EQ(Process.Wait(), 128 + Signal);
+    std::signal(Signal, Before);
+  }
 }
 
 // Left: an argument; right: what stands for it, by the rules of the start-up code of programs on

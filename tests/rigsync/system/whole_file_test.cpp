@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/system/whole_file.h"
 
+#include "rigsync/system/platform.h"
 #include "tests/rigsync/support/program.h"
+#include "tests/support/child_limits.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -50,8 +55,70 @@ TEST(WholeFile, AMissingFolderIsToldWithItsReason) {
   }
 }
 
+// A test's own folder as the working directory, for as long as this exists.
+class Inside {
+ public:
+  explicit Inside(const fs::path& Folder) : Before(fs::current_path()) { fs::current_path(Folder); }
+  ~Inside() { fs::current_path(Before); }
+  Inside(const Inside&) = delete;
+  Inside& operator=(const Inside&) = delete;
+
+ private:
+  fs::path Before;
+};
+
 TEST(WholeFile, AFileWithoutAFolderLandsInTheWorkingDirectory) {
-  EXPECT_EQ(rigsync::Unfinished_File("result.json").parent_path(), fs::path());
+  const Scratch_Folder Scratch;
+  const Inside There(Scratch.Path());
+  rigsync::Write_Whole("result.json", "text");
+  EXPECT_EQ(Read_Text(Scratch.Path() / "result.json"), "text");
+  EXPECT_EQ(Entry_Count(Scratch.Path()), 1u);
+}
+
+// In a folder that others may write to, the name of the temporary file can be guessed.
+TEST(WholeFile, ALinkInThePlaceOfTheTemporaryFileLeadsNowhere) {
+  const Scratch_Folder Scratch, Elsewhere;
+  const std::string Precious = Elsewhere.Write("precious", "kept");
+  const std::string Process = std::to_string(rigsync::Process_Number());
+  fs::create_symlink(Precious, Scratch.Path() / (".rigsync-" + Process + "-1"));
+  fs::create_symlink(Elsewhere.Path() / "new", Scratch.Path() / (".rigsync-" + Process + "-2"));
+  rigsync::Write_Whole(Scratch.Path() / "result.json", "text");
+  EXPECT_EQ(Read_Text(Scratch.Path() / "result.json"), "text");
+  EXPECT_EQ(Read_Text(Precious), "kept");
+  EXPECT_EQ(Entry_Count(Elsewhere.Path()), 1u);
+  EXPECT_EQ(Entry_Count(Scratch.Path()), 3u);
+}
+
+TEST(WholeFile, TheLongestNameOfAFileSystemIsNotTooLong) {
+  const Scratch_Folder Scratch;
+  const fs::path File = Scratch.Path() / std::string(255, 'x');
+  EXPECT_EQ(rigsync::Try_Write_Whole(File, "text"), "");
+  EXPECT_EQ(Read_Text(File), "text");
+}
+
+// Whoever starts the tests may ignore signals.
+TEST(WholeFile, ASignalLeavesTheFileWholeAndNothingBeside) {
+  Reset_Signals();
+  const Scratch_Folder Scratch;
+  const fs::path File = Scratch.Path() / "result.json";
+  const std::string Text(200'000, 'x');
+  for (int Pause_Us = 0; Pause_Us < 2000; Pause_Us += 50) {
+    const pid_t Child = fork();
+    if (Child == 0) {
+      for (;;) {
+        if (!rigsync::Try_Write_Whole(File, Text).empty()) _exit(1);
+      }
+    }
+    while (!fs::exists(File)) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::microseconds(Pause_Us));
+    kill(Child, SIGTERM);
+    int State = 0;
+    ASSERT_EQ(waitpid(Child, &State, 0), Child);
+    EXPECT_TRUE(WIFSIGNALED(State) && WTERMSIG(State) == SIGTERM) << State;
+    EXPECT_EQ(Entry_Count(Scratch.Path()), 1u) << Pause_Us;
+    EXPECT_EQ(fs::file_size(File), Text.size());
+    fs::remove(File);
+  }
 }
 
 }  // namespace
