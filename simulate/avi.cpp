@@ -62,13 +62,14 @@ std::uint64_t Even(std::uint64_t Length) {
 Avi_Writer::Avi_Writer(const std::filesystem::path& File, int Width_Pixels, int Height_Pixels,
                        int Rate, std::uint64_t Most_Bytes)
     : Name(File),
-      Out(File, std::ios::binary | std::ios::trunc),
+      Unfinished(File),
+      Out(Unfinished.Path(), std::ios::binary | std::ios::trunc),
       Width(Width_Pixels),
       Height(Height_Pixels),
       Frames_Per_Second(Rate),
       Most(Most_Bytes) {
   Write_Header();
-  if (!Out) throw std::runtime_error("simulate: can't write " + Name.string());
+  if (!Out) Throw_Unwritable(Name);
 }
 
 void Avi_Writer::Write_Header() {
@@ -109,7 +110,7 @@ void Avi_Writer::Add(const std::vector<unsigned char>& Jpeg) {
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): streams write chars
   Out.write(reinterpret_cast<const char*>(Jpeg.data()), static_cast<std::streamsize>(Jpeg.size()));
   if (Jpeg.size() % 2 == 1) Out.put('\0');
-  if (!Out) throw std::runtime_error("simulate: can't write " + Name.string());
+  if (!Out) Throw_Unwritable(Name);
   Sizes.push_back(Size);
   Frame_Bytes += Length;
   Largest_Frame = std::max(Largest_Frame, Size);
@@ -127,7 +128,8 @@ void Avi_Writer::Finish() {
   Out.seekp(0);
   Write_Header();
   Out.close();
-  if (!Out) throw std::runtime_error("simulate: can't write " + Name.string());
+  if (!Out) Throw_Unwritable(Name);
+  Unfinished.Finish();
 }
 
 }  // namespace simulate

@@ -5,6 +5,8 @@
 #ifndef RIGSYNC_SIMULATE_AVI_H
 #define RIGSYNC_SIMULATE_AVI_H
 
+#include "simulate/unfinished_file.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -17,7 +19,8 @@ constexpr std::uint64_t Largest_Clip_Bytes = 2'000'000'000;
 
 class Avi_Writer {
  public:
-  // Throws std::runtime_error when the file can't be written. The file has at most Most_Bytes.
+  // The file has its name when Finish has returned, and at most Most_Bytes. Throws
+  // std::runtime_error when it can't be written.
   Avi_Writer(const std::filesystem::path& File, int Width, int Height, int Frames_Per_Second,
              std::uint64_t Most_Bytes = Largest_Clip_Bytes);
 
@@ -32,6 +35,7 @@ class Avi_Writer {
   void Write_Header();
 
   std::filesystem::path Name;
+  Unfinished_File Unfinished;
   std::ofstream Out;
   int Width, Height, Frames_Per_Second;
   std::uint64_t Most;

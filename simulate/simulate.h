@@ -231,9 +231,16 @@ using Render_Progress = std::function<void(std::size_t Done, std::size_t All)>;
 // timed capture also has times.csv, the files of its take (take.h) and clip.avi (clip.h), and the
 // file time of each photograph is that of its moment. Progress counts photographs and the clip's
 // frames.
-// Throws std::runtime_error when a file cannot be written.
+//
+// Each file has its name when it is whole. truth.json is the first and capture.csv the last, and
+// the capture.csv of an earlier capture is removed before anything else: where there is one, the
+// capture is complete. Throws std::runtime_error when a file cannot be written.
 void Write_Capture(const Plan& Capture, const std::filesystem::path& Directory,
                    const Render_Progress& Progress = {});
+
+// What Write_Capture writes; of a missing image the file that it removes.
+std::vector<std::filesystem::path> Files_Of(const Plan& Capture,
+                                            const std::filesystem::path& Directory);
 
 // Writes everything but the photographs, for tests with their own.
 void Write_Tables(const Plan& Capture, const std::filesystem::path& Directory);

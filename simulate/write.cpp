@@ -6,10 +6,12 @@
 #include "simulate/render.h"
 #include "simulate/simulate.h"
 #include "simulate/take.h"
+#include "simulate/unfinished_file.h"
 
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <fstream>
@@ -130,15 +132,18 @@ void Make_Folder(const fs::path& Folder) {
   std::error_code Failure;
   fs::create_directories(Folder, Failure);
   if (!fs::is_directory(Folder)) {
-    throw std::runtime_error("simulate: can't create the folder " + Folder.string());
+    throw std::runtime_error("simulate: can't create the folder " + Folder.string() + ": " +
+                             Failure.message());
   }
 }
 
 void Write_Bytes(const fs::path& File, const char* Bytes, size_t Count) {
-  std::ofstream Out(File, std::ios::binary | std::ios::trunc);
-  Out.write(Bytes, static_cast<std::streamsize>(Count));
-  Out.close();
-  if (!Out) throw std::runtime_error("simulate: can't write " + File.string());
+  Unfinished_File Unfinished(File);
+  errno = 0;
+  std::ofstream Out(Unfinished.Path(), std::ios::binary | std::ios::trunc);
+  if (Out && Out.write(Bytes, static_cast<std::streamsize>(Count))) Out.close();
+  if (!Out) Throw_Unwritable(File);
+  Unfinished.Finish();
 }
 
 void Write_Text(const fs::path& File, const std::string& Text) {
@@ -453,21 +458,17 @@ void Set_File_Time(const Plan& Capture, const Image_Truth& Image, const fs::path
   fs::last_write_time(File, Taken);
 }
 
-}  // namespace
-
-void Write_Tables(const Plan& Capture, const fs::path& Directory) {
-  Make_Folder(Directory);
+// Everything but the photographs, the clip and capture.csv.
+void Write_Truth_And_Takes(const Plan& Capture, const fs::path& Directory) {
+  Write_Text(Directory / "truth.json", Truth_As_Json(Capture).dump(2) + "\n");
   if (Is_Timed(Capture.Settings.Recording)) {
     Write_Text(Directory / "times.csv", Times_Text(Capture));
   }
   for (const Take_File& File : Take_Files(Capture)) Write_Text(Directory / File.Name, File.Text);
-  Write_Text(Directory / "capture.csv", Csv_Text(Capture, Directory));
-  Write_Text(Directory / "truth.json", Truth_As_Json(Capture).dump(2) + "\n");
 }
 
-void Write_Capture(const Plan& Capture, const fs::path& Directory,
-                   const Render_Progress& Progress) {
-  Write_Tables(Capture, Directory);
+void Write_Pictures(const Plan& Capture, const fs::path& Directory,
+                    const Render_Progress& Progress) {
   const cv::Mat Rays =
       Make_Pixel_Rays(Capture.True_Lens, Capture.Settings.Width, Capture.Settings.Height);
   const bool Has_Clip = Capture.Settings.Recording.Clip;
@@ -482,6 +483,45 @@ void Write_Capture(const Plan& Capture, const fs::path& Directory,
   Write_Clip(Capture, Directory / "clip.avi", Rays, [&](size_t Done, size_t /*Frames*/) {
     if (Progress) Progress(Capture.Images.size() + Done, All);
   });
+}
+
+// The names of the tables that every capture may have.
+std::vector<std::string> Table_Names(const Plan& Capture) {
+  std::vector<std::string> Names = {"truth.json", "capture.csv"};
+  if (Is_Timed(Capture.Settings.Recording)) Names.emplace_back("times.csv");
+  for (const std::string& Name : Take_Names(Capture.Settings.Recording)) Names.push_back(Name);
+  if (Capture.Settings.Recording.Clip) Names.emplace_back("clip.avi");
+  return Names;
+}
+
+}  // namespace
+
+std::vector<fs::path> Files_Of(const Plan& Capture, const fs::path& Directory) {
+  std::vector<fs::path> Files;
+  for (const std::string& Name : Table_Names(Capture)) Files.push_back(Directory / Name);
+  for (const Image_Truth& Image : Capture.Images) {
+    Files.push_back(Image_File(Capture, Image, Directory));
+  }
+  return Files;
+}
+
+void Write_Tables(const Plan& Capture, const fs::path& Directory) {
+  Make_Folder(Directory);
+  Write_Truth_And_Takes(Capture, Directory);
+  Write_Text(Directory / "capture.csv", Csv_Text(Capture, Directory));
+}
+
+void Write_Capture(const Plan& Capture, const fs::path& Directory,
+                   const Render_Progress& Progress) {
+  Make_Folder(Directory);
+  // Refused before anything is written, if it is refused.
+  const std::string Csv = Csv_Text(Capture, Directory);
+  const fs::path Earlier_Csv = Directory / "capture.csv";
+  std::error_code Ignored;
+  if (!fs::is_directory(Earlier_Csv, Ignored)) fs::remove(Earlier_Csv, Ignored);
+  Write_Truth_And_Takes(Capture, Directory);
+  Write_Pictures(Capture, Directory, Progress);
+  Write_Text(Directory / "capture.csv", Csv);
 }
 
 Truth Read_Truth(const fs::path& Path) {

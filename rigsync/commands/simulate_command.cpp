@@ -26,7 +26,9 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <system_error>
 #include <utility>
+#include <vector>
 
 namespace rigsync {
 namespace {
@@ -514,7 +516,8 @@ void Refuse_Commas(const Simulate_Arguments& Arguments) {
   if (fs::absolute(Arguments.Directory).string().find_first_of(",\n\r") == std::string::npos)
     return;
   Refuse("DIR", Arguments.Directory,
-         "a folder whose path has no comma, because the CSV contains it; or add --paths relative");
+         "a folder whose path has no comma or line break, because the CSV contains it; or add "
+         "--paths relative");
 }
 
 // Space that a capture needs in any case: the two tables. The size of the photographs is known only
@@ -522,6 +525,21 @@ void Refuse_Commas(const Simulate_Arguments& Arguments) {
 std::uintmax_t Needed_Bytes(const simulate::Options& Options) {
   constexpr std::uintmax_t Base = 1'000'000, Per_Image = 1'000;
   return Base + Per_Image * static_cast<std::uintmax_t>(Options.Image_Count);
+}
+
+// A capture that isn't a simulation's, or what else has the name of a file, can't be taken again.
+// truth.json is the first file of a simulation.
+void Refuse_Other_Files(const simulate::Plan& Capture, const fs::path& Directory) {
+  std::error_code Ignored;
+  if (fs::exists(Directory / "truth.json", Ignored)) return;
+  std::vector<fs::path> Files = simulate::Files_Of(Capture, Directory);
+  Files.push_back(Directory / "stage.json");
+  for (const fs::path& File : Files) {
+    if (!fs::exists(File, Ignored)) continue;
+    throw Usage_Error("DIR", fmt::format("DIR: {} is there and not from a simulation; it is left "
+                                         "as it is. Name another folder",
+                                         File.string()));
+  }
 }
 
 // What an interrupted run prints last, on a line of its own.
@@ -532,12 +550,21 @@ std::string Interrupted(const fs::path& Directory, Progress_Kind Kind) {
 }
 
 void Write_Files(const simulate::Plan& Capture, const fs::path& Directory, Progress_Kind Kind) {
+  Refuse_Other_Files(Capture, Directory);
+  const Folder_Lock Lock(Directory, /*Seconds=*/0.0);
+  if (Lock.Is_Taken()) {
+    throw Usage_Error("DIR", fmt::format("DIR: another 'rigsync simulate' writes to {} now. Wait "
+                                         "for its end, or name another folder",
+                                         Directory.string()));
+  }
   const Interrupt_Text Interruption(Interrupted(Directory, Kind));
   Progress_Output Progress(Kind);
   const std::size_t Frames =
       Capture.Settings.Recording.Clip ? simulate::Clip_Frame_Count(Capture) : 0;
   Progress.Begin(fmt::format("rendering {} photographs{}", Capture.Images.size(),
                              Frames > 0 ? fmt::format(" and {} frames", Frames) : ""));
+  std::error_code Ignored;
+  fs::remove(Directory / "stage.json", Ignored);  // of an earlier capture, with another board
   simulate::Write_Capture(Capture, Directory, [&](std::size_t Done, std::size_t All) {
     const double Left =
         Progress.Seconds() / static_cast<double>(Done) * static_cast<double>(All - Done);

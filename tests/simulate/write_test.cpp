@@ -22,6 +22,10 @@
 #include <string>
 #include <vector>
 
+#ifndef _WIN32
+#include "tests/support/file_size_limit.h"
+#endif
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -362,6 +366,100 @@ TEST(WriteCapture, ThrowsWhenAFileCantBeWritten) {
   EXPECT_THROW(simulate::Write_Capture(Capture, Folder.Path() / "truth"), std::runtime_error);
   fs::create_directories(Folder.Path() / "image" / "images" / "0001.png");
   EXPECT_THROW(simulate::Write_Capture(Capture, Folder.Path() / "image"), std::runtime_error);
+}
+
+std::size_t Unfinished_Count(const fs::path& Folder) {
+  std::size_t Count = 0;
+  for (const auto& Entry : fs::recursive_directory_iterator(Folder)) {
+    if (Entry.path().extension() == ".part") ++Count;
+  }
+  return Count;
+}
+
+TEST(WriteCapture, HasACsvOnlyWhenEverythingElseIsThere) {
+  const Scratch_Folder Folder;
+  const Plan Capture = Make_Plan(Tiny_Capture());
+  for (const char* Run : {"new", "over an earlier one"}) {
+    SCOPED_TRACE(Run);
+    std::size_t Calls = 0;
+    simulate::Write_Capture(Capture, Folder.Path(), [&](std::size_t, std::size_t) {
+      ++Calls;
+      EXPECT_TRUE(fs::exists(Folder.Path() / "truth.json"));
+      EXPECT_FALSE(fs::exists(Folder.Path() / "capture.csv"));
+    });
+    EXPECT_EQ(Calls, Capture.Images.size());
+    EXPECT_TRUE(fs::exists(Folder.Path() / "capture.csv"));
+  }
+  EXPECT_EQ(Unfinished_Count(Folder.Path()), 0u);
+}
+
+#ifndef _WIN32  // which has no such limit, and links for administrators only
+
+TEST(WriteCapture, AFileThatCantBeWrittenWholeKeepsWhatItWasAndTheReasonIsTold) {
+  const Scratch_Folder Folder;
+  Options Settings = Tiny_Capture();
+  simulate::Write_Capture(Make_Plan(Settings), Folder.Path());
+  const std::string Truth = Read_Text(Folder.Path() / "truth.json");
+  Settings.Seed = 12;
+  try {
+    const File_Size_Limit Limit(1000);
+    simulate::Write_Capture(Make_Plan(Settings), Folder.Path());
+    ADD_FAILURE() << "no exception";
+  } catch (const std::runtime_error& Error) {
+    EXPECT_THAT(Error.what(), testing::AllOf(testing::HasSubstr("truth.json"),
+                                             testing::HasSubstr("File too large")));
+  }
+  EXPECT_EQ(Read_Text(Folder.Path() / "truth.json"), Truth);
+  EXPECT_FALSE(fs::exists(Folder.Path() / "capture.csv"));
+  EXPECT_EQ(Unfinished_Count(Folder.Path()), 0u);
+}
+
+TEST(WriteCapture, AClipThatEndsEarlyHasNoName) {
+  const Scratch_Folder Folder;
+  Options Settings = Tiny_Capture();
+  Settings.Image_Count = 2;
+  Settings.Image_Format = "jpg";
+  Settings.Recording.Clip = true;
+  constexpr rlim_t More_Than_A_Picture = 60'000;
+  EXPECT_THROW(
+      {
+        const File_Size_Limit Limit(More_Than_A_Picture);
+        simulate::Write_Capture(Make_Plan(Settings), Folder.Path());
+      },
+      std::runtime_error);
+  EXPECT_TRUE(fs::exists(Folder.Path() / "images" / "0002.jpg"));
+  EXPECT_FALSE(fs::exists(Folder.Path() / "clip.avi"));
+  EXPECT_EQ(Unfinished_Count(Folder.Path()), 0u);
+}
+
+// Whoever may write to the folder can place one.
+TEST(WriteCapture, ALinkInThePlaceOfAFileIsReplacedAndNotFollowed) {
+  const Scratch_Folder Folder, Elsewhere;
+  const std::string Precious = Elsewhere.Write("precious", "kept");
+  for (const char* Name : {"capture.csv", "truth.json", ".truth.json.part"}) {
+    fs::create_symlink(Precious, Folder.Path() / Name);
+  }
+  simulate::Write_Capture(Make_Plan(Tiny_Capture()), Folder.Path());
+  EXPECT_EQ(Read_Text(Precious), "kept");
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(Folder.Path() / "capture.csv")));
+}
+
+#endif
+
+TEST(WriteCapture, FilesOfNamesWhatIsWritten) {
+  const Scratch_Folder Folder;
+  Options Settings = Tiny_Capture();
+  Settings.Image_Count = 2;
+  Settings.Recording.Clip = true;
+  Settings.Recording.Format = simulate::Take_Format::Csv;
+  const Plan Capture = Make_Plan(Settings);
+  simulate::Write_Capture(Capture, Folder.Path());
+  std::vector<fs::path> Written;
+  for (const auto& Entry : fs::recursive_directory_iterator(Folder.Path())) {
+    if (Entry.is_regular_file()) Written.push_back(Entry.path());
+  }
+  EXPECT_THAT(simulate::Files_Of(Capture, Folder.Path()),
+              testing::UnorderedElementsAreArray(Written));
 }
 
 // ---- truth.json ------------------------------------------------------------------------------

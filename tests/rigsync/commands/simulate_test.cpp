@@ -3,6 +3,7 @@
 // 'rigsync simulate': each flag reaches its option, the files are there, and what is said
 // meanwhile.
 #include "simulate/simulate.h"
+#include "rigsync/system/platform.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/rigsync/support/terminal_run.h"
 #include "tests/support/scratch_folder.h"
@@ -321,7 +322,36 @@ TEST(Simulate, EndedByAPersonSaysThatTheCaptureIsNotWhole) {
   EXPECT_THAT(Result.Lines(), Contains(HasSubstr("rigsync: interrupted; what is written so far")));
   EXPECT_THAT(Result.Lines(), Contains("  " + Folder));
   for (const std::string& Line : Result.Lines()) EXPECT_THAT(Line, Not(HasSubstr("Rendering")));
+  EXPECT_FALSE(fs::exists(Folder + "/capture.csv"));
   EXPECT_FALSE(fs::exists(Folder + "/stage.json"));
+}
+
+TEST(Simulate, WhatIsNotFromASimulationIsLeftAsItIs) {
+  for (const char* Name : {"capture.csv", "stage.json", "images/0002.png"}) {
+    SCOPED_TRACE(Name);
+    const Scratch_Folder Scratch;
+    fs::create_directory(Scratch.Path() / "images");
+    const std::string Taken = Scratch.Write(Name, "taken on the stage");
+    const Finished Result = Rigsync(Small_Capture(Scratch.String()));
+    EXPECT_EQ(Result.Status, 2);
+    EXPECT_THAT(Result.Said, AllOf(HasSubstr(Taken), HasSubstr("not from a simulation"),
+                                   HasSubstr("Name another folder")));
+    EXPECT_EQ(Read_Text(Taken), "taken on the stage");
+    EXPECT_FALSE(fs::exists(Scratch.Path() / "truth.json"));
+  }
+}
+
+TEST(Simulate, OneRunAtATimeWritesToAFolder) {
+  const Scratch_Folder Scratch;
+  {
+    const rigsync::Folder_Lock Other_Run(Scratch.Path(), 0.0);
+    const Finished Result = Rigsync(Small_Capture(Scratch.String()));
+    EXPECT_EQ(Result.Status, 2);
+    EXPECT_THAT(Result.Said, AllOf(HasSubstr("another 'rigsync simulate' writes to"),
+                                   HasSubstr("or name another folder")));
+    EXPECT_TRUE(fs::is_empty(Scratch.Path()));
+  }
+  EXPECT_EQ(Rigsync(Small_Capture(Scratch.String())).Status, 0);
 }
 
 }  // namespace

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulate/unfinished_file.h"
+
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace simulate {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void Throw_For(const fs::path& File, const std::error_code& Reason) {
+  const bool Is_Full = Reason == std::errc::no_space_on_device;
+  throw std::runtime_error("simulate: can't write " + File.string() + ": " + Reason.message() +
+                           (Is_Full ? "; make room there, or choose another disk" : ""));
+}
+
+}  // namespace
+
+Unfinished_File::Unfinished_File(fs::path Final)
+    : File(std::move(Final)),
+      Unfinished(File.parent_path() / ("." + File.filename().string() + ".part")) {
+  std::error_code Ignored;
+  fs::remove(Unfinished, Ignored);
+}
+
+Unfinished_File::~Unfinished_File() {
+  std::error_code Ignored;
+  if (!Unfinished.empty()) fs::remove(Unfinished, Ignored);
+}
+
+void Unfinished_File::Finish() {
+  std::error_code Reason;
+  fs::rename(Unfinished, File, Reason);
+  if (Reason) Throw_For(File, Reason);
+  Unfinished.clear();
+}
+
+void Throw_Unwritable(const fs::path& File) {
+  Throw_For(File, {errno != 0 ? errno : EIO, std::generic_category()});
+}
+
+}  // namespace simulate
