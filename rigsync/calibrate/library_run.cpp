@@ -4,6 +4,7 @@
 #include "rigsync/calibrate/codes.h"
 #include "rigsync/calibrate/run_log_file.h"
 #include "rigsync/calibrate/run_progress.h"
+#include "rigsync/system/failure_text.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/progress_output.h"
 #include "rigsync/system/quiet_output.h"
@@ -23,7 +24,7 @@ namespace fs = std::filesystem;
 // exist, the directory stays as it is.
 class Working_Directory {
  public:
-  explicit Working_Directory(const fs::path& Folder) : Earlier_Folder(fs::current_path()) {
+  explicit Working_Directory(const fs::path& Folder) : Earlier_Folder(Current()) {
     std::error_code Ignored;
     fs::current_path(Folder, Ignored);
   }
@@ -35,6 +36,12 @@ class Working_Directory {
   Working_Directory& operator=(const Working_Directory&) = delete;
 
  private:
+  // Empty for one that was removed.
+  static fs::path Current() {
+    std::error_code Ignored;
+    return fs::current_path(Ignored);
+  }
+
   fs::path Earlier_Folder;
 };
 
@@ -81,7 +88,7 @@ void Run_Library(Calibration_Result& Result, bool Is_Verbose, Progress_Kind Kind
       Result.Message = Has_Misleading_Code(Result) ? "The result holds NaN or infinite numbers."
                                                    : Advice_For(*Result.Code).Meaning;
     } catch (const std::exception& Error) {
-      Result.Exception = One_Line(Error.what());
+      Result.Exception = Failure_Text(Error);
       Result.Message = "An exception ended the run: " + Result.Exception;
     }
   }

@@ -8,7 +8,9 @@
 
 #include <fmt/format.h>
 
+#include <fstream>
 #include <set>
+#include <string_view>
 #include <system_error>
 
 namespace rigsync {
@@ -32,6 +34,26 @@ bool Make_Folders(const std::filesystem::path& Out, const std::filesystem::path&
     if (!std::filesystem::is_directory(Folder, Error)) return false;
   }
   return true;
+}
+
+// The last bytes of a whole file that begins with First; empty for other formats.
+std::string_view End_Of(std::string_view First) {
+  using namespace std::string_view_literals;
+  if (First.substr(0, 4) == "\x89PNG"sv) return "IEND\xAE\x42\x60\x82"sv;
+  if (First.substr(0, 2) == "\xFF\xD8"sv) return "\xFF\xD9"sv;
+  return {};
+}
+
+bool Is_Cut(const std::filesystem::path& File) {
+  std::ifstream Stream(File, std::ios::binary);
+  std::string First(8, '\0');
+  Stream.read(First.data(), static_cast<std::streamsize>(First.size()));
+  if (!Stream) return true;  // no image has so few bytes
+  const std::string_view End = End_Of(First);
+  std::string Last(End.size(), '\0');
+  Stream.seekg(-static_cast<std::streamoff>(End.size()), std::ios::end);
+  Stream.read(Last.data(), static_cast<std::streamsize>(Last.size()));
+  return !Stream || Last != End;
 }
 
 }  // namespace
@@ -77,6 +99,30 @@ std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::
     if (std::filesystem::is_regular_file(File, Error)) Files.insert(File);
   }
   return {Files.begin(), Files.end()};
+}
+
+void Remove_Cut_Reprojections(const std::filesystem::path& Folder,
+                              const std::vector<Capture_Image>& Images) {
+  std::error_code Ignored;
+  for (const std::filesystem::path& File : Written_Reprojections(Folder, Images)) {
+    if (Is_Cut(File)) std::filesystem::remove(File, Ignored);
+  }
+}
+
+std::vector<std::string> Missing_Reprojections(const std::filesystem::path& Folder,
+                                               const Run_Report& Report) {
+  std::vector<std::string> Missing;
+  if (Report.Step != Run_Step::Ended) return Missing;
+  std::set<std::filesystem::path> Files;
+  for (const Image_Report& Image : Report.Images) {
+    if (Image.Fate != Image_Fate::Kept || !Image.Reprojection_Px) continue;
+    const std::filesystem::path File = Folder / Reprojection_Name(Image.Name);
+    std::error_code Ignored;
+    if (!std::filesystem::is_directory(File.parent_path(), Ignored)) continue;
+    if (std::filesystem::exists(File, Ignored) || !Files.insert(File).second) continue;
+    Missing.push_back(Image.Name);
+  }
+  return Missing;
 }
 
 }  // namespace rigsync

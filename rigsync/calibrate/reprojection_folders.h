@@ -5,6 +5,7 @@
 #ifndef RIGSYNC_CALIBRATE_REPROJECTION_FOLDERS_H
 #define RIGSYNC_CALIBRATE_REPROJECTION_FOLDERS_H
 
+#include "rigsync/calibrate/run_report.h"
 #include "rigsync/capture/capture_file.h"
 
 #include <filesystem>
@@ -27,6 +28,16 @@ std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& 
 // The reprojection images of this capture that are in Folder.
 std::vector<std::filesystem::path> Written_Reprojections(const std::filesystem::path& Folder,
                                                          const std::vector<Capture_Image>& Images);
+
+// Removes the reprojection images of this capture that end early, as some do on a full disk though
+// OpenCV removes most itself. Those of other formats than PNG and JPEG are left.
+void Remove_Cut_Reprojections(const std::filesystem::path& Folder,
+                              const std::vector<Capture_Image>& Images);
+
+// The image paths, each once, whose reprojection image should be in Folder and isn't: of all kept
+// images of a run that came to its end. Not those whose own folder is missing.
+std::vector<std::string> Missing_Reprojections(const std::filesystem::path& Folder,
+                                               const Run_Report& Report);
 
 }  // namespace rigsync
 

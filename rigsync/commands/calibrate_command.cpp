@@ -26,6 +26,7 @@
 #include "rigsync/inspect/inspection.h"
 #include "rigsync/report/result_text.h"
 #include "rigsync/system/out_folder.h"
+#include "rigsync/system/platform.h"
 #include "rigsync/system/progress_output.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
@@ -247,7 +248,7 @@ void Warn_If_Space_Is_Short(const fs::path& Out, const std::vector<Capture_Image
   if (Error || Has_Space(Space, Expected_Bytes)) return;
   Warn(
       fmt::format("{} has {} of free space, but the reprojection images will take about {}: some "
-                  "may be missing or incomplete",
+                  "may be missing",
                   Out.string(), Bytes_Text(Space.available), Bytes_Text(Expected_Bytes)));
 }
 
@@ -255,16 +256,53 @@ std::string Start_Time_Text() {
   return fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(std::time(nullptr)));
 }
 
-// Writes result.json into the run's folder and into the output folder. Returns the text of the
-// error, empty without one.
-std::string Write_Results(const fs::path& Out, const Calibration_Result& Result) {
+// What result.json takes twice, so that the reprojection images can't take it.
+std::size_t Result_Bytes(std::size_t Images) {
+  constexpr std::size_t Base = 100'000, Per_Image = 10'000;
+  return Base + Per_Image * Images;
+}
+
+// Writes result.json and report.html into the run's folder and into the output folder, the large
+// pages last. Returns the text of the error of result.json, empty without one.
+std::string Write_Files(const fs::path& Out, const Calibration_Result& Result, fs::path& Page) {
   try {
     Write_Result(Result.Run_Folder, Result);
+    const std::string Page_Text = Page_Of_Run(Result.Run_Folder);
+    // Of two runs that end at the same time, and of one that is ended now, the two files are of the
+    // same run. Somebody who keeps the lock for longer than it takes is not waited for.
+    constexpr double Far_Longer_Seconds = 5.0;
+    const Held_Signals Until_Both;
+    const Folder_Lock Lock(Out, Far_Longer_Seconds);
     Write_Result(Out, Result);
+    Page = Write_Reports(Out, Result.Run_Folder, Page_Text);
   } catch (const std::runtime_error& Error) {
     return Error.what();
   }
   return {};
+}
+
+// The result does not depend on them.
+void Warn_Of_Missing_Reprojections(const Calibration_Result& Result) {
+  const std::vector<std::string> Missing = Missing_Reprojections(Result.Run_Folder, Result.Report);
+  if (Missing.empty()) return;
+  Warn(
+      fmt::format("{} could not be written, beginning with that of '{}'; the result does not "
+                  "depend on {}. Make room in {} and calibrate again to have {}",
+                  Missing.size() == 1 ? "a reprojection image"
+                                      : fmt::format("{} reprojection images", Missing.size()),
+                  One_Line(Missing.front()), Missing.size() == 1 ? "it" : "them",
+                  Result.Run_Folder.string(), Missing.size() == 1 ? "it" : "them"));
+}
+
+// A calibration without an error writes its log to the end.
+void Warn_Of_Cut_Log(const Calibration_Result& Result) {
+  if (!Result.Code || !Is_Usable_Code(*Result.Code)) return;
+  if (Result.Report.Step == Run_Step::Ended) return;
+  Warn(
+      fmt::format("the run log could not be written to its end, so the report and result.json "
+                  "lack what it tells of the images. Make room in {} and calibrate again to have "
+                  "it",
+                  Result.Run_Folder.string()));
 }
 
 void Report_Exception(const Calibration_Result& Result) {
@@ -360,17 +398,22 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
 
   Prepare_Library_Call(Inspected, Result);
   Result.Start_Time = Start_Time_Text();
-  Run_Library(Result, Arguments.Is_Verbose, Kind);
+  {
+    const Reserved_Space For_The_Result(Result.Run_Folder, Result_Bytes(Result.Images.size()));
+    Run_Library(Result, Arguments.Is_Verbose, Kind);
+  }
+  Remove_Cut_Reprojections(Result.Run_Folder, Result.Images);
   Restore_Own_Axes(Result);
   if (Inspected) Judge_Result(Likeliest_Cause(*Inspected), Result);
 
   // The files are written first, in case standard output is a closed pipe. The result is printed
   // even if they can't be written.
-  const std::string Write_Error = Write_Results(Out, Result);
   Written_Files Files;
   Files.Result = Out / "result.json";
-  if (Write_Error.empty()) Files.Page = Write_Reports(Out, Result.Run_Folder);
+  const std::string Write_Error = Write_Files(Out, Result, Files.Page);
   Files.Reprojections = Written_Reprojections(Result.Run_Folder, Result.Images);
+  Warn_Of_Missing_Reprojections(Result);
+  Warn_Of_Cut_Log(Result);
   Report_Result(Result, Files);
   if (!Write_Error.empty()) throw std::runtime_error(Write_Error);
   const int Export_Code = Print_Engine(Arguments.Engine, Result, Files.Result);

@@ -5,9 +5,13 @@
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
+#include <opencv2/imgcodecs.hpp>
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -64,6 +68,55 @@ TEST(ReprojectionFolders, WrittenReprojectionsAreThoseThatAreThereEachOnce) {
   EXPECT_THAT(
       rigsync::Written_Reprojections(Scratch.Path(), Images),
       testing::ElementsAre(Scratch.Path() / "Reproject_a.png", Scratch.Path() / "Reproject_b.png"));
+}
+
+TEST(ReprojectionFolders, AnImageThatEndsEarlyIsRemovedAndAWholeOneStays) {
+  const Scratch_Folder Scratch;
+  const cv::Mat Picture(40, 60, CV_8UC3, cv::Scalar(10, 20, 30));
+  std::vector<rigsync::Capture_Image> Images;
+  for (const std::string Ending : {".png", ".jpg"}) {
+    std::vector<unsigned char> Encoded;
+    ASSERT_TRUE(cv::imencode(Ending, Picture, Encoded));
+    const std::string Bytes(Encoded.begin(), Encoded.end());
+    Scratch.Write("Reproject_whole" + Ending, Bytes);
+    Scratch.Write("Reproject_empty" + Ending, "");
+    Scratch.Write("Reproject_begun" + Ending, Bytes.substr(0, 20));
+    Scratch.Write("Reproject_cut" + Ending, Bytes.substr(0, Bytes.size() - 1));
+    for (const char* Name : {"whole", "empty", "begun", "cut"}) {
+      Images.push_back({1, Name + Ending});
+    }
+  }
+  Scratch.Write("Reproject_other.bmp", "BM and whatever follows");
+  Images.push_back({9, "other.bmp"});
+  rigsync::Remove_Cut_Reprojections(Scratch.Path(), Images);
+  EXPECT_THAT(rigsync::Written_Reprojections(Scratch.Path(), Images),
+              testing::UnorderedElementsAre(Scratch.Path() / "Reproject_whole.png",
+                                            Scratch.Path() / "Reproject_whole.jpg",
+                                            Scratch.Path() / "Reproject_other.bmp"));
+}
+
+TEST(ReprojectionFolders, MissingAreThoseOfKeptImagesOfARunThatEnded) {
+  const Scratch_Folder Scratch;
+  Scratch.Write("Reproject_there.png", "x");
+  rigsync::Run_Report Report;
+  const auto Add = [&](const char* Name, rigsync::Image_Fate Fate, std::optional<double> Px) {
+    rigsync::Image_Report Image;
+    Image.Name = Name;
+    Image.Fate = Fate;
+    Image.Reprojection_Px = Px;
+    Report.Images.push_back(Image);
+  };
+  Add("there.png", rigsync::Image_Fate::Kept, 0.5);
+  Add("missing.png", rigsync::Image_Fate::Kept, 0.5);
+  Add("missing.png", rigsync::Image_Fate::Kept, 0.5);
+  Add("unmeasured.png", rigsync::Image_Fate::Kept, std::nullopt);
+  Add("dropped.png", rigsync::Image_Fate::No_Board, std::nullopt);
+  Add("folder/missing.png", rigsync::Image_Fate::Kept, 0.5);
+  Report.Step = rigsync::Run_Step::Writing_Images;
+  EXPECT_THAT(rigsync::Missing_Reprojections(Scratch.Path(), Report), testing::IsEmpty());
+  Report.Step = rigsync::Run_Step::Ended;
+  EXPECT_THAT(rigsync::Missing_Reprojections(Scratch.Path(), Report),
+              testing::ElementsAre("missing.png"));
 }
 
 }  // namespace

@@ -136,6 +136,16 @@ TEST(CalibrateRun, AnInterruptedRunLeavesNoResultAndSaysSo) {
   }
 }
 
+// Whether the newest result and the newest page were written by the same run.
+bool Are_Of_One_Run(const fs::path& Out) {
+  const std::string Result = Read_Text(Out / "result.json"), Page = Read_Text(Out / "report.html");
+  for (const fs::path& Run : Run_Folders(Out)) {
+    if (!fs::exists(Run / "report.html") || Read_Text(Run / "result.json") != Result) continue;
+    return Read_Text(Run / "report.html") == Page;
+  }
+  return false;
+}
+
 TEST(CalibrateRun, TwoSimultaneousRunsInOneFolderAreSeparate) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
@@ -157,6 +167,26 @@ TEST(CalibrateRun, TwoSimultaneousRunsInOneFolderAreSeparate) {
   }
   EXPECT_EQ(Results[0]["transform_cam_tc"], Results[1]["transform_cam_tc"]);
   EXPECT_THAT(Results, Contains(Read_Json(Out / "result.json")));
+  EXPECT_TRUE(Are_Of_One_Run(Out));
+}
+
+// The signal comes as soon as the newest result.json is another one.
+TEST(CalibrateRun, AnInterruptionLeavesResultAndPageOfTheSameRun) {
+  const Scratch_Folder Scratch;
+  const fs::path Out = Scratch.Path() / "out", Earlier = Scratch.Path() / "earlier.json";
+  const std::vector<std::string> Arguments = Calibrate_Arguments(Capture_File("capture.csv"), Out);
+  ASSERT_EQ(Rigsync(Arguments).Status, 0);
+  fs::copy_file(Out / "result.json", Earlier);
+  const Finished Result = Run_Program(
+      "/bin/sh", {"-c", Shell_Words(Arguments) + " & run=$!; while cmp -s '" + Earlier.string() +
+                            "' '" + (Out / "result.json").string() +
+                            "'; do :; done; kill -TERM $run; wait $run; echo status $?"});
+  EXPECT_THAT(Result.Output, HasSubstr("status"));
+  EXPECT_NE(Read_Text(Out / "result.json"), Read_Text(Earlier));
+  EXPECT_TRUE(Are_Of_One_Run(Out));
+  for (const auto& Entry : fs::directory_iterator(Out)) {
+    EXPECT_NE(Entry.path().filename().string().front(), '.') << Entry.path();
+  }
 }
 
 TEST(CalibrateRun, ADiskThatIsFullOrReadOnlyIsReportedBeforeTheRun) {
@@ -191,6 +221,39 @@ TEST(CalibrateRun, ADiskThatIsFullOrReadOnlyIsReportedBeforeTheRun) {
   const Finished Narrow = On_Disk("size=1500k");
   EXPECT_EQ(Narrow.Status, 0) << Narrow.Error;
   EXPECT_THAT(Narrow.Said, AllOf(HasSubstr("warning"), HasSubstr("reprojection images")));
+}
+
+// The reprojection images are written before the result and would take all the space.
+TEST(CalibrateRun, ReprojectionImagesThatFillTheDiskDontTakeTheResult) {
+  if (Run_Program("/usr/bin/env", {"unshare", "--mount", "true"}).Status != 0) {
+    GTEST_SKIP() << "this user may not mount a disk";
+  }
+  const Scratch_Folder Scratch;
+  const std::string Capture = (Scratch.Path() / "capture").string();
+  const fs::path Disk = Scratch.Path() / "disk";
+  fs::create_directory(Disk);
+  ASSERT_EQ(Rigsync({"simulate", Capture, "--images", "20", "--size", "960x540", "--board", "7x5",
+                     "--format", "jpg"})
+                .Status,
+            0);
+  const std::string Words = Shell_Words({"calibrate", Capture + "/capture.csv", "--config",
+                                         Capture + "/stage.json", "--out", Disk.string()});
+  const std::string Kept = Scratch.String() + "/kept";
+  const Finished Result =
+      Run_Program("/usr/bin/env",
+                  {"unshare", "--mount", "sh", "-c",
+                   "mount -t tmpfs -o size=1500k none '" + Disk.string() + "' && " + Words +
+                       "; status=$?; cp -r '" + Disk.string() + "' '" + Kept + "'; exit $status"});
+  EXPECT_EQ(Result.Status, 0) << Result.Error;
+  EXPECT_EQ(Read_Json(Kept + "/result.json")["code"], 0);
+  EXPECT_THAT(Result.Said, AllOf(HasSubstr("reprojection images could not be written"),
+                                 HasSubstr("calibrate again to have them")));
+  const fs::path Run = Run_Folders(Kept).at(0);
+  for (const auto& Entry : fs::recursive_directory_iterator(Run)) {
+    if (Entry.path().extension() != ".jpg") continue;
+    const std::string Bytes = Read_Text(Entry.path());
+    EXPECT_EQ(Bytes.substr(Bytes.size() - 2), "\xFF\xD9") << Entry.path();
+  }
 }
 
 TEST(CalibrateRun, TheResultListsTheDroppedImagesWithStageAndReason) {
@@ -320,6 +383,35 @@ TEST(CalibrateRun, AClosedPipeDoesNotLoseTheResult) {
   EXPECT_EQ(Read_Json(Out / "result.json")["code"], 0);
 }
 
+TEST(CalibrateRun, ARemovedWorkingDirectoryIsNoHindranceOrSaidInAWord) {
+  const Scratch_Folder Scratch;
+  const auto From_Nowhere = [&](const std::vector<std::string>& Arguments) {
+    const std::string Gone = Scratch.String() + "/gone";
+    return Run_Program("/bin/sh", {"-c", "mkdir '" + Gone + "' && cd '" + Gone + "' && rmdir '" +
+                                             Gone + "' && " + Shell_Words(Arguments)});
+  };
+  const Finished Absolute =
+      From_Nowhere(Calibrate_Arguments(Capture_File("capture.csv"), Scratch.Path() / "out"));
+  EXPECT_EQ(Absolute.Status, 0) << Absolute.Error;
+  EXPECT_TRUE(fs::exists(Scratch.Path() / "out/result.json"));
+  const Finished Relative = From_Nowhere(
+      {"board", "--board", "5x4", "--square", "20mm", "--paper", "a4", "-o", "board.svg"});
+  EXPECT_EQ(Relative.Status, 70);
+  EXPECT_THAT(Relative.Said, HasSubstr("the working directory doesn't exist any more"));
+}
+
+TEST(CalibrateRun, AFileThatMayNotGrowIsToldAndNothingIsLeft) {
+  const Scratch_Folder Scratch;
+  const fs::path Board = Scratch.Path() / "board.pdf";
+  const Finished Result = Run_Program(
+      "/bin/sh",
+      {"-c", "ulimit -f 1; " + Shell_Words({"board", "--board", "5x4", "--square", "20mm",
+                                            "--paper", "a4", "-o", Board.string()})});
+  EXPECT_EQ(Result.Status, 2);
+  EXPECT_THAT(Result.Said, AllOf(HasSubstr("File too large"), HasSubstr("ulimit -f")));
+  EXPECT_TRUE(fs::is_empty(Scratch.Path()));
+}
+
 TEST(CalibrateRun, OutputThatCantBeWrittenIsReported) {
   const Scratch_Folder Scratch;
   const fs::path Out = Scratch.Path() / "out";
@@ -327,7 +419,7 @@ TEST(CalibrateRun, OutputThatCantBeWrittenIsReported) {
   const std::string Words = Shell_Words({"export", (Out / "result.json").string(), "--to", "ue5"});
   const Finished Result = Run_Program("/bin/sh", {"-c", Words + " > /dev/full"});
   EXPECT_EQ(Result.Status, 70);
-  EXPECT_THAT(Result.Said, HasSubstr("standard output can't be written"));
+  EXPECT_THAT(Result.Said, HasSubstr("standard output can't be written: No space left"));
 }
 
 }  // namespace
