@@ -2,6 +2,7 @@
 //
 // The program's entry: parses the command line, runs the chosen command, and turns every error into
 // a message and an exit status.
+#include "rigsync/capture/opencv_threads.h"
 #include "rigsync/command_line/exit_status.h"
 #include "rigsync/program.h"
 #include "rigsync/system/failure_text.h"
@@ -137,6 +138,7 @@ int Run(const std::vector<std::string>& Words) {
     Require_Command(Program, Words);
     // The parser takes the words from the end.
     Program.parse(std::vector<std::string>(Words.rbegin(), Words.rend()));
+    rigsync::Start_Opencv_Threads();
     return Line->Action();
   } catch (const CLI::ExtrasError&) {
     return Report(Program, Unexpected_Argument(Program));

@@ -12,8 +12,10 @@
 #include <cmath>
 #include <condition_variable>
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -154,7 +156,16 @@ struct Progress::Follower {
   Follower(const Follower&) = delete;
   Follower& operator=(const Follower&) = delete;
 
-  void Follow() {
+  // Progress that can't be shown ends here, and not the run.
+  void Follow() noexcept {
+    try {
+      Follow_Until_The_End();
+    } catch (const std::exception&) {
+      // There is no memory, for example.
+    }
+  }
+
+  void Follow_Until_The_End() {
     std::unique_lock<std::mutex> Guard(Lock);
     for (bool Is_Last = false; !Is_Last;) {
       // Lines that were logged before the stop are still read.
@@ -216,7 +227,11 @@ struct Progress::Follower {
 Progress::Progress(const std::filesystem::path& Run_Folder, std::size_t Images,
                    Progress_Kind Kind) {
   if (Kind == Progress_Kind::None) return;
-  Active_Follower = std::make_unique<Follower>(Run_Folder, Images, Kind);
+  try {
+    Active_Follower = std::make_unique<Follower>(Run_Folder, Images, Kind);
+  } catch (const std::system_error&) {
+    // The system has no more threads. The run does without.
+  }
 }
 
 Progress::~Progress() = default;

@@ -25,12 +25,25 @@ constexpr std::size_t Least_Fitted = 3;
 // it.
 constexpr std::size_t Most_Fitted = 60;
 
-// Reads an image. For an empty one, State is Unreadable or Refused.
+// Whether there is no memory for a usual image either.
+bool Is_Memory_Short() {
+  constexpr int Usual_Bytes = 1 << 25;
+  try {
+    const cv::Mat Usual(1, Usual_Bytes, CV_8UC1);
+    return Usual.empty();
+  } catch (const cv::Exception&) {
+    return true;
+  }
+}
+
+// Reads an image. For an empty one, State is Unreadable or Refused. A lack of memory is no fault of
+// the image, and is thrown.
 cv::Mat Read_Image(const fs::path& File, Image_State& State) {
   State = Image_State::Unreadable;
   try {
     return cv::imread(File.string(), cv::IMREAD_COLOR);
-  } catch (const cv::Exception&) {
+  } catch (const cv::Exception& Error) {
+    if (Error.code == cv::Error::StsNoMem && Is_Memory_Short()) throw;
     State = Image_State::Refused;
   }
   return {};

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/capture/parallel_rows.h"
 
+#include "rigsync/system/platform.h"
+
 #include <algorithm>
 #include <condition_variable>
 #include <exception>
@@ -112,6 +114,15 @@ class Other_Threads {
   std::vector<std::thread> Threads;
 };
 
+// As many as can each have a file open.
+std::size_t Threads_With_A_File(std::size_t Threads) {
+  // The streams, the run log, the result, and what libraries keep open.
+  constexpr std::size_t Other_Files = 16;
+  const std::size_t Files = Open_File_Limit();
+  const std::size_t Most = Files > Other_Files ? Files - Other_Files : 1;
+  return std::max(std::min(Threads, Most), std::size_t{1});
+}
+
 }  // namespace
 
 std::size_t Core_Count() {
@@ -130,7 +141,7 @@ void Work_On_Rows(std::size_t Rows, std::size_t Threads, const Row_Work& Work,
   };
   if (Progress) Progress(0, Rows);
   {
-    const Other_Threads Others(std::max(Threads, std::size_t{1}) - 1, Queue, Work);
+    const Other_Threads Others(Threads_With_A_File(Threads) - 1, Queue, Work);
     while (const auto Row = Queue.Begin()) {
       Do_Row(Queue, Work, *Row, 0);
       Report(Queue.Ended_Count());

@@ -21,8 +21,8 @@ using Row_Progress = std::function<void(std::size_t Done, std::size_t All)>;
 std::size_t Core_Count();
 
 // Calls Work once for each of Rows rows, in at most Threads threads. The calling thread is one of
-// them, so one thread does the rows in their order. Rows begin in rising order in any case. If the
-// system has no more threads, those that it has do the work.
+// them, so one thread does the rows in their order. Rows begin in rising order in any case. Where
+// the system has no more threads, or not a file for each to open, fewer do the work.
 //
 // Progress, unless empty, is called on the calling thread alone, with 0 to Rows in rising order.
 //

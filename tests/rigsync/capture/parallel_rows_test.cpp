@@ -2,10 +2,12 @@
 #include "rigsync/capture/parallel_rows.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <mutex>
 #include <numeric>
 #include <stdexcept>
@@ -202,6 +204,46 @@ TEST(ParallelRows, AnExceptionOfProgressEndsTheWorkAndReachesTheCaller) {
                      }),
                  std::logic_error);
     EXPECT_EQ(Running, 0);
+  }
+}
+
+// As a shell's ulimit -n does, until this ends.
+class Open_Files {
+ public:
+  explicit Open_Files(rlim_t Most) {
+    getrlimit(RLIMIT_NOFILE, &Before);
+    const rlimit Now = {Most, Before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &Now);
+  }
+  ~Open_Files() { setrlimit(RLIMIT_NOFILE, &Before); }
+  Open_Files(const Open_Files&) = delete;
+  Open_Files& operator=(const Open_Files&) = delete;
+
+ private:
+  rlimit Before{};
+};
+
+// A machine of 64 cores with 32 open files once took images for missing.
+TEST(ParallelRows, EachThreadCanOpenAFile) {
+  const rlim_t Limits[] = {8, 17, 32};
+  for (const rlim_t Most : Limits) {
+    SCOPED_TRACE(Most);
+    std::atomic<int> Without{0};
+    const Open_Files Limit(Most);
+    Work_On_Rows(
+        /*Rows=*/64, /*Threads=*/64,
+        [&](std::size_t, std::size_t) {
+          std::FILE* const File = std::fopen("/dev/null", "r");
+          if (File == nullptr) {
+            ++Without;
+            return;
+          }
+          // Long enough for the others to open theirs.
+          std::this_thread::sleep_for(std::chrono::milliseconds(2));
+          std::fclose(File);
+        },
+        {});
+    EXPECT_EQ(Without, 0);
   }
 }
 

@@ -4,6 +4,7 @@
 // without space, and the images and quality in result.json.
 #include "tests/rigsync/support/program.h"
 #include "tests/rigsync/support/terminal_run.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -410,6 +411,24 @@ TEST(CalibrateRun, AFileThatMayNotGrowIsToldAndNothingIsLeft) {
   EXPECT_EQ(Result.Status, 2);
   EXPECT_THAT(Result.Said, AllOf(HasSubstr("File too large"), HasSubstr("ulimit -f")));
   EXPECT_TRUE(fs::is_empty(Scratch.Path()));
+}
+
+// OpenCV's threads once waited for ever for one that the system refused.
+TEST(CalibrateRun, LittleMemoryIsToldAndNeitherEndsAProgramNorStopsIt) {
+  if (Is_Sanitized) GTEST_SKIP() << "a sanitizer needs more memory than there is";
+  const Scratch_Folder Scratch;
+  const std::string Words = Shell_Words({"inspect", Capture_File("capture.csv").string(),
+                                         "--config", Capture_File("stage.json").string()});
+  for (int Megabytes = 16; Megabytes <= 40; Megabytes += 2) {
+    const Finished Result =
+        Run_Program("/bin/sh", {"-c", "ulimit -c 0; ulimit -d " + std::to_string(1024 * Megabytes) +
+                                          "; timeout 30 " + Words});
+    EXPECT_THAT(Result.Status, testing::AnyOf(1, 70, 127)) << Megabytes;
+    if (Result.Status != 70) continue;
+    EXPECT_THAT(Result.Said,
+                testing::AnyOf(HasSubstr("not enough memory"), HasSubstr("no more threads")))
+        << Megabytes;
+  }
 }
 
 TEST(CalibrateRun, OutputThatCantBeWrittenIsReported) {
