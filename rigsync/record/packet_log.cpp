@@ -2,6 +2,7 @@
 #include "rigsync/record/packet_log.h"
 
 #include "rigsync/record/bytes.h"
+#include "rigsync/system/failure_text.h"
 #include "rigsync/system/usage_error.h"
 
 #include <fmt/format.h>
@@ -54,8 +55,8 @@ void Read_Packet_Header(std::string_view Header, Udp_Packet& Packet) {
   throw Usage_Error("TAKE", fmt::format("TAKE: {}: {}", File.string(), Why));
 }
 
-std::string Last_Reason() {
-  return std::generic_category().message(errno != 0 ? errno : EIO);
+std::error_code Last_Error() {
+  return {errno != 0 ? errno : EIO, std::generic_category()};
 }
 
 }  // namespace
@@ -71,8 +72,16 @@ Packet_Log_Writer::Packet_Log_Writer(fs::path Log_File, std::int64_t Start_Utc_N
     : File(std::move(Log_File)) {
   errno = 0;
   Stream.open(File, std::ios::binary | std::ios::trunc);
-  if (!Stream) throw std::runtime_error(fmt::format("{}: {}", File.string(), Last_Reason()));
-  Write(File_Header_Bytes(Start_Utc_Ns));
+  if (!Stream)
+    throw std::runtime_error(fmt::format("{}: {}", File.string(), Failure_Text(Last_Error())));
+  try {
+    Write(File_Header_Bytes(Start_Utc_Ns));
+  } catch (const std::runtime_error&) {
+    // Without a header it is no recording, and would be in the way of the next one.
+    std::error_code Ignored;
+    if (fs::is_regular_file(File, Ignored)) fs::remove(File, Ignored);
+    throw;
+  }
 }
 
 void Packet_Log_Writer::Append(const std::vector<Udp_Packet>& Packets) {
@@ -85,7 +94,7 @@ void Packet_Log_Writer::Write(const std::string& Bytes) {
     Whole_Size += Bytes.size();
     return;
   }
-  const std::string Reason = Last_Reason();
+  const std::string Reason = Failure_Text(Last_Error());
   Stream.setstate(std::ios::badbit);
   Stream.close();
   std::error_code Ignored;  // the reader leaves out a packet that is cut off as well
@@ -96,7 +105,7 @@ void Packet_Log_Writer::Write(const std::string& Bytes) {
 Packet_Log_Reader::Packet_Log_Reader(const fs::path& Log_File) {
   errno = 0;
   Stream.open(Log_File, std::ios::binary);
-  if (!Stream) Refuse_Log(Log_File, "can't be opened (" + Last_Reason() + ")");
+  if (!Stream) Refuse_Log(Log_File, "can't be opened (" + Last_Error().message() + ")");
   if (!Read(File_Header, Header) || Header.substr(0, Signature.size()) != Signature) {
     Refuse_Log(Log_File, "is not a recording of 'rigsync record'");
   }

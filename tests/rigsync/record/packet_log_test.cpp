@@ -3,6 +3,7 @@
 
 #include "rigsync/system/usage_error.h"
 #include "tests/rigsync/support/tracker_packets.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/read_text.h"
 #include "tests/support/scratch_folder.h"
 
@@ -129,6 +130,16 @@ TEST(PacketLog, ADiskThatIsFullIsToldWithItsReason) {
   } catch (const std::runtime_error& Error) {
     EXPECT_THAT(Error.what(), AllOf(StartsWith("/dev/full: "), HasSubstr("No space left")));
   }
+  EXPECT_TRUE(fs::exists("/dev/full"));
+}
+
+// It would be in the way of the next recording, because no file is replaced.
+TEST(PacketLog, AFileWithoutAWholeHeaderDoesNotStay) {
+  const Scratch_Folder Scratch;
+  const fs::path File = Scratch.Path() / "take.rsr";
+  const File_Size_Limit Limit(10);
+  EXPECT_THROW(Packet_Log_Writer(File, 0), std::runtime_error);
+  EXPECT_FALSE(fs::exists(File));
 }
 
 }  // namespace
