@@ -47,7 +47,7 @@ class Random {
   // A unit vector, uniform over all directions.
   Eigen::Vector3d Direction() {
     Eigen::Vector3d Vector = Gaussian_Vector();
-    while (!(Vector.norm() > 1e-6)) Vector = Gaussian_Vector();
+    while (Vector.isZero()) Vector = Gaussian_Vector();
     return Vector.normalized();
   }
 

@@ -220,6 +220,10 @@ TEST(Stream, SendsBothBodiesWhereTheRowsOfTheCaptureAre) {
   Settings.Image_Count = 3;
   const Plan Capture = Make_Plan(Settings);
   const std::vector<Datagram> Packets = Stream_Of(Capture, {});
+  // Two packets for each hundredth of a second.
+  for (std::size_t i = 0; i < Packets.size(); ++i) {
+    ASSERT_NEAR(Packets[i].Seconds, static_cast<double>(i / 2) / 100.0, 1e-12);
+  }
   for (const Image_Truth& Image : Capture.Images) {
     int Seen = 0;
     for (const Datagram& Packet : Packets) {
