@@ -39,6 +39,8 @@ TEST(CborShape, AnItemIsWholeAndAlone) {
 }
 
 TEST(CborShape, LengthsEndWithTheBytes) {
+  EXPECT_FALSE(Is_Shallow("\x41"));
+  EXPECT_FALSE(Is_Shallow("\x61"));
   EXPECT_FALSE(
       Is_Shallow("\x44"
                  "abc"));
