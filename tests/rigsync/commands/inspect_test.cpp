@@ -153,11 +153,11 @@ TEST_F(Inspect, TheJsonReportHasTheSameContent) {
   EXPECT_EQ(Report.Json["rows"].size(), 20u);
   EXPECT_EQ(Report.Json["rows"][0]["line"], 2);
   EXPECT_EQ(Report.Json["rows"][0]["state"], "board_found");
-  // The fit is close to the simulator's lens and poses.
-  EXPECT_NEAR(Report.Json["boards"]["norm_fx"], 1.1, 0.005);
+  // The fit is close to the simulator's lens and poses: half a pixel of the focal length.
+  EXPECT_NEAR(Report.Json["boards"]["norm_fx"], 1.1, 0.5 / 960);
   EXPECT_GT(Report.Json["poses"]["tilt_deg"][1], 39.0);
   EXPECT_LT(Report.Json["poses"]["tilt_deg"][1], 46.0);
-  EXPECT_NEAR(Report.Json["agreement"]["scale"], 1.0, 0.005);
+  EXPECT_NEAR(Report.Json["agreement"]["scale"], 1.0, 0.001);
 
   int Cells = 0, Seen = 0;
   for (const nlohmann::json& Row : Report.Json["coverage"]["images_by_cell"]) {
@@ -476,7 +476,7 @@ TEST_F(Inspect, ErrorsMakeTheCaptureUnusable) {
   EXPECT_EQ(Mirrored.Status, 2);
   EXPECT_THAT(News(Mirrored), ElementsAre(Key("left_handed")));
   EXPECT_THAT(Mirrored.Text("left_handed", "advice"), HasSubstr("right-handed"));
-  EXPECT_NEAR(Mirrored.Json["agreement"]["scale"], -1.0, 0.02);
+  EXPECT_NEAR(Mirrored.Json["agreement"]["scale"], -1.0, 0.001);
   const Inspection_Report Positions = Inspected([](std::size_t, Fields& Row) {
     for (const std::size_t k : {3u, 10u}) Row[k] = std::to_string(-std::stod(Row[k]));
   });

@@ -79,7 +79,7 @@ TEST(SecondOpinion, NobodyHasToMeasureWhereTheBoardIs) {
   const simulate::Truth Truth = simulate::Read_Truth(Capture / "truth.json");
   for (int k = 0; k < 3; ++k) {
     const auto Axis = static_cast<std::size_t>(k);
-    EXPECT_NEAR(Result.File["library"]["board_euler_deg"][Axis], Truth.Chart_Euler_Deg[k], 0.2);
+    EXPECT_NEAR(Result.File["library"]["board_euler_deg"][Axis], Truth.Chart_Euler_Deg[k], 0.05);
     EXPECT_NEAR(Result.File["library"]["board_offset_m"][Axis], Truth.Chart_Translation[k], 0.003);
   }
 }
