@@ -12,8 +12,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <istream>
+#include <ios>
 #include <optional>
+#include <streambuf>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -192,9 +193,62 @@ Capture_Row Read_Row(const Capture_Line& Facts, const Field_List& Fields) {
   return Row;
 }
 
-Capture_File Read_Lines(std::istream& Stream) {
+[[noreturn]] void Refuse_File(const fs::path& Csv, const std::string& Why) {
+  throw Usage_Error(fmt::format("{}: {}", Csv.string(), Why));
+}
+
+// The lines of a file, with a limit for each and for their number: a file that is no CSV may be one
+// line as long as the disk, and std::getline would take what it has no memory for as the file's
+// end.
+class Line_Reader {
+ public:
+  Line_Reader(const fs::path& Path, std::ifstream& Stream) : Csv(Path), Source(*Stream.rdbuf()) {}
+
+  // False at the end of the file. Throws Usage_Error.
+  bool Next(std::string& Text) {
+    Text.clear();
+    ++Line;
+    int Byte = Take_Byte();
+    if (Byte == End_Of_File) return false;
+    if (Line > Most_Csv_Lines) {
+      Refuse_File(Csv, fmt::format("has more than {} lines; expected the capture's CSV file, one "
+                                   "line for each image",
+                                   Most_Csv_Lines));
+    }
+    for (; Byte != End_Of_File && Byte != '\n'; Byte = Take_Byte()) {
+      if (Text.size() == Longest_Csv_Line) {
+        Refuse_File(Csv, fmt::format("line {} is longer than {} bytes; expected the capture's CSV "
+                                     "file, with a newline after each line",
+                                     Line, Longest_Csv_Line));
+      }
+      Text += std::ifstream::traits_type::to_char_type(Byte);
+    }
+    return true;
+  }
+
+ private:
+  static constexpr int End_Of_File = std::ifstream::traits_type::eof();
+
+  // The stream's buffer reports a disk that can't be read by an exception. The stream itself would
+  // take it for the end of the file.
+  int Take_Byte() {
+    try {
+      return Source.sbumpc();
+    } catch (const std::ios_base::failure& Error) {
+      Refuse_File(Csv, fmt::format("line {} can't be read ({}); copy the file to another disk",
+                                   Line, Error.code().message()));
+    }
+  }
+
+  const fs::path& Csv;
+  std::streambuf& Source;
+  std::size_t Line = 0;
+};
+
+Capture_File Read_Lines(const fs::path& Csv, std::ifstream& Stream) {
   Capture_File File;
-  for (std::string Text; std::getline(Stream, Text);) {
+  Line_Reader Lines(Csv, Stream);
+  for (std::string Text; Lines.Next(Text);) {
     ++File.Line_Count;
     if (File.Line_Count == 1) File.Mark = Find_Mark(Text);
     const Field_List Fields = Split_Fields(Text);
@@ -207,10 +261,6 @@ Capture_File Read_Lines(std::istream& Stream) {
     File.Lines.push_back(std::move(Facts));
   }
   return File;
-}
-
-[[noreturn]] void Refuse_File(const fs::path& Csv, const std::string& Why) {
-  throw Usage_Error(fmt::format("{}: {}", Csv.string(), Why));
 }
 
 }  // namespace
@@ -233,15 +283,16 @@ Capture_File Read_Capture_File(const fs::path& Csv) {
     Refuse_File(Csv, fmt::format("can't be opened ({}); expected a file that this user may read",
                                  std::generic_category().message(errno)));
   }
-  return Read_Lines(Stream);
+  return Read_Lines(Csv, Stream);
 }
 
 std::vector<Capture_Image> Read_Image_Names(const fs::path& Csv) {
   std::error_code Error;
   if (!fs::is_regular_file(Csv, Error)) return {};
   std::ifstream Stream(Csv);  // as text, which is how the library opens it
+  if (!Stream) return {};
   std::vector<Capture_Image> Images;
-  for (Capture_Row& Row : Read_Lines(Stream).Rows) {
+  for (Capture_Row& Row : Read_Lines(Csv, Stream).Rows) {
     Images.push_back({Row.Line, std::move(Row.Image)});
   }
   return Images;

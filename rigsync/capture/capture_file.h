@@ -24,6 +24,11 @@ constexpr std::size_t First_Sample_Field = 2;
 // No tracker reports larger numbers, and the square of a far larger one overflows a double.
 constexpr double Largest_Number = 1e9;
 
+// The bytes of a line and the lines of a file that are read. A capture is far below both; a file
+// beyond them is not a capture's CSV, and would only fill the memory.
+constexpr std::size_t Longest_Csv_Line = 1'000'000;
+constexpr std::size_t Most_Csv_Lines = 300'000;
+
 enum class Byte_Order_Mark { None, Utf8, Utf16 };
 
 // The library distinguishes headers from images only: it takes every line that is not a Header for
@@ -89,7 +94,8 @@ struct Capture_File {
   std::vector<Capture_Row> Rows;  // every line but the headers
 };
 
-// Throws Usage_Error when the file can't be opened or is not a regular file.
+// Throws Usage_Error when the file can't be opened or read, is not a regular file, or is beyond
+// Longest_Csv_Line or Most_Csv_Lines.
 Capture_File Read_Capture_File(const std::filesystem::path& Csv);
 
 struct Capture_Image {
@@ -99,7 +105,8 @@ struct Capture_Image {
 
 // One entry for each image that the library will read from the file, in the library's order. A file
 // that can't be opened has none, since the library has an error code for it. A pipe has none
-// either: reading it here would leave nothing for the library.
+// either: reading it here would leave nothing for the library. Throws Usage_Error when the file
+// can't be read, or is beyond Longest_Csv_Line or Most_Csv_Lines.
 std::vector<Capture_Image> Read_Image_Names(const std::filesystem::path& Csv);
 
 }  // namespace rigsync

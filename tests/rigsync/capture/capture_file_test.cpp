@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
 namespace {
@@ -193,6 +194,55 @@ TEST(CaptureFile, WhatCannotBeOpenedHasNoImageNames) {
   EXPECT_THAT(rigsync::Read_Image_Names(Scratch.Path() / "none.csv"), IsEmpty());
   EXPECT_THAT(rigsync::Read_Image_Names(Scratch.Path()), IsEmpty());
 }
+
+// What the two readers say to a file. Both refuse it with the same sentence, or neither does.
+std::string Refusal(const std::filesystem::path& Csv) {
+  std::string Said[2] = {"accepted", "accepted"};
+  try {
+    rigsync::Read_Image_Names(Csv);
+  } catch (const rigsync::Usage_Error& Error) {
+    Said[0] = Error.what();
+  }
+  try {
+    rigsync::Read_Capture_File(Csv);
+  } catch (const rigsync::Usage_Error& Error) {
+    Said[1] = Error.what();
+  }
+  return Said[0] == Said[1] ? Said[0] : Said[0] + " | " + Said[1];
+}
+
+TEST(CaptureFile, ALineIsRefusedFromOneByteBeyondTheLongestOn) {
+  const Scratch_Folder Scratch;
+  const std::string Longest(rigsync::Longest_Csv_Line, ',');
+  const std::string Csv = Scratch.Write("long.csv", Good_Line + Longest + "\n" + Longest);
+  EXPECT_EQ(rigsync::Read_Capture_File(Csv).Lines.back().Field_Count, Longest.size() + 1);
+  const std::string Too_Long = Scratch.Write("longer.csv", Good_Line + Longest + ",");
+  EXPECT_THAT(Refusal(Too_Long), HasSubstr("line 2 is longer than 1000000 bytes"));
+}
+
+// A gigabyte of zero bytes, none of which is on the disk. It used to be taken into the memory, and
+// where that was too small, for the end of the file.
+TEST(CaptureFile, ALineOfAGigabyteIsRefusedWithoutReadingIt) {
+  const Scratch_Folder Scratch;
+  const std::string Csv = Scratch.Write("sparse.csv", Good_Line);
+  std::filesystem::resize_file(Csv, std::uintmax_t{1} << 30);
+  EXPECT_THAT(Refusal(Csv), HasSubstr("sparse.csv: line 2 is longer than 1000000 bytes; expected"));
+}
+
+TEST(CaptureFile, AFileIsRefusedFromOneLineBeyondTheMostOn) {
+  const Scratch_Folder Scratch;
+  const std::string Lines(rigsync::Most_Csv_Lines, '\n');
+  EXPECT_EQ(rigsync::Read_Image_Names(Scratch.Write("most.csv", Lines)).size(), Lines.size());
+  EXPECT_THAT(Refusal(Scratch.Write("more.csv", Lines + "T")),
+              HasSubstr("more.csv: has more than 300000 lines; expected"));
+}
+
+#ifdef __linux__
+// This regular file has nothing to read at its start. A stream would take that for an empty file.
+TEST(CaptureFile, AFileThatCannotBeReadToItsEndIsRefused) {
+  EXPECT_THAT(Refusal("/proc/self/mem"), HasSubstr("line 1 can't be read (Input/output error)"));
+}
+#endif
 
 TEST(CaptureFile, WhatIsNotAReadableFileIsRefusedWithASentence) {
   const Scratch_Folder Scratch;

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 namespace {
 
 using rigsync::Finding;
@@ -33,6 +35,19 @@ TEST(Finding, EqualIdsBecomeOneFindingWithAllLinesAscending) {
   List.Add(Make_Finding("stale", Level::Warning, {7}));
   ASSERT_EQ(List.Sorted().size(), 1u);
   EXPECT_EQ(List.Sorted()[0].Lines, (std::vector<std::size_t>{3, 7}));
+}
+
+// Sorting all lines at each of them took minutes.
+TEST(Finding, AHundredThousandLinesAreAddedOneByOneInSeconds) {
+  constexpr std::size_t Count = 100'000;
+  const auto Begin = std::chrono::steady_clock::now();
+  Findings List;
+  for (std::size_t Line = 1; Line <= Count; ++Line) {
+    List.Add(Make_Finding("stale", Level::Warning, {Line}));
+  }
+  const auto Taken = std::chrono::steady_clock::now() - Begin;
+  EXPECT_EQ(List.Sorted()[0].Lines.size(), Count);
+  EXPECT_LT(std::chrono::duration<double>(Taken).count(), 5.0);
 }
 
 TEST(Finding, FindingsAreSortedByFirstLineAndTheWholeCaptureComesLast) {
