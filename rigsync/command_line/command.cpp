@@ -2,6 +2,7 @@
 #include "rigsync/command_line/command.h"
 
 #include "rigsync/system/platform.h"
+#include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
 
@@ -31,12 +32,16 @@ CLI::Option* Require_Value(CLI::Option* Option) {
 }
 
 void Print(const std::string& Text) {
+  Print_Screen(Is_Terminal(stdout) ? Terminal_Text(Text) : Text);
+}
+
+void Print_Screen(const std::string& Text) {
   const bool Written = std::fwrite(Text.data(), 1, Text.size(), stdout) == Text.size();
   if ((std::fflush(stdout) != 0 || !Written) && Reader_Is_Gone()) std::clearerr(stdout);
 }
 
 void Print_Error(const std::string& Text) {
-  std::fputs(Text.c_str(), stderr);
+  std::fputs(Terminal_Text(Text).c_str(), stderr);
 }
 
 void Warn(const std::string& Text) {

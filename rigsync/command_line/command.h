@@ -55,12 +55,16 @@ CLI::Option* Require_Choice(Command_Line& Line, CLI::Option* Option,
 // line is parsed, it throws a Usage_Error that names the option.
 CLI::Option* Require_Value(CLI::Option* Option);
 
-// Writes Text to standard output at once. A closed pipe, as of head after enough lines, is no
+// Writes Text to standard output at once: on a terminal as Terminal_Text has it, elsewhere to the
+// byte. A closed pipe, as of head after enough lines, is no
 // error; any other error is reported at the end of the program.
 void Print(const std::string& Text);
 
-// Text on standard error. Where that can't be written, the text is lost and the command goes on:
-// its exit status still says how it ended.
+// The same with sequences that steer a terminal.
+void Print_Screen(const std::string& Text);
+
+// Text on standard error, as Terminal_Text has it. Where that can't be written, the text is lost
+// and the command goes on: its exit status still says how it ended.
 void Print_Error(const std::string& Text);
 
 // A warning on standard error, folded.

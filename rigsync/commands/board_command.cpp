@@ -192,7 +192,7 @@ void Print_Page(const Board_Page& Page, const fs::path& Output) {
                          Page.Board.Cols, Page.Board.Rows, Page.Board.Cols + 1, Page.Board.Rows + 1,
                          Page.Square, Page.Paper_Name, Page.Width, Page.Height),
              0));
-  fmt::print("  file             {}\n", Output.string());
+  Print(fmt::format("  file             {}\n", Output.string()));
   fmt::print("  white margin     {:.1f} mm or more\n", Page.Margin);
   fmt::print("  ruler            {:g} mm\n", Page.Ruler);
   if (Page.First_Marker) {

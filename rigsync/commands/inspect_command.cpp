@@ -94,11 +94,11 @@ class Watch_Screen {
   void Show(const Watched_Capture& Capture) {
     std::string Text;
     for (const std::string& Line : Watch_Lines(Capture, Uses_Colour(stdout))) {
-      Text += Line + (Is_Screen ? Rest_Of_Line : "") + "\n";
+      Text += Terminal_Text(Line) + (Is_Screen ? Rest_Of_Line : "") + "\n";
     }
     if (Text == Shown) return;
-    Print(Is_Screen ? (Shown.empty() ? Whole_Screen : Begin) + Text + Rest_Of_Screen
-                    : (Shown.empty() ? "" : "\n") + Text);
+    Print_Screen(Is_Screen ? (Shown.empty() ? Whole_Screen : Begin) + Text + Rest_Of_Screen
+                           : (Shown.empty() ? "" : "\n") + Text);
     std::fflush(stdout);
     Shown = Text;
   }

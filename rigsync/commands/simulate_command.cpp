@@ -604,23 +604,23 @@ int Simulate(Simulate_Arguments Arguments) {
   for (const auto& [Count, Name] : Troubles) {
     if (Count > 0) fmt::print("  rows with {}: {}\n", Name, Count);
   }
-  fmt::print("  capture          {}\n", (Directory / "capture.csv").string());
+  Print(fmt::format("  capture          {}\n", (Directory / "capture.csv").string()));
   for (const std::string& Name : simulate::Take_Names(Options.Recording)) {
-    fmt::print("  take             {}\n", (Directory / Name).string());
+    Print(fmt::format("  take             {}\n", (Directory / Name).string()));
   }
   if (Options.Recording.Clip) {
-    fmt::print("  clip             {}\n", (Directory / "clip.avi").string());
+    Print(fmt::format("  clip             {}\n", (Directory / "clip.avi").string()));
   }
   if (simulate::Is_Timed(Options.Recording)) {
-    fmt::print("  picture times    {}\n", (Directory / "times.csv").string());
+    Print(fmt::format("  picture times    {}\n", (Directory / "times.csv").string()));
   }
-  fmt::print("  truth            {}\n", (Directory / "truth.json").string());
-  fmt::print("  board, estimate  {}\n", (Directory / "stage.json").string());
+  Print(fmt::format("  truth            {}\n", (Directory / "truth.json").string()));
+  Print(fmt::format("  board, estimate  {}\n", (Directory / "stage.json").string()));
   std::fflush(stdout);
   if (Options.Recording.Is_Streamed) Send_Stream(Stream, Capture, Arguments.Quiet);
-  fmt::print("Calibrate it with\n  rigsync calibrate {}{}--config {} --out RESULT_DIR\n",
-             Shell_Word((Directory / "capture.csv").string()), Line_Continuation(4),
-             Shell_Word((Directory / "stage.json").string()));
+  Print(fmt::format("Calibrate it with\n  rigsync calibrate {}{}--config {} --out RESULT_DIR\n",
+                    Shell_Word((Directory / "capture.csv").string()), Line_Continuation(4),
+                    Shell_Word((Directory / "stage.json").string())));
   return Exit_Success;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/system/terminal.h"
 
+#include "rigsync/system/utf8.h"
+
 #include <fmt/color.h>
 
 #include <algorithm>
@@ -32,7 +34,35 @@ bool Is_Set(const char* Variable) {
   return Value != nullptr && *Value != '\0';
 }
 
+// The length of a sequence that sets a colour or another form of letters, or 0.
+std::size_t Paint_Length(std::string_view Text) {
+  constexpr std::string_view Begin = "\x1b[";
+  if (Text.substr(0, Begin.size()) != Begin) return 0;
+  const std::size_t End = Text.find_first_not_of("0123456789;", Begin.size());
+  return End != std::string_view::npos && Text[End] == 'm' ? End + 1 : 0;
+}
+
+// Control characters, among them those from U+0080 on, which some terminals obey, separators of
+// lines, and marks that turn the direction of reading.
+bool Can_Steer(std::uint32_t Code) {
+  if (Code < 0x20) return Code != '\n' && Code != '\t';
+  return (Code >= 0x7F && Code <= 0x9F) || Code == 0x061C || Code == 0x200E || Code == 0x200F ||
+         (Code >= 0x2028 && Code <= 0x202E) || (Code >= 0x2066 && Code <= 0x2069);
+}
+
 }  // namespace
+
+std::string Terminal_Text(std::string_view Text) {
+  std::string Clean;
+  for (std::size_t i = 0; i < Text.size();) {
+    const Utf8_Character Next = Character_At(Text, i);
+    const std::size_t Paint = Paint_Length(Text.substr(i));
+    const std::size_t Kept = Paint > 0 ? Paint : Can_Steer(Next.Code) ? 0 : Next.Bytes;
+    Clean += Kept > 0 ? Text.substr(i, Kept) : Replacement_Character;
+    i += Kept > 0 ? Kept : std::max(Next.Bytes, std::size_t{1});
+  }
+  return Clean;
+}
 
 bool Uses_Colour(std::FILE* Stream) {
   return Is_Terminal(Stream) && !Is_Set("NO_COLOR") && Terminal_Takes_Colours(Stream);

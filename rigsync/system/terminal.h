@@ -23,6 +23,11 @@ enum class Style { Good, Warning, Bad, Strong, Faint };
 // at a time.
 std::string Painted(Style Text_Style, std::string_view Text, bool In_Colour);
 
+// Text for a terminal: what is painted stays, and nothing else in it, such as the name of a file,
+// can steer the terminal or turn the direction of reading. Other control characters than newline
+// and tab, and bytes that are no UTF-8, become U+FFFD.
+std::string Terminal_Text(std::string_view Text);
+
 // Paints every line of Text but not the newlines between them.
 std::string Painted_Lines(Style Text_Style, std::string_view Text, bool In_Colour);
 

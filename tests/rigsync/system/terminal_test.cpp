@@ -8,6 +8,8 @@
 
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace {
 
@@ -57,6 +59,35 @@ class Terminal_Stream {
  private:
   int Theirs = -1;
 };
+
+// What a name may hold: sequences that clear the screen and set the title, in the forms of one and
+// of two bytes, a tab too far, and marks that turn the direction of reading.
+TEST(Terminal, ANameInATextCannotSteerTheTerminal) {
+  const std::string Mark = "\xEF\xBF\xBD";
+  const std::pair<std::string, std::string> Cases[] = {
+      {"a\x1b[2Jb", "a" + Mark + "[2Jb"},
+      {"a\x1b]0;title\x07"
+       "b",
+       "a" + Mark + "]0;title" + Mark + "b"},
+      {"a\xC2\x9B"
+       "2Jb",
+       "a" + Mark + "2Jb"},
+      {"a\x9B"
+       "2Jb",
+       "a" + Mark + "2Jb"},
+      {"a\rb\bc\x7F", "a" + Mark + "b" + Mark + "c" + Mark},
+      {"a\xE2\x80\xAEgnp.b\xE2\x81\xA6", "a" + Mark + "gnp.b" + Mark},
+      {std::string("a\0b", 3), "a" + Mark + "b"},
+      {"a\x1b[", "a" + Mark + "["}};
+  for (const auto& [Text, Shown] : Cases) EXPECT_EQ(rigsync::Terminal_Text(Text), Shown);
+}
+
+TEST(Terminal, WhatIsPaintedAndEveryOtherLetterStays) {
+  const std::string Text = "caf\xC3\xA9 \xF0\x9F\x8E\xA5\n\t\xE2\x80\x93 " +
+                           rigsync::Painted(Style::Good, "Usable.", /*In_Colour=*/true) + "\n";
+  ASSERT_NE(Text.find('\x1b'), std::string::npos);
+  EXPECT_EQ(rigsync::Terminal_Text(Text), Text);
+}
 
 TEST(Terminal, ATerminalHasColoursUnlessTheEnvironmentForbidsThem) {
   const Terminal_Stream Terminal;
