@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/calibrate/reprojection_folders.h"
 
+#include "rigsync/capture/image_paths.h"
 #include "rigsync/capture/reprojection_paths.h"
 #include "rigsync/system/plain_path.h"
 #include "rigsync/system/text.h"
@@ -20,6 +21,23 @@ namespace {
 bool Is_File(const std::filesystem::path& Path) {
   std::error_code Error;
   return std::filesystem::exists(Path, Error) && !std::filesystem::is_directory(Path, Error);
+}
+
+// Why the library can't be given an image, and what to do. Null where it can.
+const char* Unfitness(const std::filesystem::path& Image_Root, const std::string& Name) {
+  if (One_Line(Name).empty()) return nullptr;
+  switch (Find_State(Image_Root, Name)) {
+    case Path_State::Pipe_Or_Device:
+      return "leads to a pipe or a device; correct it, or remove the line";
+    case Path_State::Too_Many_Pixels:
+      return "leads to an image with more pixels than the memory holds, by its header; save the "
+             "image in its own size, or remove the line";
+    case Path_State::Unknown_Ending:
+      return "has no ending of an image, which the reprojection image needs; rename the image, so "
+             "that it ends in .png, .jpg, .tif or .bmp";
+    default:
+      return nullptr;
+  }
 }
 
 // Creates Relative inside Out one component at a time, so that each ".." is resolved in a folder
@@ -67,6 +85,16 @@ void Refuse_Climbing_Images(const std::filesystem::path& Csv,
         "{}, line {}: the '..' in image path '{}' would place the reprojection image outside the "
         "Reproject_ files of the output folder; expected a path without it",
         Plain_Path(Csv).string(), Image.Line, One_Line(Image.Name)));
+  }
+}
+
+void Refuse_Unfit_Images(const std::filesystem::path& Csv, const std::vector<Capture_Image>& Images,
+                         const std::filesystem::path& Image_Root) {
+  for (const Capture_Image& Image : Images) {
+    const char* const Why = Unfitness(Image_Root, Image.Name);
+    if (Why == nullptr) continue;
+    throw Usage_Error(fmt::format("{}, line {}: image path '{}' {}", Plain_Path(Csv).string(),
+                                  Image.Line, One_Line(Image.Name), Why));
   }
 }
 

@@ -19,6 +19,12 @@ void Refuse_Climbing_Images(const std::filesystem::path& Csv,
                             const std::vector<Capture_Image>& Images,
                             const std::filesystem::path& Image_Root);
 
+// Throws Usage_Error, naming the line, for the first image that the library can't be given: a pipe
+// or a device, for which it might wait forever, a header with more pixels than the memory holds, or
+// a name for whose ending no reprojection image can be written.
+void Refuse_Unfit_Images(const std::filesystem::path& Csv, const std::vector<Capture_Image>& Images,
+                         const std::filesystem::path& Image_Root);
+
 // Creates, inside Out, the folders for the reprojection images of all existing images. Returns the
 // image paths whose folder can't be created: their reprojection images will be missing.
 std::vector<std::string> Make_Reprojection_Folders(const std::filesystem::path& Out,

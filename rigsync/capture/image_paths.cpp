@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/capture/image_paths.h"
 
+#include "rigsync/capture/image_header.h"
 #include "rigsync/capture/reprojection_paths.h"
 #include "rigsync/system/text.h"
+
+#include <opencv2/imgcodecs.hpp>
 
 #include <algorithm>
 #include <map>
@@ -54,13 +57,25 @@ void Find_Correction(const std::string& Name, const fs::path& Root, Image_Path& 
   }
 }
 
-Path_State Find_State(const fs::path& File) {
-  if (Is_Regular_File(File)) return Path_State::File;
-  std::error_code Error;
-  return fs::exists(File, Error) ? Path_State::Not_A_File : Path_State::Missing;
+// Whether an image can be read, but no reprojection image written: OpenCV takes the form of that
+// from the ending of its name.
+bool Has_Unknown_Ending(const fs::path& File, const std::string& Name) {
+  return !cv::haveImageWriter(Reprojection_Name(Name).string()) &&
+         cv::haveImageReader(File.string());
 }
 
 }  // namespace
+
+Path_State Find_State(const fs::path& Image_Root, const std::string& Name) {
+  const fs::path File = Image_Root / Name;
+  std::error_code Error;
+  const fs::file_status Status = fs::status(File, Error);
+  if (!fs::exists(Status)) return Path_State::Missing;
+  if (fs::is_directory(Status)) return Path_State::Not_A_File;
+  if (!fs::is_regular_file(Status)) return Path_State::Pipe_Or_Device;
+  if (Has_Too_Many_Pixels(File)) return Path_State::Too_Many_Pixels;
+  return Has_Unknown_Ending(File, Name) ? Path_State::Unknown_Ending : Path_State::File;
+}
 
 std::vector<Image_Path> Find_Image_Paths(const std::vector<Capture_Row>& Rows,
                                          const fs::path& Image_Root) {
@@ -78,7 +93,7 @@ std::vector<Image_Path> Find_Image_Paths(const std::vector<Capture_Row>& Rows,
     const auto [First_Line, Is_New] = First_Lines.emplace(File.lexically_normal(), Row.Line);
     if (!Is_New) Path.Earlier_Line = First_Line->second;
     Path.Climbs_Out = Climbs_Out(Row.Image);
-    Path.State = Find_State(File);
+    Path.State = Find_State(Image_Root, Row.Image);
     if (Path.State == Path_State::Missing) Find_Correction(Row.Image, Image_Root, Path);
   }
   return Paths;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Where the image paths of a capture lead in the file system. No image is opened.
+// Where the image paths of a capture lead in the file system. Of an image no more than its header
+// is read.
 #ifndef RIGSYNC_CAPTURE_IMAGE_PATHS_H
 #define RIGSYNC_CAPTURE_IMAGE_PATHS_H
 
@@ -8,6 +9,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 namespace rigsync {
@@ -16,9 +18,15 @@ enum class Path_State {
   Not_An_Image,  // the row's Is_Image is false; its path is not examined
   Empty,         // blanks only
   Missing,
-  Not_A_File,  // a folder, for example
+  Not_A_File,       // a folder, for example
+  Pipe_Or_Device,   // reading it may never end
+  Too_Many_Pixels,  // by its header
+  Unknown_Ending,   // an image that no reprojection image can be named after
   File
 };
+
+// The state of an image path that is not empty.
+Path_State Find_State(const std::filesystem::path& Image_Root, const std::string& Name);
 
 // A change to a path that leads nowhere, after which it leads to a file.
 enum class Path_Correction {

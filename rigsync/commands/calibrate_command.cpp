@@ -217,10 +217,14 @@ void Judge_Image_Amount(const Calibrate_Arguments& Arguments, const Calibration_
   Warn(Text);
 }
 
-// A pipe can be read only once, and the library has to read it.
+// A pipe can be read only once, and the library has to read it. A device may have no end.
 void Refuse_Pipe(const Calibration_Inputs& Inputs) {
   std::error_code Ignored;
   const fs::file_status Status = fs::status(Inputs.Csv, Ignored);
+  if (fs::is_character_file(Status) || fs::is_block_file(Status)) {
+    throw Usage_Error(Inputs.Csv.string() +
+                      ": is a device or a terminal; expected the capture's CSV file");
+  }
   if (Inputs.Is_Library_Only || !fs::exists(Status) || fs::is_regular_file(Status)) return;
   throw Usage_Error(Inputs.Csv.string() +
                     ": is not a regular file and can be read only once; expected the capture's CSV "
@@ -379,6 +383,7 @@ int Calibrate(const Calibrate_Arguments& Arguments) {
   const fs::path& Image_Root = Result.Inputs.Image_Root;
   Result.Images = Read_Image_Names(Result.Inputs.Csv);
   Refuse_Climbing_Images(Result.Inputs.Csv, Result.Images, Image_Root);
+  Refuse_Unfit_Images(Result.Inputs.Csv, Result.Images, Image_Root);
   Result.Inputs.Camera_Labels = Labels_Of_Capture(Result.Inputs.Csv);
   const Row_Motions Motions = Read_Recorded_Motions(Result.Inputs);
   Judge_Image_Amount(Arguments, Result);

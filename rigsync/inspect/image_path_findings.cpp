@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/inspect/image_path_findings.h"
 
+#include "rigsync/capture/image_header.h"
 #include "rigsync/system/plain_path.h"
 
 #include <fmt/format.h>
@@ -72,6 +73,35 @@ void Judge_State(const Capture_Row& Row, const Image_Path& Path,
                 "The image path does not lead to a regular file, so the line is dropped.",
                 Path_Example(Row),
                 "Correct the path.",
+                {Row.Line}});
+      return;
+    case Path_State::Pipe_Or_Device:
+      List.Add({"image_is_a_pipe",
+                Level::Error,
+                "The image path leads to a pipe or a device, which the library may wait for "
+                "forever, so 'rigsync calibrate' refuses it.",
+                Path_Example(Row),
+                "Correct the path, or remove the line.",
+                {Row.Line}});
+      return;
+    case Path_State::Too_Many_Pixels:
+      List.Add({"image_too_large",
+                Level::Error,
+                fmt::format("By its header the image has more than {} million pixels, which would "
+                            "fill the memory, so 'rigsync calibrate' refuses it.",
+                            Most_Pixels / 1'000'000),
+                Path_Example(Row),
+                "Save the image in its own size, or remove the line.",
+                {Row.Line}});
+      return;
+    case Path_State::Unknown_Ending:
+      List.Add({"image_ending_unknown",
+                Level::Error,
+                "The name of the image has no ending of a format in which its reprojection image "
+                "could be written. The library would end there without a result, so 'rigsync "
+                "calibrate' refuses it.",
+                Path_Example(Row),
+                "Rename the image, so that it ends in .png, .jpg, .tif or .bmp.",
                 {Row.Line}});
       return;
     case Path_State::File:

@@ -5,6 +5,7 @@
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <opencv2/imgcodecs.hpp>
 
 #include <filesystem>
@@ -54,6 +55,22 @@ TEST(ReprojectionFolders, RefusesAnExistingImageThatClimbsOutAndNamesItsLine) {
     FAIL() << "taken";
   } catch (const rigsync::Usage_Error& Error) {
     EXPECT_THAT(Error.what(), testing::AllOf(HasSubstr("c.csv, line 7"), HasSubstr("in/../1.png")));
+  }
+}
+
+TEST(ReprojectionFolders, AnImageThatTheLibraryCannotBeGivenIsRefusedWithItsLine) {
+  const Scratch_Folder Scratch;
+  ASSERT_EQ(mkfifo((Scratch.Path() / "pipe.png").c_str(), 0600), 0);
+  Scratch.Write("1.png", "x");
+  rigsync::Refuse_Unfit_Images("c.csv", {{2, "1.png"}, {3, ""}, {4, "gone.png"}, {5, "."}},
+                               Scratch.Path());
+  try {
+    rigsync::Refuse_Unfit_Images("c.csv", {{2, "1.png"}, {7, "pipe.png"}}, Scratch.Path());
+    FAIL() << "taken";
+  } catch (const rigsync::Usage_Error& Error) {
+    EXPECT_STREQ(Error.what(),
+                 "c.csv, line 7: image path 'pipe.png' leads to a pipe or a device; correct it, or "
+                 "remove the line");
   }
 }
 

@@ -4,6 +4,8 @@
 #include "tests/support/scratch_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <opencv2/imgcodecs.hpp>
 
 #include <filesystem>
 
@@ -40,6 +42,31 @@ TEST(ImagePaths, APathLeadsToAFileOrSomethingElseOrNothing) {
             (std::vector<Path_State>{Path_State::File, Path_State::File, Path_State::Missing,
                                      Path_State::Not_A_File, Path_State::Empty, Path_State::Empty,
                                      Path_State::Not_An_Image}));
+}
+
+// A pipe was waited for, an image of 400 million pixels filled the memory, and an image whose name
+// has no ending ended the library's run.
+TEST(ImagePaths, WhatTheLibraryCannotBeGivenIsTold) {
+  const Scratch_Folder Scratch;
+  ASSERT_EQ(mkfifo((Scratch.Path() / "pipe.png").c_str(), 0600), 0);
+  std::filesystem::create_symlink("pipe.png", Scratch.Path() / "link.png");
+  std::vector<unsigned char> Png;
+  cv::imencode(".png", cv::Mat::zeros(8, 8, CV_8U), Png);
+  const std::string Small(Png.begin(), Png.end());
+  std::string Huge = Small;
+  Huge.replace(16, 8, std::string("\x00\x00\x4E\x20\x00\x00\x4E\x20", 8));  // 20000 by 20000
+  Scratch.Write("small", Small);
+  Scratch.Write("small.PNG", Small);
+  Scratch.Write("huge.png", Huge);
+  Scratch.Write("text", "no image");
+  const auto State = [&](const char* Name) { return rigsync::Find_State(Scratch.Path(), Name); };
+  EXPECT_EQ(State("pipe.png"), Path_State::Pipe_Or_Device);
+  EXPECT_EQ(State("link.png"), Path_State::Pipe_Or_Device);
+  EXPECT_EQ(State("/dev/zero"), Path_State::Pipe_Or_Device);
+  EXPECT_EQ(State("huge.png"), Path_State::Too_Many_Pixels);
+  EXPECT_EQ(State("small"), Path_State::Unknown_Ending);
+  EXPECT_EQ(State("small.PNG"), Path_State::File);
+  EXPECT_EQ(State("text"), Path_State::File);  // unreadable, so that the library drops it
 }
 
 TEST(ImagePaths, ARepeatedFileHasTheLineOfItsFirstPathHoweverItIsWritten) {

@@ -50,6 +50,22 @@ TEST(ImagePathFindings, APathWithoutAFileIsAWarningWithItsLine) {
   EXPECT_THAT(Judge(With_State(Path_State::Missing))[0].Advice, HasSubstr("/captures/stage"));
 }
 
+TEST(ImagePathFindings, WhatACalibrationRefusesIsAnErrorWithItsLine) {
+  const std::pair<Path_State, const char*> Cases[] = {
+      {Path_State::Pipe_Or_Device, "image_is_a_pipe"},
+      {Path_State::Too_Many_Pixels, "image_too_large"},
+      {Path_State::Unknown_Ending, "image_ending_unknown"}};
+  for (const auto& [State, Id] : Cases) {
+    const std::vector<Finding> List = Judge(With_State(State));
+    ASSERT_EQ(List.size(), 1u);
+    EXPECT_EQ(List[0].Id, Id);
+    EXPECT_EQ(List[0].Severity, Level::Error);
+    EXPECT_EQ(List[0].Lines, (std::vector<std::size_t>{4}));
+    EXPECT_EQ(List[0].Example, "In line 4 it is 'a.png'.");
+    EXPECT_THAT(List[0].What, HasSubstr("'rigsync calibrate' refuses it"));
+  }
+}
+
 TEST(ImagePathFindings, AMissingPathNamesTheChangeThatLeadsToAFile) {
   const std::pair<Path_Correction, const char*> Cases[] = {
       {Path_Correction::Without_Blanks, "blanks"},
