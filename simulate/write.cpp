@@ -494,6 +494,17 @@ std::vector<std::string> Table_Names(const Plan& Capture) {
   return Names;
 }
 
+// A document that is nested deeper than any truth is none: to copy its values could take more stack
+// than there is.
+Json Parsed_Truth(std::istream& In) {
+  constexpr int Deepest = 32;
+  const auto Check_Depth = [](int Depth, Json::parse_event_t /*Event*/, Json& /*Value*/) {
+    if (Depth > Deepest) throw std::runtime_error("it is nested too deep");
+    return true;
+  };
+  return Json::parse(In, Check_Depth);
+}
+
 }  // namespace
 
 std::vector<fs::path> Files_Of(const Plan& Capture, const fs::path& Directory) {
@@ -525,10 +536,13 @@ void Write_Capture(const Plan& Capture, const fs::path& Directory,
 }
 
 Truth Read_Truth(const fs::path& Path) {
+  if (fs::exists(Path) && !fs::is_regular_file(Path)) {
+    throw std::runtime_error("simulate: " + Path.string() + " isn't a file");
+  }
   std::ifstream In(Path);
   if (!In) throw std::runtime_error("simulate: can't read " + Path.string());
   try {
-    return Truth_In(Json::parse(In));
+    return Truth_In(Parsed_Truth(In));
   } catch (const std::exception& Reason) {
     throw std::runtime_error("simulate: " + Path.string() +
                              " isn't a capture's truth: " + Reason.what());

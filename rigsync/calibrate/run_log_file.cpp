@@ -38,4 +38,12 @@ std::filesystem::path Run_Log_Since(const Run_Logs& Earlier_Logs,
   return Latest;
 }
 
+bool May_Be_Run_Log(const std::filesystem::path& File) {
+  constexpr std::uintmax_t Largest_Log = 1'000'000'000;
+  std::error_code Error;
+  if (!std::filesystem::is_regular_file(File, Error)) return false;
+  const std::uintmax_t Size = std::filesystem::file_size(File, Error);
+  return !Error && Size <= Largest_Log;
+}
+
 }  // namespace rigsync

@@ -22,6 +22,10 @@ Run_Logs List_Run_Logs(const std::filesystem::path& Folder);
 std::filesystem::path Run_Log_Since(const Run_Logs& Earlier_Logs,
                                     const std::filesystem::path& Folder);
 
+// Whether File can be read as a run log. A result.json names one, and somebody may have changed the
+// name to that of a pipe, of a device, or of a file beyond a gigabyte, which no run writes.
+bool May_Be_Run_Log(const std::filesystem::path& File);
+
 }  // namespace rigsync
 
 #endif  // RIGSYNC_CALIBRATE_RUN_LOG_FILE_H

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/calibrate/run_log_rows.h"
 
+#include "rigsync/calibrate/run_log_file.h"
+
 #include <Eigen/SVD>
 
 #include <algorithm>
@@ -149,6 +151,7 @@ class Logged_Run_Reader {
 
 Logged_Run Read_Logged_Run(const std::filesystem::path& Run_Log) {
   Logged_Run_Reader Reader;
+  if (!May_Be_Run_Log(Run_Log)) return Reader.Finish();
   std::ifstream File(Run_Log);
   for (std::string Line; std::getline(File, Line);) Reader.Take_Line(Line);
   return Reader.Finish();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/calibrate/run_report.h"
 
+#include "rigsync/calibrate/run_log_file.h"
 #include "rigsync/capture/library_limits.h"
 
 #include <algorithm>
@@ -244,6 +245,7 @@ void Run_Log_Reader::Take_Line(std::string_view Line) {
 
 Run_Report Read_Run_Report(const std::filesystem::path& Run_Log) {
   Run_Log_Reader Reader;
+  if (!May_Be_Run_Log(Run_Log)) return Reader.Report();
   std::ifstream File(Run_Log);
   for (std::string Line; std::getline(File, Line);) Reader.Take_Line(Line);
   return Reader.Report();

@@ -7,6 +7,7 @@
 #include "rigsync/command_line/arguments.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/exit_status.h"
+#include "rigsync/engine/solved_camera.h"
 #include "rigsync/formats/drift_file.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/geometry/angle.h"
@@ -159,7 +160,9 @@ Calibration_Result Read_Mounted_Result(const std::string& File) {
   if (Transform_Cam_Tc.empty()) {
     throw Usage_Error(fmt::format("{} has no transform: {}", File, Result.Message));
   }
-  Require_Finite_Mount(File, Transform_Cam_Tc);
+  Require_Mount(File, Transform_Cam_Tc);
+  // Refuses a lens that no run writes, whose differences would be no numbers.
+  if (!Result.Norm_Fxy.empty() && !Result.Norm_Cxy.empty()) Solved_Camera_Of(Result, File);
   return Result;
 }
 

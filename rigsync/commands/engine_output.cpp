@@ -96,7 +96,7 @@ void Require_Result(const std::string& File, const Calibration_Result& Result) {
     throw Usage_Error(fmt::format("{} has no result to export: {}", File,
                                   Result.Message.empty() ? "its values are null" : Result.Message));
   }
-  Require_Finite_Mount(File, Transform_Cam_Tc);
+  Require_Mount(File, Transform_Cam_Tc);
   Solved_Camera_Of(Result, File);
 }
 

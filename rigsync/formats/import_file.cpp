@@ -2,6 +2,7 @@
 #include "rigsync/formats/import_file.h"
 
 #include "rigsync/formats/label_words.h"
+#include "rigsync/formats/shallow_json.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/system/file_hash.h"
 #include "rigsync/system/usage_error.h"
@@ -248,11 +249,12 @@ Clock_Match Clock_At(const Import_Value& Value) {
 Json Read_Root(const std::filesystem::path& File) {
   std::error_code Ignored;
   if (std::filesystem::is_directory(File, Ignored)) Refuse_Import(File, "is a folder");
+  if (!Is_Document_File(File)) Refuse_Import(File, "is a pipe or a device");
   std::ifstream Stream(File);
   if (!Stream) {
     Refuse_Import(File, "can't be opened (" + std::generic_category().message(errno) + ")");
   }
-  Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
+  Json Root = Shallow_Json(Stream);
   if (!Root.is_object() || Root.value("format", Json()) != Format_Name) {
     Refuse_Import(File, "is not an import");
   }

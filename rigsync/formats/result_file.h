@@ -37,9 +37,9 @@ std::filesystem::path Result_File(const std::filesystem::path& Typed);
 // Whether the file is a result.json by its "format"; false for one that can't be read.
 bool Is_Result_File(const std::filesystem::path& File);
 
-// Throws Usage_Error, which names the file and the probable cause, for a mount that holds NaN.
-void Require_Finite_Mount(const std::filesystem::path& File,
-                          const std::vector<double>& Transform_Cam_Tc);
+// Throws Usage_Error, which names the file and the probable cause, for a mount that holds NaN or is
+// no rotation with a position.
+void Require_Mount(const std::filesystem::path& File, const std::vector<double>& Transform_Cam_Tc);
 
 }  // namespace rigsync
 

@@ -9,10 +9,12 @@
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/formats/result_file.h"
 #include "rigsync/formats/result_format.h"
+#include "rigsync/formats/shallow_json.h"
 #include "rigsync/geometry/transform_list.h"
 #include "rigsync/system/text.h"
 
 #include <fmt/format.h>
+#include <Eigen/LU>
 
 #include <algorithm>
 #include <cerrno>
@@ -32,11 +34,12 @@ using Json = nlohmann::ordered_json;
 Json Read_Root(const std::filesystem::path& File) {
   std::error_code Ignored;
   if (std::filesystem::is_directory(File, Ignored)) Refuse_File(File, "is a folder");
+  if (!Is_Document_File(File)) Refuse_File(File, "is a pipe or a device");
   std::ifstream Stream(File);
   if (!Stream) {
     Refuse_File(File, "can't be opened (" + std::generic_category().message(errno) + ")");
   }
-  Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
+  Json Root = Shallow_Json(Stream);
   if (!Root.is_object() || Root.value("format", Json()) != Result_Format) {
     Refuse_File(File, "is not a result file");
   }
@@ -94,6 +97,9 @@ Board_Size Board_At(const Json_Fields& Object) {
   const std::vector<std::size_t> Corners = Object.Counts("board");
   if (Corners.empty()) return {};
   if (Corners.size() != 2) Object.Refuse("'board' is not a list of 2 numbers");
+  // The corners of a board are listed in memory; nobody prints as many.
+  constexpr std::size_t Most_Corners = 1000;
+  if (std::max(Corners[0], Corners[1]) > Most_Corners) Object.Refuse("'board' is no board");
   return {static_cast<int>(Corners[0]), static_cast<int>(Corners[1])};
 }
 
@@ -256,6 +262,16 @@ void Read_Versions(const Json_Fields& Root, Calibration_Result& Result) {
   Result.Report.Version = One_Line(Object.Text("rigsync_core"));
 }
 
+// The mean of a run is narrowed to float, so its rotation is one to about 1e-6.
+bool Is_Rigid(const Eigen::Matrix4d& Transform) {
+  constexpr double Tolerance = 1e-3;
+  const Eigen::Matrix3d Rotation = Transform.topLeftCorner<3, 3>();
+  const Eigen::Matrix3d Off = Rotation * Rotation.transpose() - Eigen::Matrix3d::Identity();
+  const Eigen::RowVector4d Last = Transform.row(3) - Eigen::RowVector4d(0.0, 0.0, 0.0, 1.0);
+  return Off.cwiseAbs().maxCoeff() <= Tolerance && Last.cwiseAbs().maxCoeff() <= Tolerance &&
+         Rotation.determinant() > 0.0;
+}
+
 }  // namespace
 
 Calibration_Result Read_Result(const std::filesystem::path& File) {
@@ -287,16 +303,19 @@ std::filesystem::path Result_File(const std::filesystem::path& Typed) {
 }
 
 bool Is_Result_File(const std::filesystem::path& File) {
+  if (!Is_Document_File(File)) return false;
   std::ifstream Stream(File);
-  const Json Root = Json::parse(Stream, nullptr, /*allow_exceptions=*/false);
+  const Json Root = Shallow_Json(Stream);
   return Root.is_object() && Root.value("format", Json()) == Result_Format;
 }
 
-void Require_Finite_Mount(const std::filesystem::path& File,
-                          const std::vector<double>& Transform_Cam_Tc) {
+void Require_Mount(const std::filesystem::path& File, const std::vector<double>& Transform_Cam_Tc) {
   const bool Is_Finite = std::all_of(Transform_Cam_Tc.begin(), Transform_Cam_Tc.end(),
                                      [](double Value) { return std::isfinite(Value); });
   if (!Is_Finite) Refuse_Not_Finite(File, "transform_cam_tc");
+  if (!Is_Rigid(Matrix_From_List(Transform_Cam_Tc))) {
+    Refuse_File(File, "'transform_cam_tc' is no rotation with a position, so the file was changed");
+  }
 }
 
 }  // namespace rigsync

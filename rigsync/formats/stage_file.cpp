@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/formats/stage_file.h"
 
+#include "rigsync/formats/shallow_json.h"
+
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
 #include "rigsync/system/whole_file.h"
@@ -45,6 +47,11 @@ std::string Flag_Text(const std::filesystem::path& File, const std::string& Key,
 }
 
 std::string Read_Bytes(const std::filesystem::path& File) {
+  // A pipe ends with its writer; a device may have no end.
+  std::error_code Ignored;
+  if (std::filesystem::is_character_file(File, Ignored)) {
+    Refuse_File(File, "is a device or a terminal; expected a file");
+  }
   std::ifstream Stream(File, std::ios::binary);
   if (!Stream) {
     Refuse_File(File, "can't be opened (" + std::generic_category().message(errno) + ")");
@@ -84,6 +91,10 @@ Json Parse_Json(const std::filesystem::path& File, const std::string& Text) {
   // The parser would silently keep the last of two values. It reads byte by byte: when it reports a
   // key, it has read as far as the closing quote.
   const auto Refuse_Duplicate = [&](int Depth, Json::parse_event_t Event, Json& Key) {
+    if (Depth > Deepest_Json) {
+      Refuse_File(File, fmt::format("line {}: values are nested more than {} levels deep",
+                                    Current_Line(Stream, Text), Deepest_Json));
+    }
     if (Depth != 1 || Event != Json::parse_event_t::key) return true;
     const std::size_t Line = Current_Line(Stream, Text);
     const auto [Earlier, Is_New] = Line_Of_Key.emplace(Key.get<std::string>(), Line);

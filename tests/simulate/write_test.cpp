@@ -142,6 +142,14 @@ TEST(WriteTables, WritesTheSameInALocaleWithDecimalCommas) {
   EXPECT_EQ(Read("truth.json"), Truth);
 }
 
+// Copying a value that is nested this deep took more stack than there is.
+TEST(ReadTruth, AFileThatIsNestedTooDeepIsRefused) {
+  const Scratch_Folder Folder;
+  const std::string Deep = "{\"rows\":" + std::string(1'000'000, '[');
+  EXPECT_THROW(simulate::Read_Truth(Folder.Write("truth.json", Deep + std::string(1'000'000, ']'))),
+               std::runtime_error);
+}
+
 TEST(WriteTables, WritesNoPhotographs) {
   const Scratch_Folder Folder;
   simulate::Write_Tables(Make_Plan(Tiny_Capture()), Folder.Path() / "new" / "folder");

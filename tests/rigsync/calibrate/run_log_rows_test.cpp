@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/calibrate/run_log_rows.h"
 
+#include "rigsync/calibrate/run_report.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -113,6 +117,16 @@ TEST(RunLogRows, AMatrixThatIsNoPoseCountsAsNone) {
 
 TEST(RunLogRows, AMissingLogHasNothing) {
   EXPECT_TRUE(rigsync::Read_Logged_Run("/no/such/log").Rows.empty());
+  // A result.json that somebody changed may name these as its log. None has an end that is near.
+  const Scratch_Folder Scratch;
+  const std::string Pipe = (Scratch.Path() / "pipe").string();
+  ASSERT_EQ(mkfifo(Pipe.c_str(), 0600), 0);
+  const std::string Sparse = Scratch.Write("sparse", "");
+  std::filesystem::resize_file(Sparse, std::uintmax_t{1} << 40);
+  for (const std::string& Log : {Pipe, std::string("/dev/zero"), Sparse}) {
+    EXPECT_TRUE(rigsync::Read_Logged_Run(Log).Rows.empty());
+    EXPECT_TRUE(rigsync::Read_Run_Report(Log).Images.empty());
+  }
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cmath>
@@ -224,7 +225,7 @@ TEST(ResultFile, AMountThatIsNotFiniteIsReadAsNaNAndRefusedWhereItIsRequired) {
   EXPECT_TRUE(std::isnan(Read.Transform_Cam_Tc[3]));
   EXPECT_EQ(Read.Transform_Cam_Tc[4], Result.Transform_Cam_Tc[4]);
   try {
-    rigsync::Require_Finite_Mount("r.json", Read.Transform_Cam_Tc);
+    rigsync::Require_Mount("r.json", Read.Transform_Cam_Tc);
     FAIL();
   } catch (const rigsync::Usage_Error& Error) {
     EXPECT_STREQ(Error.what(),
@@ -232,7 +233,32 @@ TEST(ResultFile, AMountThatIsNotFiniteIsReadAsNaNAndRefusedWhereItIsRequired) {
                  "used. The probable cause is a NaN tracker value in the CSV: 'rigsync inspect' "
                  "names its line. Remove that line and calibrate again");
   }
-  rigsync::Require_Finite_Mount("r.json", Whole_Result().Transform_Cam_Tc);
+}
+
+// Each of these was exported: as a camera that is mirrored, of another size, or without numbers.
+TEST(ResultFile, AMountThatIsNoRotationWithAPositionIsRefused) {
+  // From 3, 4 and 5: rows of 0.6 and 0.8.
+  const std::vector<double> Sound = {0.6, 0, 0.8, 1, 0, 1, 0, 2, -0.8, 0, 0.6, 3, 0, 0, 0, 1};
+  rigsync::Require_Mount("r.json", Sound);
+  const auto Changed = [&Sound](const std::vector<int>& Elements, double Factor) {
+    std::vector<double> Mount = Sound;
+    for (const int i : Elements) Mount[static_cast<std::size_t>(i)] *= Factor;
+    return Mount;
+  };
+  std::vector<double> Last_Row = Sound;
+  Last_Row[12] = 1;
+  const std::vector<int> Rotation = {0, 1, 2, 4, 5, 6, 8, 9, 10};
+  for (const std::vector<double>& Mount :
+       {Changed(Rotation, 0.0), Changed(Rotation, 2.0), Changed(Rotation, 1e300),
+        Changed(Rotation, 1e-300), Changed(Rotation, -1.0), Changed({5}, -1.0),
+        Changed({0, 10}, 1.01), Changed({15}, 0.0), Last_Row}) {
+    try {
+      rigsync::Require_Mount("r.json", Mount);
+      ADD_FAILURE() << testing::PrintToString(Mount);
+    } catch (const rigsync::Usage_Error& Error) {
+      EXPECT_THAT(Error.what(), HasSubstr("r.json: 'transform_cam_tc' is no rotation"));
+    }
+  }
 }
 
 TEST(ResultFile, IsUsableWithCode0Or99AndFiniteNumbersOnly) {
@@ -850,6 +876,32 @@ TEST(ResultFile, AFailedWriteThrowsAndKeepsTheEarlierFile) {
   EXPECT_TRUE(std::filesystem::is_directory(Scratch.Path() / "result.json/inside"));
 }
 
+// A document within a document, as many levels deep.
+std::string Nested(const std::string& Key, std::size_t Levels) {
+  return "{\"format\":\"rigsync-result\",\"format_version\":1,\"" + Key +
+         "\":" + std::string(Levels, '[') + std::string(Levels, ']') + "}";
+}
+
+// Copying such a value ended the program: each level takes a part of the stack.
+TEST(ResultFile, AFileThatIsNestedTooDeepIsRefused) {
+  const Scratch_Folder Scratch;
+  for (const char* const Key : {"format", "code", "lens", "unknown"}) {
+    const std::string File = Scratch.Write("r.json", Nested(Key, 1'000'000));
+    EXPECT_THAT(Refusal(File), HasSubstr("r.json: is not a result file"));
+    EXPECT_FALSE(rigsync::Is_Result_File(File));
+  }
+  EXPECT_THAT(Refusal(Scratch.Write("r.json", Nested("unknown", 60))), HasSubstr("'lens'"));
+}
+
+TEST(ResultFile, APipeOrADeviceIsRefusedUnread) {
+  const Scratch_Folder Scratch;
+  ASSERT_EQ(mkfifo((Scratch.Path() / "pipe").c_str(), 0600), 0);
+  for (const std::string File : {(Scratch.Path() / "pipe").string(), std::string("/dev/zero")}) {
+    EXPECT_THAT(Refusal(File), HasSubstr(": is a pipe or a device; expected a result.json"));
+    EXPECT_FALSE(rigsync::Is_Result_File(File));
+  }
+}
+
 TEST(ResultFile, AFileThatIsNoResultIsRefusedByName) {
   const Scratch_Folder Scratch;
   const std::pair<const char*, const char*> Cases[] = {
@@ -878,6 +930,9 @@ TEST(ResultFile, AFileThatIsNoResultIsRefusedByName) {
       {R"({"format":"rigsync-result","format_version":1,"inputs":{"board":[11,-8]},
            "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
        "'board' has an element that is not a whole number"},
+      {R"({"format":"rigsync-result","format_version":1,"inputs":{"board":[11,1001]},
+           "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",
+       "'board' is no board"},
       {R"({"format":"rigsync-result","format_version":1,"transform_cam_tc":null,
            "images":{"given":4000000000},
            "lens":{"image_size":null,"norm_fxy":null,"norm_cxy":null,"distortion":null}})",

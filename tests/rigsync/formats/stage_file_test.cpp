@@ -152,6 +152,14 @@ TEST(StageFile, ADuplicateKeyIsRefusedWithBothLines) {
               HasSubstr("'board' must be a string"));
 }
 
+TEST(StageFile, ADeviceAndAFileThatIsNestedTooDeepAreRefused) {
+  const Scratch_Folder Scratch;
+  const std::string Deep = "{\"board\":\n" + std::string(1'000'000, '[');
+  EXPECT_THAT(Refusal("/dev/zero"), HasSubstr("is a device"));
+  EXPECT_THAT(Refusal(Scratch.Write("s.json", Deep + std::string(1'000'000, ']') + "}")),
+              HasSubstr("line 2: values are nested more than 64 levels deep"));
+}
+
 TEST(StageFile, AFolderAndAMissingFileAreRefused) {
   const Scratch_Folder Scratch;
   EXPECT_THAT(Refusal(Scratch.String()), HasSubstr("can't be read"));
