@@ -347,12 +347,12 @@ unsigned long Process_Number() {
   return GetCurrentProcessId();
 }
 
-// Does not use _isatty, which is also true for NUL and serial ports.
 // The runtime has room for thousands.
 std::size_t Open_File_Limit() {
   return SIZE_MAX;
 }
 
+// Does not use _isatty, which is also true for NUL and serial ports.
 bool Is_Terminal(std::FILE* Stream) {
   DWORD Mode = 0;
   return GetConsoleMode(Handle_Of(_fileno(Stream)), &Mode) != FALSE;

@@ -50,8 +50,8 @@ TEST(ImageHeader, OtherSegmentsOfAJpegAreSkipped) {
   const Scratch_Folder Scratch;
   const std::string Jpeg = Encoded(".jpg", 300, 70);
   const std::string Segment("\xFF\xE1\x00\x0B\xFF\xC0\x00\x11\x08\x00\x01\x00\x01", 13);
-  const auto Size = Read_Stated_Size(
-      Scratch.Write("a.jpg", Jpeg.substr(0, 2) + Segment + "\xFF" + Segment + "\xFF\xD3junk" + Jpeg.substr(2)));
+  const auto Size = Read_Stated_Size(Scratch.Write(
+      "a.jpg", Jpeg.substr(0, 2) + Segment + "\xFF" + Segment + "\xFF\xD3junk" + Jpeg.substr(2)));
   ASSERT_TRUE(Size);
   EXPECT_EQ(Size->Width, 300u);
   EXPECT_EQ(Size->Height, 70u);
