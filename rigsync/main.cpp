@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <exception>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -131,13 +132,28 @@ std::vector<std::string> Command_Words(int Argument_Count, char** Arguments) {
   return Words;
 }
 
+// A switch with a value, as --quiet=no, which the parser takes for a number of times.
+Usage_Error Value_Of_Switch(const CLI::App& Program, const std::vector<std::string>& Words) {
+  for (const std::string& Word : Words) {
+    const std::string Name = Word.substr(0, Word.find('='));
+    const CLI::Option* const Option = Chosen_Command(Program).get_option_no_throw(Name);
+    if (Name == Word || Option == nullptr || Option->get_items_expected_max() > 0) continue;
+    return Usage_Error(Name, Name + " takes no value; write it alone, or leave it out");
+  }
+  return Usage_Error("a flag that takes no value was given one");
+}
+
 int Run(const std::vector<std::string>& Words) {
   const std::unique_ptr<rigsync::Command_Line> Line = rigsync::Make_Command_Line();
   CLI::App& Program = Line->Program;
   try {
     Require_Command(Program, Words);
     // The parser takes the words from the end.
-    Program.parse(std::vector<std::string>(Words.rbegin(), Words.rend()));
+    try {
+      Program.parse(std::vector<std::string>(Words.rbegin(), Words.rend()));
+    } catch (const std::logic_error&) {  // from the conversion to a number
+      return Report(Program, Value_Of_Switch(Program, Words));
+    }
     rigsync::Start_Opencv_Threads();
     return Line->Action();
   } catch (const CLI::ExtrasError&) {
@@ -170,10 +186,8 @@ int Finish_Output(int Status) {
   return Status == rigsync::Exit_Success ? rigsync::Exit_Exception : Status;
 }
 
-}  // namespace
-
-int main(int Argument_Count, char** Arguments) {
-  const rigsync::Prepared_Process Process;
+// The exit status; what ends the run is told.
+int Run_Reporting(int Argument_Count, char** Arguments) {
   try {
     return Finish_Output(Run(Command_Words(Argument_Count, Arguments)));
   } catch (const std::exception& Error) {
@@ -182,4 +196,18 @@ int main(int Argument_Count, char** Arguments) {
     rigsync::Complain("ended by an unknown exception");
   }
   return rigsync::Exit_Exception;
+}
+
+}  // namespace
+
+int main(int Argument_Count, char** Arguments) {
+  const rigsync::Prepared_Process Process;
+  try {
+    return Run_Reporting(Argument_Count, Arguments);
+  } catch (...) {
+    // The message itself found no memory, so this one needs none.
+    std::fputs("rigsync: there is not enough memory; end other programs, or take fewer images\n",
+               stderr);
+    return rigsync::Exit_Exception;
+  }
 }

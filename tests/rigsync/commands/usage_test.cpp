@@ -107,6 +107,17 @@ TEST(Usage, SimulateHelpNamesEveryOptionOfTheSimulator) {
   }
 }
 
+// The parser converted the value to a number of times, and its exception was all that was told.
+TEST(Usage, ASwitchWithAValueIsRefusedByItsName) {
+  for (const char* const Value : {"nan", "x", "99999999999999999999"}) {
+    const Finished Refused = Rigsync({"simulate", "nowhere", std::string("--clip=") + Value});
+    EXPECT_EQ(Refused.Status, 2);
+    EXPECT_EQ(Refused.Error,
+              "rigsync: --clip takes no value; write it alone, or leave it out\n"
+              "  See 'rigsync simulate --help'.\n");
+  }
+}
+
 TEST(Usage, VersionIsOneLine) {
   const Finished Version = Rigsync({"--version"});
   EXPECT_EQ(Version.Status, 0);
