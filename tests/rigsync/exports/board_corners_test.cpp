@@ -157,8 +157,10 @@ TEST_F(Board_Corners, RefuseWhatTheTableCannotHoldAndACaptureWithoutBoards) {
   EXPECT_THAT(Refusal(Asked), HasSubstr("none.csv: doesn't exist"));
   Asked.Capture.clear();
   EXPECT_THAT(Refusal(Asked), StartsWith("--capture: missing."));
-  Result.Inputs.Board = {};
-  EXPECT_THAT(Refusal(Request()), HasSubstr("result.json: 'inputs.board' is missing"));
+  for (const rigsync::Board_Size& None : {rigsync::Board_Size{7, 0}, rigsync::Board_Size{0, 5}}) {
+    Result.Inputs.Board = None;
+    EXPECT_THAT(Refusal(Request()), HasSubstr("result.json: 'inputs.board' is missing"));
+  }
 }
 
 }  // namespace

@@ -73,6 +73,18 @@ TEST(KeptRows, SayWhyThereAreNone) {
   EXPECT_THAT(Read_Kept_Rows(Request).Problem, HasSubstr("names no image"));
 }
 
+// Without a hash it can't be told at once that this is another capture.
+TEST(KeptRows, OfACaptureThatHasNoneOfThemSayIt) {
+  const Scratch_Folder Scratch;
+  auto Result = Solved_Rig().Write(Scratch);
+  Result.Hashes.Csv.clear();
+  rigsync::File_Request Request = Request_For(Result);
+  Request.Capture = Scratch.Write("other.csv", "1,a.png\n");
+  EXPECT_THAT(Read_Kept_Rows(Request).Rows, IsEmpty());
+  EXPECT_THAT(Read_Kept_Rows(Request).Problem,
+              testing::EndsWith("other.csv has none of the rows that the result was made from"));
+}
+
 // Somebody who names a capture means it; the result's own may be on another computer.
 TEST(KeptRows, OfAStatedCaptureThatCannotBeUsedAreRefused) {
   const Scratch_Folder Scratch;

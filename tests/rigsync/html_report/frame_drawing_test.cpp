@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
 
 namespace rigsync {
 namespace {
@@ -55,6 +56,50 @@ TEST(FrameDrawing, ABoardThatFacesTheCameraHasNoNearestEdgeAndOneBehindItIsNotDr
   Behind.translation().z() = -2;
   Draw_Board_In_Frame(Frame, Behind, {5, 4}, 0.1, {1000, 1000, 500, 400, 0, 0});
   EXPECT_EQ(Frame.Svg.select_nodes(".//path").size(), Drawn);
+}
+
+// What a path draws. In all of these, x grows to the right and y down.
+std::string Path_Of(Element Mark) {
+  return Mark.attribute("d").value();
+}
+
+TEST(FrameDrawing, TheBorderIsTheFrameBelowTheLegend) {
+  const Page Whole = Make_Page("Page");
+  const Frame_Drawing Frame = Add_Frame_Drawing(Whole.Main, 1600, 1200, "Title", "Text", 30);
+  const auto Border = Frame.Svg.select_node(".//rect[@class='axis']").node();
+  EXPECT_DOUBLE_EQ(Border.attribute("x").as_double(), Frame.X_At(0));
+  EXPECT_DOUBLE_EQ(Border.attribute("y").as_double(), Frame.Y_At(0));
+  EXPECT_DOUBLE_EQ(Border.attribute("width").as_double(), Frame.X_At(1600) - Frame.X_At(0));
+  EXPECT_DOUBLE_EQ(Border.attribute("height").as_double(), Frame.Y_At(1200) - Frame.Y_At(0));
+  // As much space on the left and on the right of the frame; above it there is the legend's, too.
+  EXPECT_EQ(std::string(Frame.Svg.attribute("viewBox").value()), "0 0 404 334");
+  EXPECT_DOUBLE_EQ(Frame.Left, 2.0);
+  EXPECT_DOUBLE_EQ(Frame.Top, 32.0);
+}
+
+TEST(FrameDrawing, MarksLieAboutTheirPoint) {
+  const Page Whole = Make_Page("Page");
+  EXPECT_EQ(Path_Of(Add_Cross(Whole.Main, 10, 20, 3, "x")), "M7 17L13 23M7 23L13 17");
+  EXPECT_EQ(Path_Of(Add_Plus(Whole.Main, 10, 20, 3, "x")), "M7 20L13 20M10 17L10 23");
+  const Element Square = Add_Square(Whole.Main, 10, 20, 3, "x");
+  EXPECT_EQ(Square.attribute("x").as_double(), 7);
+  EXPECT_EQ(Square.attribute("y").as_double(), 17);
+  EXPECT_EQ(Square.attribute("width").as_double(), 6);
+  EXPECT_EQ(Square.attribute("height").as_double(), 6);
+}
+
+// The head is 5 long and as wide, but no longer than 0.6 of the arrow.
+TEST(FrameDrawing, AnArrowsHeadIsAtItsEnd) {
+  const Page Whole = Make_Page("Page");
+  EXPECT_EQ(Path_Of(Add_Arrow(Whole.Main, 10, 20, 30, 20, "x")),
+            "M10 20L30 20M25 22.5L30 20L25 17.5");
+  EXPECT_EQ(Path_Of(Add_Arrow(Whole.Main, 10, 20, 10, 0, "x")), "M10 20L10 0M12.5 5L10 0L7.5 5");
+  // 3, 4, 5: the head is 3 long and as wide.
+  EXPECT_EQ(Path_Of(Add_Arrow(Whole.Main, 0, 0, 3, 4, "x")), "M0 0L3 4M0 2.5L3 4L2.4 0.7");
+  const Element Dot = Add_Arrow(Whole.Main, 10, 20, 10.5, 20, "x");
+  EXPECT_EQ(std::string(Dot.name()), "circle");
+  EXPECT_EQ(Dot.attribute("cx").as_double(), 10);
+  EXPECT_EQ(Dot.attribute("cy").as_double(), 20);
 }
 
 TEST(NumberText, HasTwoSignificantDigits) {

@@ -59,7 +59,7 @@ TEST(FailureText, OfAWorkingDirectoryThatIsGoneSaysSo) {
   fs::remove(Gone);
   std::string Text;
   try {
-    fs::absolute("x");
+    Text = fs::absolute("x").string();
   } catch (const std::exception& Thrown) {
     Text = Failure_Text(Thrown);
   }
