@@ -8,6 +8,7 @@
 #include "rigsync/system/platform.h"
 #include "rigsync/system/progress_output.h"
 #include "rigsync/system/quiet_output.h"
+#include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
 #include "rigsync_core.h"
 
@@ -71,7 +72,7 @@ std::string Interruption_Text(const Calibration_Result& Result, Progress_Kind Ki
              "rigsync: interrupted; no result was written. The run log shows how far the run got; "
              "it is in",
              0) +
-         "  " + Result.Run_Folder.string() + "\n";
+         "  " + Terminal_Text(Result.Run_Folder.string()) + "\n";
 }
 
 }  // namespace

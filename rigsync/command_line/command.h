@@ -56,8 +56,8 @@ CLI::Option* Require_Choice(Command_Line& Line, CLI::Option* Option,
 CLI::Option* Require_Value(CLI::Option* Option);
 
 // Writes Text to standard output at once: on a terminal as Terminal_Text has it, elsewhere to the
-// byte. A closed pipe, as of head after enough lines, is no
-// error; any other error is reported at the end of the program.
+// byte. A closed pipe, as of head after enough lines, is no error; any other error is reported at
+// the end of the program.
 void Print(const std::string& Text);
 
 // The same with sequences that steer a terminal.

@@ -275,8 +275,8 @@ std::string Write_Files(const fs::path& Out, const Calibration_Result& Result, f
     // Of two runs that end at the same time, and of one that is ended now, the two files are of the
     // same run. Somebody who keeps the lock for longer than it takes is not waited for.
     constexpr double Far_Longer_Seconds = 5.0;
-    const Held_Signals Until_Both;
     const Folder_Lock Lock(Out, Far_Longer_Seconds);
+    const Held_Signals Until_Both;
     Write_Result(Out, Result);
     Page = Write_Reports(Out, Result.Run_Folder, Page_Text);
   } catch (const std::runtime_error& Error) {

@@ -251,7 +251,7 @@ class Live_Output {
     Holds = View.Holds;
     Output.Show(Live_Line(View));
     if (View.Seconds >= Warned_After_Seconds && View.Bodies.empty() && !Has_Warned) {
-      if (Kind == Progress_Kind::Line) Print_Error(Clear_Line);
+      Output.Clear();
       Warn(Silence_Text(View, Sources));
       Has_Warned = true;
     }

@@ -11,6 +11,7 @@
 #include "rigsync/system/out_folder.h"
 #include "rigsync/system/platform.h"
 #include "rigsync/system/progress_output.h"
+#include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
 #include "simulate/clip.h"
@@ -537,7 +538,7 @@ void Refuse_Other_Files(const simulate::Plan& Capture, const fs::path& Directory
   for (const fs::path& File : Files) {
     if (!fs::exists(File, Ignored)) continue;
     throw Usage_Error("DIR", fmt::format("DIR: {} is there and not from a simulation; it is left "
-                                         "as it is. Name another folder",
+                                         "as it is. Name another folder, or move it away",
                                          File.string()));
   }
 }
@@ -546,7 +547,7 @@ void Refuse_Other_Files(const simulate::Plan& Capture, const fs::path& Directory
 std::string Interrupted(const fs::path& Directory, Progress_Kind Kind) {
   return (Kind == Progress_Kind::Line ? Clear_Line : "") +
          Folded("rigsync: interrupted; what is written so far is not a complete capture:", 0) +
-         "  " + Directory.string() + "\n";
+         "  " + Terminal_Text(Directory.string()) + "\n";
 }
 
 void Write_Files(const simulate::Plan& Capture, const fs::path& Directory, Progress_Kind Kind) {

@@ -151,6 +151,14 @@ void Warn_Of_Unknown_Axes(const File_Request& Request, std::vector<std::string>&
       "--tracker-axes z-up if it is so, or --tracker-axes y-up if y is up");
 }
 
+// The beginning of a text in UTF-8, of whole characters.
+std::string Cut(const std::string& Text, std::size_t Most_Bytes) {
+  std::size_t End = std::min(Text.size(), Most_Bytes);
+  const auto Is_Inside = [&] { return (static_cast<unsigned char>(Text[End]) & 0xC0) == 0x80; };
+  while (End > 0 && End < Text.size() && Is_Inside()) --End;
+  return Text.substr(0, End);
+}
+
 Transform_Chain Chain_Of(const File_Request& Request, const Solved_Camera& Camera,
                          std::vector<std::string>& Warnings) {
   const Tracker_Axes Axes = Request.Axes.value_or(Tracker_Axes(Tracker_Axes::Identity()));
@@ -173,7 +181,7 @@ Transform_Chain Chain_Of(const File_Request& Request, const Solved_Camera& Camer
   if (Doubts.size() + Chain.Notes.size() > Longest_Text) {
     Chain.Notes = "transforms: the tracker; the camera on it";
   }
-  Chain.Notes = (Doubts + Chain.Notes).substr(0, Longest_Text);
+  Chain.Notes = Cut(Doubts + Chain.Notes, Longest_Text);
   Chain.Transforms = Json::array(
       {Transform_Json("tracker", Tracker), Transform_Json("camera", Mount(Camera, Axes))});
   return Chain;

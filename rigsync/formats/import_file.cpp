@@ -249,7 +249,8 @@ Clock_Match Clock_At(const Import_Value& Value) {
 Json Read_Root(const std::filesystem::path& File) {
   std::error_code Ignored;
   if (std::filesystem::is_directory(File, Ignored)) Refuse_Import(File, "is a folder");
-  if (!Is_Document_File(File)) Refuse_Import(File, "is a pipe or a device");
+  if (!Is_Document_File(File))
+    Refuse_Import(File, "is a pipe or a device, to be saved as a file first");
   std::ifstream Stream(File);
   if (!Stream) {
     Refuse_Import(File, "can't be opened (" + std::generic_category().message(errno) + ")");

@@ -34,7 +34,8 @@ using Json = nlohmann::ordered_json;
 Json Read_Root(const std::filesystem::path& File) {
   std::error_code Ignored;
   if (std::filesystem::is_directory(File, Ignored)) Refuse_File(File, "is a folder");
-  if (!Is_Document_File(File)) Refuse_File(File, "is a pipe or a device");
+  if (!Is_Document_File(File))
+    Refuse_File(File, "is a pipe or a device, to be saved as a file first");
   std::ifstream Stream(File);
   if (!Stream) {
     Refuse_File(File, "can't be opened (" + std::generic_category().message(errno) + ")");

@@ -63,7 +63,7 @@ class Stop_Request {
 // While one of these exists, a signal that ends the process waits until it is destroyed, so that a
 // file that takes milliseconds is not left half-done. The second signal of a kind ends the process
 // at once. A signal that is ignored stays ignored, and what handled signals before handles the one
-// that waited. They can be nested, also in the objects above.
+// that waited. They can be nested, also in the objects above; one thread at a time has them.
 class Held_Signals {
  public:
   Held_Signals();
@@ -134,8 +134,9 @@ class Folder_Lock {
 };
 
 // Keeps space on the disk of a folder until it is destroyed, for what is written afterwards. The
-// file that holds the space has no name, so nothing of it stays if the process ends. Where it can't
-// be made, nothing is kept.
+// file that holds the space has no name, so nothing of it stays if the process ends; only where a
+// file system keeps the names of open files, as some network drives do, a hidden one may. Where it
+// can't be made, nothing is kept.
 class Reserved_Space {
  public:
   Reserved_Space(const std::filesystem::path& Folder, std::size_t Bytes);
@@ -145,6 +146,7 @@ class Reserved_Space {
 
  private:
   std::intptr_t Handle = -1;
+  std::filesystem::path Left_Name;  // where it could not be taken away
 };
 
 // ---- Other programs ----------------------------------------------------------------------------

@@ -355,7 +355,7 @@ Reserved_Space::Reserved_Space(const std::filesystem::path& Folder, std::size_t 
   const int Descriptor = mkostemp(Name.data(), O_CLOEXEC);
   if (Descriptor < 0) return;
   Handle = Descriptor;
-  unlink(Name.c_str());
+  if (unlink(Name.c_str()) != 0) Left_Name = Name;
   // Zeros would take no space where a disk compresses or leaves holes.
   std::string Text(Bytes, '\0');
   std::minstd_rand Random;
@@ -365,6 +365,7 @@ Reserved_Space::Reserved_Space(const std::filesystem::path& Folder, std::size_t 
 
 Reserved_Space::~Reserved_Space() {
   if (Handle >= 0) close(static_cast<int>(Handle));
+  if (!Left_Name.empty()) unlink(Left_Name.c_str());
 }
 
 std::error_code Start_Program(const std::vector<std::string>& Words, Started_Program& Started) {

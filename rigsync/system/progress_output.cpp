@@ -38,7 +38,7 @@ Progress_Output::Progress_Output(Progress_Kind Output_Kind)
 }
 
 Progress_Output::~Progress_Output() {
-  if (Kind == Progress_Kind::Line) Say(Clear_Line);
+  Clear();
   if (Output >= 0) Close(Output);
 }
 
@@ -56,6 +56,12 @@ void Progress_Output::Show(const std::string& Text) {
   if (Kind == Progress_Kind::None || Text == Shown_Text) return;
   Shown_Text = Text;
   Say("\r" + Text.substr(0, Terminal_Width - 1) + "\x1b[K");
+}
+
+void Progress_Output::Clear() {
+  if (Kind != Progress_Kind::Line) return;
+  Say(Clear_Line);
+  Shown_Text.clear();
 }
 
 double Progress_Output::Seconds() const {

@@ -35,6 +35,9 @@ class Progress_Output {
   // seconds elsewhere.
   void Show(const std::string& Text);
 
+  // Clears the line on a terminal, for a message; the next Show writes it again.
+  void Clear();
+
   double Seconds() const;  // since construction
 
  private:

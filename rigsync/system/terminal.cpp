@@ -34,12 +34,13 @@ bool Is_Set(const char* Variable) {
   return Value != nullptr && *Value != '\0';
 }
 
-// The length of a sequence that sets a colour or another form of letters, or 0.
+// The length of a sequence that Painted makes, or 0. Others could hide what follows them.
 std::size_t Paint_Length(std::string_view Text) {
-  constexpr std::string_view Begin = "\x1b[";
-  if (Text.substr(0, Begin.size()) != Begin) return 0;
-  const std::size_t End = Text.find_first_not_of("0123456789;", Begin.size());
-  return End != std::string_view::npos && Text[End] == 'm' ? End + 1 : 0;
+  for (const std::string_view Known :
+       {"\x1b[0m", "\x1b[1m", "\x1b[2m", "\x1b[31m", "\x1b[32m", "\x1b[33m"}) {
+    if (Text.substr(0, Known.size()) == Known) return Known.size();
+  }
+  return 0;
 }
 
 // Control characters, among them those from U+0080 on, which some terminals obey, separators of

@@ -241,7 +241,8 @@ TEST(Simulate, AFolderThatTakesNoFilesIsRefusedByNameBeforeTheWork) {
 }
 
 TEST(Simulate, ADiskThatIsReadOnlyOrFullIsToldBeforeTheWork) {
-  if (Run_Program("/usr/bin/env", {"unshare", "--mount", "true"}).Status != 0) {
+  if (Run_Program("/usr/bin/env", {"unshare", "--mount", "mount", "-t", "tmpfs", "none", "/mnt"})
+          .Status != 0) {
     GTEST_SKIP() << "this user may not mount a disk";
   }
   const Scratch_Folder Scratch;

@@ -66,6 +66,15 @@ std::string Notes_With(const std::string& Doubts_Of_Result) {
   return nlohmann::json::parse(Text_Of("opentrackio", Doubts_Of_Result))["tracker"]["notes"];
 }
 
+// A text of the format has 1,023 bytes; "Warning: " takes nine of them, and each of these letters
+// two.
+TEST(Doubts, ThatAreTooLongAreCutBetweenLetters) {
+  std::string Long;
+  for (int i = 0; i < 600; ++i) Long += "\xC3\xBC";
+  EXPECT_EQ(Notes_With(Long), "Warning: " + Long.substr(0, 1014));
+  EXPECT_EQ(Notes_With("a" + Long), "Warning: a" + Long.substr(0, 1012));
+}
+
 TEST(Doubts, AreTheFirstNoteOfASample) {
   EXPECT_EQ(Notes_With(Doubts), std::string("Warning: ") + Doubts + " " + Notes_With(""));
 }

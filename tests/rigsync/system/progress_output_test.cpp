@@ -17,4 +17,18 @@ TEST(ProgressOutput, RoundsTimesAsEstimatesAre) {
     EXPECT_EQ(rigsync::Duration_Text(Seconds), Text) << Seconds;
 }
 
+TEST(ProgressOutput, AClearedLineIsWrittenAgainAndPlainOutputHasNone) {
+  testing::internal::CaptureStderr();
+  {
+    rigsync::Progress_Output Line(rigsync::Progress_Kind::Line);
+    Line.Show("3 of 9");
+    Line.Clear();
+    Line.Show("3 of 9");
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "\r3 of 9\x1b[K\r\x1b[K\r3 of 9\x1b[K\r\x1b[K");
+  testing::internal::CaptureStderr();
+  rigsync::Progress_Output(rigsync::Progress_Kind::Plain).Clear();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 }  // namespace

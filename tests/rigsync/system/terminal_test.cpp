@@ -78,6 +78,9 @@ TEST(Terminal, ANameInATextCannotSteerTheTerminal) {
       {"a\rb\bc\x7F", "a" + Mark + "b" + Mark + "c" + Mark},
       {"a\xE2\x80\xAEgnp.b\xE2\x81\xA6", "a" + Mark + "gnp.b" + Mark},
       {std::string("a\0b", 3), "a" + Mark + "b"},
+      // Hidden letters, and letters in colours that a text of ours never has.
+      {"a\x1b[8mb", "a" + Mark + "[8mb"},
+      {"a\x1b[1;30mb", "a" + Mark + "[1;30mb"},
       {"a\x1b[", "a" + Mark + "["}};
   for (const auto& [Text, Shown] : Cases) EXPECT_EQ(rigsync::Terminal_Text(Text), Shown);
 }

@@ -103,13 +103,14 @@ TEST(WholeFile, ASignalLeavesTheFileWholeAndNothingBeside) {
   const fs::path File = Scratch.Path() / "result.json";
   const std::string Text(200'000, 'x');
   for (int Pause_Us = 0; Pause_Us < 2000; Pause_Us += 50) {
-    const pid_t Child = fork();
+    const pid_t Parent = getpid(), Child = fork();
     if (Child == 0) {
+      Limit_Child(Parent);
       for (;;) {
         if (!rigsync::Try_Write_Whole(File, Text).empty()) _exit(1);
       }
     }
-    while (!fs::exists(File)) std::this_thread::yield();
+    while (!fs::exists(File) && waitpid(Child, nullptr, WNOHANG) == 0) std::this_thread::yield();
     std::this_thread::sleep_for(std::chrono::microseconds(Pause_Us));
     kill(Child, SIGTERM);
     int State = 0;
