@@ -281,11 +281,11 @@ TEST(Calibrate, TooFewImagesAreCode4AndBecomeTheNewestResult) {
 TEST(Calibrate, AnExceptionIsOneSentenceStatus70AndThePathOfTheRunLog) {
   const Scratch_Folder Scratch;
   const fs::path Csv = Scratch.Path() / "capture.csv", Out = Scratch.Path() / "out";
-  // Images are recognised by their content when read and by their name when written: OpenCV finds
-  // no writer for the reprojection images of these.
+  // Images are recognised by their content when read and by their name when written: OpenCV writes
+  // no reprojection images of whole numbers for these.
   Rewrite_Csv(Csv, [&](std::size_t, std::vector<std::string>& Fields) {
     const fs::path Image = Capture_File("images").parent_path() / Fields[1];
-    const fs::path Link = Scratch.Path() / (Image.stem().string() + ".photo");
+    const fs::path Link = Scratch.Path() / (Image.stem().string() + ".exr");
     fs::create_symlink(Image, Link);
     Fields[1] = Link.string();
   });
@@ -293,8 +293,8 @@ TEST(Calibrate, AnExceptionIsOneSentenceStatus70AndThePathOfTheRunLog) {
   EXPECT_EQ(Result.Status, 70);
   EXPECT_EQ(Result.Output, "");
   EXPECT_THAT(Result.Said,
-              AllOf(HasSubstr("rigsync: an exception ended the calibration: "), HasSubstr("writer"),
-                    HasSubstr("run log"),
+              AllOf(HasSubstr("rigsync: an exception ended the calibration: "),
+                    HasSubstr("imwrite"), HasSubstr("run log"),
                     HasSubstr(Run_Logs(Run_Folder(fs::canonical(Out))).front().string()),
                     Not(HasSubstr("terminate called"))));
   const nlohmann::json File = Read_Json(Out / "result.json");

@@ -434,15 +434,19 @@ TEST(Export, ADoubtfulJointMountIsNotRecommended) {
   }
 }
 
-TEST(Export, ASingularTransformIsWarnedAbout) {
+// A singular one, a reflection, a rotation of twice the size, and a last row of another transform.
+TEST(Export, AMountThatIsNoRotationWithAPositionIsRefused) {
   const Scratch_Folder Scratch;
-  const std::string File =
-      Scratch.Write("result.json", Result_Text("[0,0,0,0, 0,0,0,0, 0,0,0,0, 0,0,0,1]"));
-  const Finished Result = Export(File, "ue5", {"--json"});
-  EXPECT_EQ(Result.Status, 0);
-  EXPECT_THAT(Result.Said, AllOf(HasSubstr("warning"), HasSubstr("NaN or infinite numbers")));
-  EXPECT_TRUE(nlohmann::json::parse(Result.Output)["quaternion"]["x"].is_null());
-  EXPECT_EQ(nlohmann::json::parse(Result.Output)["usable"], false);
+  for (const char* const Transform :
+       {"[0,0,0,0, 0,0,0,0, 0,0,0,0, 0,0,0,1]", "[-1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0,1]",
+        "[2,0,0,0, 0,2,0,0, 0,0,2,0, 0,0,0,1]", "[1,0,0,0, 0,1,0,0, 0,0,1,0, 0,0,0.1,1]"}) {
+    const Finished Result =
+        Export(Scratch.Write("result.json", Result_Text(Transform)), "ue5", {"--json"});
+    EXPECT_EQ(Result.Status, 2) << Transform;
+    EXPECT_EQ(Result.Output, "");
+    EXPECT_THAT(Result.Said, HasSubstr("result.json: 'transform_cam_tc' is no rotation with a "
+                                       "position, so the file was changed"));
+  }
 }
 
 TEST(Export, PrintsThePathOfItsRunLogWithoutDots) {

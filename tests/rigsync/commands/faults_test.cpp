@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -170,11 +171,19 @@ TEST(CalibrateFaults, ADiskThatFillsUpIsReportedAndTheEarlierResultStays) {
   {
     Running Program(Calibrate_Arguments(Csv, Out), Scratch.Path());
     ASSERT_TRUE(Program.Reaches(Out, "Process : ", /*Runs=*/2));
-    std::ofstream Filler(Out / "filler", std::ios::binary);
-    const std::string Block(4096, 'x');
-    while (Filler << Block << std::flush) {
-    }
+    // Takes whatever becomes free until the end, so also the space that is kept for the result.
+    std::atomic<bool> Is_Ended = false;
+    std::thread Filler([&] {
+      const int File = open((Out / "filler").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+      const std::string Block(4096, 'x');
+      while (!Is_Ended) {
+        if (write(File, Block.data(), Block.size()) < 0) std::this_thread::yield();
+      }
+      close(File);
+    });
     EXPECT_EQ(Program.End(0), 70);
+    Is_Ended = true;
+    Filler.join();
     EXPECT_THAT(Read_Text(Program.Output), HasSubstr("Code 0."));
     EXPECT_THAT(rigsync::One_Line(Read_Text(Program.Error)),
                 AllOf(HasSubstr("result.json can't be written"), HasSubstr("No space left")));

@@ -246,19 +246,15 @@ TEST(Verify, AResultWithoutASensorIsProvenWithANote) {
               HasSubstr("the result has no sensor size, so 'rigsync export' asks for --sensor"));
 }
 
-// No pose of a tracker makes a rotation of a reflection.
-TEST(Verify, AMountThatIsNoRotationIsBeyondTheBound) {
+TEST(Verify, AMountThatIsNoRotationIsRefused) {
   const Scratch_Folder Scratch;
   const std::string File = Scratch.Write(
       "result.json",
       Result_Text("[-0.8,0.36,0.48,0.1, 0,0.8,-0.6,-0.2, 0.6,0.48,0.64,0.3, 0,0,0,1]"));
-  const Finished Text = Verify(File);
-  EXPECT_EQ(Text.Status, 1);
-  EXPECT_THAT(Text.Output, AllOf(HasSubstr("BEYOND the rounding of the exported numbers"),
-                                 HasSubstr("ue5, mount: "), HasSubstr(" px where ")));
-  const Finished Json = Verify(File, {"--json"});
-  EXPECT_EQ(Json.Status, 1);
-  EXPECT_EQ(nlohmann::json::parse(Json.Output)["holds"], false);
+  const Finished Refused = Verify(File);
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_EQ(Refused.Output, "");
+  EXPECT_THAT(Refused.Said, HasSubstr("'transform_cam_tc' is no rotation with a position"));
 }
 
 TEST(Verify, SamplesAreStatedOrThoseOfTheCalibrationOrFixed) {

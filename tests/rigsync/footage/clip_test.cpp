@@ -262,7 +262,9 @@ TEST(Clip, WhoseFramesCannotBeWrittenIsRefusedByTheOutput) {
   } catch (const Usage_Error& Error) {
     EXPECT_EQ(Error.Option_Name(), "--output");
     EXPECT_EQ(Error.what(),
-              "--output: " + Out.String() + "/frame_000004.png can't be written: File too large");
+              "--output: " + Out.String() +
+                  "/frame_000004.png can't be written: File too large; allow larger files "
+                  "(ulimit -f), or choose another disk");
   }
   EXPECT_EQ(Entry_Count(Out.Path()), 0u);
 }

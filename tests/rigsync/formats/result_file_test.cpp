@@ -896,8 +896,10 @@ TEST(ResultFile, AFileThatIsNestedTooDeepIsRefused) {
 TEST(ResultFile, APipeOrADeviceIsRefusedUnread) {
   const Scratch_Folder Scratch;
   ASSERT_EQ(mkfifo((Scratch.Path() / "pipe").c_str(), 0600), 0);
-  for (const std::string File : {(Scratch.Path() / "pipe").string(), std::string("/dev/zero")}) {
-    EXPECT_THAT(Refusal(File), HasSubstr(": is a pipe or a device; expected a result.json"));
+  for (const std::string& File : {(Scratch.Path() / "pipe").string(), std::string("/dev/zero")}) {
+    EXPECT_THAT(
+        Refusal(File),
+        HasSubstr(": is a pipe or a device, to be saved as a file first; expected a result.json"));
     EXPECT_FALSE(rigsync::Is_Result_File(File));
   }
 }
