@@ -343,7 +343,7 @@ TEST(AviWriter, WritesUpToTheLargestSizeAndNotAByteMore) {
   const Scratch_Folder Folder;
   const auto Write = [&](const char* Name, std::uint64_t Most) {
     simulate::Avi_Writer Writer(Folder.Path() / Name, 32, 32, 25, Most);
-    for (const std::size_t Bytes : {100, 51, 200}) {
+    for (const std::size_t Bytes : {100U, 51U, 200U}) {
       Writer.Add(std::vector<unsigned char>(Bytes, 0xab));
     }
     Writer.Finish();
