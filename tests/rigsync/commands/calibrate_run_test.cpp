@@ -422,12 +422,14 @@ TEST(CalibrateRun, LittleMemoryIsToldAndNeitherEndsAProgramNorStopsIt) {
   const Scratch_Folder Scratch;
   const std::string Words = Shell_Words({"inspect", Capture_File("capture.csv").string(),
                                          "--config", Capture_File("stage.json").string()});
+  int Tries = 0;
   for (int Megabytes = 16; Megabytes <= 40; Megabytes += 2) {
     const auto With_Memory = [&](const std::string& Command) {
       return Run_Program("/bin/sh", {"-c", "ulimit -c 0; ulimit -d " +
                                                std::to_string(1024 * Megabytes) + "; " + Command});
     };
     if (With_Memory(Shell_Words({"--version"})).Status != 0) continue;  // it can't even be loaded
+    ++Tries;
     const Finished Result = With_Memory("timeout 120 " + Words);
     EXPECT_THAT(Result.Status, testing::AnyOf(0, 1, 70)) << Megabytes;
     if (Result.Status != 70) continue;
@@ -435,6 +437,7 @@ TEST(CalibrateRun, LittleMemoryIsToldAndNeitherEndsAProgramNorStopsIt) {
                 testing::AnyOf(HasSubstr("not enough memory"), HasSubstr("no more threads")))
         << Megabytes;
   }
+  EXPECT_GT(Tries, 0) << "under every limit it couldn't even be loaded";
 }
 
 TEST(CalibrateRun, OutputThatCantBeWrittenIsReported) {
