@@ -2,7 +2,6 @@
 #include "simulate/unfinished_file.h"
 
 #include <cerrno>
-#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -12,19 +11,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char* Way_Out(const std::error_code& Reason) {
-  if (Reason == std::errc::no_space_on_device) return "; make room there, or choose another disk";
-  if (Reason == std::errc::file_too_large) return "; allow larger files, or choose another disk";
-  if (Reason == std::errc::io_error) return "; check the disk, or choose another one";
-  if (Reason == std::errc::read_only_file_system || Reason == std::errc::permission_denied) {
-    return "; choose a folder in which you may write";
-  }
-  return "";
-}
-
 [[noreturn]] void Throw_For(const fs::path& File, const std::error_code& Reason) {
-  throw std::runtime_error("simulate: can't write " + File.string() + ": " + Reason.message() +
-                           Way_Out(Reason));
+  throw fs::filesystem_error("simulate: can't write", File, Reason);
 }
 
 }  // namespace

@@ -20,15 +20,15 @@ class Unfinished_File {
 
   const std::filesystem::path& Path() const { return Unfinished; }
 
-  // Gives it the name of File, once it is written and closed. Throws std::runtime_error, which
-  // names File and the reason.
+  // Gives it the name of File, once it is written and closed. Throws
+  // std::filesystem::filesystem_error with File and the reason.
   void Finish();
 
  private:
   std::filesystem::path File, Unfinished;
 };
 
-// Throws std::runtime_error: "simulate: can't write FILE: REASON", with the reason of errno.
+// Throws std::filesystem::filesystem_error with File and the reason of errno.
 [[noreturn]] void Throw_Unwritable(const std::filesystem::path& File);
 
 }  // namespace simulate

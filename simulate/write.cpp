@@ -132,8 +132,7 @@ void Make_Folder(const fs::path& Folder) {
   std::error_code Failure;
   fs::create_directories(Folder, Failure);
   if (!fs::is_directory(Folder)) {
-    throw std::runtime_error("simulate: can't create the folder " + Folder.string() + ": " +
-                             Failure.message());
+    throw fs::filesystem_error("simulate: can't create the folder", Folder, Failure);
   }
 }
 
