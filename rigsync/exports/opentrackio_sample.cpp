@@ -7,6 +7,7 @@
 #include "rigsync/system/file_hash.h"
 #include "rigsync/system/text.h"
 #include "rigsync/system/usage_error.h"
+#include "rigsync/system/utf8.h"
 #include "rigsync/system/version.h"
 
 #include <fmt/format.h>
@@ -28,7 +29,7 @@ struct Pixel_Pitch {
   double X = 0, Y = 0;
 };
 
-// The length of a text in the format: 1 to 1023 characters.
+// The characters of a text in the format: 1 to 1023.
 constexpr std::size_t Longest_Text = 1023;
 
 // ---- The camera and its lens -------------------------------------------------------------------
@@ -84,7 +85,7 @@ std::string History_Text(const Calibration_Result& Result) {
   std::string Text =
       "rigsync " + (Result.Versions.Rigsync.empty() ? Command_Version : Result.Versions.Rigsync);
   if (!Result.Start_Time.empty()) Text += ", " + Result.Start_Time;
-  return Text.substr(0, Longest_Text);
+  return First_Characters(Text, Longest_Text);
 }
 
 Json Static_Json(const Solved_Camera& Camera, const std::array<double, 2>& Sensor_Mm,
@@ -151,14 +152,6 @@ void Warn_Of_Unknown_Axes(const File_Request& Request, std::vector<std::string>&
       "--tracker-axes z-up if it is so, or --tracker-axes y-up if y is up");
 }
 
-// The beginning of a text in UTF-8, of whole characters.
-std::string Cut(const std::string& Text, std::size_t Most_Bytes) {
-  std::size_t End = std::min(Text.size(), Most_Bytes);
-  const auto Is_Inside = [&] { return (static_cast<unsigned char>(Text[End]) & 0xC0) == 0x80; };
-  while (End > 0 && End < Text.size() && Is_Inside()) --End;
-  return Text.substr(0, End);
-}
-
 Transform_Chain Chain_Of(const File_Request& Request, const Solved_Camera& Camera,
                          std::vector<std::string>& Warnings) {
   const Tracker_Axes Axes = Request.Axes.value_or(Tracker_Axes(Tracker_Axes::Identity()));
@@ -181,7 +174,7 @@ Transform_Chain Chain_Of(const File_Request& Request, const Solved_Camera& Camer
   if (Doubts.size() + Chain.Notes.size() > Longest_Text) {
     Chain.Notes = "transforms: the tracker; the camera on it";
   }
-  Chain.Notes = Cut(Doubts + Chain.Notes, Longest_Text);
+  Chain.Notes = First_Characters(Doubts + Chain.Notes, Longest_Text);
   Chain.Transforms = Json::array(
       {Transform_Json("tracker", Tracker), Transform_Json("camera", Mount(Camera, Axes))});
   return Chain;

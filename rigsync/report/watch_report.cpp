@@ -7,6 +7,7 @@
 #include "rigsync/report/pose_text.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/text.h"
+#include "rigsync/system/utf8.h"
 
 #include <fmt/format.h>
 
@@ -27,16 +28,6 @@ std::string Counted(std::size_t Count, const char* Name) {
   return fmt::format("{} {}{}", Count, Name, Count == 1 ? "" : "s");
 }
 
-// UTF-8 is cut between characters.
-std::string Cut(const std::string& Text, std::size_t Width) {
-  std::size_t Count = 0;
-  for (std::size_t i = 0; i < Text.size(); ++i) {
-    const bool Begins = (static_cast<unsigned char>(Text[i]) & 0xC0U) != 0x80U;
-    if (Begins && ++Count > Width) return Text.substr(0, i);
-  }
-  return Text;
-}
-
 std::vector<std::string> Lines_Of(const std::string& Text) {
   std::vector<std::string> Lines;
   std::istringstream Stream(Text);
@@ -47,7 +38,7 @@ std::vector<std::string> Lines_Of(const std::string& Text) {
 std::vector<std::string> Folded_Lines(const std::string& Text, std::size_t Indent,
                                       std::size_t Width = Terminal_Width) {
   std::vector<std::string> Lines = Lines_Of(Folded(Text, Indent, Width));
-  for (std::string& Line : Lines) Line = Cut(Line, Width);
+  for (std::string& Line : Lines) Line = First_Characters(Line, Width);
   return Lines;
 }
 
@@ -91,7 +82,7 @@ std::vector<std::string> Title_Lines(const Watched_Capture& Capture, bool Colour
   std::string Text = Title(Capture);
   std::vector<std::string> Lines;
   do {
-    const std::string Line = Cut(Text, Terminal_Width);
+    const std::string Line = First_Characters(Text, Terminal_Width);
     Text.erase(0, Line.size());
     Lines.push_back(Painted(Style::Strong, Line, Colour));
   } while (!Capture.Has_Csv && !Text.empty());
@@ -171,7 +162,7 @@ std::vector<std::string> Map_And_Figures(const Watched_Capture& Capture) {
   for (std::size_t i = 0; i < std::max(Map.size(), Figures.size()); ++i) {
     std::string Line = i < Map.size() ? Map[i] : std::string(Map.front().size(), ' ');
     if (i < Figures.size() && !Figures[i].empty()) Line += std::string(Gap, ' ') + Figures[i];
-    Lines.push_back(Cut(Line, Terminal_Width));
+    Lines.push_back(First_Characters(Line, Terminal_Width));
   }
   return Lines;
 }
@@ -199,7 +190,7 @@ std::vector<std::string> Finding_Block(const Finding& One) {
       Folded_Lines(Level_Name(One.Severity) + Where + ": " + One_Line(One.What), 0);
   if (Block.size() > Most_Lines) {
     Block.resize(Most_Lines);
-    Block.back() = Cut(Block.back(), Terminal_Width - 3) + "...";
+    Block.back() = First_Characters(Block.back(), Terminal_Width - 3) + "...";
   }
   return Block;
 }
@@ -310,7 +301,7 @@ std::vector<std::string> State_Lines(const Watched_Capture& Capture, std::size_t
   std::vector<std::string> Lines = Title_Lines(Capture, Colour);
   const std::string Unlisted = Unlisted_Text(Capture);
   if (!Unlisted.empty())
-    Lines.push_back(Painted(Style::Faint, Cut(Unlisted, Terminal_Width), Colour));
+    Lines.push_back(Painted(Style::Faint, First_Characters(Unlisted, Terminal_Width), Colour));
   Append(Map_And_Figures(Capture), Lines);
   const std::size_t Room = Lines.size() < Most ? Most - Lines.size() : 0;
   Append(Finding_Lines(Capture, Room, Colour), Lines);

@@ -3,6 +3,7 @@
 
 #include "rigsync/system/platform.h"
 #include "rigsync/system/text.h"
+#include "rigsync/system/utf8.h"
 
 #include <fmt/format.h>
 
@@ -55,7 +56,7 @@ void Progress_Output::Show(const std::string& Text) {
   }
   if (Kind == Progress_Kind::None || Text == Shown_Text) return;
   Shown_Text = Text;
-  Say("\r" + Text.substr(0, Terminal_Width - 1) + "\x1b[K");
+  Say("\r" + First_Characters(Text, Terminal_Width - 1) + "\x1b[K");
 }
 
 void Progress_Output::Clear() {

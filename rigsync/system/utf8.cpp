@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/system/utf8.h"
 
+#include <algorithm>
+
 namespace rigsync {
 namespace {
 
@@ -38,6 +40,14 @@ Utf8_Character Character_At(std::string_view Text, std::size_t i) {
   }
   if (Code < Length.Least || !Is_Character(Code)) return {};
   return {Length.Bytes, Code};
+}
+
+std::string First_Characters(std::string_view Text, std::size_t Count) {
+  std::size_t End = 0;
+  for (; Count > 0 && End < Text.size(); --Count) {
+    End += std::max<std::size_t>(Character_At(Text, End).Bytes, 1);
+  }
+  return std::string(Text.substr(0, End));
 }
 
 }  // namespace rigsync

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace rigsync {
@@ -21,6 +22,10 @@ constexpr const char* Replacement_Character = "\xEF\xBF\xBD";  // U+FFFD
 // The character whose first byte is Text[i]. Surrogates, codes beyond Unicode and longer forms than
 // needed are none.
 Utf8_Character Character_At(std::string_view Text, std::size_t i);
+
+// The first characters of a text, at most Count of them. A byte that is no part of one counts as
+// one.
+std::string First_Characters(std::string_view Text, std::size_t Count);
 
 }  // namespace rigsync
 

@@ -66,13 +66,13 @@ std::string Notes_With(const std::string& Doubts_Of_Result) {
   return nlohmann::json::parse(Text_Of("opentrackio", Doubts_Of_Result))["tracker"]["notes"];
 }
 
-// A text of the format has 1,023 bytes; "Warning: " takes nine of them, and each of these letters
-// two.
+// A text of the format has 1,023 characters; "Warning: " has nine of them. Each of these letters
+// has two bytes.
 TEST(Doubts, ThatAreTooLongAreCutBetweenLetters) {
   std::string Long;
-  for (int i = 0; i < 600; ++i) Long += "\xC3\xBC";
-  EXPECT_EQ(Notes_With(Long), "Warning: " + Long.substr(0, 1014));
-  EXPECT_EQ(Notes_With("a" + Long), "Warning: a" + Long.substr(0, 1012));
+  for (int i = 0; i < 1100; ++i) Long += "\xC3\xBC";
+  EXPECT_EQ(Notes_With(Long), "Warning: " + Long.substr(0, std::size_t{2} * 1014));
+  EXPECT_EQ(Notes_With("a" + Long), "Warning: a" + Long.substr(0, std::size_t{2} * 1013));
 }
 
 TEST(Doubts, AreTheFirstNoteOfASample) {

@@ -17,6 +17,15 @@ TEST(ProgressOutput, RoundsTimesAsEstimatesAre) {
     EXPECT_EQ(rigsync::Duration_Text(Seconds), Text) << Seconds;
 }
 
+// Of 80 columns the last stays free, and each of these letters has two bytes.
+TEST(ProgressOutput, ALineThatIsTooLongIsCutBetweenCharacters) {
+  std::string Letters;
+  for (int i = 0; i < 79; ++i) Letters += "\xC3\xBC";
+  testing::internal::CaptureStderr();
+  rigsync::Progress_Output(rigsync::Progress_Kind::Line).Show(Letters + "...");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "\r" + Letters + "\x1b[K\r\x1b[K");
+}
+
 TEST(ProgressOutput, AClearedLineIsWrittenAgainAndPlainOutputHasNone) {
   testing::internal::CaptureStderr();
   {

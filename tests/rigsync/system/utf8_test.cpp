@@ -8,6 +8,7 @@
 namespace {
 
 using rigsync::Character_At;
+using rigsync::First_Characters;
 
 // The examples of RFC 3629, section 7, and the last code of each length.
 TEST(Utf8, ACharacterIsReadFromOneToFourBytes) {
@@ -40,6 +41,22 @@ TEST(Utf8, WhatIsNoCharacterHasNoBytes) {
         "\xED\xA0\x80", "\xED\xBF\xBF", "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFF"}) {
     EXPECT_EQ(Character_At(Text, 0).Bytes, 0u) << static_cast<int>(Text[0]);
   }
+}
+
+// Three characters of one, two and four bytes; a cut in the middle of one would leave bytes that
+// are none.
+TEST(Utf8, ATextIsCutBetweenCharacters) {
+  const std::string Text = "a\xC3\xBC\xF0\x9F\x8E\xA5";
+  EXPECT_EQ(First_Characters(Text, 0), "");
+  EXPECT_EQ(First_Characters(Text, 1), "a");
+  EXPECT_EQ(First_Characters(Text, 2), "a\xC3\xBC");
+  EXPECT_EQ(First_Characters(Text, 3), Text);
+  EXPECT_EQ(First_Characters(Text, 4), Text);
+}
+
+TEST(Utf8, OfATextThatIsCutAByteThatIsNoCharacterCountsAsOne) {
+  EXPECT_EQ(First_Characters("\x80\x80\xC3\xBC.", 3), "\x80\x80\xC3\xBC");
+  EXPECT_EQ(First_Characters("a\xE2\x89", 2), "a\xE2");
 }
 
 }  // namespace
