@@ -108,7 +108,8 @@ bool Reader_Is_Gone();
 // ---- Files -------------------------------------------------------------------------------------
 
 // Writes Text to a new file and returns when the data is on the disk. What has the name already,
-// even a symbolic link that leads nowhere, is left as it is: std::errc::file_exists.
+// even a symbolic link that leads nowhere, is left as it is: std::errc::file_exists. After any
+// error there is no new file.
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text);
 
 // Renames a file atomically, replacing an existing file. Both paths must be in the same folder.

@@ -318,12 +318,10 @@ bool Reader_Is_Gone() {
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text) {
   const int Descriptor = open(File.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (Descriptor < 0) return Last_Error();
-  if (!Write_All(Descriptor, Text)) {
-    const std::error_code Reason = Last_Error();
-    close(Descriptor);
-    return Reason;
-  }
-  return close(Descriptor) == 0 ? std::error_code() : Last_Error();
+  std::error_code Reason = Write_All(Descriptor, Text) ? std::error_code() : Last_Error();
+  if (close(Descriptor) != 0 && !Reason) Reason = Last_Error();
+  if (Reason) unlink(File.c_str());
+  return Reason;
 }
 
 std::error_code Replace_File(const std::filesystem::path& From, const std::filesystem::path& To) {

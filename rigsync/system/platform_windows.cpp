@@ -404,8 +404,9 @@ std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_vie
   const HANDLE Handle = CreateFileW(File.c_str(), GENERIC_WRITE, /*shared*/ 0, nullptr, CREATE_NEW,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
   if (Handle == INVALID_HANDLE_VALUE) return Last_Error();
-  const std::error_code Reason = Write_All(Handle, Text);
-  if (CloseHandle(Handle) == FALSE && !Reason) return Last_Error();
+  std::error_code Reason = Write_All(Handle, Text);
+  if (CloseHandle(Handle) == FALSE && !Reason) Reason = Last_Error();
+  if (Reason) DeleteFileW(File.c_str());
   return Reason;
 }
 

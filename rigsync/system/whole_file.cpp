@@ -25,7 +25,7 @@ class Unfinished_File {
       Reason = Write_To_Disk(Name, Text);
       if (Reason != std::errc::file_exists) break;
     }
-    Exists = Reason != std::errc::file_exists;
+    Exists = !Reason;
   }
   ~Unfinished_File() {
     std::error_code Ignored;
