@@ -151,6 +151,38 @@ TEST(CoverageSection, EveryPartOfTheFrameIsACellOrAGap) {
   EXPECT_THAT(Text_Of(Gaps), HasSubstr("Corners reach 1 % of the frame"));
 }
 
+// Four images have a corner in the first part of the frame, one of them in the second, too.
+TEST(CoverageSection, PartsLieSideBySideAndAreFullerTheMoreImagesReachThem) {
+  Run_View View;
+  View.Width = 1600;
+  View.Height = 900;
+  View.Rows.resize(4);
+  for (Viewed_Row& Row : View.Rows) Row.Corners = {{10.0f, 10.0f}};
+  View.Rows[2].Corners.push_back({110.0f, 10.0f});
+  const Page Whole = Page_Of(Add_Coverage_Section, View);
+  const pugi::xml_node First = Whole.Main.select_node(".//rect[@class='cell'][1]").node(),
+                       Second = Whole.Main.select_node(".//rect[@class='cell'][2]").node();
+  EXPECT_STREQ(First.child("title").text().get(), "corners of 4 images");
+  EXPECT_STREQ(Second.child("title").text().get(), "corners of 1 image");
+  EXPECT_DOUBLE_EQ(First.attribute("fill-opacity").as_double(), 0.6);
+  EXPECT_DOUBLE_EQ(Second.attribute("fill-opacity").as_double(), 0.36);
+  // The frame has 16 by 9 parts; one unit of the drawing is left free between two of them.
+  const auto At = [](const pugi::xml_node& Rect, const char* Name) {
+    return Rect.attribute(Name).as_double();
+  };
+  const pugi::xml_node Border = Whole.Main.select_node(".//rect[@class='axis']").node(),
+                       Below = Whole.Main.select_nodes(".//rect[@class='gap']")[14].node();
+  const double Edge = At(Border, "width") / 16;
+  EXPECT_NEAR(At(First, "x"), At(Border, "x") + 0.5, 0.01);
+  EXPECT_NEAR(At(First, "y"), At(Border, "y") + 0.5, 0.01);
+  EXPECT_NEAR(At(First, "width"), Edge - 1.0, 0.01);
+  EXPECT_NEAR(At(First, "height"), At(Border, "height") / 9 - 1.0, 0.01);
+  EXPECT_NEAR(At(Second, "x"), At(First, "x") + Edge, 0.01);
+  EXPECT_DOUBLE_EQ(At(Second, "y"), At(First, "y"));
+  EXPECT_DOUBLE_EQ(At(Below, "x"), At(First, "x"));
+  EXPECT_NEAR(At(Below, "y"), At(First, "y") + At(Border, "height") / 9, 0.01);
+}
+
 TEST(PosesSection, EveryBoardHasItsMarkAndADroppedOneACross) {
   Run_View View = Sound_View();
   View.Rows[3].Report.Fate = Image_Fate::Outlier;

@@ -201,6 +201,17 @@ TEST(ImageErrorsSection, PhotographsThatAreGoneLeaveTheirArrows) {
   EXPECT_THAT(All(Page_Of(Usual_View()).Main, "//image"), SizeIs(17));
 }
 
+// It has the errors of its first mount alone.
+TEST(ImageErrorsSection, ARunThatEndedBeforeItsSecondMountHasBars) {
+  Run_View View = Usual_View();
+  View.Chain.reset();
+  View.Result.Report.Reprojection_Px.reset();
+  const Page Whole = Page_Of(View);
+  EXPECT_THAT(All(Whole.Main, "//a/rect[@class='first']"), SizeIs(2 * 16));
+  EXPECT_THAT(All(Whole.Main, "//a/rect[@class='kept']"), SizeIs(0));
+  EXPECT_THAT(Text_Of(Whole.Main), Not(HasSubstr("no image has an error yet")));
+}
+
 TEST(ImageErrorsSection, ARunWithoutAMountSaysSo) {
   Run_View View = Usual_View();
   View.Chain.reset();

@@ -102,6 +102,26 @@ TEST(MountSection, ABarMarksMountsThatAreFurtherApartThanTheLimit) {
   EXPECT_THAT(Apart, HasSubstr("<p class=\"warn-text\">\xE2\x9C\x95 The two mounts are "));
 }
 
+// What is exactly at the limit is within it.
+TEST(MountSection, EitherLimitAloneCanBeExceeded) {
+  const std::string Warning = "<p class=\"warn-text\">\xE2\x9C\x95 The two mounts are ";
+  Calibration_Result Result = With_Code(0);
+  Result.Inputs.Is_Library_Only = false;
+  Result.Inputs.Limits = {2.5, 0.125};
+  Result.Opinion.emplace();
+  Result.Opinion->Difference_Mm = 2.5;
+  Result.Opinion->Difference_Deg = 0.125;
+  EXPECT_THAT(Mount_Of(Result), AllOf(HasSubstr("<p>The two mounts are "), HasSubstr(">2.50<"),
+                                      HasSubstr(">0.125<"), Not(HasSubstr(Warning))));
+  Result.Opinion->Difference_Mm = 2.51;
+  EXPECT_THAT(Mount_Of(Result), HasSubstr(Warning));
+  Result.Opinion->Difference_Mm = 2.5;
+  Result.Opinion->Difference_Deg = 0.126;
+  EXPECT_THAT(Mount_Of(Result), HasSubstr(Warning));
+  Result.Opinion->Difference_Mm = std::numeric_limits<double>::infinity();
+  EXPECT_THAT(Mount_Of(Result), Not(HasSubstr("The two mounts are ")));
+}
+
 // With the number of the file, so that a program finds it; a lag that isn't known has none.
 TEST(MountSection, TellsALagThatTheSolveReckonedWith) {
   Calibration_Result Result = With_Code(0);
