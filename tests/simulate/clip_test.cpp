@@ -333,6 +333,42 @@ TEST(WriteClip, HoldsEveryFrameAsAJpeg) {
   }
 }
 
+// The pieces of a RIFF file from Begin to End by their names, lists with what they hold:
+// "LIST hdrl( avih ... )". Each has its name, the length of its content, and an even content.
+std::string Pieces(const std::string& File, std::size_t Begin, std::size_t End) {
+  std::string Names;
+  std::size_t Place = Begin;
+  while (Place + 8 <= End) {
+    const std::string Name = File.substr(Place, 4);
+    const std::size_t Content = Place + 8, Length = Word_At(File, Place + 4);
+    Names += " " + Name;
+    if (Name == "LIST" || Name == "RIFF") {
+      Names +=
+          " " + File.substr(Content, 4) + "(" + Pieces(File, Content + 4, Content + Length) + " )";
+    } else {
+      Names += ":" + std::to_string(Length);
+    }
+    Place = Content + Length + Length % 2;
+  }
+  return Place == End ? Names : Names + " and bytes that belong to none";
+}
+
+// A RIFF file is a tree whose pieces fill it without a gap. The header of an AVI file has one list
+// for each stream; the lengths of the three headers are those of their structures.
+TEST(AviWriter, WritesTheTreeOfAMovieWithOneStream) {
+  const Scratch_Folder Folder;
+  const std::filesystem::path Name = Folder.Path() / "clip.avi";
+  simulate::Avi_Writer Writer(Name, 32, 24, 25);
+  for (const std::size_t Bytes : {100U, 51U}) {
+    Writer.Add(std::vector<unsigned char>(Bytes, 0xab));
+  }
+  Writer.Finish();
+  const std::string File = Read_Text(Name);
+  EXPECT_EQ(Pieces(File, 0, File.size()),
+            " RIFF AVI ( LIST hdrl( avih:56 LIST strl( strh:56 strf:40 ) ) "
+            "LIST movi( 00dc:100 00dc:51 ) idx1:32 )");
+}
+
 TEST(AviWriter, RefusesAFileThatCantBeWritten) {
   const Scratch_Folder Folder;
   EXPECT_THROW(simulate::Avi_Writer(Folder.Path() / "none" / "clip.avi", 32, 32, 25),

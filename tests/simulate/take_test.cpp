@@ -425,6 +425,39 @@ TEST(MotiveTake, GivesEachBodyAndMarkerAnIdOfItsOwn) {
                                                      {"board:Marker1", "1102"}}));
 }
 
+// The positions of a body's marker, metres, one for each row.
+std::vector<Eigen::Vector3d> Motive_Markers(const std::string& Text, const std::string& Name) {
+  const std::vector<std::string> Lines = Lines_Of(Text);
+  const std::vector<std::string> Names = Split(Lines.at(3), ',');
+  const auto First =
+      static_cast<std::size_t>(std::find(Names.begin(), Names.end(), Name) - Names.begin());
+  std::vector<Eigen::Vector3d> Positions;
+  for (std::size_t Row = 7; Row < Lines.size(); ++Row) {
+    const std::vector<std::string> Cells = Split(Lines[Row], ',');
+    Positions.emplace_back(Number(Cells.at(First)), Number(Cells.at(First + 1)),
+                           Number(Cells.at(First + 2)));
+  }
+  return Positions;
+}
+
+// It is 50 mm along the body's x, 20 mm along its y and 30 mm against its z. The positions of body
+// and marker have six decimals, and so has the quaternion that turns these 62 mm.
+TEST(MotiveTake, HasAMarkerThatIsFixedOnEachBody) {
+  const Plan Capture = Make_Plan(Take_Of(Take_Format::Motive));
+  const Bodies Read = Read_Take(Capture);
+  const std::string Text = simulate::Take_Files(Capture).front().Text;
+  const double Rounding = 2 * 0.5e-6 + 0.062 * 3 * Per_Digit * 0.5e-6;
+  for (const auto& [Name, Samples] : Read) {
+    const std::vector<Eigen::Vector3d> Markers = Motive_Markers(Text, Name + ":Marker1");
+    ASSERT_EQ(Markers.size(), Samples.size());
+    for (std::size_t i = 0; i < Markers.size(); ++i) {
+      const Eigen::Vector3d Marker_Base = Samples[i].Attitude * Eigen::Vector3d(0.05, 0.02, -0.03);
+      ASSERT_LE(Largest_Element(Markers[i] - Samples[i].Position - Marker_Base), Rounding)
+          << Name << " " << i;
+    }
+  }
+}
+
 TEST(MotiveTake, HasAThirdBodyBeforeTheTwo) {
   const Bodies Read = Read_Take(Make_Plan(Take_Of(Take_Format::Motive)));
   EXPECT_EQ(Read.count("prop"), 1u);

@@ -148,7 +148,7 @@ TEST(WholeFile, ASignalLeavesTheFileWholeAndNothingBeside) {
     kill(Child, SIGTERM);
     int State = 0;
     ASSERT_EQ(waitpid(Child, &State, 0), Child);
-    EXPECT_TRUE(WIFSIGNALED(State) && WTERMSIG(State) == SIGTERM) << State;
+    ASSERT_TRUE(WIFSIGNALED(State) && WTERMSIG(State) == SIGTERM) << State;
     EXPECT_EQ(Entry_Count(Scratch.Path()), 1u) << Pause_Us;
     EXPECT_EQ(fs::file_size(File), Text.size());
     fs::remove(File);
