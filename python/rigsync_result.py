@@ -469,6 +469,18 @@ def _choice_text(result: Result) -> str:
                "" if is_doubtful else " (in most captures the nearer one)"))
 
 
+def _is_rigid(transform: Matrix) -> bool:
+    """The mean of a run is narrowed to float, so its rotation is one to about 1e-6."""
+    tolerance = 1e-3
+    a, b, c = (row[:3] for row in transform[:3])
+    products = [(a, a, 1), (b, b, 1), (c, c, 1), (a, b, 0), (a, c, 0), (b, c, 0)]
+    off = [sum(first[k] * second[k] for k in range(3)) - one for first, second, one in products]
+    off += [transform[3][0], transform[3][1], transform[3][2], transform[3][3] - 1]
+    # The product of the three rows, which is -1 in a mirror.
+    determinant = sum(a[k] * (b[k - 2] * c[k - 1] - b[k - 1] * c[k - 2]) for k in range(3))
+    return all(abs(each) <= tolerance for each in off) and determinant > 0
+
+
 def _require_mount(result: Result) -> Matrix:
     """The mount of a result that can be exported at all."""
     if _needs_choice(result):
@@ -480,6 +492,10 @@ def _require_mount(result: Result) -> Matrix:
                              % (result.path, result.message or "its values are null"))
     if not all(math.isfinite(number) for row in result.transform_cam_tc for number in row):
         raise _not_finite(result.path, "transform_cam_tc", UnusableResult)
+    if not _is_rigid(result.transform_cam_tc):
+        raise UnusableResult(str(_refuse(
+            result.path,
+            "'transform_cam_tc' is no rotation with a position, so the file was changed")))
     return result.transform_cam_tc
 
 

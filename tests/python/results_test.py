@@ -332,6 +332,22 @@ class Export(Folder):
                              rigsync_result.export(plain, "ue5", even_if_doubtful=True))
         self.assertGreater(len(seen), 40)
 
+    def not_rigid(self):
+        """Mounts in which one thing alone is not as in a rotation with a position."""
+        def changed(row, numbers):
+            document = support.document()
+            document["transform_cam_tc"][4 * row:4 * row + len(numbers)] = numbers
+            return document
+
+        rows = np.reshape(support.document()["transform_cam_tc"], (4, 4))[:3, :3]
+        for k in range(3):  # stretched, and turned inside out
+            yield changed(k, list(1.001 * rows[k]))
+            yield changed(k, list(-rows[k]))
+        for k, other in ((0, 1), (1, 2), (2, 0)):  # two axes at an angle other than 90 degrees
+            yield changed(k, list(np.cos(0.0011) * rows[k] + np.sin(0.0011) * rows[other]))
+        for numbers in ([0.0011, 0, 0, 1], [0, 0.0011, 0, 1], [0, 0, 0.0011, 1], [0, 0, 0, 1.0011]):
+            yield changed(3, numbers)
+
     def refused(self):
         """Results that the command does not export."""
         for reasons in (["difference_beyond_limit"],
@@ -352,6 +368,7 @@ class Export(Folder):
         document = support.document()
         document["transform_cam_tc"][5] = None
         yield document
+        yield from self.not_rigid()
 
     def test_a_result_that_the_command_does_not_export_is_refused_in_its_words(self):
         for document in self.refused():

@@ -146,8 +146,12 @@ TEST(WriteTables, WritesTheSameInALocaleWithDecimalCommas) {
 TEST(ReadTruth, AFileThatIsNestedTooDeepIsRefused) {
   const Scratch_Folder Folder;
   const std::string Deep = "{\"rows\":" + std::string(1'000'000, '[');
-  EXPECT_THROW(simulate::Read_Truth(Folder.Write("truth.json", Deep + std::string(1'000'000, ']'))),
-               std::runtime_error);
+  try {
+    simulate::Read_Truth(Folder.Write("truth.json", Deep + std::string(1'000'000, ']') + "}"));
+    ADD_FAILURE() << "no exception";
+  } catch (const std::runtime_error& Thrown) {
+    EXPECT_THAT(Thrown.what(), testing::HasSubstr("it is nested too deep"));
+  }
 }
 
 TEST(WriteTables, WritesNoPhotographs) {
