@@ -12,7 +12,7 @@ bool Climbs_Out(const std::string& Image_Name) {
   for (const std::filesystem::path& Component : Reprojection_Name(Image_Name)) {
     if (Component.empty() || Component == ".") continue;
     Depth += Component == ".." ? -1 : 1;
-    if (Depth == 0) return true;
+    if (Depth < 1) return true;
   }
   return false;
 }

@@ -3,6 +3,7 @@
 // The files of a capture: their content, their paths, and bad images.
 #include "simulate/simulate.h"
 #include "simulate/take.h"
+#include "simulate/unfinished_file.h"
 
 #include "tests/support/decimal_comma.h"
 #include "tests/support/read_text.h"
@@ -14,12 +15,14 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #ifndef _WIN32
@@ -143,6 +146,24 @@ TEST(WriteTables, WritesTheSameInALocaleWithDecimalCommas) {
 }
 
 // Copying a value that is nested this deep took more stack than there is.
+std::error_code Code_With(int Reason) {
+  errno = Reason;
+  try {
+    simulate::Throw_Unwritable("a.png");
+  } catch (const fs::filesystem_error& Thrown) {
+    EXPECT_EQ(Thrown.path1(), "a.png");
+    return Thrown.code();
+  }
+  return {};
+}
+
+// Streams don't always say why they failed.
+TEST(ThrowUnwritable, ATroubleWithoutAReasonIsOneOfTheDisk) {
+  EXPECT_EQ(Code_With(ENOSPC), std::errc::no_space_on_device);
+  EXPECT_EQ(Code_With(EPERM), std::errc::operation_not_permitted);
+  EXPECT_EQ(Code_With(0), std::errc::io_error);
+}
+
 TEST(ReadTruth, AFileThatIsNestedTooDeepIsRefused) {
   const Scratch_Folder Folder;
   const std::string Deep = "{\"rows\":" + std::string(1'000'000, '[');

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The man page as groff sets it, and the completion as bash runs it.
+#include "rigsync/command_line/documents.h"
 #include "rigsync/command_line/command.h"
 #include "rigsync/command_line/help_form.h"
 #include "rigsync/program.h"
 #include "rigsync/system/text.h"
 #include "tests/rigsync/support/program.h"
+#include "tests/support/read_text.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -45,6 +47,13 @@ Finished Groff(const std::string& Page, const std::vector<std::string>& More) {
 // The page as text, wide enough that no line is folded.
 std::string Man_Text() {
   return Groff(RIGSYNC_MAN_PAGE, {"-rLL=2000n"}).Output;
+}
+
+// What the tests below read is what is installed.
+TEST(Documents, AreWrittenFromTheCommandsAsTheyAre) {
+  const auto Line = rigsync::Make_Command_Line();
+  EXPECT_EQ(Read_Text(RIGSYNC_MAN_PAGE), rigsync::Man_Page(Line->Program));
+  EXPECT_THAT(Read_Text(RIGSYNC_COMPLETION), testing::EndsWith(rigsync::Completion_Tables(*Line)));
 }
 
 TEST(ManPage, IsSetWithoutAWarning) {

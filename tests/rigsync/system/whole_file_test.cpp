@@ -4,14 +4,13 @@
 #include "rigsync/system/platform.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/support/child_limits.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <chrono>
-#include <csignal>
 #include <stdexcept>
 #include <thread>
 
@@ -57,32 +56,11 @@ TEST(WholeFile, AMissingFolderIsToldWithItsReason) {
   }
 }
 
-// The longest file that this process may write, for as long as this exists. A longer one is told as
-// an error instead of a signal.
-class Longest_File {
- public:
-  explicit Longest_File(rlim_t Bytes) {
-    getrlimit(RLIMIT_FSIZE, &Before);
-    const rlimit Shorter = {Bytes, Before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &Shorter);
-  }
-  ~Longest_File() {
-    setrlimit(RLIMIT_FSIZE, &Before);
-    std::signal(SIGXFSZ, Action);
-  }
-  Longest_File(const Longest_File&) = delete;
-  Longest_File& operator=(const Longest_File&) = delete;
-
- private:
-  rlimit Before{};
-  void (*Action)(int) = std::signal(SIGXFSZ, SIG_IGN);
-};
-
 TEST(WholeFile, WhatIsCutShortIsToldAndRemoved) {
   const Scratch_Folder Scratch;
   const fs::path File = Scratch.Path() / "result.json";
   rigsync::Write_Whole(File, "first");
-  const Longest_File Limit(1000);
+  const File_Size_Limit Limit(1000);
   EXPECT_THAT(rigsync::Try_Write_Whole(File, std::string(1001, 'x')), HasSubstr("File too large"));
   EXPECT_EQ(Read_Text(File), "first");
   EXPECT_EQ(Entry_Count(Scratch.Path()), 1u);
