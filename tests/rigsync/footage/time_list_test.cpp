@@ -107,5 +107,14 @@ TEST(TimeList, AFileThatCantBeReadIsNamedWithTheReason) {
   }
 }
 
+TEST(TimeList, AFolderIsNamedAsWhatCantBeRead) {
+  try {
+    Read_Time_List("/", std::nullopt);
+    ADD_FAILURE() << "no exception";
+  } catch (const Usage_Error& Error) {
+    EXPECT_STREQ(Error.what(), "--times: /: can't be read");
+  }
+}
+
 }  // namespace
 }  // namespace rigsync

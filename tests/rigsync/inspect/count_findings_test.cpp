@@ -117,6 +117,20 @@ TEST_F(CountFindings, WithoutAnyBoardEveryImageIsSearched) {
               Each(Field(&rigsync::Searched_Image::State, Image_State::Unreadable)));
 }
 
+// One image could be of another board.
+TEST_F(CountFindings, CountsAreToldFromTwoImagesOn) {
+  Readable.assign(Images, false);
+  Readable[2] = true;
+  const Counted_Search One = Search({7, 6});
+  EXPECT_FALSE(One.Other_Counts);
+  EXPECT_EQ(Opened, 1u);
+  EXPECT_EQ(One.Boards.Images[2].State, Image_State::No_Board);
+  Readable[8] = true;
+  const Counted_Search Two = Search({7, 6});
+  ASSERT_TRUE(Two.Other_Counts);
+  EXPECT_THAT(Two.Other_Counts->Images, ElementsAre(2U, 8U));
+}
+
 TEST_F(CountFindings, RowsThatCannotBeReadStayWhatTheyAre) {
   Readable[1] = false;
   const Counted_Search Found = Search({9, 9});
