@@ -477,6 +477,16 @@ TEST(WriteCapture, ALinkInThePlaceOfAFileIsReplacedAndNotFollowed) {
   EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(Folder.Path() / "capture.csv")));
 }
 
+// Hidden, beside the file that it becomes.
+TEST(WriteCapture, WhatAnEarlierProcessLeftUnfinishedIsTakenAway) {
+  const Scratch_Folder Folder;
+  fs::create_directory(Folder.Path() / "images");
+  Folder.Write(".capture.csv.part", "half");
+  Folder.Write("images/.0001.png.part", "half");
+  simulate::Write_Capture(Make_Plan(Tiny_Capture()), Folder.Path());
+  EXPECT_EQ(Unfinished_Count(Folder.Path()), 0u);
+}
+
 #endif
 
 TEST(WriteCapture, FilesOfNamesWhatIsWritten) {

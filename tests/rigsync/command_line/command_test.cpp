@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What commands say on standard output and standard error, which are no terminals here.
+#include "rigsync/command_line/command.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+std::string Error_Of(void (*Say)(const std::string&), const std::string& Text) {
+  testing::internal::CaptureStderr();
+  Say(Text);
+  return testing::internal::GetCapturedStderr();
+}
+
+// A line has 80 columns: "rigsync: " and 70 letters fit, and so do the 71 of the next line.
+TEST(Command, ErrorsAndWarningsAreFoldedWithoutAnIndent) {
+  const std::string First(60, 'a'), Second(71, 'b');
+  EXPECT_EQ(Error_Of(rigsync::Complain, First + " " + Second),
+            "rigsync: " + First + "\n" + Second + "\n");
+  EXPECT_EQ(Error_Of(rigsync::Warn, First + " " + Second),
+            "rigsync: warning: " + First + "\n" + Second + "\n");
+  EXPECT_EQ(Error_Of(rigsync::Complain, "x.png: no"), "rigsync: x.png: no\n");
+}
+
+// A name in an error may hold what a terminal obeys.
+TEST(Command, StandardErrorNeverGetsWhatSteersATerminal) {
+  EXPECT_EQ(Error_Of(rigsync::Print_Error, "a\x1b]0;b\n"), "a\xEF\xBF\xBD]0;b\n");
+}
+
+// A file or a program gets the name as it is, so that it can use it.
+TEST(Command, StandardOutputGetsEveryByteWhereItIsNoTerminal) {
+  testing::internal::CaptureStdout();
+  rigsync::Print("a\x1b]0;b\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\x1b]0;b\n");
+}
+
+}  // namespace
