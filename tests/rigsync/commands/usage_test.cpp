@@ -314,4 +314,17 @@ TEST(Usage, AMessageThatCannotBeWrittenLeavesTheExitStatusAsItIs) {
   EXPECT_THAT(Run_Program("/bin/sh", {"-c", Program + Narrow_Board}).Error, HasSubstr("warning"));
 }
 
+TEST(Usage, OwnPaperHasSidesFrom50To5000Millimetres) {
+  const Scratch_Folder Scratch;
+  const std::string File = (Scratch.Path() / "b.svg").string();
+  const std::pair<const char*, int> Cases[] = {
+      {"50x50", 0}, {"49.9x60", 2}, {"60x49.9", 2}, {"5000x5000", 0}, {"5000.1x60", 2}};
+  for (const auto& [Paper, Status] : Cases) {
+    EXPECT_EQ(Rigsync({"board", "--board", "3x4", "--square", "5mm", "--paper", Paper, "-o", File})
+                  .Status,
+              Status)
+        << Paper;
+  }
+}
+
 }  // namespace
