@@ -2,6 +2,7 @@
 #include "rigsync/inspect/finding.h"
 
 #include "rigsync/system/text.h"
+#include "rigsync/system/utf8.h"
 
 #include <fmt/format.h>
 
@@ -15,7 +16,7 @@ namespace {
 // More runs would fill the report without helping anyone. The JSON report has all lines.
 constexpr std::size_t Most_Runs = 8;
 
-constexpr std::size_t Longest_Quote = 48;  // bytes
+constexpr std::size_t Longest_Quote = 48;  // characters
 
 struct Run {
   std::size_t First, Last;
@@ -96,11 +97,8 @@ std::string Lines_Text(const std::vector<std::size_t>& Lines) {
 
 std::string Quoted(const std::string& Text) {
   const std::string Line = One_Line(Text);
-  if (Line.size() <= Longest_Quote) return "'" + Line + "'";
-  // In UTF-8, all bytes of a character but its first are 10xxxxxx. No character is cut in two.
-  std::size_t End = Longest_Quote;
-  while (End > 0 && (static_cast<unsigned char>(Line[End]) & 0xc0u) == 0x80u) --End;
-  return "'" + Line.substr(0, End) + "...'";
+  const std::string Begin = First_Characters(Line, Longest_Quote);
+  return "'" + Begin + (Begin.size() < Line.size() ? "...'" : "'");
 }
 
 const char* Level_Name(Level Severity) {

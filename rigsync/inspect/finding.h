@@ -51,7 +51,7 @@ class Findings {
 std::string Lines_Text(const std::vector<std::size_t>& Lines);
 
 // Text from a file, in quotation marks for use in a sentence: on one line, without control
-// characters, and cut after 48 bytes.
+// characters, and cut after 48.
 std::string Quoted(const std::string& Text);
 
 // "note", "warning", "error"

@@ -3,6 +3,7 @@
 // 'rigsync export' to targets that are files, as a user calls it on a result of this version. What
 // the files hold is the matter of tests/rigsync/exports.
 #include "tests/rigsync/support/program.h"
+#include "tests/rigsync/support/terminal_run.h"
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
@@ -43,6 +44,15 @@ class ExportFile : public testing::Test {
 };
 
 std::unique_ptr<Scratch_Folder> ExportFile::Scratch;
+
+TEST_F(ExportFile, ATerminalShowsHowFarTheSearchForCornersIs) {
+  const std::vector<std::string> Words = {
+      "export", (Scratch->Path() / "result" / "result.json").string(),
+      "--to",   "corners",
+      "-o",     File("shown.vnl")};
+  EXPECT_THAT(Rigsync_On_Terminal(Words).Shown, HasSubstr("\rSearching for boards: 14 of 14"));
+  EXPECT_THAT(Rigsync(Words).Error, Not(HasSubstr("Searching")));
+}
 
 TEST_F(ExportFile, GoesToTheNamedFileOrToStandardOutput) {
   const std::tuple<std::string, std::vector<std::string>, std::string, std::string> Targets[] = {

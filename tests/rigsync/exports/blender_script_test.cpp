@@ -49,6 +49,14 @@ Json Numbers_Of(const File_Request& Request) {
   return Numbers_In(rigsync::Write_Blender_Script(Request).Text);
 }
 
+TEST(BlenderScript, TheNumbersHaveAFormatItsVersionAndWhereTheyAreFrom) {
+  const Json Numbers = Numbers_Of(Request_Of(Result_Of()));
+  EXPECT_EQ(Numbers["format"], "rigsync-blender");
+  EXPECT_EQ(Numbers["format_version"], 1);
+  EXPECT_EQ(Numbers["result"], "result.json");
+  EXPECT_EQ(Numbers["solution"], "library");
+}
+
 TEST(BlenderScript, ThePrincipalPointIsAShiftFromTheFramesCentre) {
   const Calibration_Result Result = Result_Of();
   const Json Numbers = Numbers_Of(Request_Of(Result));

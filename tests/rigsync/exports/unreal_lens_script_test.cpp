@@ -58,6 +58,15 @@ void Expect_Near(const Json& Numbers, const std::vector<double>& Expected, doubl
   }
 }
 
+TEST(UnrealLensScript, TheNumbersHaveAFormatAndItsVersion) {
+  const Json Numbers =
+      Numbers_In(rigsync::Write_Unreal_Lens_Script(Request_Of(Worked_Result())).Text);
+  EXPECT_EQ(Numbers["format"], "rigsync-unreal-lens");
+  EXPECT_EQ(Numbers["format_version"], 1);
+  EXPECT_EQ(Numbers["image_dimensions_px"], Json({1920, 1080}));
+  EXPECT_EQ(Numbers["sensor_dimensions_mm"], Json({36.0, 20.25}));
+}
+
 TEST(UnrealLensScript, NormalisedNumbersAreFromTheFramesCorner) {
   const Calibration_Result Result = Worked_Result();
   const Json Point = Point_Of(Request_Of(Result));

@@ -390,6 +390,19 @@ TEST(Clip, OfFewerThanThreeFramesIsRefusedAndPhotographsAreNamed) {
       Scan_Clip(Encode_Numbered(Scratch.Path() / "three.mp4", 3, With_B_Frames)).Frames.size(), 3u);
 }
 
+// ffmpeg has nothing to complain of then: the length of evenly spaced frames alone tells it.
+TEST(Clip, CutOffBetweenTwoFramesIsRefused) {
+  const Scratch_Folder Scratch;
+  const fs::path File = Encode_Numbered(Scratch.Path() / "a.avi", 250, {"-c:v", "mjpeg"});
+  const std::string Bytes = Read_Text(File);
+  std::size_t Frame = Bytes.find("movi");
+  for (int i = 0; i <= 125; ++i) Frame = Bytes.find("00dc", Frame + 1);
+  ASSERT_NE(Frame, std::string::npos);
+  fs::resize_file(File, Frame);
+  EXPECT_THAT(Scan_Refusal(File), testing::MatchesRegex(".*: ends after 5.0 s of [0-9.]+ s; copy "
+                                                        "the clip again"));
+}
+
 class ClipCutOff : public testing::TestWithParam<Form> {};
 
 TEST_P(ClipCutOff, IsRefusedAndNotTakenForAShorterOne) {

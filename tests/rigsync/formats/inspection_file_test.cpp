@@ -68,7 +68,7 @@ Inspection Inspected() {
     const std::size_t Line = Result.File.Rows.size() + 1;
     Result.File.Rows.emplace_back().Line = Line;
   }
-  Result.Frame_Coverage = {2, 2, {1, 0, 0, 3}};
+  Result.Frame_Coverage = {3, 2, {1, 0, 2, 0, 3, 0}};
   Result.Lens.emplace();
   Result.Lens->Rms = 0.25;
   Result.Lens->Lens_Px.Fx = 704.0;
@@ -97,7 +97,7 @@ TEST(InspectionFile, TellsBoardsStatesSpreadAndAgreement) {
   EXPECT_EQ(Read.at("boards"), json::parse(R"({
     "image_size": [640, 480], "found": 2, "lens_rms_px": 0.25, "norm_fx": 1.1})"));
   EXPECT_EQ(Read.at("coverage"),
-            json::parse(R"({"share": 0.5, "images_by_cell": [[1, 0], [0, 3]]})"));
+            json::parse(R"({"share": 0.5, "images_by_cell": [[1, 0, 2], [0, 3, 0]]})"));
   EXPECT_EQ(Read.at("poses"), json::parse(R"({
     "tilt_deg": [3.0, 41.0], "main_tilt_deg": 20.0, "cross_tilt_deg": 15.0,
     "distance_m": [0.5, 1.25]})"));

@@ -890,7 +890,9 @@ TEST(ResultFile, AFileThatIsNestedTooDeepIsRefused) {
     EXPECT_THAT(Refusal(File), HasSubstr("r.json: is not a result file"));
     EXPECT_FALSE(rigsync::Is_Result_File(File));
   }
-  EXPECT_THAT(Refusal(Scratch.Write("r.json", Nested("unknown", 60))), HasSubstr("'lens'"));
+  EXPECT_THAT(Refusal(Scratch.Write("r.json", Nested("unknown", 64))), HasSubstr("'lens'"));
+  EXPECT_THAT(Refusal(Scratch.Write("r.json", Nested("unknown", 65))),
+              HasSubstr("is not a result"));
 }
 
 TEST(ResultFile, APipeOrADeviceIsRefusedUnread) {

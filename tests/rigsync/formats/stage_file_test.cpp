@@ -51,6 +51,14 @@ TEST(StageFile, TomlAndJsonGiveTheSameValues) {
   }
 }
 
+// As people write it, with a line for each key.
+TEST(StageFile, IsWrittenToBeReadAndChanged) {
+  const Scratch_Folder Scratch;
+  const std::filesystem::path File = Scratch.Path() / "stage.json";
+  rigsync::Write_Stage_File(File, {{"board", "11x8"}, {"square", "0.03"}});
+  EXPECT_EQ(Read_Text(File), "{\n  \"board\": \"11x8\",\n  \"square\": \"0.03\"\n}\n");
+}
+
 TEST(StageFile, TheEndingOfTheNameDecidesOtherwiseTheContent) {
   const Scratch_Folder Scratch;
   const std::string Marked_Json = std::string("\xef\xbb\xbf\n") + As_Json;
@@ -158,6 +166,12 @@ TEST(StageFile, ADeviceAndAFileThatIsNestedTooDeepAreRefused) {
   EXPECT_THAT(Refusal("/dev/zero"), HasSubstr("is a device"));
   EXPECT_THAT(Refusal(Scratch.Write("s.json", Deep + std::string(1'000'000, ']') + "}")),
               HasSubstr("line 2: values are nested more than 64 levels deep"));
+  const auto Nested = [&](std::size_t Levels) {
+    return Refusal(Scratch.Write(
+        "s.json", "{\"board\":\n" + std::string(Levels, '[') + std::string(Levels, ']') + "}"));
+  };
+  EXPECT_THAT(Nested(64), testing::Not(HasSubstr("nested")));
+  EXPECT_THAT(Nested(65), HasSubstr("nested more than 64 levels deep"));
 }
 
 TEST(StageFile, AFolderAndAMissingFileAreRefused) {

@@ -15,6 +15,11 @@
 
 #include <cmath>
 #include <limits>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
 
 namespace rigsync {
 namespace {
@@ -271,6 +276,51 @@ TEST(SamplesSection, LeftOutRowsRepeatsAndASlipAreMarked) {
   EXPECT_EQ(Count(Whole, ".//rect[@class='stale']/title"), 2u);
 }
 
+// Its label stays within the drawing.
+TEST(SamplesSection, ASlipAtTheRightEdgeIsNamedOnItsLeft) {
+  Run_View View = Sound_View();
+  Slip Seen;
+  Seen.Evidence = Slip_Evidence::Found;
+  Seen.Motion << 0, 0.01, 0, 0, 0, 0.008;
+  for (const auto& [Row, Anchor, Off] :
+       {std::tuple<std::size_t, const char*, double>{2, "start", 5.0}, {22, "end", -5.0}}) {
+    Seen.First_Row = Row;
+    View.Result.Solved->Likeliest_Slip = Seen;
+    const Page Whole = Page_Of(Add_Samples_Section, View);
+    const pugi::xml_node Line = Whole.Main.select_node(".//line[@class='slip']").node(),
+                         Label = Whole.Main.select_node(".//text[.='slip']").node();
+    EXPECT_STREQ(Label.attribute("text-anchor").as_string("start"), Anchor);
+    EXPECT_NEAR(Label.attribute("x").as_double(), Line.attribute("x1").as_double() + Off, 0.02);
+  }
+}
+
+// Every second number of a path of straight lines: its heights.
+std::vector<double> Heights_Of(const pugi::xml_node& Path) {
+  std::string Text = Path.attribute("d").value();
+  for (char& Letter : Text) {
+    if (std::string_view("MLZ").find(Letter) != std::string_view::npos) Letter = ' ';
+  }
+  std::istringstream Numbers(Text);
+  std::vector<double> Heights;
+  for (double X = 0, Y = 0; Numbers >> X >> Y;) Heights.push_back(Y);
+  return Heights;
+}
+
+// It runs above the curve to its end, and below it back.
+TEST(LensSection, TheBandIsAsWideAboveTheCurveAsBelowIt) {
+  const Page Whole = Page_Of(Add_Lens_Section, Sound_View());
+  const auto Band = Heights_Of(Whole.Main.select_node(".//path[@class='band']").node());
+  const auto Curve = Heights_Of(Whole.Main.select_node(".//path[@class='predicted']").node());
+  ASSERT_GT(Curve.size(), 2u);
+  ASSERT_EQ(Band.size(), 2 * Curve.size());
+  for (std::size_t k = 0; k < Curve.size(); ++k) {
+    const double Above = Curve[k] - Band[k], Below = Band[Band.size() - 1 - k] - Curve[k];
+    EXPECT_GE(Above, 0.0) << k;
+    EXPECT_NEAR(Above, Below, 0.021) << k;  // of numbers with two decimals
+  }
+  EXPECT_GT(Curve.back() - Band[Curve.size() - 1], 0.1);
+}
+
 TEST(LensSection, TheTableHasTheNumbersOfTheFile) {
   const Page Whole = Page_Of(Add_Lens_Section, Sound_View());
   const Capture_Solution& Solved = *Sound_View().Result.Solved;
@@ -290,6 +340,24 @@ TEST(CrossCheckSection, ShowsWhatTheHalvesDifferByBesideWhatWasExpected) {
   EXPECT_EQ(Number_At(Whole, "cross_check.expected_px"), Check.Px.Expected);
   EXPECT_EQ(Count(Whole, ".//circle[@class='reference']"), 45u);
   EXPECT_THAT(Text_Of(Whole), HasSubstr("12 and 12 of them"));
+}
+
+// The longest of them gets 0.6 of the distance between two points, or less: a round number of times
+// what it is. Points are 960 / 9 pixels apart.
+TEST(CrossCheckSection, ArrowsAreMagnifiedToTheRoomBetweenTwoPoints) {
+  Run_View View = Sound_View();
+  Cross_Check& Check = *View.Result.Halves;
+  ASSERT_EQ(Check.Cols, 9);
+  for (Cross_Point& Point : Check.Points) {
+    Point.Expected_Px = 0.5;
+    Point.Difference_Px << 0.3, 0.4;
+  }
+  Check.Points[7].Difference_Px << 0.6, -0.8;
+  EXPECT_THAT(Text_Of(Page_Of(Add_Cross_Check_Section, View)),
+              HasSubstr("even ones do, 50 times as long"));
+  Check.Points[7].Expected_Px = 1.5;
+  EXPECT_THAT(Text_Of(Page_Of(Add_Cross_Check_Section, View)),
+              HasSubstr("even ones do, 20 times as long"));
 }
 
 TEST(CrossCheckSection, SaysHowFarTheHalvesAgree) {

@@ -191,6 +191,15 @@ TEST(ImageErrorsSection, TheFactorIsToldAndMakesTheMedianArrowVisible) {
               HasSubstr("magnified " + Short_Number(Factor) + " times"));
 }
 
+TEST(ImageErrorsSection, APhotographFillsItsCard) {
+  const Page Whole = Page_Of(Usual_View());
+  for (const Element& Image : All(Whole.Main, "//image")) {
+    const std::string Size = std::string("0 0 ") + Image.attribute("width").value() + " " +
+                             Image.attribute("height").value();
+    EXPECT_EQ(Size, Image.parent().attribute("viewBox").value());
+  }
+}
+
 TEST(ImageErrorsSection, PhotographsThatAreGoneLeaveTheirArrows) {
   Run_View View = Usual_View();
   for (Viewed_Row& Row : View.Rows) Row.File = "/gone";

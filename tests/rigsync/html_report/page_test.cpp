@@ -34,6 +34,16 @@ TEST(Page, TheStyleSheetHasNothingToEscape) {
   EXPECT_EQ(std::string_view(Style_Sheet()).find_first_of("<>&"), std::string_view::npos);
 }
 
+// A block that doesn't end takes in all rules after it.
+TEST(Page, EveryBlockOfTheStyleSheetEnds) {
+  int Depth = 0;
+  for (const char Letter : std::string_view(Style_Sheet())) {
+    Depth += Letter == '{' ? 1 : Letter == '}' ? -1 : 0;
+    ASSERT_THAT(Depth, testing::AllOf(testing::Ge(0), testing::Le(2)));
+  }
+  EXPECT_EQ(Depth, 0);
+}
+
 TEST(Page, AFurtherStyleSheetIsAllowedByItsOwnDigest) {
   const Page Whole = Make_Page("Page");
   Add_Style(Whole.Main, "p { color: red; }");

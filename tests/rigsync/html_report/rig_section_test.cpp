@@ -50,6 +50,21 @@ TEST(ScaleDrawing, DirectionsOfTheCameraRunAsTheirWordsSay) {
   }
 }
 
+TEST(ScaleDrawing, APolygonHasOnePairOfNumbersForEachPoint) {
+  const Page Whole = Make_Page("Page");
+  const Scale_Drawing Into(Whole.Main, From_Above(), {{-1, 0, -1}, {1, 0, 1}}, "");
+  const std::vector<Vector3d> Points = {{0, 0, 0}, {0.5, 0, 0}, {0.5, 0, 0.25}};
+  Into.Add_Polygon(Into.Svg(), Points, "board");
+  std::string Expected;
+  for (const Vector3d& Point : Points) {
+    const Eigen::Vector2d At = Into.At(Point);
+    Expected +=
+        (Expected.empty() ? "" : " ") + Short_Number(At.x(), 1) + "," + Short_Number(At.y(), 1);
+  }
+  EXPECT_STREQ(All(Into.Svg(), "polygon[@class='board']")[0].attribute("points").value(),
+               Expected.c_str());
+}
+
 TEST(ScaleDrawing, TheScaleBarIsAsLongAsItSays) {
   const Page Whole = Make_Page("Page");
   const Scale_Drawing Into(Whole.Main, From_Above(), {{-1.3, 0, 0}, {2.9, 0, 4.1}}, "");

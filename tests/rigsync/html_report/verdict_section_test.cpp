@@ -52,6 +52,18 @@ TEST(VerdictSection, SaysWithoutASecondOpinionWhatTheCodeMeans) {
   EXPECT_THAT(Verdict_Of(With_Code(0)), Not(HasSubstr("cause")));
 }
 
+TEST(VerdictSection, TellsWhenTheRunBeganToTheMinute) {
+  Calibration_Result Result = With_Code(0);
+  Result.Inputs.Csv = "/take/capture.csv";
+  for (const char* const Time : {"2022-11-17T09:05:33+0100", "2022-11-17T09:05"}) {
+    Result.Start_Time = Time;
+    EXPECT_THAT(Verdict_Of(Result),
+                HasSubstr("Calibration of capture.csv, 0 images, 2022-11-17 09:05<"));
+  }
+  Result.Start_Time = "of another kind";
+  EXPECT_THAT(Verdict_Of(Result), HasSubstr("0 images, of another kind<"));
+}
+
 TEST(VerdictSection, RefusesAnExceptionAndNumbersThatAreNotFinite) {
   Calibration_Result Ended;
   Ended.Message = "An exception ended the run: bad_alloc & more";

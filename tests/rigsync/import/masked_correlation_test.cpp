@@ -59,6 +59,22 @@ TEST(MaskedCorrelation, IsOneWhereASignalLiesOverItself) {
   EXPECT_NEAR(All.Coefficients[static_cast<std::size_t>(17 - All.First_Shift)], 1.0, Rounding);
 }
 
+// A trend far above what varies must not take the digits of the sums.
+TEST(MaskedCorrelation, IsTheSameForSignalsFarFromZero) {
+  Signal A, B, High_A, High_B;
+  for (int i = 0; i < 60; ++i) {
+    A.push_back(std::sin(0.7 * i * i));
+    B.push_back(std::cos(1.1 * i * i));
+    High_A.push_back(A.back() + 1e7);
+    High_B.push_back(B.back() - 1e7);
+  }
+  const Shift_Correlations Low = Correlate(A, B, 20), High = Correlate(High_A, High_B, 20);
+  for (std::size_t k = 0; k < Low.Coefficients.size(); ++k) {
+    if (std::isnan(Low.Coefficients[k])) continue;
+    EXPECT_NEAR(High.Coefficients[k], Low.Coefficients[k], 1e-7) << k;
+  }
+}
+
 TEST(MaskedCorrelation, IsUnknownWhereOneSideDoesNotVary) {
   const Shift_Correlations All = Correlate({1, 1, 1, 1, 2, 3}, {1, 4, 2}, 3);
   EXPECT_TRUE(std::isnan(All.Coefficients[static_cast<std::size_t>(0 - All.First_Shift)]));

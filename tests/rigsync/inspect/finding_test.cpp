@@ -75,9 +75,9 @@ TEST(Finding, AQuoteIsOneLineAndNeverCutInsideALetter) {
   EXPECT_EQ(rigsync::Quoted("a\r\n\tb"), "'a b'");
   EXPECT_EQ(rigsync::Quoted(std::string(48, 'x')), "'" + std::string(48, 'x') + "'");
   EXPECT_EQ(rigsync::Quoted(std::string(49, 'x')), "'" + std::string(48, 'x') + "...'");
-  // The letter's two bytes would be the 48th and 49th.
-  EXPECT_EQ(rigsync::Quoted(std::string(47, 'x') + "\xc3\xa9y"),
-            "'" + std::string(47, 'x') + "...'");
+  const std::string Letters = std::string(47, 'x') + "\xc3\xa9";
+  EXPECT_EQ(rigsync::Quoted(Letters), "'" + Letters + "'");
+  EXPECT_EQ(rigsync::Quoted(Letters + "y"), "'" + Letters + "...'");
 }
 
 }  // namespace

@@ -47,7 +47,9 @@ TEST(ImagePathFindings, APathWithoutAFileIsAWarningWithItsLine) {
     EXPECT_EQ(List[0].Lines, (std::vector<std::size_t>{4}));
   }
   EXPECT_EQ(Judge(With_State(Path_State::Missing))[0].Example, "In line 4 it is 'a.png'.");
-  EXPECT_THAT(Judge(With_State(Path_State::Missing))[0].Advice, HasSubstr("/captures/stage"));
+  EXPECT_EQ(
+      Judge(With_State(Path_State::Missing))[0].Advice,
+      "Correct the path. Relative paths start at /captures/stage; --image-root changes that.");
 }
 
 TEST(ImagePathFindings, WhatACalibrationRefusesIsAnErrorWithItsLine) {

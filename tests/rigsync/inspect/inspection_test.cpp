@@ -97,6 +97,20 @@ Inspection Inspected_With_A_Long_Square(const simulate::Plan& Capture) {
   return rigsync::Inspect_Capture(Inputs, rigsync::Board_Searcher(Search));
 }
 
+// Of a file in UTF-16 no line can be read, a header neither.
+TEST(Inspection, AFileInUtf16HasOneLineAndNoRow) {
+  const Scratch_Folder Folder;
+  Inspection_Inputs Inputs;
+  Inputs.Csv = Folder.Write("capture.csv", std::string("\xff\xfeT\0i\0\n\0"
+                                                       "1\0\n\0",
+                                                       12));
+  Inputs.Opens_Images = false;
+  const Inspection Result = rigsync::Inspect_Capture(Inputs, rigsync::Board_Searcher());
+  EXPECT_EQ(Result.File.Line_Count, 1u);
+  EXPECT_EQ(Result.File.Header_Count, 0u);
+  EXPECT_TRUE(Result.File.Rows.empty());
+}
+
 TEST(Inspection, BlamesTheSquareWhereTiltedBoardsTellTheDistance) {
   const Inspection Tilted = Inspected_With_A_Long_Square(simulate::Make_Plan({}));
   EXPECT_FALSE(Tilted.All_Findings.Has("tilt_too_small"));

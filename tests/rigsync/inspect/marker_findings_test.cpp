@@ -125,6 +125,26 @@ TEST_F(MarkerFindings, WrongCountsAreToldWithTheRightOnes) {
   }
 }
 
+// Rows below the frame could have been seen as well.
+TEST_F(MarkerFindings, OfABoardThatTheFrameCutsOffTheRowsAreAtLeastThoseThatAreSeen) {
+  Take({6, 8}, 0);
+  for (const rigsync::Capture_Row& Row : Rows) {
+    const cv::Mat Whole = cv::imread(Row.Image);
+    const auto Markers = rigsync::Find_Markers(Whole);
+    ASSERT_FALSE(Markers.empty());
+    // Through the middle of the board.
+    double Middle = 0;
+    for (const rigsync::Seen_Marker& Marker : Markers) {
+      Middle += double(rigsync::Middle_Of(Marker)[1]) / static_cast<double>(Markers.size());
+    }
+    cv::imwrite(Row.Image, Whole(cv::Range(0, static_cast<int>(Middle)), cv::Range::all()).clone());
+  }
+  const std::vector<Finding> Found = Judge({{5, 8}, std::nullopt, false});
+  ASSERT_THAT(Ids_Of(Found), ElementsAre("board_counts"));
+  EXPECT_THAT(Found[0].What, testing::ContainsRegex(
+                                 "has 6 inner corners in a row and at least [2-7] rows, not 5x8"));
+}
+
 TEST_F(MarkerFindings, SwappedCountsAreToldAsSuch) {
   Take({6, 5}, 0);
   const std::vector<Finding> Found = Judge({{5, 6}, 0, false});

@@ -110,6 +110,12 @@ TEST(TrackerSurvey, ATrackerThatNeverMovesIsANoteAndTwoAreAnError) {
   EXPECT_EQ(List.Gravest(), Level::Note);
   for (Capture_Row& Row : Rows) Row.Camera = Rows[0].Camera;
   EXPECT_THAT(Check(Rows, &List), Contains(Key("trackers_fixed")));
+  for (const rigsync::Finding& Told : List.Sorted()) {
+    if (Told.Id != "trackers_fixed") continue;
+    EXPECT_EQ(Told.What, "Neither tracker moves during the capture, so nothing can be calibrated.");
+    EXPECT_EQ(Told.Advice,
+              "Check that the tracking system was running and that its samples reach the file.");
+  }
   EXPECT_EQ(List.Gravest(), Level::Error);
 }
 

@@ -126,6 +126,19 @@ TEST(Opentrackio, ASampleMayHaveLittle) {
   EXPECT_EQ(Turn_Alone->Transforms[0].Position, (std::array<double, 3>{0, 0, 0}));
 }
 
+TEST(Opentrackio, ReadsAChainOf64TransformsAndNoLongerOne) {
+  const auto Chain = [](int Count) {
+    std::string List;
+    for (int i = 0; i < Count; ++i) {
+      List += std::string(i > 0 ? "," : "") + R"({"translation":{"x":1,"y":2,"z":3}})";
+    }
+    return From_Json("{\"transforms\":[" + List + "]}");
+  };
+  ASSERT_TRUE(Chain(64));
+  EXPECT_EQ(Chain(64)->Transforms.size(), 64U);
+  EXPECT_FALSE(Chain(65));
+}
+
 TEST(Opentrackio, ReadsWholeNumbersThatAreWrittenWithAPoint) {
   EXPECT_EQ(From_Json(R"({"sourceNumber": 3.0})")->Source_Number, 3);
 }

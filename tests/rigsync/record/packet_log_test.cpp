@@ -68,6 +68,22 @@ TEST(PacketLog, ReadsWhatWasWritten) {
   EXPECT_EQ(Log.Damage(), "");
 }
 
+// The length of a packet that UDP can have at most is 65,535 with its own header.
+TEST(PacketLog, ALongerPacketThanAnyIsDamage) {
+  const Scratch_Folder Scratch;
+  const fs::path File = Scratch.Path() / "take.rsr";
+  const Udp_Packet Longest = {1, 2, {10, 0, 0, 1}, 1, 6301, std::string(65535, 'x')};
+  Packet_Log_Writer(File, 0).Append({Longest});
+  Packet_Log_Reader Whole(File);
+  EXPECT_EQ(Read_All(Whole), std::vector<Udp_Packet>{Longest});
+  EXPECT_EQ(Whole.Damage(), "");
+  std::string Bytes = Read_Text(File) + "x";
+  Bytes.replace(24 + 4, 4, From_Hex("00000100"));
+  Packet_Log_Reader Longer(Scratch.Write("longer.rsr", Bytes));
+  EXPECT_TRUE(Read_All(Longer).empty());
+  EXPECT_THAT(Longer.Damage(), StartsWith("the recording has no packet at byte 24"));
+}
+
 TEST(PacketLog, EachAppendedPacketIsInTheFileAtOnce) {
   const Scratch_Folder Scratch;
   const fs::path File = Scratch.Path() / "take.rsr";

@@ -55,6 +55,13 @@ TEST(LagText, BodiesThatStoodStillLeaveNothingToSolveALagFrom) {
   EXPECT_THAT(Lag_Sentences(Still),
               AllOf(StartsWith("There is nothing to solve a lag from:"),
                     HasSubstr("0.4 mm/s and 0.02 degrees/s"), Not(HasSubstr("322"))));
+  // Below 1 mm/s and a milliradian a second nothing is left but noise.
+  Still.Speed = {0.00099, 0.00099};
+  EXPECT_THAT(Lag_Sentences(Still), StartsWith("There is nothing to solve a lag from:"));
+  Still.Speed = {0.001, 0.0003};
+  EXPECT_THAT(Lag_Sentences(Still), StartsWith("The lag is not known:"));
+  Still.Speed = {0.0004, 0.001};
+  EXPECT_THAT(Lag_Sentences(Still), StartsWith("The lag is not known:"));
 }
 
 TEST(LagText, AStatedLagIsSaidToBeStated) {

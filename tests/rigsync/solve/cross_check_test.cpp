@@ -119,6 +119,20 @@ TEST(CrossCheck, AnErrorOfOneHalfIsSeenInItsSize) {
   EXPECT_GT(Made_Check.Probability_Nearer, 0.999);
 }
 
+// Of 25 rows the first half has the 1st, the 3rd and so on. Theirs alone are moved, by 2 mm.
+TEST(CrossCheck, TheFirstHalfHasTheFirstRow) {
+  Options Of;
+  Of.Images = 25;
+  Rig Made = corner_rig::Make_Rig(Of);
+  for (std::size_t i = 0; i < Made.Facts.size(); i += 2) {
+    Move_Camera_Tracker(Made.Facts[i], 0.002);
+  }
+  const Cross_Check Made_Check = Check(Made);
+  ASSERT_EQ(Made_Check.Status, Cross_Status::Compared);
+  EXPECT_EQ(Made_Check.Halves[0].Rows, 13u);
+  EXPECT_EQ(Made_Check.Halves[1].Rows, 12u);
+}
+
 // A virtual object stands where the whole capture draws it in the pixel; both halves draw it with
 // the same pose of the tracker.
 TEST(CrossCheck, APointIsDrawnByEachHalfWithItsOwnLensAndMount) {

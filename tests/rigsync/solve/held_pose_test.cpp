@@ -177,6 +177,16 @@ TEST(HeldPose, ABoardBeyondTheFrameOrTooFlatIsNotSeenWell) {
   Isometry3d Shifted = Pose;
   Shifted.translation().x() += 0.3;
   EXPECT_FALSE(rigsync::Is_Seen_Well(View, Shifted));
+  // Facing the camera in the middle of the frame, the squares have fx times the square's length
+  // over the distance: 8 pixels, of the half as wide image that is searched, at 3.96 m.
+  Isometry3d Far = Isometry3d::Identity();
+  for (const auto& [Distance, Is_Large] : {std::pair<double, bool>{3.94, true}, {3.98, false}}) {
+    Far.translation() << -0.15, -0.105, Distance;
+    const Board_View Plain = {{11, 8}, 0.03, 1440, 1080, {2112, 2112, 720, 540, 0, 0}};
+    EXPECT_EQ(rigsync::Is_Seen_Well(Plain, Far), Is_Large) << Distance;
+    const Board_View Narrow = {{11, 8}, 0.03, 1439, 1080, {1056, 1056, 720, 540, 0, 0}};
+    EXPECT_EQ(rigsync::Is_Seen_Well(Narrow, Far), Is_Large) << Distance;
+  }
   Isometry3d Flat = Pose * Eigen::AngleAxisd(65 * Radians_In_Degree, Vector3d::UnitX());
   EXPECT_FALSE(rigsync::Is_Seen_Well(View, Flat));
 }
