@@ -100,6 +100,19 @@ TEST(WholeFile, ALinkInThePlaceOfTheTemporaryFileLeadsNowhere) {
   EXPECT_EQ(Entry_Count(Scratch.Path()), 3u);
 }
 
+// Left by processes of the same number that were killed.
+TEST(WholeFile, OfAThousandNamesOneIsFree) {
+  const Scratch_Folder Scratch;
+  const std::string Name = ".rigsync-" + std::to_string(rigsync::Process_Number()) + "-";
+  for (int Number = 1; Number < 1000; ++Number) Scratch.Write(Name + std::to_string(Number), "");
+  EXPECT_EQ(rigsync::Try_Write_Whole(Scratch.Path() / "result.json", "text"), "");
+  EXPECT_EQ(Entry_Count(Scratch.Path()), 1000u);
+  Scratch.Write(Name + "1000", "");
+  EXPECT_THAT(rigsync::Try_Write_Whole(Scratch.Path() / "other.json", "text"),
+              HasSubstr("File exists"));
+  EXPECT_EQ(Entry_Count(Scratch.Path()), 1001u);
+}
+
 TEST(WholeFile, TheLongestNameOfAFileSystemIsNotTooLong) {
   const Scratch_Folder Scratch;
   const fs::path File = Scratch.Path() / std::string(255, 'x');

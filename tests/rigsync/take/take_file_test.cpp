@@ -2,10 +2,13 @@
 //
 // What holds for every format: how it is recognised, and what becomes of cells and lines that are
 // not as they should be.
+#include "rigsync/take/take_reader.h"
 #include "tests/rigsync/take/take_text.h"
 
 #include <clocale>
 #include <locale>
+#include <utility>
+#include <vector>
 
 namespace rigsync {
 namespace {
@@ -21,6 +24,23 @@ TEST(TakeFile, IsKnownByItsContentAndNotByItsName) {
   EXPECT_EQ(Take_Of(First, {}, "take.txt").Format, "ETH pose CSV");
 }
 
+TEST(TakeReader, KnowsTheUnitsOfLengthByTheirWords) {
+  const std::pair<double, std::vector<const char*>> Units[] = {
+      {1.0, {"m", "meter", "meters", "metres", "Meters"}},
+      {0.01, {"cm", "centimeter", "centimeters", "centimetres"}},
+      {0.001, {"mm", "MM", "millimeter", "millimeters", "millimetres"}},
+      {0.0254, {"in", "inch", "inches"}},
+      {0.3048, {"ft", "feet"}}};
+  for (const auto& [Metres, Words] : Units) {
+    for (const char* const Word : Words) {
+      ASSERT_NE(Find_Length_Unit(Word), nullptr) << Word;
+      EXPECT_EQ(Find_Length_Unit(Word)->Metres, Metres) << Word;
+    }
+  }
+  EXPECT_EQ(Find_Length_Unit("furlong"), nullptr);
+  EXPECT_EQ(Find_Length_Unit(""), nullptr);
+}
+
 TEST(TakeFile, IsRefusedWithWhatTheKnownOnesLookLike) {
   const std::string Expected =
       "is no take of a known format: it begins with 'a;b;c'; expected a Motive CSV ('Format "
@@ -28,6 +48,10 @@ TEST(TakeFile, IsRefusedWithWhatTheKnownOnesLookLike) {
       "lines of time, position and quaternion (TUM, ETH, EuRoC); for any other table, expected "
       "--map with a map of its columns";
   EXPECT_EQ(Refusal_Of("a;b;c\n1;2;3\n"), Expected);
+  // A line of names may come first, but none that begins with a number.
+  const std::string Row = "1,2,3,4,5,6,7,8\n";
+  EXPECT_EQ(Take_Of("time,x\n1,0,0,0,0,0,0,1\n").Format, "ETH pose CSV");
+  EXPECT_THAT(Refusal_Of("1,x\n" + Row), HasSubstr("is no take of a known format"));
   EXPECT_THAT(Refusal_Of("1,2,3,4,5,6,7\n"), HasSubstr("is no take of a known format"));
   EXPECT_THAT(Refusal_Of("1,2,3,4,5,6,7,8,9\n"), HasSubstr("is no take of a known format"));
   EXPECT_THAT(Refusal_Of(std::string(1000, '\0')), HasSubstr("is no take of a known format"));

@@ -282,6 +282,28 @@ TEST(FileReaders, AFileThatSaysSomethingElseIsRefused) {
   Expect_Refused("opentrackio", [](json& N) { N["transforms"].erase(0); });
 }
 
+TEST(FileReaders, ACamchainOfAnotherCameraIsRefusedWithTheReason) {
+  Dice Thrown(5);
+  const Random_Rig Rig = Make_Rig(Rig_Kind::Any, Thrown);
+  const std::string Text = Written(*Target_Named("kalibr"), Rig, std::nullopt);
+  const auto Refusal = [&](const std::string& Word, const std::string& Other) -> std::string {
+    std::string Changed_Text = Text;
+    Changed_Text.replace(Changed_Text.find(Word), Word.size(), Other);
+    try {
+      Holds(Reader_Named("kalibr"), Changed_Text, Rig, std::nullopt);
+    } catch (const std::runtime_error& Thrown_Error) {
+      return Thrown_Error.what();
+    }
+    return "read";
+  };
+  EXPECT_EQ(Refusal("resolution: [", "resolution: [1"),
+            "a camchain has another frame than the solved camera");
+  EXPECT_EQ(Refusal("camera_model: pinhole", "camera_model: omni"),
+            "a camchain has another model than the solved lens");
+  EXPECT_EQ(Refusal("distortion_model: radtan", "distortion_model: equidistant"),
+            "a camchain has another model than the solved lens");
+}
+
 // Every number of Text between the two words, each of them wrong in its second decimal.
 std::vector<std::string> Texts_With_A_Slip(const std::string& Text, const std::string& From,
                                            const std::string& To) {

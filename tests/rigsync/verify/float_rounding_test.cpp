@@ -68,6 +68,14 @@ TEST(FloatRounding, AnglesFarFromALockAreGoodToTheirLastDigits) {
   }
 }
 
+// The angle is rounded in radians (half of 2^-22, as it is between 2 and 4), in degrees (half of
+// 2^-16), and its factor is too large by 1.2e-8. Quaternions are rounded to 2^-25 for each number.
+TEST(FloatRounding, AHalfTurnIsKnownToADozenRoundings) {
+  const double Deg = rigsync::Rounding_Of_UE4(About(Eigen::Vector3d::UnitZ(), 178.0), 0.0).Deg[2];
+  EXPECT_GT(Deg, 0.5 / 65536.0);
+  EXPECT_LT(Deg, 12 * 0.5 / 65536.0);
+}
+
 // Pitch p has the slope 1 / cos(p): ten times nearer to the lock, ten times the rounding.
 TEST(FloatRounding, TheBoundGrowsTowardsALock) {
   double Before_UE4 = 0.0, Before_Aximmetry = 0.0;

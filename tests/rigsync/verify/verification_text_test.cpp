@@ -87,7 +87,7 @@ TEST(VerificationText, ATargetThatIsNotProvenIsAFailure) {
   EXPECT_FALSE(Of.Holds());
   EXPECT_THAT(Text_Of(Of),
               AllOf(HasSubstr("\n  four          not proven\n"),
-                    HasSubstr("NOT PROVEN: four: its file can't be read back: no numbers"),
+                    HasSubstr("\n  NOT PROVEN: four: its file can't be read back: no numbers"),
                     Not(HasSubstr("BEYOND")), Not(HasSubstr("Every exported"))));
   const auto Root = nlohmann::json::parse(
       rigsync::Verification_Json(Of, "/r/result.json", Solution_Choice::Library));
