@@ -15,7 +15,6 @@ std::unique_ptr<Command_Line> Make_Command_Line() {
   Program.set_help_flag("-h,--help", "print this help");
   Program.set_version_flag("--version", std::string("rigsync ") + Command_Version,
                            "print the version");
-  Program.require_subcommand(1);
   Program.footer(
       "'rigsync COMMAND --help' describes a command and gives an example.\n\n"
       "To try it without a stage:\n"

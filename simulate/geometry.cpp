@@ -4,6 +4,7 @@
 // drawing: a positive angle about z takes x to y, about x takes y to z, about y takes z to x.
 #include "simulate/geometry.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -81,8 +82,8 @@ double Fold_Radius(const Lens& Model) {
   const double Half_B = 1.5 * Model.K1, A = 5.0 * Model.K2;
   const double Discriminant = Half_B * Half_B - A;
   if (Discriminant < 0.0) return std::numeric_limits<double>::infinity();
-  const double Denominator = -Half_B + std::sqrt(Discriminant);
-  if (!(Denominator > 0.0)) return std::numeric_limits<double>::infinity();
+  // Infinite where this is 0: without a positive root nothing folds.
+  const double Denominator = std::max(0.0, -Half_B + std::sqrt(Discriminant));
   return std::sqrt(1.0 / Denominator);
 }
 

@@ -89,6 +89,17 @@ TEST(Random, GaussianIsNormalWithMean0AndDeviation1) {
   }
 }
 
+// Box and Muller's formula, of two numbers one after the other.
+TEST(Random, AGaussianIsMadeOfTwoUnits) {
+  Random Generator(4, 2), Twin(4, 2);
+  constexpr double Whole_Turn = 2.0 * 3.14159265358979323846;
+  for (int i = 0; i < 100; ++i) {
+    const double First = Twin.Unit(), Second = Twin.Unit();
+    EXPECT_NEAR(Generator.Gaussian(),
+                std::sqrt(-2.0 * std::log1p(-First)) * std::cos(Whole_Turn * Second), 1e-14);
+  }
+}
+
 TEST(Random, AGaussianVectorHasThreeDrawsOneAfterTheOther) {
   Random Generator(5, 1), Twin(5, 1);
   const Eigen::Vector3d Vector = Generator.Gaussian_Vector();

@@ -45,6 +45,14 @@ class ExportFile : public testing::Test {
 
 std::unique_ptr<Scratch_Folder> ExportFile::Scratch;
 
+TEST_F(ExportFile, APointOfALensHasTheFocusAndTheZoomThatAreStated) {
+  for (const auto& [Flag, Point] :
+       {std::pair<std::string, std::string>{"--focus", "\"focus\": 2.5,\n      \"zoom\": 0.0"},
+        {"--zoom", "\"focus\": 0.0,\n      \"zoom\": 2.5"}}) {
+    EXPECT_THAT(Export("unreal-lens", {Flag, "2.5"}).Output, HasSubstr(Point)) << Flag;
+  }
+}
+
 TEST_F(ExportFile, ATerminalShowsHowFarTheSearchForCornersIs) {
   const std::vector<std::string> Words = {
       "export", (Scratch->Path() / "result" / "result.json").string(),

@@ -106,6 +106,19 @@ TEST(ImageErrorsSection, CardsOrderThemselvesByErrorWithoutAScript) {
   EXPECT_THAT(All(Whole.Main, "//script"), SizeIs(0));
 }
 
+// The order by time is the first one, and each choice has a label to click on.
+TEST(ImageErrorsSection, TheOrdersAreNamedByTimeAndByError) {
+  const Page Whole = Page_Of(Usual_View());
+  const auto Choices = All(Whole.Main, "//input[@type='radio']");
+  ASSERT_THAT(Choices, SizeIs(2));
+  EXPECT_STREQ(Choices[0].attribute("id").value(), "images-by-time");
+  EXPECT_STREQ(Choices[1].attribute("id").value(), "images-by-error");
+  EXPECT_TRUE(Choices[0].attribute("checked"));
+  EXPECT_FALSE(Choices[1].attribute("checked"));
+  EXPECT_THAT(All(Whole.Main, "//label[@for='images-by-time']"), SizeIs(1));
+  EXPECT_THAT(All(Whole.Main, "//label[@for='images-by-error']"), SizeIs(1));
+}
+
 TEST(ImageErrorsSection, ThePolicyAllowsTheStyleSheetOfTheCards) {
   const std::string Source = Page_Source(Page_Of(Usual_View()));
   const std::size_t First = Source.find("style-src 'sha256-");

@@ -246,6 +246,13 @@ TEST(NextPose, ThereIsNotEnoughWithASlipOrAFaultyCaptureOrALastRowThatContradict
   EXPECT_THAT(With_Slip.Doubts, ElementsAre(rigsync::Verdict_Reason::Slip_Suspected));
 
   Capture.Solution.Likeliest_Slip.reset();
+  Capture.Solution.Place.emplace();
+  EXPECT_THAT(rigsync::Advise(Capture.Asked()).Doubts,
+              ElementsAre(rigsync::Verdict_Reason::Place_Contradicted));
+  Capture.Solution.Place->Is_Prior = true;
+  EXPECT_TRUE(rigsync::Advise(Capture.Asked()).Is_Enough);
+
+  Capture.Solution.Place.reset();
   Capture.Solution.Joint.Rows.back().Is_Kept = false;
   EXPECT_THAT(rigsync::Advise(Capture.Asked()).Doubts,
               ElementsAre(rigsync::Verdict_Reason::Last_Rows_Left_Out));
