@@ -148,6 +148,18 @@ TEST(Compare, AMountThatIsNotFiniteIsRefused) {
   EXPECT_THAT(Refused.Said, HasSubstr("'transform_cam_tc' has NaN or infinite values"));
 }
 
+// Its principal point would be no number of pixels away, and no bound would be exceeded.
+TEST(Compare, AnImageWithoutASizeIsRefused) {
+  const Scratch_Folder Scratch;
+  rigsync::Calibration_Result Result = Result_Off_By(0.0, 0.0);
+  Result.Image_Size = {0, 0};
+  rigsync::Write_Result(Scratch.Path(), Result);
+  const Finished Refused = Compare((Scratch.Path() / "result.json").string());
+  EXPECT_EQ(Refused.Status, 2);
+  EXPECT_THAT(Refused.Said,
+              HasSubstr("result.json: 'lens.image_size' holds 0; expected width and"));
+}
+
 TEST(Compare, AResultWithoutATransformIsRefused) {
   const Scratch_Folder Scratch;
   rigsync::Calibration_Result Empty;
