@@ -149,9 +149,6 @@ struct Assumed_Noise {
 constexpr Assumed_Noise All_Assumed[] = {{0.4},         {0.15, -0.8},  {0.15, 0.8},
                                          {0.1, 0.0, 0}, {0.1, 0.0, 1}, {0.1, 0.0, 2}};
 
-// With evidence that is less by this factor, e^-10, an explanation isn't worth its time.
-constexpr double Hopeless = 10.0;
-
 // Before its own weights are fitted it may be this far behind, of which a fit makes good a third.
 constexpr double Hopeless_Before_Fit = 30.0;
 
@@ -212,7 +209,7 @@ std::vector<Explained_Fit> Explain_All(const std::vector<Observation>& Kept, con
     if (!All.empty() && Gain_Before_Fit(Kept, First, Own) < -Hopeless_Before_Fit) continue;
     const Joint_Fit Free = All.empty() ? First : Fit_Rows(Kept, First.At, First.Variance, Own);
     const double Gain = Free.Terms.Log_Likelihood - First.Terms.Log_Likelihood;
-    if (!All.empty() && !(Free.Has_Converged && Gain > -Hopeless)) continue;
+    if (!All.empty() && (!Free.Has_Converged || Is_Hopeless(Gain))) continue;
     All.push_back(
         Explain(Kept, First, Free, Assumed.Probability, Seen, Rest, Own, Prior_Probability));
   }

@@ -24,6 +24,10 @@ std::vector<double> Probabilities_Of(const std::vector<Explanation>& All) {
 
 }  // namespace
 
+bool Is_Hopeless(double Gain) {
+  return !(Gain > -10.0);
+}
+
 Average_Explanation Average(const std::vector<Explanation>& All) {
   Average_Explanation Mean;
   Mean.Probabilities = Probabilities_Of(All);

@@ -25,6 +25,10 @@ struct Average_Explanation {
   Unknown_Uncertainty Uncertainty;
 };
 
+// Whether an explanation with that much more log evidence than the first isn't worth its time: the
+// first is at least e^10 times as probable, or the evidence isn't known.
+bool Is_Hopeless(double Gain);
+
 // Of at least one. An explanation whose evidence isn't finite has no part, and the first has all of
 // it when none is.
 Average_Explanation Average(const std::vector<Explanation>& All);

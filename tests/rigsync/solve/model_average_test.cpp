@@ -23,6 +23,15 @@ Explanation With(double Log_Evidence, double Shift, double Variance) {
   return Of;
 }
 
+TEST(ModelAverage, OnlyAnExplanationThatIsFarLessProbableIsHopeless) {
+  for (const double Gain : {1000.0, 20.0, 0.0, -5.0, -9.999}) {
+    EXPECT_FALSE(rigsync::Is_Hopeless(Gain)) << Gain;
+  }
+  for (const double Gain : {-10.0, -11.0, -1000.0, std::nan("")}) {
+    EXPECT_TRUE(rigsync::Is_Hopeless(Gain)) << Gain;
+  }
+}
+
 // Three to one: means of 0 and 4 average to 1, and variances of 1 and 5 to 2, with 3 of spread.
 TEST(ModelAverage, ExplanationsCountByTheirEvidence) {
   const Average_Explanation Mean =
