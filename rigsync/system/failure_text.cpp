@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/system/failure_text.h"
 
+#include "rigsync/system/platform.h"
 #include "rigsync/system/text.h"
 
 #include <array>
-#include <cerrno>
 #include <filesystem>
 #include <new>
 #include <string_view>
@@ -35,16 +35,8 @@ constexpr std::array<Way_Out, 11> Ways_Out = {{
      "the user may have no more threads or programs (ulimit -u, ulimit -v): end others"},
 }};
 
-bool Is_Quota(const std::error_code& Error) {
-#ifdef EDQUOT
-  return Error.category() == std::generic_category() && Error.value() == EDQUOT;
-#else
-  return false && Error;
-#endif
-}
-
 std::string Way_Out_Of(const std::error_code& Error) {
-  if (Is_Quota(Error)) return Other_Disk;
+  if (Is_Quota_Used_Up(Error)) return Other_Disk;
   for (const auto& [Known, Text] : Ways_Out) {
     if (Error == Known) return Text;
   }

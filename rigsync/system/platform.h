@@ -107,6 +107,9 @@ bool Reader_Is_Gone();
 
 // ---- Files -------------------------------------------------------------------------------------
 
+// Whether an error means that the user's share of the disk is used up; no std::errc says so.
+bool Is_Quota_Used_Up(const std::error_code& Error);
+
 // Writes Text to a new file and returns when the data is on the disk. What has the name already,
 // even a symbolic link that leads nowhere, is left as it is: std::errc::file_exists. After any
 // error there is no new file.

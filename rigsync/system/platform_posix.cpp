@@ -315,6 +315,10 @@ bool Reader_Is_Gone() {
   return errno == EPIPE;
 }
 
+bool Is_Quota_Used_Up(const std::error_code& Error) {
+  return Error.category() == std::generic_category() && Error.value() == EDQUOT;
+}
+
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text) {
   const int Descriptor = open(File.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (Descriptor < 0) return Last_Error();

@@ -400,6 +400,10 @@ bool Reader_Is_Gone() {
   return errno == EPIPE || (errno == EINVAL && _doserrno == ERROR_NO_DATA);
 }
 
+bool Is_Quota_Used_Up(const std::error_code& Error) {
+  return Error.category() == std::system_category() && Error.value() == ERROR_DISK_QUOTA_EXCEEDED;
+}
+
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text) {
   const HANDLE Handle = CreateFileW(File.c_str(), GENERIC_WRITE, /*shared*/ 0, nullptr, CREATE_NEW,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
