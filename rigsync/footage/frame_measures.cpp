@@ -11,9 +11,9 @@ namespace rigsync {
 cv::Size Measured_Size(const cv::Size& Frame) {
   const int Longer = std::max(Frame.width, Frame.height);
   if (Longer <= Measured_Width) return Frame;
-  const double Scale = static_cast<double>(Measured_Width) / Longer;
-  const auto Reduced = [Scale](int Side) {
-    return std::max(1, static_cast<int>(std::lround(Scale * Side)));
+  const auto Reduced = [Longer](int Side) {
+    const auto Exact = static_cast<double>(Measured_Width) * Side / Longer;
+    return std::max(1, static_cast<int>(std::lround(Exact)));
   };
   return {Reduced(Frame.width), Reduced(Frame.height)};
 }
@@ -30,8 +30,8 @@ float Frame_Sharpness(const cv::Mat& Frame) {
   cv::Sobel(Frame, Down, CV_16S, 0, 1);
   // Sobel's weights sum to 8 for a slope of one grey level a pixel.
   constexpr double Weight = 8.0 * 8.0;
-  const double Sum = cv::norm(Right, cv::NORM_L2SQR) + cv::norm(Down, cv::NORM_L2SQR);
-  return static_cast<float>(Sum / (Weight * static_cast<double>(Frame.total())));
+  return static_cast<float>((cv::norm(Right, cv::NORM_L2SQR) + cv::norm(Down, cv::NORM_L2SQR)) /
+                            (Weight * static_cast<double>(Frame.total())));
 }
 
 }  // namespace rigsync

@@ -31,11 +31,10 @@ std::vector<std::string> Keys_Of_Images(const Run_View& View) {
 
 void Take_Joint_Keys(const Run_View& View, std::vector<Image_Entry>& Entries) {
   if (!View.Result.Solved) return;
-  const std::vector<Solved_Row>& Rows = View.Result.Solved->Joint.Rows;
-  for (std::size_t k = 0; k < Rows.size(); ++k) {
-    if (Rows[k].Row < Entries.size()) {
-      Entries[Rows[k].Row].Joint_Key = fmt::format("joint.rows.{}", k);
-    }
+  std::size_t k = 0;
+  for (const Solved_Row& Solved : View.Result.Solved->Joint.Rows) {
+    const std::string Key = fmt::format("joint.rows.{}", k++);
+    if (Solved.Row < Entries.size()) Entries[Solved.Row].Joint_Key = Key;
   }
 }
 

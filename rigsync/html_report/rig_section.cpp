@@ -159,7 +159,7 @@ void Add_Near_Figure(Element Section, const Run_View& View, const Isometry3d& Mo
 struct Standing_Board {
   std::vector<Vector3d> Outline_Cam;  // of its squares
   Vector3d Centre_Cam = Vector3d::Zero();
-  bool Is_Kept = false, Is_Set_Aside = false;
+  Row_Error Of_Row;
   std::string Name;
 };
 
@@ -178,10 +178,9 @@ std::vector<Standing_Board> Boards_Of(const Run_View& View) {
       Board.Outline_Cam.emplace_back(*Pose * Corner_Chart);
       Board.Centre_Cam += 0.25 * Board.Outline_Cam.back();
     }
-    Board.Is_Kept = Errors[i].Is_Kept;
-    Board.Is_Set_Aside = Is_Set_Aside(Errors[i]);
+    Board.Of_Row = Errors[i];
     Board.Name =
-        View.Rows[i].Image.Name + (Board.Is_Kept ? "" : ", dropped: " + Errors[i].Drop_Reason);
+        View.Rows[i].Image.Name + (Errors[i].Is_Kept ? "" : ", dropped: " + Errors[i].Drop_Reason);
     Boards.push_back(Board);
   }
   return Boards;
@@ -190,9 +189,9 @@ std::vector<Standing_Board> Boards_Of(const Run_View& View) {
 void Draw_Board(const Scale_Drawing& Into, const Standing_Board& Board) {
   Element Group = Add(Into.Svg(), "g");
   Add_Tip(Group, Board.Name);
-  const std::string Dropped = Board.Is_Set_Aside ? "dropped aside" : "dropped";
-  Into.Add_Polygon(Group, Board.Outline_Cam, Board.Is_Kept ? "board" : Dropped + " outside");
-  if (Board.Is_Kept) return;
+  const std::string Dropped = Is_Set_Aside(Board.Of_Row) ? "dropped aside" : "dropped";
+  Into.Add_Polygon(Group, Board.Outline_Cam, Board.Of_Row.Is_Kept ? "board" : Dropped + " outside");
+  if (Board.Of_Row.Is_Kept) return;
   constexpr double Half = 5.0;
   const Eigen::Vector2d At = Into.At(Board.Centre_Cam);
   Add_Line(Group, At.x() - Half, At.y() - Half, At.x() + Half, At.y() + Half, Dropped);
@@ -223,7 +222,7 @@ void Draw_Far(Element Views, const Viewpoint& From, const std::vector<Standing_B
   // The dropped ones last, so that no other hides them.
   for (const bool Is_Kept : {true, false}) {
     for (const Standing_Board& Board : Boards) {
-      if (Board.Is_Kept == Is_Kept) Draw_Board(Into, Board);
+      if (Board.Of_Row.Is_Kept == Is_Kept) Draw_Board(Into, Board);
     }
   }
   if (Mount) Draw_Dot(Into, Mount->translation(), "tracker");
@@ -232,8 +231,9 @@ void Draw_Far(Element Views, const Viewpoint& From, const std::vector<Standing_B
 
 void Add_Far_Figure(Element Section, const Run_View& View,
                     const std::vector<Standing_Board>& Boards) {
-  const auto Dropped = std::count_if(Boards.begin(), Boards.end(),
-                                     [](const Standing_Board& Board) { return !Board.Is_Kept; });
+  const auto Dropped = std::count_if(Boards.begin(), Boards.end(), [](const Standing_Board& Board) {
+    return !Board.Of_Row.Is_Kept;
+  });
   Element Figure = Add_Figure(
       Section,
       {"Boards where they stood",

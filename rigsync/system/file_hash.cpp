@@ -21,6 +21,7 @@ using Hash_Context = std::unique_ptr<EVP_MD_CTX, Free_Context>;
 // Larger pieces are no faster.
 constexpr std::size_t Piece_Bytes = 1 << 18;
 
+// False where the file can't be opened, or not be read to its end.
 bool Take_File(std::ifstream& Stream, EVP_MD_CTX* Context) {
   std::vector<char> Piece(Piece_Bytes);
   while (Stream) {
@@ -58,7 +59,7 @@ std::string File_Sha256(const std::filesystem::path& File) {
   if (!std::filesystem::is_regular_file(File, Ignored)) return "";
   std::ifstream Stream(File, std::ios::binary);
   const Hash_Context Context = Begun_Context();
-  if (!Stream || !Context || !Take_File(Stream, Context.get())) return "";
+  if (!Context || !Take_File(Stream, Context.get())) return "";
   return Ended(Context.get());
 }
 

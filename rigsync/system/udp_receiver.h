@@ -54,8 +54,8 @@ class Udp_Receiver {
 
  private:
   struct Opened {
-    std::intptr_t Handle = -1;
-    std::uint16_t Port = 0;
+    std::intptr_t Handle;
+    std::uint16_t Port;
   };
 
   std::uint16_t Bind(std::intptr_t Handle, const Ipv4_Address& Address, std::uint16_t Port);

@@ -26,7 +26,7 @@ class Udp_Sender {
   void Send(const Ipv4_Address& To, std::uint16_t Port, std::string_view Bytes);
 
  private:
-  std::intptr_t Handle = -1;
+  std::intptr_t Handle;
 };
 
 }  // namespace rigsync

@@ -24,7 +24,7 @@ struct True_Pose {
   Solved_Camera Solved;
   Eigen::Matrix3d Rotation_Object_Cam;  // the axes of Cam as columns, along the object's axes
   Eigen::Vector3d Position_Object;      // metres
-  double Defect = 0;                    // of the mount's rotation
+  double Defect;                        // of the mount's rotation
 };
 
 True_Pose True_Pose_Of(const Calibration_Result& Result, const Tracker_Axes& Axes);
