@@ -218,8 +218,9 @@ bool Place_Board(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outlin
   const double Margin = Frame_Margin(Settings);
   const Eigen::Vector2d Corner(Margin, Margin);
   const Eigen::Vector2d Room(Settings.Width - 1 - 2 * Margin, Settings.Height - 1 - 2 * Margin);
-  const Eigen::Vector3d Centre_Chart((Settings.Board_Cols - 1) * Settings.Square_Size / 2,
-                                     (Settings.Board_Rows - 1) * Settings.Square_Size / 2, 0);
+  const Eigen::Vector3d Centre_Chart =
+      std::accumulate(Outline.begin(), Outline.end(), Eigen::Vector3d(0, 0, 0)) /
+      static_cast<double>(Outline.size());
   const double Board_Width = (Settings.Board_Cols + 3) * Settings.Square_Size;
 
   Eigen::Vector3d Centre_Cam(0, 0, 2.0 * Board_Width * std::max(Settings.Norm_Fx, 0.5));
@@ -464,12 +465,11 @@ void Cut_Off(const Plan& Capture, const std::vector<Eigen::Vector3d>& Outline, R
   for (int Side = First_Side; Side < First_Side + 4; ++Side) {
     const Eigen::Vector3d& Way = Ways[Side % 4];
     // The part outside grows with the distance, so the right distance is between two others.
-    double Near = 0.0, Far = 1.0;
-    constexpr int Steps = 40;
-    for (int Step = 0; Step < Steps; ++Step) {
-      const double Middle = (Near + Far) / 2.0;
+    double Near = 0.0, Far = 1.0, Middle = 0.5;
+    while (Near < Middle && Middle < Far) {
       Image.Transform_Cam_Chart.topRightCorner<3, 1>() = Whole_Place + Middle * Way;
       (Part_Outside(Capture, Image) < Goal ? Near : Far) = Middle;
+      Middle = (Near + Far) / 2.0;
     }
     Image.Transform_Cam_Chart.topRightCorner<3, 1>() = Whole_Place + Near * Way;
     const double Part = Part_Outside(Capture, Image);

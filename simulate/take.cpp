@@ -35,10 +35,10 @@ class Losses {
  public:
   Losses(const Options& Settings, Stream Purpose) : Generator(Settings.Seed, Purpose) {
     constexpr double Mean_Run_Seconds = 0.1;
-    const double Share = Settings.Recording.Lost_Percent / 100.0;
-    End_Chance = 1.0 / std::max(1.0, Mean_Run_Seconds * Settings.Recording.Rate_Hz);
+    const auto& Recording = Settings.Recording;
+    End_Chance = 1.0 / std::max(1.0, Mean_Run_Seconds * Recording.Rate_Hz);
     // In the long run as many losses begin as end.
-    Begin_Chance = Share / (1.0 - Share) * End_Chance;
+    Begin_Chance = Recording.Lost_Percent / (100.0 - Recording.Lost_Percent) * End_Chance;
   }
 
   bool Next() {

@@ -518,6 +518,22 @@ TEST(MakePlan, RepeatsNearlyTheSamePoseWhenAsked) {
   }
 }
 
+// 15 degrees, give or take 0.3.
+TEST(MakePlan, TiltsNearlyTheSamePosesByLittleEitherWay) {
+  Options Settings = Small_Capture();
+  Settings.Pose_Spread = Spread::Same_Pose;
+  Settings.Image_Count = 200;
+  const Plan Capture = Make_Plan(Settings);
+  const auto Off_Deg = [](const Image_Truth& Image) {
+    const Eigen::Vector3d Normal_Cam = Image.Transform_Cam_Chart.block<3, 1>(0, 2);
+    return std::atan2(Normal_Cam.head<2>().norm(), Normal_Cam.z()) * 180.0 / std::acos(-1.0) - 15.0;
+  };
+  EXPECT_GE(Smallest(Capture, Off_Deg), -0.3 - 1e-9);
+  EXPECT_LT(Smallest(Capture, Off_Deg), -0.28);
+  EXPECT_LE(Largest(Capture, Off_Deg), 0.3 + 1e-9);
+  EXPECT_GT(Largest(Capture, Off_Deg), 0.28);
+}
+
 // ---- Tracker samples -------------------------------------------------------------------------
 
 TEST(MakePlan, DealsAsManyBadRowsOfEachKindAsAskedFor) {
