@@ -326,4 +326,20 @@ TEST(LensTable, TheMountsOfTheLibraryAreJudgedByTheUncertaintyOfTheJointOnes) {
   EXPECT_LE(Wide.Rows[1].Result_Probability_Of_Less, Wide.Sure_Part);
 }
 
+// As of an export that states only one of them.
+TEST(LensTable, APositionThatNobodyStatesIs0) {
+  const rigsync::Lens_Position At;
+  EXPECT_EQ(At.Focus, 0.0);
+  EXPECT_EQ(At.Zoom, 0.0);
+}
+
+TEST(LensTable, WhereTheJointMountsAreTheResultsBothProbabilitiesAreTheSame) {
+  const Lens_Table Table = Table_Of(
+      {Known_To(1.0, 0.1, Mount(60, -140, -80)), Known_To(1.0, 0.1, Mount(62, -139, -80))});
+  const rigsync::Lens_Table_Row& Row = Table.Rows[1];
+  EXPECT_GT(Row.Probability_Of_Less, 0.1);
+  EXPECT_LT(Row.Probability_Of_Less, 0.9);
+  EXPECT_NEAR(Row.Result_Probability_Of_Less, Row.Probability_Of_Less, 1e-11);
+}
+
 }  // namespace

@@ -9,6 +9,8 @@
 #include "tests/support/scratch_folder.h"
 
 #include <gmock/gmock.h>
+#include <pty.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <map>
@@ -119,6 +121,33 @@ TEST_F(Board_Corners, AreThoseOfEveryImageRowByRow) {
         EXPECT_LT(Away, 0.35 * Whole_Row) << Image << " " << i;
       }
     }
+  }
+}
+
+// Text that was written to standard error while it led to a terminal.
+template <typename Function>
+std::string Shown_On_Terminal(const Function& Do) {
+  int Screen = -1, Line = -1;
+  if (openpty(&Screen, &Line, nullptr, nullptr, nullptr) != 0) return "no terminal";
+  const int Usual = dup(STDERR_FILENO);
+  dup2(Line, STDERR_FILENO);
+  Do();
+  dup2(Usual, STDERR_FILENO);
+  close(Usual);
+  close(Line);
+  std::string Text;
+  char Part[256];
+  for (ssize_t Size; (Size = read(Screen, Part, sizeof Part)) > 0;) {
+    Text.append(Part, static_cast<std::size_t>(Size));
+  }
+  close(Screen);
+  return Text;
+}
+
+TEST_F(Board_Corners, ATerminalShowsHowFarTheSearchIs) {
+  const std::string Text = Shown_On_Terminal([this] { rigsync::Write_Corners(Request()); });
+  for (const char* Progress : {" 1 of 14", " 7 of 14", " 14 of 14"}) {
+    EXPECT_THAT(Text, HasSubstr(std::string("Searching for boards:") + Progress));
   }
 }
 

@@ -107,6 +107,11 @@ TEST(BoardFindings, ABoardFitsBadlyAboveThreeTimesTheMedianAndHalfAPixel) {
   EXPECT_THAT(Found[0].Example, HasSubstr("about 0.8 pixels; the median is 0.2."));
 }
 
+TEST(BoardFindings, TheLimitIsThreeTimesTheMedianToTheLastDigits) {
+  EXPECT_TRUE(Judge_Fit(0.3, {0.3, 0.3, 0.9 - 1e-12, 0.3}).empty());
+  EXPECT_EQ(Judge_Fit(0.3, {0.3, 0.3, 0.9 + 1e-12, 0.3}).size(), 1u);
+}
+
 TEST(BoardFindings, ALensFitsBadlyAboveOneAndAHalfPixels) {
   EXPECT_TRUE(Judge_Fit(1.5, {1.5, 1.5, 1.5}).empty());
   const auto Found = Judge_Fit(1.51, {1.5, 1.5, 1.5});

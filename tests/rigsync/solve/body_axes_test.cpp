@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -46,6 +48,37 @@ TEST(BodyAxes, WhateverTheMountTheChosenOneIsFarFrom0And180Degrees) {
     const Body_Axes Axes = rigsync::Choose_Body_Axes(Rotation(Angle_Deg, Random.Direction()));
     ASSERT_GE(Axes.Chosen_Mount_Angle_Deg, 60.0);
     ASSERT_LE(Axes.Chosen_Mount_Angle_Deg, 120.0);
+  }
+}
+
+// All 24 ways to call the axes, as products of quarter turns.
+std::vector<Matrix3d> All_Namings() {
+  std::vector<Matrix3d> All;
+  for (int x = 0; x < 4; ++x) {
+    for (int y = 0; y < 4; ++y) {
+      for (int z = 0; z < 4; ++z) {
+        const Matrix3d Naming = Rotation(90.0 * x, Vector3d::UnitX()) *
+                                Rotation(90.0 * y, Vector3d::UnitY()) *
+                                Rotation(90.0 * z, Vector3d::UnitZ());
+        All.emplace_back(Naming.array().round());
+      }
+    }
+  }
+  return All;
+}
+
+// Mounts whose six angles near a right one differ by some millionths of a degree.
+TEST(BodyAxes, TheChosenMountIsTheNearestTo90DegreesToAMillionth) {
+  simulate::Random Random(2, 1);
+  for (int k = 0; k < 500; ++k) {
+    const Matrix3d Mount = Rotation(Random.Between(1e-6, 5e-6), Random.Direction());
+    double Least = INFINITY;
+    for (const Matrix3d& Naming : All_Namings()) {
+      const Eigen::AngleAxisd Named(Matrix3d(Mount * Naming));
+      Least = std::min(Least, std::abs(Named.angle() / pose_rig::Radians_In_Degree - 90.0));
+    }
+    const double Chosen = rigsync::Choose_Body_Axes(Mount).Chosen_Mount_Angle_Deg;
+    ASSERT_LE(std::abs(Chosen - 90.0), Least + 1.001e-6) << k;
   }
 }
 

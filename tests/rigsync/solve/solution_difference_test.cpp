@@ -30,6 +30,17 @@ TEST(SolutionDifference, EqualUncertaintiesAddTheirVariancesAndFreedoms) {
   EXPECT_NEAR(Sum.Widest_Mm.Half_Width, Sum.Half_Width_Mm[1], 1e-9);
 }
 
+// Of variances of 1 and 6: where all numbers are alike, both formulas are (1 + 6)^2 over the sum of
+// the squared variances, each divided by its freedom.
+TEST(SolutionDifference, FreedomsCountByTheSquareOfTheirVariance) {
+  const double Root = std::sqrt(6.0);
+  const auto Sum =
+      rigsync::Uncertainty_Of_Difference(Known_To(0.001, 20), Known_To(0.001 * Root, 9));
+  const double Freedom = 49.0 / (1.0 / 20.0 + 36.0 / 9.0);
+  EXPECT_NEAR(Sum.Freedom[2], Freedom, 1e-12 * Freedom);
+  EXPECT_NEAR(Sum.Joint_Freedom, Freedom, 1e-12 * Freedom);
+}
+
 TEST(SolutionDifference, AnExactMountLeavesTheFreedomOfTheOther) {
   const auto Sum = rigsync::Uncertainty_Of_Difference(Known_To(0.003, 20), Known_To(1e-9, 3));
   EXPECT_NEAR(Sum.Freedom[0], 20.0, 1e-9);

@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/solve/tracker_rest.h"
+
+#include "rigsync/geometry/angle.h"
 #include "rigsync/solve/joint_solve.h"
+#include "rigsync/solve/rigid_motion.h"
 #include "tests/rigsync/solve/pose_rig.h"
 
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
 
 namespace {
 
@@ -49,6 +55,45 @@ TEST(TrackerRest, SamplesThatJumpedOnATripodAreNoPush) {
     // The mean of 20 samples of 0.3 mm.
     EXPECT_LE((Rest.Mean.translation() - Eigen::Vector3d(0.5, 1.4, -2.0)).norm(), 4e-4) << Seed;
   }
+}
+
+// The angle whose rotation, measured, is this one to the bit.
+double Angle_That_Measures(double Rad) {
+  double Low = Rad, High = Rad;
+  for (int Step = 0; Step < 1000; ++Step) {
+    for (const double Angle : {Low, High}) {
+      const Eigen::Isometry3d Turned =
+          pose_rig::Pose{pose_rig::By_Turn({Angle, 0, 0}), Eigen::Vector3d::Zero()}.As_Transform();
+      const auto Motion = rigsync::Motion_Between(Eigen::Isometry3d::Identity(), Turned);
+      if (Motion.head<3>().norm() == Rad) return Angle;
+    }
+    Low = std::nextafter(Low, 0.0);
+    High = std::nextafter(High, 1.0);
+  }
+  ADD_FAILURE() << "no angle measures as " << Rad;
+  return Rad;
+}
+
+// One sample in the middle, and the others around it along each axis.
+Pose_List Around(double Angle_Rad, double Shift) {
+  Pose_List Poses = {Eigen::Isometry3d::Identity()};
+  for (int k = 0; k < 3; ++k) {
+    for (const double Sign : {1.0, -1.0}) {
+      const Eigen::Vector3d Axis = Sign * Eigen::Vector3d::Unit(k);
+      const pose_rig::Pose Away{pose_rig::By_Turn(Angle_Rad * Axis), Shift * Axis};
+      Poses.push_back(Away.As_Transform());
+    }
+  }
+  return Poses;
+}
+
+// Half a degree and five millimetres.
+TEST(TrackerRest, ABodyWhoseMedianIsAtTheLimitsIsStill) {
+  const double Most_Rad = 0.5 / rigsync::Degrees_Per_Radian;
+  const double At_Limit = Angle_That_Measures(Most_Rad);
+  EXPECT_TRUE(rigsync::Measure_Rest(Around(At_Limit, 0.005)).Is_Still);
+  EXPECT_FALSE(rigsync::Measure_Rest(Around(At_Limit, 0.005 + 1e-12)).Is_Still);
+  EXPECT_FALSE(rigsync::Measure_Rest(Around(Most_Rad + 1e-12, 0.005)).Is_Still);
 }
 
 }  // namespace

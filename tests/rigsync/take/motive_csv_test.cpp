@@ -69,6 +69,13 @@ TEST(MotiveCsv, HasALostSampleWhereTheCellsAreBlank) {
   EXPECT_EQ(Lost.Sample, Tracker_Sample());
 }
 
+TEST(MotiveCsv, ARateThatIsNoWholeNumberKeepsItsDigits) {
+  std::string Text = Take_1_23;
+  const std::string Rate = "120.000000";
+  Text.replace(Text.rfind(Rate), Rate.size(), "119.880120");  // of the export
+  EXPECT_EQ(Take_Of(Text).Rate_Hz, 119.88012);
+}
+
 TEST(MotiveCsv, TellsWhatTheHeaderSays) {
   const Take Read = Take_Of(Take_1_23);
   EXPECT_EQ(Read.Rate_Hz, 120.0);

@@ -128,6 +128,7 @@ TEST(FileReaders, TheInverseOfARotationThatIsNotExactIsAllowedFor) {
     const double Moved_M =
         (True.Solved.Transform_Body_Cam.translation() - True.Position_Object).norm();
     EXPECT_LE(Moved_M, Allowed_M + 1e-15);
+    EXPECT_DOUBLE_EQ(Allowed_M, True.Defect * True.Position_Object.norm());
     if (Allowed_M > 1e-12) Largest_Share = Larger(Largest_Share, Moved_M / Allowed_M);
   }
   EXPECT_GT(Largest_Share, 0.2);

@@ -15,7 +15,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <functional>
+#include <limits>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -203,6 +206,32 @@ TEST(OpentrackioReader, TheRowIsTheChosenSolutions) {
   Result.Solved->Joint.Rows[0].Is_Kept = false;
   EXPECT_EQ(Rig.Read(Rig.Exported()).Own_Sample->Position, Rig.Rows[2].Position);
   EXPECT_TRUE(Rig.Holds(Rig.Exported()));
+}
+
+// 16 roundings of a number of that size.
+TEST(OpentrackioReader, ANumberOfTheLensMayBeRoundedByItsSize) {
+  Dice Thrown(36);
+  for (int Number = 0; Number < 10; ++Number) {
+    Sampled_Rig Rig(Thrown);
+    Rig.Write();
+    const rigsync::Solved_Camera Solved = rigsync::Solved_Camera_Of(Rig.Rig.Result);
+    const double F = Solved.Lens_Px.Fx * Sensor_Mm[0] / Solved.Width;
+    const std::map<std::string, double> Sizes = {
+        {"pinholeFocalLength", F},
+        {"projectionOffset.x", Sensor_Mm[0]},
+        {"projectionOffset.y", Sensor_Mm[1]},
+        {"radial.0", std::abs(Solved.Lens_Px.K1) / std::pow(F, 2)},
+        {"radial.2", std::abs(Solved.Lens_Px.K2) / std::pow(F, 4)}};
+    std::size_t Found = 0;
+    for (const rigsync::Exported_Field& Field : Rig.Read(Rig.Exported()).Fields) {
+      const auto Size = Sizes.find(Field.Name);
+      if (Size == Sizes.end()) continue;
+      ++Found;
+      const double Expected = 16.0 * std::numeric_limits<double>::epsilon() * Size->second;
+      EXPECT_NEAR(Field.Rounding, Expected, 1e-12 * Expected) << Field.Name;
+    }
+    EXPECT_EQ(Found, Sizes.size());
+  }
 }
 
 }  // namespace
