@@ -2,6 +2,7 @@
 //
 // What surrounds a calibration: progress, interruption, runs that share an output folder, disks
 // without space, and the images and quality in result.json.
+#include "rigsync/system/platform.h"
 #include "tests/rigsync/support/program.h"
 #include "tests/rigsync/support/terminal_run.h"
 #include "tests/support/sanitized.h"
@@ -10,7 +11,10 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
+#include <future>
+#include <optional>
 #include <regex>
 #include <sstream>
 
@@ -168,6 +172,37 @@ TEST(CalibrateRun, TwoSimultaneousRunsInOneFolderAreSeparate) {
   }
   EXPECT_EQ(Results[0]["transform_cam_tc"], Results[1]["transform_cam_tc"]);
   EXPECT_THAT(Results, Contains(Read_Json(Out / "result.json")));
+  EXPECT_TRUE(Are_Of_One_Run(Out));
+}
+
+// The result in the run's own folder is written before, and that of the output folder only when
+// nobody else writes there.
+TEST(CalibrateRun, TheNewestResultWaitsForAnotherRunThatWritesIts) {
+  const Scratch_Folder Scratch;
+  const fs::path Out = Scratch.Path() / "out";
+  fs::create_directory(Out);
+  const auto Has_Own_Result = [&Out] {
+    const std::vector<fs::path> Runs = Run_Folders(Out);
+    return !Runs.empty() && fs::exists(Runs.front() / "result.json");
+  };
+  auto Writer = std::make_optional<rigsync::Folder_Lock>(Out, 0.0);
+  ASSERT_FALSE(Writer->Is_Taken());
+  auto Running = std::async(std::launch::async, [&Out] {
+    return Rigsync(Calibrate_Arguments(Capture_File("capture.csv"), Out));
+  });
+  const auto Is_Over = [&Running] {
+    return Running.wait_for(std::chrono::milliseconds(10)) == std::future_status::ready;
+  };
+  while (!Has_Own_Result() && !Is_Over()) {
+  }
+  constexpr int Looks = 100;  // in a second
+  for (int Look = 0; Look < Looks && !Is_Over(); ++Look) {
+    ASSERT_FALSE(fs::exists(Out / "result.json")) << Look;
+  }
+  EXPECT_FALSE(Is_Over());
+  Writer.reset();
+  EXPECT_EQ(Running.get().Status, 0);
+  EXPECT_TRUE(fs::exists(Out / "result.json"));
   EXPECT_TRUE(Are_Of_One_Run(Out));
 }
 
