@@ -41,8 +41,8 @@ TEST(ChildLimits, AnIgnoredOrBlockedSignalEndsAChild) {
 TEST(ChildLimits, AChildEndsWithTheProcessThatStartedIt) {
   int Ends[2];
   ASSERT_EQ(pipe(Ends), 0);
-  const pid_t Test = fork();
-  if (Test == 0) {
+  const pid_t Tester = fork();
+  if (Tester == 0) {
     const pid_t Parent = getpid();
     if (fork() == 0) {
       Limit_Child(Parent);
@@ -53,7 +53,7 @@ TEST(ChildLimits, AChildEndsWithTheProcessThatStartedIt) {
     _exit(read(Ends[0], &Ready, 1) == 1 ? 0 : 1);
   }
   close(Ends[1]);
-  EXPECT_EQ(Status_Of(Test), 0);
+  EXPECT_EQ(Status_Of(Tester), 0);
   alarm(20);  // ends this test if the child lives on
   char More = 0;
   EXPECT_EQ(read(Ends[0], &More, 1), 0);
