@@ -3,6 +3,8 @@
 // What commands say on standard output and standard error, which are no terminals here.
 #include "rigsync/command_line/command.h"
 
+#include "rigsync/command_line/exit_status.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -13,6 +15,18 @@ std::string Error_Of(void (*Say)(const std::string&), const std::string& Text) {
   testing::internal::CaptureStderr();
   Say(Text);
   return testing::internal::GetCapturedStderr();
+}
+
+// Scripts ask for these numbers; docs/codes.md has them.
+TEST(Command, TheExitStatusesAreTheDocumentedOnes) {
+  EXPECT_EQ(rigsync::Exit_Success, 0);
+  EXPECT_EQ(rigsync::Exit_Beyond_Bound, 1);
+  EXPECT_EQ(rigsync::Exit_Warnings, 1);
+  EXPECT_EQ(rigsync::Exit_Unusable, 2);
+  EXPECT_EQ(rigsync::Exit_Usage, 2);
+  EXPECT_EQ(rigsync::Exit_Look, 20);
+  EXPECT_EQ(rigsync::Exit_Dont_Use, 21);
+  EXPECT_EQ(rigsync::Exit_Exception, 70);
 }
 
 // A line has 80 columns: "rigsync: " and 70 letters fit, and so do the 71 of the next line.

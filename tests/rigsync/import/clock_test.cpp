@@ -76,7 +76,9 @@ TEST(Clock, IsNotCertainWithManyPhotographsOfOneHold) {
 TEST(Clock, IsUnknownWithoutPicturesOrHolds) {
   EXPECT_EQ(Match_By_Holds({}, At_Times({1.0})).Score, 0.0);
   EXPECT_EQ(Match_By_Holds({{0.0, 1.0}}, {}).Score, 0.0);
+  EXPECT_EQ(Match_By_Holds({{0.0, 1.0}}, {}).Offset_Seconds, 0.0);
   EXPECT_FALSE(Match_By_Motion({}, {}).Is_Certain);
+  EXPECT_EQ(Match_By_Motion({}, {}).Offset_Seconds, 0.0);
 }
 
 struct Filmed {

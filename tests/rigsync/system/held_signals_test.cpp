@@ -90,6 +90,12 @@ TEST_F(HeldSignals, AnInterruptionEndsTheProcessThoughNobodyReadsItsText) {
   close(Ends[1]);
 }
 
+TEST(FolderLock, NobodyHasThatOfAFolderWhichIsNotThere) {
+  const Scratch_Folder Scratch;
+  EXPECT_FALSE(rigsync::Folder_Lock(Scratch.Path() / "none", 0.0).Is_Taken());
+  EXPECT_FALSE(fs::exists(Scratch.Path() / "none"));
+}
+
 TEST(FolderLock, IsHadByOneProcessAtATimeAndEndsWithIt) {
   const Scratch_Folder Scratch;
   int Ready[2], Done[2];
