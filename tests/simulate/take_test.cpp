@@ -327,6 +327,26 @@ TEST_P(TakeFormat, HasTheSamplesOfTheRowsToTheDigitsOfTheFormat) {
   }
 }
 
+// Five decimals of degrees: turns about x, y and z of the body, in this order. A number that was
+// rounded before would differ by another unit in some of the thousands of samples.
+TEST(Take, AnglesOfQualisysAreRoundedOnce) {
+  const Plan Capture = Make_Plan(Take_Of(Take_Format::Qualisys));
+  const std::vector<std::string> Lines =
+      Lines_Of(Text_Of(simulate::Take_Files(Capture), "take.tsv"));
+  const std::vector<simulate::Take_Row> Rows = simulate::Record_Take(Capture);
+  ASSERT_EQ(Lines.size(), Rows.size() + 11);
+  for (std::size_t i = 0; i < Rows.size(); ++i) {
+    const Eigen::Matrix3d Turned = Attitude_Of(Rows[i].Camera.Reading);
+    const std::vector<std::string> Cells = Split(Lines[i + 11], '\t');
+    const double Expected_Rad[] = {std::atan2(-Turned(1, 2), Turned(2, 2)), std::asin(Turned(0, 2)),
+                                   std::atan2(-Turned(0, 1), Turned(0, 0))};
+    for (std::size_t k = 0; k < 3; ++k) {
+      const double Expected_Deg = Expected_Rad[k] * 180.0 / std::acos(-1.0);
+      ASSERT_NEAR(Number(Cells.at(5 + k)), Expected_Deg, 0.5e-5 + 1e-9) << i;
+    }
+  }
+}
+
 TEST_P(TakeFormat, SamplesAtTheStatedRateFromTheBeginningToTheEnd) {
   Options Settings = Take_Of(GetParam().Format);
   Settings.Recording.Rate_Hz = 50.0;

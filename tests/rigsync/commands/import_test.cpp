@@ -9,6 +9,7 @@
 #include <opencv2/imgcodecs.hpp>
 
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -50,8 +51,8 @@ class Import_Command : public testing::Test {
     return Rigsync(Arguments, Folder.Path());
   }
 
-  // The camera's position in the only row.
-  std::vector<double> Position() const {
+  // The fields of the only row.
+  std::vector<std::string> Row() const {
     std::ifstream In(Folder.Path() / "capture.csv");
     std::string Line, Field;
     std::getline(In, Line);
@@ -59,6 +60,12 @@ class Import_Command : public testing::Test {
     std::istringstream Fields(Line);
     std::vector<std::string> Texts;
     while (std::getline(Fields, Field, ',')) Texts.push_back(Field);
+    return Texts;
+  }
+
+  // The camera's.
+  std::vector<double> Position() const {
+    const std::vector<std::string> Texts = Row();
     if (Texts.size() != 16) return {};
     return {std::stod(Texts[2]), std::stod(Texts[3]), std::stod(Texts[4])};
   }
@@ -72,6 +79,18 @@ TEST_F(Import_Command, ReadsTheTakeWithTheAxesOfTheStageFile) {
   EXPECT_THAT(Position(), ElementsAre(1.0, -2.0, 3.0)) << Done.Error;
   Import({"--config", "stage.toml", "--axes", "x,-z,y"});
   EXPECT_THAT(Position(), ElementsAre(1.0, -3.0, 2.0));
+}
+
+// Frame 150 of 30000/1001 frames a second is that of 5.005 seconds.
+TEST_F(Import_Command, ReadsTheRatesOfSlowedTimecodes) {
+  Folder.Write("times.csv", "one.png,00:00:05:00\n");
+  for (const auto& [Rate, Seconds] : std::map<std::string, double>{
+           {"30", 5.0}, {"29.97", 5.005}, {"30000/1001", 5.005}, {"23.976", 5.005}}) {
+    const Finished Done = Import({"--times-rate", Rate});
+    ASSERT_EQ(Row().size(), 16u) << Rate << ": " << Done.Error;
+    EXPECT_NEAR(std::stod(Row()[0]), Seconds, 1e-6) << Rate;
+    fs::remove(Folder.Path() / "capture.csv");
+  }
 }
 
 TEST_F(Import_Command, NamesTheKeyOfTheStageFileWhoseAxesAreNotThoseOfATake) {
