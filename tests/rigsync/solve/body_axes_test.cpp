@@ -70,10 +70,11 @@ std::vector<Matrix3d> All_Namings() {
 // Mounts whose six angles near a right one differ by some millionths of a degree.
 TEST(BodyAxes, TheChosenMountIsTheNearestTo90DegreesToAMillionth) {
   simulate::Random Random(2, 1);
+  const std::vector<Matrix3d> Namings = All_Namings();
   for (int k = 0; k < 500; ++k) {
     const Matrix3d Mount = Rotation(Random.Between(1e-6, 5e-6), Random.Direction());
     double Least = INFINITY;
-    for (const Matrix3d& Naming : All_Namings()) {
+    for (const Matrix3d& Naming : Namings) {
       const Eigen::AngleAxisd Named(Matrix3d(Mount * Naming));
       Least = std::min(Least, std::abs(Named.angle() / pose_rig::Radians_In_Degree - 90.0));
     }
