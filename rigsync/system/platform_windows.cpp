@@ -401,7 +401,8 @@ bool Reader_Is_Gone() {
 }
 
 bool Is_Quota_Used_Up(const std::error_code& Error) {
-  return Error.category() == std::system_category() && Error.value() == ERROR_DISK_QUOTA_EXCEEDED;
+  constexpr int Disk_Quota_Exceeded = 1295;  // ERROR_DISK_QUOTA_EXCEEDED; not all headers have it
+  return Error.category() == std::system_category() && Error.value() == Disk_Quota_Exceeded;
 }
 
 std::error_code Write_To_Disk(const std::filesystem::path& File, std::string_view Text) {
