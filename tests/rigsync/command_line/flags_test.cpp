@@ -63,4 +63,15 @@ TEST(Flags, ImagesAreBesideTheirCsvUnlessAnotherFolderIsStated) {
             "--image-root: '" + Arguments.Image_Root + "' is wrong; expected an existing folder");
 }
 
+TEST(Flags, AStageHasWhatWasTypedAndWhatItsFileSays) {
+  const Scratch_Folder Scratch;
+  Capture_Arguments Arguments;
+  Arguments.Config = Scratch.Write("stage.toml", "board = \"7x5\"\n");
+  Arguments.Typed_Settings["square"] = "30mm";
+  const rigsync::Stage_Values Values(Arguments);
+  EXPECT_TRUE(Values.Has("board"));
+  EXPECT_TRUE(Values.Has("square"));
+  EXPECT_FALSE(Values.Has("markers"));
+}
+
 }  // namespace
