@@ -51,7 +51,7 @@ TEST(BodyAxes, WhateverTheMountTheChosenOneIsFarFrom0And180Degrees) {
   }
 }
 
-// All 24 ways to call the axes, as products of quarter turns.
+// All 24 ways to call the axes, some of them several times, as products of quarter turns.
 std::vector<Matrix3d> All_Namings() {
   std::vector<Matrix3d> All;
   for (int x = 0; x < 4; ++x) {
