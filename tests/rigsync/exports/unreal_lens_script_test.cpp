@@ -42,7 +42,7 @@ Calibration_Result Worked_Result() {
 }
 
 File_Request Request_Of(const Calibration_Result& Result) {
-  return {"result.json", Result, std::nullopt, {{36.0, 20.25}}, std::nullopt, "", ""};
+  return {"result.json", Result, std::nullopt, {{36.0, 20.25}}, std::nullopt, "", "", false, ""};
 }
 
 Json Point_Of(const File_Request& Request) {
@@ -116,7 +116,7 @@ TEST(UnrealLensScript, OneResultWithoutLabelsIsEnoughNotToKnowThem) {
   Known.Inputs.Camera_Labels = rigsync::Body_Labels::Right_Forward_Up;
   const Calibration_Result Unknown = Worked_Result();
   const File_Text Written = rigsync::Unreal_Lens_Script(
-      {{"a.json", Known, {0.0, 24.0}}, {"b.json", Unknown, {0.5, 70.0}}}, std::nullopt,
+      {{"a.json", Known, {0.0, 24.0}, ""}, {"b.json", Unknown, {0.5, 70.0}, ""}}, std::nullopt,
       std::nullopt);
   const Json Numbers = Numbers_In(Written.Text);
   EXPECT_EQ(Numbers["tracker_axes"], Json({"z", "-x", "y"}));

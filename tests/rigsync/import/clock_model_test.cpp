@@ -142,7 +142,7 @@ TEST(ClockModel, MatchesClipsOfThirtyIrregularHoldsToAFrame) {
 }
 
 TEST(ClockModel, RefusesClipsOfFewHoldsRatherThanMatchThemWrongly) {
-  for (const std::size_t Holds : {12, 8, 5, 3}) {
+  for (const std::size_t Holds : {12U, 8U, 5U, 3U}) {
     const Tally Found = Match_Clips(Irregular(Holds), Captures(20));
     Found.Print(fmt::format("clips, {} irregular holds", Holds));
     EXPECT_EQ(Found.Wrong, Found.Wrong_Refused) << Holds;
@@ -150,7 +150,7 @@ TEST(ClockModel, RefusesClipsOfFewHoldsRatherThanMatchThemWrongly) {
 }
 
 TEST(ClockModel, RefusesClipsOfRegularHolds) {
-  for (const std::size_t Holds : {30, 12}) {
+  for (const std::size_t Holds : {30U, 12U}) {
     const Tally Found = Match_Clips(Regular(Holds), Captures(10));
     Found.Print(fmt::format("clips, {} regular holds", Holds));
     EXPECT_EQ(Found.Wrong, Found.Wrong_Refused);
@@ -168,12 +168,12 @@ TEST(ClockModel, MatchesPhotographsOfThirtyIrregularHoldsIntoTheirHolds) {
 }
 
 TEST(ClockModel, RefusesPhotographsOfFewOrRegularHolds) {
-  for (const std::size_t Holds : {20, 12, 8, 5, 3}) {
+  for (const std::size_t Holds : {20U, 12U, 8U, 5U, 3U}) {
     const Tally Found = Match_Photographs(Irregular(Holds), 0.0, Captures(20));
     Found.Print(fmt::format("photographs, {} irregular holds", Holds));
     EXPECT_EQ(Found.Wrong, Found.Wrong_Refused) << Holds;
   }
-  for (const std::size_t Holds : {30, 12}) {
+  for (const std::size_t Holds : {30U, 12U}) {
     const Tally Found = Match_Photographs(Regular(Holds), 0.0, Captures(20));
     Found.Print(fmt::format("photographs, {} regular holds", Holds));
     EXPECT_EQ(Found.Wrong, Found.Wrong_Refused);

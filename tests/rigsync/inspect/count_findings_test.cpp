@@ -102,7 +102,7 @@ TEST_F(CountFindings, WithWrongCountsTheSearchEndsAfterAFewImages) {
 
 // A few frames without a board don't make the counts wrong.
 TEST_F(CountFindings, OneProbedImageWithTheBoardIsEnoughToGoOn) {
-  for (const std::size_t i : {0, 3, 6}) Rows[i].Image = "nowhere.png";
+  for (const std::size_t i : {0U, 3U, 6U}) Rows[i].Image = "nowhere.png";
   const Counted_Search Found = Search({7, 5});
   EXPECT_FALSE(Found.Other_Counts);
   EXPECT_EQ(Found.Boards.Usable_Count(), Images - 3);

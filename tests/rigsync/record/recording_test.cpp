@@ -279,7 +279,7 @@ TEST(Recording, AnAxisMapOfABodyThatIsNotThereIsRefusedWithThoseThatAre) {
 TEST(Recording, OpentrackioHasTheTimesOfItsStamps) {
   Tape Of;
   // Stamps 20 ms apart, received with another delay each time.
-  const int Delays[] = {3, 9, 1, 4};
+  const unsigned Delays[] = {3, 9, 1, 4};
   for (unsigned i = 0; i < 4; ++i) {
     Of.Add(20 * i + Delays[i], Packet_Of(i, {2, 0.5 * i, 5000 + 20 * i}), 55555);
   }

@@ -24,8 +24,6 @@ using rigsync::Lag_Estimate;
 using rigsync::Lag_Evidence;
 using rigsync::Solve_Status;
 
-constexpr double Radian_In_Degrees = 57.29577951308232;
-
 Joint_Solution Solve_With_Lag(const Rig& Of) {
   Joint_Options Options;
   Options.Lag.Is_Solved = true;

@@ -49,7 +49,7 @@ TEST(TrackerRest, ATripodThatWasPushedOnceMoves) {
 TEST(TrackerRest, SamplesThatJumpedOnATripodAreNoPush) {
   for (unsigned Seed = 1; Seed <= 50; ++Seed) {
     Pose_List Poses = On_A_Tripod(Seed, 24, 24, 0, 0);
-    for (const std::size_t i : {4, 9, 10, 20}) Poses[i].translation().y() += 0.03;
+    for (const std::size_t i : {4U, 9U, 10U, 20U}) Poses[i].translation().y() += 0.03;
     const rigsync::Tracker_Rest Rest = rigsync::Measure_Rest(Poses);
     EXPECT_TRUE(Rest.Is_Still) << Seed;
     // The mean of 20 samples of 0.3 mm.

@@ -70,7 +70,7 @@ class Sampled_Rig {
 
   std::string Exported(const std::optional<Tracker_Axes>& Axes = std::nullopt) const {
     return rigsync::Write_Opentrackio({"result.json", Rig.Result, Axes, Sensor_Mm, std::nullopt,
-                                       Rig.Result.Inputs.Csv, ""})
+                                       Rig.Result.Inputs.Csv, "", false, ""})
         .Text;
   }
 
