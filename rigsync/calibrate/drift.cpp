@@ -4,6 +4,7 @@
 #include "rigsync/capture/library_limits.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/transform_list.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/solve/lens_uncertainty.h"
 
 #include <algorithm>
@@ -14,7 +15,6 @@ namespace rigsync {
 namespace {
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double Mm_In_Metre = 1000.0;
 
 // Stated lengths that differ by less are the same number in other units.
 constexpr double Same_Length = 1e-6;

@@ -3,6 +3,7 @@
 
 #include "rigsync/calibrate/result_lens.h"
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/solve/solution_difference.h"
 
 #include <algorithm>
@@ -11,8 +12,6 @@
 
 namespace rigsync {
 namespace {
-
-constexpr double Mm_In_Metre = 1000.0;
 
 // A difference that is too small to be seen in a picture is none, however sure it is.
 bool Is_Noticeable(const Vector6d& Motion) {

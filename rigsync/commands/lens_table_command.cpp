@@ -13,6 +13,7 @@
 #include "rigsync/exports/unreal_lens_script.h"
 #include "rigsync/formats/lens_table_file.h"
 #include "rigsync/formats/result_file.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/report/lens_table_text.h"
 #include "rigsync/system/terminal.h"
 #include "rigsync/system/usage_error.h"
@@ -247,7 +248,6 @@ Stated_Results Read_Stated(const Table_Arguments& Arguments) {
 
 // Refers to the results of Stated.
 Lens_Table Table_Of(const Table_Arguments& Arguments, const Stated_Results& Stated) {
-  constexpr double Mm_In_Metre = 1000.0;
   const Length_And_Angle Limits = Parse_Length_And_Angle("--limits", Arguments.Limits);
   const std::vector<Lens_Position> Positions =
       Arguments.Positions.empty() ? Solved_Positions(Stated.Results, Stated.Files, Stated.Sensor_Mm)

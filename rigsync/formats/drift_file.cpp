@@ -3,6 +3,7 @@
 
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/units.h"
 
 #include <nlohmann/json.hpp>
 
@@ -10,8 +11,6 @@ namespace rigsync {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr double Mm_In_Metre = 1000.0;
 
 Json List_Json(const Eigen::VectorXd& Values) {
   return std::vector<double>(Values.data(), Values.data() + Values.size());

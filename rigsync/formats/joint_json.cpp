@@ -4,6 +4,7 @@
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/transform_list.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/solve/lens_uncertainty.h"
 #include "rigsync/solve/talent_error.h"
 
@@ -16,9 +17,6 @@ namespace rigsync {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr double Mm_In_Metre = 1000.0;
-constexpr double Ms_In_Second = 1000.0;
 
 Json List_Json(const Eigen::VectorXd& Values) {
   return std::vector<double>(Values.data(), Values.data() + Values.size());

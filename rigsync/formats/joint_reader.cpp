@@ -4,6 +4,7 @@
 #include "rigsync/formats/opinion_words.h"
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/transform_list.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/system/text.h"
 
 #include <fmt/format.h>
@@ -14,8 +15,6 @@
 namespace rigsync {
 namespace {
 
-constexpr double Mm_In_Metre = 1000.0;
-constexpr double Ms_In_Second = 1000.0;
 constexpr double Open = Mount_Uncertainty::Open;
 
 // A motion that the file has in degrees and millimetres.

@@ -18,6 +18,9 @@ inline double Median(std::vector<double> Values) {
   return *Upper_Middle;
 }
 
+// The median of the squared length of three normal values of variance 1.
+constexpr double Median_Of_Three_Squares = 2.366;
+
 // At most Limit of the values, evenly spaced and in their order; all of them if there are no more.
 template <typename Value>
 std::vector<Value> Evenly_Chosen(const std::vector<Value>& Values, std::size_t Limit) {

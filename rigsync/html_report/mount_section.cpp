@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/transform_list.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/html_report/keyed_number.h"
 #include "rigsync/html_report/number_text.h"
 #include "rigsync/html_report/page.h"
@@ -23,7 +24,6 @@
 namespace rigsync {
 namespace {
 
-constexpr double Mm_In_Metre = 1000.0;
 constexpr std::array<const char*, 3> Axis_Names = {"right", "down", "ahead"};
 
 // One of the two solved mounts.

@@ -3,6 +3,7 @@
 
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/statistics.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/html_report/frame_drawing.h"
 #include "rigsync/html_report/keyed_number.h"
 #include "rigsync/html_report/number_text.h"
@@ -22,7 +23,6 @@ namespace rigsync {
 namespace {
 
 constexpr Plot_Size Panel_Size{760, 210};
-constexpr double Mm_In_Metre = 1000.0;
 // Beyond this many times what good rows stay below, a mark is drawn at the upper edge.
 constexpr double Off_Scale_Factor = 2.0;
 constexpr double Usual_Part = 0.9;

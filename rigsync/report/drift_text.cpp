@@ -2,6 +2,7 @@
 #include "rigsync/report/drift_text.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/inspect/amount.h"
 #include "rigsync/report/heading.h"
 #include "rigsync/report/lag_text.h"
@@ -19,8 +20,6 @@
 
 namespace rigsync {
 namespace {
-
-constexpr double Mm_In_Metre = 1000.0;
 
 // For a positive and for a negative number along or about each axis of Cam.
 using Direction_Names = std::array<std::pair<const char*, const char*>, 3>;

@@ -2,6 +2,7 @@
 #include "rigsync/report/lag_text.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/units.h"
 
 #include <fmt/format.h>
 
@@ -9,8 +10,6 @@
 
 namespace rigsync {
 namespace {
-
-constexpr double Ms_In_Second = 1000.0, Mm_In_Metre = 1000.0;
 
 // Below these nothing is left of a motion but the noise of its recording.
 constexpr double Least_Speed = 0.001;      // metres per second

@@ -2,6 +2,7 @@
 #include "rigsync/report/lens_table_text.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/report/heading.h"
 #include "rigsync/report/transform_text.h"
 #include "rigsync/system/terminal.h"
@@ -22,7 +23,6 @@ std::string Amounts_Text(double Deg, double Mm) {
 
 // Of the joint mounts.
 std::string Joint_Amounts_Text(const Lens_Table_Row& Row) {
-  constexpr double Mm_In_Metre = 1000.0;
   const Vector6d& Motion = *Row.From_Reference.Joint_Motion;
   return Amounts_Text(Degrees_Per_Radian * Motion.head<3>().norm(),
                       Mm_In_Metre * Motion.segment<2>(3).norm());

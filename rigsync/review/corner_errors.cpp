@@ -3,6 +3,7 @@
 
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/statistics.h"
+#include "rigsync/geometry/units.h"
 
 #include <fmt/format.h>
 
@@ -11,8 +12,6 @@
 
 namespace rigsync {
 namespace {
-
-constexpr double Mm_In_Metre = 1000.0;
 
 bool Is_Joint_Chosen(const Run_View& View) {
   return View.Result.Inputs.Solution == Solution_Choice::Joint;

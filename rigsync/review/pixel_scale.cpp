@@ -2,6 +2,7 @@
 #include "rigsync/review/pixel_scale.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/units.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +11,6 @@ namespace rigsync {
 
 Pixel_Scale Scale_At(double Distance, const Eigen::Isometry3d& Transform_Cam_Tc,
                      const Lens& Lens_Px) {
-  constexpr double Mm_In_Metre = 1000.0;
   const double Tenth_Rad = 0.1 / Degrees_Per_Radian;
   const double Lever = (Eigen::Vector3d(0, 0, Distance) - Transform_Cam_Tc.translation()).norm();
   Pixel_Scale Scale;

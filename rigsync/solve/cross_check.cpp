@@ -3,6 +3,7 @@
 
 #include "rigsync/geometry/angle.h"
 #include "rigsync/geometry/statistics.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/solve/exact_square.h"
 #include "rigsync/solve/lens_effect.h"
 #include "rigsync/solve/lens_refinement.h"
@@ -20,7 +21,6 @@
 namespace rigsync {
 namespace {
 
-constexpr double Mm_In_Metre = 1000.0;
 constexpr int Long_Side_Points = 9, Short_Side_Points = 5;
 
 // The motion of a mount and the change of the lens, which err together.

@@ -11,11 +11,11 @@ namespace rigsync {
 namespace {
 
 // A flat likelihood of the variances takes some 150 steps, the usual one 15.
-constexpr int Most_Steps = 400;
+constexpr int Most_Fit_Steps = 400;
 constexpr int Most_Halvings = 12;
 
 // A fit has settled when the step gains this little, in units of the log likelihood.
-constexpr double Settled_Gain = 1e-6;
+constexpr double Settled_Fit_Gain = 1e-6;
 constexpr double Settled_Variance_Gain = 1e-4;
 
 // Along a direction that the rows leave open, steps are as large as what bends them, and a fit
@@ -27,9 +27,6 @@ constexpr double Creeping_Gain = 1e-2;
 // Lever arms follow the mounts in this many steps, of which the usual fit takes fewer. Mounts that
 // are open would move them, and they the weights, for ever.
 constexpr int Steps_With_New_Levers = 30;
-
-// The median of the squared length of three normal values of variance 1.
-constexpr double Median_Of_Three_Squares = 2.366;
 
 // Below this nothing begins: a tenth of a thousandth of a degree, a micrometre.
 constexpr double Least_First_Variance = 1e-12;
@@ -54,7 +51,7 @@ Point With_Shapes_Of(const Point& Earlier, Point Later) {
 
 bool Is_Settled(const Likelihood_Terms& Terms, const Variances& Change, int Steps) {
   const bool Creeps = Steps >= Steps_Before_Creeping;
-  return Terms.Squares_Gained < (Creeps ? Creeping_Gain : Settled_Gain) &&
+  return Terms.Squares_Gained < (Creeps ? Creeping_Gain : Settled_Fit_Gain) &&
          std::abs(Terms.Score.dot(Change)) < (Creeps ? Creeping_Gain : Settled_Variance_Gain);
 }
 
@@ -141,7 +138,7 @@ Joint_Fit Fit_Rows(const std::vector<Observation>& Rows, const Mounts& Start,
   Fit.Variance = Start_Variances;
   Point At = Linearise_Point(Rows, Start, Settings);
   Damped_Scoring Scoring;
-  for (int k = 0; k < Most_Steps; ++k) {
+  for (int k = 0; k < Most_Fit_Steps; ++k) {
     Fit.Terms = Evaluate_Likelihood(At.Rows, At.Prior, Fit.Variance);
     if (!Fit.Terms.Step.allFinite() || !Fit.Terms.Score.allFinite()) break;
     const Variances Change = Next_Variances(Fit.Terms, Fit.Variance) - Fit.Variance;

@@ -9,9 +9,9 @@ namespace rigsync {
 namespace {
 
 constexpr std::size_t Least_Boards = 3;  // as Fit_Lens
-constexpr int Most_Steps = 20;
+constexpr int Most_Lens_Steps = 20;
 // The last step gains less than this part of the squared error.
-constexpr double Settled_Part = 1e-10;
+constexpr double Settled_Lens_Part = 1e-10;
 
 // The normal equations of the lens, summed over boards whose poses follow it.
 struct Lens_Terms {
@@ -53,14 +53,14 @@ Lens Moved_Lens(const Lens& From, const Vector6d& Step) {
 std::optional<Lens> Refine_Lens(const std::vector<Row_Facts>& Rows, const Board_Size& Board,
                                 double Square_Size, const Lens& Start) {
   Lens At = Start;
-  for (int k = 0; k < Most_Steps; ++k) {
+  for (int k = 0; k < Most_Lens_Steps; ++k) {
     const Lens_Terms Terms = Sum_Boards(Rows, Board, Square_Size, At);
     if (Terms.Boards < Least_Boards) return std::nullopt;
     const Vector6d Step = Lens_Step(Terms);
     if (!Step.allFinite()) return std::nullopt;
     At = Moved_Lens(At, Step);
     if (!(At.Fx > 0.0) || !(At.Fy > 0.0)) return std::nullopt;
-    if (Step.dot(Terms.Gradient) <= Settled_Part * Terms.Squares) return At;
+    if (Step.dot(Terms.Gradient) <= Settled_Lens_Part * Terms.Squares) return At;
   }
   return std::nullopt;
 }

@@ -2,6 +2,7 @@
 #include "rigsync/solve/mount_uncertainty.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/units.h"
 #include "rigsync/solve/lag_solve.h"
 
 #include <Eigen/Cholesky>
@@ -15,12 +16,6 @@
 
 namespace rigsync {
 namespace {
-
-constexpr double Mm_In_Metre = 1000.0;
-
-double Bounded_Freedom(double Freedom) {
-  return Freedom >= 1.0 ? std::min(Freedom, Known_Freedom) : 1.0;
-}
 
 // What weights that were estimated add to the covariance.
 Unknown_Matrix Weight_Correction(const std::vector<Linear_Row>& Rows, const Likelihood_Terms& Terms,
@@ -90,6 +85,10 @@ Widest Widest_Along(const Unknown_Uncertainty& Unknown, const Matrix6d& Covarian
 }
 
 }  // namespace
+
+double Bounded_Freedom(double Freedom) {
+  return Freedom >= 1.0 ? std::min(Freedom, Known_Freedom) : 1.0;
+}
 
 double Half_Width_Factor(double Freedom) {
   return boost::math::quantile(boost::math::students_t(Bounded_Freedom(Freedom)), 0.975);

@@ -65,8 +65,14 @@ Mount_Uncertainty Describe_Mount(const Unknown_Uncertainty& Unknown, int First);
 // From here on t and F are those of a known covariance, to a thousandth.
 constexpr double Known_Freedom = 1e5;
 
+// Freedom within the limits of both: from 1, which NaN becomes too, to Known_Freedom.
+double Bounded_Freedom(double Freedom);
+
 // The half-width of a 95 % interval in standard deviations, by the t distribution.
 double Half_Width_Factor(double Freedom);
+
+// A half-width of 95 % grown to 99 %, by the normal distribution: 2.576 / 1.960.
+constexpr double Sure_Factor = 1.314;
 
 // The value that F is above of in Part of all cases. Both degrees of freedom are at least 1.
 double F_Limit(double Above_Freedom, double Below_Freedom, double Part);

@@ -3,6 +3,7 @@
 
 #include "rigsync/capture/library_limits.h"
 #include "rigsync/geometry/angle.h"
+#include "rigsync/solve/mount_uncertainty.h"
 
 #include <Eigen/Cholesky>
 
@@ -23,9 +24,6 @@ constexpr double Usable_Mm = 300.0, Usable_Deg = 15.0;
 // counts beside these as if they had been seen in so many rows.
 constexpr double Usual_Position = 3e-4, Usual_Rotation_Deg = 0.03, Usual_Corner_Px = 0.1;
 constexpr double Usual_Rows = 6.0;
-
-// A half-width of 95 % grown to 99 %, by the normal distribution.
-constexpr double Sure_Factor = 1.314;
 
 // What is known of a lens before it is seen: standard deviations of the focal lengths and of the
 // principal point, as parts of the width, and of both coefficients.

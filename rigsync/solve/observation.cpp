@@ -25,7 +25,7 @@ constexpr double Least_Corner_Variance = 1e-6;  // square pixels
 constexpr double Least_Deviation = 0.4;
 
 // What a corner may be off by, to judge whether a part of a board determines its pose.
-constexpr double Usual_Corner_Px = 0.1;
+constexpr double Assumed_Corner_Px = 0.1;
 constexpr double Most_Turn_Rad = 0.0175;  // 1 degree
 
 // A pose is told from the one that leans the other way when its corners fit better by this many
@@ -221,7 +221,7 @@ bool Are_Same(const Board_Observation& Left, const Board_Observation& Right) {
 bool Is_Told(const Board_Observation& Better, const Board_Observation& Other) {
   const double Freedom = 2.0 * static_cast<double>(Better.Corner_Count) - 6.0;
   const double Variance =
-      std::max(Better.Squared_Residuals_Px / Freedom, Usual_Corner_Px * Usual_Corner_Px);
+      std::max(Better.Squared_Residuals_Px / Freedom, Assumed_Corner_Px * Assumed_Corner_Px);
   return Other.Squared_Residuals_Px - Better.Squared_Residuals_Px >
          Told_Deviations * Told_Deviations * Variance;
 }
@@ -229,7 +229,7 @@ bool Is_Told(const Board_Observation& Better, const Board_Observation& Other) {
 bool Is_Turn_Known(const Board_Observation& Seen) {
   const Eigen::Matrix3d Turn = Seen.Unit_Covariance.topLeftCorner<3, 3>();
   const double Largest = Eigen::SelfAdjointEigenSolver<Eigen::Matrix3d>(Turn).eigenvalues()[2];
-  return Usual_Corner_Px * std::sqrt(Largest) <= Most_Turn_Rad;
+  return Assumed_Corner_Px * std::sqrt(Largest) <= Most_Turn_Rad;
 }
 
 // All residuals of all boards, for the numbers that were fitted to them.

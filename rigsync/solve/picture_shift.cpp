@@ -4,14 +4,14 @@
 #include <cmath>
 #include <limits>
 
+#include "rigsync/geometry/units.h"
+
 namespace rigsync {
 namespace {
 
-constexpr double Mm_In_Metre = 1000.0;
-
 // Newton's steps double the digits, from the distorted radius on.
-constexpr int Most_Steps = 30;
-constexpr double Settled_Step = 1e-14;
+constexpr int Most_Shift_Steps = 30;
+constexpr double Settled_Shift = 1e-14;
 
 double Distorted(const Lens& Of, double Radius) {
   const double Squared = Radius * Radius;
@@ -26,11 +26,11 @@ double Slope(const Lens& Of, double Radius) {
 // The radius that is distorted to this one, at distance 1. NaN beyond the largest that there is.
 double Undistorted(const Lens& Of, double Distorted_Radius) {
   double Radius = Distorted_Radius;
-  for (int Step = 0; Step < Most_Steps; ++Step) {
+  for (int Step = 0; Step < Most_Shift_Steps; ++Step) {
     const double Change = (Distorted(Of, Radius) - Distorted_Radius) / Slope(Of, Radius);
     Radius -= Change;
     if (!(Slope(Of, Radius) > 0.0) || Radius < 0.0) break;
-    if (std::abs(Change) < Settled_Step) return Radius;
+    if (std::abs(Change) < Settled_Shift) return Radius;
   }
   return std::numeric_limits<double>::quiet_NaN();
 }

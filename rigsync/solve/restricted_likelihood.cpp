@@ -24,14 +24,14 @@ double Log_Determinant(const Eigen::VectorXd& Pivots) {
 
 // A direction with less information than this part of the unknowns' own is made of rounding: it is
 // held where it is.
-constexpr double Rounding = 1e-13;
+constexpr double Likelihood_Rounding = 1e-13;
 
 // Rotations and translations differ by orders of magnitude, so the matrix is inverted with a
 // diagonal of ones. Returns the logarithm of its determinant.
 double Invert(const Unknown_Matrix& Information, Unknown_Matrix& Inverse) {
   const Unknown_Vector Scale = Information.diagonal().cwiseSqrt().cwiseInverse();
   Unknown_Matrix Scaled = Scale.asDiagonal() * Information * Scale.asDiagonal();
-  Scaled.diagonal().array() += Rounding;
+  Scaled.diagonal().array() += Likelihood_Rounding;
   const Eigen::LDLT<Unknown_Matrix> Solver(Scaled);
   Inverse = Scale.asDiagonal() * Solver.solve(Unknown_Matrix::Identity()) * Scale.asDiagonal();
   Inverse = (0.5 * (Inverse + Inverse.transpose())).eval();

@@ -2,6 +2,7 @@
 #include "rigsync/solve/second_opinion.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/solve/mount_uncertainty.h"
 
 #include <Eigen/LU>
 
@@ -13,9 +14,6 @@ namespace {
 
 // A difference that is this unlikely isn't chance.
 constexpr double Unlikely = 0.99;
-
-// A half-width of 95 % grown to 99 %, by the normal distribution: 2.576 / 1.960.
-constexpr double Sure_Factor = 1.314;
 
 // Below both of these nobody sees a difference, however unlikely it is.
 constexpr double Negligible_Mm = 1.0;

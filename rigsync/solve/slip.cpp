@@ -16,7 +16,7 @@ namespace {
 constexpr double Row_Freedom = 5.0;
 
 // Reweighting has settled when the likelihood does, to this much.
-constexpr double Settled_Gain = 1e-4;
+constexpr double Settled_Slip_Gain = 1e-4;
 constexpr int Most_Reweightings = 50;
 
 // Of more rows than this a slip is first looked for at every second, third ... row.
@@ -130,7 +130,7 @@ Slip_Fit Fit_Hypothesis(const std::vector<White_Row>& Rows, const Linear_Prior& 
     const Normal_Equations Sum = Sum_Rows(Rows, Weights, Of);
     Fit.Unknown = (Sum.Normal + Information).ldlt().solve(Sum.Right + Pull);
     Fit.Deviance = Reweigh(Squares(Rows, Of, Fit.Unknown), Factor, Weights);
-    if (!(std::abs(Last - Fit.Deviance) > Settled_Gain)) break;
+    if (!(std::abs(Last - Fit.Deviance) > Settled_Slip_Gain)) break;
     Last = Fit.Deviance;
   }
   return Fit;
@@ -148,15 +148,15 @@ bool Do_Both_Sides_Agree(const std::vector<White_Row>& Rows, const Hypothesis& O
          2 * std::count_if(First_After, All.end(), Agrees) > All.end() - First_After;
 }
 
-struct Candidate {
+struct Slip_Candidate {
   Hypothesis Of;
   Slip_Fit Fit;
 };
 
 // The likeliest of every Stride-th row from First to Last, on both trackers.
-Candidate Likeliest(const std::vector<White_Row>& Rows, const Linear_Prior& Prior,
-                    std::size_t First, std::size_t Last, std::size_t Stride) {
-  Candidate Best;
+Slip_Candidate Likeliest(const std::vector<White_Row>& Rows, const Linear_Prior& Prior,
+                         std::size_t First, std::size_t Last, std::size_t Stride) {
+  Slip_Candidate Best;
   Best.Fit.Deviance = INFINITY;
   for (std::size_t k = First; k <= Last; k += Stride) {
     for (const int Mount : {Camera_Mount, Board_Mount}) {
@@ -187,7 +187,7 @@ std::optional<Slip> Find_Slip(const Joint_Solution& Solution) {
   const Linear_Prior Prior = Linearise_Prior(Solution.At, Solution.Settings);
   const std::size_t First = Least_Rows_Beside_Slip, Last = Count - Least_Rows_Beside_Slip;
   const std::size_t Stride = 1 + Count / Most_Tried;
-  Candidate Best = Likeliest(Rows, Prior, First, Last, Stride);
+  Slip_Candidate Best = Likeliest(Rows, Prior, First, Last, Stride);
   if (Stride > 1) {
     const std::size_t Near = Best.Of.First;
     Best = Likeliest(Rows, Prior, std::max(First, Near - std::min(Near, Stride)),

@@ -2,6 +2,7 @@
 #include "rigsync/solve/solution_difference.h"
 
 #include "rigsync/geometry/angle.h"
+#include "rigsync/geometry/units.h"
 
 #include <Eigen/Cholesky>
 #include <Eigen/Eigenvalues>
@@ -15,14 +16,6 @@ namespace rigsync {
 namespace {
 
 constexpr double NaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double Mm_In_Metre = 1000.0;
-
-// From here on F is that of a known covariance, to a thousandth.
-constexpr double Most_Freedom = 1e5;
-
-double Bounded_Freedom(double Freedom) {
-  return Freedom >= 1.0 ? std::min(Freedom, Most_Freedom) : 1.0;
-}
 
 // Welch and Satterthwaite, of the sum of two variances.
 double Freedom_Of_Sum(double Variance, double Freedom, double Other, double Other_Freedom) {
@@ -122,7 +115,7 @@ Vector6d Lens_Numbers(const Lens& Lens_Px) {
 }
 
 double Probability_Of_Less_Lens(const Matrix6d& Covariance, const Vector6d& Difference) {
-  return Probability_Below<6>(Covariance, Difference, Most_Freedom);
+  return Probability_Below<6>(Covariance, Difference, Known_Freedom);
 }
 
 }  // namespace rigsync

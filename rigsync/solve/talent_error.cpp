@@ -3,10 +3,10 @@
 
 #include <cmath>
 
+#include "rigsync/geometry/units.h"
+
 namespace rigsync {
 namespace {
-
-constexpr double Mm_In_Metre = 1000.0;
 
 // The standard deviation in the direction in which it is largest: the root of the larger
 // eigenvalue.

@@ -25,9 +25,7 @@ constexpr double Jumped_Factor = 4.0;
 constexpr double Pushed = 60.0;
 constexpr std::size_t Rows_Beside_Push = 3;
 
-// The median of the squared length of three normal values of variance 1, and the variance of a
-// median in units of that of a mean.
-constexpr double Median_Of_Three_Squares = 2.366;
+// The variance of a median in units of that of a mean.
 constexpr double Median_Variance = 1.571;
 
 // Each sample is compared with all others; a few dozen of them hold one near the middle.

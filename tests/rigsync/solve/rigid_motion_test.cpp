@@ -17,7 +17,7 @@ using Eigen::Vector3d;
 using rigsync::Vector6d;
 
 // Products of a few rotations in double round by some 1e-16.
-constexpr double Rounding = 1e-14;
+constexpr double Motion_Rounding = 1e-14;
 
 // Half the angle's sine and cosine, with w first.
 Quaterniond By_Half_Angle(const Vector3d& Turn) {
@@ -29,7 +29,7 @@ Quaterniond By_Half_Angle(const Vector3d& Turn) {
 TEST(RigidMotion, TurnsAsAQuaternionDoes) {
   const Vector3d Turn(0.4, -1.1, 0.7), Point(0.3, 0.2, -0.9);
   const Vector3d Turned = rigsync::Rotation_From_Turn(Turn) * Point;
-  EXPECT_LE((Turned - By_Half_Angle(Turn) * Point).norm(), Rounding);
+  EXPECT_LE((Turned - By_Half_Angle(Turn) * Point).norm(), Motion_Rounding);
 }
 
 TEST(RigidMotion, NoTurnIsTheIdentity) {
@@ -70,20 +70,20 @@ TEST(RigidMotion, AMotionLeadsFromAPoseToTheMovedPose) {
   Vector6d Motion;
   Motion << 0.01, -0.02, 0.3, 4, -5, 6;
   const Isometry3d After = rigsync::Moved(Pose, Motion);
-  EXPECT_LE((After.translation() - Vector3d(4.1, -4.5, 8.0)).norm(), Rounding);
-  EXPECT_LE((rigsync::Motion_Between(Pose, After) - Motion).norm(), Rounding);
+  EXPECT_LE((After.translation() - Vector3d(4.1, -4.5, 8.0)).norm(), Motion_Rounding);
+  EXPECT_LE((rigsync::Motion_Between(Pose, After) - Motion).norm(), Motion_Rounding);
 }
 
 TEST(RigidMotion, TheMeanOfTwoRotationsIsHalfwayBetween) {
   const Vector3d Axis = Vector3d(1, 2, -2) / 3;
   const Matrix3d Mean = rigsync::Mean_Rotation(
       {rigsync::Rotation_From_Turn(0.2 * Axis), rigsync::Rotation_From_Turn(0.6 * Axis)});
-  EXPECT_LE((rigsync::Turn_From_Rotation(Mean) - 0.4 * Axis).norm(), Rounding);
+  EXPECT_LE((rigsync::Turn_From_Rotation(Mean) - 0.4 * Axis).norm(), Motion_Rounding);
 }
 
 TEST(RigidMotion, TheNearestRotationIsNeverAReflection) {
   const Matrix3d Reflected = Vector3d(1, 1, -0.1).asDiagonal();
-  EXPECT_LE((rigsync::Nearest_Rotation(Reflected) - Matrix3d::Identity()).norm(), Rounding);
+  EXPECT_LE((rigsync::Nearest_Rotation(Reflected) - Matrix3d::Identity()).norm(), Motion_Rounding);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ using rigsync::Observation;
 using rigsync::Tracker_Poses;
 using rigsync::Vector6d;
 
-constexpr double Rounding = 1e-12;
+constexpr double Lag_Rounding = 1e-12;
 
 Isometry3d At(const Vector3d& Position) {
   Isometry3d Pose = Isometry3d::Identity();
@@ -38,10 +38,10 @@ TEST(RowLag, ABodyIsFurtherOnInThePictureThanInItsLateSample) {
   Row.Motion->Board.Linear = {-0.01, 0, 0};
   const Tracker_Poses Late = rigsync::Poses_At_Picture(Row, 0.5);
   EXPECT_LE((Late.Transform_Tc_Base.inverse().translation() - Vector3d(1, 0, 0.01)).norm(),
-            Rounding);
-  EXPECT_LE((Late.Transform_Base_Tr.translation() - Vector3d(-0.005, 2, 0)).norm(), Rounding);
+            Lag_Rounding);
+  EXPECT_LE((Late.Transform_Base_Tr.translation() - Vector3d(-0.005, 2, 0)).norm(), Lag_Rounding);
   const Tracker_Poses Early = rigsync::Poses_At_Picture(Row, -0.5);
-  EXPECT_LE((Early.Transform_Base_Tr.translation() - Vector3d(0.005, 2, 0)).norm(), Rounding);
+  EXPECT_LE((Early.Transform_Base_Tr.translation() - Vector3d(0.005, 2, 0)).norm(), Lag_Rounding);
 }
 
 // Half a second at pi radians per second about z: what pointed along x points along y, and the
@@ -51,10 +51,11 @@ TEST(RowLag, ABodyTurnsOnAboutItsOwnOriginAlongTheAxesOfBase) {
   Row.Motion->Camera.Angular = Row.Motion->Board.Angular = {0, 0, std::acos(-1.0)};
   const Tracker_Poses Late = rigsync::Poses_At_Picture(Row, 0.5);
   for (const Isometry3d& Pose : {Late.Transform_Tc_Base.inverse(), Late.Transform_Base_Tr}) {
-    EXPECT_LE((Pose.linear() * Vector3d::UnitX() - Vector3d::UnitY()).norm(), Rounding);
+    EXPECT_LE((Pose.linear() * Vector3d::UnitX() - Vector3d::UnitY()).norm(), Lag_Rounding);
   }
-  EXPECT_LE((Late.Transform_Tc_Base.inverse().translation() - Vector3d(1, 0, 0)).norm(), Rounding);
-  EXPECT_LE((Late.Transform_Base_Tr.translation() - Vector3d(0, 2, 0)).norm(), Rounding);
+  EXPECT_LE((Late.Transform_Tc_Base.inverse().translation() - Vector3d(1, 0, 0)).norm(),
+            Lag_Rounding);
+  EXPECT_LE((Late.Transform_Base_Tr.translation() - Vector3d(0, 2, 0)).norm(), Lag_Rounding);
 }
 
 TEST(RowLag, ARowWithoutVelocitiesStaysWhereItIs) {
@@ -74,7 +75,7 @@ TEST(RowLag, ACameraThatMovesWithTheBoardSeesNoMotion) {
   Row.Motion->Board = {Vector3d(0.1, 0.2, 0.3) + Turn.cross(Vector3d(-1, 2, 0)), Turn};
   const Vector6d Motion = rigsync::Motion_Seen_By_Camera(
       Row, {Row.Transform_Tc_Base, Row.Transform_Base_Tr}, Vector3d(0.3, 1.8, -0.4));
-  EXPECT_LE(Motion.norm(), Rounding);
+  EXPECT_LE(Motion.norm(), Lag_Rounding);
 }
 
 // A camera that turns at 0.3 rad/s about z sees a corner 2 m along y of it go the other way: 0.6
@@ -86,7 +87,7 @@ TEST(RowLag, ACameraThatTurnsSeesTheBoardGoTheOtherWay) {
   Expected << 0, 0, -0.3, 0.6, 0, 0;
   const Vector6d Motion = rigsync::Motion_Seen_By_Camera(
       Row, {Row.Transform_Tc_Base, Row.Transform_Base_Tr}, Vector3d(1, 2, 0));
-  EXPECT_LE((Motion - Expected).norm(), Rounding);
+  EXPECT_LE((Motion - Expected).norm(), Lag_Rounding);
 }
 
 // Two rows of which one stands: root mean squares are 1 over the root of two.
@@ -96,8 +97,8 @@ TEST(RowLag, TheSpeedIsTheRootMeanSquareOverAllRows) {
   Standing.Motion.reset();
   const rigsync::Seen_Speed Speed =
       rigsync::Measure_Speed({Moving, Standing}, Isometry3d::Identity());
-  EXPECT_NEAR(Speed.Shift, 0.01 / std::sqrt(2.0), Rounding);
-  EXPECT_NEAR(Speed.Turn, 0.02 / std::sqrt(2.0), Rounding);
+  EXPECT_NEAR(Speed.Shift, 0.01 / std::sqrt(2.0), Lag_Rounding);
+  EXPECT_NEAR(Speed.Turn, 0.02 / std::sqrt(2.0), Lag_Rounding);
 }
 
 }  // namespace
