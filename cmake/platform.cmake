@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: Apache-2.0
 #
 # The compiler and linker options of each platform. Sets RIGSYNC_WARNINGS,
-# RIGSYNC_WARNINGS_AS_ERRORS and RIGSYNC_ORIGIN, and defines rigsync_show_exports_alone.
+# RIGSYNC_WARNINGS_AS_ERRORS, RIGSYNC_NO_SHADOW_WARNINGS and RIGSYNC_ORIGIN, and defines
+# rigsync_show_exports_alone.
 
 # Compilers must not form fused multiply-adds: these round once, where the logged digits require two
 # roundings. For the same reason there is no fast-math and no -march here: Release, Debug and
@@ -21,10 +22,12 @@ if(MSVC)
   endif()
   set(RIGSYNC_WARNINGS /W4)
   set(RIGSYNC_WARNINGS_AS_ERRORS /WX)
+  set(RIGSYNC_NO_SHADOW_WARNINGS /wd4459)
 else()
   add_compile_options(-ffp-contract=off)
   set(RIGSYNC_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
   set(RIGSYNC_WARNINGS_AS_ERRORS -Werror)
+  set(RIGSYNC_NO_SHADOW_WARNINGS -Wno-shadow)
 endif()
 
 if(WIN32)

@@ -4,13 +4,14 @@
 # include only the headers of their own room and of the rooms that it uses: an include in the other
 # direction does not find its file.
 
-# rigsync_add_room(TARGET KIND SOURCES FILE... [USES TARGET...])
+# rigsync_add_room(TARGET KIND SOURCES FILE... [USES TARGET...] [ALONE FILE...])
 #
-# KIND is STATIC or OBJECT. SOURCES includes the headers. Each header is included by its path from
-# the project's root, "rigsync/system/text.h": the target has its own include folder, with a file at
-# that path that includes the header.
+# KIND is STATIC or OBJECT. SOURCES includes the headers. ALONE are the sources that can't be
+# compiled together with the others, as their local names are the same. Each header is included by
+# its path from the project's root, "rigsync/system/text.h": the target has its own include folder,
+# with a file at that path that includes the header.
 function(rigsync_add_room Target Kind)
-  cmake_parse_arguments(PARSE_ARGV 2 Room "" "" "SOURCES;USES")
+  cmake_parse_arguments(PARSE_ARGV 2 Room "" "" "SOURCES;USES;ALONE")
   if(RIGSYNC_MUTATION AND Kind STREQUAL "STATIC")
     set(Kind SHARED)
   endif()
@@ -18,6 +19,9 @@ function(rigsync_add_room Target Kind)
   if(RIGSYNC_MUTATION AND Kind STREQUAL "SHARED")
     # As quick to compile as without optimisation, and the tests are several times as fast.
     target_compile_options(${Target} PRIVATE -O1)
+  endif()
+  if(Kind STREQUAL "STATIC")
+    rigsync_compile_together(${Target} ${Room_ALONE})
   endif()
   set(Include_Folder ${PROJECT_BINARY_DIR}/rooms/${Target})
   file(RELATIVE_PATH Folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
