@@ -12,7 +12,7 @@
 # with a file at that path that includes the header.
 function(rigsync_add_room Target Kind)
   cmake_parse_arguments(PARSE_ARGV 2 Room "" "" "SOURCES;USES;ALONE")
-  if(RIGSYNC_MUTATION AND Kind STREQUAL "STATIC")
+  if(RIGSYNC_SHARED_ROOMS AND Kind STREQUAL "STATIC")
     set(Kind SHARED)
   endif()
   add_library(${Target} ${Kind} ${Room_SOURCES})
@@ -20,7 +20,7 @@ function(rigsync_add_room Target Kind)
     # As quick to compile as without optimisation, and the tests are several times as fast.
     target_compile_options(${Target} PRIVATE -O1)
   endif()
-  if(Kind STREQUAL "STATIC")
+  if(NOT Kind STREQUAL "OBJECT")
     rigsync_compile_together(${Target} ${Room_ALONE})
   endif()
   set(Include_Folder ${PROJECT_BINARY_DIR}/rooms/${Target})
