@@ -5,7 +5,9 @@
 # both.
 #
 #   cmake -DBUILD=... -DSOURCE=... -DSCRATCH=... -DCXX=... -DFLAGS=... -DCONFIG=... -DVERSION=...
-#         -DLIBDIR=... -DDOCDIR=... -DPYTHON=... -DPYTHONDIR=... -P install_test.cmake
+#         -DLIBDIR=... -DDOCDIR=... -DPYTHON=... -DPYTHONDIR=... -DROOMS=... -P install_test.cmake
+#
+# ROOMS is the folder of the rooms where they are shared libraries, which aren't installed.
 cmake_minimum_required(VERSION 3.22)  # its policies
 file(REMOVE_RECURSE ${SCRATCH})
 set(Prefix ${SCRATCH}/prefix)
@@ -116,7 +118,8 @@ if(NOT Log MATCHES "Error code 1 : The raw data csv file path is wrong")
 endif()
 
 # The example, on a capture that the installed command simulates.
-execute_process(COMMAND ${Prefix}/bin/rigsync simulate ${SCRATCH}/capture --images 13
+execute_process(COMMAND ${CMAKE_COMMAND} -E env "LD_LIBRARY_PATH=${ROOMS}"
+                        ${Prefix}/bin/rigsync simulate ${SCRATCH}/capture --images 13
                         --size 800x600
                 OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 function(Expect_Engines Host)
