@@ -54,9 +54,11 @@ std::string Still(int Camera_Id) {
 TEST(RecordCommand, RecordsTwoBodiesAndNamesTheNextCommand) {
   const Scratch_Folder Scratch;
   const std::uint16_t First = Free_Port(), Second = Free_Port();
+  // Both move: on a busy machine, equal packets of a body come so close that one is taken for
+  // another's repetition.
   const Stream Sending([&](const Udp_Sender& Sender, int i) {
-    Sender.Send(Still(1), First);
-    Sender.Send(Freed_Message({2, 0, 0, 0, 1.0 * i, 0, 0}), Second);
+    Sender.Send(Freed_Message({1, 0, 0, 0, 1.0 * i, 0, 0}), First);
+    Sender.Send(Freed_Message({2, 0, 0, 0, 0, 1.0 * i, 0}), Second);
   });
   const std::string Ports = std::to_string(First) + "," + std::to_string(Second);
   const Finished Done =
