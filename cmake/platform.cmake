@@ -2,7 +2,7 @@
 #
 # The compiler and linker options of each platform. Sets RIGSYNC_WARNINGS,
 # RIGSYNC_WARNINGS_AS_ERRORS, RIGSYNC_NO_SHADOW_WARNINGS and RIGSYNC_ORIGIN, and defines
-# rigsync_show_exports_alone.
+# rigsync_optimise_always and rigsync_show_exports_alone.
 
 # Compilers must not form fused multiply-adds: these round once, where the logged digits require two
 # roundings. For the same reason there is no fast-math and no -march here: Release, Debug and
@@ -67,5 +67,12 @@ function(rigsync_show_exports_alone Target)
   endif()
   if(List)
     set_target_properties(${Target} PROPERTIES LINK_DEPENDS ${List})
+  endif()
+endfunction()
+
+# A debug build of the target is optimised too. MSVC's takes no optimisation beside its checks.
+function(rigsync_optimise_always Target)
+  if(NOT MSVC)
+    target_compile_options(${Target} PRIVATE $<$<CONFIG:Debug>:-O2>)
   endif()
 endfunction()
