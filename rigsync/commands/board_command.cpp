@@ -25,7 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Footer =
+constexpr const char* Board_Footer =
     R"(--board counts inner corners, where four squares meet, columns first. This is
 4x3: three rows (down) of four corners (across), on a board of 5 by 4 squares.
 The first corner is at the top left, the second is to its right:
@@ -271,7 +271,7 @@ void Add_Board_Command(Command_Line& Line) {
       ->required()
       ->type_name("FILE");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Board_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Draw_Board(*Arguments); }; });
 }

@@ -47,7 +47,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Footer =
+constexpr const char* Calibrate_Footer =
     R"(Where the board sits on its tracker is solved from the capture. If it was
 measured, state it: then it helps the solve, as far as the capture doesn't
 contradict it. Besides the library's solve the command makes one of its own, of
@@ -465,7 +465,7 @@ void Add_Calibrate_Command(Command_Line& Line) {
   Command->add_flag("--quiet", Arguments->Is_Quiet, "show no progress while the library works")
       ->excludes(Verbose);
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Calibrate_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Calibrate(*Arguments); }; });
 }

@@ -17,7 +17,7 @@
 namespace rigsync {
 namespace {
 
-constexpr const char* Footer =
+constexpr const char* Codes_Footer =
     R"('rigsync calibrate' and 'rigsync export' exit with these codes. The last
 "Error code" line of a run log names one too.
 
@@ -107,7 +107,7 @@ void Add_Codes_Command(Command_Line& Line) {
       Codes);
   Command->add_flag("--json", Arguments->Prints_Json, "print JSON");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Codes_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Print_Codes(*Arguments); }; });
 }

@@ -29,7 +29,7 @@
 namespace rigsync {
 namespace {
 
-constexpr const char* Footer =
+constexpr const char* Compare_Footer =
     R"(With the result.json of an earlier day as reference: how lens and mount differ,
 in millimetres, degrees and pixels, whether the uncertainty of both explains it,
 and what probably happened. With the truth.json of 'rigsync simulate': how far
@@ -227,7 +227,7 @@ void Add_Compare_Command(Command_Line& Line) {
       ->capture_default_str();
   Command->add_flag("--json", Arguments->Is_Json, "print the comparison of two results as JSON");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Compare_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Compare(*Arguments); }; });
 }

@@ -30,7 +30,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Footer =
+constexpr const char* Export_Footer =
     R"(Each export for an engine has the pose of the camera as seen from its tracker.
 docs/engines.md describes the axes of each engine and which number goes into
 which field, docs/files.md the targets that are files.
@@ -229,7 +229,7 @@ void Add_Export_Command(Command_Line& Line) {
   Command->add_flag("--json", Arguments->Prints_Json,
                     "print JSON with all digits; 'usable' says whether the result is good");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Export_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Export(*Arguments); }; });
 }

@@ -34,7 +34,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Footer =
+constexpr const char* Import_Footer =
     R"(TAKE is a rigid-body export of Motive, Vicon or Qualisys, a pose file of TUM,
 ETH or EuRoC, any other table with --map, or a recording of 'rigsync record'.
 TAKE2 is for a board whose poses are in a file of their own. Without --board the
@@ -462,7 +462,7 @@ void Add_Import_Command(Command_Line& Line) {
   Add_Picture_Flags(Line, *Command, *Arguments);
   Add_Row_Flags(Line, *Command, *Arguments);
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Import_Footer);
   Command->callback([&Line, Arguments] {
     if (Arguments->Images.empty() && Arguments->Clip.empty()) {
       throw Usage_Error("--images",

@@ -27,7 +27,7 @@
 namespace rigsync {
 namespace {
 
-constexpr const char* Footer =
+constexpr const char* Inspect_Footer =
     R"(The command calibrates nothing and writes no file but the page of --page. It
 reports, by line of the CSV, mistakes that a calibration accepts without an
 error, how well the boards cover the frame, and whether the tracker samples
@@ -177,7 +177,7 @@ void Add_Inspect_Command(Command_Line& Line) {
       ->type_name("FILE")
       ->needs(Watch);
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Inspect_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Inspect(*Arguments); }; });
 }

@@ -35,7 +35,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Footer =
+constexpr const char* Lens_Table_Footer =
     R"(Calibrate each position of the lens without touching the tracker on the camera,
 then give all results. The mounts may differ along the optical axis only;
 otherwise the tracker was moved in between. docs/lens-table.md has an example.
@@ -328,7 +328,7 @@ void Add_Lens_Table_Command(Command_Line& Line) {
       ->capture_default_str();
   Command->add_flag("--json", Arguments->Prints_Json, "print the table as JSON");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Lens_Table_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Print_Table(*Arguments); }; });
 }

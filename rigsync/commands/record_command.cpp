@@ -32,7 +32,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Footer =
+constexpr const char* Record_Footer =
     R"(Listens to tracking systems that send FreeD D1 or OpenTrackIO over UDP, and
 writes every packet as it comes, with the time. Ctrl-C ends the recording. Two
 bodies are told apart by camera ID, source number or port.
@@ -363,7 +363,7 @@ void Add_Record_Command(Command_Line& Line) {
       ->type_name("N");
   Command->add_flag("--quiet", Arguments->Is_Quiet, "say nothing while it records");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Record_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Record(*Arguments); }; });
 }

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Footer =
+constexpr const char* Report_Footer =
     R"('rigsync calibrate' writes the page itself; this makes it anew, for an older run
 or after an update. Open it in any browser: it is one file and needs no network.
 Run log, CSV and images are found where they were, or, after they were moved
@@ -60,7 +60,7 @@ void Add_Report_Command(Command_Line& Line) {
                    "file to write (default: report.html in RESULT's folder)")
       ->type_name("FILE");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Report_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Report(*Arguments); }; });
 }

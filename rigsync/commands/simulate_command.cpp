@@ -36,7 +36,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* Footer =
+constexpr const char* Simulate_Footer =
     R"(DIR receives the photographs, capture.csv, truth.json (the true values, for
 'rigsync compare') and stage.json (board size and estimated board mount, for
 'rigsync calibrate --config'). The same seed gives the same capture on every
@@ -666,7 +666,7 @@ void Add_Simulate_Command(Command_Line& Line) {
       ->group("Files");
   Command->add_flag("--quiet", Arguments->Quiet, "show no progress");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Simulate_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Simulate(*Arguments); }; });
 }

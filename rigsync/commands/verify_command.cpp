@@ -17,7 +17,7 @@
 namespace rigsync {
 namespace {
 
-constexpr const char* Footer =
+constexpr const char* Verify_Footer =
     R"(From each target's numbers a camera is made as the target makes it. It sees
 points all over the frame, from the poses that the tracker had in the capture,
 and their pixels are compared with those of the solved camera itself. The
@@ -103,7 +103,7 @@ void Add_Verify_Command(Command_Line& Line) {
       ->type_name("AXES");
   Command->add_flag("--json", Arguments->Is_Json, "print JSON with all digits");
   Command->group("Commands");
-  Command->footer(Footer);
+  Command->footer(Verify_Footer);
   Command->callback(
       [&Line, Arguments] { Line.Action = [Arguments] { return Verify(*Arguments); }; });
 }
