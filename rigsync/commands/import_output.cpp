@@ -37,7 +37,7 @@ fs::path Seen_From(const fs::path& Folder, const fs::path& Picture) {
   return Is_Below ? Relative : fs::absolute(Picture).lexically_normal();
 }
 
-void Write_Output(const fs::path& File, const std::string& Text) {
+void Write_Import_File(const fs::path& File, const std::string& Text) {
   try {
     Write_Whole(File, Text);
   } catch (const std::runtime_error& Error) {
@@ -98,9 +98,9 @@ void Write_Capture(const fs::path& Csv, Import_Record& Record) {
     if (Row.Refusal.empty()) Row.Picture = Seen_From(Folder, Row.Picture);
   }
   const std::string Text = Capture_Csv(Record.Rows, Record.Clock.Offset_Seconds);
-  Write_Output(Csv, Text);
-  Write_Output(Folder / Import_File_Name,
-               Import_Json({Record, Csv.filename().string(), File_Sha256(Csv)}));
+  Write_Import_File(Csv, Text);
+  Write_Import_File(Folder / Import_File_Name,
+                    Import_Json({Record, Csv.filename().string(), File_Sha256(Csv)}));
 }
 
 }  // namespace rigsync
