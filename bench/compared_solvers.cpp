@@ -41,12 +41,6 @@ Isometry3d Join(const cv::Mat& Rotation, const cv::Mat& Translation) {
   return Pose;
 }
 
-rigsync::Lens As_Lens(const Library_Lens& Solved) {
-  const cv::Mat &K = Solved.Camera_Matrix, &D = Solved.Distortion;
-  return {K.at<double>(0, 0), K.at<double>(1, 1), K.at<double>(0, 2),
-          K.at<double>(1, 2), D.at<double>(0),    D.at<double>(1)};
-}
-
 std::vector<rigsync::Row_Facts> With_Axes(const std::vector<rigsync::Row_Facts>& Rows,
                                           const rigsync::Body_Axes& Axes) {
   std::vector<rigsync::Row_Facts> Turned = Rows;
@@ -55,6 +49,12 @@ std::vector<rigsync::Row_Facts> With_Axes(const std::vector<rigsync::Row_Facts>&
 }
 
 }  // namespace
+
+rigsync::Lens As_Lens(const Library_Lens& Solved) {
+  const cv::Mat &K = Solved.Camera_Matrix, &D = Solved.Distortion;
+  return {K.at<double>(0, 0), K.at<double>(1, 1), K.at<double>(0, 2),
+          K.at<double>(1, 2), D.at<double>(0),    D.at<double>(1)};
+}
 
 Mount_Error Error_Of(const Isometry3d& Truth,
                      const std::optional<Eigen::Matrix4d>& Transform_Cam_Tc) {

@@ -17,6 +17,8 @@
 
 namespace bench {
 
+rigsync::Lens As_Lens(const Library_Lens& Solved);
+
 // NaN where there is no mount.
 struct Mount_Error {
   double Mm, Deg;

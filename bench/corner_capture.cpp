@@ -184,26 +184,6 @@ void Add_Slip(const Drawn_Slip& Made, Corner_Capture& Capture) {
   }
 }
 
-// The true lens and the true poses, in the stated square's unit.
-Library_Lens Start_Of(const Views& Seen, double Square_Factor) {
-  const simulate::Lens& Lens = Seen.True_Lens;
-  Library_Lens Start;
-  Start.Camera_Matrix =
-      (cv::Mat_<double>(3, 3) << Lens.Fx, 0, Lens.Cx, 0, Lens.Fy, Lens.Cy, 0, 0, 1);
-  Start.Distortion = (cv::Mat_<double>(1, 5) << Lens.K1, Lens.K2, 0, 0, 0);
-  const int Images = static_cast<int>(Seen.Corners.size());
-  Start.Rvecs.create(Images, 1, CV_64FC3);
-  Start.Tvecs.create(Images, 1, CV_64FC3);
-  for (int i = 0; i < Images; ++i) {
-    const Isometry3d& Pose = Seen.Transform_Cam_Chart[static_cast<std::size_t>(i)];
-    const Vector3d Turn = rigsync::Turn_From_Rotation(Pose.linear());
-    const Vector3d Offset = Pose.translation() / Square_Factor;
-    Start.Rvecs.at<cv::Vec3d>(i) = {Turn.x(), Turn.y(), Turn.z()};
-    Start.Tvecs.at<cv::Vec3d>(i) = {Offset.x(), Offset.y(), Offset.z()};
-  }
-  return Start;
-}
-
 // Captures that leave the lens nearly open may end elsewhere than at the least error, so OpenCV
 // solves them as the library does.
 std::optional<Library_Lens> Solve_Lens(const Views& Seen, const View_Setting& Setting) {
@@ -212,8 +192,9 @@ std::optional<Library_Lens> Solve_Lens(const Views& Seen, const View_Setting& Se
   const bool Is_Weak = Setting.Turn_Part < Least_Turn_Part || Setting.Turns_About_One_Axis ||
                        Setting.Images < Least_Images || Setting.Lens.Is_Fisheye;
   if (!Is_Weak) {
-    const std::optional<Library_Lens> Refined = Refine_Lens(
-        Seen.Corners, Seen.Board, Start_Of(Seen, Setting.Square_Factor), Distortion_Model::Two);
+    const std::optional<Library_Lens> Refined =
+        Refine_Lens(Seen.Corners, Seen.Board, True_Library_Lens(Seen, Setting.Square_Factor),
+                    Distortion_Model::Two);
     if (Refined) return Refined;
   }
   return Solve_Library_Lens(Seen.Corners, Seen.Board);
@@ -233,6 +214,25 @@ Matrix3d Tracker_Setting::Usual_Mount_Rotation() {
   const simulate::Options Usual;
   return simulate::Pose_From_Euler(Usual.Camera_Mount_Euler_Deg, Usual.Camera_Mount_Offset)
       .topLeftCorner<3, 3>();
+}
+
+Library_Lens True_Library_Lens(const Views& Seen, double Square_Factor) {
+  const simulate::Lens& Lens = Seen.True_Lens;
+  Library_Lens Made;
+  Made.Camera_Matrix =
+      (cv::Mat_<double>(3, 3) << Lens.Fx, 0, Lens.Cx, 0, Lens.Fy, Lens.Cy, 0, 0, 1);
+  Made.Distortion = (cv::Mat_<double>(1, 5) << Lens.K1, Lens.K2, 0, 0, 0);
+  const int Images = static_cast<int>(Seen.Corners.size());
+  Made.Rvecs.create(Images, 1, CV_64FC3);
+  Made.Tvecs.create(Images, 1, CV_64FC3);
+  for (int i = 0; i < Images; ++i) {
+    const Isometry3d& Pose = Seen.Transform_Cam_Chart[static_cast<std::size_t>(i)];
+    const Vector3d Turn = rigsync::Turn_From_Rotation(Pose.linear());
+    const Vector3d Offset = Pose.translation() / Square_Factor;
+    Made.Rvecs.at<cv::Vec3d>(i) = {Turn.x(), Turn.y(), Turn.z()};
+    Made.Tvecs.at<cv::Vec3d>(i) = {Offset.x(), Offset.y(), Offset.z()};
+  }
+  return Made;
 }
 
 Vector2d Project_Truly(const Views& Seen, const Vector3d& Point_Cam) {

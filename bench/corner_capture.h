@@ -51,6 +51,10 @@ struct Views {
   Lens_Fault Fault;
 };
 
+// The true lens and the true poses, as a start for solving them. The positions are divided by the
+// factor of the true square to the stated one.
+Library_Lens True_Library_Lens(const Views& Seen, double Square_Factor);
+
 // The position of a point in the image of the true lens, pixels.
 Eigen::Vector2d Project_Truly(const Views& Seen, const Eigen::Vector3d& Point_Cam);
 

@@ -49,14 +49,8 @@ const char* Name_Of(Way How) {
   return "advised";
 }
 
-rigsync::Lens As_Lens(const simulate::Lens& Model) {
+rigsync::Lens Two_Coefficients_Of(const simulate::Lens& Model) {
   return {Model.Fx, Model.Fy, Model.Cx, Model.Cy, Model.K1, Model.K2};
-}
-
-rigsync::Lens As_Lens(const Library_Lens& Solved) {
-  const cv::Mat &K = Solved.Camera_Matrix, &D = Solved.Distortion;
-  return {K.at<double>(0, 0), K.at<double>(1, 1), K.at<double>(0, 2),
-          K.at<double>(1, 2), D.at<double>(0),    D.at<double>(1)};
 }
 
 // ---- Taking a capture ------------------------------------------------------------------------
@@ -120,22 +114,8 @@ rigsync::Corner_List Photograph(const Views& Seen, const Isometry3d& Transform_C
 std::optional<Library_Lens> Solve_Lens(const Views& Seen) {
   constexpr std::size_t Least_Images = 3;
   if (Seen.Corners.size() < Least_Images) return std::nullopt;
-  Library_Lens Start;
-  const simulate::Lens& Lens = Seen.True_Lens;
-  Start.Camera_Matrix =
-      (cv::Mat_<double>(3, 3) << Lens.Fx, 0, Lens.Cx, 0, Lens.Fy, Lens.Cy, 0, 0, 1);
-  Start.Distortion = (cv::Mat_<double>(1, 5) << Lens.K1, Lens.K2, 0, 0, 0);
-  const int Images = static_cast<int>(Seen.Corners.size());
-  Start.Rvecs.create(Images, 1, CV_64FC3);
-  Start.Tvecs.create(Images, 1, CV_64FC3);
-  for (int i = 0; i < Images; ++i) {
-    const Isometry3d& Pose = Seen.Transform_Cam_Chart[static_cast<std::size_t>(i)];
-    const Vector3d Turn = rigsync::Turn_From_Rotation(Pose.linear());
-    const Vector3d& Offset = Pose.translation();
-    Start.Rvecs.at<cv::Vec3d>(i) = {Turn.x(), Turn.y(), Turn.z()};
-    Start.Tvecs.at<cv::Vec3d>(i) = {Offset.x(), Offset.y(), Offset.z()};
-  }
-  const auto Refined = Refine_Lens(Seen.Corners, Seen.Board, Start, Distortion_Model::Two);
+  const auto Refined =
+      Refine_Lens(Seen.Corners, Seen.Board, True_Library_Lens(Seen, 1.0), Distortion_Model::Two);
   return Refined ? Refined : Solve_Library_Lens(Seen.Corners, Seen.Board);
 }
 
@@ -218,7 +198,7 @@ Run Take(Way How, const Views& Planned, unsigned Seed) {
   Seen.Corners.clear();
   const rigsync::Board_View View{Seen.Board.Size, Seen.Board.Square_Size,
                                  Seen.Board.Image_Size.width, Seen.Board.Image_Size.height,
-                                 As_Lens(Seen.True_Lens)};
+                                 Two_Coefficients_Of(Seen.True_Lens)};
   simulate::Random Random(Seed, Hand);
   rigsync::Unfinished_Capture Unfinished;
   Unfinished.Board = View.Board;
